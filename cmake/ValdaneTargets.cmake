@@ -1,0 +1,83 @@
+# The one way in which this project makes its targets.
+
+include(GenerateExportHeader)
+
+# Compile flags of our own code; PRIVATE, so that nothing leaks to consumers.
+function(valdane_private_flags target)
+  target_compile_options(
+    ${target}
+    PRIVATE -Wall
+            -Wextra
+            -Wpedantic
+            -Wconversion
+            -Wshadow
+            $<$<BOOL:${VALDANE_WERROR}>:-Werror>
+            # Only paths relative to the project get into binaries and log lines.
+            "-ffile-prefix-map=${PROJECT_BINARY_DIR}/=build/"
+            "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
+endfunction()
+
+# valdane_add_library(<Name> HEADERS ... [SOURCES ...] [DEPENDS ...] [PRIVATE_DEPENDS ...])
+#
+# Makes libVLDService_<Name>.so (header-only without SOURCES) with the alias Valdane::<Name>. HEADERS are the public
+# headers, installed under include/valdane/ with their path below the project. A library with sources gets
+# "<Folder>/<Name>Export.h" with the macro VALDANE_<NAME>_EXPORT.
+function(valdane_add_library name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "HEADERS;SOURCES;DEPENDS;PRIVATE_DEPENDS")
+  set(target VLDService_${name})
+  file(RELATIVE_PATH folder "${PROJECT_SOURCE_DIR}" "${CMAKE_CURRENT_SOURCE_DIR}")
+  set(generated "${PROJECT_BINARY_DIR}/generated")
+
+  if(arg_SOURCES)
+    set(scope PUBLIC)
+    string(TOUPPER ${name} upper_name)
+    set(export_header "${generated}/${folder}/${name}Export.h")
+    add_library(${target} SHARED ${arg_SOURCES})
+    generate_export_header(${target} BASE_NAME VALDANE_${upper_name} EXPORT_FILE_NAME "${export_header}")
+    set_target_properties(
+      ${target}
+      PROPERTIES VERSION ${PROJECT_VERSION}
+                 SOVERSION ${PROJECT_VERSION_MAJOR}
+                 CXX_VISIBILITY_PRESET hidden
+                 VISIBILITY_INLINES_HIDDEN ON
+                 CXX_EXTENSIONS OFF)
+    target_link_options(${target} PRIVATE LINKER:--no-undefined)
+    valdane_private_flags(${target})
+    target_link_libraries(${target} PRIVATE ${arg_PRIVATE_DEPENDS})
+  else()
+    set(scope INTERFACE)
+    set(export_header)
+    add_library(${target} INTERFACE)
+  endif()
+
+  add_library(Valdane::${name} ALIAS ${target})
+  set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
+  target_compile_features(${target} ${scope} cxx_std_20)
+  target_link_libraries(${target} ${scope} ${arg_DEPENDS})
+  target_sources(${target} ${scope} FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${arg_HEADERS})
+  # A file set of its own: base directories must not contain each other, and the build tree may lie in the sources.
+  target_sources(${target} ${scope} FILE_SET generated_headers TYPE HEADERS BASE_DIRS "${generated}" FILES ${export_header})
+  set_property(GLOBAL APPEND PROPERTY VALDANE_LIBRARIES ${target})
+endfunction()
+
+# valdane_add_test(<Name> SOURCES ... [DEPENDS ...] [INCLUDES_FIRST ...] [THREADS])
+#
+# One GoogleTest executable; every test case is a ctest of its own. THREADS says that it starts threads: it then has the
+# label "threads" and belongs to the target thread-tests, which is what runs under the thread sanitizer. INCLUDES_FIRST
+# are include roots searched before all others.
+function(valdane_add_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "THREADS" "" "SOURCES;DEPENDS;INCLUDES_FIRST")
+  add_executable(${name} ${arg_SOURCES})
+  target_include_directories(${name} BEFORE PRIVATE ${arg_INCLUDES_FIRST})
+  target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}")
+  target_link_libraries(${name} PRIVATE ${arg_DEPENDS} GTest::gmock_main)
+  target_compile_features(${name} PRIVATE cxx_std_20)
+  set_target_properties(${name} PROPERTIES CXX_EXTENSIONS OFF)
+  valdane_private_flags(${name})
+  set(label unit)
+  if(arg_THREADS)
+    set(label threads)
+    add_dependencies(thread-tests ${name})
+  endif()
+  gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST PROPERTIES LABELS ${label} TIMEOUT 300)
+endfunction()
