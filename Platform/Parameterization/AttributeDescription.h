@@ -1,0 +1,106 @@
+#pragma once
+
+#include "Platform/Parameterization/AttributeDescriptionBase.h"
+#include "Platform/Parameterization/ParameterizationExport.h"
+#include "Platform/Signals/Signal.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace Valdane
+{
+
+class CommandBase;
+class Object;
+class Path;
+
+/// How to read, write and watch an attribute of type @p T, and how to make the command that sets it.
+///
+/// The library has it for `bool`, `double`, `std::string`, `unsigned int` and `int`; an application may use
+/// any copyable type that is visible outside its own library.
+///
+/// Thread: the application's main thread only.
+template <typename T>
+class VALDANE_PARAMETERIZATION_EXPORT AttributeDescription : public AttributeDescriptionBase
+{
+public:
+    using Getter = std::function<T()>;
+    using Setter = std::function<void(const T&)>;
+    /// Makes a command that sets the attribute at @p attributePath, a path from @p root, to @p value.
+    using CommandCreator =
+        std::function<std::shared_ptr<CommandBase>(std::shared_ptr<Object> root, const Path& attributePath,
+                                                   const T& value, const std::string& commandDescription)>;
+
+    /// @param getter  reads the value; without one (empty) the attribute cannot be read.
+    /// @param setter  writes the value and emits nothing; without one (empty) the attribute cannot be
+    /// written.
+    AttributeDescription(std::string name, Getter getter, Setter setter);
+    ~AttributeDescription() override;
+
+    /// Valid while this description lives; calling an empty one throws `std::bad_function_call`.
+    const Getter& getGetter() const noexcept;
+    const Setter& getSetter() const noexcept;
+
+    /// What whoever changes the value emits with the new one; see AttributeDescriptionBase for when.
+    Signals::Signal<void(const T&)>& getSigChanged() noexcept;
+
+    /// Makes the commands for this attribute in place of the ordinary ones; empty at first.
+    const CommandCreator& getCommandCreator() const noexcept;
+    void setCommandCreator(CommandCreator creator) noexcept;
+
+private:
+    Getter getter;
+    Setter setter;
+    CommandCreator commandCreator;
+    Signals::Signal<void(const T&)> sigChanged;
+};
+
+template <typename T>
+AttributeDescription<T>::AttributeDescription(std::string attributeName, Getter read, Setter write)
+    : AttributeDescriptionBase(std::move(attributeName)), getter(std::move(read)), setter(std::move(write))
+{
+}
+
+template <typename T>
+AttributeDescription<T>::~AttributeDescription() = default;
+
+template <typename T>
+const typename AttributeDescription<T>::Getter& AttributeDescription<T>::getGetter() const noexcept
+{
+    return getter;
+}
+
+template <typename T>
+const typename AttributeDescription<T>::Setter& AttributeDescription<T>::getSetter() const noexcept
+{
+    return setter;
+}
+
+template <typename T>
+Signals::Signal<void(const T&)>& AttributeDescription<T>::getSigChanged() noexcept
+{
+    return sigChanged;
+}
+
+template <typename T>
+const typename AttributeDescription<T>::CommandCreator&
+AttributeDescription<T>::getCommandCreator() const noexcept
+{
+    return commandCreator;
+}
+
+template <typename T>
+void AttributeDescription<T>::setCommandCreator(CommandCreator creator) noexcept
+{
+    commandCreator = std::move(creator);
+}
+
+extern template class AttributeDescription<bool>;
+extern template class AttributeDescription<double>;
+extern template class AttributeDescription<std::string>;
+extern template class AttributeDescription<unsigned int>;
+extern template class AttributeDescription<int>;
+
+} // namespace Valdane

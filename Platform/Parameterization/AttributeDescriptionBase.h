@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Platform/Parameterization/ParameterizationExport.h"
+
+#include <string>
+
+namespace Valdane
+{
+
+/// What is known of an attribute of an object whatever its type: its name and when a change of it is
+/// announced.
+///
+/// A change is announced through `AttributeDescription<T>::getSigChanged()` by whoever makes it, if the
+/// attribute is enabled for standard values or emitsChangedSignal() says so.
+///
+/// Ownership: held by `std::shared_ptr`, by the object that has the attribute or by who asked it for the
+/// description. Thread: the application's main thread only.
+class VALDANE_PARAMETERIZATION_EXPORT AttributeDescriptionBase
+{
+public:
+    AttributeDescriptionBase(const AttributeDescriptionBase&) = delete;
+    AttributeDescriptionBase& operator=(const AttributeDescriptionBase&) = delete;
+    virtual ~AttributeDescriptionBase();
+
+    /// Whether a change is announced even though the attribute is not enabled for standard values.
+    ///
+    /// This class answers false; override it for an attribute that has listeners all the same.
+    virtual bool emitsChangedSignal() const;
+
+    /// The name under which the object knows the attribute; any text.
+    const std::string& getName() const noexcept;
+
+    /// Whether the attribute is one of those that take standard values; true at first.
+    bool isForStandardEnabled() const noexcept;
+    void setForStandardEnabled(bool enabled) noexcept;
+
+protected:
+    explicit AttributeDescriptionBase(std::string name);
+
+private:
+    std::string name;
+    bool forStandardEnabled = true;
+};
+
+} // namespace Valdane

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "Platform/Parameterization/ParameterizationExport.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Valdane
+{
+
+/// The attributes that an object has got at run time: texts with names, in the order in which they were
+/// added.
+///
+/// Any text is a name. Every operation that takes a name costs a comparison per attribute: meant for tens of
+/// them.
+///
+/// Thread: the application's main thread only.
+class VALDANE_PARAMETERIZATION_EXPORT DynamicAttributeCollection
+{
+public:
+    struct Entry
+    {
+        std::string name;
+        std::string text;
+
+        bool operator==(const Entry&) const = default;
+    };
+
+    using const_iterator = std::vector<Entry>::const_iterator;
+
+    /// Gives the attribute @p name the @p text: in its place if it exists, otherwise after all others.
+    ///
+    /// @throws std::bad_alloc, the collection then unchanged.
+    void set(std::string_view name, std::string_view text);
+
+    /// The text of the attribute @p name, or nothing.
+    std::optional<std::string> get(std::string_view name) const;
+
+    /// Removes the attribute @p name; the others keep their order. @return whether there was one.
+    bool remove(std::string_view name);
+
+    std::size_t size() const noexcept;
+
+    /// Iteration over all entries in order; any change of the collection invalidates the iterators.
+    const_iterator begin() const noexcept;
+    const_iterator end() const noexcept;
+
+private:
+    std::vector<Entry> entries;
+};
+
+} // namespace Valdane

@@ -1,0 +1,158 @@
+#pragma once
+
+#include "Platform/Parameterization/ParameterizationExport.h"
+#include "Platform/Parameterization/Path.h"
+#include "Platform/Signals/Connection.h"
+#include "Platform/Signals/Slot.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Valdane
+{
+
+class AttributeDescriptionBase;
+class DynamicAttributeCollection;
+
+/// A node of the parameter tree. Applications derive their objects from it.
+///
+/// An object is known to its owner by its key, which it keeps for life; whatever else an application calls
+/// the object is no part of any path. Any text is a key. The key of a root is in no path: the root resolves
+/// the path without keys to itself.
+///
+/// Ownership: always held by `std::shared_ptr`. An object owns its children and links weakly to its owner. A
+/// child that is still held elsewhere when its owner dies becomes a root. Neither destroying a tree nor any
+/// other operation uses stack that grows with the depth of the tree. The destructor of a derived class still
+/// sees its object's children; they are released after it.
+///
+/// Small: an object without children, attributes, dynamic attributes and listeners is one block of memory
+/// (and a second one for a key of more than 15 bytes).
+///
+/// Thread: the application's main thread only. Separate trees may live on separate threads.
+class VALDANE_PARAMETERIZATION_EXPORT Object : public std::enable_shared_from_this<Object>
+{
+public:
+    /// A root without children. @param key  any text.
+    explicit Object(std::string key);
+
+    Object(const Object&) = delete;
+    Object& operator=(const Object&) = delete;
+    virtual ~Object();
+
+    const std::string& getKey() const noexcept;
+
+    /// Appends @p child to the children.
+    ///
+    /// Cost: independent of the number of children; a child that has children itself costs a step for every
+    /// level above this object.
+    /// @throws VdException if @p child is empty, has an owner, is this object or the root of its tree, or if
+    /// there is
+    ///         a child with the same key; std::bad_alloc. Nothing has changed then.
+    void addChild(std::shared_ptr<Object> child);
+
+    /// Takes the child with @p key out of the tree, as the root of what is below it.
+    ///
+    /// @return the child, empty if there is none.
+    /// Cost: independent of the number of children.
+    std::shared_ptr<Object> removeChild(std::string_view key);
+
+    /// Puts @p child in the place of the child with the same key. Paths then lead to the new one.
+    ///
+    /// @return the child that was replaced, now a root.
+    /// Cost: as for addChild.
+    /// @throws VdException if @p child is empty, has an owner, is this object or the root of its tree, or if
+    /// there is
+    ///         no child with the same key. Nothing has changed then.
+    std::shared_ptr<Object> replaceChild(std::shared_ptr<Object> child);
+
+    /// The child with @p key, empty if there is none. Cost: one hash lookup, however many children there are.
+    std::shared_ptr<Object> findChild(std::string_view key) const;
+
+    /// The children in the order in which they were added; a replacement has the place of what it replaced.
+    ///
+    /// A copy, so that the tree may be changed while walking it. Cost: linear in the number of children.
+    std::vector<std::shared_ptr<Object>> getChildren() const;
+
+    std::size_t getChildCount() const noexcept;
+
+    /// The object that has this one as a child; empty at the root, and while the owner is being destroyed.
+    std::shared_ptr<Object> getOwner() const;
+
+    /// The root of the tree, which is this object if it has no owner. Cost: a step for every level.
+    ///
+    /// @throws std::bad_weak_ptr if the root is still being constructed or already being destroyed.
+    std::shared_ptr<Object> getRootObjectAlt();
+
+    /// The path of this object from the root. Cost: a step for every level and one allocation for the result.
+    Path getPath(RequestedPathType type) const;
+
+    /// The path of the attribute @p attributeName of this object, which need not exist.
+    ///
+    /// @param relativeTo  the object at which the path starts: this one or one above it; null for the root.
+    /// @throws VdException naming both objects, if @p relativeTo is neither.
+    Path getPath(const Object* relativeTo, const std::string& attributeName, RequestedPathType type) const;
+
+    /// The object to which @p path leads from this one. An attribute name in the path plays no part.
+    ///
+    /// @return the object; empty if a key on the way has no object.
+    /// @throws std::bad_weak_ptr if the path has no keys and this object is not held by a shared pointer.
+    /// Cost: a hash lookup for every key.
+    virtual std::shared_ptr<Object> getObject(const Path& path, GetObjectBehavior behavior);
+
+    /// Adds an attribute under the name that @p description has.
+    ///
+    /// The object shares ownership: a getter or setter that holds this object by a shared pointer keeps it
+    /// for ever.
+    /// @throws VdException if @p description is empty or there is an attribute of that name. Nothing has
+    /// changed then.
+    void addAttributeDescription(std::shared_ptr<AttributeDescriptionBase> description);
+
+    /// The description of the attribute @p name, empty if there is none: one that was added.
+    ///
+    /// Override it to make descriptions on demand. The listeners of an attribute are connected to its
+    /// description, so return the same one as long as it has any.
+    virtual std::shared_ptr<AttributeDescriptionBase> getAttributeDescription(const std::string& name);
+
+    /// The dynamic attributes; an empty pointer if the object has none, as at first.
+    virtual std::shared_ptr<DynamicAttributeCollection> getDynamicAttributeCollection();
+
+    /// Shares ownership of @p collection from now on; an empty pointer means no dynamic attributes. Emits
+    /// nothing.
+    virtual void setDynamicAttributeCollection(std::shared_ptr<DynamicAttributeCollection> collection);
+
+    /// Tells the listeners of connectToSigChanged that this object, or what it owns, has changed.
+    ///
+    /// The object lives at least until the last of them has been called. Without listeners it costs a test.
+    /// @throws whatever a listener throws; the ones after it are not called then.
+    virtual void emitSigChanged() const;
+
+    /// Has @p slot called on every emitSigChanged while the connection lives.
+    [[nodiscard]] Signals::Connection connectToSigChanged(const Signals::Slot<void()>& slot);
+
+    /// Whether the application is applying standard values to this object just now; false at first.
+    ///
+    /// The application sets the state around that; a setter that is called in it may tell a standard value
+    /// from one that a user entered.
+    virtual bool isApplyStandardRunning() const;
+    virtual void setApplyStandardRunning(const bool& running);
+
+private:
+    class Children;
+    struct Extras;
+
+    bool isBelowOrSame(const Object& other) const noexcept;
+    void requireAdoptable(const Object* child) const;
+    Extras& requireExtras();
+    std::string describe() const;
+
+    std::string key;
+    Object* owner = nullptr;
+    std::unique_ptr<Children> children;
+    std::unique_ptr<Extras> extras;
+    bool applyStandardRunning = false;
+};
+
+} // namespace Valdane
