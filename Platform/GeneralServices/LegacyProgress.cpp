@@ -1,0 +1,319 @@
+#include "Platform/GeneralServices/LegacyProgress.h"
+
+#include "Platform/Logging/LogMessage.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace Valdane
+{
+
+namespace
+{
+
+using Callback = std::function<void()>;
+
+std::size_t indexOf(int rate) noexcept
+{
+    using Speed = LegacyProgress::Speed;
+    return static_cast<std::size_t>(std::clamp<int>(rate, Speed::VerySlow, Speed::VeryFast) -
+                                    Speed::VerySlow);
+}
+
+std::uint64_t weightAt(std::size_t index) noexcept
+{
+    return std::uint64_t{1} << (LegacyProgress::Speed::VeryFast - LegacyProgress::Speed::VerySlow - index);
+}
+
+} // namespace
+
+struct LegacyProgress::Watch
+{
+    std::mutex mutex;
+    std::shared_ptr<const LogMessage> message;
+    std::shared_ptr<const Callback> callback;
+};
+
+// Whom to tell of a change. It holds no progress, so that a callback may destroy any of them, and no callback
+// that has been replaced in the meantime.
+class LegacyProgress::Changes
+{
+public:
+    void add(const LegacyProgress& changed)
+    {
+        if (auto* watch = changed.watch.load(std::memory_order_acquire))
+        {
+            const std::lock_guard lock(watch->mutex);
+            if (watch->callback)
+            {
+                callbacks.emplace_back(watch->callback);
+            }
+        }
+    }
+
+    void tell() const
+    {
+        for (const auto& listed : callbacks)
+        {
+            if (const auto callback = listed.lock())
+            {
+                (*callback)();
+            }
+        }
+    }
+
+private:
+    std::vector<std::weak_ptr<const Callback>> callbacks;
+};
+
+LegacyProgress::LegacyProgress() noexcept = default;
+
+LegacyProgress::~LegacyProgress()
+{
+    detach();
+    detachChildren();
+    delete watch.load(std::memory_order_acquire);
+}
+
+void LegacyProgress::reset()
+{
+    restart().tell();
+}
+
+void LegacyProgress::setComplete()
+{
+    Changes changes;
+    place(FullRange, changes);
+    report(changes);
+    changes.tell();
+}
+
+void LegacyProgress::moveTo(double newPosition)
+{
+    if (newPosition > progress())
+    {
+        Changes changes;
+        place(std::min<double>(newPosition, FullRange), changes);
+        report(changes);
+        changes.tell();
+    }
+}
+
+double LegacyProgress::progress() const noexcept
+{
+    return position.load(std::memory_order_relaxed);
+}
+
+double LegacyProgress::fraction() const noexcept
+{
+    return progress() / FullRange;
+}
+
+void LegacyProgress::appendSubProgress(LegacyProgress* sub, int from, int to)
+{
+    if (sub != nullptr && !sub->isAtOrAbove(*this))
+    {
+        const int start = std::clamp(from, 0, FullRange);
+        attach(*sub, start, std::clamp(to, start, FullRange), false);
+    }
+}
+
+void LegacyProgress::setSubProgress(std::shared_ptr<Progress> sub, int percent, int parts)
+{
+    auto* child = asAttachable(sub);
+    detachChildren();
+    const auto changes = restart();
+    if (child != nullptr)
+    {
+        const auto share = std::int64_t{FullRange} * std::clamp(percent, 0, 100) / 100 / std::max(parts, 1);
+        attach(*child, 0, static_cast<int>(share), false);
+    }
+    changes.tell();
+}
+
+void LegacyProgress::addProgress(std::shared_ptr<Progress> child, bool followsReset)
+{
+    if (auto* attachable = asAttachable(child))
+    {
+        detachChildren();
+        attach(*attachable, 0, FullRange, followsReset);
+    }
+}
+
+void LegacyProgress::sendMessage(const LogMessage& message)
+{
+    auto shared = std::make_shared<const LogMessage>(message);
+    Changes changes;
+    for (auto* receiver = this; receiver != nullptr; receiver = receiver->parent)
+    {
+        auto& record = receiver->getOrMakeWatch();
+        {
+            const std::lock_guard lock(record.mutex);
+            record.message = shared;
+        }
+        changes.add(*receiver);
+    }
+    changes.tell();
+}
+
+std::shared_ptr<const LogMessage> LegacyProgress::getLastMessage() const
+{
+    auto* record = watch.load(std::memory_order_acquire);
+    if (record == nullptr)
+    {
+        return nullptr;
+    }
+    const std::lock_guard lock(record->mutex);
+    return record->message;
+}
+
+void LegacyProgress::setChangeCallback(std::function<void()> callback)
+{
+    auto shared = callback ? std::make_shared<const Callback>(std::move(callback)) : nullptr;
+    auto& record = getOrMakeWatch();
+    // What is exchanged dies after the lock: the destructor of a callback may do anything.
+    const std::lock_guard lock(record.mutex);
+    record.callback.swap(shared);
+}
+
+// Without children it is above nothing: macros attach many leaves under a deep tree.
+bool LegacyProgress::isAtOrAbove(const LegacyProgress& other) const noexcept
+{
+    const auto* candidate = &other;
+    while (firstChild != nullptr && candidate != nullptr && candidate != this)
+    {
+        candidate = candidate->parent;
+    }
+    return candidate == this;
+}
+
+LegacyProgress* LegacyProgress::asAttachable(const std::shared_ptr<Progress>& sub) const noexcept
+{
+    auto* child = dynamic_cast<LegacyProgress*>(sub.get());
+    return child == nullptr || child->isAtOrAbove(*this) ? nullptr : child;
+}
+
+void LegacyProgress::attach(LegacyProgress& child, int from, int to, bool followsReset) noexcept
+{
+    child.detach();
+    child.parent = this;
+    child.nextSibling = std::exchange(firstChild, &child);
+    if (child.nextSibling != nullptr)
+    {
+        child.nextSibling->previousSibling = &child;
+    }
+    child.rangeStart = static_cast<std::uint32_t>(from);
+    child.rangeEnd = static_cast<std::uint32_t>(to) & 0x7fff'ffffU;
+    child.isFollowedOnReset = followsReset ? 1 : 0;
+}
+
+void LegacyProgress::detach() noexcept
+{
+    if (nextSibling != nullptr)
+    {
+        nextSibling->previousSibling = previousSibling;
+    }
+    if (previousSibling != nullptr)
+    {
+        previousSibling->nextSibling = nextSibling;
+    }
+    else if (parent != nullptr)
+    {
+        parent->firstChild = nextSibling;
+    }
+    parent = previousSibling = nextSibling = nullptr;
+}
+
+void LegacyProgress::detachChildren() noexcept
+{
+    while (firstChild != nullptr)
+    {
+        firstChild->detach();
+    }
+}
+
+// Exact at both ends, also where the range is narrow.
+double LegacyProgress::positionInParent() const noexcept
+{
+    return rangeStart + static_cast<double>(rangeEnd - rangeStart) * fraction();
+}
+
+void LegacyProgress::place(double newPosition, Changes& changes)
+{
+    if (newPosition != progress())
+    {
+        position.store(newPosition, std::memory_order_relaxed);
+        changes.add(*this);
+    }
+}
+
+// Everybody above follows, also past a progress that does not move: the one above it may have started anew.
+void LegacyProgress::report(Changes& changes)
+{
+    for (auto* child = this; child->parent != nullptr; child = child->parent)
+    {
+        child->parent->place(std::max(child->parent->progress(), child->positionInParent()), changes);
+    }
+}
+
+LegacyProgress::Changes LegacyProgress::restart()
+{
+    Changes changes;
+    place(0.0, changes);
+    for (auto* child = this; child->parent != nullptr && child->isFollowedOnReset == 1; child = child->parent)
+    {
+        child->parent->place(child->positionInParent(), changes);
+    }
+    return changes;
+}
+
+LegacyProgress::Watch& LegacyProgress::getOrMakeWatch()
+{
+    auto* present = watch.load(std::memory_order_acquire);
+    if (present != nullptr)
+    {
+        return *present;
+    }
+    auto made = std::make_unique<Watch>();
+    if (watch.compare_exchange_strong(present, made.get(), std::memory_order_acq_rel,
+                                      std::memory_order_acquire))
+    {
+        present = made.release();
+    }
+    return *present;
+}
+
+void LegacyProgress::Speed::add(Rate rate) noexcept
+{
+    ++counts.at(indexOf(rate));
+}
+
+LegacyProgress::Speed::Rate LegacyProgress::Speed::getAverageSpeed() const noexcept
+{
+    std::uint64_t members = 0;
+    std::uint64_t sum = 0;
+    for (std::size_t i = 0; i < counts.size(); ++i)
+    {
+        members += counts.at(i);
+        sum += counts.at(i) * (i + VerySlow);
+    }
+    // (2 sum - members) / (2 members), rounded up: the mean, rounded with halves going down to the slower
+    // rate.
+    return members == 0 ? Normal : static_cast<Rate>((2 * sum + members - 1) / (2 * members));
+}
+
+int LegacyProgress::Speed::getPartitionFromRate(Rate rate) const noexcept
+{
+    std::uint64_t total = 0;
+    for (std::size_t i = 0; i < counts.size(); ++i)
+    {
+        total += counts.at(i) * weightAt(i);
+    }
+    const std::uint64_t full = FullRange;
+    return total == 0 ? 0 : static_cast<int>(std::min(full, full * weightAt(indexOf(rate)) / total));
+}
+
+} // namespace Valdane

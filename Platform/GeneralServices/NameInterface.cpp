@@ -1,0 +1,8 @@
+#include "Platform/GeneralServices/NameInterface.h"
+
+namespace Valdane
+{
+
+NameInterface::~NameInterface() = default;
+
+} // namespace Valdane

@@ -1,0 +1,102 @@
+#include "Platform/Logging/Logging.h"
+
+#include <spdlog/sinks/stdout_color_sinks.h>
+#include <spdlog/spdlog.h>
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace Valdane
+{
+
+struct Logging::Record
+{
+    std::shared_ptr<spdlog::logger> logger;
+
+    static const Record* of(const std::string& name);
+
+    void write(spdlog::level::level_enum level, const std::string& text, const char* file,
+               const char* function, int line) const noexcept;
+};
+
+namespace
+{
+
+std::vector<spdlog::sink_ptr> sinksOfNewLoggers()
+{
+    if (const auto common = spdlog::default_logger())
+    {
+        return common->sinks();
+    }
+    return {std::make_shared<spdlog::sinks::stderr_color_sink_mt>()};
+}
+
+// What spdlog gives to a new logger includes the format for its sinks. The sinks are shared here, and have
+// the format that the application wants: so a logger without sinks is given everything, and the one to use is
+// made after it.
+std::shared_ptr<spdlog::logger> makeLogger(const std::string& name)
+{
+    const auto model = std::make_shared<spdlog::logger>(name);
+    spdlog::initialize_logger(model);
+    auto logger = model->clone(name);
+    logger->sinks() = sinksOfNewLoggers();
+    spdlog::drop(name);
+    spdlog::register_logger(logger);
+    return logger;
+}
+
+} // namespace
+
+// The records are never freed: static objects of any library may log in their destructors, after ours would
+// have run.
+const Logging::Record* Logging::Record::of(const std::string& name)
+{
+    static std::mutex mutex;
+    static auto& records = *new std::map<const spdlog::logger*, Record>;
+    const std::lock_guard lock(mutex);
+    auto logger = spdlog::get(name);
+    if (!logger)
+    {
+        logger = makeLogger(name);
+    }
+    return &records.try_emplace(logger.get(), Record{logger}).first->second;
+}
+
+void Logging::Record::write(spdlog::level::level_enum level, const std::string& text, const char* file,
+                            const char* function, int line) const noexcept
+{
+    try
+    {
+        const auto place = file == nullptr
+                               ? spdlog::source_loc()
+                               : spdlog::source_loc(file, line, function == nullptr ? "" : function);
+        logger->log(place, level, spdlog::string_view_t(text));
+    }
+    catch (...) // NOLINT(bugprone-empty-catch)
+    {
+    }
+}
+
+Logging::Logging(const std::string& sourceFile) : record(Record::of(sourceFile)) {}
+
+void Logging::logTRACE(const std::string& text, const char* file, const char* function,
+                       int line) const noexcept
+{
+    record->write(spdlog::level::trace, text, file, function, line);
+}
+
+void Logging::logERROR(const std::string& text, const char* file, const char* function,
+                       int line) const noexcept
+{
+    record->write(spdlog::level::err, text, file, function, line);
+}
+
+bool Logging::isTraceEnabled() const noexcept
+{
+    return record->logger->should_log(spdlog::level::trace) || record->logger->should_backtrace();
+}
+
+} // namespace Valdane
