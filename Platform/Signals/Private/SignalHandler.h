@@ -1,0 +1,105 @@
+#pragma once
+
+#include "Platform/Signals/Connection.h"
+#include "Platform/Signals/Private/SlotList.h"
+#include "Platform/Signals/Private/SlotNode.h"
+#include "Platform/Signals/Private/Trackable.h"
+#include "Platform/Signals/Slot.h"
+
+#include <boost/smart_ptr/intrusive_ptr.hpp>
+
+#include <functional>
+#include <utility>
+
+namespace Valdane::Signals
+{
+
+enum class ConnectPosition;
+
+template <typename Signature>
+class Signal;
+
+namespace Private
+{
+
+template <typename Signature>
+class SignalHandler;
+
+/// The part of a signal that knows the arguments: connects slots and calls them. Has no state of its own.
+///
+/// Thread: as the signal.
+template <typename... Args>
+class SignalHandler<void(Args...)>
+{
+public:
+    SignalHandler(const SignalHandler&) = delete;
+    SignalHandler& operator=(const SignalHandler&) = delete;
+
+    void operator()(Args... args) const
+    {
+        SlotList* const list = static_cast<const Signal<void(Args...)>&>(*this).slotList();
+        if (list == nullptr || list->isEmpty())
+        {
+            return;
+        }
+        for (SlotList::Cursor cursor(*list); !cursor.atEnd(); cursor.advance())
+        {
+            if (cursor.isDue())
+            {
+                static_cast<Node&>(cursor.node()).call(args...);
+            }
+        }
+    }
+
+protected:
+    SignalHandler() noexcept = default;
+    ~SignalHandler() = default;
+
+    using Append = void (SlotList::*)(boost::intrusive_ptr<SlotNode>) noexcept;
+
+    Connection connectBy(Append append, const Slot<void(Args...)>& slot)
+    {
+        boost::intrusive_ptr<SlotNode> node(new Node(slot));
+        SlotList& list = static_cast<Signal<void(Args...)>&>(*this).makeSlotList();
+        if (list.isClosed())
+        {
+            return Connection();
+        }
+        (list.*append)(node);
+        return Connection(std::move(node));
+    }
+
+private:
+    class Node final : public SlotNode
+    {
+    public:
+        explicit Node(const Slot<void(Args...)>& slot)
+            : SlotNode(slot.trackedObjects), callable(slot.callable)
+        {
+        }
+
+        void call(SlotArgument<Args>... args)
+        {
+            if (tracked().isEmpty())
+            {
+                callable(args...);
+            }
+            else if (!tracked().callLocked([&] { callable(args...); }))
+            {
+                SlotList::disconnect(*this);
+            }
+        }
+
+    private:
+        void destroyCallable() noexcept override
+        {
+            callable = nullptr;
+        }
+
+        std::function<void(SlotArgument<Args>...)> callable;
+    };
+};
+
+} // namespace Private
+
+} // namespace Valdane::Signals

@@ -1,0 +1,181 @@
+#pragma once
+
+#include "Platform/Signals/Private/SlotNode.h"
+
+#include <boost/smart_ptr/intrusive_ptr.hpp>
+#include <boost/smart_ptr/intrusive_ref_counter.hpp>
+
+#include <cstdint>
+#include <utility>
+
+namespace Valdane::Signals::Private
+{
+
+/// The slots of a signal, in calling order; what is left of the signal if a slot destroys it.
+///
+/// A disconnected node is unlinked and its callable destroyed at once, unless a cursor stands on it: then
+/// when the last cursor moves on. So a cursor can always move on, and no callable is destroyed while it runs.
+/// Bookkeeping is complete before a callable is destroyed, because its destructor may come back to any of
+/// this.
+///
+/// Ownership: shared by the signal and its running emissions.
+/// Thread: as the signal.
+class SlotList : public boost::intrusive_ref_counter<SlotList, boost::thread_unsafe_counter>
+{
+public:
+    class Cursor;
+
+    bool isEmpty() const noexcept
+    {
+        return first == nullptr;
+    }
+
+    /// Whether the signal is being, or has been, destroyed.
+    bool isClosed() const noexcept
+    {
+        return closed;
+    }
+
+    /// @pre not closed (not checked).
+    void append(boost::intrusive_ptr<SlotNode> node) noexcept
+    {
+        adopt(*node);
+        node->previous = last;
+        last = node.get();
+        (node->previous != nullptr ? node->previous->next : first) = std::move(node);
+    }
+
+    /// @pre not closed (not checked).
+    void prepend(boost::intrusive_ptr<SlotNode> node) noexcept
+    {
+        adopt(*node);
+        (first != nullptr ? first->previous : last) = node.get();
+        node->next = std::move(first);
+        first = std::move(node);
+    }
+
+    /// Disconnects @p node from its list; nothing if it is not connected.
+    static void disconnect(SlotNode& node) noexcept
+    {
+        if (!node.connected)
+        {
+            return;
+        }
+        node.connected = false;
+        if (node.cursors == 0)
+        {
+            node.list->remove(node);
+        }
+    }
+
+    /// Disconnects all nodes, for good.
+    void close() noexcept;
+
+private:
+    void adopt(SlotNode& node) noexcept
+    {
+        node.list = this;
+        node.serial = nextSerial++;
+        node.connected = true;
+    }
+
+    void remove(SlotNode& node) noexcept
+    {
+        const boost::intrusive_ptr<SlotNode> removed(&node);
+        unlink(node);
+        removed->destroyCallable();
+    }
+
+    void unlink(SlotNode& node) noexcept
+    {
+        const boost::intrusive_ptr<SlotNode> following = std::move(node.next);
+        (following != nullptr ? following->previous : last) = node.previous;
+        (node.previous != nullptr ? node.previous->next : first) = following;
+    }
+
+    boost::intrusive_ptr<SlotNode> first;
+    SlotNode* last = nullptr;
+    std::uint64_t nextSerial = 0;
+    bool closed = false;
+};
+
+/// A walk over the nodes that stays valid whatever happens to the list, its nodes and its signal.
+class SlotList::Cursor
+{
+public:
+    explicit Cursor(SlotList& slots) noexcept
+        : list(&slots), end(slots.nextSerial), current(slots.first.get())
+    {
+        enter(current);
+    }
+
+    Cursor(const Cursor&) = delete;
+    Cursor& operator=(const Cursor&) = delete;
+
+    ~Cursor()
+    {
+        leave(current);
+    }
+
+    bool atEnd() const noexcept
+    {
+        return current == nullptr;
+    }
+
+    /// @pre not at the end (not checked).
+    SlotNode& node() const noexcept
+    {
+        return *current;
+    }
+
+    /// Whether the node is not disconnected, and was connected before the walk began.
+    bool isDue() const noexcept
+    {
+        return current->connected && current->serial < end;
+    }
+
+    void advance() noexcept
+    {
+        SlotNode* const following = current->next.get();
+        // Entered before the current node is left, which may run a destructor that disconnects the following
+        // one.
+        enter(following);
+        leave(std::exchange(current, following));
+    }
+
+private:
+    static void enter(SlotNode* node) noexcept
+    {
+        if (node != nullptr)
+        {
+            ++node->cursors;
+        }
+    }
+
+    void leave(SlotNode* node) noexcept
+    {
+        if (node != nullptr && --node->cursors == 0 && !node->connected)
+        {
+            list->remove(*node);
+        }
+    }
+
+    boost::intrusive_ptr<SlotList> list;
+    std::uint64_t end;
+    SlotNode* current;
+};
+
+inline void SlotList::close() noexcept
+{
+    closed = true;
+    for (SlotNode* node = first.get(); node != nullptr; node = node->next.get())
+    {
+        node->connected = false;
+    }
+    for (Cursor cursor(*this); !cursor.atEnd();)
+    {
+        cursor.advance();
+    }
+}
+
+} // namespace Valdane::Signals::Private
