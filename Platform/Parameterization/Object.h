@@ -125,7 +125,8 @@ public:
 
     /// Tells the listeners of connectToSigChanged that this object, or what it owns, has changed.
     ///
-    /// The object lives at least until the last of them has been called. Without listeners it costs a test.
+    /// They are called in the order in which they connected. A listener may destroy this object; the ones
+    /// after it are not called then. Without listeners it costs a test.
     /// @throws whatever a listener throws; the ones after it are not called then.
     virtual void emitSigChanged() const;
 
@@ -143,7 +144,8 @@ private:
     class Children;
     struct Extras;
 
-    bool isBelowOrSame(const Object& other) const noexcept;
+    std::vector<std::string_view> keysFrom(const Object* top) const;
+    bool isAboveOrSame(const Object& other) const noexcept;
     void requireAdoptable(const Object* child) const;
     Extras& requireExtras();
     std::string describe() const;

@@ -65,7 +65,7 @@ public:
     /// Every key follows a `/`, the attribute name a `.`; the path without keys starts with `/`. A text that
     /// is empty or contains `/`, `.`, `"`, `\` or a control character stands in double quotes, in which a
     /// backslash precedes `"` and `\`, and a control character is `\x` with two hexadecimal digits:
-    /// `/"a.b"/"line\x0a"."" ` ends in an attribute with an empty name. Different paths give different texts.
+    /// `/"a.b"/"line\x0a".""` ends in an attribute with an empty name. Different paths give different texts.
     std::string toString() const;
 
     /// Whether both have the same keys and the same attribute name, or none.

@@ -1,0 +1,64 @@
+#include "Platform/Parameterization/DynamicAttributeCollection.h"
+
+#include <algorithm>
+
+namespace Valdane
+{
+
+namespace
+{
+
+auto withName(std::string_view name)
+{
+    return [name](const DynamicAttributeCollection::Entry& entry)
+    {
+        return entry.name == name;
+    };
+}
+
+} // namespace
+
+void DynamicAttributeCollection::set(std::string_view name, std::string_view text)
+{
+    const auto found = std::find_if(entries.begin(), entries.end(), withName(name));
+    if (found != entries.end())
+    {
+        found->text = text;
+        return;
+    }
+    entries.push_back({.name = std::string(name), .text = std::string(text)});
+}
+
+std::optional<std::string> DynamicAttributeCollection::get(std::string_view name) const
+{
+    const auto found = std::find_if(entries.begin(), entries.end(), withName(name));
+    return found == entries.end() ? std::nullopt : std::optional(found->text);
+}
+
+bool DynamicAttributeCollection::remove(std::string_view name)
+{
+    const auto found = std::find_if(entries.begin(), entries.end(), withName(name));
+    if (found == entries.end())
+    {
+        return false;
+    }
+    entries.erase(found);
+    return true;
+}
+
+std::size_t DynamicAttributeCollection::size() const noexcept
+{
+    return entries.size();
+}
+
+DynamicAttributeCollection::const_iterator DynamicAttributeCollection::begin() const noexcept
+{
+    return entries.begin();
+}
+
+DynamicAttributeCollection::const_iterator DynamicAttributeCollection::end() const noexcept
+{
+    return entries.end();
+}
+
+} // namespace Valdane

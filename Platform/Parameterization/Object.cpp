@@ -1,0 +1,310 @@
+#include "Platform/Parameterization/Object.h"
+
+#include "Platform/ExceptionHandling/VdException.h"
+#include "Platform/Parameterization/AttributeDescriptionBase.h"
+#include "Platform/Parameterization/DynamicAttributeCollection.h"
+#include "Platform/Parameterization/Private/ChildTable.h"
+#include "Platform/Signals/Signal.h"
+
+#include <algorithm>
+#include <list>
+#include <unordered_map>
+#include <utility>
+
+namespace Valdane
+{
+
+namespace
+{
+
+struct KeyOfObject
+{
+    std::string_view operator()(const Object& object) const noexcept
+    {
+        return object.getKey();
+    }
+};
+
+using ObjectList = std::list<std::shared_ptr<Object>>;
+
+// The children of destroyed objects that the outermost destructor on this thread has still to release. A
+// plain pointer, so that objects may be destroyed as late as thread-local and static ones are.
+thread_local ObjectList* released = nullptr;
+
+// Releasing a child from within the destructor of its owner would nest as deep as the tree is.
+void releaseWithoutNesting(ObjectList orphans) noexcept
+{
+    if (released != nullptr)
+    {
+        released->splice(released->end(), orphans);
+        return;
+    }
+    released = &orphans;
+    while (!orphans.empty())
+    {
+        const auto child = std::move(orphans.front());
+        orphans.pop_front();
+    }
+    released = nullptr;
+}
+
+} // namespace
+
+class Object::Children : public Private::ChildTable<KeyOfObject>
+{
+};
+
+// What most objects do not have.
+struct Object::Extras
+{
+    std::unordered_map<std::string, std::shared_ptr<AttributeDescriptionBase>> attributes;
+    std::shared_ptr<DynamicAttributeCollection> dynamicAttributes;
+    Signals::Signal<void()> sigChanged;
+};
+
+Object::Object(std::string objectKey) : key(std::move(objectKey)) {}
+
+Object::~Object()
+{
+    if (children == nullptr)
+    {
+        return;
+    }
+    for (const auto& child : children->inOrder())
+    {
+        child->owner = nullptr;
+    }
+    releaseWithoutNesting(children->release());
+}
+
+const std::string& Object::getKey() const noexcept
+{
+    return key;
+}
+
+void Object::addChild(std::shared_ptr<Object> child)
+{
+    requireAdoptable(child.get());
+    if (findChild(child->key) != nullptr)
+    {
+        throw VdException(describe() + " has a child '" + child->key + "' already");
+    }
+    if (children == nullptr)
+    {
+        children = std::make_unique<Children>();
+    }
+    Object& added = *child;
+    children->append(std::move(child));
+    added.owner = this;
+}
+
+std::shared_ptr<Object> Object::removeChild(std::string_view childKey)
+{
+    auto child = children == nullptr ? nullptr : children->remove(childKey);
+    if (child != nullptr)
+    {
+        child->owner = nullptr;
+    }
+    return child;
+}
+
+std::shared_ptr<Object> Object::replaceChild(std::shared_ptr<Object> child)
+{
+    requireAdoptable(child.get());
+    if (findChild(child->key) == nullptr)
+    {
+        throw VdException(describe() + " has no child '" + child->key + "' to replace");
+    }
+    child->owner = this;
+    auto replaced = children->replace(std::move(child));
+    replaced->owner = nullptr;
+    return replaced;
+}
+
+std::shared_ptr<Object> Object::findChild(std::string_view childKey) const
+{
+    const auto* found = children == nullptr ? nullptr : children->find(childKey);
+    return found == nullptr ? nullptr : *found;
+}
+
+std::vector<std::shared_ptr<Object>> Object::getChildren() const
+{
+    if (children == nullptr)
+    {
+        return {};
+    }
+    return {children->inOrder().begin(), children->inOrder().end()};
+}
+
+std::size_t Object::getChildCount() const noexcept
+{
+    return children == nullptr ? 0 : children->inOrder().size();
+}
+
+std::shared_ptr<Object> Object::getOwner() const
+{
+    return owner == nullptr ? nullptr : owner->weak_from_this().lock();
+}
+
+std::shared_ptr<Object> Object::getRootObjectAlt()
+{
+    Object* root = this;
+    while (root->owner != nullptr)
+    {
+        root = root->owner;
+    }
+    return root->shared_from_this();
+}
+
+Path Object::getPath(RequestedPathType /*type*/) const
+{
+    return Path(keysFrom(nullptr));
+}
+
+Path Object::getPath(const Object* relativeTo, const std::string& attributeName,
+                     RequestedPathType /*type*/) const
+{
+    return {keysFrom(relativeTo), attributeName};
+}
+
+std::shared_ptr<Object> Object::getObject(const Path& path, GetObjectBehavior /*behavior*/)
+{
+    auto object = shared_from_this();
+    for (const auto step : path.getKeys())
+    {
+        object = object->findChild(step);
+        if (object == nullptr)
+        {
+            break;
+        }
+    }
+    return object;
+}
+
+void Object::addAttributeDescription(std::shared_ptr<AttributeDescriptionBase> description)
+{
+    if (description == nullptr)
+    {
+        throw VdException(describe() + " cannot take an empty attribute description");
+    }
+    const std::string& name = description->getName();
+    if (!requireExtras().attributes.try_emplace(name, description).second)
+    {
+        throw VdException(describe() + " has an attribute '" + name + "' already");
+    }
+}
+
+std::shared_ptr<AttributeDescriptionBase> Object::getAttributeDescription(const std::string& name)
+{
+    if (extras == nullptr)
+    {
+        return {};
+    }
+    const auto found = extras->attributes.find(name);
+    return found == extras->attributes.end() ? nullptr : found->second;
+}
+
+std::shared_ptr<DynamicAttributeCollection> Object::getDynamicAttributeCollection()
+{
+    return extras == nullptr ? nullptr : extras->dynamicAttributes;
+}
+
+void Object::setDynamicAttributeCollection(std::shared_ptr<DynamicAttributeCollection> collection)
+{
+    if (collection != nullptr || extras != nullptr)
+    {
+        requireExtras().dynamicAttributes = std::move(collection);
+    }
+}
+
+void Object::emitSigChanged() const
+{
+    if (extras != nullptr)
+    {
+        extras->sigChanged();
+    }
+}
+
+Signals::Connection Object::connectToSigChanged(const Signals::Slot<void()>& slot)
+{
+    return requireExtras().sigChanged.connect(slot);
+}
+
+bool Object::isApplyStandardRunning() const
+{
+    return applyStandardRunning;
+}
+
+void Object::setApplyStandardRunning(const bool& running)
+{
+    applyStandardRunning = running;
+}
+
+std::vector<std::string_view> Object::keysFrom(const Object* top) const
+{
+    std::vector<std::string_view> keys;
+    const Object* object = this;
+    for (; object != top && object->owner != nullptr; object = object->owner)
+    {
+        keys.emplace_back(object->key);
+    }
+    if (top != nullptr && object != top)
+    {
+        throw VdException(describe() + " is neither below nor the same as " + top->describe());
+    }
+    std::reverse(keys.begin(), keys.end());
+    return keys;
+}
+
+// A child without an owner closes a cycle only if this object is below it, which takes a walk up the tree
+// only if there is something below it at all.
+bool Object::isAboveOrSame(const Object& other) const noexcept
+{
+    if (children == nullptr)
+    {
+        return this == &other;
+    }
+    const Object* object = &other;
+    while (object != this && object->owner != nullptr)
+    {
+        object = object->owner;
+    }
+    return object == this;
+}
+
+void Object::requireAdoptable(const Object* child) const
+{
+    if (child == nullptr)
+    {
+        throw VdException(describe() + " cannot take an empty pointer as a child");
+    }
+    if (child->owner != nullptr)
+    {
+        throw VdException(describe() + " cannot take " + child->describe() + " as a child: it has an owner");
+    }
+    if (child->isAboveOrSame(*this))
+    {
+        throw VdException(describe() + " cannot take the root of its own tree as a child");
+    }
+}
+
+Object::Extras& Object::requireExtras()
+{
+    if (extras == nullptr)
+    {
+        extras = std::make_unique<Extras>();
+    }
+    return *extras;
+}
+
+std::string Object::describe() const
+{
+    const Object* root = this;
+    while (root->owner != nullptr)
+    {
+        root = root->owner;
+    }
+    return "Object '" + getPath(RequestedPathType::FromRoot).toString() + "' of tree '" + root->key + "'";
+}
+
+} // namespace Valdane
