@@ -1,0 +1,8 @@
+#include "Platform/Multitasking/Runnable.h"
+
+namespace Valdane
+{
+
+Runnable::~Runnable() = default;
+
+} // namespace Valdane

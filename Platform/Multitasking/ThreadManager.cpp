@@ -1,0 +1,303 @@
+#include "Platform/Multitasking/ThreadManager.h"
+
+#include "Platform/ExceptionHandling/VdException.h"
+#include "Platform/Multitasking/Thread.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <exception>
+#include <mutex>
+#include <utility>
+
+namespace Valdane
+{
+
+// The place of the run under way. The worker shares it, and so never touches a manager that its run has
+// destroyed.
+struct ThreadManager::Slot
+{
+    enum class Phase
+    {
+        Idle,
+        Running,
+        Ended
+    };
+
+    struct Outcome
+    {
+        std::shared_ptr<Thread> thread;
+        std::exception_ptr exception;
+        // Destroyed with the outcome, last of all: what it holds may destroy the manager.
+        std::function<void()> runEnded;
+        bool abandoned = false;
+    };
+
+    void fill(std::shared_ptr<Thread> newThread, std::function<void()> newRunEnded);
+    Outcome clear();
+
+    void run();
+    void end() noexcept;
+    void abandon();
+
+    bool isRunByThisThread() const;
+    bool isEnded() const;
+    bool waitForEnd(std::chrono::milliseconds timeout);
+
+    // Written before the run starts and after it was joined; the exception by the run itself.
+    std::shared_ptr<Thread> thread;
+    std::function<void()> runEnded;
+    std::exception_ptr exception;
+
+    mutable std::mutex mutex;
+    // Guarded by the mutex.
+    std::condition_variable ended;
+    Phase phase = Phase::Idle;
+    std::thread::id runner;
+    bool abandoned = false;
+};
+
+void ThreadManager::Slot::fill(std::shared_ptr<Thread> newThread, std::function<void()> newRunEnded)
+{
+    thread = std::move(newThread);
+    runEnded = std::move(newRunEnded);
+    const std::scoped_lock lock(mutex);
+    phase = Phase::Running;
+}
+
+ThreadManager::Slot::Outcome ThreadManager::Slot::clear()
+{
+    const std::scoped_lock lock(mutex);
+    phase = Phase::Idle;
+    runner = {};
+    return {.thread = std::exchange(thread, nullptr),
+            .exception = std::exchange(exception, nullptr),
+            .runEnded = std::exchange(runEnded, nullptr),
+            .abandoned = abandoned};
+}
+
+void ThreadManager::Slot::run()
+{
+    {
+        const std::scoped_lock lock(mutex);
+        runner = std::this_thread::get_id();
+    }
+    try
+    {
+        thread->runAllSteps();
+    }
+    catch (...)
+    {
+        exception = std::current_exception();
+    }
+}
+
+void ThreadManager::Slot::end() noexcept
+{
+    bool tell = false;
+    {
+        const std::scoped_lock lock(mutex);
+        phase = Phase::Ended;
+        tell = runEnded && !abandoned;
+    }
+    ended.notify_all();
+    if (tell)
+    {
+        runEnded();
+    }
+}
+
+void ThreadManager::Slot::abandon()
+{
+    {
+        const std::scoped_lock lock(mutex);
+        abandoned = true;
+    }
+    try
+    {
+        thread->abort();
+    }
+    catch (...) // NOLINT(bugprone-empty-catch)
+    {
+        // Nobody is left to be told.
+    }
+}
+
+bool ThreadManager::Slot::isRunByThisThread() const
+{
+    const std::scoped_lock lock(mutex);
+    return runner == std::this_thread::get_id();
+}
+
+bool ThreadManager::Slot::isEnded() const
+{
+    const std::scoped_lock lock(mutex);
+    return phase == Phase::Ended;
+}
+
+bool ThreadManager::Slot::waitForEnd(std::chrono::milliseconds timeout)
+{
+    // A clock's time point overflows with the longest durations.
+    constexpr std::chrono::milliseconds year = std::chrono::years(1);
+    const auto deadline = std::chrono::steady_clock::now() + std::min(timeout, year);
+    std::unique_lock lock(mutex);
+    return ended.wait_until(lock, deadline, [this] { return phase != Phase::Running; });
+}
+
+ThreadManager::ThreadManager() : slot(std::make_shared<Slot>()) {}
+
+ThreadManager::~ThreadManager()
+{
+    if (!slot->thread)
+    {
+        return;
+    }
+    slot->abandon();
+    if (worker.joinable() && slot->isRunByThisThread())
+    {
+        worker.detach();
+    }
+    else if (worker.joinable())
+    {
+        worker.join();
+    }
+}
+
+void ThreadManager::addThread(std::shared_ptr<Thread> thread)
+{
+    if (!thread)
+    {
+        throw VdException("An empty thread cannot be run");
+    }
+    if (slot->thread)
+    {
+        throw VdException("Thread '" + thread->getName() + "' cannot be run while thread '" +
+                          slot->thread->getName() + "' is under way");
+    }
+    thread->clearAborted();
+    if (threadingMode == 0)
+    {
+        slot->fill(std::move(thread), nullptr);
+        runSynchronously();
+    }
+    else
+    {
+        slot->fill(std::move(thread), runEnded);
+        startWorker();
+    }
+}
+
+void ThreadManager::startWorker()
+{
+    try
+    {
+        worker = std::thread(
+            [run = slot]
+            {
+                run->run();
+                run->end();
+            });
+    }
+    catch (...)
+    {
+        slot->clear();
+        throw;
+    }
+}
+
+void ThreadManager::runSynchronously()
+{
+    // The run or sendFinishSignal may destroy this manager.
+    const auto kept = slot;
+    kept->run();
+    const auto outcome = kept->clear();
+    if (outcome.exception && !outcome.abandoned)
+    {
+        try
+        {
+            outcome.thread->sendFinishSignal(false);
+        }
+        catch (...) // NOLINT(bugprone-empty-catch)
+        {
+            // The exception of the run is the one to report.
+        }
+    }
+    if (outcome.exception)
+    {
+        std::rethrow_exception(outcome.exception);
+    }
+    if (!outcome.abandoned)
+    {
+        outcome.thread->sendFinishSignal(!outcome.thread->isAborted());
+    }
+}
+
+void ThreadManager::finalizeThread()
+{
+    if (!slot->thread)
+    {
+        return;
+    }
+    if (slot->isRunByThisThread())
+    {
+        throw VdException("Thread '" + slot->thread->getName() +
+                          "' cannot be finalized from within its own run");
+    }
+    worker.join();
+    const auto outcome = slot->clear();
+    if (outcome.exception)
+    {
+        std::rethrow_exception(outcome.exception);
+    }
+    outcome.thread->sendFinishSignal(!outcome.thread->isAborted());
+}
+
+void ThreadManager::abortThreadExecution()
+{
+    // abortRun may finalize the thread or destroy this manager.
+    if (const auto thread = slot->thread)
+    {
+        thread->abort();
+    }
+}
+
+std::shared_ptr<Thread> ThreadManager::getCurrentThread() const
+{
+    return slot->thread;
+}
+
+std::int32_t ThreadManager::getThreadingMode() const
+{
+    return threadingMode;
+}
+
+void ThreadManager::setThreadingMode(std::int32_t mode)
+{
+    if (slot->thread)
+    {
+        throw VdException("The threading mode cannot be changed while thread '" + slot->thread->getName() +
+                          "' is under way");
+    }
+    threadingMode = mode;
+}
+
+void ThreadManager::setRunEndedCallback(std::function<void()> callback)
+{
+    // The old one dies with the parameter: what it holds may destroy this manager.
+    runEnded.swap(callback);
+}
+
+bool ThreadManager::isRunEnded() const
+{
+    return slot->isEnded();
+}
+
+bool ThreadManager::waitForRunEnd(std::chrono::milliseconds timeout)
+{
+    if (slot->isRunByThisThread())
+    {
+        return isRunEnded();
+    }
+    return slot->waitForEnd(timeout);
+}
+
+} // namespace Valdane
