@@ -17,7 +17,8 @@ namespace Valdane
 ///
 /// Neither copied nor moved: a run refers to its object while it goes on.
 ///
-/// Ownership: held by `std::shared_ptr`; the ThreadManager keeps it alive until it is finalized.
+/// Ownership: held by `std::shared_ptr`; the ThreadManager keeps it alive until the run is concluded.
+///
 /// Thread: getName() and isAborted() from any thread; every virtual operation says where it is called.
 class VALDANE_MULTITASKING_EXPORT Thread : public Runnable
 {

@@ -12,6 +12,25 @@
 namespace Valdane
 {
 
+namespace
+{
+
+template <class Call>
+std::exception_ptr exceptionOf(const Call& call) noexcept
+{
+    try
+    {
+        call();
+        return nullptr;
+    }
+    catch (...)
+    {
+        return std::current_exception();
+    }
+}
+
+} // namespace
+
 // The place of the run under way. The worker shares it, and so never touches a manager that its run has
 // destroyed.
 struct ThreadManager::Slot
@@ -25,6 +44,8 @@ struct ThreadManager::Slot
 
     struct Outcome
     {
+        void conclude() const;
+
         std::shared_ptr<Thread> thread;
         std::exception_ptr exception;
         // Destroyed with the outcome, last of all: what it holds may destroy the manager.
@@ -56,6 +77,18 @@ struct ThreadManager::Slot
     bool abandoned = false;
 };
 
+void ThreadManager::Slot::Outcome::conclude() const
+{
+    if (exception)
+    {
+        std::rethrow_exception(exception);
+    }
+    if (!abandoned)
+    {
+        thread->sendFinishSignal(!thread->isAborted());
+    }
+}
+
 void ThreadManager::Slot::fill(std::shared_ptr<Thread> newThread, std::function<void()> newRunEnded)
 {
     thread = std::move(newThread);
@@ -81,14 +114,7 @@ void ThreadManager::Slot::run()
         const std::scoped_lock lock(mutex);
         runner = std::this_thread::get_id();
     }
-    try
-    {
-        thread->runAllSteps();
-    }
-    catch (...)
-    {
-        exception = std::current_exception();
-    }
+    exception = exceptionOf([this] { thread->runAllSteps(); });
 }
 
 void ThreadManager::Slot::end() noexcept
@@ -112,14 +138,8 @@ void ThreadManager::Slot::abandon()
         const std::scoped_lock lock(mutex);
         abandoned = true;
     }
-    try
-    {
-        thread->abort();
-    }
-    catch (...) // NOLINT(bugprone-empty-catch)
-    {
-        // Nobody is left to be told.
-    }
+    // Nobody is left to be told of an exception.
+    exceptionOf([this] { thread->abort(); });
 }
 
 bool ThreadManager::Slot::isRunByThisThread() const
@@ -136,9 +156,10 @@ bool ThreadManager::Slot::isEnded() const
 
 bool ThreadManager::Slot::waitForEnd(std::chrono::milliseconds timeout)
 {
-    // A clock's time point overflows with the longest durations.
+    // The longest durations would overflow the clock's time point.
     constexpr std::chrono::milliseconds year = std::chrono::years(1);
-    const auto deadline = std::chrono::steady_clock::now() + std::min(timeout, year);
+    const auto limited = std::clamp(timeout, std::chrono::milliseconds::zero(), year);
+    const auto deadline = std::chrono::steady_clock::now() + limited;
     std::unique_lock lock(mutex);
     return ended.wait_until(lock, deadline, [this] { return phase != Phase::Running; });
 }
@@ -212,23 +233,10 @@ void ThreadManager::runSynchronously()
     const auto outcome = kept->clear();
     if (outcome.exception && !outcome.abandoned)
     {
-        try
-        {
-            outcome.thread->sendFinishSignal(false);
-        }
-        catch (...) // NOLINT(bugprone-empty-catch)
-        {
-            // The exception of the run is the one to report.
-        }
+        // The exception to report is the one of the run.
+        exceptionOf([&outcome] { outcome.thread->sendFinishSignal(false); });
     }
-    if (outcome.exception)
-    {
-        std::rethrow_exception(outcome.exception);
-    }
-    if (!outcome.abandoned)
-    {
-        outcome.thread->sendFinishSignal(!outcome.thread->isAborted());
-    }
+    outcome.conclude();
 }
 
 void ThreadManager::finalizeThread()
@@ -244,11 +252,7 @@ void ThreadManager::finalizeThread()
     }
     worker.join();
     const auto outcome = slot->clear();
-    if (outcome.exception)
-    {
-        std::rethrow_exception(outcome.exception);
-    }
-    outcome.thread->sendFinishSignal(!outcome.thread->isAborted());
+    outcome.conclude();
 }
 
 void ThreadManager::abortThreadExecution()

@@ -36,9 +36,11 @@ class Thread;
 /// cannot wait for itself. A refused operation leaves the run under way alone, its aborted state too.
 ///
 /// Ownership: shares the Thread from addThread() until it is idle again, and lets go of it on the caller's
-/// thread; the worker drops the last reference only when the manager was destroyed on the worker. Thread: one
-/// caller's thread for all operations; isRunEnded() and getThreadingMode() from any thread. Cost: a run in
-/// worker mode starts an operating-system thread and joins it.
+/// thread; the worker drops the last reference only when the manager was destroyed on the worker.
+///
+/// Thread: one caller's thread for all operations; isRunEnded() and getThreadingMode() from any thread.
+///
+/// Cost: a run in worker mode starts an operating-system thread and joins it.
 class VALDANE_MULTITASKING_EXPORT ThreadManager final
 {
 public:
@@ -100,8 +102,11 @@ public:
     /// Sets what is called, on the worker, at the end of every run that is added from now on; empty: nothing.
     ///
     /// isRunEnded() is true by then. Post to the caller's event loop and return: finalizeThread() and the
-    /// destructor wait for it, so it must not wait for the caller's thread. An exception out of it calls
-    /// std::terminate. Synchronous runs do not call it.
+    /// destructor wait for the callback, so it must not wait for the caller's thread. What it posted should
+    /// ask isRunEnded() before it finalizes, if the run may have been concluded by then and another one
+    /// added.
+    ///
+    /// An exception out of the callback calls std::terminate. Synchronous runs do not call it.
     void setRunEndedCallback(std::function<void()> callback);
 
     /// True when a run in worker mode has ended and waits for finalizeThread().
