@@ -44,12 +44,12 @@ class LegacyProgress::Changes
 public:
     void add(const LegacyProgress& changed)
     {
-        if (auto* watch = changed.watch.load(std::memory_order_acquire))
+        if (auto* record = changed.watch.load(std::memory_order_acquire))
         {
-            const std::lock_guard lock(watch->mutex);
-            if (watch->callback)
+            const std::lock_guard lock(record->mutex);
+            if (record->callback)
             {
-                callbacks.emplace_back(watch->callback);
+                callbacks.emplace_back(record->callback);
             }
         }
     }
@@ -238,7 +238,7 @@ void LegacyProgress::detachChildren() noexcept
 // Exact at both ends, also where the range is narrow.
 double LegacyProgress::positionInParent() const noexcept
 {
-    return rangeStart + static_cast<double>(rangeEnd - rangeStart) * fraction();
+    return rangeStart + (static_cast<double>(rangeEnd - rangeStart) * fraction());
 }
 
 void LegacyProgress::place(double newPosition, Changes& changes)
@@ -313,7 +313,7 @@ int LegacyProgress::Speed::getPartitionFromRate(Rate rate) const noexcept
         total += counts.at(i) * weightAt(i);
     }
     const std::uint64_t full = FullRange;
-    return total == 0 ? 0 : static_cast<int>(std::min(full, full * weightAt(indexOf(rate)) / total));
+    return total == 0 ? 0 : static_cast<int>(std::min(full, (full * weightAt(indexOf(rate))) / total));
 }
 
 } // namespace Valdane
