@@ -1,0 +1,85 @@
+#pragma once
+
+#include "Platform/GeneralServices/LegacyProgress.h"
+#include "Service/CommandPattern/CommandPatternExport.h"
+
+#include <memory>
+#include <string>
+
+namespace Valdane
+{
+
+/// One change to the application's data that can be executed, undone and redone.
+///
+/// Derive from it, implement execute() and undo(), and hand the command to CommandManager::addCommand. The
+/// manager calls execute() once, then undo() and redo() in turn. A command reports failure by throwing what
+/// is derived from `std::exception`, and should then leave the data as it found them, because nobody undoes a
+/// command whose execute() failed.
+///
+/// Ownership: commands are held by `std::shared_ptr`; whoever holds the last one destroys the command, and a
+/// history may hold it for a long time. So remember paths rather than objects.
+/// Thread: the thread that drives the command's manager.
+class VALDANE_COMMANDPATTERN_EXPORT CommandBase
+{
+public:
+    /// A command without a description, of normal speed, with a progress of its own. @throws std::bad_alloc
+    CommandBase();
+
+    /// @param description  what users read in undo menus and logs, such as "Rename pump"; may be empty.
+    /// @throws std::bad_alloc
+    explicit CommandBase(std::string description);
+
+    CommandBase(const CommandBase&) = delete;
+    CommandBase& operator=(const CommandBase&) = delete;
+
+    /// Takes over description, progress and speed. @p other is left with an empty description and no
+    /// progress: it can be destroyed or assigned to, but no longer run.
+    CommandBase(CommandBase&& other) noexcept;
+    CommandBase& operator=(CommandBase&& other) noexcept;
+
+    virtual ~CommandBase();
+
+    /// Performs the command. @throws what it likes; the manager reports what is a `std::exception`.
+    virtual void execute() = 0;
+
+    /// Reverts what execute() or redo() did last. @throws as execute()
+    virtual void undo() = 0;
+
+    /// Performs the command again after undo(): calls execute(), unless overridden. @throws as execute()
+    virtual void redo();
+
+    /// The text for users; the reference holds until the description is changed or the command dies.
+    virtual const std::string& getDescription() const;
+
+    /// How fast the command is compared with its neighbours in a macro; slower ones get more of the progress.
+    virtual LegacyProgress::Speed::Rate getSpeedRate() const;
+
+    /// Whether redo() may follow undo(); true, unless overridden. The manager asks once after each undo, and
+    /// forgets everything that could be redone if the answer is false.
+    virtual bool isRedoCapable();
+
+    /// The name in log lines: the description that was set or, where that is empty, the name of the command's
+    /// class with its namespace. Never empty, and not affected by an overridden getDescription().
+    std::string getLogDescription();
+
+    /// Replaces the text that getDescription() gives.
+    void setDescription(std::string text);
+
+    /// The command's progress; empty only in a command that was moved from. Shared with the caller.
+    std::shared_ptr<LegacyProgress> getProgress();
+    std::shared_ptr<const LegacyProgress> getProgress() const;
+
+    /// The same without sharing; valid as long as the command and its progress live.
+    LegacyProgress* getProgressPtr();
+    const LegacyProgress* getProgressPtr() const;
+
+    /// Sets what getSpeedRate() gives; at first it is `LegacyProgress::Speed::Normal`.
+    void setSpeedRate(LegacyProgress::Speed::Rate rate);
+
+private:
+    std::string description;
+    std::shared_ptr<LegacyProgress> progress;
+    LegacyProgress::Speed::Rate speedRate;
+};
+
+} // namespace Valdane

@@ -1,0 +1,180 @@
+#pragma once
+
+#include "Platform/Signals/Connection.h"
+#include "Platform/Signals/Slot.h"
+#include "Service/CommandPattern/CommandPatternExport.h"
+
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <string>
+
+namespace Valdane
+{
+
+class CommandBase;
+class ModuleAccessInterface;
+class Progress;
+class ThreadManager;
+
+/// Runs commands, keeps them for undo and redo, and tells listeners what happened.
+///
+/// An executed command goes on top of the undo queue, an undone one from there on top of the redo queue, and
+/// executing another command forgets what could be redone:
+///
+///     CommandManager manager;
+///     manager.addCommand(std::make_shared<SetNameCmd>(pump, "P-101", "Rename pump"));
+///     manager.undo(1);
+///     manager.redo(1);
+///
+/// Failures. What a command throws is caught if it is derived from `std::exception`: the manager writes one
+/// error line, emits sigCommandFailed, and the operation answers false; the queues are then as before the
+/// command that failed. Everything else passes through to the caller: exceptions of other types, and whatever
+/// slots and the module access interface throw, the latter when the queues are settled already. However an
+/// operation ends, isProcessingCommand() is false after it.
+///
+/// Signals are emitted on the calling thread when all state is settled, so a slot may call any operation of
+/// the manager. Destroy the manager only when none of its operations is under way.
+///
+/// Ownership: shares the commands with its callers. Commands that only the queues hold die with their entry.
+/// Thread: one thread, by custom the application's main thread. No locks.
+class VALDANE_COMMANDPATTERN_EXPORT CommandManager
+{
+public:
+    /// Why the queues changed.
+    enum QueueChangeReason
+    {
+        CommandUndone = 0, ///< one command was undone
+        CommandRedone = 1, ///< one command was redone
+        QueueCleared = 2,  ///< clear()
+        CommandAdded = 3,  ///< a command was put on top of the undo queue
+    };
+
+    /// Empty queues; a limit of 25 commands that is not in use.
+    CommandManager();
+    CommandManager(const CommandManager&) = delete;
+    CommandManager& operator=(const CommandManager&) = delete;
+    ~CommandManager();
+
+    /// Executes @p command and, if it succeeds, puts it on the undo queue as addExecutedCommand() does.
+    ///
+    /// Resets the command's progress before and completes it after execution. Emits sigCommandQueueChanged
+    /// (CommandAdded), then sigCommandExecuted.
+    ///
+    /// @return true if it was executed; false if it threw, or if @p command is empty.
+    bool addCommand(std::shared_ptr<CommandBase> command);
+
+    /// Puts @p command, which its caller has executed already, on top of the undo queue; empty is ignored.
+    ///
+    /// Forgets what could be redone, applies the limit, then emits sigCommandQueueChanged(CommandAdded).
+    void addExecutedCommand(std::shared_ptr<CommandBase> command);
+
+    /// Undoes up to @p count commands, newest first. Each one undone emits sigCommandUndone, then
+    /// sigCommandQueueChanged(CommandUndone).
+    ///
+    /// A command that is not redo-capable empties the redo queue instead of moving there.
+    ///
+    /// @return false if a command threw: it stays on top of the undo queue, the ones before it stay undone.
+    ///         True otherwise, also if there were fewer than @p count commands.
+    bool undo(std::uint64_t count);
+
+    /// Redoes up to @p count commands, the one undone last first. Each one redone emits sigCommandExecuted,
+    /// then sigCommandQueueChanged(CommandRedone).
+    ///
+    /// @return false if a command threw: it stays on top of the redo queue, the ones before it stay redone.
+    ///         True otherwise, also if there were fewer than @p count commands.
+    bool redo(std::uint64_t count);
+
+    /// Undoes everything, or up to the first command that throws.
+    void undoAll();
+
+    /// Redoes everything, or up to the first command that throws.
+    void redoAll();
+
+    bool canUndo() const;
+    bool canRedo() const;
+
+    /// The command that undo(1) would undo; empty if there is none.
+    std::shared_ptr<const CommandBase> getUndoCommand() const;
+
+    /// The command that redo(1) would redo; empty if there is none.
+    std::shared_ptr<const CommandBase> getRedoCommand() const;
+
+    /// The descriptions of what can be undone, next one first. Cost: linear in the queue.
+    std::list<std::string> collectUndoCommandDescriptions() const;
+
+    /// The descriptions of what can be redone, next one first. Cost: linear in the queue.
+    std::list<std::string> collectRedoCommandDescriptions() const;
+
+    /// Forgets all commands of both queues; then emits sigCommandQueueChanged(QueueCleared), in any case.
+    void clear();
+
+    /// The number of commands in both queues.
+    std::uint64_t getQueueSize() const;
+
+    /// The limit on getQueueSize(), whether it is in use or not.
+    std::uint32_t getMaxQueueSize() const;
+
+    /// Sets the limit and, if that is a change and the limit is in use, applies it at once.
+    ///
+    /// Applying it drops the oldest commands of the undo queue, and both queues whole where the redo queue
+    /// alone is longer than the limit. Nothing is emitted. The limit is applied here, in
+    /// setUsesMaxQueueSize() and whenever a command is added; undo and redo never drop anything.
+    void setMaxQueueSize(std::uint32_t size);
+
+    bool usesMaxQueueSize() const;
+
+    /// Switches the limit on or off; if that is a change and the limit is on now, applies it at once.
+    void setUsesMaxQueueSize(bool use);
+
+    /// Whether the manager is running a command's execute, undo or redo just now. It only tells: no operation
+    /// is refused because of it, and one that ends inside another's command leaves it false.
+    bool isProcessingCommand() const;
+
+    /// Hangs the manager's progress, which follows each command that is undone or redone, under @p progress,
+    /// an application's progress bar for instance; empty is ignored. Nothing is owned either way.
+    void setProgress(std::shared_ptr<Progress> progress);
+
+    /// Installs what tells the manager about the application's modules, in place of the previous one.
+    ///
+    /// @pre not empty (not checked).
+    void setModuleAccessInterface(std::shared_ptr<ModuleAccessInterface> moduleAccess);
+
+    /// The manager's thread manager; shared with the caller.
+    std::shared_ptr<ThreadManager> getThreadManager() const;
+
+    /// After a command was executed and queued, and after each one that was redone.
+    [[nodiscard]] Signals::Connection connectToSigCommandExecuted(const Signals::Slot<void()>& slot);
+
+    /// When a command has thrown: with the exception's `what()` and the command's description. Both texts
+    /// hold during the call only.
+    [[nodiscard]] Signals::Connection
+    connectToSigCommandFailed(const Signals::Slot<void(const char*, const std::string&)>& slot);
+
+    /// After each change of the queues, except those that the limit makes.
+    [[nodiscard]] Signals::Connection
+    connectToSigCommandQueueChanged(const Signals::Slot<void(CommandManager::QueueChangeReason)>& slot);
+
+    /// After each command that was undone.
+    [[nodiscard]] Signals::Connection connectToSigCommandUndone(const Signals::Slot<void()>& slot);
+
+    /// When a threaded command has ended, whether it succeeded or not.
+    [[nodiscard]] Signals::Connection connectToSigThreadedCommandFinished(const Signals::Slot<void()>& slot);
+
+    /// When a threaded command has been started on the worker thread.
+    [[nodiscard]] Signals::Connection connectToSigThreadedCommandStarted(const Signals::Slot<void()>& slot);
+
+    /// When the application says so by emitSigUndoRedoProcessCompleted().
+    [[nodiscard]] Signals::Connection connectToSigUndoRedoProcessCompleted(const Signals::Slot<void()>& slot);
+
+    /// To be called when a whole gesture of undos or redos is over, so that listeners can do once what they
+    /// need not do at every step. The manager never emits this signal itself.
+    void emitSigUndoRedoProcessCompleted();
+
+private:
+    class Private;
+
+    std::unique_ptr<Private> d;
+};
+
+} // namespace Valdane

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "Platform/GeneralServices/LegacyProgress.h"
+#include "Platform/Multitasking/ThreadManager.h"
+#include "Platform/Signals/Signal.h"
+#include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandPattern/ModuleAccessInterface.h"
+#include "Service/CommandPattern/QueueLimit.h"
+#include "Service/CommandPattern/QueuedCommand.h"
+
+#include <exception>
+#include <memory>
+#include <source_location>
+#include <string>
+
+namespace Valdane
+{
+
+/// The state of a manager, and the steps that its operations have in common.
+///
+/// Thread: as CommandManager.
+class CommandManager::Private
+{
+public:
+    Private();
+
+    /// Runs @p work, which is one command's own work, with processingCommand set.
+    ///
+    /// The flag is false afterwards, however @p work ends. What is derived from `std::exception` is reported
+    /// as a failure of @p command and answered with false; everything else passes through.
+    template <typename Work>
+    bool process(CommandBase& command, const char* context, const Work& work);
+
+    /// Writes the failure to the log and emits sigCommandFailed, with processingCommand false.
+    void reportFailure(const std::exception& exception, const char* context, const CommandBase& command);
+
+    /// Writes the error line of a failed command.
+    void logException(const std::exception& exception, const std::string& context,
+                      const std::string& commandDescription);
+
+    /// Writes @p before, the command's description and @p after as one trace line, if anybody reads it.
+    void trace(const char* before, const CommandBase& command, const char* after,
+               const std::source_location& place) const;
+
+    /// Removes the entry of @p command from the top of @p queue; another entry stays there, since a command
+    /// may have changed the queues while it ran.
+    static void removeTop(CommandQueue& queue, const std::shared_ptr<CommandBase>& command);
+
+    /// Puts an undone entry on top of the redo queue. If its command is not redo-capable, or fails to tell,
+    /// the older ones there could not be redone without it, so that the redo queue is emptied instead.
+    void keepForRedo(const QueuedCommand& entry);
+
+    CommandQueue undoQueue;
+    CommandQueue redoQueue;
+    QueueLimit limit;
+    std::shared_ptr<ThreadManager> threadManager;
+    std::shared_ptr<LegacyProgress> progress;
+    std::shared_ptr<ModuleAccessInterface> moduleAccessInterface;
+    bool processingCommand = false;
+    Signals::Signal<void()> sigUndoRedoProcessCompleted;
+    Signals::Signal<void(QueueChangeReason)> sigCommandQueueChanged;
+    Signals::Signal<void()> sigThreadedCommandStarted;
+    Signals::Signal<void()> sigThreadedCommandFinished;
+    Signals::Signal<void()> sigCommandExecuted;
+    Signals::Signal<void()> sigCommandUndone;
+    Signals::Signal<void(const char*, const std::string&)> sigCommandFailed;
+};
+
+template <typename Work>
+bool CommandManager::Private::process(CommandBase& command, const char* context, const Work& work)
+{
+    processingCommand = true;
+    try
+    {
+        work();
+    }
+    catch (const std::exception& exception)
+    {
+        reportFailure(exception, context, command);
+        return false;
+    }
+    catch (...)
+    {
+        processingCommand = false;
+        throw;
+    }
+    processingCommand = false;
+    return true;
+}
+
+} // namespace Valdane

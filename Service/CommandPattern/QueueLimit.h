@@ -1,0 +1,25 @@
+#pragma once
+
+#include "Service/CommandPattern/QueuedCommand.h"
+
+#include <cstdint>
+
+namespace Valdane
+{
+
+/// The limit on the number of entries of both queues together.
+///
+/// Thread: as CommandManager.
+struct QueueLimit
+{
+    std::uint32_t maxQueueSize = 25;
+    bool usesMaxQueueSize = false;
+
+    /// Drops what is beyond the limit: both queues where the redo queue alone is, else the oldest entries of
+    /// the undo queue.
+    ///
+    /// Entries leave their queue before they die.
+    void enforce(CommandQueue& undoQueue, CommandQueue& redoQueue) const;
+};
+
+} // namespace Valdane

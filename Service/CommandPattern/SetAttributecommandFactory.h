@@ -1,0 +1,74 @@
+#pragma once
+
+#include "Platform/Parameterization/CommandCreatorInterface.h"
+#include "Platform/Parameterization/Path.h"
+#include "Service/CommandPattern/CommandPatternExport.h"
+
+#include <memory>
+#include <string>
+
+namespace Valdane
+{
+
+class Object;
+
+/// Makes the commands that set attributes of one object from texts, as a user types them.
+///
+/// An attribute that has a command creator of its own gets that one's command, all others a SetAttributeCmd.
+///
+/// The text is converted with `boost::lexical_cast`, which wants all of it, without blanks: for the integers
+/// an optional sign and decimal digits (a sign before an unsigned one wraps it around as C++ does), for
+/// double also "nan" and "inf", for bool "0" or "1". A string takes every text as it is.
+///
+/// Thread: as CommandManager.
+class VALDANE_COMMANDPATTERN_EXPORT SetAttributecommandFactory : public CommandCreatorInterface
+{
+public:
+    /// @param object  the object that has the attributes; nothing but its root (weakly) and its path are
+    /// kept.
+    /// @throws VdException if @p object is empty.
+    explicit SetAttributecommandFactory(std::shared_ptr<Object> object);
+
+    SetAttributecommandFactory(const SetAttributecommandFactory&);
+    SetAttributecommandFactory(SetAttributecommandFactory&&) noexcept;
+    SetAttributecommandFactory& operator=(const SetAttributecommandFactory&);
+    SetAttributecommandFactory& operator=(SetAttributecommandFactory&&) noexcept;
+    ~SetAttributecommandFactory() override;
+
+    /// For descriptions of types that have no overload.
+    using CommandCreatorInterface::createCommand;
+
+    /// @param description         an attribute of the object.
+    /// @param valueText           the value to set.
+    /// @param commandDescription  as in CommandBase; where it is empty a SetAttributeCmd makes one.
+    /// @return a command that was not executed yet; empty only if the attribute's own creator gives that.
+    /// @throws boost::bad_lexical_cast if @p valueText cannot be converted; VdException naming the path, if
+    /// the
+    ///         object is gone, or if @p description is null.
+    std::shared_ptr<CommandBase> createCommand(const AttributeDescription<bool>* description,
+                                               const std::string& valueText,
+                                               const std::string& commandDescription) override;
+    std::shared_ptr<CommandBase> createCommand(const AttributeDescription<double>* description,
+                                               const std::string& valueText,
+                                               const std::string& commandDescription) override;
+    std::shared_ptr<CommandBase> createCommand(const AttributeDescription<std::string>* description,
+                                               const std::string& valueText,
+                                               const std::string& commandDescription) override;
+    std::shared_ptr<CommandBase> createCommand(const AttributeDescription<unsigned int>* description,
+                                               const std::string& valueText,
+                                               const std::string& commandDescription) override;
+    std::shared_ptr<CommandBase> createCommand(const AttributeDescription<int>* description,
+                                               const std::string& valueText,
+                                               const std::string& commandDescription) override;
+
+private:
+    template <typename T>
+    std::shared_ptr<CommandBase> create(const AttributeDescription<T>* description,
+                                        const std::string& valueText,
+                                        const std::string& commandDescription) const;
+
+    std::weak_ptr<Object> rootObject;
+    Path objectPath;
+};
+
+} // namespace Valdane
