@@ -34,8 +34,7 @@ public:
                                                    const T& value, const std::string& commandDescription)>;
 
     /// @param getter  reads the value; without one (empty) the attribute cannot be read.
-    /// @param setter  writes the value and emits nothing; without one (empty) the attribute cannot be
-    /// written.
+    /// @param setter  writes the value, emits nothing; without one (empty) the attribute cannot be written.
     AttributeDescription(std::string name, Getter getter, Setter setter);
     ~AttributeDescription() override;
 
@@ -58,8 +57,8 @@ private:
 };
 
 template <typename T>
-AttributeDescription<T>::AttributeDescription(std::string attributeName, Getter read, Setter write)
-    : AttributeDescriptionBase(std::move(attributeName)), getter(std::move(read)), setter(std::move(write))
+AttributeDescription<T>::AttributeDescription(std::string name, Getter read, Setter write)
+    : AttributeDescriptionBase(std::move(name)), getter(std::move(read)), setter(std::move(write))
 {
 }
 

@@ -5,9 +5,7 @@
 namespace Valdane
 {
 
-AttributeDescriptionBase::AttributeDescriptionBase(std::string attributeName) : name(std::move(attributeName))
-{
-}
+AttributeDescriptionBase::AttributeDescriptionBase(std::string name) : attributeName(std::move(name)) {}
 
 AttributeDescriptionBase::~AttributeDescriptionBase() = default;
 
@@ -18,7 +16,7 @@ bool AttributeDescriptionBase::emitsChangedSignal() const
 
 const std::string& AttributeDescriptionBase::getName() const noexcept
 {
-    return name;
+    return attributeName;
 }
 
 bool AttributeDescriptionBase::isForStandardEnabled() const noexcept

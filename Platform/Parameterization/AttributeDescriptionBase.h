@@ -7,14 +7,13 @@
 namespace Valdane
 {
 
-/// What is known of an attribute of an object whatever its type: its name and when a change of it is
-/// announced.
+/// What is known of an attribute whatever its type: its name, and when a change of it is announced.
 ///
 /// A change is announced through `AttributeDescription<T>::getSigChanged()` by whoever makes it, if the
 /// attribute is enabled for standard values or emitsChangedSignal() says so.
 ///
-/// Ownership: held by `std::shared_ptr`, by the object that has the attribute or by who asked it for the
-/// description. Thread: the application's main thread only.
+/// Ownership: held by `std::shared_ptr`, by the object that has the attribute or by who asked for it.
+/// Thread: the application's main thread only.
 class VALDANE_PARAMETERIZATION_EXPORT AttributeDescriptionBase
 {
 public:
@@ -38,7 +37,7 @@ protected:
     explicit AttributeDescriptionBase(std::string name);
 
 private:
-    std::string name;
+    std::string attributeName;
     bool forStandardEnabled = true;
 };
 

@@ -11,11 +11,9 @@
 namespace Valdane
 {
 
-/// The attributes that an object has got at run time: texts with names, in the order in which they were
-/// added.
+/// The attributes that an object got at run time: texts with names, in the order in which they were added.
 ///
-/// Any text is a name. Every operation that takes a name costs a comparison per attribute: meant for tens of
-/// them.
+/// Any text is a name. Operations that take a name cost a comparison per attribute: meant for tens of them.
 ///
 /// Thread: the application's main thread only.
 class VALDANE_PARAMETERIZATION_EXPORT DynamicAttributeCollection

@@ -62,7 +62,7 @@ struct Object::Extras
     Signals::Signal<void()> sigChanged;
 };
 
-Object::Object(std::string objectKey) : key(std::move(objectKey)) {}
+Object::Object(std::string key) : keyInOwner(std::move(key)) {}
 
 Object::~Object()
 {
@@ -79,15 +79,15 @@ Object::~Object()
 
 const std::string& Object::getKey() const noexcept
 {
-    return key;
+    return keyInOwner;
 }
 
 void Object::addChild(std::shared_ptr<Object> child)
 {
     requireAdoptable(child.get());
-    if (findChild(child->key) != nullptr)
+    if (findChild(child->keyInOwner) != nullptr)
     {
-        throw VdException(describe() + " has a child '" + child->key + "' already");
+        throw VdException(describe() + " has a child '" + child->keyInOwner + "' already");
     }
     if (children == nullptr)
     {
@@ -98,9 +98,9 @@ void Object::addChild(std::shared_ptr<Object> child)
     added.owner = this;
 }
 
-std::shared_ptr<Object> Object::removeChild(std::string_view childKey)
+std::shared_ptr<Object> Object::removeChild(std::string_view key)
 {
-    auto child = children == nullptr ? nullptr : children->remove(childKey);
+    auto child = children == nullptr ? nullptr : children->remove(key);
     if (child != nullptr)
     {
         child->owner = nullptr;
@@ -111,9 +111,9 @@ std::shared_ptr<Object> Object::removeChild(std::string_view childKey)
 std::shared_ptr<Object> Object::replaceChild(std::shared_ptr<Object> child)
 {
     requireAdoptable(child.get());
-    if (findChild(child->key) == nullptr)
+    if (findChild(child->keyInOwner) == nullptr)
     {
-        throw VdException(describe() + " has no child '" + child->key + "' to replace");
+        throw VdException(describe() + " has no child '" + child->keyInOwner + "' to replace");
     }
     child->owner = this;
     auto replaced = children->replace(std::move(child));
@@ -121,9 +121,9 @@ std::shared_ptr<Object> Object::replaceChild(std::shared_ptr<Object> child)
     return replaced;
 }
 
-std::shared_ptr<Object> Object::findChild(std::string_view childKey) const
+std::shared_ptr<Object> Object::findChild(std::string_view key) const
 {
-    const auto* found = children == nullptr ? nullptr : children->find(childKey);
+    const auto* found = children == nullptr ? nullptr : children->find(key);
     return found == nullptr ? nullptr : *found;
 }
 
@@ -246,7 +246,7 @@ std::vector<std::string_view> Object::keysFrom(const Object* top) const
     const Object* object = this;
     for (; object != top && object->owner != nullptr; object = object->owner)
     {
-        keys.emplace_back(object->key);
+        keys.emplace_back(object->keyInOwner);
     }
     if (top != nullptr && object != top)
     {
@@ -304,7 +304,8 @@ std::string Object::describe() const
     {
         root = root->owner;
     }
-    return "Object '" + getPath(RequestedPathType::FromRoot).toString() + "' of tree '" + root->key + "'";
+    return "Object '" + getPath(RequestedPathType::FromRoot).toString() + "' of tree '" + root->keyInOwner +
+           "'";
 }
 
 } // namespace Valdane

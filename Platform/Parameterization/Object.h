@@ -49,8 +49,7 @@ public:
     /// Cost: independent of the number of children; a child that has children itself costs a step for every
     /// level above this object.
     /// @throws VdException if @p child is empty, has an owner, is this object or the root of its tree, or if
-    /// there is
-    ///         a child with the same key; std::bad_alloc. Nothing has changed then.
+    ///         there is a child with the same key; std::bad_alloc. Nothing has changed then.
     void addChild(std::shared_ptr<Object> child);
 
     /// Takes the child with @p key out of the tree, as the root of what is below it.
@@ -64,8 +63,7 @@ public:
     /// @return the child that was replaced, now a root.
     /// Cost: as for addChild.
     /// @throws VdException if @p child is empty, has an owner, is this object or the root of its tree, or if
-    /// there is
-    ///         no child with the same key. Nothing has changed then.
+    ///         there is no child with the same key. Nothing has changed then.
     std::shared_ptr<Object> replaceChild(std::shared_ptr<Object> child);
 
     /// The child with @p key, empty if there is none. Cost: one hash lookup, however many children there are.
@@ -104,10 +102,9 @@ public:
 
     /// Adds an attribute under the name that @p description has.
     ///
-    /// The object shares ownership: a getter or setter that holds this object by a shared pointer keeps it
-    /// for ever.
+    /// The object shares ownership, so a getter or setter that holds it by a shared pointer keeps it forever.
     /// @throws VdException if @p description is empty or there is an attribute of that name. Nothing has
-    /// changed then.
+    ///         changed then.
     void addAttributeDescription(std::shared_ptr<AttributeDescriptionBase> description);
 
     /// The description of the attribute @p name, empty if there is none: one that was added.
@@ -119,8 +116,9 @@ public:
     /// The dynamic attributes; an empty pointer if the object has none, as at first.
     virtual std::shared_ptr<DynamicAttributeCollection> getDynamicAttributeCollection();
 
-    /// Shares ownership of @p collection from now on; an empty pointer means no dynamic attributes. Emits
-    /// nothing.
+    /// Shares ownership of @p collection from now on; an empty pointer means no dynamic attributes.
+    ///
+    /// Emits nothing.
     virtual void setDynamicAttributeCollection(std::shared_ptr<DynamicAttributeCollection> collection);
 
     /// Tells the listeners of connectToSigChanged that this object, or what it owns, has changed.
@@ -150,7 +148,7 @@ private:
     Extras& requireExtras();
     std::string describe() const;
 
-    std::string key;
+    std::string keyInOwner;
     Object* owner = nullptr;
     std::unique_ptr<Children> children;
     std::unique_ptr<Extras> extras;
