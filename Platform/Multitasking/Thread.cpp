@@ -3,7 +3,7 @@
 namespace Valdane
 {
 
-Thread::Thread(const std::string& threadName) : name(threadName) {}
+Thread::Thread(const std::string& name) : threadName(name) {}
 
 Thread::~Thread() = default;
 
@@ -16,12 +16,12 @@ Thread::BlockingLevel Thread::blockingLevel() const
 
 const std::string& Thread::getName() const
 {
-    return name;
+    return threadName;
 }
 
 bool Thread::isAborted() const
 {
-    return aborted;
+    return abortedState;
 }
 
 void Thread::prepareRun() {}
@@ -30,12 +30,12 @@ void Thread::abortRun() {}
 
 void Thread::clearAborted()
 {
-    aborted = false;
+    abortedState = false;
 }
 
 void Thread::abort()
 {
-    aborted = true;
+    abortedState = true;
     abortRun();
 }
 

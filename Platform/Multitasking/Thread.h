@@ -75,8 +75,8 @@ private:
     void abort();
     void runAllSteps();
 
-    std::string name;
-    std::atomic<bool> aborted = false;
+    std::string threadName;
+    std::atomic<bool> abortedState = false;
 };
 
 } // namespace Valdane

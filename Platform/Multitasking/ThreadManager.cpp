@@ -31,7 +31,7 @@ std::exception_ptr exceptionOf(const Call& call) noexcept
 
 } // namespace
 
-// The place of the run under way. The worker shares it, and so never touches a manager that its run has
+// The place of the run under way. The worker shares it, and so never touches a manager that its run
 // destroyed.
 struct ThreadManager::Slot
 {

@@ -10,18 +10,21 @@ namespace
 
 std::atomic<bool> refused = false;
 
+using Create = int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+
 } // namespace
 
 // An executable's own symbol comes before the one of the system, for the libraries too.
-extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*),
-                              void* argument) noexcept
+extern "C" Create createUnlessRefused __asm__("pthread_create");
+
+int createUnlessRefused(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*),
+                        void* argument)
 {
     if (refused)
     {
         return EAGAIN;
     }
-    static const auto create =
-        reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+    static const auto create = reinterpret_cast<Create*>(dlsym(RTLD_NEXT, "pthread_create"));
     return create(thread, attributes, start, argument);
 }
 

@@ -56,12 +56,12 @@ private:
 /// What a ScriptedThread does in each of its operations; by default nothing.
 struct Script
 {
-    std::function<void()> prepareRun = {};
-    std::function<void(const Valdane::Thread&)> run = {};
-    std::function<void()> finishRun = {};
-    std::function<void()> abortRun = {};
-    std::function<void(bool)> sendFinishSignal = {};
-    std::function<void()> destroyed = {};
+    std::function<void()> prepareRun = nullptr;
+    std::function<void(const Valdane::Thread&)> run = nullptr;
+    std::function<void()> finishRun = nullptr;
+    std::function<void()> abortRun = nullptr;
+    std::function<void(bool)> sendFinishSignal = nullptr;
+    std::function<void()> destroyed = nullptr;
 };
 
 /// A thread that writes every call down and then does what its script says.

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <stdexcept>
@@ -159,13 +160,12 @@ TEST_F(ThreadManagerInSynchronousMode, AnExceptionOfAStepSignalsFalseBeforeItIsL
                                               fail();
                                           }},
                                          {.finishRun = fail}};
-    std::vector<std::string> expected;
     for (std::size_t failing = 0; failing < scripts.size(); ++failing)
     {
         journal = std::make_shared<Journal>();
         const auto thread = makeThread(scripts[failing]);
         EXPECT_THROW(manager->addThread(thread), std::runtime_error);
-        expected = {"caller: prepareRun", "caller: run", "caller: finishRun"};
+        std::vector<std::string> expected = {"caller: prepareRun", "caller: run", "caller: finishRun"};
         expected.resize(failing + 1);
         expected.emplace_back("caller: sendFinishSignal(false)");
         EXPECT_EQ(journal->lines(), expected);
