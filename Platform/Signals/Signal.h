@@ -37,6 +37,11 @@ class Signal;
 /// that did
 ///   it.
 ///
+/// Deliberately unlike Boost.Signals2, whose behaviour it has otherwise: there are no locks, groups,
+/// combiners and results; an empty function is refused when the slot is made; arguments by value are shared
+/// by all slots (see Slot); connections disconnect when they are destroyed; an emission ends when its signal
+/// is destroyed.
+///
 /// Neither copied nor moved. One pointer wide; allocates nothing until the first connect. No lock is ever
 /// taken.
 ///
@@ -68,9 +73,7 @@ public:
     [[nodiscard]] Connection connect(const Slot<void(Args...)>& slot,
                                      ConnectPosition position = ConnectPosition::Back)
     {
-        return this->connectBy(position == ConnectPosition::Front ? &Private::SlotList::prepend
-                                                                  : &Private::SlotList::append,
-                               slot);
+        return this->connectSlot(slot, position == ConnectPosition::Front);
     }
 
     /// Calls all connected slots with the arguments, from the front to the back.

@@ -9,12 +9,9 @@
 #include <boost/smart_ptr/intrusive_ptr.hpp>
 
 #include <functional>
-#include <utility>
 
 namespace Valdane::Signals
 {
-
-enum class ConnectPosition;
 
 template <typename Signature>
 class Signal;
@@ -38,16 +35,9 @@ public:
     void operator()(Args... args) const
     {
         SlotList* const list = static_cast<const Signal<void(Args...)>&>(*this).slotList();
-        if (list == nullptr || list->isEmpty())
+        if (list != nullptr && !list->isEmpty())
         {
-            return;
-        }
-        for (SlotList::Cursor cursor(*list); !cursor.atEnd(); cursor.advance())
-        {
-            if (cursor.isDue())
-            {
-                static_cast<Node&>(cursor.node()).call(args...);
-            }
+            callSlots(*list, args...);
         }
     }
 
@@ -55,18 +45,17 @@ protected:
     SignalHandler() noexcept = default;
     ~SignalHandler() = default;
 
-    using Append = void (SlotList::*)(boost::intrusive_ptr<SlotNode>) noexcept;
-
-    Connection connectBy(Append append, const Slot<void(Args...)>& slot)
+    Connection connectSlot(const Slot<void(Args...)>& slot, bool atFront)
     {
-        boost::intrusive_ptr<SlotNode> node(new Node(slot));
+        // The node first: if the list was made and the node failed, the signal would be left changed.
+        const boost::intrusive_ptr<SlotNode> node(new Node(slot));
         SlotList& list = static_cast<Signal<void(Args...)>&>(*this).makeSlotList();
         if (list.isClosed())
         {
             return Connection();
         }
-        (list.*append)(node);
-        return Connection(std::move(node));
+        list.insert(node, atFront);
+        return Connection(node);
     }
 
 private:
@@ -98,6 +87,19 @@ private:
 
         std::function<void(SlotArgument<Args>...)> callable;
     };
+
+    // Apart from the test, so that this can be inlined where a signal is emitted; static, because a slot may
+    // destroy the signal.
+    static void callSlots(SlotList& list, SlotArgument<Args>... args)
+    {
+        for (SlotList::Cursor cursor(list); !cursor.atEnd(); cursor.advance())
+        {
+            if (cursor.isDue())
+            {
+                static_cast<Node&>(cursor.node()).call(args...);
+            }
+        }
+    }
 };
 
 } // namespace Private

@@ -25,6 +25,11 @@ class SlotList : public boost::intrusive_ref_counter<SlotList, boost::thread_uns
 public:
     class Cursor;
 
+    SlotList() noexcept = default;
+    SlotList(const SlotList&) = delete;
+    SlotList& operator=(const SlotList&) = delete;
+    ~SlotList() = default;
+
     bool isEmpty() const noexcept
     {
         return first == nullptr;
@@ -36,22 +41,13 @@ public:
         return closed;
     }
 
-    /// @pre not closed (not checked).
-    void append(boost::intrusive_ptr<SlotNode> node) noexcept
+    /// @pre not closed, and @p node was in no list before (not checked).
+    void insert(boost::intrusive_ptr<SlotNode> node, bool atFront) noexcept
     {
-        adopt(*node);
-        node->previous = last;
-        last = node.get();
-        (node->previous != nullptr ? node->previous->next : first) = std::move(node);
-    }
-
-    /// @pre not closed (not checked).
-    void prepend(boost::intrusive_ptr<SlotNode> node) noexcept
-    {
-        adopt(*node);
-        (first != nullptr ? first->previous : last) = node.get();
-        node->next = std::move(first);
-        first = std::move(node);
+        node->list = this;
+        node->serial = nextSerial++;
+        node->connected = true;
+        atFront ? prepend(std::move(node)) : append(std::move(node));
     }
 
     /// Disconnects @p node from its list; nothing if it is not connected.
@@ -72,11 +68,18 @@ public:
     void close() noexcept;
 
 private:
-    void adopt(SlotNode& node) noexcept
+    void append(boost::intrusive_ptr<SlotNode> node) noexcept
     {
-        node.list = this;
-        node.serial = nextSerial++;
-        node.connected = true;
+        node->previous = last;
+        last = node.get();
+        (node->previous != nullptr ? node->previous->next : first) = std::move(node);
+    }
+
+    void prepend(boost::intrusive_ptr<SlotNode> node) noexcept
+    {
+        (first != nullptr ? first->previous : last) = node.get();
+        node->next = std::move(first);
+        first = std::move(node);
     }
 
     void remove(SlotNode& node) noexcept
