@@ -60,16 +60,13 @@ function(valdane_add_library name)
   set_property(GLOBAL APPEND PROPERTY VALDANE_LIBRARIES ${target})
 endfunction()
 
-# valdane_add_test(<Name> SOURCES ... [DEPENDS ...] [INCLUDES_FIRST ...] [THREADS])
+# valdane_add_test(<Name> SOURCES ... [DEPENDS ...] [THREADS])
 #
 # One GoogleTest executable; every test case is a ctest of its own. THREADS says that it starts threads: it then has the
-# label "threads" and belongs to the target thread-tests, which is what runs under the thread sanitizer. INCLUDES_FIRST
-# are include roots searched before all others.
+# label "threads" and belongs to the target thread-tests, which is what runs under the thread sanitizer.
 function(valdane_add_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "THREADS" "" "SOURCES;DEPENDS;INCLUDES_FIRST")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "THREADS" "" "SOURCES;DEPENDS")
   add_executable(${name} ${arg_SOURCES})
-  target_include_directories(${name} BEFORE PRIVATE ${arg_INCLUDES_FIRST})
-  target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}")
   target_link_libraries(${name} PRIVATE ${arg_DEPENDS} GTest::gmock_main)
   target_compile_features(${name} PRIVATE cxx_std_20)
   set_target_properties(${name} PROPERTIES CXX_EXTENSIONS OFF)

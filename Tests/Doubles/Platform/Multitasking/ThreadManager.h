@@ -1,0 +1,10 @@
+#pragma once
+
+namespace Valdane
+{
+
+class ThreadManager
+{
+};
+
+} // namespace Valdane
