@@ -1,0 +1,27 @@
+# Sourced by run-demo and run-tests: installs the Debian packages that are missing.
+
+build_packages=(g++ cmake ninja-build pkg-config libboost-dev libspdlog-dev libpugixml-dev libedit-dev)
+test_packages=(libgtest-dev libgmock-dev)
+
+# require_packages NAME...: returns when all of them are there; asks for rights only if one is missing.
+require_packages() {
+  local missing=() package
+  for package in "$@"; do
+    [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing+=("$package")
+  done
+  [ ${#missing[@]} -eq 0 ] && return
+
+  local as_root=()
+  if [ "$(id -u)" -ne 0 ]; then
+    as_root=(sudo)
+  fi
+  echo "Installing: ${missing[*]}"
+  "${as_root[@]}" apt-get update -qq
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" \
+    >/dev/null
+}
+
+# A compiler cache is used where there is one.
+if command -v ccache >/dev/null; then
+  export CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER-ccache}
+fi
