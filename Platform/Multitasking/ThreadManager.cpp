@@ -31,8 +31,7 @@ std::exception_ptr exceptionOf(const Call& call) noexcept
 
 } // namespace
 
-// The place of the run under way. The worker shares it, and so never touches a manager that its run
-// destroyed.
+// The run under way. The worker shares it, and so never touches a manager that its run destroyed.
 struct ThreadManager::Slot
 {
     enum class Phase
@@ -195,14 +194,13 @@ void ThreadManager::addThread(std::shared_ptr<Thread> thread)
                           slot->thread->getName() + "' is under way");
     }
     thread->clearAborted();
+    slot->fill(std::move(thread), runEnded);
     if (threadingMode == 0)
     {
-        slot->fill(std::move(thread), nullptr);
         runSynchronously();
     }
     else
     {
-        slot->fill(std::move(thread), runEnded);
         startWorker();
     }
 }

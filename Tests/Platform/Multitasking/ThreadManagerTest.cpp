@@ -248,6 +248,18 @@ TEST_F(ThreadManagerInWorkerMode, RethrowsTheSameObjectOfWhateverType)
     expectIdle();
 }
 
+TEST_F(ThreadManagerInWorkerMode, KeepsNoExceptionItHasRethrown)
+{
+    auto held = std::make_shared<int>(7);
+    const std::weak_ptr<int> observer = held;
+    manager->addThread(makeThread({.run = [&held](const Thread&)
+                                   {
+                                       throw std::exchange(held, nullptr);
+                                   }}));
+    EXPECT_THROW(manager->finalizeThread(), std::shared_ptr<int>);
+    EXPECT_TRUE(observer.expired());
+}
+
 TEST_F(ThreadManagerInWorkerMode, ARunAfterOneThatThrewIsJudgedOnItsOwn)
 {
     manager->addThread(makeThread({.prepareRun = []
