@@ -7,11 +7,11 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
-#include <cstdint>
+#include <cstddef>
 #include <deque>
 #include <limits>
 #include <memory>
+#include <new>
 #include <numeric>
 #include <random>
 #include <type_traits>
@@ -25,6 +25,8 @@ using Valdane::Progress;
 using Speed = LegacyProgress::Speed;
 
 constexpr int Full = LegacyProgress::FullRange;
+constexpr double Half = Full / 2.0;
+constexpr double Quarter = Full / 4.0;
 
 using Shared = std::shared_ptr<LegacyProgress>;
 
@@ -47,8 +49,8 @@ TEST(LegacyProgress, StartsAtZeroAndGoesToTheFullRange)
     LegacyProgress progress;
     EXPECT_EQ(progress.progress(), 0.0);
     EXPECT_EQ(progress.fraction(), 0.0);
-    progress.moveTo(Full / 4);
-    EXPECT_EQ(progress.progress(), Full / 4);
+    progress.moveTo(Quarter);
+    EXPECT_EQ(progress.progress(), Quarter);
     EXPECT_EQ(progress.fraction(), 0.25);
     progress.setComplete();
     EXPECT_EQ(progress.progress(), Full);
@@ -80,7 +82,7 @@ TEST(LegacyProgress, AParentFollowsItsChildThroughTheChildsRange)
     LegacyProgress child;
     parent.appendSubProgress(&child, 1000, 5000);
     EXPECT_EQ(parent.progress(), 0.0) << "attaching moves nobody";
-    child.moveTo(Full / 4);
+    child.moveTo(Quarter);
     EXPECT_EQ(parent.progress(), 2000.0);
     child.setComplete();
     EXPECT_EQ(parent.progress(), 5000.0);
@@ -91,10 +93,10 @@ TEST(LegacyProgress, AttachingMovesNeitherParentNorChild)
     LegacyProgress parent;
     LegacyProgress child;
     parent.moveTo(10);
-    child.moveTo(Full / 2);
+    child.moveTo(Half);
     parent.appendSubProgress(&child, 500, 1000);
     EXPECT_EQ(parent.progress(), 10.0);
-    EXPECT_EQ(child.progress(), Full / 2);
+    EXPECT_EQ(child.progress(), Half);
 }
 
 TEST(LegacyProgress, TheWholeChainAboveFollows)
@@ -104,9 +106,9 @@ TEST(LegacyProgress, TheWholeChainAboveFollows)
     chain[1].appendSubProgress(&chain[2], Full / 2, Full);
     chain[2].appendSubProgress(&chain[3], 0, Full / 2);
     chain[3].setComplete();
-    EXPECT_EQ(chain[2].progress(), Full / 2);
-    EXPECT_EQ(chain[1].progress(), Full / 4 * 3);
-    EXPECT_EQ(chain[0].progress(), Full / 8 * 3);
+    EXPECT_EQ(chain[2].progress(), Half);
+    EXPECT_EQ(chain[1].progress(), 3 * Quarter);
+    EXPECT_EQ(chain[0].progress(), 1.5 * Quarter);
 }
 
 TEST(LegacyProgress, ACompletionIsReportedAgainToAParentThatStartedAnew)
@@ -126,10 +128,10 @@ TEST(LegacyProgress, AMoveThatIsIgnoredIsNotReported)
 {
     LegacyProgress parent;
     LegacyProgress child;
-    child.moveTo(Full / 2);
+    child.moveTo(Half);
     parent.appendSubProgress(&child, 0, Full);
-    child.moveTo(Full / 4);
-    child.moveTo(Full / 2);
+    child.moveTo(Quarter);
+    child.moveTo(Half);
     EXPECT_EQ(parent.progress(), 0.0);
 }
 
@@ -138,14 +140,14 @@ TEST(LegacyProgress, AParentIsNotPulledBack)
     LegacyProgress parent;
     LegacyProgress child;
     parent.appendSubProgress(&child, 0, Full / 2);
-    parent.moveTo(Full / 4);
-    child.moveTo(Full / 4);
-    EXPECT_EQ(parent.progress(), Full / 4);
+    parent.moveTo(Quarter);
+    child.moveTo(Quarter);
+    EXPECT_EQ(parent.progress(), Quarter);
     child.setComplete();
     child.reset();
-    EXPECT_EQ(parent.progress(), Full / 2);
+    EXPECT_EQ(parent.progress(), Half);
     child.moveTo(1);
-    EXPECT_EQ(parent.progress(), Full / 2);
+    EXPECT_EQ(parent.progress(), Half);
 }
 
 TEST(LegacyProgress, ResetKeepsTheChildrenAttached)
@@ -153,10 +155,10 @@ TEST(LegacyProgress, ResetKeepsTheChildrenAttached)
     LegacyProgress parent;
     LegacyProgress child;
     parent.appendSubProgress(&child, 0, Full);
-    child.moveTo(Full / 2);
+    child.moveTo(Half);
     parent.reset();
     EXPECT_EQ(parent.progress(), 0.0);
-    EXPECT_EQ(child.progress(), Full / 2);
+    EXPECT_EQ(child.progress(), Half);
     child.setComplete();
     EXPECT_EQ(parent.progress(), Full);
 }
@@ -173,16 +175,17 @@ TEST(LegacyProgress, RangesAreClamped)
 
     constexpr int Lowest = std::numeric_limits<int>::min();
     constexpr int Highest = std::numeric_limits<int>::max();
-    for (const auto& [from, to, half, complete] : {Case{Lowest, Highest, Full / 2.0, Full}, //
-                                                   Case{-5, 10, 5.0, 10.0},                 //
-                                                   Case{700, 300, 700.0, 700.0},            //
-                                                   Case{Highest, Lowest, Full, Full},       //
-                                                   Case{Full - 2, Highest, Full - 1.0, Full}})
+    for (const auto& [from, to, half, complete] :
+         {Case{.from = Lowest, .to = Highest, .half = Half, .complete = Full},
+          Case{.from = -5, .to = 10, .half = 5.0, .complete = 10.0},
+          Case{.from = 700, .to = 300, .half = 700.0, .complete = 700.0},
+          Case{.from = Highest, .to = Lowest, .half = Full, .complete = Full},
+          Case{.from = Full - 2, .to = Highest, .half = Full - 1.0, .complete = Full}})
     {
         LegacyProgress parent;
         LegacyProgress child;
         parent.appendSubProgress(&child, from, to);
-        child.moveTo(Full / 2);
+        child.moveTo(Half);
         EXPECT_EQ(parent.progress(), half) << from << " to " << to;
         child.setComplete();
         EXPECT_EQ(parent.progress(), complete) << from << " to " << to;
@@ -204,11 +207,11 @@ TEST(LegacyProgress, AChildThatIsMissingOrThisOrAboveThisIsNotAttached)
     middle->addProgress(middle, true);
     middle->addProgress(nullptr, true);
     middle->addProgress(std::make_shared<Progress>(), true);
-    bottom->moveTo(Full / 2);
-    EXPECT_EQ(middle->progress(), Full / 2) << "refused children leave the present ones alone";
-    EXPECT_EQ(top->progress(), Full / 2);
+    bottom->moveTo(Half);
+    EXPECT_EQ(middle->progress(), Half) << "refused children leave the present ones alone";
+    EXPECT_EQ(top->progress(), Half);
     top->setComplete();
-    EXPECT_EQ(bottom->progress(), Full / 2);
+    EXPECT_EQ(bottom->progress(), Half);
 }
 
 TEST(LegacyProgress, AttachingAgainMovesTheChild)
@@ -218,9 +221,9 @@ TEST(LegacyProgress, AttachingAgainMovesTheChild)
     LegacyProgress child;
     first.appendSubProgress(&child, 0, Full);
     second.appendSubProgress(&child, 0, Full);
-    child.moveTo(Full / 2);
+    child.moveTo(Half);
     EXPECT_EQ(first.progress(), 0.0);
-    EXPECT_EQ(second.progress(), Full / 2);
+    EXPECT_EQ(second.progress(), Half);
     second.appendSubProgress(&child, 0, 100);
     second.reset();
     child.setComplete();
@@ -233,7 +236,7 @@ TEST(LegacyProgress, SetSubProgressStartsAnewWithTheOneChild)
     LegacyProgress former;
     const auto child = makeProgress();
     parent.appendSubProgress(&former, 0, Full);
-    former.moveTo(Full / 2);
+    former.moveTo(Half);
     child->moveTo(7);
     parent.setSubProgress(child, 100, 1);
     EXPECT_EQ(parent.progress(), 0.0);
@@ -260,10 +263,15 @@ TEST(LegacyProgress, SetSubProgressGivesTheChildItsShare)
 
     constexpr int Highest = std::numeric_limits<int>::max();
     for (const auto& [percent, parts, complete] :
-         {Case{100, 1, Full}, //
-          Case{50, 1, Full / 2.0}, Case{100, 3, 333'333'333.0}, Case{75, 2, 375'000'000.0},
-          Case{100, 0, Full}, Case{100, -4, Full}, Case{101, 1, Full}, Case{-1, 1, 0.0},
-          Case{Highest, Highest, 0.0}})
+         {Case{.percent = 100, .parts = 1, .complete = Full},
+          Case{.percent = 50, .parts = 1, .complete = Half},
+          Case{.percent = 100, .parts = 3, .complete = 333'333'333.0},
+          Case{.percent = 75, .parts = 2, .complete = 375'000'000.0},
+          Case{.percent = 100, .parts = 0, .complete = Full},
+          Case{.percent = 100, .parts = -4, .complete = Full},
+          Case{.percent = 101, .parts = 1, .complete = Full},
+          Case{.percent = -1, .parts = 1, .complete = 0.0},
+          Case{.percent = Highest, .parts = Highest, .complete = 0.0}})
     {
         LegacyProgress parent;
         const auto child = makeProgress();
@@ -283,7 +291,7 @@ TEST(LegacyProgress, SetSubProgressOfWhatCannotBeAChildOnlyStartsAnew)
         LegacyProgress former;
         above->appendSubProgress(&parent, 0, Full);
         parent.appendSubProgress(&former, 0, Full);
-        parent.moveTo(Full / 2);
+        parent.moveTo(Half);
         parent.setSubProgress(none, 100, 1);
         EXPECT_EQ(parent.progress(), 0.0);
         former.setComplete();
@@ -298,10 +306,10 @@ TEST(LegacyProgress, AddProgressMakesTheOneChildOverTheWholeRangeAndMovesNobody)
     const auto child = makeProgress();
     bar.appendSubProgress(&former, 0, Full);
     former.moveTo(100);
-    child->moveTo(Full / 2);
+    child->moveTo(Half);
     bar.addProgress(child, false);
     EXPECT_EQ(bar.progress(), 100.0);
-    EXPECT_EQ(child->progress(), Full / 2);
+    EXPECT_EQ(child->progress(), Half);
     EXPECT_EQ(child.use_count(), 1);
     former.setComplete();
     EXPECT_EQ(bar.progress(), 100.0);
@@ -316,9 +324,9 @@ TEST(LegacyProgress, AResetIsFollowedOnlyWhereTheLinkSaysSo)
         LegacyProgress bar;
         const auto child = makeProgress();
         bar.addProgress(child, followsReset);
-        child->moveTo(Full / 2);
+        child->moveTo(Half);
         child->reset();
-        EXPECT_EQ(bar.progress(), followsReset ? 0.0 : Full / 2);
+        EXPECT_EQ(bar.progress(), followsReset ? 0.0 : Half);
     }
 }
 
@@ -331,11 +339,11 @@ TEST(LegacyProgress, AResetIsFollowedUpToTheFirstLinkThatDoesNot)
     top->addProgress(upper, false);
     upper->addProgress(lower, true);
     lower->addProgress(bottom, true);
-    bottom->moveTo(Full / 2);
+    bottom->moveTo(Half);
     bottom->reset();
     EXPECT_EQ(lower->progress(), 0.0);
     EXPECT_EQ(upper->progress(), 0.0);
-    EXPECT_EQ(top->progress(), Full / 2);
+    EXPECT_EQ(top->progress(), Half);
 }
 
 TEST(LegacyProgress, AttachingAgainForgetsThatResetsWereFollowed)
@@ -344,9 +352,9 @@ TEST(LegacyProgress, AttachingAgainForgetsThatResetsWereFollowed)
     const auto child = makeProgress();
     bar.addProgress(child, true);
     bar.appendSubProgress(child.get(), 0, Full);
-    child->moveTo(Full / 2);
+    child->moveTo(Half);
     child->reset();
-    EXPECT_EQ(bar.progress(), Full / 2);
+    EXPECT_EQ(bar.progress(), Half);
 }
 
 // What a manager does with its own progress, which hangs under the bar of an application.
@@ -363,19 +371,22 @@ TEST(LegacyProgress, ABarMirrorsAManagerThatUndoesOneCommandAfterTheOther)
         manager->setSubProgress(command, 100, 1);
         seen.push_back(bar.progress());
         command->reset();
-        command->moveTo(Full / 2);
+        command->moveTo(Half);
         seen.push_back(bar.progress());
         command->setComplete();
         seen.push_back(bar.progress());
     }
-    const double half = Full / 2.0;
-    EXPECT_THAT(seen, testing::ElementsAre(0.0, half, Full, 0.0, half, Full, 0.0, half, Full));
+    EXPECT_THAT(seen, testing::ElementsAre(0.0, Half, Full, 0.0, Half, Full, 0.0, Half, Full));
 }
 
 TEST(LegacyProgress, ParentsAndChildrenAreDestroyedInAnyOrder)
 {
     // A tree of three levels: 0 is the root, 1 to 3 are its children, 4 to 9 theirs.
     constexpr int Size = 10;
+    const auto parentOf = [](std::size_t i)
+    {
+        return i < 4 ? 0 : (i - 2) / 2;
+    };
     std::mt19937 random(7);
     std::array<int, Size> order{};
     std::iota(order.begin(), order.end(), 0);
@@ -387,7 +398,7 @@ TEST(LegacyProgress, ParentsAndChildrenAreDestroyedInAnyOrder)
             tree.at(i) = std::make_unique<LegacyProgress>();
             if (i > 0)
             {
-                tree.at(i < 4 ? 0 : (i - 4) / 2 + 1)->appendSubProgress(tree.at(i).get(), 0, Full);
+                tree.at(parentOf(i))->appendSubProgress(tree.at(i).get(), 0, Full);
             }
         }
         std::shuffle(order.begin(), order.end(), random);
@@ -418,13 +429,13 @@ TEST(LegacyProgress, ADestroyedMiddleLeavesBothSidesAndTheSiblings)
     top.appendSubProgress(middle.get(), 100, 200);
     top.appendSubProgress(&younger, 200, 300);
     middle->appendSubProgress(&bottom, 0, Full);
-    bottom.moveTo(Full / 2);
+    bottom.moveTo(Half);
     middle.reset();
     EXPECT_EQ(top.progress(), 150.0);
-    EXPECT_EQ(bottom.progress(), Full / 2);
+    EXPECT_EQ(bottom.progress(), Half);
     bottom.setComplete();
     EXPECT_EQ(top.progress(), 150.0);
-    younger.moveTo(Full / 2);
+    younger.moveTo(Half);
     EXPECT_EQ(top.progress(), 250.0);
     top.reset();
     older.setComplete();
@@ -515,20 +526,18 @@ TEST(LegacyProgress, NeverRunsBackwardsWhateverIsReported)
     std::vector<double> last(tree.size(), 0.0);
     for (int step = 0; step < 20'000; ++step)
     {
-        auto& driven = tree[anyNode(random)];
+        const auto driven = anyNode(random);
         switch (random() % 50)
         {
         case 0:
-            driven.setComplete();
+            tree[driven].setComplete();
             break;
         case 1:
-            driven.reset();
-            last[static_cast<std::size_t>(
-                std::find_if(tree.begin(), tree.end(), [&driven](auto& node) { return &node == &driven; }) -
-                tree.begin())] = 0.0;
+            tree[driven].reset();
+            last[driven] = 0.0;
             break;
         default:
-            driven.moveTo(anyPlace(random) * 0.5);
+            tree[driven].moveTo(anyPlace(random) * 0.5);
         }
         for (std::size_t i = 0; i < tree.size(); ++i)
         {
@@ -568,7 +577,7 @@ TEST(LegacyProgress, EveryPartOfALargeMacroMovesIt)
         {
             mixes[mix][i] = static_cast<Speed::Rate>(mix + 1);
         }
-        mixes[5][i] = static_cast<Speed::Rate>(random() % 5 + 1);
+        mixes[5][i] = static_cast<Speed::Rate>(1 + (random() % 5));
     }
     // The hardest for the fast: one among very slow ones.
     mixes[0][Count / 2] = Speed::VeryFast;

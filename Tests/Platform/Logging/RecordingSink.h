@@ -22,10 +22,10 @@ struct LoggedLine
 
     bool operator==(const LoggedLine&) const = default;
 
-    friend std::ostream& operator<<(std::ostream& out, const LoggedLine& line)
+    friend std::ostream& operator<<(std::ostream& out, const LoggedLine& logged)
     {
-        return out << line.logger << " level " << line.level << " at " << line.file << ':' << line.line
-                   << " (" << line.function << "): " << line.text;
+        return out << logged.logger << " level " << logged.level << " at " << logged.file << ':'
+                   << logged.line << " (" << logged.function << "): " << logged.text;
     }
 };
 
