@@ -1,0 +1,58 @@
+#pragma once
+
+#include "Examples/ModelEditor/StartTag.h"
+#include "Platform/Parameterization/DynamicAttributeCollection.h"
+
+#include <pugixml.hpp>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ModelEditor
+{
+
+class XmlDocument;
+
+/// The namespaced attributes of one element, kept the same in the nodes, the source text and a collection.
+///
+/// What is written depends only on the collection that is set and on the file: attributes of the file stand
+/// in their places, and those with their first text in their first markup; others follow at the end of the
+/// tag.
+///
+/// Ownership: refers to the document, which must live longer. Thread: that of the document.
+class Annotations
+{
+public:
+    /// @pre nobody has changed the namespaced attributes of @p element yet (not checked).
+    Annotations(XmlDocument& document, pugi::xml_node element);
+
+    /// Empty if there are none, and always as it was set.
+    const std::shared_ptr<Valdane::DynamicAttributeCollection>& get() const noexcept;
+
+    /// @throws VdException if a name is not `prefix:name` or XML cannot hold a text. Nothing has changed
+    /// then.
+    void set(std::shared_ptr<Valdane::DynamicAttributeCollection> attributes);
+
+private:
+    struct Original
+    {
+        StartTag::Attribute place;
+        std::string text;
+    };
+
+    void writeNodes();
+    void writeSource();
+    void writeOriginal(const Original& original);
+    void put(Span span, const std::optional<std::string>& markup);
+    std::vector<Valdane::DynamicAttributeCollection::Entry> getAdded() const;
+
+    XmlDocument& document;
+    pugi::xml_node element;
+    StartTag tag;
+    std::vector<Original> originals;
+    std::shared_ptr<Valdane::DynamicAttributeCollection> collection;
+};
+
+} // namespace ModelEditor

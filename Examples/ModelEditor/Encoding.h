@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace ModelEditor
+{
+
+/// The character encoding of an XML file: its byte order mark, or else what its declaration says, or else
+/// UTF-8.
+///
+/// A file that is in UTF-8 anyway is handed on byte by byte, not checked.
+///
+/// Thread: immutable; safe from any thread.
+class Encoding
+{
+public:
+    /// The encoding of the file that starts with @p bytes.
+    static Encoding of(std::string_view bytes);
+
+    /// As a declaration calls it.
+    const std::string& getName() const noexcept;
+
+    /// Whether every character can be written in it.
+    bool isUnicode() const noexcept;
+
+    /// The text of a whole file as UTF-8, without byte order mark.
+    ///
+    /// @throws VdException if the encoding is not known or @p bytes are not in it.
+    std::string decode(std::string_view bytes) const;
+
+    /// The reverse of decode.
+    ///
+    /// @throws VdException if the encoding lacks a character of @p text.
+    std::string encode(std::string_view text) const;
+
+private:
+    Encoding(std::string encodingName, std::string_view mark);
+
+    std::string name;
+    std::string byteOrderMark;
+};
+
+} // namespace ModelEditor

@@ -1,0 +1,8 @@
+#include "Examples/ModelEditor/LineSource.h"
+
+namespace ModelEditor
+{
+
+LineSource::~LineSource() = default;
+
+} // namespace ModelEditor

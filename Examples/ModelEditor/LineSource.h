@@ -1,0 +1,26 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace ModelEditor
+{
+
+/// Where command lines come from.
+///
+/// Thread: one at a time.
+class LineSource
+{
+public:
+    LineSource() = default;
+    LineSource(const LineSource&) = delete;
+    LineSource& operator=(const LineSource&) = delete;
+    virtual ~LineSource();
+
+    /// The next line without its end (LF or CR LF); nothing at the end of the input.
+    ///
+    /// @throws VdException if reading fails.
+    virtual std::optional<std::string> next() = 0;
+};
+
+} // namespace ModelEditor

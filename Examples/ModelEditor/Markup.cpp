@@ -1,0 +1,190 @@
+#include "Examples/ModelEditor/Markup.h"
+
+#include "Platform/ExceptionHandling/VdException.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+
+namespace ModelEditor
+{
+
+namespace
+{
+
+struct CodePoint
+{
+    std::uint32_t value = 0;
+    std::size_t length = 0;
+};
+
+// The code point at the start of the text; nothing if that is no UTF-8.
+std::optional<CodePoint> firstCodePoint(std::string_view text)
+{
+    const auto byte = [&](std::size_t i)
+    {
+        return static_cast<unsigned char>(text[i]);
+    };
+    if (byte(0) < 0x80)
+    {
+        return CodePoint{byte(0), 1};
+    }
+    const std::size_t length = byte(0) >= 0xF0 ? 4 : byte(0) >= 0xE0 ? 3 : 2;
+    if (byte(0) < 0xC2 || byte(0) > 0xF4 || text.size() < length)
+    {
+        return {};
+    }
+    std::uint32_t value = byte(0) & (0x7FU >> length);
+    for (std::size_t i = 1; i < length; ++i)
+    {
+        if ((byte(i) & 0xC0U) != 0x80)
+        {
+            return {};
+        }
+        value = value << 6U | (byte(i) & 0x3FU);
+    }
+    constexpr std::array<std::uint32_t, 5> smallest{0, 0, 0x80, 0x800, 0x10000};
+    return value < smallest.at(length) ? std::optional<CodePoint>{} : CodePoint{value, length};
+}
+
+bool isXmlCharacter(std::uint32_t c)
+{
+    return c == '\t' || c == '\n' || c == '\r' || (c >= 0x20 && c < 0xD800) || (c >= 0xE000 && c < 0xFFFE) ||
+           (c >= 0x10000 && c < 0x110000);
+}
+
+std::string reference(std::uint32_t character)
+{
+    return "&#" + std::to_string(character) + ";";
+}
+
+std::string escaped(char c, MarkupPlace place)
+{
+    const bool quoted = place != MarkupPlace::Text;
+    switch (c)
+    {
+    case '&':
+        return "&amp;";
+    case '<':
+        return "&lt;";
+    case '>':
+        return "&gt;";
+    case '"':
+        return place == MarkupPlace::DoubleQuoted ? "&quot;" : "\"";
+    case '\'':
+        return place == MarkupPlace::SingleQuoted ? "&apos;" : "'";
+    case '\t':
+    case '\n':
+        return quoted ? reference(static_cast<unsigned char>(c)) : std::string(1, c);
+    case '\r':
+        return reference('\r');
+    default:
+        return {1, c};
+    }
+}
+
+// Inside CDATA nothing is escaped: what it cannot hold stands between two of them.
+std::string toCData(std::string_view value)
+{
+    std::string markup;
+    for (std::size_t i = 0; i < value.size(); ++i)
+    {
+        if (value.substr(i).starts_with("]]>"))
+        {
+            markup += "]]]]><![CDATA[>";
+            i += 2;
+        }
+        else if (value[i] == '\r')
+        {
+            markup += "]]>&#13;<![CDATA[";
+        }
+        else
+        {
+            markup += value[i];
+        }
+    }
+    return markup;
+}
+
+bool isNameStart(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' ||
+           static_cast<unsigned char>(c) >= 0x80;
+}
+
+bool isNameCharacter(char c)
+{
+    return isNameStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
+}
+
+bool isNameWithoutColon(std::string_view name)
+{
+    return !name.empty() && isNameStart(name.front()) && std::ranges::all_of(name, isNameCharacter);
+}
+
+} // namespace
+
+std::string toMarkup(std::string_view value, MarkupPlace place, bool asciiOnly)
+{
+    if (place == MarkupPlace::CData)
+    {
+        return toCData(value);
+    }
+    std::string markup;
+    while (!value.empty())
+    {
+        const CodePoint next = firstCodePoint(value).value_or(CodePoint{0, 1});
+        if (next.length > 1 && asciiOnly)
+        {
+            markup += reference(next.value);
+        }
+        else
+        {
+            markup +=
+                next.length > 1 ? std::string(value.substr(0, next.length)) : escaped(value.front(), place);
+        }
+        value.remove_prefix(next.length);
+    }
+    return markup;
+}
+
+void requireXmlText(std::string_view value)
+{
+    while (!value.empty())
+    {
+        const auto next = firstCodePoint(value);
+        if (!next)
+        {
+            throw Valdane::VdException("the value is not UTF-8");
+        }
+        if (!isXmlCharacter(next->value))
+        {
+            std::array<char, 16> number{};
+            std::snprintf(number.data(), number.size(), "U+%04X", next->value);
+            throw Valdane::VdException(std::string("XML cannot hold the character ") + number.data());
+        }
+        value.remove_prefix(next->length);
+    }
+}
+
+bool isAnnotationName(std::string_view name)
+{
+    const auto colon = name.find(':');
+    return colon != std::string_view::npos && isNameWithoutColon(name.substr(0, colon)) &&
+           isNameWithoutColon(name.substr(colon + 1)) && !isNamespaceDeclaration(name);
+}
+
+bool isNamespaceDeclaration(std::string_view name)
+{
+    return name == "xmlns" || name.starts_with("xmlns:");
+}
+
+bool isBlank(std::string_view text)
+{
+    return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
+}
+
+} // namespace ModelEditor

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace ModelEditor
+{
+
+/// Where in the markup a value stands, which says what has to be escaped in it.
+enum class MarkupPlace
+{
+    DoubleQuoted,
+    SingleQuoted,
+    Text,
+    CData,
+};
+
+/// The markup that reads as @p value at @p place.
+///
+/// @param asciiOnly  whether to write all that is no ASCII character as a character reference; not in CDATA,
+///                   which knows none.
+/// @pre @p value passes requireXmlText (not checked).
+std::string toMarkup(std::string_view value, MarkupPlace place, bool asciiOnly);
+
+/// @throws VdException if @p value has a character that XML cannot hold, or is no UTF-8.
+void requireXmlText(std::string_view value);
+
+/// Whether @p name is `prefix:name` and may be the name of an attribute that is no namespace declaration.
+bool isAnnotationName(std::string_view name);
+
+/// Whether the attribute @p name declares a namespace.
+bool isNamespaceDeclaration(std::string_view name);
+
+/// Whether @p text has nothing but XML's white space.
+bool isBlank(std::string_view text);
+
+} // namespace ModelEditor

@@ -1,0 +1,47 @@
+#include "Examples/ModelEditor/ModelModules.h"
+
+#include "Examples/ModelEditor/XmlObject.h"
+
+#include <utility>
+
+namespace ModelEditor
+{
+
+ModelModules::ModelModules(std::shared_ptr<Valdane::Object> top) : root(std::move(top)) {}
+
+ModelModules::~ModelModules() = default;
+
+void ModelModules::onChanged(const XmlObject& object)
+{
+    const Valdane::Object* module = &object;
+    for (auto owner = module->getOwner(); owner != nullptr && owner != root; owner = owner->getOwner())
+    {
+        module = owner.get();
+    }
+    if (module != root.get())
+    {
+        modified.insert(module);
+    }
+}
+
+std::set<const Valdane::Object*> ModelModules::getModifiedModulesFromBusiness()
+{
+    return modified;
+}
+
+void ModelModules::markAllModulesInBusinessAsUnmodified()
+{
+    modified.clear();
+}
+
+std::set<const Valdane::Object*> ModelModules::getAllModulesAsModified()
+{
+    std::set<const Valdane::Object*> all;
+    for (const auto& module : root->getChildren())
+    {
+        all.insert(module.get());
+    }
+    return all;
+}
+
+} // namespace ModelEditor

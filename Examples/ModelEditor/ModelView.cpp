@@ -1,0 +1,159 @@
+#include "Examples/ModelEditor/ModelView.h"
+
+#include "Examples/ModelEditor/ValueText.h"
+#include "Examples/ModelEditor/Words.h"
+#include "Examples/ModelEditor/XmlModel.h"
+#include "Examples/ModelEditor/XmlObject.h"
+#include "Platform/Parameterization/AttributeDescription.h"
+#include "Platform/Parameterization/DynamicAttributeCollection.h"
+
+#include <utility>
+#include <vector>
+
+namespace ModelEditor
+{
+
+namespace
+{
+
+using Valdane::AttributeDescription;
+using Valdane::AttributeDescriptionBase;
+
+template <typename T>
+bool is(const AttributeDescriptionBase& description)
+{
+    return dynamic_cast<const AttributeDescription<T>*>(&description) != nullptr;
+}
+
+ValueType typeOfDescription(const AttributeDescriptionBase& description)
+{
+    if (is<int>(description))
+    {
+        return ValueType::Int;
+    }
+    if (is<unsigned int>(description))
+    {
+        return ValueType::UnsignedInt;
+    }
+    if (is<double>(description))
+    {
+        return ValueType::Double;
+    }
+    return is<bool>(description) ? ValueType::Bool : ValueType::String;
+}
+
+// Written as XPath steps, so texts stand as they are called.
+std::string stepTo(const std::string& attributeName)
+{
+    return attributeName.starts_with("text()") ? attributeName : "@" + attributeName;
+}
+
+} // namespace
+
+ModelView::ModelView(std::ostream& stream) : out(stream) {}
+
+void ModelView::printTree(const std::shared_ptr<XmlObject>& top, std::size_t depth) const
+{
+    std::vector<std::pair<std::shared_ptr<XmlObject>, std::size_t>> open{{top, 0}};
+    while (!open.empty())
+    {
+        const auto [object, level] = std::move(open.back());
+        open.pop_back();
+        printNode(*object, level, level == depth);
+        if (level < depth)
+        {
+            const auto children = object->getChildren();
+            for (auto child = children.rbegin(); child != children.rend(); ++child)
+            {
+                open.emplace_back(std::static_pointer_cast<XmlObject>(*child), level + 1);
+            }
+        }
+    }
+}
+
+void ModelView::printDetails(const Selected& selected) const
+{
+    if (selected.part == Part::Element)
+    {
+        printElement(*selected.object);
+        return;
+    }
+    out << selected.getAddress() << '\n';
+    if (selected.part == Part::Value)
+    {
+        printValue(*selected.object, selected.name);
+    }
+    else if (selected.part != Part::Unsupported)
+    {
+        out << "  " << stepTo(selected.name) << " = " << shown(selected.text)
+            << (selected.part == Part::Name ? " (name)\n" : " (annotation)\n");
+    }
+}
+
+void ModelView::printLine(const Selected& selected) const
+{
+    out << selected.getAddress();
+    if (selected.part == Part::Element)
+    {
+        const auto name = selected.object->getElement().attribute("name");
+        out << (name ? " " + shown(name.value()) : std::string());
+    }
+    else if (selected.part != Part::Unsupported)
+    {
+        out << " = " << shown(selected.text);
+    }
+    out << '\n';
+}
+
+void ModelView::printNode(const XmlObject& object, std::size_t level, bool isLast) const
+{
+    const auto name = object.getElement().attribute("name");
+    out << std::string(2 * level, ' ') << object.getKey();
+    if (name)
+    {
+        out << ' ' << shown(name.value());
+    }
+    if (isLast && object.getChildCount() != 0)
+    {
+        out << " (+" << object.getChildCount() << ')';
+    }
+    out << '\n';
+}
+
+void ModelView::printElement(XmlObject& object) const
+{
+    out << object.getAddress() << '\n';
+    if (const auto name = object.getElement().attribute("name"))
+    {
+        out << "  @name = " << shown(name.value()) << " (name)\n";
+    }
+    for (const auto& name : object.getAttributeNames())
+    {
+        printValue(object, name);
+    }
+    if (const auto annotations = object.getDynamicAttributeCollection())
+    {
+        for (const auto& entry : *annotations)
+        {
+            out << "  @" << entry.name << " = " << shown(entry.text) << " (annotation)\n";
+        }
+    }
+    if (object.getChildCount() != 0)
+    {
+        out << "  elements: " << object.getChildCount() << '\n';
+    }
+}
+
+void ModelView::printValue(XmlObject& object, const std::string& attributeName) const
+{
+    out << "  " << stepTo(attributeName) << " = " << shown(object.getText(attributeName)) << " ("
+        << typeNameOf(object, attributeName) << ")\n";
+}
+
+std::string typeNameOf(XmlObject& object, const std::string& name)
+{
+    const auto description = object.getAttributeDescription(name);
+    return description == nullptr ? std::string() : std::string(nameOf(typeOfDescription(*description)));
+}
+
+} // namespace ModelEditor

@@ -1,0 +1,35 @@
+#include "Examples/ModelEditor/NamedXmlObject.h"
+
+#include "Examples/ModelEditor/XmlValue.h"
+
+#include <utility>
+
+namespace ModelEditor
+{
+
+NamedXmlObject::NamedXmlObject(std::string key, const XmlContext& shared, pugi::xml_node node)
+    : XmlObject(std::move(key), shared, node)
+{
+}
+
+NamedXmlObject::~NamedXmlObject() = default;
+
+std::string NamedXmlObject::getName() const
+{
+    return getElement().attribute("name").value();
+}
+
+void NamedXmlObject::setName(const std::string& name, bool notify)
+{
+    if (value == nullptr)
+    {
+        value = makeValue("name");
+    }
+    change(*value, "@name", name);
+    if (notify)
+    {
+        emitSigChanged();
+    }
+}
+
+} // namespace ModelEditor

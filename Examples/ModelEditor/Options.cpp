@@ -1,0 +1,141 @@
+#include "Examples/ModelEditor/Options.h"
+
+#include "Platform/ExceptionHandling/VdException.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace ModelEditor
+{
+
+namespace
+{
+
+using Valdane::VdException;
+
+class Parser
+{
+public:
+    explicit Parser(const std::vector<std::string>& given) : arguments(given) {}
+
+    Options parse()
+    {
+        while (position < arguments.size())
+        {
+            const std::string& argument = arguments[position++];
+            if (!onlyModel && argument == "--")
+            {
+                onlyModel = true;
+            }
+            else if (!onlyModel && argument.size() > 1 && argument.starts_with('-'))
+            {
+                parseOption(argument);
+            }
+            else
+            {
+                takeModel(argument);
+            }
+        }
+        if (!hasModel && !options.wantsHelp && !options.wantsVersion)
+        {
+            throw VdException("which MODEL?");
+        }
+        return options;
+    }
+
+private:
+    void parseOption(const std::string& argument)
+    {
+        const std::string name = argument.substr(0, argument.find('='));
+        if (std::optional<std::string>* const value = valueOf(name))
+        {
+            *value = takeValue(argument, name);
+            if (name == "--log-level" && **value != "trace" && **value != "error")
+            {
+                throw VdException("--log-level is trace or error, not '" + **value + "'");
+            }
+        }
+        else if (bool* const flag = flagOf(argument))
+        {
+            *flag = true;
+        }
+        else
+        {
+            throw VdException("no option " + argument);
+        }
+    }
+
+    std::optional<std::string>* valueOf(std::string_view name)
+    {
+        return name == "--script"      ? &options.script
+               : name == "--output"    ? &options.output
+               : name == "--log-level" ? &options.logLevel
+                                       : nullptr;
+    }
+
+    bool* flagOf(std::string_view name)
+    {
+        return name == "--keep-going"             ? &options.keepsGoing
+               : name == "--help" || name == "-h" ? &options.wantsHelp
+               : name == "--version"              ? &options.wantsVersion
+                                                  : nullptr;
+    }
+
+    std::string takeValue(const std::string& argument, const std::string& name)
+    {
+        if (argument.size() > name.size())
+        {
+            return argument.substr(name.size() + 1);
+        }
+        if (position == arguments.size())
+        {
+            throw VdException(name + " wants a value");
+        }
+        return arguments[position++];
+    }
+
+    void takeModel(const std::string& argument)
+    {
+        if (hasModel)
+        {
+            throw VdException("one MODEL, not also '" + argument + "'");
+        }
+        options.model = argument;
+        hasModel = true;
+    }
+
+    const std::vector<std::string>& arguments;
+    std::size_t position = 0;
+    bool onlyModel = false;
+    bool hasModel = false;
+    Options options;
+};
+
+} // namespace
+
+const std::string_view Options::help =
+    "Edits an XML model, with undo.\n"
+    "\n"
+    "  model-editor MODEL [--script FILE] [--output FILE] [--log-level trace|error] [--keep-going]\n"
+    "  model-editor --help | --version\n"
+    "\n"
+    "Commands come from FILE or from standard input: typed at a terminal with line editing, or as a script.\n"
+    "\n"
+    "  --script FILE     play the commands of FILE, showing each one\n"
+    "  --output FILE     where `save` writes; without it, MODEL itself\n"
+    "  --log-level L     log lines on standard error: failures (error), or also every step (trace)\n"
+    "  --keep-going      do not stop a script at a line that fails\n"
+    "\n"
+    "Nothing is written but by the command save. A script stops at the first line that fails and then "
+    "writes\n"
+    "nothing: what it saves is written when it has run to its end. With --keep-going it is written at once.\n"
+    "The exit status is 0 if all went well, 1 if something failed, 2 if the command line is wrong.\n"
+    "\n"
+    "Commands:\n";
+
+Options Options::parse(const std::vector<std::string>& arguments)
+{
+    return Parser(arguments).parse();
+}
+
+} // namespace ModelEditor

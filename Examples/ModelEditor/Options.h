@@ -1,0 +1,30 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ModelEditor
+{
+
+/// What the command line of the program says.
+struct Options
+{
+    std::string model;
+    std::optional<std::string> script;
+    std::optional<std::string> output;
+    std::optional<std::string> logLevel; ///< `trace` or `error`
+    bool keepsGoing = false;
+    bool wantsHelp = false;
+    bool wantsVersion = false;
+
+    /// @param arguments  without the name of the program.
+    /// @throws VdException if they are not what `--help` says.
+    static Options parse(const std::vector<std::string>& arguments);
+
+    /// What `--help` prints before the verbs.
+    static const std::string_view help;
+};
+
+} // namespace ModelEditor

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "Examples/ModelEditor/Editor.h"
+
+#include <cstddef>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace ModelEditor
+{
+
+class LineSource;
+class XmlModel;
+
+/// Plays the lines of a source on a model, and says where and why one fails.
+///
+/// Ownership: refers to model and streams, which must live longer. Thread: the application's main thread
+/// only.
+class Session
+{
+public:
+    struct Settings
+    {
+        std::string savePath;       ///< where `save` without a file writes
+        std::string sourceName;     ///< what messages call the source
+        bool isInteractive = false; ///< go on after a failure; ask before dropping changes
+        bool echoes = false;        ///< print every line before its output
+        bool keepsGoing = false;    ///< go on after a failure, and write what is saved at once
+    };
+
+    Session(XmlModel& model, Settings settings, std::ostream& out, std::ostream& err);
+
+    /// Plays all lines up to `quit` or the end.
+    ///
+    /// Unless it is interactive or keeps going, it stops at the first line that fails, and what the script
+    /// saves is written only after the last one.
+    /// @return whether every line went well.
+    bool run(LineSource& source);
+
+private:
+    struct PendingSave
+    {
+        std::size_t line;
+        std::string path;
+        std::string bytes;
+    };
+
+    bool runLine(const std::string& line);
+    bool endsHere();
+    void save(const std::string& path);
+    bool writePending();
+    void write(const std::string& path, const std::string& bytes);
+    void report(std::size_t line, const std::string& what);
+
+    XmlModel& model;
+    Settings settings;
+    std::ostream& out;
+    std::ostream& err;
+    Editor editor;
+    std::size_t lineNumber = 0;
+    bool hasWarned = false;
+    std::vector<PendingSave> pending;
+};
+
+} // namespace ModelEditor

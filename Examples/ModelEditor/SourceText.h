@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <string_view>
+
+namespace ModelEditor
+{
+
+/// A stretch of a source text.
+struct Span
+{
+    std::size_t offset = 0;
+    std::size_t length = 0;
+};
+
+/// A text as it was read, and what takes the place of some stretches of it.
+///
+/// What nobody replaced stays as it was, byte by byte.
+///
+/// Thread: one at a time.
+class SourceText
+{
+public:
+    explicit SourceText(std::string text);
+
+    /// The text as it was read; valid as long as this object.
+    std::string_view getOriginal() const noexcept;
+
+    /// Puts @p replacement in the place of @p span, whatever was there before.
+    ///
+    /// Stretches that are replaced at the same time must be equal or apart (not checked).
+    void replace(Span span, std::string replacement);
+
+    /// Puts the original back at @p span.
+    void restore(Span span);
+
+    /// The text with all replacements. Cost: a copy of the text.
+    std::string getCurrent() const;
+
+private:
+    struct Replacement
+    {
+        std::size_t length;
+        std::string text;
+    };
+
+    std::string original;
+    std::map<std::size_t, Replacement> replacements;
+};
+
+} // namespace ModelEditor

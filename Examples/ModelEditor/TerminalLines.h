@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Examples/ModelEditor/LineSource.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace ModelEditor
+{
+
+/// Lines that a person types at the terminal of this process, with a prompt, line editing and a history.
+///
+/// The interrupt key abandons the line. At most one at a time.
+///
+/// Thread: the main thread only.
+class TerminalLines : public LineSource
+{
+public:
+    /// @throws VdException if there is no usable terminal.
+    TerminalLines();
+    ~TerminalLines() override;
+
+    std::optional<std::string> next() override;
+
+private:
+    class Editing;
+
+    std::unique_ptr<Editing> editing;
+};
+
+} // namespace ModelEditor

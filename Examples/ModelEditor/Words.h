@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ModelEditor
+{
+
+/// The words of a command line, quoted as in a shell.
+///
+/// In single quotes every character stands for itself; in double quotes a backslash takes the meaning from
+/// `"` and `\`; elsewhere from any character. A `#` at the start of a word makes the rest of the line a
+/// comment.
+///
+/// @throws VdException if a quote is not closed, a backslash ends the line, or the line has a NUL character.
+std::vector<std::string> splitWords(std::string_view line);
+
+/// @p text for a message on one line: as it is, or in double quotes with escapes if it is empty, has white
+/// space at an end or a control character anywhere.
+std::string shown(std::string_view text);
+
+} // namespace ModelEditor

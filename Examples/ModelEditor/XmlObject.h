@@ -1,0 +1,108 @@
+#pragma once
+
+#include "Platform/Parameterization/Object.h"
+
+#include <pugixml.hpp>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace ModelEditor
+{
+
+class Annotations;
+class XmlDocument;
+class XmlValue;
+struct XmlChange;
+
+/// What the objects of one model share.
+struct XmlContext
+{
+    XmlDocument& document;
+    /// Called after every change of a value; may be empty.
+    std::function<void(const XmlChange&)> changed;
+};
+
+/// An element of a model as an object of the parameter tree.
+///
+/// Its key is its tag, followed by its number among the siblings of the same tag where there are several:
+/// `mass`, `link[2]`. Elements come and go never, so the key is an XPath step that stays the same.
+///
+/// Its attributes are described when they are asked for:
+/// - every XML attribute except `name`, namespaced ones and namespace declarations, under its name;
+/// - its first text (or CDATA section) as `text()`, further ones as `text()[n]`, where n is XPath's number.
+///   White space that only lays out other nodes is no text.
+/// The type is that of the text when the description is made (see typeOf); it stays the same whatever is set.
+/// Undoing every change gives back the very characters that were read.
+///
+/// Its namespaced attributes, namespace declarations aside, are its dynamic attributes.
+///
+/// Ownership: refers to the context, which must live longer than any operation that is called here.
+/// Thread: the application's main thread only.
+class XmlObject : public Valdane::Object
+{
+public:
+    XmlObject(std::string key, const XmlContext& context, pugi::xml_node element);
+    ~XmlObject() override;
+
+    pugi::xml_node getElement() const noexcept;
+
+    /// An absolute XPath that selects the element: `/robot/link[2]/inertial/mass`.
+    std::string getAddress() const;
+
+    /// How a person would call it: `link base_link`; without a name of its own `mass of link base_link`, if
+    /// an element around it has one.
+    std::string getTitle() const;
+
+    /// The name of the attribute that describes @p textNode, a child of the element; empty for layout.
+    std::string getTextName(pugi::xml_node textNode);
+
+    /// The names of all attributes that are described, in the order of the file, texts last.
+    std::vector<std::string> getAttributeNames();
+
+    /// The present text of the value that is described as @p name; empty if there is none.
+    std::string getText(const std::string& name);
+
+    /// Whether the attribute @p name is described, unless it is a text: plain attributes are.
+    static bool isPlainAttribute(const std::string& name);
+
+    std::shared_ptr<Valdane::AttributeDescriptionBase>
+    getAttributeDescription(const std::string& name) override;
+
+    std::shared_ptr<Valdane::DynamicAttributeCollection> getDynamicAttributeCollection() override;
+
+    /// Writes the attributes to the XML as well: those that the file has in their places, others at the end
+    /// of the tag.
+    ///
+    /// A collection must not change once it is set; copy it, and set the copy.
+    /// @throws VdException if a name is not `prefix:name` or XML cannot hold a text. Nothing has changed
+    /// then.
+    void
+    setDynamicAttributeCollection(std::shared_ptr<Valdane::DynamicAttributeCollection> collection) override;
+
+protected:
+    /// The value of the XML attribute @p name, which must exist.
+    std::unique_ptr<XmlValue> makeValue(const std::string& name) const;
+
+    /// Sets @p value to @p text and reports the change of @p step.
+    void change(XmlValue& value, const std::string& step, const std::string& text) const;
+
+private:
+    template <typename T>
+    std::shared_ptr<Valdane::AttributeDescriptionBase> describe(const std::string& name,
+                                                                std::shared_ptr<XmlValue> value);
+    pugi::xml_node findTextNode(const std::string& name);
+    std::shared_ptr<XmlValue> findValue(const std::string& name);
+    const std::vector<pugi::xml_node>& getTexts();
+    Annotations& requireAnnotations();
+
+    const XmlContext& context;
+    pugi::xml_node element;
+    std::unique_ptr<std::vector<pugi::xml_node>> texts;
+    std::unique_ptr<Annotations> annotations;
+};
+
+} // namespace ModelEditor

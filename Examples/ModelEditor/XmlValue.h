@@ -1,0 +1,44 @@
+#pragma once
+
+#include "Examples/ModelEditor/Markup.h"
+#include "Examples/ModelEditor/SourceText.h"
+#include "Examples/ModelEditor/StartTag.h"
+
+#include <pugixml.hpp>
+
+#include <string>
+
+namespace ModelEditor
+{
+
+class XmlDocument;
+
+/// One attribute value or one text of a document, to read and to write.
+///
+/// Ownership: refers to the document, which must live longer. Thread: that of the document.
+class XmlValue
+{
+public:
+    /// @pre nobody has changed the value yet (not checked).
+    XmlValue(XmlDocument& document, pugi::xml_attribute attribute, const StartTag::Attribute& place);
+    /// @param textNode  a text or a CDATA section that nobody has changed yet.
+    XmlValue(XmlDocument& document, pugi::xml_node textNode);
+
+    std::string getText() const;
+    const std::string& getOriginal() const noexcept;
+
+    /// Setting the original again restores its markup, entities and all.
+    ///
+    /// @throws VdException if XML cannot hold @p text. Nothing has changed then.
+    void setText(const std::string& text);
+
+private:
+    XmlDocument& document;
+    pugi::xml_attribute attribute;
+    pugi::xml_node textNode;
+    Span span;
+    MarkupPlace place;
+    std::string original;
+};
+
+} // namespace ModelEditor
