@@ -33,9 +33,9 @@ public:
         std::function<std::shared_ptr<CommandBase>(std::shared_ptr<Object> root, const Path& attributePath,
                                                    const T& value, const std::string& commandDescription)>;
 
-    /// @param getter  reads the value; without one (empty) the attribute cannot be read.
-    /// @param setter  writes the value, emits nothing; without one (empty) the attribute cannot be written.
-    AttributeDescription(std::string name, Getter getter, Setter setter);
+    /// @param read   reads the value; without one (empty) the attribute cannot be read.
+    /// @param write  writes the value, emits nothing; without one (empty) the attribute cannot be written.
+    AttributeDescription(std::string name, Getter read, Setter write);
     ~AttributeDescription() override;
 
     /// Valid while this description lives; calling an empty one throws `std::bad_function_call`.

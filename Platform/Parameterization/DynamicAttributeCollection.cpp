@@ -20,7 +20,7 @@ auto withName(std::string_view name)
 
 void DynamicAttributeCollection::set(std::string_view name, std::string_view text)
 {
-    const auto found = std::find_if(entries.begin(), entries.end(), withName(name));
+    const auto found = std::ranges::find_if(entries, withName(name));
     if (found != entries.end())
     {
         found->text = text;
@@ -31,13 +31,13 @@ void DynamicAttributeCollection::set(std::string_view name, std::string_view tex
 
 std::optional<std::string> DynamicAttributeCollection::get(std::string_view name) const
 {
-    const auto found = std::find_if(entries.begin(), entries.end(), withName(name));
+    const auto found = std::ranges::find_if(entries, withName(name));
     return found == entries.end() ? std::nullopt : std::optional(found->text);
 }
 
 bool DynamicAttributeCollection::remove(std::string_view name)
 {
-    const auto found = std::find_if(entries.begin(), entries.end(), withName(name));
+    const auto found = std::ranges::find_if(entries, withName(name));
     if (found == entries.end())
     {
         return false;

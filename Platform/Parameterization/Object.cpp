@@ -252,7 +252,7 @@ std::vector<std::string_view> Object::keysFrom(const Object* top) const
     {
         throw VdException(describe() + " is neither below nor the same as " + top->describe());
     }
-    std::reverse(keys.begin(), keys.end());
+    std::ranges::reverse(keys);
     return keys;
 }
 

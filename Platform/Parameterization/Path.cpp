@@ -32,13 +32,13 @@ std::size_t sizeOf(std::string_view text)
 
 char* write(const Step& step, char* to)
 {
-    std::size_t head = step.text.size() * 2 + (step.isAttributeName ? 1 : 0);
+    std::size_t head = (step.text.size() * 2) + (step.isAttributeName ? 1 : 0);
     for (; head >= continues; head >>= bitsPerByte)
     {
         *to++ = static_cast<char>((head & (continues - 1)) | continues);
     }
     *to++ = static_cast<char>(head);
-    return std::copy(step.text.begin(), step.text.end(), to);
+    return std::ranges::copy(step.text, to).out;
 }
 
 Step takeStep(std::string_view& encoded)
@@ -67,7 +67,7 @@ bool isControl(char character)
 bool isPlain(std::string_view text)
 {
     return !text.empty() && text.find_first_of("/.\"\\") == std::string_view::npos &&
-           std::none_of(text.begin(), text.end(), isControl);
+           std::ranges::none_of(text, isControl);
 }
 
 void appendEscaped(std::string& result, char character)

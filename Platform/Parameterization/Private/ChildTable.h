@@ -63,7 +63,7 @@ public:
         {
             return {};
         }
-        const Place place = *found;
+        const auto place = *found;
         index.erase(found);
         auto child = std::move(*place);
         ordered.erase(place);
