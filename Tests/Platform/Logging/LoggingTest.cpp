@@ -11,6 +11,7 @@
 #include <spdlog/spdlog.h>
 
 #include <algorithm>
+#include <barrier>
 #include <cstdlib>
 #include <latch>
 #include <memory>
@@ -362,19 +363,19 @@ TEST_F(LoggingTest, ALineThatIsOffAllocatesNothing)
 TEST_F(LoggingTest, ThreadsThatMakeObjectsOfOneNameAtOnceShareTheLogger)
 {
     constexpr int Threads = 4;
-    constexpr int Names = 50;
-    std::latch start(Threads);
+    constexpr int Names = 500;
+    std::barrier<> everybody(Threads);
     std::vector<std::vector<Logging>> made(Threads);
     std::vector<std::thread> threads;
     threads.reserve(Threads);
     for (auto& mine : made)
     {
         threads.emplace_back(
-            [&start, &mine]
+            [&everybody, &mine]
             {
-                start.arrive_and_wait();
                 for (int i = 0; i < Names; ++i)
                 {
+                    everybody.arrive_and_wait();
                     mine.emplace_back("Name/" + std::to_string(i));
                     logError(mine.back(), "made");
                 }
