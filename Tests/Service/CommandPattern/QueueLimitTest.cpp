@@ -1,0 +1,180 @@
+#include "Service/CommandPattern/QueueLimit.h"
+
+#include "Service/CommandPattern/CommandBase.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <string>
+
+namespace Valdane
+{
+namespace
+{
+
+class DyingCommand : public CommandBase
+{
+public:
+    using CommandBase::CommandBase;
+    DyingCommand(const DyingCommand&) = delete;
+    DyingCommand& operator=(const DyingCommand&) = delete;
+
+    ~DyingCommand() override
+    {
+        if (onDestroy)
+        {
+            onDestroy();
+        }
+    }
+
+    void execute() override {}
+
+    void undo() override {}
+
+    std::function<void()> onDestroy;
+};
+
+struct Lengths
+{
+    std::size_t undo = 0;
+    std::size_t redo = 0;
+
+    bool operator==(const Lengths&) const = default;
+
+    friend void PrintTo(const Lengths& lengths, std::ostream* out)
+    {
+        *out << lengths.undo << " to undo, " << lengths.redo << " to redo";
+    }
+};
+
+class QueueLimitTest : public testing::Test
+{
+protected:
+    void fill(const Lengths& lengths)
+    {
+        undoQueue.clear();
+        redoQueue.clear();
+        for (std::size_t i = 0; i < lengths.undo; ++i)
+        {
+            undoQueue.emplace_back().command = makeCommand("u" + std::to_string(i) + " ");
+        }
+        for (std::size_t i = 0; i < lengths.redo; ++i)
+        {
+            redoQueue.emplace_back().command = makeCommand("r" + std::to_string(i) + " ");
+        }
+        dead.clear();
+    }
+
+    Lengths enforce()
+    {
+        limit.enforce(undoQueue, redoQueue);
+        return {.undo = undoQueue.size(), .redo = redoQueue.size()};
+    }
+
+    std::shared_ptr<CommandBase> makeCommand(const std::string& name)
+    {
+        auto command = std::make_shared<DyingCommand>(name);
+        command->onDestroy = [this, name]
+        {
+            dead += name;
+            if (onDeath)
+            {
+                onDeath();
+            }
+        };
+        return command;
+    }
+
+    std::string dead;
+    std::function<void()> onDeath;
+    QueueLimit limit;
+    CommandQueue undoQueue;
+    CommandQueue redoQueue;
+};
+
+TEST_F(QueueLimitTest, Is25AndNotInUseAtFirst)
+{
+    EXPECT_EQ(limit.maxQueueSize, 25U);
+    EXPECT_FALSE(limit.usesMaxQueueSize);
+}
+
+TEST_F(QueueLimitTest, DropsNothingWhileItIsNotInUse)
+{
+    limit.maxQueueSize = 0;
+    fill({.undo = 3, .redo = 2});
+
+    EXPECT_EQ(enforce(), (Lengths{.undo = 3, .redo = 2}));
+}
+
+TEST_F(QueueLimitTest, HoldsAtEveryEdge)
+{
+    struct Case
+    {
+        std::uint32_t limit = 0;
+        Lengths before;
+        Lengths after;
+        std::string dead;
+    };
+
+    constexpr std::uint32_t largest = std::numeric_limits<std::uint32_t>::max();
+    const Case cases[] = {
+        {.limit = 0, .before = {}, .after = {}, .dead = ""},
+        {.limit = 0, .before = {.undo = 2, .redo = 0}, .after = {}, .dead = "u0 u1 "},
+        {.limit = 0, .before = {.undo = 0, .redo = 1}, .after = {}, .dead = "r0 "},
+        {.limit = 1, .before = {.undo = 1, .redo = 2}, .after = {}, .dead = "u0 r0 r1 "},
+        {.limit = 2, .before = {.undo = 2, .redo = 2}, .after = {.undo = 0, .redo = 2}, .dead = "u0 u1 "},
+        {.limit = 3, .before = {.undo = 2, .redo = 2}, .after = {.undo = 1, .redo = 2}, .dead = "u0 "},
+        {.limit = 4, .before = {.undo = 2, .redo = 2}, .after = {.undo = 2, .redo = 2}, .dead = ""},
+        {.limit = 5, .before = {.undo = 2, .redo = 2}, .after = {.undo = 2, .redo = 2}, .dead = ""},
+        {.limit = largest, .before = {.undo = 3, .redo = 1}, .after = {.undo = 3, .redo = 1}, .dead = ""},
+    };
+    limit.usesMaxQueueSize = true;
+    for (const Case& one : cases)
+    {
+        fill(one.before);
+        limit.maxQueueSize = one.limit;
+        EXPECT_EQ(enforce(), one.after) << one.limit;
+        EXPECT_EQ(dead, one.dead) << one.limit;
+    }
+}
+
+TEST_F(QueueLimitTest, AnEntryHasLeftItsQueueWhenItsCommandDies)
+{
+    limit.usesMaxQueueSize = true;
+    limit.maxQueueSize = 1;
+    fill({.undo = 3, .redo = 0});
+    std::string lengths;
+    onDeath = [&]
+    {
+        lengths += std::to_string(undoQueue.size()) + " ";
+    };
+
+    enforce();
+    EXPECT_EQ(lengths, "2 1 ");
+
+    fill({.undo = 2, .redo = 2});
+    lengths.clear();
+    enforce();
+    EXPECT_EQ(lengths, "0 0 0 0 ");
+}
+
+TEST_F(QueueLimitTest, IsKeptAlsoIfACommandThatDiesEmptiesTheQueues)
+{
+    limit.usesMaxQueueSize = true;
+    limit.maxQueueSize = 1;
+    fill({.undo = 3, .redo = 0});
+    onDeath = [&]
+    {
+        dropAll(undoQueue);
+    };
+
+    EXPECT_EQ(enforce(), Lengths());
+    EXPECT_EQ(dead, "u0 u1 u2 ");
+}
+
+} // namespace
+} // namespace Valdane
