@@ -2,6 +2,7 @@
 
 #include "Platform/Parameterization/AttributeDescription.h"
 
+#include <array>
 #include <vector>
 
 namespace ValdaneTests
@@ -32,14 +33,14 @@ struct Type
     std::shared_ptr<AttributeDescriptionBase> (*make)();
 };
 
-constexpr Type types[] = {
+constexpr auto types = std::to_array<Type>({
     {.name = "bool", .matches = is<bool>, .make = make<bool>},
     {.name = "double", .matches = is<double>, .make = make<double>},
     {.name = "std::string", .matches = is<std::string>, .make = make<std::string>},
     {.name = "unsigned int", .matches = is<unsigned int>, .make = make<unsigned int>},
     {.name = "int", .matches = is<int>, .make = make<int>},
     {.name = "std::vector<double>", .matches = is<std::vector<double>>, .make = make<std::vector<double>>},
-};
+});
 
 } // namespace
 
