@@ -68,6 +68,11 @@ struct Editor::Verb
     std::size_t maximum;
     std::string_view summary;
     void (Editor::*run)(const Words&);
+
+    std::string getUsage() const
+    {
+        return std::string(name) + (arguments.empty() ? "" : " ") + std::string(arguments);
+    }
 };
 
 Editor::Editor(XmlModel& edited, Saver toSave, std::ostream& stream)
@@ -97,8 +102,7 @@ void Editor::run(const Words& words)
     const Words arguments(words.begin() + 1, words.end());
     if (arguments.size() < verb.minimum || arguments.size() > verb.maximum)
     {
-        throw VdException(std::string(verb.name) + ": write it as: " + std::string(verb.name) + " " +
-                          std::string(verb.arguments));
+        throw VdException(std::string(verb.name) + ": write it as: " + verb.getUsage());
     }
     try
     {
@@ -125,7 +129,7 @@ std::string Editor::getHelp()
     std::string text;
     for (const auto& verb : getVerbs())
     {
-        std::string usage = "  " + std::string(verb.name) + " " + std::string(verb.arguments);
+        std::string usage = "  " + verb.getUsage();
         usage.resize(std::max<std::size_t>(usage.size() + 2, 36), ' ');
         text += usage + std::string(verb.summary) + "\n";
     }
@@ -331,7 +335,7 @@ void Editor::help(const Words& arguments)
         return;
     }
     const Verb& verb = findVerb(arguments[0]);
-    out << verb.name << (verb.arguments.empty() ? "" : " ") << verb.arguments << ": " << verb.summary << '\n';
+    out << verb.getUsage() << ": " << verb.summary << '\n';
 }
 
 void Editor::quit(const Words& /*arguments*/)

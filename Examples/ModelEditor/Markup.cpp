@@ -82,7 +82,7 @@ std::string escaped(char c, MarkupPlace place)
     case '\r':
         return reference('\r');
     default:
-        return {1, c};
+        return std::string(1, c);
     }
 }
 
@@ -180,6 +180,26 @@ bool isAnnotationName(std::string_view name)
 bool isNamespaceDeclaration(std::string_view name)
 {
     return name == "xmlns" || name.starts_with("xmlns:");
+}
+
+bool startsWithReference(std::string_view markup)
+{
+    const auto end = markup.find(';');
+    if (end == std::string_view::npos || !markup.starts_with('&'))
+    {
+        return false;
+    }
+    const auto name = markup.substr(1, end - 1);
+    const auto areAll = [](std::string_view text, std::string_view characters)
+    {
+        return !text.empty() && text.find_first_not_of(characters) == std::string_view::npos;
+    };
+    if (name.starts_with("#x"))
+    {
+        return areAll(name.substr(2), "0123456789abcdefABCDEF");
+    }
+    return name.starts_with('#') ? areAll(name.substr(1), "0123456789")
+                                 : isNameWithoutColon(name.substr(0, name.find(':')));
 }
 
 bool isBlank(std::string_view text)

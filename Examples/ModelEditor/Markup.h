@@ -31,6 +31,9 @@ bool isAnnotationName(std::string_view name);
 /// Whether the attribute @p name declares a namespace.
 bool isNamespaceDeclaration(std::string_view name);
 
+/// Whether @p markup starts with a reference to an entity or a character: `&amp;`, `&#10;`, `&#xE9;`.
+bool startsWithReference(std::string_view markup);
+
 /// Whether @p text has nothing but XML's white space.
 bool isBlank(std::string_view text);
 

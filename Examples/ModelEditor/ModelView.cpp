@@ -42,12 +42,6 @@ ValueType typeOfDescription(const AttributeDescriptionBase& description)
     return is<bool>(description) ? ValueType::Bool : ValueType::String;
 }
 
-// Written as XPath steps, so texts stand as they are called.
-std::string stepTo(const std::string& attributeName)
-{
-    return attributeName.starts_with("text()") ? attributeName : "@" + attributeName;
-}
-
 } // namespace
 
 ModelView::ModelView(std::ostream& stream) : out(stream) {}
@@ -85,7 +79,7 @@ void ModelView::printDetails(const Selected& selected) const
     }
     else if (selected.part != Part::Unsupported)
     {
-        out << "  " << stepTo(selected.name) << " = " << shown(selected.text)
+        out << "  " << selected.object->getStep(selected.name) << " = " << shown(selected.text)
             << (selected.part == Part::Name ? " (name)\n" : " (annotation)\n");
     }
 }
@@ -146,7 +140,7 @@ void ModelView::printElement(XmlObject& object) const
 
 void ModelView::printValue(XmlObject& object, const std::string& attributeName) const
 {
-    out << "  " << stepTo(attributeName) << " = " << shown(object.getText(attributeName)) << " ("
+    out << "  " << object.getStep(attributeName) << " = " << shown(object.getText(attributeName)) << " ("
         << typeNameOf(object, attributeName) << ")\n";
 }
 

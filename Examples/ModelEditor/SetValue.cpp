@@ -75,7 +75,7 @@ std::string namesOfValues(XmlObject& object)
     std::string names;
     for (const auto& name : object.getAttributeNames())
     {
-        names += (names.empty() ? "" : ", ") + std::string(name.starts_with("text()") ? "" : "@") + name;
+        names += (names.empty() ? "" : ", ") + object.getStep(name);
     }
     return names.empty() ? "it has no values" : "name one of its values: " + names;
 }

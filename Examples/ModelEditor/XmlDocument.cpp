@@ -68,7 +68,11 @@ XmlDocument::XmlDocument(const std::string& bytes, const std::string& fileName)
 {
     parse();
     requireOneRoot();
-    requireDifferentAttributes();
+    requireNothingBehind();
+    for (auto node = next(document); node; node = next(node))
+    {
+        requireWellFormed(node);
+    }
 }
 
 pugi::xml_node XmlDocument::getDocumentNode() const
@@ -140,7 +144,7 @@ void XmlDocument::requireOneRoot() const
         const bool isText = node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
         if (isText && (node.type() == pugi::node_cdata || !isBlank(node.value())))
         {
-            complain(offsetOf(node.value()), "text outside the root element");
+            complainOfText(offsetOf(node.value()));
         }
         if (node.type() == pugi::node_element && found)
         {
@@ -154,20 +158,71 @@ void XmlDocument::requireOneRoot() const
     }
 }
 
-void XmlDocument::requireDifferentAttributes() const
+// The parser drops text at the end without a word.
+void XmlDocument::requireNothingBehind() const
 {
-    for (auto node = next(document); node; node = next(node))
+    const auto end = source.getOriginal().rfind('>') + 1;
+    if (!isBlank(source.getOriginal().substr(end)))
     {
-        if (!node.first_attribute().next_attribute())
+        complainOfText(end);
+    }
+}
+
+void XmlDocument::complainOfText(std::size_t offset) const
+{
+    complain(source.getOriginal().find_first_not_of(" \t\r\n", offset), "text outside the root element");
+}
+
+// What the parser lets pass.
+void XmlDocument::requireWellFormed(pugi::xml_node node) const
+{
+    if (node.type() == pugi::node_pcdata)
+    {
+        requireReferences(node.value(), "<");
+    }
+    for (const auto attribute : node.attributes())
+    {
+        const std::size_t offset = offsetOf(attribute.value());
+        const std::string_view quote = source.getOriginal().substr(offset - 1, 1);
+        requireReferences(attribute.value(), quote);
+        if (std::string_view(attribute.value()).find('<') != std::string_view::npos &&
+            markupAt(offset, quote).find('<') != std::string_view::npos)
         {
-            continue;
+            complain(offset, std::string("< in the value of ") + attribute.name());
         }
+    }
+    if (node.first_attribute().next_attribute())
+    {
         if (const auto repeated = repeatedAttribute(node))
         {
             complain(offsetOf(node.name()),
                      std::string(node.name()) + " has two attributes " + repeated.name());
         }
     }
+}
+
+// Only a value that has an ampersand can have a wrong one.
+void XmlDocument::requireReferences(const char* value, std::string_view end) const
+{
+    if (std::string_view(value).find('&') == std::string_view::npos)
+    {
+        return;
+    }
+    const std::size_t offset = offsetOf(value);
+    const auto markup = markupAt(offset, end);
+    for (auto place = markup.find('&'); place != std::string_view::npos; place = markup.find('&', place + 1))
+    {
+        if (!startsWithReference(markup.substr(place)))
+        {
+            complain(offset + place, "& that starts no reference");
+        }
+    }
+}
+
+std::string_view XmlDocument::markupAt(std::size_t offset, std::string_view end) const
+{
+    const auto rest = source.getOriginal().substr(offset);
+    return rest.substr(0, rest.find(end));
 }
 
 void XmlDocument::complain(std::size_t offset, const std::string& what) const

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace ModelEditor
 {
@@ -52,7 +53,11 @@ public:
 private:
     void parse();
     void requireOneRoot() const;
-    void requireDifferentAttributes() const;
+    void requireNothingBehind() const;
+    [[noreturn]] void complainOfText(std::size_t offset) const;
+    void requireWellFormed(pugi::xml_node node) const;
+    void requireReferences(const char* value, std::string_view end) const;
+    std::string_view markupAt(std::size_t offset, std::string_view end) const;
     [[noreturn]] void complain(std::size_t offset, const std::string& what) const;
 
     std::string name;

@@ -71,7 +71,7 @@ std::string Selected::getAddress() const
     {
         return address;
     }
-    return address + (name.starts_with("text()") ? "/" : "/@") + name;
+    return address + "/" + object->getStep(name);
 }
 
 XmlModel::XmlModel(const std::string& bytes, const std::string& name)

@@ -129,6 +129,17 @@ std::vector<std::string> XmlObject::getAttributeNames()
     return names;
 }
 
+std::string XmlObject::getStep(const std::string& name)
+{
+    if (!name.starts_with("text()"))
+    {
+        return "@" + name;
+    }
+    const auto& all = getTexts();
+    return all.size() > 1 && name == "text()" ? name + "[" + std::to_string(xpathNumber(all.front())) + "]"
+                                              : name;
+}
+
 std::string XmlObject::getText(const std::string& name)
 {
     return isPlainAttribute(name) && element.attribute(name.c_str()) ? element.attribute(name.c_str()).value()
@@ -218,7 +229,7 @@ template <typename T>
 std::shared_ptr<AttributeDescriptionBase> XmlObject::describe(const std::string& name,
                                                               std::shared_ptr<XmlValue> value)
 {
-    const std::string step = name.starts_with("text()") ? name : "@" + name;
+    const std::string step = getStep(name);
     auto description = std::make_shared<AttributeDescription<T>>(
         name, [value] { return valueOf<T>(value->getText()).value(); },
         [this, value, step](const T& to) { change(*value, step, textLike(value->getOriginal(), to)); });

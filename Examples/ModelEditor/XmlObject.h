@@ -63,6 +63,9 @@ public:
     /// The names of all attributes that are described, in the order of the file, texts last.
     std::vector<std::string> getAttributeNames();
 
+    /// The XPath step from the element to its attribute or text @p name, which selects nothing else.
+    std::string getStep(const std::string& name);
+
     /// The present text of the value that is described as @p name; empty if there is none.
     std::string getText(const std::string& name);
 

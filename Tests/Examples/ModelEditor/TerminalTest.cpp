@@ -1,0 +1,161 @@
+#include "Tests/Examples/ModelEditor/ProgramRun.h"
+#include "Tests/Examples/ModelEditor/TestFiles.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <pty.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+
+using testing::HasSubstr;
+
+// The program at a terminal of its own.
+class Terminal
+{
+public:
+    Terminal(const TestDirectory& directory, const std::string& model)
+    {
+        const std::string program = getProgramPath();
+        child = forkpty(&terminal, nullptr, nullptr, nullptr);
+        if (child == 0)
+        {
+            setenv("TERM", "dumb", 1);
+            const bool isThere = chdir(directory.getPath().c_str()) == 0;
+            if (isThere)
+            {
+                execl(program.c_str(), program.c_str(), model.c_str(), nullptr);
+            }
+            _exit(122);
+        }
+    }
+
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+
+    ~Terminal()
+    {
+        close(terminal);
+    }
+
+    void type(const std::string& keys) const
+    {
+        ASSERT_EQ(write(terminal, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+    }
+
+    // What is printed up to and with the text; all that was printed if it does not come.
+    std::string waitFor(const std::string& text)
+    {
+        std::string seen;
+        char c = 0;
+        while (!seen.ends_with(text) && read(terminal, &c, 1) == 1)
+        {
+            seen += c;
+        }
+        return seen;
+    }
+
+    // What is still printed.
+    std::string waitForEnd(int& status)
+    {
+        std::string seen;
+        char c = 0;
+        while (read(terminal, &c, 1) == 1)
+        {
+            seen += c;
+        }
+        int raw = 0;
+        waitpid(child, &raw, 0);
+        status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+        return seen;
+    }
+
+private:
+    int terminal = -1;
+    pid_t child = -1;
+};
+
+class TerminalTest : public testing::Test
+{
+protected:
+    TerminalTest()
+    {
+        directory.write("m.xml", "<a x='1'/>");
+    }
+
+    TestDirectory directory;
+    int status = -1;
+};
+
+const std::string prompt = "model> ";
+
+TEST_F(TerminalTest, PromptsRunsLinesAndSavesAtOnce)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("set /a/@x 2\n");
+    EXPECT_THAT(terminal.waitFor(prompt), HasSubstr("/a/@x: 1 -> 2"));
+    terminal.type("nope\n");
+    EXPECT_THAT(terminal.waitFor(prompt), HasSubstr("no verb nope; help lists them"));
+    terminal.type("save\n");
+    EXPECT_THAT(terminal.waitFor(prompt), HasSubstr("Saved m.xml (10 bytes)"));
+    EXPECT_EQ(directory.read("m.xml"), "<a x='2'/>");
+    terminal.type("quit\n");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(TerminalTest, LinesAreEditedAndComeBackFromTheHistory)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    // Control-H deletes, control-P takes the line before.
+    terminal.type("find /axx\x08\x08\n");
+    EXPECT_THAT(terminal.waitFor("1 node"), HasSubstr("/a\r\n"));
+    terminal.waitFor(prompt);
+    terminal.type("\x10\n");
+    EXPECT_THAT(terminal.waitFor("1 node"), HasSubstr("1 node"));
+    terminal.waitFor(prompt);
+    terminal.type("quit\n");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(TerminalTest, UnsavedChangesAreDroppedOnlyWhenQuittingTwice)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("set /a/@x 2\n");
+    terminal.waitFor(prompt);
+    terminal.type("quit\n");
+    EXPECT_THAT(terminal.waitFor(prompt), HasSubstr("There are unsaved changes"));
+    terminal.type("find /a\n");
+    terminal.waitFor(prompt);
+    terminal.type("\x04");
+    EXPECT_THAT(terminal.waitFor(prompt), HasSubstr("There are unsaved changes"));
+    terminal.type("\x04");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(directory.read("m.xml"), "<a x='1'/>");
+}
+
+TEST_F(TerminalTest, TheInterruptKeyAbandonsTheLine)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("set /a/@x 5\x03");
+    terminal.waitFor(prompt);
+    terminal.type("find /a/@x\n");
+    EXPECT_THAT(terminal.waitFor("1 node"), HasSubstr("/a/@x = 1"));
+    terminal.waitFor(prompt);
+    terminal.type("\x04");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
+} // namespace

@@ -1,0 +1,90 @@
+#include "Examples/ModelEditor/XmlDocument.h"
+
+#include "Platform/ExceptionHandling/VdException.h"
+#include "Tests/Examples/ModelEditor/TestFiles.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace
+{
+
+using ModelEditor::XmlDocument;
+using namespace std::string_literals;
+
+std::string complaintAbout(const std::string& bytes)
+{
+    try
+    {
+        const XmlDocument document(bytes, "m.xml");
+    }
+    catch (const Valdane::VdException& exception)
+    {
+        return exception.what();
+    }
+    return "nothing";
+}
+
+TEST(XmlDocument, UnchangedItIsTheBytesThatWereRead)
+{
+    for (const std::string& bytes :
+         {"<a/>"s,
+          "\xEF\xBB\xBF<?xml version='1.0' ?>\r\n<!DOCTYPE a [<!ENTITY e \"x>\">]>\r\n<?p  q ?><!-- - -->"
+          "<a  b = 'c\"&#10;&lt;' >\r\n&e; &gt; > <![CDATA[ <&]] ]]><b></b><c /></a >\r\n<!-- end -->\n"s,
+          "\xFF\xFE<\0a\0/\0>\0"s, "<?xml version='1.0' encoding='ISO-8859-1'?><a b='\xE9'/>"s,
+          "<a>\xFF</a>"s})
+    {
+        EXPECT_EQ(XmlDocument(bytes, "m").toBytes(), bytes);
+    }
+}
+
+TEST(XmlDocument, MalformedOnesAreRefusedWithThePlace)
+{
+    EXPECT_EQ(complaintAbout(""), "m.xml: the file is empty");
+    EXPECT_EQ(complaintAbout("\xEF\xBB\xBF"), "m.xml: the file is empty");
+    EXPECT_EQ(complaintAbout(" \n"), "m.xml: the file has no element");
+    EXPECT_EQ(complaintAbout("<!-- x -->"), "m.xml: the file has no element");
+    EXPECT_EQ(complaintAbout("hello"), "m.xml:1:1: text outside the root element");
+    EXPECT_EQ(complaintAbout("<a/>\n x"), "m.xml:2:2: text outside the root element");
+    EXPECT_EQ(complaintAbout("<!-- -->\n\n x <a/>"), "m.xml:3:2: text outside the root element");
+    EXPECT_EQ(complaintAbout("<a/><![CDATA[]]>"), "m.xml:1:14: text outside the root element");
+    EXPECT_EQ(complaintAbout("<a/>\n<b/>"), "m.xml:2:2: a second root element, b");
+    EXPECT_EQ(complaintAbout("<a>\n<b></a>"), "m.xml:2:6: Start-end tags mismatch");
+    EXPECT_EQ(complaintAbout("<a b=c/>"), "m.xml:1:6: Error parsing element attribute");
+    EXPECT_EQ(complaintAbout("<a>\r\n <b x='1' y='2' x='1'/></a>"), "m.xml:2:3: b has two attributes x");
+    EXPECT_EQ(complaintAbout("<a>x & y</a>"), "m.xml:1:6: & that starts no reference");
+    EXPECT_EQ(complaintAbout("<a>&amp; &bad</a>"), "m.xml:1:10: & that starts no reference");
+    EXPECT_EQ(complaintAbout("<a b='&'/>"), "m.xml:1:7: & that starts no reference");
+    EXPECT_EQ(complaintAbout("<a b='<'/>"), "m.xml:1:7: < in the value of b");
+    EXPECT_EQ(complaintAbout("<a>\0</a>"s), "m.xml:1:4: a NUL character");
+    EXPECT_EQ(complaintAbout("<?xml version='1.0' encoding='klingon'?><a/>"),
+              "m.xml: the encoding klingon is not known");
+}
+
+TEST(XmlDocument, WhatOnlyLooksMalformedIsTaken)
+{
+    EXPECT_EQ(complaintAbout("<a b='&lt;&amp;' c='&own;'>&#65;<![CDATA[&]]><!-- & < --></a>"), "nothing");
+    EXPECT_EQ(complaintAbout("<x:a x:b='1' y:b='2' b='3'/>"), "nothing");
+}
+
+TEST(XmlDocument, AnAttributeWithoutValueIsRefused)
+{
+    EXPECT_NE(complaintAbout("<a b/>"), "nothing");
+    EXPECT_NE(complaintAbout("<a"), "nothing");
+    EXPECT_NE(complaintAbout("<a>"), "nothing");
+    EXPECT_NE(complaintAbout("</a>"), "nothing");
+}
+
+TEST(XmlDocument, KnowsWhereANodeStandsInTheSource)
+{
+    const std::string bytes = "<a b='1'>text</a>";
+    const XmlDocument document(bytes, "m");
+    const auto root = document.getRootElement();
+    EXPECT_EQ(document.offsetOf(root.name()), 1U);
+    EXPECT_EQ(document.offsetOf(root.attribute("b").value()), 6U);
+    EXPECT_EQ(document.offsetOf(root.first_child().value()), 9U);
+    EXPECT_THROW((void)document.offsetOf("elsewhere"), Valdane::VdException);
+}
+
+} // namespace
