@@ -5,7 +5,6 @@
 #include <histedit.h>
 
 #include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <memory>
@@ -24,12 +23,10 @@ char* prompt(EditLine* /*editLine*/)
     return text.data();
 }
 
-// Does nothing: the signal only has to end the read.
-void onInterrupt(int /*signal*/) {}
-
 } // namespace
 
-// The interrupt handler is in force as long as this object lives.
+// The interrupt key is a key like others while a line is typed; otherwise it does nothing, because it would drop
+// the changes that are not saved.
 class TerminalLines::Editing
 {
 public:
@@ -44,9 +41,10 @@ public:
         el_set(editLine.get(), EL_PROMPT, &prompt);
         el_set(editLine.get(), EL_EDITOR, "emacs");
         el_set(editLine.get(), EL_HIST, &::history, history.get());
-        struct sigaction action = {};
-        action.sa_handler = &onInterrupt;
-        sigaction(SIGINT, &action, &previousAction);
+        el_set(editLine.get(), EL_SIGNAL, 1);
+        el_set(editLine.get(), EL_SETTY, "-d", "intr=", nullptr);
+        el_set(editLine.get(), EL_BIND, "^C", "em-kill-line", nullptr);
+        previousHandler = std::signal(SIGINT, SIG_IGN);
     }
 
     Editing(const Editing&) = delete;
@@ -54,28 +52,19 @@ public:
 
     ~Editing()
     {
-        sigaction(SIGINT, &previousAction, nullptr);
+        std::signal(SIGINT, previousHandler);
     }
 
     std::optional<std::string> next()
     {
-        while (true)
+        int length = 0;
+        const char* typed = el_gets(editLine.get(), &length);
+        if (typed == nullptr || length <= 0)
         {
-            int length = 0;
-            errno = 0;
-            const char* typed = el_gets(editLine.get(), &length);
-            if (typed != nullptr && length > 0)
-            {
-                return remember({typed, static_cast<std::size_t>(length)});
-            }
-            if (errno != EINTR)
-            {
-                std::fputs("\n", stdout);
-                return {};
-            }
             std::fputs("\n", stdout);
-            el_reset(editLine.get());
+            return {};
         }
+        return remember({typed, static_cast<std::size_t>(length)});
     }
 
 private:
@@ -111,7 +100,7 @@ private:
 
     std::unique_ptr<EditLine, EndEditLine> editLine;
     std::unique_ptr<History, EndHistory> history;
-    struct sigaction previousAction = {};
+    void (*previousHandler)(int) = nullptr;
 };
 
 TerminalLines::TerminalLines() : editing(std::make_unique<Editing>()) {}

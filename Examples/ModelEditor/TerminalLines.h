@@ -11,7 +11,7 @@ namespace ModelEditor
 
 /// Lines that a person types at the terminal of this process, with a prompt, line editing and a history.
 ///
-/// The interrupt key abandons the line. At most one at a time.
+/// The interrupt key empties the line. At most one at a time; takes over SIGINT as long as it lives.
 ///
 /// Thread: the main thread only.
 class TerminalLines : public LineSource

@@ -175,6 +175,10 @@ std::optional<Selected> XmlModel::find(const pugi::xpath_node& node) const
     };
     if (const auto attribute = node.attribute())
     {
+        if (node.parent().type() != pugi::node_element)
+        {
+            return std::nullopt; // of the declaration, which is no node to XPath
+        }
         const std::string name = attribute.name();
         return Selected{objectOf(node.parent()), partOf(name), name, attribute.value()};
     }
@@ -191,6 +195,9 @@ std::optional<Selected> XmlModel::find(const pugi::xpath_node& node) const
         return name.empty() ? std::nullopt
                             : std::optional(Selected{object, Part::Value, name, node.node().value()});
     }
+    case pugi::node_declaration:
+    case pugi::node_doctype:
+        return std::nullopt;
     default:
         return Selected{objectOf(node.node().parent()), Part::Unsupported, {}, {}};
     }

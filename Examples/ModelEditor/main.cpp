@@ -10,6 +10,7 @@
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/spdlog.h>
 
+#include <clocale>
 #include <csignal>
 #include <exception>
 #include <iostream>
@@ -126,6 +127,8 @@ int complain(const std::exception& exception, int status)
 
 int main(int argc, char** argv)
 {
+    // The terminal's characters, not its numbers.
+    std::setlocale(LC_CTYPE, "");
     // A file that grows too large is an error of the write, not the end of the process.
     std::signal(SIGXFSZ, SIG_IGN);
     Options options;

@@ -80,6 +80,13 @@ TEST(XmlModel, AnAddressSelectsWhatItIsTheAddressOf)
     }
 }
 
+TEST(XmlModel, TheDeclarationIsNoNode)
+{
+    const XmlModel model("<?xml version='1.0'?><!DOCTYPE a><a x='1'/>", "m");
+    EXPECT_THAT(addressesOf(model, "//@*"), ElementsAre("/a/@x"));
+    EXPECT_THAT(addressesOf(model, "/node()"), ElementsAre("/a"));
+}
+
 TEST(XmlModel, TheDocumentStandsForItsRoot)
 {
     const XmlModel model(robot, "m");

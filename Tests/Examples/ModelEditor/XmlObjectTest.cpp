@@ -150,7 +150,7 @@ TEST(XmlObject, NamespacedAttributesAreItsDynamicAttributes)
     EXPECT_EQ(collection->size(), 2U);
     EXPECT_EQ(collection->get("n:b"), "2");
     EXPECT_EQ(collection->get("n:a"), "<");
-    const auto& child = model.select("//b").nodes.at(0).object;
+    const auto child = model.select("//b").nodes.at(0).object;
     EXPECT_EQ(child->getDynamicAttributeCollection(), nullptr);
 }
 
