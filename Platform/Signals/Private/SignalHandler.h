@@ -52,7 +52,7 @@ protected:
         SlotList& list = static_cast<Signal<void(Args...)>&>(*this).makeSlotList();
         if (list.isClosed())
         {
-            return Connection();
+            return {};
         }
         list.insert(node, atFront);
         return Connection(node);

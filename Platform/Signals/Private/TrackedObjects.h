@@ -36,7 +36,7 @@ public:
 
     bool hasExpired() const noexcept
     {
-        return std::any_of(objects.begin(), objects.end(), isExpired);
+        return std::ranges::any_of(objects, isExpired);
     }
 
     /// Runs @p call while all objects are kept alive.

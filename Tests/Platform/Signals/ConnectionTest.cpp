@@ -97,6 +97,7 @@ TEST_F(ConnectionTest, DisconnectsOnlyItsOwnSlot)
 {
     std::vector<int> seen;
     std::vector<Connection> connections;
+    connections.reserve(5);
     for (int i = 0; i < 4; ++i)
     {
         connections.push_back(signal.connect([&seen, i] { seen.push_back(i); }));
@@ -121,7 +122,7 @@ TEST_F(ConnectionTest, MovesItsSlotToTheNewConnection)
     {
         const Connection to = std::move(from);
         EXPECT_TRUE(to.connected());
-        EXPECT_FALSE(from.connected()); // NOLINT(bugprone-use-after-move): what a moved-from connection is
+        EXPECT_FALSE(from.connected()); // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
         from.disconnect();
         EXPECT_EQ(callsOfOneEmission(), 1);
     }
@@ -137,7 +138,7 @@ TEST_F(ConnectionTest, DisconnectsWhatItHadWhenItIsAssignedOver)
     EXPECT_EQ(callsOfOneEmission(), 0);
     EXPECT_EQ(others, 1);
     EXPECT_TRUE(connection.connected());
-    EXPECT_FALSE(other.connected()); // NOLINT(bugprone-use-after-move): what a moved-from connection is
+    EXPECT_FALSE(other.connected()); // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
 }
 
 TEST_F(ConnectionTest, DisconnectsWhatItHadWhenAnUnconnectedOneIsAssigned)

@@ -28,6 +28,7 @@ using Valdane::Signals::Signal;
 using Valdane::Signals::Slot;
 using Valdane::Signals::Test::allocationCount;
 using Valdane::Signals::Test::AllocationFailure;
+using Valdane::Signals::Test::liveAllocationCount;
 
 using NoArguments = Signal<void()>;
 
@@ -256,6 +257,22 @@ TEST_F(SignalTest, DisconnectsManySlotsFromWithinTheFirst)
     EXPECT_TRUE(first.connected());
 }
 
+TEST_F(SignalTest, CallsASlotConnectedDuringAnEmissionInTheNextOne)
+{
+    Connection added;
+    const Connection connecting = signal.connect(
+        [&]
+        {
+            seen.push_back(1);
+            if (!added.connected())
+            {
+                added = signal.connect(noting(2));
+            }
+        });
+    EXPECT_THAT(emit(), ElementsAre(1));
+    EXPECT_THAT(emit(), ElementsAre(1, 2));
+}
+
 TEST_F(SignalTest, CanBeDestroyedByASlotTogetherWithItsOwner)
 {
     struct Owner
@@ -405,6 +422,7 @@ TEST_F(SignalTest, IsUnchangedWhenAConnectRunsOutOfMemory)
     const std::vector<int> large(100);
     const Slot<void()> slot = Slot<void()>([this, large, owner] { seen.push_back(1); }).track(owner);
     const long usesBefore = owner.use_count();
+    const std::size_t liveBefore = liveAllocationCount();
     std::size_t failures = 0;
     Connection connection;
     while (!connection.connected())
@@ -418,6 +436,7 @@ TEST_F(SignalTest, IsUnchangedWhenAConnectRunsOutOfMemory)
         {
             ++failures;
             ASSERT_EQ(owner.use_count(), usesBefore);
+            ASSERT_EQ(liveAllocationCount(), liveBefore);
         }
         ASSERT_EQ(emit().size(), connection.connected() ? 1U : 0U);
     }
