@@ -23,9 +23,7 @@ void announceChangeOf(const Object& object)
 } // namespace
 
 ClearDynamicAttributesCmd::ClearDynamicAttributesCmd(std::shared_ptr<Object> object, std::string text)
-    : CommandBase(std::move(text)),
-      root(rootOf(object)),
-      path(object->getPath(RequestedPathType::FromRoot))
+    : CommandBase(std::move(text)), root(rootOf(object)), path(object->getPath(RequestedPathType::FromRoot))
 {
 }
 
@@ -39,7 +37,16 @@ void ClearDynamicAttributesCmd::execute()
     const std::shared_ptr<Object> object = findObject(root, path);
     savedCollection = object->getDynamicAttributeCollection();
     object->setDynamicAttributeCollection(nullptr);
-    announceChangeOf(*object);
+    try
+    {
+        announceChangeOf(*object);
+    }
+    catch (...)
+    {
+        // Nobody undoes a command that failed, and one that is redone would save the empty collection.
+        object->setDynamicAttributeCollection(std::exchange(savedCollection, nullptr));
+        throw;
+    }
 }
 
 void ClearDynamicAttributesCmd::undo()

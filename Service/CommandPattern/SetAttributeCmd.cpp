@@ -10,6 +10,20 @@
 namespace Valdane
 {
 
+namespace
+{
+
+template <typename T>
+void announce(AttributeDescription<T>& attribute, const T& value)
+{
+    if (attribute.isForStandardEnabled() || attribute.emitsChangedSignal())
+    {
+        attribute.getSigChanged()(value);
+    }
+}
+
+} // namespace
+
 template <typename T>
 SetAttributeCmd<T>::SetAttributeCmd(std::weak_ptr<Object> root, Path attributePath, T value, std::string text)
     : CommandBase(std::move(text)),
@@ -49,7 +63,17 @@ void SetAttributeCmd<T>::execute()
         throw VdException("There is no attribute of the expected type at '" + path.toString() + "'.");
     }
     oldValue = attribute->getGetter()();
-    write(*attribute, newValue);
+    attribute->getSetter()(newValue);
+    try
+    {
+        announce(*attribute, newValue);
+    }
+    catch (...)
+    {
+        // Nobody undoes a command that failed, and one that is redone would take the new value for the old one.
+        attribute->getSetter()(oldValue);
+        throw;
+    }
     getProgressPtr()->setComplete();
 }
 
@@ -68,7 +92,8 @@ void SetAttributeCmd<T>::undo()
     {
         if (const std::shared_ptr<AttributeDescription<T>> attribute = findDescription(*target))
         {
-            write(*attribute, oldValue);
+            attribute->getSetter()(oldValue);
+            announce(*attribute, oldValue);
         }
     }
     catch (...)
@@ -85,16 +110,6 @@ std::shared_ptr<AttributeDescription<T>> SetAttributeCmd<T>::findDescription(Obj
 {
     return std::dynamic_pointer_cast<AttributeDescription<T>>(
         target.getAttributeDescription(path.getAttributeName()));
-}
-
-template <typename T>
-void SetAttributeCmd<T>::write(AttributeDescription<T>& attribute, const T& value) const
-{
-    attribute.getSetter()(value);
-    if (attribute.isForStandardEnabled() || attribute.emitsChangedSignal())
-    {
-        attribute.getSigChanged()(value);
-    }
 }
 
 template class SetAttributeCmd<int>;

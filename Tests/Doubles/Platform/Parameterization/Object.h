@@ -4,6 +4,7 @@
 #include "Platform/Parameterization/AttributeDescriptionBase.h"
 #include "Platform/Parameterization/Path.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -67,6 +68,10 @@ public:
     void emitSigChanged() const
     {
         note(name + ".emitSigChanged");
+        if (onEmitSigChanged)
+        {
+            onEmitSigChanged();
+        }
     }
 
     bool isApplyStandardRunning() const
@@ -95,6 +100,7 @@ public:
     std::map<std::string, std::shared_ptr<AttributeDescriptionBase>> attributes;
     std::shared_ptr<DynamicAttributeCollection> dynamicAttributes;
     bool applyStandardRunning = false;
+    std::function<void()> onEmitSigChanged;
 };
 
 } // namespace Valdane

@@ -246,6 +246,30 @@ TEST_F(ClearDynamicAttributesCmdOrder, NobodyAnnouncesAChangeAtAnObjectWithoutAn
                                            "pump.setDynamicAttributeCollection(collection)"));
 }
 
+TEST_F(ClearDynamicAttributesCmdOrder, AnExecutionThatAListenerFailsHasChangedNothingAndCanBeRedone)
+{
+    const auto collection = std::make_shared<DynamicAttributeCollection>();
+    pump()->dynamicAttributes = collection;
+    ClearDynamicAttributesCmd command(pump(), "");
+    takeJournal();
+    owner->onEmitSigChanged = []
+    {
+        throw std::runtime_error("not now");
+    };
+
+    EXPECT_THROW(command.execute(), std::runtime_error);
+
+    EXPECT_THAT(takeJournal(), ElementsAre("root.getObject(pump)", "pump.getDynamicAttributeCollection",
+                                           "pump.setDynamicAttributeCollection(null)", "owner.emitSigChanged",
+                                           "pump.setDynamicAttributeCollection(collection)"));
+    EXPECT_EQ(collection.use_count(), 2) << "the command lets go of it";
+
+    owner->onEmitSigChanged = nullptr;
+    command.redo();
+    command.undo();
+    EXPECT_EQ(pump()->dynamicAttributes, collection);
+}
+
 /// The attribute "speed" of the pump, an int.
 class SetAttributeCmdOrder : public ObjectCommandOrder
 {
@@ -350,6 +374,23 @@ TEST_F(SetAttributeCmdOrder, UndoPutsTheStateBackAlsoWhenTheSetterThrows)
                 ElementsAre("progress.reset", "root.getObject(pump.speed)", "pump.isApplyStandardRunning",
                             "pump.setApplyStandardRunning(true)", "pump.getAttributeDescription(speed)",
                             "set 1", "pump.setApplyStandardRunning(false)"));
+}
+
+TEST_F(SetAttributeCmdOrder, AnExecutionThatAListenerFailsSetsTheValueBackAndCanBeRedone)
+{
+    const Signals::Connection failing =
+        speed->sigChanged.connect([](const int&) { throw std::runtime_error("not now"); });
+
+    EXPECT_THROW(command.execute(), std::runtime_error);
+
+    EXPECT_THAT(takeJournal(),
+                ElementsAre("progress.reset", "root.getObject(pump.speed)", "pump.isApplyStandardRunning",
+                            "pump.getAttributeDescription(speed)", "get", "set 2",
+                            "speed.isForStandardEnabled", "speed changed to 2", "set 1"));
+    EXPECT_EQ(value, 1);
+    EXPECT_THROW(command.redo(), std::runtime_error);
+    EXPECT_THROW(command.undo(), std::runtime_error);
+    EXPECT_EQ(value, 1);
 }
 
 TEST_F(SetAttributeCmdOrder, TheSecondQueryDecidesWhereTheAttributeIsNotEnabledForStandard)
