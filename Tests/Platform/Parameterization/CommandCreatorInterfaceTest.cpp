@@ -123,10 +123,10 @@ TEST(CommandCreatorInterface, HasItsOverloadsInTheOrderThatOtherModulesAreCompil
     const auto first = slotOf<const void*>();
     constexpr auto step = static_cast<std::ptrdiff_t>(sizeof(void*));
     EXPECT_EQ(slotOf<const AttributeDescription<bool>*>(), first + step);
-    EXPECT_EQ(slotOf<const AttributeDescription<double>*>(), first + 2 * step);
-    EXPECT_EQ(slotOf<const AttributeDescription<std::string>*>(), first + 3 * step);
-    EXPECT_EQ(slotOf<const AttributeDescription<unsigned int>*>(), first + 4 * step);
-    EXPECT_EQ(slotOf<const AttributeDescription<int>*>(), first + 5 * step);
+    EXPECT_EQ(slotOf<const AttributeDescription<double>*>(), first + (2 * step));
+    EXPECT_EQ(slotOf<const AttributeDescription<std::string>*>(), first + (3 * step));
+    EXPECT_EQ(slotOf<const AttributeDescription<unsigned int>*>(), first + (4 * step));
+    EXPECT_EQ(slotOf<const AttributeDescription<int>*>(), first + (5 * step));
 }
 
 TEST(CommandCreatorInterface, LeavesOnlyTheOverloadsOfTheFiveTypesToItsImplementation)
