@@ -6,11 +6,38 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <string>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
+#include <vector>
+
+// In the place of the C library's, for this executable: what was made durable, in which order.
+namespace
+{
+
+std::vector<std::string> calls;
+int fsyncError = 0;
+
+} // namespace
+
+extern "C" int fsync(int file)
+{
+    const auto path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(file));
+    calls.push_back(std::filesystem::is_directory(path) ? "fsync directory" : "fsync file");
+    errno = fsyncError;
+    return fsyncError == 0 ? 0 : -1;
+}
+
+extern "C" int rename(const char* from, const char* to) noexcept
+{
+    calls.emplace_back("rename");
+    return static_cast<int>(syscall(SYS_renameat, AT_FDCWD, from, AT_FDCWD, to));
+}
 
 namespace
 {
@@ -134,6 +161,26 @@ TEST(ModelFile, WhatCannotBeReplacedIsReportedAndLeft)
     EXPECT_EQ(messageOf([&] { replaceFile(path + "/a", "x"); }),
               path + "/a: Too many levels of symbolic links");
     EXPECT_THAT(directory.list(), ElementsAre("a", "b"));
+}
+
+TEST(ModelFile, TheNewContentIsDurableBeforeItTakesTheNameAndTheNameAfterwards)
+{
+    const TestDirectory directory;
+    const std::string path = directory.write("f", "old");
+    calls.clear();
+    replaceFile(path, "new");
+    EXPECT_THAT(calls, ElementsAre("fsync file", "rename", "fsync directory"));
+}
+
+TEST(ModelFile, AContentThatCannotBeMadeDurableIsNotTaken)
+{
+    const TestDirectory directory;
+    const std::string path = directory.write("f", "old");
+    fsyncError = EIO;
+    EXPECT_EQ(messageOf([&] { replaceFile(path, "new"); }), path + ": Input/output error");
+    fsyncError = 0;
+    EXPECT_EQ(directory.read("f"), "old");
+    EXPECT_THAT(directory.list(), ElementsAre("f"));
 }
 
 TEST(ModelFile, AHardLinkKeepsTheOldContent)
