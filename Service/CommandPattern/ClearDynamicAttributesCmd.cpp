@@ -23,9 +23,7 @@ void announceChangeOf(const Object& object)
 } // namespace
 
 ClearDynamicAttributesCmd::ClearDynamicAttributesCmd(std::shared_ptr<Object> object, std::string text)
-    : CommandBase(std::move(text)),
-      root(rootOf(object)),
-      path(object->getPath(RequestedPathType::FromRoot))
+    : CommandBase(std::move(text)), root(rootOf(object)), path(object->getPath(RequestedPathType::FromRoot))
 {
 }
 

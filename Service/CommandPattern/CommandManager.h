@@ -7,13 +7,16 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <set>
 #include <string>
 
 namespace Valdane
 {
 
 class CommandBase;
+class MacroCommand;
 class ModuleAccessInterface;
+class Object;
 class Progress;
 class ThreadManager;
 
@@ -50,6 +53,10 @@ public:
         CommandAdded = 3,  ///< a command was put on top of the undo queue
     };
 
+    /// The number of change trackers: independent save points, such as one for saving and one for exporting.
+    /// The operations that take a tracker want a number below it (not checked).
+    static constexpr std::uint64_t ChangeTrackerCount = 2;
+
     /// Empty queues; a limit of 25 commands that is not in use.
     CommandManager();
     CommandManager(const CommandManager&) = delete;
@@ -66,8 +73,34 @@ public:
 
     /// Puts @p command, which its caller has executed already, on top of the undo queue; empty is ignored.
     ///
-    /// Forgets what could be redone, applies the limit, then emits sigCommandQueueChanged(CommandAdded).
+    /// Forgets what could be redone, folds in what waits for it (addCommandToMergeWithNextCommand()), notes
+    /// the modules that the application reports as modified, applies the limit, then emits
+    /// sigCommandQueueChanged(CommandAdded).
+    ///
+    /// @throws what the module access interface throws: before the command is queued (nothing but what could
+    /// be
+    ///         redone is lost then) when it tells the modules, after that when it is told to forget them.
     void addExecutedCommand(std::shared_ptr<CommandBase> command);
+
+    /// Executes @p command now and folds it into the command that is queued next.
+    ///
+    /// The two become one entry: a macro with the description of the command queued next, which stands first
+    /// in it, followed by those that were waiting in the order of their execution. Until then @p command is
+    /// in no queue, cannot be undone, and clear() forgets it. Emits nothing but sigCommandFailed.
+    ///
+    /// @param useForwardUndoOrder  true to have that macro undone first to last: one true is enough for it.
+    /// @return true if it was executed; false if it threw, or if @p command is empty.
+    bool addCommandToMergeWithNextCommand(std::shared_ptr<CommandBase> command, bool useForwardUndoOrder);
+
+    /// Takes all commands out of the undo queue as one macro, oldest first, then does what clear() does.
+    ///
+    /// @return the macro, without a description; empty, with nothing changed, if there is nothing to undo.
+    std::shared_ptr<MacroCommand> takeExecutedCommands();
+
+    /// Takes the newest command out of the undo queue. Emits nothing.
+    ///
+    /// @return the command; empty if there is nothing to undo.
+    std::shared_ptr<CommandBase> takeLastExecutedCommand();
 
     /// Undoes up to @p count commands, newest first. Each one undone emits sigCommandUndone, then
     /// sigCommandQueueChanged(CommandUndone).
@@ -106,7 +139,8 @@ public:
     /// The descriptions of what can be redone, next one first. Cost: linear in the queue.
     std::list<std::string> collectRedoCommandDescriptions() const;
 
-    /// Forgets all commands of both queues; then emits sigCommandQueueChanged(QueueCleared), in any case.
+    /// Forgets all commands of both queues and those that wait to be merged, but not which modules are
+    /// modified; then emits sigCommandQueueChanged(QueueCleared), in any case.
     void clear();
 
     /// The number of commands in both queues.
@@ -139,6 +173,23 @@ public:
     ///
     /// @pre not empty (not checked).
     void setModuleAccessInterface(std::shared_ptr<ModuleAccessInterface> moduleAccess);
+
+    /// The modules that differ from what was saved last for @p tracker: those that the commands between that
+    /// save and now modified, and those that the module access interface reports now.
+    ///
+    /// Undoing back to the save point makes a module unmodified again. Cost: linear in the result.
+    std::set<const Object*> getModifiedModules(std::uint64_t tracker) const;
+
+    /// The same and those that the module access interface wants in the next save.
+    std::set<const Object*> getModifiedOrSaveOnNextSaveModules(std::uint64_t tracker) const;
+
+    /// Tells that the application has saved: what is now is the save point of @p tracker. The other tracker
+    /// is not affected. Cost: linear in both queues.
+    void adjustOnSave(std::uint64_t tracker);
+
+    /// Has all modules of the application count as modified, for all trackers, in the state before the oldest
+    /// command: for data that were loaded in a state that must be saved.
+    void markAllModulesBeforeFirstCommandAsModified();
 
     /// The manager's thread manager; shared with the caller.
     std::shared_ptr<ThreadManager> getThreadManager() const;
