@@ -339,7 +339,7 @@ void CommandManager::clear()
     d->tracking.modulesBeforeFirstCommand = modified;
     dropAll(d->undoQueue);
     dropAll(d->redoQueue);
-    d->commandsToMerge.clear();
+    dropAll(d->commandsToMerge);
     d->sigCommandQueueChanged(QueueCleared);
 }
 

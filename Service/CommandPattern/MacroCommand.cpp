@@ -200,7 +200,9 @@ void MacroCommand::removeLastCommand()
 
 void MacroCommand::clear()
 {
-    commands.clear();
+    // Out of the list before they die, because a command's destructor may call the macro.
+    CommandList removed;
+    removed.swap(commands);
 }
 
 bool MacroCommand::empty() const

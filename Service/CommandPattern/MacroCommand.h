@@ -114,7 +114,7 @@ public:
 
 protected:
     /// Which way the sub-commands' parts of the progress lie.
-    enum Prepare
+    enum Prepare : int
     {
         Execute = 0, ///< first to last
         Undo = 1,    ///< last to first, whatever the undo order is

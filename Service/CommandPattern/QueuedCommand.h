@@ -25,13 +25,15 @@ struct QueuedCommand
 /// A queue of entries: the oldest at the front, the one to be undone or redone next at the back.
 using CommandQueue = std::deque<QueuedCommand>;
 
-/// Empties @p queue before the first command dies, because a command's destructor may call the manager.
-inline void dropAll(CommandQueue& queue)
+/// Empties a container of commands or entries before the first command dies, because a command's destructor
+/// may call the manager.
+template <typename Commands>
+void dropAll(Commands& commands)
 {
-    if (!queue.empty())
+    if (!commands.empty())
     {
-        CommandQueue dropped;
-        dropped.swap(queue);
+        Commands dropped;
+        dropped.swap(commands);
     }
 }
 
