@@ -20,9 +20,13 @@ QueuedCommand ChangeTracking::makeEntry(std::shared_ptr<CommandBase> command, co
     QueuedCommand entry;
     entry.command = std::move(command);
     entry.modulesBefore = undoQueue.empty() ? modulesBeforeFirstCommand : undoQueue.back().modulesAfter;
-    for (std::size_t tracker = 0; tracker < entry.modulesAfter.size(); ++tracker)
+    entry.modulesAfter.fill(entry.modulesBefore.front().unitedWith(modules));
+    for (std::size_t tracker = 1; tracker < entry.modulesAfter.size(); ++tracker)
     {
-        entry.modulesAfter[tracker] = entry.modulesBefore[tracker].unitedWith(modules);
+        if (!entry.modulesBefore[tracker].isSharedWith(entry.modulesBefore.front()))
+        {
+            entry.modulesAfter[tracker] = entry.modulesBefore[tracker].unitedWith(modules);
+        }
     }
     entry.modulesOfCommand = modules;
     return entry;

@@ -25,6 +25,8 @@ struct ChangeTracking
     void keepPosition(const CommandQueue& undoQueue, const CommandQueue& redoQueue);
 
     /// An entry for a command that modified @p modules, to be put on top of @p undoQueue.
+    ///
+    /// Its sets are those of its neighbours where no module joins, and one for all trackers where those are.
     QueuedCommand makeEntry(std::shared_ptr<CommandBase> command, const ModuleSet& modules,
                             const CommandQueue& undoQueue) const;
 
