@@ -34,10 +34,11 @@ class ThreadManager;
 /// error line, emits sigCommandFailed, and the operation answers false; the queues are then as before the
 /// command that failed. Everything else passes through to the caller: exceptions of other types, and whatever
 /// slots and the module access interface throw, the latter when the queues are settled already. However an
-/// operation ends, isProcessingCommand() is false after it.
+/// operation ends, isProcessingCommand() is false after it (after addCommandToMergeWithNextCommand(): as before).
 ///
 /// Signals are emitted on the calling thread when all state is settled, so a slot may call any operation of
-/// the manager. Destroy the manager only when none of its operations is under way.
+/// the manager; so may a command's destructor, when an operation drops the command. Destroy the manager only
+/// when none of its operations is under way; commands that die with it must not call it any more.
 ///
 /// Ownership: shares the commands with its callers. Commands that only the queues hold die with their entry.
 /// Thread: one thread, by custom the application's main thread. No locks.
@@ -77,9 +78,8 @@ public:
     /// the modules that the application reports as modified, applies the limit, then emits
     /// sigCommandQueueChanged(CommandAdded).
     ///
-    /// @throws what the module access interface throws: before the command is queued (nothing but what could
-    /// be
-    ///         redone is lost then) when it tells the modules, after that when it is told to forget them.
+    /// @throws what the module access interface throws: before the command is queued when it tells the modules
+    ///         (nothing but what could be redone is lost then), after that when it is told to forget them.
     void addExecutedCommand(std::shared_ptr<CommandBase> command);
 
     /// Executes @p command now and folds it into the command that is queued next.
@@ -88,6 +88,9 @@ public:
     /// in it, followed by those that were waiting in the order of their execution. Until then @p command is
     /// in no queue, cannot be undone, and clear() forgets it. Emits nothing but sigCommandFailed.
     ///
+    /// The command queued next, although executed last, is thus undone after those merged into it, unless the
+    /// macro has the forward undo order; where it builds on what they did, pass true.
+    ///
     /// @param useForwardUndoOrder  true to have that macro undone first to last: one true is enough for it.
     /// @return true if it was executed; false if it threw, or if @p command is empty.
     bool addCommandToMergeWithNextCommand(std::shared_ptr<CommandBase> command, bool useForwardUndoOrder);
@@ -95,9 +98,11 @@ public:
     /// Takes all commands out of the undo queue as one macro, oldest first, then does what clear() does.
     ///
     /// @return the macro, without a description; empty, with nothing changed, if there is nothing to undo.
+    /// @throws as clear()
     std::shared_ptr<MacroCommand> takeExecutedCommands();
 
-    /// Takes the newest command out of the undo queue. Emits nothing.
+    /// Takes the newest command out of the undo queue. Emits nothing. What the command modified does not count
+    /// as modified from then on.
     ///
     /// @return the command; empty if there is nothing to undo.
     std::shared_ptr<CommandBase> takeLastExecutedCommand();
@@ -141,6 +146,8 @@ public:
 
     /// Forgets all commands of both queues and those that wait to be merged, but not which modules are
     /// modified; then emits sigCommandQueueChanged(QueueCleared), in any case.
+    ///
+    /// @throws what the module access interface throws, which is asked first; nothing has changed then.
     void clear();
 
     /// The number of commands in both queues.
@@ -153,7 +160,8 @@ public:
     ///
     /// Applying it drops the oldest commands of the undo queue, and both queues whole where the redo queue
     /// alone is longer than the limit. Nothing is emitted. The limit is applied here, in
-    /// setUsesMaxQueueSize() and whenever a command is added; undo and redo never drop anything.
+    /// setUsesMaxQueueSize() and whenever a command is added; undo and redo never drop anything. A limit of 0
+    /// keeps no command, and not what they modified either.
     void setMaxQueueSize(std::uint32_t size);
 
     bool usesMaxQueueSize() const;

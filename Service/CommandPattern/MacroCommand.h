@@ -22,9 +22,8 @@ namespace Valdane
 ///
 /// Progress. Each sub-command owns a part of the macro's progress, the larger the slower it is.
 ///
-/// @pre for all operations that run or query sub-commands: no sub-command is an empty pointer or moved from,
-/// and
-///      none adds commands to or removes them from the macro that is running it (not checked).
+/// @pre for all operations that run or query sub-commands (not checked): no sub-command is an empty pointer
+///      or moved from, and none adds commands to or removes them from the macro that is running it.
 ///
 /// Ownership: shares its sub-commands.
 /// Thread: as CommandBase.
@@ -101,15 +100,15 @@ public:
     std::shared_ptr<CommandBase> getLastCommand();
     std::shared_ptr<const CommandBase> getLastCommand() const;
 
-    /// Whether undo() goes first to last; false at first.
+    /// Whether undo() goes first to last; false at first. The macro's progress is of no use during such an undo:
+    /// its parts lie the other way round, so that it is full after the first step.
     bool getUseForwardUndoOrder() const;
     void setUseForwardUndoOrder(bool use);
 
     /// One command for a list of them.
     ///
-    /// @return empty for an empty list, the command itself for a list of one, else a macro of the list
-    /// without
-    ///         a description.
+    /// @return empty for an empty list, the command itself for a list of one, else a macro of the list, which
+    ///         has no description.
     static std::shared_ptr<CommandBase> getOrCreateSingleCommand(const CommandList& commands);
 
 protected:
@@ -134,7 +133,7 @@ protected:
     void redoCommand(std::shared_ptr<CommandBase> command);
 
     /// Resets the macro's progress and hangs the sub-commands' progresses under it, each with the share that
-    /// its rate gets. Each sub-command is asked twice for its rate.
+    /// its rate gets. Each sub-command is asked twice for its rate, and must answer the same.
     void prepareProgress(Prepare layout);
 
 private:

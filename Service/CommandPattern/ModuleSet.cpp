@@ -3,17 +3,22 @@
 #include <algorithm>
 #include <functional>
 #include <iterator>
-#include <utility>
 
 namespace Valdane
 {
 
-ModuleSet::Shared::Shared(Modules modules) : sorted(std::move(modules)) {}
+ModuleSet::Shared::Shared(const std::set<const Object*>& objects) : sorted(objects.begin(), objects.end()) {}
+
+ModuleSet::Shared::Shared(const Modules& first, const Modules& second)
+{
+    sorted.reserve(first.size() + second.size());
+    std::ranges::set_union(first, second, std::back_inserter(sorted), std::less<const Object*>());
+}
 
 ModuleSet::ModuleSet() noexcept = default;
 
 ModuleSet::ModuleSet(const std::set<const Object*>& objects)
-    : ModuleSet(Modules(objects.begin(), objects.end()))
+    : ModuleSet(objects.empty() ? nullptr : new Shared(objects))
 {
 }
 
@@ -23,7 +28,7 @@ ModuleSet::ModuleSet(ModuleSet&&) noexcept = default;
 ModuleSet& ModuleSet::operator=(ModuleSet&&) noexcept = default;
 ModuleSet::~ModuleSet() = default;
 
-ModuleSet::ModuleSet(Modules modules) : shared(modules.empty() ? nullptr : new Shared(std::move(modules))) {}
+ModuleSet::ModuleSet(const Shared* newlyMade) noexcept : shared(newlyMade) {}
 
 void ModuleSet::insertInto(std::set<const Object*>& objects) const
 {
@@ -48,11 +53,7 @@ ModuleSet ModuleSet::unitedWith(const ModuleSet& added) const
     {
         return added;
     }
-    Modules united;
-    united.reserve(shared->sorted.size() + added.shared->sorted.size());
-    std::ranges::set_union(shared->sorted, added.shared->sorted, std::back_inserter(united),
-                           std::less<const Object*>());
-    return ModuleSet(std::move(united));
+    return ModuleSet(new Shared(shared->sorted, added.shared->sorted));
 }
 
 bool ModuleSet::contains(const ModuleSet& other) const

@@ -44,12 +44,14 @@ private:
 
     struct Shared : boost::intrusive_ref_counter<Shared, boost::thread_unsafe_counter>
     {
-        explicit Shared(Modules modules);
+        explicit Shared(const std::set<const Object*>& objects);
+        /// Both together.
+        Shared(const Modules& first, const Modules& second);
 
-        const Modules sorted;
+        Modules sorted;
     };
 
-    explicit ModuleSet(Modules modules);
+    explicit ModuleSet(const Shared* newlyMade) noexcept;
     bool contains(const ModuleSet& other) const;
 
     boost::intrusive_ptr<const Shared> shared;
