@@ -61,7 +61,8 @@ public:
     std::function<void()> onMark;
 
 private:
-    static void run(const char* question, const std::function<void()>& action)
+    /// @param action  a copy, since it may replace itself.
+    static void run(const char* question, const std::function<void()> action)
     {
         note(question);
         if (action)
@@ -148,9 +149,10 @@ protected:
     void noteSignal(const std::string& signal)
     {
         note(signal + " " + queues());
-        if (onSignal)
+        // A copy, since it may replace itself.
+        if (const auto action = onSignal)
         {
-            onSignal(signal);
+            action(signal);
         }
     }
 
