@@ -25,8 +25,8 @@ class XmlDocument;
 class Annotations
 {
 public:
-    /// @pre nobody has changed the namespaced attributes of @p element yet (not checked).
-    Annotations(XmlDocument& document, pugi::xml_node element);
+    /// @pre nobody has changed the namespaced attributes of @p annotated yet (not checked).
+    Annotations(XmlDocument& owner, pugi::xml_node annotated);
 
     /// Empty if there are none, and always as it was set.
     const std::shared_ptr<Valdane::DynamicAttributeCollection>& get() const noexcept;

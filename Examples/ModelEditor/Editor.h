@@ -38,7 +38,7 @@ public:
     /// Saves the model; takes the path that `save` was given, empty if none.
     using Saver = std::function<void(const std::string& path)>;
 
-    Editor(XmlModel& model, Saver saver, std::ostream& stream);
+    Editor(XmlModel& edited, Saver toSave, std::ostream& stream);
     Editor(const Editor&) = delete;
     Editor& operator=(const Editor&) = delete;
     ~Editor();

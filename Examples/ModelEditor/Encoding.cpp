@@ -84,7 +84,7 @@ using Converter = std::unique_ptr<std::remove_pointer_t<iconv_t>, CloseConverter
 
 Converter openConverter(const std::string& to, const std::string& from, const std::string& encoding)
 {
-    const iconv_t opened = iconv_open(to.c_str(), from.c_str());
+    auto* const opened = iconv_open(to.c_str(), from.c_str());
     Converter converter(std::bit_cast<std::intptr_t>(opened) == -1 ? nullptr : opened);
     if (converter == nullptr)
     {

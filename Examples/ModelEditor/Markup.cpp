@@ -30,9 +30,9 @@ std::optional<CodePoint> firstCodePoint(std::string_view text)
     };
     if (byte(0) < 0x80)
     {
-        return CodePoint{byte(0), 1};
+        return CodePoint{.value = byte(0), .length = 1};
     }
-    const std::size_t length = byte(0) >= 0xF0 ? 4 : byte(0) >= 0xE0 ? 3 : 2;
+    const std::size_t length = 2U + (byte(0) >= 0xE0 ? 1U : 0U) + (byte(0) >= 0xF0 ? 1U : 0U);
     if (byte(0) < 0xC2 || byte(0) > 0xF4 || text.size() < length)
     {
         return {};
@@ -47,7 +47,8 @@ std::optional<CodePoint> firstCodePoint(std::string_view text)
         value = value << 6U | (byte(i) & 0x3FU);
     }
     constexpr std::array<std::uint32_t, 5> smallest{0, 0, 0x80, 0x800, 0x10000};
-    return value < smallest.at(length) ? std::optional<CodePoint>{} : CodePoint{value, length};
+    return value < smallest.at(length) ? std::optional<CodePoint>{}
+                                       : CodePoint{.value = value, .length = length};
 }
 
 bool isXmlCharacter(std::uint32_t c)
@@ -63,6 +64,7 @@ std::string reference(std::uint32_t character)
 
 std::string escaped(char c, MarkupPlace place)
 {
+    std::string itself(1, c);
     const bool quoted = place != MarkupPlace::Text;
     switch (c)
     {
@@ -78,11 +80,11 @@ std::string escaped(char c, MarkupPlace place)
         return place == MarkupPlace::SingleQuoted ? "&apos;" : "'";
     case '\t':
     case '\n':
-        return quoted ? reference(static_cast<unsigned char>(c)) : std::string(1, c);
+        return quoted ? reference(static_cast<unsigned char>(c)) : itself;
     case '\r':
         return reference('\r');
     default:
-        return std::string(1, c);
+        return itself;
     }
 }
 
@@ -136,7 +138,7 @@ std::string toMarkup(std::string_view value, MarkupPlace place, bool asciiOnly)
     std::string markup;
     while (!value.empty())
     {
-        const CodePoint next = firstCodePoint(value).value_or(CodePoint{0, 1});
+        const CodePoint next = firstCodePoint(value).value_or(CodePoint{.value = 0, .length = 1});
         if (next.length > 1 && asciiOnly)
         {
             markup += reference(next.value);

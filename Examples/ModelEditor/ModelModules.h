@@ -23,7 +23,7 @@ class XmlObject;
 class ModelModules : public Valdane::ModuleAccessInterface
 {
 public:
-    explicit ModelModules(std::shared_ptr<Valdane::Object> root);
+    explicit ModelModules(std::shared_ptr<Valdane::Object> top);
     ~ModelModules() override;
 
     /// Notes that @p object has changed.

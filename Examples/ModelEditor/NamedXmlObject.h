@@ -15,7 +15,7 @@ namespace ModelEditor
 class NamedXmlObject : public XmlObject, public Valdane::NameInterface
 {
 public:
-    NamedXmlObject(std::string key, const XmlContext& context, pugi::xml_node element);
+    NamedXmlObject(std::string key, const XmlContext& shared, pugi::xml_node node);
     ~NamedXmlObject() override;
 
     std::string getName() const override;

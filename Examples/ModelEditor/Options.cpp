@@ -67,18 +67,28 @@ private:
 
     std::optional<std::string>* valueOf(std::string_view name)
     {
-        return name == "--script"      ? &options.script
-               : name == "--output"    ? &options.output
-               : name == "--log-level" ? &options.logLevel
-                                       : nullptr;
+        if (name == "--script")
+        {
+            return &options.script;
+        }
+        if (name == "--output")
+        {
+            return &options.output;
+        }
+        return name == "--log-level" ? &options.logLevel : nullptr;
     }
 
     bool* flagOf(std::string_view name)
     {
-        return name == "--keep-going"             ? &options.keepsGoing
-               : name == "--help" || name == "-h" ? &options.wantsHelp
-               : name == "--version"              ? &options.wantsVersion
-                                                  : nullptr;
+        if (name == "--keep-going")
+        {
+            return &options.keepsGoing;
+        }
+        if (name == "--help" || name == "-h")
+        {
+            return &options.wantsHelp;
+        }
+        return name == "--version" ? &options.wantsVersion : nullptr;
     }
 
     std::string takeValue(const std::string& argument, const std::string& name)

@@ -129,7 +129,7 @@ void Session::report(std::size_t line, const std::string& what)
     {
         err << settings.sourceName << ':' << line << ": ";
     }
-    err << what << std::endl;
+    err << what << '\n' << std::flush;
 }
 
 } // namespace ModelEditor

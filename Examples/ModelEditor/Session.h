@@ -29,7 +29,7 @@ public:
         bool keepsGoing = false;    ///< go on after a failure, and write what is saved at once
     };
 
-    Session(XmlModel& model, Settings settings, std::ostream& out, std::ostream& err);
+    Session(XmlModel& edited, Settings chosen, std::ostream& results, std::ostream& errors);
 
     /// Plays all lines up to `quit` or the end.
     ///

@@ -2,6 +2,7 @@
 
 #include "Examples/ModelEditor/EditorTexts.h"
 #include "Examples/ModelEditor/ModelView.h"
+#include "Examples/ModelEditor/ValueText.h"
 #include "Examples/ModelEditor/Words.h"
 #include "Examples/ModelEditor/XmlModel.h"
 #include "Platform/ExceptionHandling/VdException.h"
@@ -9,7 +10,7 @@
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/SetAttributecommandFactory.h"
 
-#include <string_view>
+#include <string>
 #include <typeinfo>
 
 namespace ModelEditor
@@ -33,7 +34,8 @@ std::string toFactoryText(const std::string& text)
 template <>
 std::string toFactoryText<bool>(const std::string& text)
 {
-    return text == "true" ? "1" : text == "false" ? "0" : text;
+    const auto value = valueOf<bool>(text);
+    return value ? std::to_string(static_cast<int>(*value)) : text;
 }
 
 template <>

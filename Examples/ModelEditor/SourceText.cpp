@@ -14,7 +14,8 @@ std::string_view SourceText::getOriginal() const noexcept
 
 void SourceText::replace(Span span, std::string replacement)
 {
-    replacements.insert_or_assign(span.offset, Replacement{span.length, std::move(replacement)});
+    replacements.insert_or_assign(span.offset,
+                                  Replacement{.length = span.length, .text = std::move(replacement)});
 }
 
 void SourceText::restore(Span span)

@@ -34,8 +34,8 @@ StartTag StartTag::read(std::string_view source, std::size_t nameOffset)
         const std::size_t open = seek(source, "\"'", nameEnd);
         const std::size_t close = seek(source, {&source.at(open), 1}, open + 1);
         tag.attributes.push_back({.name = source.substr(name, nameEnd - name),
-                                  .whole = {tag.end, close + 1 - tag.end},
-                                  .value = {open + 1, close - open - 1}});
+                                  .whole = {.offset = tag.end, .length = close + 1 - tag.end},
+                                  .value = {.offset = open + 1, .length = close - open - 1}});
         tag.end = close + 1;
         name = skip(source, space, tag.end);
     }

@@ -111,7 +111,7 @@ std::string textOf<double>(const double& value)
     }
     std::array<char, 64> buffer{};
     const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value);
-    std::string text(buffer.data(), result.ptr);
+    const std::string text(buffer.data(), result.ptr);
     return isInteger(text) ? text + ".0" : text;
 }
 

@@ -20,12 +20,12 @@ namespace ModelEditor
 class XmlDocument
 {
 public:
-    /// Parses @p bytes, the content of the file @p name.
+    /// Parses @p bytes, the content of the file @p fileName.
     ///
     /// @throws VdException `<name>:<line>:<column>: <what is wrong>`, or without a place what concerns the
     /// whole
     ///         file; std::bad_alloc.
-    XmlDocument(const std::string& bytes, const std::string& name);
+    XmlDocument(const std::string& bytes, const std::string& fileName);
 
     XmlDocument(const XmlDocument&) = delete;
     XmlDocument& operator=(const XmlDocument&) = delete;
@@ -35,11 +35,11 @@ public:
 
     SourceText& getSource() noexcept;
 
-    /// Where the text that @p parsed points to stands in the source: a name, or a value that was not yet
+    /// Where the text that @p text points to stands in the source: a name, or a value that was not yet
     /// changed.
     ///
-    /// @throws VdException if @p parsed points to something else.
-    std::size_t offsetOf(const char* parsed) const;
+    /// @throws VdException if @p text points to something else.
+    std::size_t offsetOf(const char* text) const;
 
     /// Whether values that are written have to be pure ASCII.
     bool isAsciiOnly() const noexcept;

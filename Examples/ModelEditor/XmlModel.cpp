@@ -180,26 +180,30 @@ std::optional<Selected> XmlModel::find(const pugi::xpath_node& node) const
             return std::nullopt; // of the declaration, which is no node to XPath
         }
         const std::string name = attribute.name();
-        return Selected{objectOf(node.parent()), partOf(name), name, attribute.value()};
+        return Selected{
+            .object = objectOf(node.parent()), .part = partOf(name), .name = name, .text = attribute.value()};
     }
     switch (node.node().type())
     {
     case pugi::node_document:
     case pugi::node_element:
-        return Selected{objectOf(node.node()), Part::Element, {}, {}};
+        return Selected{.object = objectOf(node.node()), .part = Part::Element, .name = {}, .text = {}};
     case pugi::node_pcdata:
     case pugi::node_cdata:
     {
         const auto object = objectOf(node.node().parent());
         const auto name = object->getTextName(node.node());
-        return name.empty() ? std::nullopt
-                            : std::optional(Selected{object, Part::Value, name, node.node().value()});
+        return name.empty()
+                   ? std::nullopt
+                   : std::optional(Selected{
+                         .object = object, .part = Part::Value, .name = name, .text = node.node().value()});
     }
     case pugi::node_declaration:
     case pugi::node_doctype:
         return std::nullopt;
     default:
-        return Selected{objectOf(node.node().parent()), Part::Unsupported, {}, {}};
+        return Selected{
+            .object = objectOf(node.node().parent()), .part = Part::Unsupported, .name = {}, .text = {}};
     }
 }
 

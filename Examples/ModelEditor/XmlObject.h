@@ -45,7 +45,7 @@ struct XmlContext
 class XmlObject : public Valdane::Object
 {
 public:
-    XmlObject(std::string key, const XmlContext& context, pugi::xml_node element);
+    XmlObject(std::string key, const XmlContext& shared, pugi::xml_node node);
     ~XmlObject() override;
 
     pugi::xml_node getElement() const noexcept;

@@ -20,9 +20,9 @@ class XmlValue
 {
 public:
     /// @pre nobody has changed the value yet (not checked).
-    XmlValue(XmlDocument& document, pugi::xml_attribute attribute, const StartTag::Attribute& place);
-    /// @param textNode  a text or a CDATA section that nobody has changed yet.
-    XmlValue(XmlDocument& document, pugi::xml_node textNode);
+    XmlValue(XmlDocument& owner, pugi::xml_attribute changed, const StartTag::Attribute& where);
+    /// @param changed  a text or a CDATA section that nobody has changed yet.
+    XmlValue(XmlDocument& owner, pugi::xml_node changed);
 
     std::string getText() const;
     const std::string& getOriginal() const noexcept;

@@ -4,6 +4,8 @@
 #include "Platform/Logging/Logging.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandManagerPrivate.h"
+#include "Service/CommandPattern/CommandProgress.h"
+#include "Service/CommandPattern/MacroCommand.h"
 
 #include <limits>
 #include <ranges>
@@ -16,15 +18,6 @@ namespace
 {
 
 const Logging logger("Service/CommandPattern/CommandManager");
-
-LegacyProgress& progressOf(CommandBase& command)
-{
-    if (command.getProgressPtr() == nullptr)
-    {
-        throw VdException("The command was moved from and can no longer run.");
-    }
-    return *command.getProgressPtr();
-}
 
 std::shared_ptr<const CommandBase> topOf(const CommandQueue& queue)
 {
@@ -50,10 +43,18 @@ CommandManager::Private::Private()
 {
 }
 
+void CommandManager::Private::execute(CommandBase& command, const std::source_location& place) const
+{
+    progressOf(command).reset();
+    trace("Execute command '", command, "'...", place);
+    command.execute();
+    trace("Command '", command, "' executed.", place);
+    progressOf(command).setComplete();
+}
+
 void CommandManager::Private::reportFailure(const std::exception& exception, const char* context,
                                             const CommandBase& command)
 {
-    processingCommand = false;
     // A copy, since a slot may give the command another description.
     const std::string description = command.getDescription();
     logException(exception, context, description);
@@ -81,6 +82,59 @@ void CommandManager::Private::trace(const char* before, const CommandBase& comma
         logger.logTRACE(before + command.getDescription() + after, place.file_name(), place.function_name(),
                         static_cast<int>(place.line()));
     }
+}
+
+std::shared_ptr<CommandBase> CommandManager::Private::mergeWithPending(std::shared_ptr<CommandBase> command)
+{
+    if (commandsToMerge.empty())
+    {
+        return command;
+    }
+    auto macro = std::make_shared<MacroCommand>(command->getDescription());
+    macro->addCommand(std::move(command));
+    for (const std::shared_ptr<CommandBase>& pending : commandsToMerge)
+    {
+        macro->addCommand(pending);
+    }
+    macro->setUseForwardUndoOrder(useForwardUndoOrderForMerge);
+    return macro;
+}
+
+void CommandManager::Private::record(std::shared_ptr<CommandBase> command)
+{
+    std::shared_ptr<CommandBase> recorded = mergeWithPending(std::move(command));
+    // What waits is taken out of the list before the application is called, and put back if that fails.
+    std::vector<std::shared_ptr<CommandBase>> merged = std::exchange(commandsToMerge, {});
+    const bool forward = merged.empty() ? false : std::exchange(useForwardUndoOrderForMerge, false);
+    try
+    {
+        const ModuleSet modules(moduleAccess()->getModifiedModulesFromBusiness());
+        undoQueue.push_back(tracking.makeEntry(std::move(recorded), modules, undoQueue));
+    }
+    catch (...)
+    {
+        merged.insert(merged.end(), commandsToMerge.begin(), commandsToMerge.end());
+        commandsToMerge = std::move(merged);
+        useForwardUndoOrderForMerge |= forward;
+        throw;
+    }
+}
+
+std::shared_ptr<ModuleAccessInterface> CommandManager::Private::moduleAccess() const
+{
+    return moduleAccessInterface;
+}
+
+void CommandManager::Private::enforceLimit()
+{
+    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);
+}
+
+std::set<const Object*> CommandManager::Private::modifiedModules(std::uint64_t tracker) const
+{
+    std::set<const Object*> modules = moduleAccess()->getModifiedModulesFromBusiness();
+    tracking.modulesAtPosition(tracker, undoQueue, redoQueue).insertInto(modules);
+    return modules;
 }
 
 void CommandManager::Private::removeTop(CommandQueue& queue, const std::shared_ptr<CommandBase>& command)
@@ -120,15 +174,7 @@ bool CommandManager::addCommand(std::shared_ptr<CommandBase> command)
         return false;
     }
     const std::source_location here = std::source_location::current();
-    const auto work = [&]
-    {
-        progressOf(*command).reset();
-        d->trace("Execute command '", *command, "'...", here);
-        command->execute();
-        d->trace("Command '", *command, "' executed.", here);
-        progressOf(*command).setComplete();
-    };
-    if (!d->process(*command, "Execution", work))
+    if (!d->process(*command, "Execution", false, [&] { d->execute(*command, here); }))
     {
         return false;
     }
@@ -143,11 +189,56 @@ void CommandManager::addExecutedCommand(std::shared_ptr<CommandBase> command)
     {
         return;
     }
+    d->tracking.keepPosition(d->undoQueue, d->redoQueue);
     dropAll(d->redoQueue);
-    d->undoQueue.push_back({std::move(command)});
-    d->moduleAccessInterface->markAllModulesInBusinessAsUnmodified();
-    d->limit.enforce(d->undoQueue, d->redoQueue);
+    d->record(std::move(command));
+    d->moduleAccess()->markAllModulesInBusinessAsUnmodified();
+    d->enforceLimit();
     d->sigCommandQueueChanged(CommandAdded);
+}
+
+bool CommandManager::addCommandToMergeWithNextCommand(std::shared_ptr<CommandBase> command,
+                                                      bool useForwardUndoOrder)
+{
+    if (command == nullptr)
+    {
+        return false;
+    }
+    const std::source_location here = std::source_location::current();
+    const bool flagBefore = d->processingCommand;
+    if (!d->process(*command, "Execution", flagBefore, [&] { d->execute(*command, here); }))
+    {
+        return false;
+    }
+    d->commandsToMerge.push_back(std::move(command));
+    d->useForwardUndoOrderForMerge |= useForwardUndoOrder;
+    return true;
+}
+
+std::shared_ptr<MacroCommand> CommandManager::takeExecutedCommands()
+{
+    if (!canUndo())
+    {
+        return nullptr;
+    }
+    auto macro = std::make_shared<MacroCommand>();
+    for (const QueuedCommand& entry : d->undoQueue)
+    {
+        macro->addCommand(entry.command);
+    }
+    clear();
+    return macro;
+}
+
+std::shared_ptr<CommandBase> CommandManager::takeLastExecutedCommand()
+{
+    if (!canUndo())
+    {
+        return nullptr;
+    }
+    std::shared_ptr<CommandBase> command = std::move(d->undoQueue.back().command);
+    d->undoQueue.pop_back();
+    return command;
 }
 
 bool CommandManager::undo(std::uint64_t count)
@@ -163,13 +254,13 @@ bool CommandManager::undo(std::uint64_t count)
             entry.command->undo();
             d->trace("Undo command '", *entry.command, "' executed.", here);
         };
-        if (!d->process(*entry.command, "Undo", work))
+        if (!d->process(*entry.command, "Undo", false, work))
         {
             return false;
         }
         Private::removeTop(d->undoQueue, entry.command);
         d->keepForRedo(entry);
-        d->moduleAccessInterface->markAllModulesInBusinessAsUnmodified();
+        d->moduleAccess()->markAllModulesInBusinessAsUnmodified();
         d->sigCommandUndone();
         d->sigCommandQueueChanged(CommandUndone);
     }
@@ -189,14 +280,14 @@ bool CommandManager::redo(std::uint64_t count)
             entry.command->redo();
             d->trace("Redo command '", *entry.command, "' executed.", here);
         };
-        if (!d->process(*entry.command, "Redo", work))
+        if (!d->process(*entry.command, "Redo", false, work))
         {
             return false;
         }
         // In this order, because only the first step can fail.
         d->undoQueue.push_back(entry);
         Private::removeTop(d->redoQueue, entry.command);
-        d->moduleAccessInterface->markAllModulesInBusinessAsUnmodified();
+        d->moduleAccess()->markAllModulesInBusinessAsUnmodified();
         d->sigCommandExecuted();
         d->sigCommandQueueChanged(CommandRedone);
     }
@@ -245,8 +336,15 @@ std::list<std::string> CommandManager::collectRedoCommandDescriptions() const
 
 void CommandManager::clear()
 {
+    TrackedModules modified;
+    for (std::uint64_t tracker = 0; tracker < ChangeTrackerCount; ++tracker)
+    {
+        modified[tracker] = ModuleSet(getModifiedModules(tracker));
+    }
+    d->tracking.modulesBeforeFirstCommand = modified;
     dropAll(d->undoQueue);
     dropAll(d->redoQueue);
+    dropAll(d->commandsToMerge);
     d->sigCommandQueueChanged(QueueCleared);
 }
 
@@ -264,7 +362,7 @@ void CommandManager::setMaxQueueSize(std::uint32_t size)
 {
     if (std::exchange(d->limit.maxQueueSize, size) != size)
     {
-        d->limit.enforce(d->undoQueue, d->redoQueue);
+        d->enforceLimit();
     }
 }
 
@@ -277,7 +375,7 @@ void CommandManager::setUsesMaxQueueSize(bool use)
 {
     if (std::exchange(d->limit.usesMaxQueueSize, use) != use)
     {
-        d->limit.enforce(d->undoQueue, d->redoQueue);
+        d->enforceLimit();
     }
 }
 
@@ -297,6 +395,28 @@ void CommandManager::setProgress(std::shared_ptr<Progress> progress)
 void CommandManager::setModuleAccessInterface(std::shared_ptr<ModuleAccessInterface> moduleAccess)
 {
     d->moduleAccessInterface = std::move(moduleAccess);
+}
+
+std::set<const Object*> CommandManager::getModifiedModules(std::uint64_t tracker) const
+{
+    return d->modifiedModules(tracker);
+}
+
+std::set<const Object*> CommandManager::getModifiedOrSaveOnNextSaveModules(std::uint64_t tracker) const
+{
+    std::set<const Object*> modules = getModifiedModules(tracker);
+    modules.merge(d->moduleAccess()->getSaveOnNextSaveModulesFromBusiness());
+    return modules;
+}
+
+void CommandManager::adjustOnSave(std::uint64_t tracker)
+{
+    d->tracking.adjustOnSave(tracker, d->undoQueue, d->redoQueue);
+}
+
+void CommandManager::markAllModulesBeforeFirstCommandAsModified()
+{
+    d->tracking.modulesBeforeFirstCommand.fill(ModuleSet(d->moduleAccess()->getAllModulesAsModified()));
 }
 
 std::shared_ptr<ThreadManager> CommandManager::getThreadManager() const

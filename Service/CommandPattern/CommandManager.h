@@ -7,13 +7,16 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <set>
 #include <string>
 
 namespace Valdane
 {
 
 class CommandBase;
+class MacroCommand;
 class ModuleAccessInterface;
+class Object;
 class Progress;
 class ThreadManager;
 
@@ -30,11 +33,12 @@ class ThreadManager;
 /// Failures. What a command throws is caught if it is derived from `std::exception`: the manager writes one
 /// error line, emits sigCommandFailed, and the operation answers false; the queues are then as before the
 /// command that failed. Everything else passes through to the caller: exceptions of other types, and whatever
-/// slots and the module access interface throw, the latter when the queues are settled already. However an
-/// operation ends, isProcessingCommand() is false after it.
+/// slots and the module access interface throw, by then with the entry where it belongs; what would have come
+/// after the throw (the limit, further signals) is left out. However an operation ends, isProcessingCommand() is false after it (after addCommandToMergeWithNextCommand(): as before).
 ///
 /// Signals are emitted on the calling thread when all state is settled, so a slot may call any operation of
-/// the manager. Destroy the manager only when none of its operations is under way.
+/// the manager; so may a command's destructor, when an operation drops the command. Destroy the manager only
+/// when none of its operations is under way; commands that die with it must not call it any more.
 ///
 /// Ownership: shares the commands with its callers. Commands that only the queues hold die with their entry.
 /// Thread: one thread, by custom the application's main thread. No locks.
@@ -49,6 +53,10 @@ public:
         QueueCleared = 2,  ///< clear()
         CommandAdded = 3,  ///< a command was put on top of the undo queue
     };
+
+    /// The number of change trackers: independent save points, such as one for saving and one for exporting.
+    /// The operations that take a tracker want a number below it (not checked).
+    static constexpr std::uint64_t ChangeTrackerCount = 2;
 
     /// Empty queues; a limit of 25 commands that is not in use.
     CommandManager();
@@ -66,8 +74,38 @@ public:
 
     /// Puts @p command, which its caller has executed already, on top of the undo queue; empty is ignored.
     ///
-    /// Forgets what could be redone, applies the limit, then emits sigCommandQueueChanged(CommandAdded).
+    /// Forgets what could be redone, folds in what waits for it (addCommandToMergeWithNextCommand()), notes
+    /// the modules that the application reports as modified, applies the limit, then emits
+    /// sigCommandQueueChanged(CommandAdded).
+    ///
+    /// @throws what the module access interface throws: before the command is queued when it tells the modules
+    ///         (nothing but what could be redone is lost then), after that when it is told to forget them.
     void addExecutedCommand(std::shared_ptr<CommandBase> command);
+
+    /// Executes @p command now and folds it into the command that is queued next.
+    ///
+    /// The two become one entry: a macro with the description of the command queued next, which stands first
+    /// in it, followed by those that were waiting in the order of their execution. Until then @p command is
+    /// in no queue, cannot be undone, and clear() forgets it. Emits nothing but sigCommandFailed.
+    ///
+    /// The command queued next, although executed last, is thus undone after those merged into it, unless the
+    /// macro has the forward undo order; where it builds on what they did, pass true.
+    ///
+    /// @param useForwardUndoOrder  true to have that macro undone first to last: one true is enough for it.
+    /// @return true if it was executed; false if it threw, or if @p command is empty.
+    bool addCommandToMergeWithNextCommand(std::shared_ptr<CommandBase> command, bool useForwardUndoOrder);
+
+    /// Takes all commands out of the undo queue as one macro, oldest first, then does what clear() does.
+    ///
+    /// @return the macro, without a description; empty, with nothing changed, if there is nothing to undo.
+    /// @throws as clear()
+    std::shared_ptr<MacroCommand> takeExecutedCommands();
+
+    /// Takes the newest command out of the undo queue. Emits nothing. What the command modified does not count
+    /// as modified from then on.
+    ///
+    /// @return the command; empty if there is nothing to undo.
+    std::shared_ptr<CommandBase> takeLastExecutedCommand();
 
     /// Undoes up to @p count commands, newest first. Each one undone emits sigCommandUndone, then
     /// sigCommandQueueChanged(CommandUndone).
@@ -85,7 +123,8 @@ public:
     ///         True otherwise, also if there were fewer than @p count commands.
     bool redo(std::uint64_t count);
 
-    /// Undoes everything, or up to the first command that throws.
+    /// Undoes everything, or up to the first command that throws. Never ends if each undo makes a command or a
+    /// slot execute another one.
     void undoAll();
 
     /// Redoes everything, or up to the first command that throws.
@@ -106,7 +145,10 @@ public:
     /// The descriptions of what can be redone, next one first. Cost: linear in the queue.
     std::list<std::string> collectRedoCommandDescriptions() const;
 
-    /// Forgets all commands of both queues; then emits sigCommandQueueChanged(QueueCleared), in any case.
+    /// Forgets all commands of both queues and those that wait to be merged, but not which modules are
+    /// modified; then emits sigCommandQueueChanged(QueueCleared), in any case.
+    ///
+    /// @throws what the module access interface throws, which is asked first; nothing has changed then.
     void clear();
 
     /// The number of commands in both queues.
@@ -119,7 +161,8 @@ public:
     ///
     /// Applying it drops the oldest commands of the undo queue, and both queues whole where the redo queue
     /// alone is longer than the limit. Nothing is emitted. The limit is applied here, in
-    /// setUsesMaxQueueSize() and whenever a command is added; undo and redo never drop anything.
+    /// setUsesMaxQueueSize() and whenever a command is added; undo and redo never drop anything. A limit of 0
+    /// keeps no command, and not what they modified either.
     void setMaxQueueSize(std::uint32_t size);
 
     bool usesMaxQueueSize() const;
@@ -139,6 +182,23 @@ public:
     ///
     /// @pre not empty (not checked).
     void setModuleAccessInterface(std::shared_ptr<ModuleAccessInterface> moduleAccess);
+
+    /// The modules that differ from what was saved last for @p tracker: those that the commands between that
+    /// save and now modified, and those that the module access interface reports now.
+    ///
+    /// Undoing back to the save point makes a module unmodified again. Cost: linear in the result.
+    std::set<const Object*> getModifiedModules(std::uint64_t tracker) const;
+
+    /// The same and those that the module access interface wants in the next save.
+    std::set<const Object*> getModifiedOrSaveOnNextSaveModules(std::uint64_t tracker) const;
+
+    /// Tells that the application has saved: what is now is the save point of @p tracker. The other tracker
+    /// is not affected. Cost: linear in both queues.
+    void adjustOnSave(std::uint64_t tracker);
+
+    /// Has all modules of the application count as modified, for all trackers, in the state before the oldest
+    /// command: for data that were loaded in a state that must be saved.
+    void markAllModulesBeforeFirstCommandAsModified();
 
     /// The manager's thread manager; shared with the caller.
     std::shared_ptr<ThreadManager> getThreadManager() const;

@@ -3,15 +3,19 @@
 #include "Platform/GeneralServices/LegacyProgress.h"
 #include "Platform/Multitasking/ThreadManager.h"
 #include "Platform/Signals/Signal.h"
+#include "Service/CommandPattern/ChangeTracking.h"
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/ModuleAccessInterface.h"
 #include "Service/CommandPattern/QueueLimit.h"
 #include "Service/CommandPattern/QueuedCommand.h"
 
+#include <cstdint>
 #include <exception>
 #include <memory>
+#include <set>
 #include <source_location>
 #include <string>
+#include <vector>
 
 namespace Valdane
 {
@@ -26,12 +30,15 @@ public:
 
     /// Runs @p work, which is one command's own work, with processingCommand set.
     ///
-    /// The flag is false afterwards, however @p work ends. What is derived from `std::exception` is reported
-    /// as a failure of @p command and answered with false; everything else passes through.
+    /// The flag is @p flagAfterwards then, however @p work ends. What is derived from `std::exception` is
+    /// reported as a failure of @p command and answered with false; everything else passes through.
     template <typename Work>
-    bool process(CommandBase& command, const char* context, const Work& work);
+    bool process(CommandBase& command, const char* context, bool flagAfterwards, const Work& work);
 
-    /// Writes the failure to the log and emits sigCommandFailed, with processingCommand false.
+    /// Executes @p command between two trace lines, resetting and completing its progress.
+    void execute(CommandBase& command, const std::source_location& place) const;
+
+    /// Writes the failure to the log and emits sigCommandFailed.
     void reportFailure(const std::exception& exception, const char* context, const CommandBase& command);
 
     /// Writes the error line of a failed command.
@@ -41,6 +48,21 @@ public:
     /// Writes @p before, the command's description and @p after as one trace line, if anybody reads it.
     void trace(const char* before, const CommandBase& command, const char* after,
                const std::source_location& place) const;
+
+    /// The command that takes the place of @p command in the undo queue: itself, or a macro of it and of all
+    /// that waits to be merged with it.
+    std::shared_ptr<CommandBase> mergeWithPending(std::shared_ptr<CommandBase> command);
+
+    /// Puts a command that was executed on top of the undo queue, with the modules that it modified.
+    void record(std::shared_ptr<CommandBase> command);
+
+    void enforceLimit();
+
+    /// What tells about the modules, kept alive while it is called, as it may install another one.
+    std::shared_ptr<ModuleAccessInterface> moduleAccess() const;
+
+    /// The modules that differ from the save point of @p tracker.
+    std::set<const Object*> modifiedModules(std::uint64_t tracker) const;
 
     /// Removes the entry of @p command from the top of @p queue; another entry stays there, since a command
     /// may have changed the queues while it ran.
@@ -53,6 +75,9 @@ public:
     CommandQueue undoQueue;
     CommandQueue redoQueue;
     QueueLimit limit;
+    std::vector<std::shared_ptr<CommandBase>> commandsToMerge;
+    bool useForwardUndoOrderForMerge = false;
+    ChangeTracking tracking;
     std::shared_ptr<ThreadManager> threadManager;
     std::shared_ptr<LegacyProgress> progress;
     std::shared_ptr<ModuleAccessInterface> moduleAccessInterface;
@@ -67,7 +92,8 @@ public:
 };
 
 template <typename Work>
-bool CommandManager::Private::process(CommandBase& command, const char* context, const Work& work)
+bool CommandManager::Private::process(CommandBase& command, const char* context, bool flagAfterwards,
+                                      const Work& work)
 {
     processingCommand = true;
     try
@@ -76,15 +102,16 @@ bool CommandManager::Private::process(CommandBase& command, const char* context,
     }
     catch (const std::exception& exception)
     {
+        processingCommand = flagAfterwards;
         reportFailure(exception, context, command);
         return false;
     }
     catch (...)
     {
-        processingCommand = false;
+        processingCommand = flagAfterwards;
         throw;
     }
-    processingCommand = false;
+    processingCommand = flagAfterwards;
     return true;
 }
 

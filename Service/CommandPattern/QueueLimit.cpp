@@ -16,7 +16,8 @@ void dropOldest(CommandQueue& queue)
 
 } // namespace
 
-void QueueLimit::enforce(CommandQueue& undoQueue, CommandQueue& redoQueue) const
+void QueueLimit::enforce(CommandQueue& undoQueue, CommandQueue& redoQueue,
+                         TrackedModules& modulesBeforeFirst) const
 {
     if (!usesMaxQueueSize)
     {
@@ -31,6 +32,10 @@ void QueueLimit::enforce(CommandQueue& undoQueue, CommandQueue& redoQueue) const
     const std::size_t room = maxQueueSize - redoQueue.size();
     while (undoQueue.size() > room)
     {
+        if (undoQueue.size() == room + 1)
+        {
+            modulesBeforeFirst = undoQueue.front().modulesBefore;
+        }
         dropOldest(undoQueue);
     }
 }

@@ -18,8 +18,11 @@ struct QueueLimit
     /// Drops what is beyond the limit: both queues where the redo queue alone is, else the oldest entries of
     /// the undo queue.
     ///
+    /// @p modulesBeforeFirst then has what is known about the position before the last one dropped from the
+    /// front of the undo queue; it stays as it was where both queues are dropped.
+    ///
     /// Entries leave their queue before they die.
-    void enforce(CommandQueue& undoQueue, CommandQueue& redoQueue) const;
+    void enforce(CommandQueue& undoQueue, CommandQueue& redoQueue, TrackedModules& modulesBeforeFirst) const;
 };
 
 } // namespace Valdane

@@ -71,7 +71,8 @@ protected:
 
     Lengths enforce()
     {
-        limit.enforce(undoQueue, redoQueue);
+        TrackedModules modulesBeforeFirst;
+        limit.enforce(undoQueue, redoQueue, modulesBeforeFirst);
         return {.undo = undoQueue.size(), .redo = redoQueue.size()};
     }
 

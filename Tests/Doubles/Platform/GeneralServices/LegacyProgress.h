@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace Valdane
 {
@@ -26,6 +27,29 @@ public:
             Fast = 4,
             VeryFast = 5,
         };
+
+        void add(Rate rate)
+        {
+            noteCall("Speed.add(" + std::to_string(rate) + ")");
+            rates.push_back(rate);
+        }
+
+        /// The last one added; VeryFast if there is none.
+        Rate getAverageSpeed() const
+        {
+            noteCall("Speed.getAverageSpeed");
+            return rates.empty() ? VeryFast : rates.back();
+        }
+
+        /// Ten times the rate.
+        int getPartitionFromRate(Rate rate) const
+        {
+            noteCall("Speed.getPartitionFromRate(" + std::to_string(rate) + ")");
+            return 10 * rate;
+        }
+
+    private:
+        std::vector<Rate> rates;
     };
 
     virtual void reset()
@@ -36,6 +60,18 @@ public:
     virtual void setComplete()
     {
         noteCall(label + ".setComplete");
+    }
+
+    double progress() const
+    {
+        noteCall(label + ".progress");
+        return position;
+    }
+
+    void appendSubProgress(LegacyProgress* sub, int from, int to)
+    {
+        noteCall(label + ".appendSubProgress(" + (sub == nullptr ? "null" : sub->label) + ", " +
+                 std::to_string(from) + ", " + std::to_string(to) + ")");
     }
 
     void setSubProgress(const std::shared_ptr<Progress>& sub, int percent, int parts)
@@ -50,6 +86,8 @@ public:
     }
 
     std::string label = "progress";
+    /// What progress() answers.
+    double position = 0.0;
     /// Called on every call of any progress after it is noted; may throw.
     inline static std::function<void(const std::string& call)> onCall;
 

@@ -501,6 +501,22 @@ TEST_F(CommandManagerOrder, WhatTheModuleInterfaceThrowsReachesTheCallerWithTheC
     EXPECT_FALSE(manager.isProcessingCommand());
 }
 
+TEST_F(CommandManagerOrder, AModuleInterfaceMayReplaceItselfWhileItIsCalled)
+{
+    const std::weak_ptr<RecordingModules> watched = modules;
+    modules->onMark = [this, &watched]
+    {
+        manager.setModuleAccessInterface(std::make_shared<ModuleAccessInterface>());
+        note(watched.expired() ? "died while it was called" : "still alive");
+    };
+    modules.reset();
+
+    EXPECT_TRUE(manager.addCommand(std::make_shared<RecordingCommand>("A")));
+
+    EXPECT_THAT(takeJournal(), testing::Contains("  still alive"));
+    EXPECT_TRUE(watched.expired());
+}
+
 TEST_F(CommandManagerOrder, ACommandThatCannotTellWhetherItIsRedoCapableCannotBeRedoneNorWhatCameAfterIt)
 {
     add("A")->onIsRedoCapable = fail;

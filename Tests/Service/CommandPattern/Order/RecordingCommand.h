@@ -46,7 +46,8 @@ public:
     bool redoCapable = true;
 
 private:
-    void run(const char* operation, const std::function<void()>& action) const
+    /// @param action  a copy, since it may replace itself.
+    void run(const char* operation, const std::function<void()> action) const
     {
         note(name + "." + operation);
         if (action)

@@ -1,0 +1,18 @@
+#include "Service/CommandPattern/CommandProgress.h"
+
+#include "Platform/ExceptionHandling/VdException.h"
+#include "Service/CommandPattern/CommandBase.h"
+
+namespace Valdane
+{
+
+LegacyProgress& progressOf(CommandBase& command)
+{
+    if (command.getProgressPtr() == nullptr)
+    {
+        throw VdException("The command was moved from and can no longer run.");
+    }
+    return *command.getProgressPtr();
+}
+
+} // namespace Valdane

@@ -1,0 +1,365 @@
+#include "Service/CommandPattern/MacroCommand.h"
+
+#include "Platform/Logging/Logging.h"
+#include "Service/CommandPattern/CommandProgress.h"
+
+#include <algorithm>
+#include <iterator>
+#include <ranges>
+#include <source_location>
+#include <utility>
+
+namespace Valdane
+{
+
+namespace
+{
+
+const Logging logger("Service/CommandPattern/MacroCommand");
+
+void trace(const char* operation, CommandBase& command, const char* after, const std::source_location& place)
+{
+    if (logger.isTraceEnabled())
+    {
+        logger.logTRACE(operation + (" MacroCommand '" + command.getLogDescription()) + after,
+                        place.file_name(), place.function_name(), static_cast<int>(place.line()));
+    }
+}
+
+void logFailure(const char* operation, CommandBase& failed, const std::exception& exception,
+                const std::source_location& place)
+{
+    logger.logERROR(operation + ("MacroCommand: Subcommand '" + failed.getLogDescription()) +
+                        "' failed with exception: " + exception.what(),
+                    place.file_name(), place.function_name(), static_cast<int>(place.line()));
+}
+
+} // namespace
+
+MacroCommand::MacroCommand() = default;
+
+MacroCommand::MacroCommand(std::string text) : CommandBase(std::move(text)) {}
+
+MacroCommand::MacroCommand(CommandList list) : commands(std::move(list)) {}
+
+MacroCommand::MacroCommand(MacroCommand&&) noexcept = default;
+MacroCommand& MacroCommand::operator=(MacroCommand&&) noexcept = default;
+MacroCommand::~MacroCommand() = default;
+
+void MacroCommand::execute()
+{
+    prepareProgress(Execute);
+    auto current = commands.begin();
+    try
+    {
+        for (; current != commands.end(); ++current)
+        {
+            executeCommand(*current);
+        }
+    }
+    catch (const std::exception& exception)
+    {
+        handleExceptionOnExecuteRedo(exception, current);
+        throw;
+    }
+    progressOf(*this).setComplete();
+}
+
+void MacroCommand::undo()
+{
+    prepareProgress(Undo);
+    auto current = useForwardUndoOrder ? commands.begin() : commands.end();
+    try
+    {
+        if (useForwardUndoOrder)
+        {
+            for (; current != commands.end(); ++current)
+            {
+                undoCommand(*current);
+            }
+        }
+        else
+        {
+            while (current != commands.begin())
+            {
+                --current;
+                undoCommand(*current);
+            }
+        }
+    }
+    catch (const std::exception& exception)
+    {
+        handleExceptionOnUndo(exception, current);
+        throw;
+    }
+    progressOf(*this).setComplete();
+}
+
+void MacroCommand::redo()
+{
+    prepareProgress(Execute);
+    auto current = commands.begin();
+    try
+    {
+        for (; current != commands.end(); ++current)
+        {
+            redoCommand(*current);
+        }
+    }
+    catch (const std::exception& exception)
+    {
+        handleExceptionOnExecuteRedo(exception, current);
+        throw;
+    }
+    progressOf(*this).setComplete();
+}
+
+const std::string& MacroCommand::getDescription() const
+{
+    const std::string& own = CommandBase::getDescription();
+    if (own.empty())
+    {
+        for (const std::shared_ptr<CommandBase>& command : commands)
+        {
+            if (const std::string& text = command->getDescription(); !text.empty())
+            {
+                return text;
+            }
+        }
+    }
+    return own;
+}
+
+LegacyProgress::Speed::Rate MacroCommand::getSpeedRate() const
+{
+    return collectSpeed().getAverageSpeed();
+}
+
+bool MacroCommand::isRedoCapable()
+{
+    for (const std::shared_ptr<CommandBase>& command : commands)
+    {
+        if (!command->isRedoCapable())
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+void MacroCommand::addCommand(std::shared_ptr<CommandBase> command)
+{
+    if (command != nullptr)
+    {
+        commands.push_back(std::move(command));
+    }
+}
+
+void MacroCommand::addCommandToFront(std::shared_ptr<CommandBase> command)
+{
+    if (command != nullptr)
+    {
+        commands.push_front(std::move(command));
+    }
+}
+
+void MacroCommand::addCommands(const CommandList& added)
+{
+    CommandList copies = added;
+    commands.splice(commands.end(), copies);
+}
+
+void MacroCommand::executeAndAdd(std::shared_ptr<CommandBase> command)
+{
+    if (command == nullptr)
+    {
+        return;
+    }
+    // Made first, so that nothing can fail once the command is executed.
+    CommandList added{command};
+    try
+    {
+        executeCommand(command);
+    }
+    catch (const std::exception& exception)
+    {
+        logFailure("", *command, exception, std::source_location::current());
+        undo();
+        throw;
+    }
+    commands.splice(commands.end(), added);
+}
+
+void MacroCommand::removeLastCommand()
+{
+    if (!commands.empty())
+    {
+        commands.pop_back();
+    }
+}
+
+void MacroCommand::clear()
+{
+    // Out of the list before they die, because a command's destructor may call the macro.
+    CommandList removed;
+    removed.swap(commands);
+}
+
+bool MacroCommand::empty() const
+{
+    return commands.empty();
+}
+
+unsigned long long MacroCommand::size() const
+{
+    return commands.size();
+}
+
+MacroCommand::CommandList::const_iterator MacroCommand::begin() const
+{
+    return commands.begin();
+}
+
+MacroCommand::CommandList::const_iterator MacroCommand::end() const
+{
+    return commands.end();
+}
+
+std::shared_ptr<CommandBase> MacroCommand::getFirstCommand()
+{
+    return commands.empty() ? nullptr : commands.front();
+}
+
+std::shared_ptr<const CommandBase> MacroCommand::getFirstCommand() const
+{
+    return commands.empty() ? nullptr : commands.front();
+}
+
+std::shared_ptr<CommandBase> MacroCommand::getLastCommand()
+{
+    return commands.empty() ? nullptr : commands.back();
+}
+
+std::shared_ptr<const CommandBase> MacroCommand::getLastCommand() const
+{
+    return commands.empty() ? nullptr : commands.back();
+}
+
+bool MacroCommand::getUseForwardUndoOrder() const
+{
+    return useForwardUndoOrder;
+}
+
+void MacroCommand::setUseForwardUndoOrder(bool use)
+{
+    useForwardUndoOrder = use;
+}
+
+std::shared_ptr<CommandBase> MacroCommand::getOrCreateSingleCommand(const CommandList& list)
+{
+    switch (list.size())
+    {
+    case 0:
+        return nullptr;
+    case 1:
+        return list.front();
+    default:
+        return std::make_shared<MacroCommand>(list);
+    }
+}
+
+void MacroCommand::prepareExecute(std::shared_ptr<CommandBase> /*command*/) {}
+
+void MacroCommand::finalizeExecute(std::shared_ptr<CommandBase> /*command*/) {}
+
+void MacroCommand::executeCommand(std::shared_ptr<CommandBase> command)
+{
+    const std::source_location here = std::source_location::current();
+    trace("Execute", *command, "'...", here);
+    prepareExecute(command);
+    command->execute();
+    finalizeExecute(command);
+    trace("Execute", *command, "' finished.", here);
+    progressOf(*command).setComplete();
+}
+
+void MacroCommand::undoCommand(std::shared_ptr<CommandBase> command)
+{
+    const std::source_location here = std::source_location::current();
+    trace("Undo", *command, "'...", here);
+    command->undo();
+    trace("Undo", *command, "' finished.", here);
+    progressOf(*command).setComplete();
+}
+
+void MacroCommand::redoCommand(std::shared_ptr<CommandBase> command)
+{
+    const std::source_location here = std::source_location::current();
+    trace("Redo", *command, "'...", here);
+    command->redo();
+    trace("Redo", *command, "' finished.", here);
+    progressOf(*command).setComplete();
+}
+
+void MacroCommand::prepareProgress(Prepare layout)
+{
+    const LegacyProgress::Speed speed = collectSpeed();
+    LegacyProgress& whole = progressOf(*this);
+    whole.reset();
+    int start = static_cast<int>(whole.progress());
+    const auto append = [&](const std::shared_ptr<CommandBase>& command)
+    {
+        const int part = speed.getPartitionFromRate(command->getSpeedRate());
+        whole.appendSubProgress(&progressOf(*command), start, start + part);
+        start += part;
+    };
+    if (layout == Execute)
+    {
+        std::ranges::for_each(commands, append);
+    }
+    else if (layout == Undo)
+    {
+        std::ranges::for_each(commands | std::views::reverse, append);
+    }
+}
+
+void MacroCommand::handleExceptionOnExecuteRedo(const std::exception& exception, CommandList::iterator failed)
+{
+    logFailure("", **failed, exception, std::source_location::current());
+    if (useForwardUndoOrder)
+    {
+        for (auto done = commands.begin(); done != failed; ++done)
+        {
+            undoCommand(*done);
+        }
+        return;
+    }
+    while (failed != commands.begin())
+    {
+        --failed;
+        undoCommand(*failed);
+    }
+}
+
+void MacroCommand::handleExceptionOnUndo(const std::exception& exception, CommandList::iterator failed)
+{
+    logFailure("Undo of ", **failed, exception, std::source_location::current());
+    auto undone = useForwardUndoOrder ? commands.begin() : std::next(failed);
+    const auto end = useForwardUndoOrder ? failed : commands.end();
+    for (; undone != end; ++undone)
+    {
+        redoCommand(*undone);
+    }
+}
+
+LegacyProgress::Speed MacroCommand::collectSpeed() const
+{
+    LegacyProgress::Speed speed;
+    for (const std::shared_ptr<CommandBase>& command : commands)
+    {
+        speed.add(command->getSpeedRate());
+    }
+    return speed;
+}
+
+} // namespace Valdane

@@ -1,0 +1,308 @@
+#include "Service/CommandPattern/ChangeTracking.h"
+
+#include "Service/CommandPattern/QueueLimit.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <memory>
+#include <set>
+#include <string>
+
+namespace Valdane
+{
+namespace
+{
+
+/// Only the addresses matter.
+const Object* module(char letter)
+{
+    static const char modules[26] = {};
+    return reinterpret_cast<const Object*>(modules + (letter - 'a'));
+}
+
+ModuleSet setOf(const std::string& letters)
+{
+    std::set<const Object*> objects;
+    for (const char letter : letters)
+    {
+        objects.insert(module(letter));
+    }
+    return ModuleSet(objects);
+}
+
+std::string lettersOf(const ModuleSet& set)
+{
+    std::set<const Object*> objects;
+    set.insertInto(objects);
+    std::string letters;
+    for (char letter = 'a'; letter <= 'z'; ++letter)
+    {
+        if (objects.contains(module(letter)))
+        {
+            letters += letter;
+        }
+    }
+    return letters;
+}
+
+class ChangeTrackingTest : public testing::Test
+{
+protected:
+    void record(const std::string& modules)
+    {
+        undoQueue.push_back(tracking.makeEntry(nullptr, setOf(modules), undoQueue));
+    }
+
+    void undo()
+    {
+        redoQueue.push_back(undoQueue.back());
+        undoQueue.pop_back();
+    }
+
+    void redo()
+    {
+        undoQueue.push_back(redoQueue.back());
+        redoQueue.pop_back();
+    }
+
+    std::string position(std::size_t tracker) const
+    {
+        return lettersOf(tracking.modulesAtPosition(tracker, undoQueue, redoQueue));
+    }
+
+    std::string base(std::size_t tracker) const
+    {
+        return lettersOf(tracking.modulesBeforeFirstCommand[tracker]);
+    }
+
+    /// The sets of all entries in the order of their execution: "before>after".
+    std::string entries(std::size_t tracker) const
+    {
+        std::string text;
+        const auto append = [&](const QueuedCommand& entry)
+        {
+            text += text.empty() ? "" : " ";
+            text += lettersOf(entry.modulesBefore[tracker]) + ">" + lettersOf(entry.modulesAfter[tracker]);
+        };
+        for (const QueuedCommand& entry : undoQueue)
+        {
+            append(entry);
+        }
+        for (auto entry = redoQueue.rbegin(); entry != redoQueue.rend(); ++entry)
+        {
+            append(*entry);
+        }
+        return text;
+    }
+
+    ChangeTracking tracking;
+    CommandQueue undoQueue;
+    CommandQueue redoQueue;
+    QueueLimit limit;
+};
+
+TEST_F(ChangeTrackingTest, EntriesAccumulateFromTheBaseSetOn)
+{
+    tracking.modulesBeforeFirstCommand = {setOf("x"), setOf("y")};
+    record("a");
+    record("");
+    record("ab");
+    EXPECT_EQ(entries(0), "x>ax ax>ax ax>abx");
+    EXPECT_EQ(entries(1), "y>ay ay>ay ay>aby");
+    EXPECT_EQ(lettersOf(undoQueue[0].modulesOfCommand), "a");
+    EXPECT_EQ(lettersOf(undoQueue[1].modulesOfCommand), "");
+    EXPECT_EQ(lettersOf(undoQueue[2].modulesOfCommand), "ab");
+}
+
+TEST_F(ChangeTrackingTest, NeighbouringEntriesShareTheirSetsWithEachOtherAndWithTheBase)
+{
+    tracking.modulesBeforeFirstCommand = {setOf("xy"), ModuleSet()};
+    record("x");
+    record("a");
+    record("a");
+    const ModuleSet& base0 = tracking.modulesBeforeFirstCommand[0];
+    EXPECT_TRUE(undoQueue[0].modulesBefore[0].isSharedWith(base0));
+    EXPECT_TRUE(undoQueue[0].modulesAfter[0].isSharedWith(base0));
+    EXPECT_TRUE(undoQueue[0].modulesAfter[1].isSharedWith(undoQueue[0].modulesOfCommand));
+    for (std::size_t tracker : {0U, 1U})
+    {
+        EXPECT_TRUE(undoQueue[1].modulesBefore[tracker].isSharedWith(undoQueue[0].modulesAfter[tracker]));
+        EXPECT_TRUE(undoQueue[2].modulesBefore[tracker].isSharedWith(undoQueue[1].modulesAfter[tracker]));
+        EXPECT_TRUE(undoQueue[2].modulesAfter[tracker].isSharedWith(undoQueue[1].modulesAfter[tracker]));
+    }
+}
+
+TEST_F(ChangeTrackingTest, TrackersThatStandAtTheSameSavePointShareTheirSets)
+{
+    record("a");
+    record("b");
+    record("c");
+    for (const QueuedCommand& entry : undoQueue)
+    {
+        EXPECT_TRUE(entry.modulesBefore[0].isSharedWith(entry.modulesBefore[1]));
+        EXPECT_TRUE(entry.modulesAfter[0].isSharedWith(entry.modulesAfter[1]));
+    }
+}
+
+TEST_F(ChangeTrackingTest, ThePositionIsReadOffTheNeighbourOnTheUndoSideFirst)
+{
+    tracking.modulesBeforeFirstCommand = {setOf("x"), setOf("y")};
+    EXPECT_EQ(position(0), "x");
+    EXPECT_EQ(position(1), "y");
+    record("a");
+    tracking.modulesBeforeFirstCommand = {setOf("z"), setOf("z")};
+    EXPECT_EQ(position(0), "ax");
+    undo();
+    EXPECT_EQ(position(0), "x");
+    EXPECT_EQ(position(1), "y");
+    redo();
+    record("b");
+    undo();
+    EXPECT_EQ(position(1), "ay");
+}
+
+TEST_F(ChangeTrackingTest, ThePositionIsKeptOnlyWhereTheRedoQueueAloneKnowsIt)
+{
+    tracking.keepPosition(undoQueue, redoQueue);
+    EXPECT_EQ(base(0), "");
+    tracking.modulesBeforeFirstCommand = {setOf("x"), setOf("y")};
+    tracking.keepPosition(undoQueue, redoQueue);
+    EXPECT_EQ(base(0), "x");
+    record("a");
+    record("b");
+    tracking.modulesBeforeFirstCommand = {setOf("z"), setOf("z")};
+    tracking.keepPosition(undoQueue, redoQueue);
+    undo();
+    tracking.keepPosition(undoQueue, redoQueue);
+    EXPECT_EQ(base(0), "z");
+    undo();
+    tracking.keepPosition(undoQueue, redoQueue);
+    EXPECT_EQ(base(0), "x");
+    EXPECT_EQ(base(1), "y");
+}
+
+TEST_F(ChangeTrackingTest, ASaveWalksBothSidesOfOneTracker)
+{
+    tracking.modulesBeforeFirstCommand = {setOf("x"), setOf("x")};
+    record("a");
+    record("b");
+    record("c");
+    record("d");
+    undo();
+    undo();
+
+    tracking.adjustOnSave(0, undoQueue, redoQueue);
+
+    EXPECT_EQ(entries(0), "ab>b b> >c c>cd");
+    EXPECT_EQ(entries(1), "x>ax ax>abx abx>abcx abcx>abcdx");
+    EXPECT_EQ(base(0), "x");
+    EXPECT_EQ(lettersOf(undoQueue[1].modulesOfCommand), "b");
+}
+
+TEST_F(ChangeTrackingTest, ASaveWithNothingToUndoClearsTheBaseSetOfOneTracker)
+{
+    tracking.modulesBeforeFirstCommand = {setOf("x"), setOf("y")};
+    tracking.adjustOnSave(1, undoQueue, redoQueue);
+    EXPECT_EQ(base(0), "x");
+    EXPECT_EQ(base(1), "");
+    record("a");
+    undo();
+    tracking.adjustOnSave(0, undoQueue, redoQueue);
+    EXPECT_EQ(base(0), "");
+    EXPECT_EQ(entries(0), ">a");
+    EXPECT_EQ(entries(1), ">a");
+}
+
+TEST_F(ChangeTrackingTest, ASaveReusesSetsWhereNoModuleJoins)
+{
+    record("a");
+    record("b");
+    for (int i = 0; i < 10; ++i)
+    {
+        record(i % 2 == 0 ? "a" : "b");
+    }
+    undo();
+    undo();
+    undo();
+    undo();
+
+    tracking.adjustOnSave(0, undoQueue, redoQueue);
+
+    for (std::size_t i = 0; i + 2 < undoQueue.size(); ++i)
+    {
+        EXPECT_TRUE(undoQueue[i].modulesBefore[0].isSharedWith(undoQueue[i].modulesAfter[0])) << i;
+        EXPECT_TRUE(undoQueue[i].modulesAfter[0].isSharedWith(undoQueue[i + 1].modulesBefore[0])) << i;
+    }
+    // On the redo side the back comes first: the first module of a command is the whole set.
+    EXPECT_TRUE(redoQueue[3].modulesAfter[0].isSharedWith(redoQueue[3].modulesOfCommand));
+    EXPECT_TRUE(redoQueue[1].modulesAfter[0].isSharedWith(redoQueue[2].modulesAfter[0]));
+    EXPECT_TRUE(redoQueue[0].modulesAfter[0].isSharedWith(redoQueue[2].modulesAfter[0]));
+}
+
+TEST_F(ChangeTrackingTest, TheLimitKeepsTheSetBeforeTheLastEntryDropped)
+{
+    record("a");
+    record("b");
+    record("c");
+    record("d");
+    tracking.adjustOnSave(1, undoQueue, redoQueue);
+    const ModuleSet expected = undoQueue[1].modulesBefore[0];
+    limit = {2, true};
+
+    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);
+
+    EXPECT_EQ(undoQueue.size(), 2U);
+    EXPECT_TRUE(tracking.modulesBeforeFirstCommand[0].isSharedWith(expected));
+    EXPECT_EQ(base(0), "a");
+    EXPECT_EQ(base(1), "bcd");
+    EXPECT_EQ(entries(0), "ab>abc abc>abcd");
+}
+
+TEST_F(ChangeTrackingTest, TheLimitCountsTheRedoQueueAndDropsFromTheUndoQueue)
+{
+    record("a");
+    record("b");
+    record("c");
+    undo();
+    limit = {1, true};
+
+    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);
+
+    EXPECT_TRUE(undoQueue.empty());
+    EXPECT_EQ(base(0), "a");
+    EXPECT_EQ(position(0), "ab");
+}
+
+TEST_F(ChangeTrackingTest, TheLimitLeavesTheBaseSetsAloneWhenItDropsNothingOrEverything)
+{
+    tracking.modulesBeforeFirstCommand = {setOf("x"), setOf("y")};
+    record("a");
+    record("b");
+    record("c");
+    undo();
+    undo();
+    limit = {3, true};
+    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);
+    EXPECT_EQ(base(0), "x");
+    EXPECT_EQ(entries(0), "x>ax ax>abx abx>abcx");
+
+    limit = {1, true};
+    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);
+    EXPECT_TRUE(undoQueue.empty());
+    EXPECT_TRUE(redoQueue.empty());
+    EXPECT_EQ(base(0), "x");
+    EXPECT_EQ(base(1), "y");
+}
+
+TEST_F(ChangeTrackingTest, ALimitThatIsNotInUseDropsNothing)
+{
+    record("a");
+    limit = {0, false};
+    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);
+    EXPECT_EQ(entries(0), ">a");
+}
+
+} // namespace
+} // namespace Valdane

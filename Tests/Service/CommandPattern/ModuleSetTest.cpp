@@ -1,0 +1,147 @@
+#include "Service/CommandPattern/ModuleSet.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <functional>
+#include <random>
+#include <set>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace Valdane
+{
+namespace
+{
+
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using Objects = std::set<const Object*>;
+
+static_assert(sizeof(ModuleSet) == sizeof(void*));
+static_assert(std::is_nothrow_copy_constructible_v<ModuleSet>);
+static_assert(std::is_nothrow_copy_assignable_v<ModuleSet>);
+static_assert(std::is_nothrow_move_constructible_v<ModuleSet>);
+static_assert(std::is_nothrow_move_assignable_v<ModuleSet>);
+
+/// Only the addresses matter.
+const Object* module(std::size_t number)
+{
+    static const char modules[64] = {};
+    return reinterpret_cast<const Object*>(modules + number);
+}
+
+Objects objectsOf(const ModuleSet& set)
+{
+    Objects objects;
+    set.insertInto(objects);
+    return objects;
+}
+
+Objects united(const Objects& first, const Objects& second)
+{
+    Objects both = first;
+    both.insert(second.begin(), second.end());
+    return both;
+}
+
+const Objects none;
+const Objects one = {module(1)};
+const Objects oneTwo = {module(1), module(2)};
+const Objects twoThree = {module(2), module(3)};
+
+TEST(ModuleSet, HoldsTheModulesItWasMadeOf)
+{
+    EXPECT_THAT(objectsOf(ModuleSet()), IsEmpty());
+    EXPECT_THAT(objectsOf(ModuleSet(none)), IsEmpty());
+    EXPECT_EQ(objectsOf(ModuleSet(one)), one);
+    EXPECT_EQ(objectsOf(ModuleSet(oneTwo)), oneTwo);
+}
+
+TEST(ModuleSet, InsertingKeepsWhatIsThere)
+{
+    Objects objects = one;
+    ModuleSet(twoThree).insertInto(objects);
+    ModuleSet().insertInto(objects);
+    EXPECT_EQ(objects, united(one, twoThree));
+}
+
+TEST(ModuleSet, EmptySetsAreAllTheSame)
+{
+    EXPECT_TRUE(ModuleSet().isSharedWith(ModuleSet(none)));
+    EXPECT_TRUE(ModuleSet().unitedWith(ModuleSet()).isSharedWith(ModuleSet()));
+    EXPECT_FALSE(ModuleSet().isSharedWith(ModuleSet(one)));
+}
+
+TEST(ModuleSet, CopiesShareAndSetsMadeApartDoNot)
+{
+    const ModuleSet set(oneTwo);
+    ModuleSet copy(set);
+    EXPECT_TRUE(copy.isSharedWith(set));
+    EXPECT_FALSE(ModuleSet(oneTwo).isSharedWith(set));
+    const ModuleSet moved(std::move(copy));
+    EXPECT_TRUE(moved.isSharedWith(set));
+    ModuleSet assigned(one);
+    assigned = set;
+    EXPECT_TRUE(assigned.isSharedWith(set));
+    assigned = ModuleSet();
+    EXPECT_THAT(objectsOf(assigned), IsEmpty());
+    EXPECT_EQ(objectsOf(set), oneTwo);
+}
+
+TEST(ModuleSet, ASetOutlivesTheOneItWasCopiedFrom)
+{
+    ModuleSet copy;
+    {
+        const ModuleSet original(oneTwo);
+        copy = original;
+    }
+    EXPECT_EQ(objectsOf(copy), oneTwo);
+}
+
+TEST(ModuleSet, AUnionWithWhatIsContainedIsTheLargerSetItself)
+{
+    const ModuleSet small(one);
+    const ModuleSet large(oneTwo);
+    EXPECT_TRUE(large.unitedWith(small).isSharedWith(large));
+    EXPECT_TRUE(small.unitedWith(large).isSharedWith(large));
+    EXPECT_TRUE(large.unitedWith(large).isSharedWith(large));
+    EXPECT_TRUE(large.unitedWith(ModuleSet()).isSharedWith(large));
+    EXPECT_TRUE(ModuleSet().unitedWith(large).isSharedWith(large));
+    EXPECT_TRUE(large.unitedWith(ModuleSet(oneTwo)).isSharedWith(large));
+}
+
+TEST(ModuleSet, AUnionOfSetsThatOverlapIsANewOne)
+{
+    const ModuleSet first(oneTwo);
+    const ModuleSet second(twoThree);
+    EXPECT_EQ(objectsOf(first.unitedWith(second)), united(oneTwo, twoThree));
+    EXPECT_EQ(objectsOf(second.unitedWith(first)), united(oneTwo, twoThree));
+    EXPECT_EQ(objectsOf(first), oneTwo);
+    EXPECT_EQ(objectsOf(second), twoThree);
+}
+
+TEST(ModuleSet, UnionsOfAnySetsAreWhatTheyShouldBe)
+{
+    std::mt19937 random(20);
+    const auto makeObjects = [&]
+    {
+        Objects objects;
+        for (std::size_t count = random() % 12; count != 0; --count)
+        {
+            objects.insert(module(random() % 16));
+        }
+        return objects;
+    };
+    for (int round = 0; round < 2000; ++round)
+    {
+        const Objects first = makeObjects();
+        const Objects second = makeObjects();
+        EXPECT_EQ(objectsOf(ModuleSet(first).unitedWith(ModuleSet(second))), united(first, second));
+    }
+}
+
+} // namespace
+} // namespace Valdane
