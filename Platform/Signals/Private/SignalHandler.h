@@ -9,6 +9,7 @@
 #include <boost/smart_ptr/intrusive_ptr.hpp>
 
 #include <functional>
+#include <memory>
 
 namespace Valdane::Signals
 {
@@ -48,14 +49,15 @@ protected:
     Connection connectSlot(const Slot<void(Args...)>& slot, bool atFront)
     {
         // The node first: if the list was made and the node failed, the signal would be left changed.
-        const boost::intrusive_ptr<SlotNode> node(new Node(slot));
+        auto node = std::make_unique<Node>(slot);
         SlotList& list = static_cast<Signal<void(Args...)>&>(*this).makeSlotList();
         if (list.isClosed())
         {
             return {};
         }
-        list.insert(node, atFront);
-        return Connection(node);
+        const boost::intrusive_ptr<SlotNode> shared(node.release());
+        list.insert(shared, atFront);
+        return Connection(shared);
     }
 
 private:

@@ -5,7 +5,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -27,9 +26,10 @@ static_assert(std::is_nothrow_default_constructible_v<Connection>);
 static_assert(sizeof(Connection) == sizeof(void*));
 
 /// Runs an action when the last copy of a callable that captures it is destroyed.
-std::shared_ptr<void> whenDestroyed(std::function<void()> action)
+template <typename Action>
+std::shared_ptr<void> whenDestroyed(const Action& action)
 {
-    return {nullptr, [action = std::move(action)](void*)
+    return {nullptr, [action](void*)
             {
                 action();
             }};

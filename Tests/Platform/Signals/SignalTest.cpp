@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <new>
 #include <stdexcept>
@@ -56,9 +55,10 @@ static_assert(!CanConnect<NoArguments, void (*)(int)>);
 static_assert(!CanConnect<Signal<void(int)>, void (*)(std::string)>);
 
 /// Runs an action when the last copy of a callable that captures it is destroyed.
-std::shared_ptr<void> whenDestroyed(std::function<void()> action)
+template <typename Action>
+std::shared_ptr<void> whenDestroyed(const Action& action)
 {
-    return {nullptr, [action = std::move(action)](void*)
+    return {nullptr, [action](void*)
             {
                 action();
             }};
@@ -321,6 +321,7 @@ TEST_F(SignalTest, DestroysItsCallablesInOrderWhenItIsDestroyed)
 {
     auto shortLived = std::make_unique<Signal<void()>>();
     std::vector<Connection> connections;
+    connections.reserve(3);
     for (int i = 0; i < 3; ++i)
     {
         connections.push_back(
@@ -447,9 +448,9 @@ TEST_F(SignalTest, IsUnchangedWhenACallableCannotBeCopied)
 {
     struct Uncopyable
     {
-        bool* fails;
+        std::shared_ptr<const bool> fails;
 
-        explicit Uncopyable(bool& flag) : fails(&flag) {}
+        explicit Uncopyable(std::shared_ptr<const bool> flag) : fails(std::move(flag)) {}
 
         Uncopyable(const Uncopyable& other) : fails(other.fails)
         {
@@ -465,10 +466,10 @@ TEST_F(SignalTest, IsUnchangedWhenACallableCannotBeCopied)
         void operator()() const {}
     };
 
-    bool fails = false;
+    const auto fails = std::make_shared<bool>(false);
     const Slot<void()> slot = Uncopyable(fails);
     Connection connection = signal.connect(noting(1));
-    fails = true;
+    *fails = true;
     EXPECT_THROW(connection = signal.connect(slot), std::runtime_error);
     EXPECT_THAT(emit(), ElementsAre(1));
 }

@@ -311,7 +311,7 @@ TYPED_TEST(TrackingSlot, EndsWithTheFirstOfSeveralOwners)
 
 TYPED_TEST(TrackingSlot, OfAnEmptyPointerIsNeverCalled)
 {
-    typename TestFixture::template Shared<Owner> nobody;
+    const typename TestFixture::template Shared<Owner> nobody;
     const Connection connection = this->signal.connect(this->slot.track(nobody));
     EXPECT_FALSE(connection.connected());
     this->signal();
