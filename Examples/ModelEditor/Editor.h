@@ -46,8 +46,7 @@ public:
     /// Carries out the line that consists of @p words; none is fine.
     ///
     /// @throws VdException `<verb>: <what is wrong>`; the model is then as before, except for the steps that
-    /// an
-    ///         `undo` or `redo` has done before the one that failed.
+    ///         an `undo` or `redo` has done before the one that failed.
     void run(const Words& words);
 
     bool hasQuit() const noexcept;

@@ -23,8 +23,7 @@ public:
     /// Parses @p bytes, the content of the file @p fileName.
     ///
     /// @throws VdException `<name>:<line>:<column>: <what is wrong>`, or without a place what concerns the
-    /// whole
-    ///         file; std::bad_alloc.
+    ///         whole file; std::bad_alloc.
     XmlDocument(const std::string& bytes, const std::string& fileName);
 
     XmlDocument(const XmlDocument&) = delete;
