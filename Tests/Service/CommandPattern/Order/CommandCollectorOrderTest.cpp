@@ -146,7 +146,7 @@ TEST_F(CommandCollectorOrder, TheTargetHasACommandBeforeTheCollectionDoes)
     EXPECT_THROW(source().addCommand(std::make_shared<RecordingCommand>("A")), std::runtime_error);
     modules->onAsk = nullptr;
     collect("B");
-    onSignal = [this](const std::string& signal)
+    onSignal = [](const std::string& signal)
     {
         if (signal == "queueChanged 3")
         {
