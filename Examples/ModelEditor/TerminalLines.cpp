@@ -57,6 +57,9 @@ public:
 
     std::optional<std::string> next()
     {
+        // Before the prompt is seen: a key struck at the prompt must not meet the terminal's own line editing, which
+        // would swallow the end key.
+        el_set(editLine.get(), EL_PREP_TERM, 1);
         int length = 0;
         const char* typed = el_gets(editLine.get(), &length);
         if (typed == nullptr || length <= 0)
