@@ -401,7 +401,7 @@ void Editor::noteUndeclared(const XmlObject& object, const std::string& prefix)
     bool isDeclared = prefix == "xml";
     for (auto element = object.getElement(); element && !isDeclared; element = element.parent())
     {
-        isDeclared = element.attribute(declaration.c_str());
+        isDeclared = !element.attribute(declaration.c_str()).empty();
     }
     if (!isDeclared)
     {

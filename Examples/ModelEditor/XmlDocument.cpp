@@ -34,11 +34,11 @@ std::string decoded(const Encoding& encoding, const std::string& bytes, const st
 // The next node in document order.
 pugi::xml_node next(pugi::xml_node node)
 {
-    if (node.first_child())
+    if (!node.first_child().empty())
     {
         return node.first_child();
     }
-    while (node && !node.next_sibling())
+    while (!node.empty() && node.next_sibling().empty())
     {
         node = node.parent();
     }
@@ -191,7 +191,7 @@ void XmlDocument::requireWellFormed(pugi::xml_node node) const
             complain(offset, std::string("< in the value of ") + attribute.name());
         }
     }
-    if (node.first_attribute().next_attribute())
+    if (!node.first_attribute().next_attribute().empty())
     {
         if (const auto repeated = repeatedAttribute(node))
         {

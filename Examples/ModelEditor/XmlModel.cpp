@@ -66,7 +66,7 @@ pugi::xpath_node_set evaluate(const pugi::xpath_query& query, pugi::xml_node fro
 
 std::string Selected::getAddress() const
 {
-    const std::string address = object->getAddress();
+    std::string address = object->getAddress();
     if (part == Part::Element || part == Part::Unsupported)
     {
         return address;
@@ -87,7 +87,7 @@ XmlModel::XmlModel(const std::string& bytes, const std::string& name)
         addChildren(object);
         for (const auto child : object.getElement().children())
         {
-            if (child.first_child() && child.type() == pugi::node_element)
+            if (!child.first_child().empty() && child.type() == pugi::node_element)
             {
                 open.push_back(objects.at(child.internal_object()));
             }
@@ -153,7 +153,7 @@ void XmlModel::addChildren(XmlObject& object)
 std::shared_ptr<XmlObject> XmlModel::makeObject(std::string key, pugi::xml_node element)
 {
     std::shared_ptr<XmlObject> object;
-    if (element.attribute("name"))
+    if (!element.attribute("name").empty())
     {
         object = std::make_shared<NamedXmlObject>(std::move(key), context, element);
     }

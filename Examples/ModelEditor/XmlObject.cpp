@@ -86,12 +86,12 @@ std::string XmlObject::getAddress() const
 
 std::string XmlObject::getTitle() const
 {
-    const std::string tag = element.name();
+    std::string tag = element.name();
     if (const auto name = nameOf(element))
     {
         return tag + " " + *name;
     }
-    for (auto node = element.parent(); node.parent() && node.parent().parent(); node = node.parent())
+    for (auto node = element.parent(); !node.parent().parent().empty(); node = node.parent())
     {
         if (const auto name = nameOf(node))
         {
@@ -239,7 +239,7 @@ std::shared_ptr<AttributeDescriptionBase> XmlObject::describe(const std::string&
 
 std::shared_ptr<XmlValue> XmlObject::findValue(const std::string& name)
 {
-    if (isPlainAttribute(name) && element.attribute(name.c_str()))
+    if (isPlainAttribute(name) && !element.attribute(name.c_str()).empty())
     {
         return makeValue(name);
     }

@@ -72,11 +72,12 @@ std::unique_ptr<ModelEditor::XmlModel> openModel(const std::string& path)
 
 bool play(ModelEditor::XmlModel& model, const Options& options)
 {
-    ModelEditor::Session::Settings settings{.savePath = options.output.value_or(options.model),
-                                            .sourceName = options.script.value_or("<stdin>"),
-                                            .isInteractive = !options.script && isatty(STDIN_FILENO) != 0,
-                                            .echoes = options.script.has_value(),
-                                            .keepsGoing = options.keepsGoing};
+    const ModelEditor::Session::Settings settings{.savePath = options.output.value_or(options.model),
+                                                  .sourceName = options.script.value_or("<stdin>"),
+                                                  .isInteractive =
+                                                      !options.script && isatty(STDIN_FILENO) != 0,
+                                                  .echoes = options.script.has_value(),
+                                                  .keepsGoing = options.keepsGoing};
     std::istringstream script(options.script ? ModelEditor::readFile(*options.script) : std::string());
     std::unique_ptr<ModelEditor::LineSource> lines;
     if (settings.isInteractive)

@@ -12,7 +12,7 @@ ModuleSet::Shared::Shared(const std::set<const Object*>& objects) : sorted(objec
 ModuleSet::Shared::Shared(const Modules& first, const Modules& second)
 {
     sorted.reserve(first.size() + second.size());
-    std::ranges::set_union(first, second, std::back_inserter(sorted), std::less<const Object*>());
+    std::ranges::set_union(first, second, std::back_inserter(sorted), std::less<>());
 }
 
 ModuleSet::ModuleSet() noexcept = default;
@@ -68,7 +68,7 @@ bool ModuleSet::contains(const ModuleSet& other) const
     }
     return std::ranges::all_of(
         other.shared->sorted, [this](const Object* module)
-        { return std::ranges::binary_search(shared->sorted, module, std::less<const Object*>()); });
+        { return std::ranges::binary_search(shared->sorted, module, std::less<>()); });
 }
 
 } // namespace Valdane

@@ -42,7 +42,7 @@ public:
         }
 
         /// Ten times the rate.
-        int getPartitionFromRate(Rate rate) const
+        int getPartitionFromRate(Rate rate) const // NOLINT(*-convert-member-functions-to-static)
         {
             noteCall("Speed.getPartitionFromRate(" + std::to_string(rate) + ")");
             return 10 * rate;
@@ -68,6 +68,8 @@ public:
         return position;
     }
 
+    // Not const, as the operations that it stands for.
+    // NOLINTBEGIN(readability-make-member-function-const)
     void appendSubProgress(LegacyProgress* sub, int from, int to)
     {
         noteCall(label + ".appendSubProgress(" + (sub == nullptr ? "null" : sub->label) + ", " +
@@ -79,6 +81,7 @@ public:
         noteCall(label + ".setSubProgress(" + labelOf(sub) + ", " + std::to_string(percent) + ", " +
                  std::to_string(parts) + ")");
     }
+    // NOLINTEND(readability-make-member-function-const)
 
     void addProgress(std::shared_ptr<Progress> child, bool followsReset) override
     {

@@ -52,6 +52,8 @@ public:
         return owner.lock();
     }
 
+    // Not const, as the operation that it stands for.
+    // NOLINTNEXTLINE(readability-make-member-function-const)
     std::shared_ptr<DynamicAttributeCollection> getDynamicAttributeCollection()
     {
         note(name + ".getDynamicAttributeCollection");
