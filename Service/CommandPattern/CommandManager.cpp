@@ -6,6 +6,8 @@
 #include "Service/CommandPattern/CommandManagerPrivate.h"
 #include "Service/CommandPattern/CommandProgress.h"
 #include "Service/CommandPattern/MacroCommand.h"
+#include "Service/CommandPattern/ThreadedCommand.h"
+#include "Service/CommandPattern/ThreadedMacroCommand.h"
 
 #include <limits>
 #include <ranges>
@@ -22,6 +24,18 @@ const Logging logger("Service/CommandPattern/CommandManager");
 std::shared_ptr<const CommandBase> topOf(const CommandQueue& queue)
 {
     return queue.empty() ? nullptr : queue.back().command;
+}
+
+std::string descriptionOf(const CommandBase* command)
+{
+    return command == nullptr ? std::string() : command->getDescription();
+}
+
+// Whether a command that ran as a thread is one for the undo queue.
+bool isAddable(const CommandBase* command)
+{
+    const auto* threaded = dynamic_cast<const ThreadedCommand*>(command);
+    return command != nullptr && (threaded == nullptr || threaded->isAddableToCommandManager());
 }
 
 std::list<std::string> collectDescriptions(const CommandQueue& queue)
@@ -43,6 +57,12 @@ CommandManager::Private::Private()
 {
 }
 
+CommandManager::Private::~Private()
+{
+    // Before the rest: a run under way, and its abort, may use the manager and what it owns up to their end.
+    threadManager.reset();
+}
+
 void CommandManager::Private::execute(CommandBase& command, const std::source_location& place) const
 {
     progressOf(command).reset();
@@ -53,12 +73,25 @@ void CommandManager::Private::execute(CommandBase& command, const std::source_lo
 }
 
 void CommandManager::Private::reportFailure(const std::exception& exception, const char* context,
-                                            const CommandBase& command)
+                                            const CommandBase* command)
 {
     // A copy, since a slot may give the command another description.
-    const std::string description = command.getDescription();
+    const std::string description = descriptionOf(command);
     logException(exception, context, description);
     sigCommandFailed(exception.what(), description);
+}
+
+void CommandManager::Private::logFurtherFailure(const std::exception& exception, const char* context,
+                                                const CommandBase* command)
+{
+    try
+    {
+        logException(exception, context, descriptionOf(command));
+    }
+    catch (const std::exception&)
+    {
+        return;
+    }
 }
 
 void CommandManager::Private::logException(const std::exception& exception, const std::string& context,
@@ -117,6 +150,42 @@ void CommandManager::Private::record(std::shared_ptr<CommandBase> command)
         commandsToMerge = std::move(merged);
         useForwardUndoOrderForMerge |= forward;
         throw;
+    }
+}
+
+void CommandManager::Private::releaseWorkerSlot(const std::shared_ptr<CommandBase>& command)
+{
+    if (currentThreadedCommand == command || currentThreadedCommand == nullptr)
+    {
+        processingCommand = false;
+        currentThreadedCommand.reset();
+    }
+}
+
+bool CommandManager::Private::continueRun(CommandBase* command)
+{
+    if (auto* macro = dynamic_cast<ThreadedMacroCommand*>(command))
+    {
+        return macro->continueExecution(threadManager);
+    }
+    threadManager->finalizeThread();
+    return true;
+}
+
+void CommandManager::Private::windUp(const std::shared_ptr<CommandBase>& command)
+{
+    if (command == nullptr || command != currentThreadedCommand)
+    {
+        return;
+    }
+    if (auto* macro = dynamic_cast<ThreadedMacroCommand*>(command.get()))
+    {
+        attempt("Thread finalization", macro, [macro] { macro->abortExecution(); });
+    }
+    else if (auto* threaded = dynamic_cast<ThreadedCommand*>(command.get()))
+    {
+        attempt("Thread finalization", threaded, [threaded] { progressOf(*threaded).setComplete(); });
+        attempt("Thread finalization", threaded, [threaded] { threaded->sendFinishSignal(false); });
     }
 }
 
@@ -417,6 +486,146 @@ void CommandManager::adjustOnSave(std::uint64_t tracker)
 void CommandManager::markAllModulesBeforeFirstCommandAsModified()
 {
     d->tracking.modulesBeforeFirstCommand.fill(ModuleSet(d->moduleAccess()->getAllModulesAsModified()));
+}
+
+void CommandManager::addThreadedCommand(std::shared_ptr<ThreadedCommand> command)
+{
+    if (command == nullptr)
+    {
+        return;
+    }
+    const std::source_location here = std::source_location::current();
+    d->currentThreadedCommand = command;
+    d->processingCommand = true;
+    try
+    {
+        if (d->threadManager->getThreadingMode() != 0)
+        {
+            d->threadManager->addThread(command);
+            d->sigThreadedCommandStarted();
+            return;
+        }
+        d->trace("Execute command '", *command, "'...", here);
+        d->threadManager->addThread(command);
+        d->trace("Command '", *command, "' executed.", here);
+        d->releaseWorkerSlot(command);
+        if (command->isAddableToCommandManager())
+        {
+            addExecutedCommand(command);
+            d->sigCommandExecuted();
+        }
+    }
+    catch (const std::exception& exception)
+    {
+        d->failThreadedCommand(
+            exception, "Execution", command, [] {}, false);
+    }
+    catch (...)
+    {
+        d->releaseWorkerSlot(command);
+        throw;
+    }
+}
+
+void CommandManager::addThreadedCommand(std::shared_ptr<ThreadedMacroCommand> command)
+{
+    if (command == nullptr)
+    {
+        return;
+    }
+    d->currentThreadedCommand = command;
+    d->processingCommand = true;
+    const auto isOnWorker = [this]
+    {
+        return d->threadManager->getThreadingMode() != 0;
+    };
+    bool isStarted = false;
+    const auto windUpStart = [&]
+    {
+        if (!isStarted)
+        {
+            d->attempt("Threaded execution", command.get(), [&] { command->abortExecution(); });
+        }
+    };
+    try
+    {
+        const bool finished = command->startExecution(d->threadManager);
+        isStarted = true;
+        if (isOnWorker())
+        {
+            // The run is not to suffer from a listener's failure: half of it could not be undone here.
+            d->attempt("Threaded execution", command.get(), [this] { d->sigThreadedCommandStarted(); });
+        }
+        if (finished && d->currentThreadedCommand == command)
+        {
+            addExecutedCommand(command);
+            d->releaseWorkerSlot(command);
+            d->sigCommandExecuted();
+            if (isOnWorker())
+            {
+                d->sigThreadedCommandFinished();
+            }
+        }
+    }
+    catch (const std::exception& exception)
+    {
+        d->failThreadedCommand(exception, "Threaded execution", command, windUpStart, isOnWorker());
+    }
+    catch (...)
+    {
+        d->releaseWorkerSlot(command);
+        throw;
+    }
+}
+
+void CommandManager::finalizeThread()
+{
+    const std::shared_ptr<Thread> thread = d->threadManager->getCurrentThread();
+    const std::shared_ptr<CommandBase> command = d->currentThreadedCommand;
+    try
+    {
+        const bool finished = d->continueRun(command.get());
+        const bool aborted = thread != nullptr && thread->isAborted();
+        if (finished)
+        {
+            d->releaseWorkerSlot(command);
+        }
+        if (finished && !aborted && isAddable(command.get()))
+        {
+            addExecutedCommand(command);
+            d->sigCommandExecuted();
+        }
+        if (aborted && command != nullptr)
+        {
+            progressOf(*command).setComplete();
+        }
+        if (finished && command != nullptr)
+        {
+            d->sigThreadedCommandFinished();
+        }
+    }
+    catch (const std::exception& exception)
+    {
+        // A run that lost the worker slot to another command is known by its thread only.
+        const auto failed = command != nullptr ? command : std::dynamic_pointer_cast<CommandBase>(thread);
+        d->failThreadedCommand(
+            exception, "Thread finalization", failed, [&] { d->windUp(command); }, true);
+    }
+    catch (...)
+    {
+        d->releaseWorkerSlot(command);
+        throw;
+    }
+}
+
+void CommandManager::abortThreadedCommand()
+{
+    d->threadManager->abortThreadExecution();
+}
+
+std::shared_ptr<CommandBase> CommandManager::getCurrentThreadedCommand() const
+{
+    return d->currentThreadedCommand;
 }
 
 std::shared_ptr<ThreadManager> CommandManager::getThreadManager() const

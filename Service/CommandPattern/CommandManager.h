@@ -19,6 +19,8 @@ class ModuleAccessInterface;
 class Object;
 class Progress;
 class ThreadManager;
+class ThreadedCommand;
+class ThreadedMacroCommand;
 
 /// Runs commands, keeps them for undo and redo, and tells listeners what happened.
 ///
@@ -35,6 +37,19 @@ class ThreadManager;
 /// command that failed. Everything else passes through to the caller: exceptions of other types, and whatever
 /// slots and the module access interface throw, by then with the entry where it belongs; what would have come
 /// after the throw (the limit, further signals) is left out. However an operation ends, isProcessingCommand() is false after it (after addCommandToMergeWithNextCommand(): as before).
+///
+/// Threaded commands. One at a time can be under way, in the worker slot:
+///
+/// | operation                   | slot empty                       | command under way                   |
+/// |-----------------------------|----------------------------------|-------------------------------------|
+/// | addThreadedCommand()        | starts; worker mode: under way   | not meant; see there                |
+/// | finalizeThread()            | does nothing                     | concludes a thread; the last: empty |
+/// | abortThreadedCommand()      | does nothing                     | the run is asked to stop            |
+/// | getCurrentThreadedCommand() | empty                            | the command                         |
+/// | isProcessingCommand()       | false, unless a command executes | true                                |
+///
+/// Everything else works as ever meanwhile; it is for the application to keep its users from editing what the
+/// run works on.
 ///
 /// Signals are emitted on the calling thread when all state is settled, so a slot may call any operation of
 /// the manager; so may a command's destructor, when an operation drops the command. Destroy the manager only
@@ -170,8 +185,9 @@ public:
     /// Switches the limit on or off; if that is a change and the limit is on now, applies it at once.
     void setUsesMaxQueueSize(bool use);
 
-    /// Whether the manager is running a command's execute, undo or redo just now. It only tells: no operation
-    /// is refused because of it, and one that ends inside another's command leaves it false.
+    /// Whether the manager is running a command's execute, undo or redo just now, or has a threaded command under
+    /// way. It only tells: no operation is refused because of it, and one that ends inside another's command, or
+    /// while a threaded one is under way, leaves it false.
     bool isProcessingCommand() const;
 
     /// Hangs the manager's progress, which follows each command that is undone or redone, under @p progress,
@@ -200,7 +216,65 @@ public:
     /// command: for data that were loaded in a state that must be saved.
     void markAllModulesBeforeFirstCommandAsModified();
 
-    /// The manager's thread manager; shared with the caller.
+    /// Puts @p command into the worker slot and starts its run; empty is ignored.
+    ///
+    /// Worker mode: emits sigThreadedCommandStarted and returns; finalizeThread() must follow when the run has
+    /// ended. Synchronous mode (ThreadManager::getThreadingMode() is 0): runs the command to its end, queues it as
+    /// addExecutedCommand() does, and emits sigCommandExecuted.
+    ///
+    /// Failures of the run's start, of a synchronous run, of the module access interface and of slots are reported
+    /// as those of addCommand() are; the worker slot is empty then. Nothing derived from `std::exception` gets out.
+    ///
+    /// @pre nothing is under way: ask getCurrentThreadedCommand() first. If something is, @p command takes its
+    ///      place in the slot and fails to start, and the one under way is concluded by the next finalizeThread()
+    ///      but never queued, nor does anything tell of its end but its own run-finished signal.
+    void addThreadedCommand(std::shared_ptr<ThreadedCommand> command);
+
+    /// Puts @p command into the worker slot and runs it up to its first thread; empty is ignored.
+    ///
+    /// In worker mode emits sigThreadedCommandStarted. If the macro is over already, because it has no thread or
+    /// its threads ran synchronously, it is queued, and sigCommandExecuted and in worker mode
+    /// sigThreadedCommandFinished are emitted; else finalizeThread() must follow for each of its threads.
+    ///
+    /// What its sub-commands throw is reported as in the other overload, after the macro has been wound up by
+    /// ThreadedMacroCommand::abortExecution(); in worker mode sigThreadedCommandFinished follows. What a slot of
+    /// sigThreadedCommandStarted throws is written to the log, and the run goes on.
+    ///
+    /// @pre as for the other overload.
+    void addThreadedCommand(std::shared_ptr<ThreadedMacroCommand> command);
+
+    /// Concludes the thread under way, waiting for its end if it has not come yet; without one does nothing.
+    ///
+    /// To be called on the caller's thread when a thread has ended. Three ways to learn of that:
+    ///
+    ///     // An event loop: the callback comes on the worker, so post from it.
+    ///     threads->setRunEndedCallback([&] { loop.post([&] { if (threads->isRunEnded()) manager.finalizeThread(); }); });
+    ///     // Polling, in an idle handler:
+    ///     if (threads->isRunEnded()) manager.finalizeThread();
+    ///     // Waiting, with a progress bar to be drawn meanwhile:
+    ///     while (!threads->waitForRunEnd(100ms)) { draw(bar); }
+    ///     manager.finalizeThread();
+    ///
+    /// A ThreadedMacroCommand then goes on to its next thread, or ends; one whose thread could not be started, and
+    /// was passed over, has nothing under way and is finalized at once. What has ended leaves the worker slot, and,
+    /// unless it was aborted or is not ThreadedCommand::isAddableToCommandManager(), is queued as
+    /// addExecutedCommand() does; sigCommandExecuted and, in any case, sigThreadedCommandFinished are emitted.
+    ///
+    /// Failures, of the run too, are reported as those of addCommand() are; a ThreadedCommand is told by
+    /// sendFinishSignal(false), a ThreadedMacroCommand wound up; the worker slot is empty then, nothing is queued
+    /// that was not, and sigThreadedCommandFinished comes last. Nothing derived from `std::exception` gets out.
+    void finalizeThread();
+
+    /// Asks the thread under way to stop; finalizeThread() still has to follow. Nothing is under way: does nothing.
+    ///
+    /// @throws what the thread's `abortRun()` throws.
+    void abortThreadedCommand();
+
+    /// The command in the worker slot; empty if none is under way.
+    std::shared_ptr<CommandBase> getCurrentThreadedCommand() const;
+
+    /// The manager's thread manager, by which an application chooses the threading mode and learns that a run has
+    /// ended. Shared with the caller; held longer than the manager, it lets a run under way come to its end.
     std::shared_ptr<ThreadManager> getThreadManager() const;
 
     /// After a command was executed and queued, and after each one that was redone.
@@ -218,10 +292,10 @@ public:
     /// After each command that was undone.
     [[nodiscard]] Signals::Connection connectToSigCommandUndone(const Signals::Slot<void()>& slot);
 
-    /// When a threaded command has ended, whether it succeeded or not.
+    /// When a threaded command has ended that was started on a worker, whether it succeeded or not.
     [[nodiscard]] Signals::Connection connectToSigThreadedCommandFinished(const Signals::Slot<void()>& slot);
 
-    /// When a threaded command has been started on the worker thread.
+    /// When a threaded command has been started in worker mode.
     [[nodiscard]] Signals::Connection connectToSigThreadedCommandStarted(const Signals::Slot<void()>& slot);
 
     /// When the application says so by emitSigUndoRedoProcessCompleted().

@@ -27,6 +27,11 @@ class CommandManager::Private
 {
 public:
     Private();
+    Private(const Private&) = delete;
+    Private& operator=(const Private&) = delete;
+
+    /// Waits for the run under way, unless the application shares the thread manager.
+    ~Private();
 
     /// Runs @p work, which is one command's own work, with processingCommand set.
     ///
@@ -39,11 +44,17 @@ public:
     void execute(CommandBase& command, const std::source_location& place) const;
 
     /// Writes the failure to the log and emits sigCommandFailed.
-    void reportFailure(const std::exception& exception, const char* context, const CommandBase& command);
+    ///
+    /// @param command  null if it is not known what failed.
+    void reportFailure(const std::exception& exception, const char* context, const CommandBase* command);
 
     /// Writes the error line of a failed command.
     void logException(const std::exception& exception, const std::string& context,
                       const std::string& commandDescription);
+
+    /// Writes the error line of a failure that came on top of another one; if that is not possible either, it is
+    /// lost.
+    void logFurtherFailure(const std::exception& exception, const char* context, const CommandBase* command);
 
     /// Writes @p before, the command's description and @p after as one trace line, if anybody reads it.
     void trace(const char* before, const CommandBase& command, const char* after,
@@ -57,6 +68,33 @@ public:
     void record(std::shared_ptr<CommandBase> command);
 
     void enforceLimit();
+
+    /// Takes the command in the worker slot a step further; without a command, concludes what the thread manager
+    /// has under way.
+    ///
+    /// @return whether the run is over.
+    bool continueRun(CommandBase* command);
+
+    /// Empties the worker slot. Where somebody who was called has put another command there meanwhile, that one
+    /// stays under way.
+    void releaseWorkerSlot(const std::shared_ptr<CommandBase>& command);
+
+    /// Brings the run of @p command, which failed in its finalization, to an end, if it is in the worker slot.
+    void windUp(const std::shared_ptr<CommandBase>& command);
+
+    /// Ends a threaded command that failed: winds it up by @p wind, releases the worker slot, reports the failure and, if
+    /// @p tellsFinished, emits sigThreadedCommandFinished. What is derived from `std::exception` does not get out.
+    ///
+    /// @param command  empty if it is not known what failed.
+    template <typename WindUp>
+    void failThreadedCommand(const std::exception& exception, const char* context,
+                             const std::shared_ptr<CommandBase>& command, const WindUp& wind,
+                             bool tellsFinished);
+
+    /// Does one step of handling a failure: if it fails itself, writes the error line of that, and the next step
+    /// can follow.
+    template <typename Step>
+    void attempt(const char* context, const CommandBase* command, const Step& step);
 
     /// What tells about the modules, kept alive while it is called, as it may install another one.
     std::shared_ptr<ModuleAccessInterface> moduleAccess() const;
@@ -79,6 +117,7 @@ public:
     bool useForwardUndoOrderForMerge = false;
     ChangeTracking tracking;
     std::shared_ptr<ThreadManager> threadManager;
+    std::shared_ptr<CommandBase> currentThreadedCommand;
     std::shared_ptr<LegacyProgress> progress;
     std::shared_ptr<ModuleAccessInterface> moduleAccessInterface;
     bool processingCommand = false;
@@ -103,7 +142,7 @@ bool CommandManager::Private::process(CommandBase& command, const char* context,
     catch (const std::exception& exception)
     {
         processingCommand = flagAfterwards;
-        reportFailure(exception, context, command);
+        reportFailure(exception, context, &command);
         return false;
     }
     catch (...)
@@ -113,6 +152,41 @@ bool CommandManager::Private::process(CommandBase& command, const char* context,
     }
     processingCommand = flagAfterwards;
     return true;
+}
+
+template <typename WindUp>
+void CommandManager::Private::failThreadedCommand(const std::exception& exception, const char* context,
+                                                  const std::shared_ptr<CommandBase>& command,
+                                                  const WindUp& wind, bool tellsFinished)
+{
+    try
+    {
+        wind();
+    }
+    catch (...)
+    {
+        releaseWorkerSlot(command);
+        throw;
+    }
+    releaseWorkerSlot(command);
+    attempt(context, command.get(), [&] { reportFailure(exception, context, command.get()); });
+    if (tellsFinished)
+    {
+        attempt(context, command.get(), [&] { sigThreadedCommandFinished(); });
+    }
+}
+
+template <typename Step>
+void CommandManager::Private::attempt(const char* context, const CommandBase* command, const Step& step)
+{
+    try
+    {
+        step();
+    }
+    catch (const std::exception& exception)
+    {
+        logFurtherFailure(exception, context, command);
+    }
 }
 
 } // namespace Valdane

@@ -66,9 +66,8 @@ bool ModuleSet::contains(const ModuleSet& other) const
     {
         return false;
     }
-    return std::ranges::all_of(
-        other.shared->sorted, [this](const Object* module)
-        { return std::ranges::binary_search(shared->sorted, module, std::less<>()); });
+    return std::ranges::all_of(other.shared->sorted, [this](const Object* module)
+                               { return std::ranges::binary_search(shared->sorted, module, std::less<>()); });
 }
 
 } // namespace Valdane

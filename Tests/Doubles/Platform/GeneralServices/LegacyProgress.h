@@ -2,6 +2,7 @@
 
 #include "Journal.h"
 #include "Platform/GeneralServices/Progress.h"
+#include "Platform/Logging/LogMessage.h"
 
 #include <functional>
 #include <memory>
@@ -10,8 +11,6 @@
 
 namespace Valdane
 {
-
-class LogMessage;
 
 class LegacyProgress : public Progress
 {
@@ -81,6 +80,13 @@ public:
         noteCall(label + ".setSubProgress(" + labelOf(sub) + ", " + std::to_string(percent) + ", " +
                  std::to_string(parts) + ")");
     }
+
+    void sendMessage(const LogMessage& message)
+    {
+        noteCall(label + ".sendMessage(" + message.text + ", " + std::to_string(message.type) + ", " +
+                 message.second + ")");
+    }
+
     // NOLINTEND(readability-make-member-function-const)
 
     void addProgress(std::shared_ptr<Progress> child, bool followsReset) override

@@ -1,0 +1,43 @@
+#include "Service/CommandPattern/DelayedInitializedCommand.h"
+
+#include <utility>
+
+namespace Valdane
+{
+
+const std::string DelayedInitializedCommand::defaultDescription = "DelayedInitializedCommand";
+
+DelayedInitializedCommand::DelayedInitializedCommand(std::function<std::shared_ptr<CommandBase>()> factory)
+    : ThreadedMacroCommand(defaultDescription), commandFactory(std::move(factory))
+{
+}
+
+DelayedInitializedCommand::~DelayedInitializedCommand() = default;
+
+bool DelayedInitializedCommand::startExecution(std::shared_ptr<ThreadManager> threadManager)
+{
+    // First, because a factory that fails has the run wound up, and nothing has been executed yet.
+    rewind();
+    if (commandFactory)
+    {
+        makeCommand();
+    }
+    return ThreadedMacroCommand::startExecution(std::move(threadManager));
+}
+
+void DelayedInitializedCommand::makeCommand()
+{
+    const std::shared_ptr<CommandBase> command = commandFactory();
+    if (command == nullptr)
+    {
+        return;
+    }
+    if (CommandBase::getDescription() == defaultDescription && !command->getDescription().empty())
+    {
+        setDescription(command->getDescription());
+    }
+    addCommand(command);
+    commandFactory = nullptr;
+}
+
+} // namespace Valdane

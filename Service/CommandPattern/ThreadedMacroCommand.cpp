@@ -1,0 +1,310 @@
+#include "Service/CommandPattern/ThreadedMacroCommand.h"
+
+#include "Platform/ExceptionHandling/VdException.h"
+#include "Platform/Logging/LogMessage.h"
+#include "Platform/Logging/Logging.h"
+#include "Platform/Multitasking/Thread.h"
+#include "Platform/Multitasking/ThreadManager.h"
+#include "Service/CommandPattern/CommandProgress.h"
+#include "Service/CommandPattern/RunFinishedSignal.h"
+
+#include <exception>
+#include <source_location>
+#include <utility>
+
+namespace Valdane
+{
+
+namespace
+{
+
+const Logging logger("Service/CommandPattern/ThreadedMacroCommand");
+
+void trace(const char* before, CommandBase& command, const char* after, const std::source_location& place)
+{
+    if (logger.isTraceEnabled())
+    {
+        logger.logTRACE(before + command.getLogDescription() + after, place.file_name(),
+                        place.function_name(), static_cast<int>(place.line()));
+    }
+}
+
+void logFailure(CommandBase& failed, const std::exception& exception, const std::source_location& place)
+{
+    logger.logERROR("Command '" + failed.getLogDescription() + "' failed with exception: " + exception.what(),
+                    place.file_name(), place.function_name(), static_cast<int>(place.line()));
+}
+
+} // namespace
+
+ThreadedMacroCommand::ThreadedMacroCommand() : ThreadedMacroCommand("MacroCommand") {}
+
+ThreadedMacroCommand::ThreadedMacroCommand(const std::string& text) : ThreadedMacroCommand(text, false) {}
+
+ThreadedMacroCommand::ThreadedMacroCommand(const std::string& text, bool continues)
+    : MacroCommand(text), currentSubCommand(end()), continuesOnException(continues)
+{
+}
+
+ThreadedMacroCommand::~ThreadedMacroCommand() = default;
+
+void ThreadedMacroCommand::execute()
+{
+    prepareProgress(Execute);
+    startExecution(nullptr);
+}
+
+bool ThreadedMacroCommand::startExecution(std::shared_ptr<ThreadManager> threadManager)
+{
+    // First, because what fails from here on is wound up, and nothing has been executed yet.
+    rewind();
+    if (empty())
+    {
+        finish();
+        return true;
+    }
+    prepareProgress(Execute);
+    return executeSubCommand(*currentSubCommand, std::move(threadManager));
+}
+
+bool ThreadedMacroCommand::continueExecution(std::shared_ptr<ThreadManager> threadManager)
+{
+    const Step step = goToNext(threadManager);
+    return step == Step::GoesOn ? executeSubCommand(*currentSubCommand, std::move(threadManager))
+                                : step == Step::IsOver;
+}
+
+void ThreadedMacroCommand::abortExecution()
+{
+    while (currentSubCommand != begin())
+    {
+        --currentSubCommand;
+        (*currentSubCommand)->undo();
+    }
+    emitOnce(runFinishedSignal, false, *this);
+    progressOf(*this).setComplete();
+}
+
+void ThreadedMacroCommand::connectToRunFinishedSignal(
+    const Signals::Slot<void(bool, const CommandBase*)>& slot)
+{
+    connectOnce(runFinishedSignal, slot);
+}
+
+bool ThreadedMacroCommand::continueOnException() const
+{
+    return continuesOnException;
+}
+
+void ThreadedMacroCommand::setContinueOnException(bool continues)
+{
+    continuesOnException = continues;
+}
+
+void ThreadedMacroCommand::setFailCountToThrow(int count)
+{
+    failCountToThrow = count;
+}
+
+// A loop, so that the stack does not grow with the sub-commands.
+bool ThreadedMacroCommand::executeSubCommand(std::shared_ptr<CommandBase> subCommand,
+                                             std::shared_ptr<ThreadManager> threadManager)
+{
+    const std::source_location here = std::source_location::current();
+    while (true)
+    {
+        trace("Execute subcommand: ", *subCommand, "", here);
+        if (!startSubCommand(subCommand, threadManager, here))
+        {
+            return false;
+        }
+        const Step step = goToNext(threadManager);
+        if (step != Step::GoesOn)
+        {
+            return step == Step::IsOver;
+        }
+        subCommand = *currentSubCommand;
+    }
+}
+
+bool ThreadedMacroCommand::finalizeSubCommand(std::shared_ptr<CommandBase> subCommand,
+                                              std::shared_ptr<ThreadManager> threadManager)
+{
+    const auto* thread = dynamic_cast<const Thread*>(subCommand.get());
+    if (thread == nullptr || threadManager == nullptr || threadManager->getThreadingMode() == 0)
+    {
+        return true;
+    }
+    const std::source_location here = std::source_location::current();
+    try
+    {
+        threadManager->finalizeThread();
+    }
+    catch (const std::exception& exception)
+    {
+        logFailure(*subCommand, exception, here);
+        if (!continuesOnException)
+        {
+            throw;
+        }
+        ++failCount;
+        if (!checkFailCount())
+        {
+            throw VdException("");
+        }
+    }
+    if (!thread->isAborted())
+    {
+        trace("Finished execution of command:", *subCommand, "", here);
+        return true;
+    }
+    subCommand->undo();
+    abortExecution();
+    trace("Aborted execution of command:", *subCommand, "", here);
+    return false;
+}
+
+void ThreadedMacroCommand::sendFinishSignal(bool ok)
+{
+    emitOnce(runFinishedSignal, ok, *this);
+}
+
+bool ThreadedMacroCommand::checkFailCount() const
+{
+    // The conversion makes every negative limit but -1 one that is never reached, as the interface has it.
+    return failCountToThrow == -1 ||
+           failCount < static_cast<std::uint64_t>(static_cast<std::int64_t>(failCountToThrow));
+}
+
+bool ThreadedMacroCommand::isRunning() const
+{
+    return !empty() && currentSubCommand != end();
+}
+
+void ThreadedMacroCommand::rewind()
+{
+    currentSubCommand = begin();
+    failCount = 0;
+}
+
+// Whether the run can go on at once, because nothing has been started on a worker.
+bool ThreadedMacroCommand::startSubCommand(const std::shared_ptr<CommandBase>& subCommand,
+                                           const std::shared_ptr<ThreadManager>& threadManager,
+                                           const std::source_location& place)
+{
+    if (threadManager != nullptr)
+    {
+        if (auto thread = std::dynamic_pointer_cast<Thread>(subCommand))
+        {
+            return startThread(std::move(thread), *subCommand, *threadManager, place);
+        }
+        if (auto* nested = dynamic_cast<ThreadedMacroCommand*>(subCommand.get()))
+        {
+            return startNested(*nested, threadManager);
+        }
+    }
+    executeOnThisThread(*subCommand, place);
+    return true;
+}
+
+bool ThreadedMacroCommand::startThread(std::shared_ptr<Thread> thread, CommandBase& subCommand,
+                                       ThreadManager& threadManager, const std::source_location& place)
+{
+    try
+    {
+        threadManager.addThread(std::move(thread));
+    }
+    catch (const std::exception& exception)
+    {
+        logFailure(subCommand, exception, place);
+        passOver();
+    }
+    if (threadManager.getThreadingMode() != 0)
+    {
+        return false;
+    }
+    trace("Subcommand:", subCommand, "'executed.'", place);
+    return true;
+}
+
+bool ThreadedMacroCommand::startNested(ThreadedMacroCommand& nested,
+                                       const std::shared_ptr<ThreadManager>& threadManager)
+{
+    try
+    {
+        return nested.startExecution(threadManager);
+    }
+    catch (const std::exception&)
+    {
+        nested.abortExecution();
+        passOver();
+        return true;
+    }
+}
+
+void ThreadedMacroCommand::executeOnThisThread(CommandBase& subCommand, const std::source_location& place)
+{
+    try
+    {
+        subCommand.execute();
+    }
+    catch (const std::exception& exception)
+    {
+        logFailure(subCommand, exception, place);
+        if (continuesOnException)
+        {
+            progressOf(*this).sendMessage(LogMessage(exception.what(), LogMessage::Type::Error, ""));
+        }
+        passOver();
+    }
+    trace("Subcommand:", subCommand, " 'executed.'", place);
+}
+
+ThreadedMacroCommand::Step ThreadedMacroCommand::goToNext(const std::shared_ptr<ThreadManager>& threadManager)
+{
+    if (empty() || currentSubCommand == end())
+    {
+        finish();
+        return Step::IsOver;
+    }
+    if (auto* nested = dynamic_cast<ThreadedMacroCommand*>(currentSubCommand->get()))
+    {
+        if (nested->isRunning() && !nested->continueExecution(threadManager))
+        {
+            return Step::IsUnderWay;
+        }
+    }
+    else if (!finalizeSubCommand(*currentSubCommand, threadManager))
+    {
+        return Step::IsOver;
+    }
+    ++currentSubCommand;
+    if (currentSubCommand != end())
+    {
+        return Step::GoesOn;
+    }
+    finish();
+    return Step::IsOver;
+}
+
+void ThreadedMacroCommand::finish()
+{
+    sendFinishSignal(true);
+    progressOf(*this).setComplete();
+}
+
+// To be called while an exception is handled: rethrows it, if it ends the run.
+void ThreadedMacroCommand::passOver()
+{
+    if (!continuesOnException)
+    {
+        throw;
+    }
+    ++failCount;
+    if (!checkFailCount())
+    {
+        throw;
+    }
+}
+
+} // namespace Valdane
