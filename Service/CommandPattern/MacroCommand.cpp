@@ -137,14 +137,7 @@ LegacyProgress::Speed::Rate MacroCommand::getSpeedRate() const
 
 bool MacroCommand::isRedoCapable()
 {
-    for (const std::shared_ptr<CommandBase>& command : commands)
-    {
-        if (!command->isRedoCapable())
-        {
-            return false;
-        }
-    }
-    return true;
+    return std::ranges::all_of(commands, &CommandBase::isRedoCapable);
 }
 
 void MacroCommand::addCommand(std::shared_ptr<CommandBase> command)

@@ -28,7 +28,7 @@ int fsyncError = 0;
 extern "C" int fsync(int file)
 {
     const auto path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(file));
-    calls.push_back(std::filesystem::is_directory(path) ? "fsync directory" : "fsync file");
+    calls.emplace_back(std::filesystem::is_directory(path) ? "fsync directory" : "fsync file");
     errno = fsyncError;
     return fsyncError == 0 ? 0 : -1;
 }

@@ -91,25 +91,19 @@ private:
         {
             return pick(2) == 0 ? "true" : "false";
         }
-        const bool isNumber = text.find_first_not_of("0123456789.-") == std::string::npos && !text.empty();
-        const bool isDouble = isNumber && text.find('.') != std::string::npos;
+        if (text.empty() || text.find_first_not_of("0123456789.-") != std::string::npos)
+        {
+            return pickText();
+        }
         const std::string whole = std::to_string(pick(10));
-        return isDouble ? whole + "." + std::to_string(pick(100000)) : isNumber ? whole : pickText();
+        return text.find('.') == std::string::npos ? whole : whole + "." + std::to_string(pick(100000));
     }
 
     std::string pickText()
     {
-        static const std::vector<std::string> texts{"''",
-                                                    "plain",
-                                                    "'a < b & c > d'",
-                                                    "'\"q\"'",
-                                                    "\"it's\"",
-                                                    "'  blanks  '",
-                                                    "'4.0'",
-                                                    "']]> &amp; x'",
-                                                    "'gr\xC3\xB6\xC3\x9F"
-                                                    "er'",
-                                                    "'tab\there'"};
+        static const std::vector<std::string> texts{
+            "''",    "plain",         "'a < b & c > d'",        "'\"q\"'",    "\"it's\"", "'  blanks  '",
+            "'4.0'", "']]> &amp; x'", "'fl\xC3\xA4\xC3\x9Fig'", "'tab\there'"};
         return texts[pick(static_cast<unsigned int>(texts.size()))];
     }
 

@@ -49,7 +49,7 @@ public:
     }
 
     // What is printed up to and with the text; all that was printed if it does not come.
-    std::string waitFor(const std::string& text)
+    std::string waitFor(const std::string& text) const
     {
         std::string seen;
         char c = 0;
@@ -61,7 +61,7 @@ public:
     }
 
     // What is still printed.
-    std::string waitForEnd(int& status)
+    std::string waitForEnd(int& status) const
     {
         std::string seen;
         char c = 0;
@@ -93,6 +93,7 @@ protected:
 };
 
 const std::string prompt = "model> ";
+const std::string question = "(y/n) ";
 
 TEST_F(TerminalTest, PromptsRunsLinesAndSavesAtOnce)
 {
@@ -126,22 +127,89 @@ TEST_F(TerminalTest, LinesAreEditedAndComeBackFromTheHistory)
     EXPECT_EQ(status, 0);
 }
 
-TEST_F(TerminalTest, UnsavedChangesAreDroppedOnlyWhenQuittingTwice)
+TEST_F(TerminalTest, UnsavedModulesAreDroppedOnlyByAYes)
 {
     Terminal terminal(directory, "m.xml");
     terminal.waitFor(prompt);
     terminal.type("set /a/@x 2\n");
     terminal.waitFor(prompt);
     terminal.type("quit\n");
-    EXPECT_THAT(terminal.waitFor(prompt), HasSubstr("There are unsaved changes"));
-    terminal.type("find /a\n");
+    EXPECT_THAT(terminal.waitFor(question), HasSubstr("Not saved: /a\r\n"));
+    terminal.type("no\n");
     terminal.waitFor(prompt);
     terminal.type("\x04");
-    EXPECT_THAT(terminal.waitFor(prompt), HasSubstr("There are unsaved changes"));
-    terminal.type("\x04");
+    EXPECT_THAT(terminal.waitFor(question), HasSubstr("Not saved: /a\r\n"));
+    terminal.type("n\n");
+    terminal.waitFor(prompt);
+    terminal.type("quit\n");
+    terminal.waitFor(question);
+    terminal.type("y\n");
     terminal.waitForEnd(status);
     EXPECT_EQ(status, 0);
     EXPECT_EQ(directory.read("m.xml"), "<a x='1'/>");
+}
+
+TEST_F(TerminalTest, TheEndKeyInsteadOfAnAnswerIsAYes)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("set /a/@x 2\n");
+    terminal.waitFor(prompt);
+    terminal.type("\x04");
+    terminal.waitFor(question);
+    terminal.type("\x04");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(TerminalTest, NobodyIsAskedWhenAllIsSavedOrUndone)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("set /a/@x 2\n");
+    terminal.waitFor(prompt);
+    terminal.type("undo\n");
+    terminal.waitFor(prompt);
+    terminal.type("quit\n");
+    EXPECT_THAT(terminal.waitForEnd(status), testing::Not(HasSubstr("Not saved")));
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(TerminalTest, ThePromptTellsOfARecordingAndAGroup)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("record\n");
+    terminal.waitFor("model [recording]> ");
+    terminal.type("group 'a b'\n");
+    EXPECT_THAT(terminal.waitFor("model [recording] (a b)> "), HasSubstr("(a b)> "));
+    terminal.type("set /a/@x 2\n");
+    terminal.waitFor("model [recording] (a b)> ");
+    terminal.type("end\n");
+    EXPECT_THAT(terminal.waitFor("model [recording]> "), HasSubstr("Group a b: 1 step as one"));
+    terminal.type("stop\n");
+    terminal.waitFor("\nmodel> ");
+    terminal.type("undo\n");
+    EXPECT_THAT(terminal.waitFor(prompt), HasSubstr("/a/@x: 2 -> 1"));
+    terminal.type("quit\n");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(TerminalTest, TheEndKeyInAGroupEndsTheGroupOnly)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("group g\n");
+    terminal.waitFor("model (g)> ");
+    terminal.type("set /a/@x 2\n");
+    terminal.waitFor("model (g)> ");
+    terminal.type("\x04");
+    EXPECT_THAT(terminal.waitFor(prompt),
+                HasSubstr("the group g has no end; the group g is ended, 1 step undone"));
+    terminal.type("\x04");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
 }
 
 TEST_F(TerminalTest, TheInterruptKeyEmptiesTheLine)

@@ -76,7 +76,7 @@ TEST(ValueText, ADoubleIsWrittenSoThatItReadsAsTheSameDouble)
         if (std::isfinite(value))
         {
             const std::string text = textOf(value);
-            ASSERT_EQ(std::bit_cast<std::uint64_t>(valueOf<double>(text).value()),
+            ASSERT_EQ(std::bit_cast<std::uint64_t>(valueOf<double>(text).value_or(NAN)),
                       std::bit_cast<std::uint64_t>(value));
             ASSERT_EQ(typeOf(text), ValueType::Double) << text;
         }

@@ -11,6 +11,7 @@
 namespace
 {
 
+using ModelEditor::joinWords;
 using ModelEditor::shown;
 using ModelEditor::splitWords;
 using Words = std::vector<std::string>;
@@ -38,11 +39,25 @@ TEST(Words, ACommentStartsOnlyAtTheStartOfAWord)
 
 TEST(Words, WhatIsUnfinishedIsRefused)
 {
-    for (const std::string line : {"a 'b", "a \"b", "a \"b\\\"", "a\\"})
+    for (const std::string line : {"a 'b", R"(a "b)", R"(a "b\")", R"(a\)"})
     {
         EXPECT_THROW(splitWords(line), Valdane::VdException) << line;
     }
     EXPECT_THROW(splitWords(std::string("a\0b", 3)), Valdane::VdException);
+}
+
+TEST(Words, AreJoinedToALineThatSplitsIntoThemAgain)
+{
+    const std::vector<Words> all{{},
+                                 {"set", "//a/@b", "1"},
+                                 {"", "#", "a#b"},
+                                 {"a b", "\ta", "it's", R"("q")", R"(it's "q" \"\)", R"(\)", R"(a\')"},
+                                 {"gr\xC3\xBC\xC3\x9F", "\r\v\f"}};
+    for (const auto& words : all)
+    {
+        EXPECT_EQ(splitWords(joinWords(words)), words) << joinWords(words);
+    }
+    EXPECT_EQ(joinWords({"set", "//a[@b='1']", "a b", "x"}), R"(set "//a[@b='1']" 'a b' x)");
 }
 
 TEST(Words, AreShownAsTheyAreUnlessThatCouldNotBeSeen)

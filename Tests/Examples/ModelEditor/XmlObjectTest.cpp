@@ -107,7 +107,7 @@ TEST(XmlObject, WhiteSpaceAloneIsTheTextOfItsElement)
 
 TEST(XmlObject, WhatXmlCannotHoldChangesNothing)
 {
-    XmlModel model("<a name='n' s='x' n:y='z'/>", "m");
+    const XmlModel model("<a name='n' s='x' n:y='z'/>", "m");
     EXPECT_THROW(attribute<std::string>(model, "s").getSetter()("\x01"), Valdane::VdException);
     EXPECT_THROW(dynamic_cast<NamedXmlObject&>(*model.getRoot()).setName("\xFF", true), Valdane::VdException);
     for (const auto& entry : {DynamicAttributeCollection::Entry{"no-prefix", "x"}, {"n:y", "\x02"}})
@@ -130,7 +130,7 @@ TEST(XmlObject, InOtherEncodingsWhatIsWrittenIsAscii)
 
 TEST(XmlObject, RenamingTellsListenersIfAskedTo)
 {
-    XmlModel model("<a name='old'/>", "m");
+    const XmlModel model("<a name='old'/>", "m");
     auto& named = dynamic_cast<NamedXmlObject&>(*model.getRoot());
     int calls = 0;
     const auto connection = named.connectToSigChanged([&] { ++calls; });
@@ -157,7 +157,7 @@ TEST(XmlObject, NamespacedAttributesAreItsDynamicAttributes)
 TEST(XmlObject, ClearedDynamicAttributesComeBackWhereTheyStood)
 {
     const std::string file = "<a n:a='1'\n x='1'  n:b=\"&#65;\" y='2' n:c='3'/>";
-    XmlModel model(file, "m");
+    const XmlModel model(file, "m");
     const auto collection = model.getRoot()->getDynamicAttributeCollection();
     model.getRoot()->setDynamicAttributeCollection({});
     EXPECT_EQ(model.getRoot()->getDynamicAttributeCollection(), nullptr);
@@ -176,7 +176,7 @@ TEST(XmlObject, ClearedDynamicAttributesComeBackWhereTheyStood)
 
 TEST(XmlObject, NewDynamicAttributesStandAtTheEndOfTheTag)
 {
-    XmlModel model("<a x='1' n:a='1'\n/>", "m");
+    const XmlModel model("<a x='1' n:a='1'\n/>", "m");
     const auto collection =
         std::make_shared<DynamicAttributeCollection>(*model.getRoot()->getDynamicAttributeCollection());
     collection->set("n:a", "'2'");

@@ -41,7 +41,7 @@ public:
         }
 
         /// Ten times the rate.
-        int getPartitionFromRate(Rate rate) const // NOLINT(*-convert-member-functions-to-static)
+        int getPartitionFromRate(Rate rate) const
         {
             noteCall("Speed.getPartitionFromRate(" + std::to_string(rate) + ")");
             return 10 * rate;
