@@ -1,0 +1,120 @@
+// A command that works on another thread, and three ways to learn that it is time to finalize it.
+
+#include "Service/CommandPattern/ThreadedCommand.h"
+
+#include "Platform/Multitasking/ThreadManager.h"
+#include "Service/CommandPattern/CommandManager.h"
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
+
+#include <chrono>
+#include <cstdint>
+#include <iostream>
+#include <memory>
+#include <thread>
+#include <utility>
+
+namespace
+{
+
+// Adds up the numbers from 1 to the limit.
+class AddUp : public Valdane::ThreadedCommand
+{
+public:
+    AddUp(std::uint64_t& variable, std::uint64_t limit)
+        : ThreadedCommand("Add up"), total(variable), last(limit)
+    {
+    }
+
+    void run() override
+    {
+        // What an abort leaves unfinished is nowhere to be seen: the result is only set by finishRun().
+        for (std::uint64_t i = 1; i <= last && !isAborted(); ++i)
+        {
+            sum += i;
+        }
+    }
+
+    void finishRun() override
+    {
+        if (!isAborted())
+        {
+            std::swap(total, sum);
+        }
+    }
+
+    void undo() override
+    {
+        std::swap(total, sum);
+    }
+
+    void redo() override
+    {
+        std::swap(total, sum);
+    }
+
+private:
+    std::uint64_t& total;
+    std::uint64_t last;
+    std::uint64_t sum = 0;
+};
+
+// The application has an event loop: the callback comes on the worker and posts to it.
+void finalizeFromAnEventLoop(std::uint64_t& total)
+{
+    Valdane::CommandManager manager;
+    boost::asio::io_context loop;
+    auto keepsRunning = boost::asio::make_work_guard(loop);
+    const auto finalize = [&]
+    {
+        if (manager.getThreadManager()->isRunEnded())
+        {
+            manager.finalizeThread();
+        }
+    };
+    manager.getThreadManager()->setRunEndedCallback([&] { boost::asio::post(loop, finalize); });
+    const auto finished = manager.connectToSigThreadedCommandFinished([&] { keepsRunning.reset(); });
+
+    manager.addThreadedCommand(std::make_shared<AddUp>(total, 1'000'000));
+    loop.run();
+    manager.undo(1);
+}
+
+// The application has something else to do and asks now and then.
+void finalizeByPolling(std::uint64_t& total)
+{
+    Valdane::CommandManager manager;
+    manager.addThreadedCommand(std::make_shared<AddUp>(total, 2'000'000));
+    while (!manager.getThreadManager()->isRunEnded())
+    {
+        std::this_thread::yield();
+    }
+    manager.finalizeThread();
+}
+
+// The application waits, but wants to draw a progress bar meanwhile.
+void finalizeByWaiting(std::uint64_t& total)
+{
+    Valdane::CommandManager manager;
+    manager.addThreadedCommand(std::make_shared<AddUp>(total, 3'000'000));
+    while (!manager.getThreadManager()->waitForRunEnd(std::chrono::milliseconds(100)))
+    {
+        // Draw here.
+    }
+    manager.finalizeThread();
+}
+
+} // namespace
+
+int main()
+{
+    std::uint64_t total = 0;
+    finalizeFromAnEventLoop(total);
+    std::cout << "event loop, undone: " << total << "\n";
+    finalizeByPolling(total);
+    std::cout << "polling: " << total << "\n";
+    finalizeByWaiting(total);
+    std::cout << "waiting: " << total << "\n";
+}
