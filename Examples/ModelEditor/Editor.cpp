@@ -1,23 +1,19 @@
 #include "Examples/ModelEditor/Editor.h"
 
-#include "Examples/ModelEditor/AnnotateCmd.h"
 #include "Examples/ModelEditor/EditorTexts.h"
-#include "Examples/ModelEditor/Markup.h"
+#include "Examples/ModelEditor/EditorVerb.h"
+#include "Examples/ModelEditor/Edits.h"
+#include "Examples/ModelEditor/HistoryView.h"
 #include "Examples/ModelEditor/ModelModules.h"
-#include "Examples/ModelEditor/NamedXmlObject.h"
-#include "Examples/ModelEditor/SetValue.h"
+#include "Examples/ModelEditor/Nodes.h"
 #include "Examples/ModelEditor/Words.h"
 #include "Examples/ModelEditor/XmlChange.h"
 #include "Examples/ModelEditor/XmlModel.h"
 #include "Platform/ExceptionHandling/VdException.h"
-#include "Platform/Parameterization/DynamicAttributeCollection.h"
-#include "Service/CommandPattern/ClearDynamicAttributesCmd.h"
 #include "Service/CommandPattern/CommandBase.h"
-#include "Service/CommandPattern/SetNameCmd.h"
 
 #include <algorithm>
 #include <charconv>
-#include <limits>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -28,7 +24,6 @@ namespace ModelEditor
 namespace
 {
 
-using Valdane::CommandManager;
 using Valdane::VdException;
 
 constexpr std::size_t defaultTreeDepth = 2;
@@ -53,38 +48,40 @@ T parseCount(const std::string& text)
     return *count;
 }
 
-std::string plural(std::uint64_t count, const std::string& noun)
+std::shared_ptr<XmlObject> requireOneElement(const XmlModel& model, const std::string& xpath)
 {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+    const auto nodes = requireNodes(model, xpath);
+    if (nodes.size() > 1)
+    {
+        throw VdException(xpath + " selects " + std::to_string(nodes.size()) + " nodes; name one");
+    }
+    return requireElement(nodes.front());
+}
+
+EditHistory::Tracker parseTracker(const Editor::Words& arguments)
+{
+    if (arguments.empty() || arguments[0] == "save")
+    {
+        return EditHistory::Saved;
+    }
+    if (arguments[0] != "export")
+    {
+        throw VdException(shown(arguments[0]) + " is neither save nor export");
+    }
+    return EditHistory::Exported;
 }
 
 } // namespace
 
-struct Editor::Verb
-{
-    std::string_view name;
-    std::string_view arguments;
-    std::size_t minimum;
-    std::size_t maximum;
-    std::string_view summary;
-    void (Editor::*run)(const Words&);
-
-    std::string getUsage() const
-    {
-        return std::string(name) + (arguments.empty() ? "" : " ") + std::string(arguments);
-    }
-};
-
-Editor::Editor(XmlModel& edited, Saver toSave, std::ostream& stream)
+Editor::Editor(XmlModel& edited, Writer writer, std::ostream& stream)
     : model(edited),
-      saver(std::move(toSave)),
+      write(std::move(writer)),
       out(stream),
       view(stream),
-      modules(std::make_shared<ModelModules>(edited.getRoot()))
+      modules(std::make_shared<ModelModules>(edited.getRoot())),
+      history(modules, [this](const std::string& step) { printStep(step); })
 {
     model.setChangeListener([this](const XmlChange& change) { onChanged(change); });
-    manager.setModuleAccessInterface(modules);
-    connectToManager();
 }
 
 Editor::~Editor()
@@ -92,42 +89,61 @@ Editor::~Editor()
     model.setChangeListener({});
 }
 
-void Editor::run(const Words& words)
+void Editor::run(const std::string& line)
 {
-    if (words.empty())
-    {
-        return;
-    }
-    const Verb& verb = findVerb(words.front());
-    const Words arguments(words.begin() + 1, words.end());
-    if (arguments.size() < verb.minimum || arguments.size() > verb.maximum)
-    {
-        throw VdException(std::string(verb.name) + ": write it as: " + verb.getUsage());
-    }
     try
     {
-        (this->*verb.run)(arguments);
+        const auto words = splitWords(line);
+        if (!words.empty())
+        {
+            runVerb(words);
+        }
     }
-    catch (const VdException& exception)
+    catch (const std::exception& exception)
     {
-        throw VdException(std::string(verb.name) + ": " + exception.what());
+        fail(exception.what());
     }
 }
 
-bool Editor::hasQuit() const noexcept
+void Editor::finish()
 {
-    return quits;
+    if (history.getGroup())
+    {
+        fail("the group " + brief(*history.getGroup()) + " has no end");
+    }
+    if (history.isRecording())
+    {
+        history.endRecording();
+        throw VdException("the recording was not stopped; no script is written");
+    }
 }
 
-bool Editor::isModified() const noexcept
+bool Editor::takeQuit() noexcept
 {
-    return savePoint.isModified();
+    return std::exchange(quits, false);
+}
+
+std::vector<std::string> Editor::getUnsaved() const
+{
+    std::vector<std::string> addresses;
+    for (const auto& module : listModified(EditHistory::Saved))
+    {
+        addresses.push_back(module->getAddress());
+    }
+    return addresses;
+}
+
+std::string Editor::getPrompt() const
+{
+    const auto& group = history.getGroup();
+    return std::string("model") + (history.isRecording() ? " [recording]" : "") +
+           (group ? " (" + brief(*group) + ")" : "") + "> ";
 }
 
 std::string Editor::getHelp()
 {
     std::string text;
-    for (const auto& verb : getVerbs())
+    for (const auto& verb : Verb::getAll())
     {
         std::string usage = "  " + verb.getUsage();
         usage.resize(std::max<std::size_t>(usage.size() + 2, 36), ' ');
@@ -136,38 +152,55 @@ std::string Editor::getHelp()
     return text.append(editingHelp);
 }
 
-const std::vector<Editor::Verb>& Editor::getVerbs()
+void Editor::runVerb(const Words& words)
 {
-    static const std::vector<Verb> verbs{
-        {"tree", "[XPATH] [DEPTH]", 0, 2, "the elements, DEPTH levels deep (2)", &Editor::tree},
-        {"show", "XPATH", 1, 1, "values and their types", &Editor::show},
-        {"find", "XPATH", 1, 1, "address and value of all that XPATH selects", &Editor::find},
-        {"set", "XPATH VALUE", 2, 2, "give an attribute or a text a value of its type", &Editor::set},
-        {"rename", "XPATH NAME", 2, 2, "change the name of an element", &Editor::rename},
-        {"annotate", "XPATH PREFIX:NAME VALUE", 3, 3, "give an element a namespaced attribute",
-         &Editor::annotate},
-        {"clear-annotations", "XPATH", 1, 1, "remove all namespaced attributes of an element",
-         &Editor::clearAnnotations},
-        {"undo", "[N]", 0, 1, "undo N commands (1)", &Editor::undo},
-        {"redo", "[N]", 0, 1, "redo N commands (1)", &Editor::redo},
-        {"history", "", 0, 0, "what can be undone and redone", &Editor::history},
-        {"limit", "[N|off]", 0, 1, "keep at most N commands in the history", &Editor::limit},
-        {"save", "[FILE]", 0, 1, "write the model", &Editor::save},
-        {"help", "[VERB]", 0, 1, "this text, or the line about VERB", &Editor::help},
-        {"quit", "", 0, 0, "end without saving", &Editor::quit},
-    };
-    return verbs;
+    const Verb& verb = Verb::find(words.front());
+    const Words arguments(words.begin() + 1, words.end());
+    changes.clear();
+    try
+    {
+        verb.requireCount(arguments);
+        requirePlace(verb);
+        if (verb.makeEdit != nullptr)
+        {
+            const Edit edit = verb.makeEdit(model, arguments);
+            history.getCurrent().execute(edit.command, joinWords(words) + "\n");
+            printEdit(edit);
+        }
+        else
+        {
+            (this->*verb.run)(arguments);
+        }
+    }
+    catch (const VdException& exception)
+    {
+        throw VdException(std::string(verb.name) + ": " + exception.what());
+    }
 }
 
-const Editor::Verb& Editor::findVerb(const std::string& name)
+void Editor::requirePlace(const Verb& verb) const
 {
-    const auto& verbs = getVerbs();
-    const auto found = std::ranges::find(verbs, name, &Verb::name);
-    if (found == verbs.end())
+    if (verb.place != Verb::Place::Anywhere && history.getGroup())
     {
-        throw VdException("no verb " + shown(name) + "; help lists them");
+        throw VdException("not in a group; end or abandon it first");
     }
-    return *found;
+    if (verb.place == Verb::Place::OutsideGroupAndRecording && history.isRecording())
+    {
+        throw VdException("not in a recording; stop it first");
+    }
+}
+
+void Editor::fail(const std::string& what)
+{
+    const auto group = history.getGroup();
+    if (!group)
+    {
+        throw VdException(what);
+    }
+    changes.clear();
+    const auto count = history.abandonGroup();
+    throw VdException(what + "; the group " + brief(*group) + " is ended, " + plural(count, "step") +
+                      " undone");
 }
 
 void Editor::tree(const Words& arguments)
@@ -178,8 +211,8 @@ void Editor::tree(const Words& arguments)
         throw VdException(shown(arguments.back()) + " is not a depth");
     }
     const bool hasXPath = arguments.size() == 2 || (arguments.size() == 1 && !last);
-    const auto top = hasXPath ? selectElement(arguments.front()) : model.getRoot();
-    view.printTree(top, last.value_or(defaultTreeDepth));
+    const auto top = hasXPath ? requireOneElement(model, arguments.front()) : model.getRoot();
+    view.printTree(top, last.value_or(defaultTreeDepth), history.getModifiedModules(EditHistory::Saved));
 }
 
 void Editor::show(const Words& arguments)
@@ -214,117 +247,104 @@ void Editor::find(const Words& arguments)
     out << plural(selection.nodes.size(), "node") << '\n';
 }
 
-void Editor::set(const Words& arguments)
+void Editor::merge(const Words& arguments)
 {
-    execute(makeSetCommand(selectOne(arguments[0]), arguments[1]));
+    const Verb& verb = Verb::find(arguments.front());
+    if (verb.makeEdit == nullptr)
+    {
+        throw VdException(std::string(verb.name) + " is no edit");
+    }
+    const Words words(arguments.begin() + 1, arguments.end());
+    verb.requireCount(words);
+    const Edit edit = verb.makeEdit(model, words);
+    history.getCurrent().executeToMerge(edit.command, joinWords(arguments) + "\n");
+    printEdit(edit);
 }
 
-void Editor::rename(const Words& arguments)
+void Editor::group(const Words& arguments)
 {
-    const auto object = selectElement(arguments[0]);
-    if (dynamic_cast<NamedXmlObject*>(object.get()) == nullptr)
-    {
-        throw VdException(object->getAddress() + " has no attribute name");
-    }
-    execute(
-        std::make_shared<Valdane::SetNameCmd>(object, arguments[1], describeRename(*object, arguments[1])));
+    history.beginGroup(arguments[0]);
 }
 
-void Editor::annotate(const Words& arguments)
+void Editor::end(const Words& /*arguments*/)
 {
-    const auto& name = arguments[1];
-    if (!isAnnotationName(name))
-    {
-        throw VdException(shown(name) + " is not a name of the form prefix:name");
-    }
-    const auto object = selectElement(arguments[0]);
-    execute(std::make_shared<AnnotateCmd>(object, name, arguments[2],
-                                          describeAnnotate(*object, name, arguments[2])));
-    noteUndeclared(*object, name.substr(0, name.find(':')));
+    const std::string name = brief(history.getGroup().value_or(""));
+    const auto count = history.endGroup();
+    out << "Group " << name << ": " << plural(count, "step") << (count == 0 ? ", no entry\n" : " as one\n");
 }
 
-void Editor::clearAnnotations(const Words& arguments)
+void Editor::abandon(const Words& /*arguments*/)
 {
-    const auto object = selectElement(arguments[0]);
-    if (object->getDynamicAttributeCollection() == nullptr)
-    {
-        throw VdException(object->getAddress() + " has no annotations");
-    }
-    execute(std::make_shared<Valdane::ClearDynamicAttributesCmd>(object, describeClear(*object)));
+    const std::string name = brief(history.getGroup().value_or(""));
+    const auto count = history.abandonGroup();
+    out << "Group " << name << " abandoned, " << plural(count, "step") << " undone\n";
 }
 
 void Editor::undo(const Words& arguments)
 {
     const auto count = arguments.empty() ? 1 : parseCount<std::uint64_t>(arguments[0]);
-    steps = 0;
-    const bool done = manager.undo(count);
-    manager.emitSigUndoRedoProcessCompleted();
-    if (!done)
-    {
-        throw VdException("'" + manager.getUndoCommand()->getDescription() +
-                          "' cannot be undone: " + failure);
-    }
-    if (steps < count)
-    {
-        out << "Nothing " << (steps == 0 ? "" : "more ") << "to undo\n";
-    }
+    printEndOfHistory(history.getCurrent().undo(count), count, "undo");
 }
 
 void Editor::redo(const Words& arguments)
 {
     const auto count = arguments.empty() ? 1 : parseCount<std::uint64_t>(arguments[0]);
-    steps = 0;
-    const bool done = manager.redo(count);
-    manager.emitSigUndoRedoProcessCompleted();
-    if (!done)
-    {
-        throw VdException("'" + manager.getRedoCommand()->getDescription() +
-                          "' cannot be redone: " + failure);
-    }
-    if (steps < count)
-    {
-        out << "Nothing " << (steps == 0 ? "" : "more ") << "to redo\n";
-    }
+    printEndOfHistory(history.getCurrent().redo(count), count, "redo");
 }
 
-// Oldest first, so that the position stands between what is done and what is undone.
-void Editor::history(const Words& /*arguments*/)
+void Editor::showHistory(const Words& /*arguments*/)
 {
-    auto done = manager.collectUndoCommandDescriptions();
-    const auto undone = manager.collectRedoCommandDescriptions();
-    done.reverse();
-    std::size_t number = 0;
-    const auto print = [&](const std::string& description)
-    {
-        const std::string text = std::to_string(++number);
-        out << std::string(text.size() < 4 ? 4 - text.size() : 0, ' ') << text << "  " << description << '\n';
-    };
-    std::ranges::for_each(done, print);
-    out << "  => " << done.size() << " to undo, " << undone.size() << " to redo\n";
-    std::ranges::for_each(undone, print);
+    printHistory(out, history);
 }
 
 void Editor::limit(const Words& arguments)
 {
-    const auto before = manager.getQueueSize();
-    if (!arguments.empty() && arguments[0] == "off")
+    auto& scope = history.getCurrent();
+    std::uint64_t dropped = 0;
+    if (!arguments.empty())
     {
-        manager.setUsesMaxQueueSize(false);
+        dropped = scope.setLimit(
+            arguments[0] == "off" ? std::nullopt : std::optional(parseCount<std::uint32_t>(arguments[0])));
     }
-    else if (!arguments.empty())
+    const auto now = scope.getLimit();
+    out << (now ? "Limit " + std::to_string(*now) : "No limit")
+        << (dropped == 0 ? "" : ", " + plural(dropped, "step") + " dropped") << '\n';
+}
+
+void Editor::record(const Words& /*arguments*/)
+{
+    history.beginRecording();
+}
+
+void Editor::stop(const Words& arguments)
+{
+    const auto recording = history.endRecording();
+    out << "Recorded " << plural(recording.count, "step")
+        << (recording.count == 0 ? "\n" : ", now one in the history:\n") << recording.script;
+    if (!arguments.empty())
     {
-        manager.setMaxQueueSize(parseCount<std::uint32_t>(arguments[0]));
-        manager.setUsesMaxQueueSize(true);
+        write({.verb = "stop", .path = arguments[0], .bytes = recordingHeader + recording.script});
     }
-    out << (manager.usesMaxQueueSize() ? "Limit " + std::to_string(manager.getMaxQueueSize()) : "No limit");
-    const auto dropped = before - manager.getQueueSize();
-    out << (dropped == 0 ? "" : ", " + plural(dropped, "command") + " dropped") << '\n';
+}
+
+void Editor::modified(const Words& arguments)
+{
+    const auto all = listModified(parseTracker(arguments));
+    for (const auto& module : all)
+    {
+        view.printModule(*module);
+    }
+    out << plural(all.size(), "module") << '\n';
 }
 
 void Editor::save(const Words& arguments)
 {
-    saver(arguments.empty() ? std::string() : arguments[0]);
-    savePoint.onSaved();
+    writeModel("save", arguments.empty() ? std::string() : arguments[0], EditHistory::Saved);
+}
+
+void Editor::exportCopy(const Words& arguments)
+{
+    writeModel("export", arguments[0], EditHistory::Exported);
 }
 
 void Editor::help(const Words& arguments)
@@ -334,7 +354,7 @@ void Editor::help(const Words& arguments)
         out << getHelp();
         return;
     }
-    const Verb& verb = findVerb(arguments[0]);
+    const Verb& verb = Verb::find(arguments[0]);
     out << verb.getUsage() << ": " << verb.summary << '\n';
 }
 
@@ -343,42 +363,10 @@ void Editor::quit(const Words& /*arguments*/)
     quits = true;
 }
 
-Selected Editor::selectOne(const std::string& xpath) const
+void Editor::printEdit(const Edit& edit)
 {
-    auto selection = model.select(xpath);
-    if (selection.value)
-    {
-        throw VdException(xpath + " is a value, not a place in the model");
-    }
-    if (selection.nodes.empty())
-    {
-        throw VdException("nothing at " + xpath);
-    }
-    if (selection.nodes.size() > 1)
-    {
-        throw VdException(xpath + " selects " + std::to_string(selection.nodes.size()) + " nodes; name one");
-    }
-    return std::move(selection.nodes.front());
-}
-
-std::shared_ptr<XmlObject> Editor::selectElement(const std::string& xpath) const
-{
-    const auto selected = selectOne(xpath);
-    if (selected.part != Part::Element)
-    {
-        throw VdException(xpath + " is not an element");
-    }
-    return selected.object;
-}
-
-void Editor::execute(const std::shared_ptr<Valdane::CommandBase>& command)
-{
-    changes.clear();
-    if (!manager.addCommand(command))
-    {
-        throw VdException(failure);
-    }
-    printStep(command->getDescription());
+    printStep(edit.command->getDescription());
+    out << edit.note;
 }
 
 void Editor::printStep(const std::string& line)
@@ -395,55 +383,41 @@ void Editor::printStep(const std::string& line)
     changes.clear();
 }
 
-void Editor::noteUndeclared(const XmlObject& object, const std::string& prefix)
+void Editor::printEndOfHistory(std::uint64_t done, std::uint64_t wanted, const std::string& toWhat)
 {
-    const std::string declaration = "xmlns:" + prefix;
-    bool isDeclared = prefix == "xml";
-    for (auto element = object.getElement(); element && !isDeclared; element = element.parent())
+    if (done < wanted)
     {
-        isDeclared = !element.attribute(declaration.c_str()).empty();
+        const std::string where = history.getGroup()      ? " in this group"
+                                  : history.isRecording() ? " in this recording"
+                                                          : "";
+        out << "Nothing " << (done == 0 ? "" : "more ") << "to " << toWhat << where << '\n';
     }
-    if (!isDeclared)
+}
+
+// What waits to be merged is made a step first, because what is saved must be a place in the history.
+void Editor::writeModel(const std::string& verb, const std::string& path, EditHistory::Tracker tracker)
+{
+    history.getCurrent().settle();
+    write({.verb = verb, .path = path, .bytes = model.toBytes()});
+    history.onSaved(tracker);
+}
+
+std::vector<std::shared_ptr<XmlObject>> Editor::listModified(EditHistory::Tracker tracker) const
+{
+    const auto modifiedModules = history.getModifiedModules(tracker);
+    std::vector<std::shared_ptr<XmlObject>> all{model.getRoot()};
+    for (const auto& child : model.getRoot()->getChildren())
     {
-        out << "  note: there is no " << declaration
-            << " around it; programs that know namespaces want one\n";
+        all.push_back(std::static_pointer_cast<XmlObject>(child));
     }
+    std::erase_if(all, [&](const auto& module) { return !modifiedModules.contains(module.get()); });
+    return all;
 }
 
 void Editor::onChanged(const XmlChange& change)
 {
     modules->onChanged(change.object);
     changes.push_back(describeChange(change));
-}
-
-void Editor::connectToManager()
-{
-    connections.push_back(manager.connectToSigCommandFailed(
-        [this](const char* what, const std::string&)
-        {
-            failure = what;
-            changes.clear();
-        }));
-    connections.push_back(manager.connectToSigCommandQueueChanged(
-        [this](CommandManager::QueueChangeReason reason)
-        {
-            if (reason == CommandManager::CommandAdded)
-            {
-                savePoint.onCommandAdded();
-            }
-            else if (reason == CommandManager::CommandUndone)
-            {
-                ++steps;
-                savePoint.onUndone();
-                printStep("Undone: " + manager.getRedoCommand()->getDescription());
-            }
-            else if (reason == CommandManager::CommandRedone)
-            {
-                ++steps;
-                savePoint.onRedone();
-                printStep("Redone: " + manager.getUndoCommand()->getDescription());
-            }
-        }));
 }
 
 } // namespace ModelEditor

@@ -1,58 +1,66 @@
 #pragma once
 
+#include "Examples/ModelEditor/EditHistory.h"
 #include "Examples/ModelEditor/ModelView.h"
-#include "Examples/ModelEditor/SavePoint.h"
-#include "Platform/Signals/Connection.h"
-#include "Service/CommandPattern/CommandManager.h"
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
 
-namespace Valdane
-{
-class CommandBase;
-} // namespace Valdane
-
 namespace ModelEditor
 {
 
 class ModelModules;
 class XmlModel;
-class XmlObject;
-struct Selected;
+struct Edit;
 struct XmlChange;
+
+/// A file that a command line wants to be written.
+struct Output
+{
+    std::string verb;
+    std::string path; ///< empty for the model's own file
+    std::string bytes;
+};
 
 /// Carries out command lines on a model: the verbs that `help` lists.
 ///
-/// All that changes the model is a command of one command manager, and can be undone.
+/// All that changes the model is a command, and can be undone.
 ///
 /// Ownership: refers to model and stream, which must live longer. Thread: the application's main thread only.
 class Editor
 {
 public:
     using Words = std::vector<std::string>;
-    /// Saves the model; takes the path that `save` was given, empty if none.
-    using Saver = std::function<void(const std::string& path)>;
+    /// Writes a file, or sees to it later. Throws what is derived from std::exception if it cannot.
+    using Writer = std::function<void(Output output)>;
 
-    Editor(XmlModel& edited, Saver toSave, std::ostream& stream);
+    Editor(XmlModel& edited, Writer writer, std::ostream& stream);
     Editor(const Editor&) = delete;
     Editor& operator=(const Editor&) = delete;
     ~Editor();
 
-    /// Carries out the line that consists of @p words; none is fine.
+    /// Carries out @p line; an empty one or a comment is fine.
     ///
     /// @throws VdException `<verb>: <what is wrong>`; the model is then as before, except for the steps that
-    ///         an `undo` or `redo` has done before the one that failed.
-    void run(const Words& words);
+    ///         an `undo` or `redo` has done before the one that failed. A group under way is undone and ended.
+    void run(const std::string& line);
 
-    bool hasQuit() const noexcept;
+    /// Ends what is still under way when no line follows: undoes a group, stops a recording.
+    ///
+    /// @throws VdException if there was one.
+    void finish();
 
-    /// Whether there are changes that no `save` has seen.
-    bool isModified() const noexcept;
+    /// Whether `quit` was run since this was asked last.
+    bool takeQuit() noexcept;
+
+    /// The addresses of the modules that no `save` has seen as they are, in the order of the file.
+    std::vector<std::string> getUnsaved() const;
+
+    /// What a person is to see before the next line: tells of a group and of a recording.
+    std::string getPrompt() const;
 
     /// What `help` prints.
     static std::string getHelp();
@@ -60,45 +68,45 @@ public:
 private:
     struct Verb;
 
-    static const std::vector<Verb>& getVerbs();
-    static const Verb& findVerb(const std::string& name);
+    void runVerb(const Words& words);
+    void requirePlace(const Verb& verb) const;
+    [[noreturn]] void fail(const std::string& what);
 
     void tree(const Words& arguments);
     void show(const Words& arguments);
     void find(const Words& arguments);
-    void set(const Words& arguments);
-    void rename(const Words& arguments);
-    void annotate(const Words& arguments);
-    void clearAnnotations(const Words& arguments);
+    void merge(const Words& arguments);
+    void group(const Words& arguments);
+    void end(const Words& arguments);
+    void abandon(const Words& arguments);
     void undo(const Words& arguments);
     void redo(const Words& arguments);
-    void history(const Words& arguments);
+    void showHistory(const Words& arguments);
     void limit(const Words& arguments);
+    void record(const Words& arguments);
+    void stop(const Words& arguments);
+    void modified(const Words& arguments);
     void save(const Words& arguments);
+    void exportCopy(const Words& arguments);
     void help(const Words& arguments);
     void quit(const Words& arguments);
 
-    Selected selectOne(const std::string& xpath) const;
-    std::shared_ptr<XmlObject> selectElement(const std::string& xpath) const;
-    void execute(const std::shared_ptr<Valdane::CommandBase>& command);
+    void printEdit(const Edit& edit);
     void printStep(const std::string& line);
-    void noteUndeclared(const XmlObject& object, const std::string& prefix);
+    void printEndOfHistory(std::uint64_t done, std::uint64_t wanted, const std::string& toWhat);
+    void writeModel(const std::string& verb, const std::string& path, EditHistory::Tracker tracker);
+    std::vector<std::shared_ptr<XmlObject>> listModified(EditHistory::Tracker tracker) const;
     void onChanged(const XmlChange& change);
-    void connectToManager();
 
     XmlModel& model;
-    Saver saver;
+    Writer write;
     std::ostream& out;
     ModelView view;
     std::shared_ptr<ModelModules> modules;
-    Valdane::CommandManager manager;
-    SavePoint savePoint;
-    // What the step under way has changed so far, and why it failed.
+    EditHistory history;
+    // What the step under way has changed so far.
     std::vector<std::string> changes;
-    std::string failure;
-    std::uint64_t steps = 0;
     bool quits = false;
-    std::vector<Valdane::Signals::Connection> connections;
 };
 
 } // namespace ModelEditor

@@ -12,6 +12,13 @@ namespace
 
 constexpr std::size_t longest = 60;
 
+std::string several(const std::string& xpath, std::size_t count)
+{
+    return brief(xpath) + " (" + plural(count, "node") + ")";
+}
+
+} // namespace
+
 // Never cut within a UTF-8 sequence.
 std::string brief(std::string_view text)
 {
@@ -27,11 +34,41 @@ std::string brief(std::string_view text)
     return shown(text.substr(0, end)) + "...";
 }
 
-} // namespace
+std::string plural(std::uint64_t count, const std::string& noun)
+{
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+const std::string recordingHeader = "# Recorded by model-editor, to be played on the model as it was then.\n";
 
 const std::string_view editingHelp =
     "\n"
     "An XPATH says which: //link[@name='tool0'], //mass/@value (an attribute), //plugin/text() (a text).\n"
+    "An edit of several nodes is one step; if one of them cannot be edited, none is.\n"
+    "\n"
+    "What follows group, up to end, becomes one step, in which undo and redo go back and forth until then. "
+    "A\n"
+    "line that fails inside, whatever the reason, undoes the group and ends it.\n"
+    "\n"
+    "An edit after merge is done at once and becomes one step with the edit that follows. If undo, redo, "
+    "save,\n"
+    "export, limit, group, end, record or stop comes first, what was merged so far is a step of its own "
+    "(and\n"
+    "there is nothing to redo, as after every edit).\n"
+    "\n"
+    "What is done between record and stop can be undone one by one until stop, and is one step then. The "
+    "script\n"
+    "has what was not undone; played on the model as it was at record, it gives the model as it was at "
+    "stop.\n"
+    "\n"
+    "The modules of a model are the elements below its root; the root stands for its own values. A module "
+    "is\n"
+    "modified when it differs from the last save (or export), or before the first one from the file as it "
+    "was\n"
+    "opened: what is undone does not count; what was changed and then changed back by another edit does. "
+    "tree\n"
+    "marks modified modules with *.\n"
+    "\n"
     "Words with blanks, quotes or # stand in double or single quotes; the rest of a line after # is a "
     "comment.\n";
 
@@ -54,6 +91,32 @@ std::string describeAnnotate(const XmlObject& object, const std::string& name, c
 std::string describeClear(const XmlObject& object)
 {
     return "Clear annotations of " + brief(object.getTitle());
+}
+
+std::string describeSetOfSeveral(const std::string& xpath, std::size_t count, const std::string& value)
+{
+    return "Set " + several(xpath, count) + " to " + brief(value);
+}
+
+std::string describeRenameOfSeveral(const std::string& xpath, std::size_t count, const std::string& name)
+{
+    return "Rename " + several(xpath, count) + " to " + brief(name);
+}
+
+std::string describeAnnotateOfSeveral(const std::string& xpath, std::size_t count, const std::string& name,
+                                      const std::string& text)
+{
+    return "Annotate " + several(xpath, count) + " with " + name + " = " + brief(text);
+}
+
+std::string describeClearOfSeveral(const std::string& xpath, std::size_t count)
+{
+    return "Clear annotations of " + several(xpath, count);
+}
+
+std::string noteUndeclared(const std::string& prefix)
+{
+    return "  note: there is no xmlns:" + prefix + " around it; programs that know namespaces want one\n";
 }
 
 std::string describeChange(const XmlChange& change)

@@ -19,8 +19,9 @@ public:
 
     /// The next line without its end (LF or CR LF); nothing at the end of the input.
     ///
+    /// @param prompt  what a person who types it is to see before it.
     /// @throws VdException if reading fails.
-    virtual std::optional<std::string> next() = 0;
+    virtual std::optional<std::string> next(const std::string& prompt) = 0;
 };
 
 } // namespace ModelEditor

@@ -18,10 +18,12 @@ void ModelModules::onChanged(const XmlObject& object)
     {
         module = owner.get();
     }
-    if (module != root.get())
-    {
-        modified.insert(module);
-    }
+    modified.insert(module);
+}
+
+void ModelModules::resetTo(std::set<const Valdane::Object*> modules)
+{
+    modified = std::move(modules);
 }
 
 std::set<const Valdane::Object*> ModelModules::getModifiedModulesFromBusiness()
@@ -36,7 +38,7 @@ void ModelModules::markAllModulesInBusinessAsUnmodified()
 
 std::set<const Valdane::Object*> ModelModules::getAllModulesAsModified()
 {
-    std::set<const Valdane::Object*> all;
+    std::set<const Valdane::Object*> all{root.get()};
     for (const auto& module : root->getChildren())
     {
         all.insert(module.get());

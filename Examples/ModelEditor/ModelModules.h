@@ -15,9 +15,8 @@ namespace ModelEditor
 
 class XmlObject;
 
-/// Tells the command manager which modules of a model have changed: the children of its root.
-///
-/// A change of the root itself belongs to no module.
+/// Tells command managers which modules of a model have changed: the children of its root, and the root as the
+/// module of its own attributes and texts.
 ///
 /// Ownership: shares the root. Thread: the application's main thread only.
 class ModelModules : public Valdane::ModuleAccessInterface
@@ -28,6 +27,9 @@ public:
 
     /// Notes that @p object has changed.
     void onChanged(const XmlObject& object);
+
+    /// Forgets what was noted, and notes @p modules instead.
+    void resetTo(std::set<const Valdane::Object*> modules);
 
     std::set<const Valdane::Object*> getModifiedModulesFromBusiness() override;
     void markAllModulesInBusinessAsUnmodified() override;

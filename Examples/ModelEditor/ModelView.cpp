@@ -46,14 +46,15 @@ ValueType typeOfDescription(const AttributeDescriptionBase& description)
 
 ModelView::ModelView(std::ostream& stream) : out(stream) {}
 
-void ModelView::printTree(const std::shared_ptr<XmlObject>& top, std::size_t depth) const
+void ModelView::printTree(const std::shared_ptr<XmlObject>& top, std::size_t depth,
+                          const std::set<const Valdane::Object*>& marked) const
 {
     std::vector<std::pair<std::shared_ptr<XmlObject>, std::size_t>> open{{top, 0}};
     while (!open.empty())
     {
         const auto [object, level] = std::move(open.back());
         open.pop_back();
-        printNode(*object, level, level == depth);
+        printNode(*object, level, level == depth, marked.contains(object.get()));
         if (level < depth)
         {
             const auto children = object->getChildren();
@@ -99,7 +100,14 @@ void ModelView::printLine(const Selected& selected) const
     out << '\n';
 }
 
-void ModelView::printNode(const XmlObject& object, std::size_t level, bool isLast) const
+void ModelView::printModule(const XmlObject& module) const
+{
+    const auto name = module.getElement().attribute("name");
+    out << module.getAddress() << (name ? " " + shown(name.value()) : std::string())
+        << (module.getOwner() == nullptr ? " (its own values)\n" : "\n");
+}
+
+void ModelView::printNode(const XmlObject& object, std::size_t level, bool isLast, bool isMarked) const
 {
     const auto name = object.getElement().attribute("name");
     out << std::string(2 * level, ' ') << object.getKey();
@@ -111,7 +119,7 @@ void ModelView::printNode(const XmlObject& object, std::size_t level, bool isLas
     {
         out << " (+" << object.getChildCount() << ')';
     }
-    out << '\n';
+    out << (isMarked ? " *\n" : "\n");
 }
 
 void ModelView::printElement(XmlObject& object) const

@@ -3,7 +3,13 @@
 #include <cstddef>
 #include <memory>
 #include <ostream>
+#include <set>
 #include <string>
+
+namespace Valdane
+{
+class Object;
+} // namespace Valdane
 
 namespace ModelEditor
 {
@@ -19,8 +25,13 @@ class ModelView
 public:
     explicit ModelView(std::ostream& stream);
 
-    /// The element and what is below it, @p depth levels deep, an indented line for each.
-    void printTree(const std::shared_ptr<XmlObject>& top, std::size_t depth) const;
+    /// The element and what is below it, @p depth levels deep, an indented line for each, with a `*` behind
+    /// those in @p marked.
+    void printTree(const std::shared_ptr<XmlObject>& top, std::size_t depth,
+                   const std::set<const Valdane::Object*>& marked) const;
+
+    /// One line: the address and the name; the root stands for its own values.
+    void printModule(const XmlObject& module) const;
 
     /// All that is known of @p selected.
     void printDetails(const Selected& selected) const;
@@ -29,7 +40,7 @@ public:
     void printLine(const Selected& selected) const;
 
 private:
-    void printNode(const XmlObject& object, std::size_t level, bool isLast) const;
+    void printNode(const XmlObject& object, std::size_t level, bool isLast, bool isMarked) const;
     void printElement(XmlObject& object) const;
     void printValue(XmlObject& object, const std::string& attributeName) const;
 

@@ -27,9 +27,9 @@ void SavePoint::onSaved() noexcept
     saved = position;
 }
 
-bool SavePoint::isModified() const noexcept
+std::optional<std::int64_t> SavePoint::getDistance() const noexcept
 {
-    return saved != position;
+    return saved ? std::optional(*saved - position) : std::nullopt;
 }
 
 } // namespace ModelEditor

@@ -6,7 +6,7 @@
 namespace ModelEditor
 {
 
-/// Whether what was last saved is what is there now, judged by the commands done and undone since.
+/// Where in a history the state that was last saved is.
 ///
 /// Thread: one at a time.
 class SavePoint
@@ -18,12 +18,13 @@ public:
     void onRedone() noexcept;
     void onSaved() noexcept;
 
-    /// Whether there is something to save; not at first.
-    bool isModified() const noexcept;
+    /// How many commands have to be redone to get there, or undone if it is negative. Nothing if no undo or
+    /// redo leads there, or nothing was saved yet.
+    std::optional<std::int64_t> getDistance() const noexcept;
 
 private:
     std::int64_t position = 0;
-    std::optional<std::int64_t> saved = 0;
+    std::optional<std::int64_t> saved;
 };
 
 } // namespace ModelEditor

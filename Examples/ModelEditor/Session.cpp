@@ -2,8 +2,6 @@
 
 #include "Examples/ModelEditor/LineSource.h"
 #include "Examples/ModelEditor/ModelFile.h"
-#include "Examples/ModelEditor/Words.h"
-#include "Examples/ModelEditor/XmlModel.h"
 
 #include <algorithm>
 #include <exception>
@@ -13,38 +11,50 @@
 namespace ModelEditor
 {
 
+namespace
+{
+
+std::string join(const std::vector<std::string>& addresses)
+{
+    constexpr std::size_t most = 5;
+    std::string text;
+    for (std::size_t i = 0; i < std::min(addresses.size(), most); ++i)
+    {
+        text += (i == 0 ? "" : ", ") + addresses[i];
+    }
+    return addresses.size() > most ? text + " and " + std::to_string(addresses.size() - most) + " more"
+                                   : text;
+}
+
+} // namespace
+
 Session::Session(XmlModel& edited, Settings chosen, std::ostream& results, std::ostream& errors)
-    : model(edited),
-      settings(std::move(chosen)),
+    : settings(std::move(chosen)),
       out(results),
       err(errors),
       editor(
-          edited, [this](const std::string& path) { save(path); }, results)
+          edited, [this](Output output) { accept(std::move(output)); }, results)
 {
 }
 
 bool Session::run(LineSource& source)
 {
     bool allWell = true;
-    const bool goesOn = settings.isInteractive || settings.keepsGoing;
-    while (true)
+    bool ends = false;
+    while (!ends)
     {
-        const auto line = source.next();
-        if (!line && endsHere())
-        {
-            break;
-        }
+        const auto line = source.next(editor.getPrompt());
         ++lineNumber;
-        allWell = (!line || runLine(*line)) && allWell;
+        const bool isWell = line ? runLine(*line) : finish();
+        allWell = allWell && isWell;
         out.flush();
-        if (!allWell && !goesOn)
+        if (!isWell && !settings.isInteractive && !settings.keepsGoing)
         {
             return false;
         }
-        if (editor.hasQuit())
-        {
-            break;
-        }
+        // Who ends the input in a group has meant to end the group, and is told so.
+        const bool wantsEnd = line ? editor.takeQuit() : isWell || !settings.isInteractive;
+        ends = wantsEnd && mayEnd(source);
     }
     return writePending() && (allWell || settings.isInteractive);
 }
@@ -57,13 +67,7 @@ bool Session::runLine(const std::string& line)
     }
     try
     {
-        const auto words = splitWords(line);
-        const bool isQuit = !words.empty() && words.front() == "quit";
-        if (!isQuit || words.size() > 1 || endsHere())
-        {
-            hasWarned = hasWarned && words.empty();
-            editor.run(words);
-        }
+        editor.run(line);
         return true;
     }
     catch (const std::exception& exception)
@@ -73,53 +77,76 @@ bool Session::runLine(const std::string& line)
     }
 }
 
-// Changes that were not saved are dropped only when the user asks for it twice in a row.
-bool Session::endsHere()
+bool Session::finish()
 {
-    if (!settings.isInteractive || !editor.isModified() || std::exchange(hasWarned, true))
+    try
+    {
+        editor.finish();
+        return true;
+    }
+    catch (const std::exception& exception)
+    {
+        report(lineNumber, exception.what());
+        return false;
+    }
+}
+
+// The end of the input instead of an answer is a yes: nobody may be there any more.
+bool Session::mayEnd(LineSource& source)
+{
+    const auto unsaved = editor.getUnsaved();
+    if (unsaved.empty())
     {
         return true;
     }
-    out << "There are unsaved changes: save them, or quit again to drop them\n";
-    return false;
+    if (!settings.isInteractive)
+    {
+        err << settings.sourceName << ": warning: not saved: " << join(unsaved) << '\n';
+        return true;
+    }
+    out << "Not saved: " << join(unsaved) << '\n' << std::flush;
+    const auto answer = source.next("Quit without saving? (y/n) ");
+    return !answer || *answer == "y" || *answer == "yes";
 }
 
-void Session::save(const std::string& path)
+void Session::accept(Output output)
 {
-    const std::string target = path.empty() ? settings.savePath : path;
-    auto bytes = model.toBytes();
+    if (output.path.empty())
+    {
+        output.path = settings.savePath;
+    }
     if (settings.isInteractive || settings.keepsGoing)
     {
-        write(target, bytes);
+        write(output);
         return;
     }
-    std::erase_if(pending, [&](const PendingSave& earlier) { return earlier.path == target; });
-    pending.push_back({lineNumber, target, std::move(bytes)});
-    out << "To be saved at the end: " << target << '\n';
+    std::erase_if(pending, [&](const PendingOutput& earlier) { return earlier.output.path == output.path; });
+    out << "To be saved at the end: " << output.path << '\n';
+    pending.push_back({lineNumber, std::move(output)});
 }
 
 bool Session::writePending()
 {
     bool allWell = true;
-    for (const auto& [line, path, bytes] : pending)
+    for (const auto& [line, output] : pending)
     {
         try
         {
-            write(path, bytes);
+            write(output);
         }
         catch (const std::exception& exception)
         {
-            report(line, std::string("save: ") + exception.what());
+            report(line, output.verb + ": " + exception.what());
             allWell = false;
         }
     }
     return allWell;
 }
 
-void Session::write(const std::string& path, const std::string& bytes)
+void Session::write(const Output& output)
 {
-    replaceFile(path, bytes);
-    out << "Saved " << path << " (" << bytes.size() << " bytes)\n";
+    replaceFile(output.path, output.bytes);
+    out << "Saved " << output.path << " (" << output.bytes.size() << " bytes)\n";
 }
 
 void Session::report(std::size_t line, const std::string& what)

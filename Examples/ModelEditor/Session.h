@@ -33,34 +33,35 @@ public:
 
     /// Plays all lines up to `quit` or the end.
     ///
+    /// A person who ends with unsaved modules is asked whether to drop them; a script is warned. A group or a
+    /// recording that has no end when the lines are over counts as a line that fails.
+    ///
     /// Unless it is interactive or keeps going, it stops at the first line that fails, and what the script
     /// saves is written only after the last one.
     /// @return whether every line went well.
     bool run(LineSource& source);
 
 private:
-    struct PendingSave
+    struct PendingOutput
     {
         std::size_t line;
-        std::string path;
-        std::string bytes;
+        Output output;
     };
 
     bool runLine(const std::string& line);
-    bool endsHere();
-    void save(const std::string& path);
+    bool finish();
+    bool mayEnd(LineSource& source);
+    void accept(Output output);
     bool writePending();
-    void write(const std::string& path, const std::string& bytes);
+    void write(const Output& output);
     void report(std::size_t line, const std::string& what);
 
-    XmlModel& model;
     Settings settings;
     std::ostream& out;
     std::ostream& err;
     Editor editor;
     std::size_t lineNumber = 0;
-    bool hasWarned = false;
-    std::vector<PendingSave> pending;
+    std::vector<PendingOutput> pending;
 };
 
 } // namespace ModelEditor

@@ -9,7 +9,7 @@ StreamLines::StreamLines(std::istream& stream) : input(stream) {}
 
 StreamLines::~StreamLines() = default;
 
-std::optional<std::string> StreamLines::next()
+std::optional<std::string> StreamLines::next(const std::string& /*prompt*/)
 {
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     std::string line;

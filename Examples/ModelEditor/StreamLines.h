@@ -18,7 +18,7 @@ public:
     explicit StreamLines(std::istream& stream);
     ~StreamLines() override;
 
-    std::optional<std::string> next() override;
+    std::optional<std::string> next(const std::string& prompt) override;
 
 private:
     std::istream& input;

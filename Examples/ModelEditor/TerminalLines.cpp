@@ -4,10 +4,10 @@
 
 #include <histedit.h>
 
-#include <array>
 #include <csignal>
 #include <cstdio>
 #include <memory>
+#include <string>
 
 namespace ModelEditor
 {
@@ -17,10 +17,12 @@ namespace
 
 constexpr int historySize = 1000;
 
-char* prompt(EditLine* /*editLine*/)
+// A function without captures is all that libedit takes.
+char* getPrompt(EditLine* editLine)
 {
-    static std::array<char, 8> text{"model> "};
-    return text.data();
+    void* prompt = nullptr;
+    el_get(editLine, EL_CLIENTDATA, &prompt);
+    return static_cast<std::string*>(prompt)->data();
 }
 
 } // namespace
@@ -38,7 +40,8 @@ public:
         }
         HistEvent event{};
         ::history(history.get(), &event, H_SETSIZE, historySize);
-        el_set(editLine.get(), EL_PROMPT, &prompt);
+        el_set(editLine.get(), EL_CLIENTDATA, &prompt);
+        el_set(editLine.get(), EL_PROMPT, &getPrompt);
         el_set(editLine.get(), EL_EDITOR, "emacs");
         el_set(editLine.get(), EL_HIST, &::history, history.get());
         el_set(editLine.get(), EL_SIGNAL, 1);
@@ -55,8 +58,9 @@ public:
         std::signal(SIGINT, previousHandler);
     }
 
-    std::optional<std::string> next()
+    std::optional<std::string> next(const std::string& text)
     {
+        prompt = text;
         // Before the prompt is seen: a key struck at the prompt must not meet the terminal's own line editing, which
         // would swallow the end key.
         el_set(editLine.get(), EL_PREP_TERM, 1);
@@ -101,6 +105,7 @@ private:
         return line;
     }
 
+    std::string prompt;
     std::unique_ptr<EditLine, EndEditLine> editLine;
     std::unique_ptr<History, EndHistory> history;
     void (*previousHandler)(int) = nullptr;
@@ -110,9 +115,9 @@ TerminalLines::TerminalLines() : editing(std::make_unique<Editing>()) {}
 
 TerminalLines::~TerminalLines() = default;
 
-std::optional<std::string> TerminalLines::next()
+std::optional<std::string> TerminalLines::next(const std::string& prompt)
 {
-    return editing->next();
+    return editing->next(prompt);
 }
 
 } // namespace ModelEditor

@@ -21,7 +21,7 @@ public:
     TerminalLines();
     ~TerminalLines() override;
 
-    std::optional<std::string> next() override;
+    std::optional<std::string> next(const std::string& prompt) override;
 
 private:
     class Editing;

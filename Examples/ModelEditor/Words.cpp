@@ -84,6 +84,26 @@ private:
     std::string word;
 };
 
+bool isPlainWord(std::string_view word)
+{
+    return !word.empty() && word.front() != '#' && word.find_first_of(blanks) == std::string_view::npos &&
+           word.find_first_of("'\"\\") == std::string_view::npos;
+}
+
+std::string quoted(std::string_view word)
+{
+    if (word.find('\'') == std::string_view::npos)
+    {
+        return "'" + std::string(word) + "'";
+    }
+    std::string text = "\"";
+    for (const char c : word)
+    {
+        text += c == '"' || c == '\\' ? std::string{'\\', c} : std::string{c};
+    }
+    return text + "\"";
+}
+
 } // namespace
 
 std::vector<std::string> splitWords(std::string_view line)
@@ -104,6 +124,16 @@ std::vector<std::string> splitWords(std::string_view line)
         words.push_back(reader.read());
         line = reader.getRest();
     }
+}
+
+std::string joinWords(const std::vector<std::string>& words)
+{
+    std::string line;
+    for (const auto& word : words)
+    {
+        line += (line.empty() ? "" : " ") + (isPlainWord(word) ? word : quoted(word));
+    }
+    return line;
 }
 
 std::string shown(std::string_view text)

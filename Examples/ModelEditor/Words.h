@@ -16,6 +16,9 @@ namespace ModelEditor
 /// @throws VdException if a quote is not closed, a backslash ends the line, or the line has a NUL character.
 std::vector<std::string> splitWords(std::string_view line);
 
+/// The line that splitWords() splits into @p words, which have no line end and no NUL character.
+std::string joinWords(const std::vector<std::string>& words);
+
 /// @p text for a message on one line: as it is, or in double quotes with escapes if it is empty, has white
 /// space at an end or a control character anywhere.
 std::string shown(std::string_view text);

@@ -1,6 +1,5 @@
 #include "Examples/ModelEditor/Editor.h"
 
-#include "Examples/ModelEditor/Words.h"
 #include "Examples/ModelEditor/XmlModel.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
@@ -16,6 +15,7 @@ namespace
 {
 
 using ModelEditor::Editor;
+using ModelEditor::Output;
 using ModelEditor::XmlModel;
 
 const std::string file = "<robot name='r' xmlns:n='u' version='4'>\n"
@@ -32,7 +32,7 @@ protected:
         out.str("");
         try
         {
-            editor.run(ModelEditor::splitWords(line));
+            editor.run(line);
         }
         catch (const Valdane::VdException& exception)
         {
@@ -42,10 +42,10 @@ protected:
         return out.str();
     }
 
-    std::vector<std::string> saved;
+    std::vector<Output> written;
     XmlModel model{file, "m"};
     std::ostringstream out;
-    Editor editor{model, [this](const std::string& path) { saved.push_back(path); }, out};
+    Editor editor{model, [this](Output output) { written.push_back(std::move(output)); }, out};
 };
 
 TEST_F(EditorTest, TreeShowsKeysNamesAndWhatIsBelow)
@@ -56,7 +56,7 @@ TEST_F(EditorTest, TreeShowsKeysNamesAndWhatIsBelow)
     EXPECT_EQ(run("tree //link[2] 0"), "link[2] arm (+2)\n");
     EXPECT_EQ(run("tree //link[2] x"), "tree: x is not a depth");
     EXPECT_EQ(run("tree //@value"), "tree: //@value selects 2 nodes; name one");
-    EXPECT_EQ(run("tree //size/@v"), "tree: //size/@v is not an element");
+    EXPECT_EQ(run("tree //size/@v"), "tree: /robot/link[2]/size/@v is not an element");
 }
 
 TEST_F(EditorTest, ShowTellsValuesAndTypes)
@@ -141,7 +141,6 @@ TEST_F(EditorTest, SetRefusesWhatIsNotOfTheType)
 
 TEST_F(EditorTest, SetSaysWhatToWriteInstead)
 {
-    EXPECT_EQ(run("set //@value 1"), "set: //@value selects 2 nodes; name one");
     EXPECT_EQ(run("set //@speed 1"), "set: nothing at //@speed");
     EXPECT_EQ(run("set //size 1"), "set: /robot/link[2]/size is an element; name one of its values: @v");
     EXPECT_EQ(run("set //link[1] 1"), "set: /robot/link[1] is an element; it has no values");
@@ -163,7 +162,7 @@ TEST_F(EditorTest, RenameChangesTheNameAndNoAddress)
     run("undo 3");
     EXPECT_EQ(model.toBytes(), file);
     EXPECT_EQ(run("rename //size x"), "rename: /robot/link[2]/size has no attribute name");
-    EXPECT_EQ(run("rename //link[1]/@name x"), "rename: //link[1]/@name is not an element");
+    EXPECT_EQ(run("rename //link[1]/@name x"), "rename: /robot/link[1]/@name is not an element");
     EXPECT_EQ(run("rename //link[1] \x01"), "rename: XML cannot hold the character U+0001");
 }
 
@@ -226,29 +225,30 @@ TEST_F(EditorTest, LimitDropsTheOldest)
     run("set /robot/@version 5");
     run("set /robot/@version 6");
     run("set /robot/@version 7");
-    EXPECT_EQ(run("limit 2"), "Limit 2, 1 command dropped\n");
+    EXPECT_EQ(run("limit 2"), "Limit 2, 1 step dropped\n");
     EXPECT_THAT(run("undo 9"), testing::EndsWith("/robot/@version: 6 -> 5\nNothing more to undo\n"));
     EXPECT_EQ(run("limit off"), "No limit\n");
-    EXPECT_EQ(run("limit 0"), "Limit 0, 2 commands dropped\n");
+    EXPECT_EQ(run("limit 0"), "Limit 0, 2 steps dropped\n");
     EXPECT_EQ(run("set /robot/@version 9"), "Set version of robot r to 9\n  /robot/@version: 5 -> 9\n");
     EXPECT_EQ(run("undo"), "Nothing to undo\n");
     EXPECT_EQ(run("limit x"), "limit: x is not a count");
     EXPECT_EQ(run("limit 4294967296"), "limit: 4294967296 is not a count");
 }
 
-TEST_F(EditorTest, SavingIsLeftToTheSaver)
+TEST_F(EditorTest, WritingIsLeftToTheWriter)
 {
-    EXPECT_FALSE(editor.isModified());
     run("set /robot/@version 5");
-    EXPECT_TRUE(editor.isModified());
     run("save");
-    EXPECT_FALSE(editor.isModified());
-    run("undo");
-    EXPECT_TRUE(editor.isModified());
-    run("redo");
-    EXPECT_FALSE(editor.isModified());
     run("save 'a file'");
-    EXPECT_EQ(saved, (std::vector<std::string>{"", "a file"}));
+    run("export copy");
+    ASSERT_EQ(written.size(), 3U);
+    EXPECT_EQ(written[0].verb, "save");
+    EXPECT_EQ(written[0].path, "");
+    EXPECT_EQ(written[0].bytes, model.toBytes());
+    EXPECT_EQ(written[1].path, "a file");
+    EXPECT_EQ(written[2].verb, "export");
+    EXPECT_EQ(written[2].path, "copy");
+    EXPECT_EQ(written[2].bytes, model.toBytes());
 }
 
 TEST_F(EditorTest, WhatItDoesNotKnowOrLacksIsReported)
@@ -263,8 +263,11 @@ TEST_F(EditorTest, WhatItDoesNotKnowOrLacksIsReported)
 TEST_F(EditorTest, HelpListsEveryVerb)
 {
     const std::string help = "\n" + run("help");
-    for (const std::string verb : {"tree", "show", "find", "set", "rename", "annotate", "clear-annotations",
-                                   "undo", "redo", "history", "limit", "save", "help", "quit"})
+    for (const std::string verb :
+         {"tree",  "show",   "find", "set",      "rename", "annotate", "clear-annotations",
+          "merge", "group",  "end",  "abandon",  "undo",   "redo",     "history",
+          "limit", "record", "stop", "modified", "save",   "export",   "help",
+          "quit"})
     {
         EXPECT_THAT(help, testing::HasSubstr("\n  " + verb + " ")) << verb;
         EXPECT_THAT(run("help " + verb), testing::StartsWith(verb));
@@ -282,9 +285,10 @@ TEST_F(EditorTest, LongTextsAreCutInDescriptionsOnly)
 
 TEST_F(EditorTest, QuitQuits)
 {
-    EXPECT_FALSE(editor.hasQuit());
+    EXPECT_FALSE(editor.takeQuit());
     run("quit");
-    EXPECT_TRUE(editor.hasQuit());
+    EXPECT_TRUE(editor.takeQuit());
+    EXPECT_FALSE(editor.takeQuit());
 }
 
 } // namespace

@@ -28,20 +28,30 @@ TEST(ModelModules, AChangeBelongsToTheChildOfTheRootAboveIt)
     EXPECT_THAT(modules.getModifiedModulesFromBusiness(), IsEmpty());
 }
 
-TEST(ModelModules, AChangeOfTheRootBelongsToNone)
+TEST(ModelModules, TheRootIsTheModuleOfItsOwnValues)
 {
     const XmlModel model("<r><a/></r>", "m");
     ModelModules modules(model.getRoot());
     modules.onChanged(*model.getRoot());
-    EXPECT_THAT(modules.getModifiedModulesFromBusiness(), IsEmpty());
+    EXPECT_THAT(modules.getModifiedModulesFromBusiness(), UnorderedElementsAre(model.getRoot().get()));
 }
 
-TEST(ModelModules, AllAreTheChildrenOfTheRoot)
+TEST(ModelModules, WhatWasNotedCanBeReplaced)
+{
+    const XmlModel model("<r><a/><b/></r>", "m");
+    ModelModules modules(model.getRoot());
+    modules.onChanged(*model.select("//a").nodes.at(0).object);
+    modules.resetTo({model.getRoot()->findChild("b").get()});
+    EXPECT_THAT(modules.getModifiedModulesFromBusiness(),
+                UnorderedElementsAre(model.getRoot()->findChild("b").get()));
+}
+
+TEST(ModelModules, AllAreTheRootAndItsChildren)
 {
     const XmlModel model("<r><a><b/></a><c/></r>", "m");
-    EXPECT_THAT(
-        ModelModules(model.getRoot()).getAllModulesAsModified(),
-        UnorderedElementsAre(model.getRoot()->findChild("a").get(), model.getRoot()->findChild("c").get()));
+    EXPECT_THAT(ModelModules(model.getRoot()).getAllModulesAsModified(),
+                UnorderedElementsAre(model.getRoot().get(), model.getRoot()->findChild("a").get(),
+                                     model.getRoot()->findChild("c").get()));
 }
 
 } // namespace

@@ -215,6 +215,77 @@ TEST_F(Program, TheLogGoesToStandardErrorAtTheLevelAskedFor)
     EXPECT_EQ(trace.out, run({"m.xml"}, script).out);
 }
 
+TEST_F(Program, AScriptIsWarnedOfUnsavedModules)
+{
+    const auto piped = run({"m.xml"}, "set //b/@y 3\nset /a/@x 2\n");
+    EXPECT_EQ(piped.status, 0);
+    EXPECT_EQ(piped.err, "<stdin>: warning: not saved: /a, /a/b\n");
+    const auto quits = run({"m.xml", "--output", "o.xml"}, "set //b/@y 3\nsave\nset /a/@x 2\nquit\nnope\n");
+    EXPECT_EQ(quits.status, 0);
+    EXPECT_EQ(quits.err, "<stdin>: warning: not saved: /a\n");
+    EXPECT_EQ(run({"m.xml"}, "set //b/@y 3\nundo\n").err, "");
+    EXPECT_EQ(run({"m.xml"}, "set //b/@y 3\nexport e.xml\n").err, "<stdin>: warning: not saved: /a/b\n");
+    EXPECT_EQ(directory.read("e.xml"), "<a x='1'>\n<b y='3.0'/></a>\n");
+}
+
+TEST_F(Program, TheWarningNamesFiveModulesAtMost)
+{
+    directory.write("many.xml",
+                    "<a><b v='1'/><b v='1'/><b v='1'/><b v='1'/><b v='1'/><b v='1'/><b v='1'/></a>");
+    EXPECT_EQ(run({"many.xml"}, "set //@v 2\n").err,
+              "<stdin>: warning: not saved: /a/b[1], /a/b[2], /a/b[3], /a/b[4], /a/b[5] and 2 more\n");
+}
+
+TEST_F(Program, AFailingLineRollsTheGroupBack)
+{
+    const std::string script = "group g\nset /a/@x 2\nset //b/@y z\nset //b/@y 7\nend\nsave o.xml\n";
+    const auto stopped = run({"m.xml"}, script);
+    EXPECT_EQ(stopped.status, 1);
+    EXPECT_EQ(stopped.err,
+              "<stdin>:3: set: z is not a value of type double, which /a/b/@y has; the group g is "
+              "ended, 1 step undone\n");
+    EXPECT_THAT(directory.list(), ElementsAre("m.xml"));
+    const auto goneOn = run({"m.xml", "--keep-going"}, script);
+    EXPECT_EQ(goneOn.status, 1);
+    EXPECT_THAT(goneOn.err, HasSubstr("<stdin>:5: end: there is no group\n"));
+    EXPECT_EQ(directory.read("o.xml"), "<a x='1'>\n<b y='7.0'/></a>\n");
+}
+
+TEST_F(Program, AScriptThatEndsInAGroupOrARecordingFails)
+{
+    const auto group = run({"m.xml"}, "save\ngroup g\nset /a/@x 2\n");
+    EXPECT_EQ(group.status, 1);
+    EXPECT_EQ(group.err, "<stdin>:4: the group g has no end; the group g is ended, 1 step undone\n");
+    EXPECT_THAT(group.out, testing::Not(HasSubstr("Saved")));
+    const auto kept = run({"m.xml", "--keep-going"}, "group g\nset /a/@x 2\n");
+    EXPECT_EQ(kept.status, 1);
+    EXPECT_THAT(kept.err, testing::Not(HasSubstr("not saved")));
+    const auto recording = run({"m.xml"}, "record\nset /a/@x 2\n");
+    EXPECT_EQ(recording.status, 1);
+    EXPECT_EQ(recording.err, "<stdin>:3: the recording was not stopped; no script is written\n");
+}
+
+TEST_F(Program, WhatWasRecordedIsPlayedByItself)
+{
+    directory.write("s", "set /a/@x 2\nsave one.xml\nrecord\nset //b/@y 3\nundo\nset //b/@y 4\nset /a/@x 5\n"
+                         "stop r.script\nsave two.xml\n");
+    EXPECT_EQ(run({"m.xml", "--script", "s"}).status, 0);
+    const auto played = run({"one.xml", "--script", "r.script"}, "");
+    EXPECT_EQ(played.status, 0);
+    EXPECT_THAT(played.out, HasSubstr("> set //b/@y 4\n"));
+    const auto saved = run({"one.xml", "--output", "again.xml"}, directory.read("r.script") + "save\n");
+    EXPECT_EQ(saved.status, 0);
+    EXPECT_EQ(directory.read("again.xml"), directory.read("two.xml"));
+    EXPECT_EQ(directory.read("two.xml"), "<a x='5'>\n<b y='4.0'/></a>\n");
+}
+
+TEST_F(Program, AnExportThatFailsIsNamed)
+{
+    const auto result = run({"m.xml"}, "export gone/e.xml\n");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "<stdin>:1: export: gone/e.xml: No such file or directory\n");
+}
+
 TEST_F(Program, AVeryDeepModelIsEdited)
 {
     std::string deep;

@@ -2,29 +2,31 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 namespace
 {
 
 using ModelEditor::SavePoint;
 
-TEST(SavePoint, IsNotModifiedAtFirst)
+TEST(SavePoint, IsNowhereBeforeTheFirstSave)
 {
-    EXPECT_FALSE(SavePoint().isModified());
+    EXPECT_EQ(SavePoint().getDistance(), std::nullopt);
 }
 
-TEST(SavePoint, UndoingAllSinceTheSaveIsNoModification)
+TEST(SavePoint, TellsHowFarItIsToTheSavedState)
 {
     SavePoint point;
     point.onCommandAdded();
     point.onSaved();
+    EXPECT_EQ(point.getDistance(), 0);
     point.onCommandAdded();
-    EXPECT_TRUE(point.isModified());
+    EXPECT_EQ(point.getDistance(), -1);
     point.onUndone();
-    EXPECT_FALSE(point.isModified());
     point.onUndone();
-    EXPECT_TRUE(point.isModified());
+    EXPECT_EQ(point.getDistance(), 1);
     point.onRedone();
-    EXPECT_FALSE(point.isModified());
+    EXPECT_EQ(point.getDistance(), 0);
 }
 
 TEST(SavePoint, ASavedStateThatANewCommandReplacedIsOutOfReach)
@@ -34,11 +36,11 @@ TEST(SavePoint, ASavedStateThatANewCommandReplacedIsOutOfReach)
     point.onSaved();
     point.onUndone();
     point.onCommandAdded();
-    EXPECT_TRUE(point.isModified());
+    EXPECT_EQ(point.getDistance(), std::nullopt);
     point.onUndone();
-    EXPECT_TRUE(point.isModified());
+    EXPECT_EQ(point.getDistance(), std::nullopt);
     point.onSaved();
-    EXPECT_FALSE(point.isModified());
+    EXPECT_EQ(point.getDistance(), 0);
 }
 
 } // namespace

@@ -14,7 +14,7 @@ std::vector<std::string> linesOf(const std::string& text)
     std::istringstream stream(text);
     ModelEditor::StreamLines lines(stream);
     std::vector<std::string> all;
-    while (const auto line = lines.next())
+    while (const auto line = lines.next(""))
     {
         all.push_back(*line);
     }
