@@ -3,20 +3,57 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace
 {
+
+ProgramResult play(const TestDirectory& directory, const std::string& model, const std::string& script)
+{
+    return execute({.directory = directory,
+                    .arguments = {besideTests("Data/Models/" + model).string(), "--script",
+                                  besideTests("Data/Demos/" + script).string(), "--output", model}});
+}
+
+std::string expected(const std::string& name)
+{
+    return readTestFile(besideTests("Data/Expected/" + name));
+}
 
 TEST(Demo, PrintsAndSavesWhatIsExpected)
 {
     const TestDirectory directory;
-    const auto result =
-        execute({.directory = directory,
-                 .arguments = {besideTests("Data/Models/ur5_robot.urdf").string(), "--script",
-                               besideTests("Data/Demos/ur5.script").string(), "--output", "ur5_robot.urdf"}});
+    const auto result = play(directory, "ur5_robot.urdf", "ur5.script");
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.out, readTestFile(besideTests("Data/Expected/ur5.txt")));
-    EXPECT_EQ(directory.read("ur5_robot.urdf"), readTestFile(besideTests("Data/Expected/ur5_robot.urdf")));
+    EXPECT_EQ(result.out, expected("ur5.txt"));
+    EXPECT_EQ(directory.read("ur5_robot.urdf"), expected("ur5_robot.urdf"));
+}
+
+TEST(Demo, OfLargerStepsPrintsAndWritesWhatIsExpected)
+{
+    const TestDirectory directory;
+    const auto result = play(directory, "Feedthrough.xml", "feedthrough.script");
+    EXPECT_EQ(result.err,
+              besideTests("Data/Demos/feedthrough.script").string() +
+                  ": warning: not saved: /fmiModelDescription/TypeDefinitions, "
+                  "/fmiModelDescription/DefaultExperiment, /fmiModelDescription/ModelVariables\n");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, expected("feedthrough.txt"));
+    EXPECT_EQ(directory.read("Feedthrough.xml"), expected("Feedthrough.xml"));
+    EXPECT_EQ(directory.read("Feedthrough-copy.xml"), expected("Feedthrough.xml"));
+    EXPECT_EQ(directory.read("Feedthrough-changed.xml"), expected("Feedthrough-changed.xml"));
+    EXPECT_EQ(directory.read("changes.script"), expected("changes.script"));
+}
+
+TEST(Demo, OfLargerStepsWritesAScriptThatDoesTheSameAgain)
+{
+    const TestDirectory directory;
+    directory.write("m.xml", expected("Feedthrough.xml"));
+    const auto result = execute(
+        {.directory = directory, .arguments = {"m.xml"}, .input = expected("changes.script") + "save\n"});
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(directory.read("m.xml"), expected("Feedthrough-changed.xml"));
 }
 
 } // namespace
