@@ -10,6 +10,7 @@
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
 
 #include <limits>
+#include <optional>
 #include <ranges>
 #include <utility>
 
@@ -153,9 +154,38 @@ void CommandManager::Private::record(std::shared_ptr<CommandBase> command)
     }
 }
 
-void CommandManager::Private::releaseWorkerSlot(const std::shared_ptr<CommandBase>& command)
+CommandManager::Private::StepOfRun::StepOfRun(Private& manager, std::uint64_t run)
+    : d(manager), outer(std::exchange(manager.steppedRun, run))
 {
-    if (currentThreadedCommand == command || currentThreadedCommand == nullptr)
+}
+
+CommandManager::Private::StepOfRun::~StepOfRun()
+{
+    d.steppedRun = outer;
+}
+
+std::uint64_t CommandManager::Private::fillWorkerSlot(std::shared_ptr<CommandBase> command)
+{
+    ++lastRun;
+    processingCommand = true;
+    currentThreadedCommand.swap(command);
+    return lastRun;
+}
+
+bool CommandManager::Private::isInWorkerSlot(std::uint64_t run) const
+{
+    return currentThreadedCommand != nullptr && lastRun == run;
+}
+
+bool CommandManager::Private::isInItsOwnStep(std::uint64_t run, const Thread* thread) const
+{
+    return isInWorkerSlot(run) && steppedRun == run &&
+           (thread == nullptr || threadManager->getThreadingMode() == 0);
+}
+
+void CommandManager::Private::releaseWorkerSlot(std::uint64_t run)
+{
+    if (currentThreadedCommand == nullptr || lastRun == run)
     {
         processingCommand = false;
         currentThreadedCommand.reset();
@@ -172,12 +202,13 @@ bool CommandManager::Private::continueRun(CommandBase* command)
     return true;
 }
 
-void CommandManager::Private::windUp(const std::shared_ptr<CommandBase>& command)
+void CommandManager::Private::windUp(std::uint64_t run)
 {
-    if (command == nullptr || command != currentThreadedCommand)
+    if (!isInWorkerSlot(run))
     {
         return;
     }
+    const std::shared_ptr<CommandBase> command = currentThreadedCommand;
     if (auto* macro = dynamic_cast<ThreadedMacroCommand*>(command.get()))
     {
         attempt("Thread finalization", macro, [macro] { macro->abortExecution(); });
@@ -495,8 +526,7 @@ void CommandManager::addThreadedCommand(std::shared_ptr<ThreadedCommand> command
         return;
     }
     const std::source_location here = std::source_location::current();
-    d->currentThreadedCommand = command;
-    d->processingCommand = true;
+    const std::uint64_t run = d->fillWorkerSlot(command);
     try
     {
         if (d->threadManager->getThreadingMode() != 0)
@@ -505,10 +535,11 @@ void CommandManager::addThreadedCommand(std::shared_ptr<ThreadedCommand> command
             d->sigThreadedCommandStarted();
             return;
         }
+        const Private::StepOfRun step(*d, run);
         d->trace("Execute command '", *command, "'...", here);
         d->threadManager->addThread(command);
         d->trace("Command '", *command, "' executed.", here);
-        d->releaseWorkerSlot(command);
+        d->releaseWorkerSlot(run);
         if (command->isAddableToCommandManager())
         {
             addExecutedCommand(command);
@@ -518,11 +549,11 @@ void CommandManager::addThreadedCommand(std::shared_ptr<ThreadedCommand> command
     catch (const std::exception& exception)
     {
         d->failThreadedCommand(
-            exception, "Execution", command, [] {}, false);
+            exception, "Execution", run, command, [] {}, false);
     }
     catch (...)
     {
-        d->releaseWorkerSlot(command);
+        d->releaseWorkerSlot(run);
         throw;
     }
 }
@@ -533,8 +564,7 @@ void CommandManager::addThreadedCommand(std::shared_ptr<ThreadedMacroCommand> co
     {
         return;
     }
-    d->currentThreadedCommand = command;
-    d->processingCommand = true;
+    const std::uint64_t run = d->fillWorkerSlot(command);
     const auto isOnWorker = [this]
     {
         return d->threadManager->getThreadingMode() != 0;
@@ -549,17 +579,22 @@ void CommandManager::addThreadedCommand(std::shared_ptr<ThreadedMacroCommand> co
     };
     try
     {
+        std::optional<Private::StepOfRun> step(std::in_place, *d, run);
         const bool finished = command->startExecution(d->threadManager);
         isStarted = true;
+        if (!finished)
+        {
+            step.reset();
+        }
         if (isOnWorker())
         {
             // The run is not to suffer from a listener's failure: half of it could not be undone here.
             d->attempt("Threaded execution", command.get(), [this] { d->sigThreadedCommandStarted(); });
         }
-        if (finished && d->currentThreadedCommand == command)
+        if (finished)
         {
             addExecutedCommand(command);
-            d->releaseWorkerSlot(command);
+            d->releaseWorkerSlot(run);
             d->sigCommandExecuted();
             if (isOnWorker())
             {
@@ -569,11 +604,11 @@ void CommandManager::addThreadedCommand(std::shared_ptr<ThreadedMacroCommand> co
     }
     catch (const std::exception& exception)
     {
-        d->failThreadedCommand(exception, "Threaded execution", command, windUpStart, isOnWorker());
+        d->failThreadedCommand(exception, "Threaded execution", run, command, windUpStart, isOnWorker());
     }
     catch (...)
     {
-        d->releaseWorkerSlot(command);
+        d->releaseWorkerSlot(run);
         throw;
     }
 }
@@ -581,21 +616,30 @@ void CommandManager::addThreadedCommand(std::shared_ptr<ThreadedMacroCommand> co
 void CommandManager::finalizeThread()
 {
     const std::shared_ptr<Thread> thread = d->threadManager->getCurrentThread();
+    const std::uint64_t run = d->lastRun;
+    if (d->isInItsOwnStep(run, thread.get()))
+    {
+        return;
+    }
     const std::shared_ptr<CommandBase> command = d->currentThreadedCommand;
+    const Private::StepOfRun step(*d, run);
+    // Before too, because a command may be started again when it is told of its end, which clears the state.
+    const bool wasAborted = thread != nullptr && thread->isAborted();
     try
     {
         const bool finished = d->continueRun(command.get());
-        const bool aborted = thread != nullptr && thread->isAborted();
+        const bool aborted = wasAborted || (thread != nullptr && thread->isAborted());
         if (finished)
         {
-            d->releaseWorkerSlot(command);
+            d->releaseWorkerSlot(run);
         }
         if (finished && !aborted && isAddable(command.get()))
         {
             addExecutedCommand(command);
             d->sigCommandExecuted();
         }
-        if (aborted && command != nullptr)
+        const bool isStartedAgain = finished && command == d->currentThreadedCommand;
+        if (aborted && command != nullptr && !isStartedAgain)
         {
             progressOf(*command).setComplete();
         }
@@ -609,11 +653,11 @@ void CommandManager::finalizeThread()
         // A run that lost the worker slot to another command is known by its thread only.
         const auto failed = command != nullptr ? command : std::dynamic_pointer_cast<CommandBase>(thread);
         d->failThreadedCommand(
-            exception, "Thread finalization", failed, [&] { d->windUp(command); }, true);
+            exception, "Thread finalization", run, failed, [&] { d->windUp(run); }, true);
     }
     catch (...)
     {
-        d->releaseWorkerSlot(command);
+        d->releaseWorkerSlot(run);
         throw;
     }
 }

@@ -243,7 +243,8 @@ public:
     /// @pre as for the other overload.
     void addThreadedCommand(std::shared_ptr<ThreadedMacroCommand> command);
 
-    /// Concludes the thread under way, waiting for its end if it has not come yet; without one does nothing.
+    /// Concludes the thread under way, waiting for its end if it has not come yet; without one does nothing, nor
+    /// where the run itself calls it: from a slot of its run-finished signal, say, or from a sub-command.
     ///
     /// To be called on the caller's thread when a thread has ended. Three ways to learn of that:
     ///

@@ -75,19 +75,43 @@ public:
     /// @return whether the run is over.
     bool continueRun(CommandBase* command);
 
-    /// Empties the worker slot. Where somebody who was called has put another command there meanwhile, that one
-    /// stays under way.
-    void releaseWorkerSlot(const std::shared_ptr<CommandBase>& command);
+    /// A step of the run with this number; see isInItsOwnStep().
+    class StepOfRun
+    {
+    public:
+        StepOfRun(Private& manager, std::uint64_t run);
+        StepOfRun(const StepOfRun&) = delete;
+        StepOfRun& operator=(const StepOfRun&) = delete;
+        ~StepOfRun();
 
-    /// Brings the run of @p command, which failed in its finalization, to an end, if it is in the worker slot.
-    void windUp(const std::shared_ptr<CommandBase>& command);
+    private:
+        Private& d;
+        std::uint64_t outer;
+    };
+
+    /// Puts @p command into the worker slot and sets processingCommand. @return the number of its run
+    std::uint64_t fillWorkerSlot(std::shared_ptr<CommandBase> command);
+
+    /// Empties the worker slot. Where somebody who was called has begun another run there meanwhile, of another
+    /// command or of the same one, that one stays under way.
+    void releaseWorkerSlot(std::uint64_t run);
+
+    /// Whether @p run is in the worker slot.
+    bool isInWorkerSlot(std::uint64_t run) const;
+
+    /// Whether this is called by what the step of @p run has called, with no @p thread that could be concluded:
+    /// the step itself goes on to the end of the run, which would otherwise end twice.
+    bool isInItsOwnStep(std::uint64_t run, const Thread* thread) const;
+
+    /// Brings @p run, which failed in its finalization, to an end, if it is in the worker slot.
+    void windUp(std::uint64_t run);
 
     /// Ends a threaded command that failed: winds it up by @p wind, releases the worker slot, reports the failure and, if
     /// @p tellsFinished, emits sigThreadedCommandFinished. What is derived from `std::exception` does not get out.
     ///
     /// @param command  empty if it is not known what failed.
     template <typename WindUp>
-    void failThreadedCommand(const std::exception& exception, const char* context,
+    void failThreadedCommand(const std::exception& exception, const char* context, std::uint64_t run,
                              const std::shared_ptr<CommandBase>& command, const WindUp& wind,
                              bool tellsFinished);
 
@@ -128,6 +152,10 @@ public:
     Signals::Signal<void()> sigCommandExecuted;
     Signals::Signal<void()> sigCommandUndone;
     Signals::Signal<void(const char*, const std::string&)> sigCommandFailed;
+    /// The number of the run that was put into the worker slot last.
+    std::uint64_t lastRun = 0;
+    /// The run that is taken a step further just now; 0 if none is.
+    std::uint64_t steppedRun = 0;
 };
 
 template <typename Work>
@@ -156,19 +184,21 @@ bool CommandManager::Private::process(CommandBase& command, const char* context,
 
 template <typename WindUp>
 void CommandManager::Private::failThreadedCommand(const std::exception& exception, const char* context,
+                                                  std::uint64_t run,
                                                   const std::shared_ptr<CommandBase>& command,
                                                   const WindUp& wind, bool tellsFinished)
 {
     try
     {
+        const StepOfRun step(*this, run);
         wind();
     }
     catch (...)
     {
-        releaseWorkerSlot(command);
+        releaseWorkerSlot(run);
         throw;
     }
-    releaseWorkerSlot(command);
+    releaseWorkerSlot(run);
     attempt(context, command.get(), [&] { reportFailure(exception, context, command.get()); });
     if (tellsFinished)
     {
