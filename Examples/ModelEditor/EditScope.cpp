@@ -1,10 +1,14 @@
 #include "Examples/ModelEditor/EditScope.h"
 
 #include "Examples/ModelEditor/ModelModules.h"
+#include "Examples/ModelEditor/Works.h"
 #include "Platform/ExceptionHandling/VdException.h"
+#include "Platform/Multitasking/ThreadManager.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandCollector.h"
 #include "Service/CommandPattern/MacroCommand.h"
+#include "Service/CommandPattern/ThreadedCommand.h"
+#include "Service/CommandPattern/ThreadedMacroCommand.h"
 
 #include <algorithm>
 #include <utility>
@@ -67,6 +71,57 @@ void EditScope::executeToMerge(const std::shared_ptr<CommandBase>& command, cons
         throw VdException(failure);
     }
     waiting.push_back({.description = command->getDescription(), .script = script});
+}
+
+void EditScope::start(const Work& work, const std::string& script, const std::function<void()>& onThreadEnded)
+{
+    settle();
+    underWay = {.script = script};
+    auto& entrance = getEntrance();
+    entrance.getThreadManager()->setRunEndedCallback(onThreadEnded);
+    if (work.macro != nullptr)
+    {
+        entrance.addThreadedCommand(work.macro);
+    }
+    else
+    {
+        entrance.addThreadedCommand(work.command);
+    }
+}
+
+// A thread that could not be started, which a macro has passed over, has nothing to wait for.
+bool EditScope::goOn()
+{
+    auto& entrance = getEntrance();
+    const auto threads = entrance.getThreadManager();
+    if (threads->isRunEnded())
+    {
+        entrance.finalizeThread();
+    }
+    while (entrance.getCurrentThreadedCommand() != nullptr && threads->getCurrentThread() == nullptr)
+    {
+        entrance.finalizeThread();
+    }
+    if (entrance.getCurrentThreadedCommand() != nullptr)
+    {
+        return false;
+    }
+    if (underWay.isAdded)
+    {
+        onAdded(underWay.script);
+        return true;
+    }
+    modules->resetTo({});
+    if (underWay.isFailed)
+    {
+        throw VdException(failure);
+    }
+    return true;
+}
+
+void EditScope::abort()
+{
+    getEntrance().abortThreadedCommand();
 }
 
 void EditScope::add(const Contents& contents, const std::string& script)
@@ -216,7 +271,13 @@ CommandManager& EditScope::getEntrance()
 void EditScope::watch(CommandManager& watched)
 {
     connections.push_back(
-        watched.connectToSigCommandFailed([this](const char* what, const std::string&) { failure = what; }));
+        watched.connectToSigCommandFailed([this](const char* what, const std::string&) { onFailed(what); }));
+}
+
+void EditScope::onFailed(const std::string& what)
+{
+    failure = what;
+    underWay.isFailed = true;
 }
 
 void EditScope::onQueueChanged(CommandManager::QueueChangeReason reason)
@@ -224,6 +285,7 @@ void EditScope::onQueueChanged(CommandManager::QueueChangeReason reason)
     if (reason == CommandManager::CommandAdded)
     {
         savePoint.onCommandAdded();
+        underWay.isAdded = true;
     }
     else if (reason == CommandManager::CommandUndone)
     {

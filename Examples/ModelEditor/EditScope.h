@@ -26,6 +26,7 @@ namespace ModelEditor
 {
 
 class ModelModules;
+struct Work;
 
 /// A stretch of the edit history, with a command manager of its own: all of it, a recording, or a group.
 ///
@@ -68,6 +69,21 @@ public:
 
     /// Executes @p command now and makes it one step with the next one; otherwise as execute().
     void executeToMerge(const std::shared_ptr<Valdane::CommandBase>& command, const std::string& script);
+
+    /// Settles, then starts @p work on another thread. goOn() must follow whenever @p onThreadEnded was called, and at
+    /// once, until it answers true; nothing else may be done in this scope up to then.
+    ///
+    /// @param onThreadEnded  called on the other thread.
+    void start(const Work& work, const std::string& script, const std::function<void()>& onThreadEnded);
+
+    /// Takes the work under way a step further, if a thread has ended.
+    ///
+    /// @return whether it is over.
+    /// @throws VdException with the reason if it is over because it failed; nothing has changed then.
+    bool goOn();
+
+    /// Asks the work under way to stop. goOn() still has to follow; nothing has changed when it is over.
+    void abort();
 
     /// Puts a scope that has ended on top of the history. @pre nothing waits to be merged (not checked).
     void add(const Contents& contents, const std::string& script);
@@ -113,8 +129,16 @@ private:
         std::string script;
     };
 
+    struct UnderWay
+    {
+        std::string script;
+        bool isAdded = false;
+        bool isFailed = false;
+    };
+
     Valdane::CommandManager& getEntrance();
     void watch(Valdane::CommandManager& watched);
+    void onFailed(const std::string& what);
     void onQueueChanged(Valdane::CommandManager::QueueChangeReason reason);
     void onAdded(const std::string& script);
 
@@ -129,6 +153,7 @@ private:
     bool keepsNothing = false;
     std::uint64_t steps = 0;
     std::string failure;
+    UnderWay underWay;
     std::vector<Valdane::Signals::Connection> connections;
 };
 

@@ -7,9 +7,11 @@
 #include "Examples/ModelEditor/ModelModules.h"
 #include "Examples/ModelEditor/Nodes.h"
 #include "Examples/ModelEditor/Words.h"
+#include "Examples/ModelEditor/Works.h"
 #include "Examples/ModelEditor/XmlChange.h"
 #include "Examples/ModelEditor/XmlModel.h"
 #include "Platform/ExceptionHandling/VdException.h"
+#include "Platform/Logging/LogMessage.h"
 #include "Service/CommandPattern/CommandBase.h"
 
 #include <algorithm>
@@ -27,6 +29,7 @@ namespace
 using Valdane::VdException;
 
 constexpr std::size_t defaultTreeDepth = 2;
+constexpr std::size_t mostChangesTold = 10;
 
 template <typename T>
 std::optional<T> parse(const std::string& text)
@@ -73,6 +76,15 @@ EditHistory::Tracker parseTracker(const Editor::Words& arguments)
 
 } // namespace
 
+// What works on another thread.
+struct Editor::Run
+{
+    std::string verb;
+    Work work;
+    bool isAborted = false;
+    std::string failure;
+};
+
 Editor::Editor(XmlModel& edited, Writer writer, std::ostream& stream)
     : model(edited),
       write(std::move(writer)),
@@ -103,6 +115,77 @@ void Editor::run(const std::string& line)
     {
         fail(exception.what());
     }
+}
+
+bool Editor::isUnderWay() const noexcept
+{
+    return underWay != nullptr;
+}
+
+const WakeUp& Editor::getWakeUp() const noexcept
+{
+    return wakeUp;
+}
+
+bool Editor::goOn()
+{
+    try
+    {
+        return history.getCurrent().goOn();
+    }
+    catch (const VdException& exception)
+    {
+        underWay->failure = exception.what();
+        return true;
+    }
+}
+
+void Editor::conclude()
+{
+    const auto run = std::exchange(underWay, nullptr);
+    const auto changed = std::exchange(changes, {});
+    const auto& description = run->work.get().getDescription();
+    if (!run->failure.empty())
+    {
+        throw VdException(run->verb + ": " + run->failure);
+    }
+    if (run->isAborted)
+    {
+        out << "Aborted: " << description << "; nothing has changed\n";
+        return;
+    }
+    out << description << '\n';
+    for (std::size_t i = 0; i < std::min(changed.size(), mostChangesTold); ++i)
+    {
+        out << "  " << changed[i] << '\n';
+    }
+    if (changed.size() > mostChangesTold)
+    {
+        out << "  and " << plural(changed.size() - mostChangesTold, "more change") << '\n';
+    }
+    out << run->work.tellResult();
+}
+
+void Editor::abort()
+{
+    if (underWay != nullptr)
+    {
+        underWay->isAborted = true;
+        history.getCurrent().abort();
+    }
+}
+
+std::string Editor::getStatus() const
+{
+    const auto& command = underWay->work.get();
+    const auto message = command.getProgressPtr()->getLastMessage();
+    return command.getDescription() + ", " + std::to_string(getPercent()) + " %" +
+           (message == nullptr ? "" : ": " + message->getText());
+}
+
+int Editor::getPercent() const
+{
+    return static_cast<int>(underWay->work.get().getProgressPtr()->fraction() * 100);
 }
 
 void Editor::finish()
@@ -161,7 +244,11 @@ void Editor::runVerb(const Words& words)
     {
         verb.requireCount(arguments);
         requirePlace(verb);
-        if (verb.makeEdit != nullptr)
+        if (verb.makeWork != nullptr)
+        {
+            start(verb, words);
+        }
+        else if (verb.makeEdit != nullptr)
         {
             const Edit edit = verb.makeEdit(model, arguments);
             history.getCurrent().execute(edit.command, joinWords(words) + "\n");
@@ -178,8 +265,25 @@ void Editor::runVerb(const Words& words)
     }
 }
 
+void Editor::start(const Verb& verb, const Words& words)
+{
+    const Words arguments(words.begin() + 1, words.end());
+    auto run = std::make_unique<Run>(Run{.verb = std::string(verb.name),
+                                         .work = verb.makeWork(model, arguments),
+                                         .isAborted = false,
+                                         .failure = {}});
+    history.getCurrent().start(run->work, joinWords(words) + "\n", [this] { wakeUp.signal(); });
+    underWay = std::move(run);
+    wakeUp.signal();
+}
+
 void Editor::requirePlace(const Verb& verb) const
 {
+    if (underWay != nullptr && !verb.isForRuns)
+    {
+        throw VdException("not while " + brief(underWay->work.get().getDescription()) +
+                          " is under way; abort it, or wait (status tells how far it is)");
+    }
     if (verb.place != Verb::Place::Anywhere && history.getGroup())
     {
         throw VdException("not in a group; end or abandon it first");
@@ -278,6 +382,20 @@ void Editor::abandon(const Words& /*arguments*/)
     const std::string name = brief(history.getGroup().value_or(""));
     const auto count = history.abandonGroup();
     out << "Group " << name << " abandoned, " << plural(count, "step") << " undone\n";
+}
+
+void Editor::status(const Words& /*arguments*/)
+{
+    out << (underWay == nullptr ? "Nothing is under way" : getStatus()) << '\n';
+}
+
+void Editor::abortRun(const Words& /*arguments*/)
+{
+    if (underWay == nullptr)
+    {
+        throw VdException("nothing is under way");
+    }
+    abort();
 }
 
 void Editor::undo(const Words& arguments)

@@ -2,6 +2,7 @@
 
 #include "Examples/ModelEditor/EditHistory.h"
 #include "Examples/ModelEditor/ModelView.h"
+#include "Examples/ModelEditor/WakeUp.h"
 
 #include <functional>
 #include <memory>
@@ -48,6 +49,29 @@ public:
     ///         an `undo` or `redo` has done before the one that failed. A group under way is undone and ended.
     void run(const std::string& line);
 
+    /// Whether a line has started work on another thread that is not over. goOn() must then be called whenever
+    /// getWakeUp() was signalled, and only `status`, `abort` and `help` can be run.
+    bool isUnderWay() const noexcept;
+
+    const WakeUp& getWakeUp() const noexcept;
+
+    /// Takes the work under way a step further. @return whether it is over; conclude() must follow then.
+    bool goOn();
+
+    /// Prints what came of the work that is over.
+    ///
+    /// @throws VdException `<verb>: <what is wrong>` if it failed; the model is then as it was before.
+    void conclude();
+
+    /// Asks the work under way to stop; without any does nothing.
+    void abort();
+
+    /// How far the work under way has come, in one line: what it is, the share in percent, and what it does now.
+    std::string getStatus() const;
+
+    /// The share of the work under way that is done, in percent.
+    int getPercent() const;
+
     /// Ends what is still under way when no line follows: undoes a group, stops a recording.
     ///
     /// @throws VdException if there was one.
@@ -67,8 +91,10 @@ public:
 
 private:
     struct Verb;
+    struct Run;
 
     void runVerb(const Words& words);
+    void start(const Verb& verb, const Words& words);
     void requirePlace(const Verb& verb) const;
     [[noreturn]] void fail(const std::string& what);
 
@@ -79,6 +105,8 @@ private:
     void group(const Words& arguments);
     void end(const Words& arguments);
     void abandon(const Words& arguments);
+    void status(const Words& arguments);
+    void abortRun(const Words& arguments);
     void undo(const Words& arguments);
     void redo(const Words& arguments);
     void showHistory(const Words& arguments);
@@ -106,6 +134,8 @@ private:
     EditHistory history;
     // What the step under way has changed so far.
     std::vector<std::string> changes;
+    WakeUp wakeUp;
+    std::unique_ptr<Run> underWay;
     bool quits = false;
 };
 

@@ -2,6 +2,7 @@
 
 #include "Examples/ModelEditor/Editor.h"
 #include "Examples/ModelEditor/Edits.h"
+#include "Examples/ModelEditor/Works.h"
 
 #include <cstddef>
 #include <string>
@@ -31,6 +32,8 @@ struct Editor::Verb
     Place place = Place::Anywhere;
     void (Editor::*run)(const Words&) = nullptr;
     Edit (*makeEdit)(const XmlModel&, const Words&) = nullptr; ///< of an edit, which has no run
+    Work (*makeWork)(XmlModel&, const Words&) = nullptr;       ///< of what works on another thread, likewise
+    bool isForRuns = false;                                    ///< can be used while such a work is under way
 
     static const std::vector<Verb>& getAll();
 

@@ -5,4 +5,6 @@ namespace ModelEditor
 
 LineSource::~LineSource() = default;
 
+void LineSource::serve(Background& /*background*/) {}
+
 } // namespace ModelEditor

@@ -6,6 +6,8 @@
 namespace ModelEditor
 {
 
+class Background;
+
 /// Where command lines come from.
 ///
 /// Thread: one at a time.
@@ -22,6 +24,11 @@ public:
     /// @param prompt  what a person who types it is to see before it.
     /// @throws VdException if reading fails.
     virtual std::optional<std::string> next(const std::string& prompt) = 0;
+
+    /// Has @p background go on while next() waits for a person; where nobody types does nothing.
+    ///
+    /// @param background  must live as long as lines are read.
+    virtual void serve(Background& background);
 };
 
 } // namespace ModelEditor

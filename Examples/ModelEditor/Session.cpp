@@ -1,5 +1,6 @@
 #include "Examples/ModelEditor/Session.h"
 
+#include "Examples/ModelEditor/InterruptKey.h"
 #include "Examples/ModelEditor/LineSource.h"
 #include "Examples/ModelEditor/ModelFile.h"
 
@@ -39,13 +40,18 @@ Session::Session(XmlModel& edited, Settings chosen, std::ostream& results, std::
 
 bool Session::run(LineSource& source)
 {
+    source.serve(*this);
     bool allWell = true;
     bool ends = false;
     while (!ends)
     {
         const auto line = source.next(editor.getPrompt());
         ++lineNumber;
-        const bool isWell = line ? runLine(*line) : finish();
+        bool isWell = line ? runLine(*line) : finish();
+        if (!settings.isInteractive)
+        {
+            isWell = waitForRun() && isWell;
+        }
         allWell = allWell && isWell;
         out.flush();
         if (!isWell && !settings.isInteractive && !settings.keepsGoing)
@@ -67,7 +73,13 @@ bool Session::runLine(const std::string& line)
     }
     try
     {
+        const bool wasUnderWay = editor.isUnderWay();
         editor.run(line);
+        if (!wasUnderWay && editor.isUnderWay())
+        {
+            runLineNumber = lineNumber;
+            runStart = std::chrono::steady_clock::now();
+        }
         return true;
     }
     catch (const std::exception& exception)
@@ -77,8 +89,87 @@ bool Session::runLine(const std::string& line)
     }
 }
 
+const WakeUp& Session::getWakeUp() const
+{
+    return editor.getWakeUp();
+}
+
+bool Session::isUnderWay() const
+{
+    return editor.isUnderWay();
+}
+
+std::string Session::getPrompt() const
+{
+    constexpr int width = 20;
+    const int percent = editor.getPercent();
+    const auto seconds =
+        std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - runStart).count();
+    std::string bar(static_cast<std::size_t>(percent * width / 100), '#');
+    bar.resize(width, '.');
+    return "[" + bar + "] " + editor.getStatus() + ", " + std::to_string(seconds) + " s> ";
+}
+
+bool Session::goOn()
+{
+    return editor.goOn();
+}
+
+void Session::conclude()
+{
+    isRunWell = true;
+    try
+    {
+        editor.conclude();
+    }
+    catch (const std::exception& exception)
+    {
+        report(runLineNumber, exception.what());
+        isRunWell = false;
+    }
+    out.flush();
+}
+
+void Session::interrupt()
+{
+    editor.abort();
+}
+
+// A pipe is told of every quarter.
+bool Session::waitForRun()
+{
+    if (!editor.isUnderWay())
+    {
+        return true;
+    }
+    constexpr int quarter = 25;
+    int told = 0;
+    const InterruptKey key(editor.getWakeUp());
+    while (!editor.goOn())
+    {
+        if (const int percent = editor.getPercent(); !settings.isInteractive && percent / quarter > told)
+        {
+            told = percent / quarter;
+            out << "  " << percent << " %\n" << std::flush;
+        }
+        editor.getWakeUp().wait();
+        if (InterruptKey::takeStroke())
+        {
+            editor.abort();
+        }
+    }
+    conclude();
+    return isRunWell;
+}
+
+// Who ends the input cannot be asked any more whether to wait.
 bool Session::finish()
 {
+    if (settings.isInteractive)
+    {
+        editor.abort();
+        waitForRun();
+    }
     try
     {
         editor.finish();

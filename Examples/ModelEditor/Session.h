@@ -1,7 +1,9 @@
 #pragma once
 
+#include "Examples/ModelEditor/Background.h"
 #include "Examples/ModelEditor/Editor.h"
 
+#include <chrono>
 #include <cstddef>
 #include <ostream>
 #include <string>
@@ -17,7 +19,7 @@ class XmlModel;
 ///
 /// Ownership: refers to model and streams, which must live longer. Thread: the application's main thread
 /// only.
-class Session
+class Session : private Background
 {
 public:
     struct Settings
@@ -36,6 +38,9 @@ public:
     /// A person who ends with unsaved modules is asked whether to drop them; a script is warned. A group or a
     /// recording that has no end when the lines are over counts as a line that fails.
     ///
+    /// A line that starts work on another thread is over when that work is, and the interrupt key aborts it; but a
+    /// person can type on meanwhile, and is shown how far it has come.
+    ///
     /// Unless it is interactive or keeps going, it stops at the first line that fails, and what the script
     /// saves is written only after the last one.
     /// @return whether every line went well.
@@ -48,7 +53,15 @@ private:
         Output output;
     };
 
+    const WakeUp& getWakeUp() const override;
+    bool isUnderWay() const override;
+    std::string getPrompt() const override;
+    bool goOn() override;
+    void conclude() override;
+    void interrupt() override;
+
     bool runLine(const std::string& line);
+    bool waitForRun();
     bool finish();
     bool mayEnd(LineSource& source);
     void accept(Output output);
@@ -61,6 +74,10 @@ private:
     std::ostream& err;
     Editor editor;
     std::size_t lineNumber = 0;
+    // Of the line that has started what is under way.
+    std::size_t runLineNumber = 0;
+    std::chrono::steady_clock::time_point runStart;
+    bool isRunWell = true;
     std::vector<PendingOutput> pending;
 };
 

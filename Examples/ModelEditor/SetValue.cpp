@@ -82,6 +82,8 @@ std::string namesOfValues(XmlObject& object)
     return names.empty() ? "it has no values" : "name one of its values: " + names;
 }
 
+} // namespace
+
 void requireValue(const Selected& selected)
 {
     switch (selected.part)
@@ -98,8 +100,6 @@ void requireValue(const Selected& selected)
         break;
     }
 }
-
-} // namespace
 
 std::shared_ptr<CommandBase> makeSetCommand(const Selected& selected, const std::string& text)
 {

@@ -13,6 +13,9 @@ namespace ModelEditor
 
 struct Selected;
 
+/// @throws VdException that says what to do instead, if @p selected is no attribute or text that has a value.
+void requireValue(const Selected& selected);
+
 /// The command that gives the attribute or text @p selected the value that @p text says.
 ///
 /// @throws VdException if @p selected is no attribute or text that has a value to set, or @p text is not of

@@ -1,13 +1,22 @@
 #include "Examples/ModelEditor/TerminalLines.h"
 
+#include "Examples/ModelEditor/Background.h"
+#include "Examples/ModelEditor/WakeUp.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <histedit.h>
 
+#include <array>
+#include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
+#include <cwchar>
 #include <memory>
+#include <poll.h>
 #include <string>
+#include <unistd.h>
+#include <utility>
 
 namespace ModelEditor
 {
@@ -17,13 +26,8 @@ namespace
 
 constexpr int historySize = 1000;
 
-// A function without captures is all that libedit takes.
-char* getPrompt(EditLine* editLine)
-{
-    void* prompt = nullptr;
-    el_get(editLine, EL_CLIENTDATA, &prompt);
-    return static_cast<std::string*>(prompt)->data();
-}
+// How long the prompt that shows what is under way may be out of date.
+constexpr int refreshMilliseconds = 200;
 
 } // namespace
 
@@ -40,13 +44,16 @@ public:
         }
         HistEvent event{};
         ::history(history.get(), &event, H_SETSIZE, historySize);
-        el_set(editLine.get(), EL_CLIENTDATA, &prompt);
-        el_set(editLine.get(), EL_PROMPT, &getPrompt);
+        el_set(editLine.get(), EL_CLIENTDATA, this);
+        el_set(editLine.get(), EL_PROMPT, &givePrompt);
+        el_set(editLine.get(), EL_GETCFN, &giveKey);
         el_set(editLine.get(), EL_EDITOR, "emacs");
         el_set(editLine.get(), EL_HIST, &::history, history.get());
         el_set(editLine.get(), EL_SIGNAL, 1);
         el_set(editLine.get(), EL_SETTY, "-d", "intr=", nullptr);
-        el_set(editLine.get(), EL_BIND, "^C", "em-kill-line", nullptr);
+        el_set(editLine.get(), EL_ADDFN, "interrupt", "empty the line, or abort what is under way",
+               &onInterrupt);
+        el_set(editLine.get(), EL_BIND, "^C", "interrupt", nullptr);
         previousHandler = std::signal(SIGINT, SIG_IGN);
     }
 
@@ -58,14 +65,24 @@ public:
         std::signal(SIGINT, previousHandler);
     }
 
+    void serve(Background& served)
+    {
+        background = &served;
+    }
+
     std::optional<std::string> next(const std::string& text)
     {
-        prompt = text;
-        // Before the prompt is seen: a key struck at the prompt must not meet the terminal's own line editing, which
-        // would swallow the end key.
-        el_set(editLine.get(), EL_PREP_TERM, 1);
+        ownPrompt = text;
         int length = 0;
-        const char* typed = el_gets(editLine.get(), &length);
+        const char* typed = nullptr;
+        do
+        {
+            giveWay();
+            // Before the prompt is seen: a key struck at the prompt must not meet the terminal's own line editing,
+            // which would swallow the end key.
+            el_set(editLine.get(), EL_PREP_TERM, 1);
+            typed = el_gets(editLine.get(), &length);
+        } while (mustGiveWay);
         if (typed == nullptr || length <= 0)
         {
             std::fputs("\n", stdout);
@@ -91,6 +108,122 @@ private:
         }
     };
 
+    // Functions without captures are all that libedit takes.
+    static Editing& of(EditLine* editLine)
+    {
+        void* data = nullptr;
+        el_get(editLine, EL_CLIENTDATA, &data);
+        return *static_cast<Editing*>(data);
+    }
+
+    static char* givePrompt(EditLine* editLine)
+    {
+        auto& editing = of(editLine);
+        editing.shownPrompt =
+            editing.isBackgroundUnderWay() ? editing.background->getPrompt() : editing.ownPrompt;
+        return editing.shownPrompt.data();
+    }
+
+    static unsigned char onInterrupt(EditLine* editLine, int /*key*/)
+    {
+        auto& editing = of(editLine);
+        if (editing.isBackgroundUnderWay())
+        {
+            editing.background->interrupt();
+            return CC_NORM;
+        }
+        const LineInfo* const line = el_line(editLine);
+        el_cursor(editLine, static_cast<int>(line->lastchar - line->cursor));
+        el_deletestr(editLine, static_cast<int>(line->lastchar - line->buffer));
+        return CC_REFRESH;
+    }
+
+    static int giveKey(EditLine* editLine, wchar_t* key)
+    {
+        return of(editLine).readKey(*key);
+    }
+
+    bool isBackgroundUnderWay() const
+    {
+        return background != nullptr && background->isUnderWay();
+    }
+
+    // The next character; 0 ends the line, and -1 is a failure.
+    int readKey(wchar_t& key)
+    {
+        if (!waitForKey())
+        {
+            return 0;
+        }
+        std::mbstate_t state{};
+        char byte = 0;
+        while (true)
+        {
+            const auto count = read(STDIN_FILENO, &byte, 1);
+            if (count <= 0)
+            {
+                return static_cast<int>(count);
+            }
+            constexpr auto isIncomplete = static_cast<std::size_t>(-2);
+            constexpr auto isInvalid = static_cast<std::size_t>(-1);
+            const auto result = std::mbrtowc(&key, &byte, 1, &state);
+            if (result == isInvalid)
+            {
+                key = static_cast<unsigned char>(byte);
+            }
+            if (result != isIncomplete)
+            {
+                return 1;
+            }
+        }
+    }
+
+    // False if what is under way is over, so that the line must give way to what came of it.
+    bool waitForKey()
+    {
+        while (true)
+        {
+            const bool isUnderWay = isBackgroundUnderWay();
+            std::array<pollfd, 2> waiting{{{.fd = STDIN_FILENO, .events = POLLIN, .revents = 0},
+                                           {.fd = isUnderWay ? background->getWakeUp().getDescriptor() : -1,
+                                            .events = POLLIN,
+                                            .revents = 0}}};
+            const int ready = poll(waiting.data(), waiting.size(), isUnderWay ? refreshMilliseconds : -1);
+            if (waiting[1].revents != 0)
+            {
+                background->getWakeUp().wait();
+                if (background->goOn())
+                {
+                    const LineInfo* const line = el_line(editLine.get());
+                    typedSoFar.assign(line->buffer, line->lastchar);
+                    mustGiveWay = true;
+                    return false;
+                }
+            }
+            if (isUnderWay && waiting[0].revents == 0)
+            {
+                el_set(editLine.get(), EL_REFRESH);
+            }
+            if (waiting[0].revents != 0 || (ready < 0 && errno != EINTR))
+            {
+                return true;
+            }
+        }
+    }
+
+    // Prints what came of what is over, and goes back to the line that was being typed.
+    void giveWay()
+    {
+        if (!std::exchange(mustGiveWay, false))
+        {
+            return;
+        }
+        std::fputs("\n", stdout);
+        std::fflush(stdout);
+        background->conclude();
+        el_push(editLine.get(), typedSoFar.c_str());
+    }
+
     std::string remember(std::string line)
     {
         if (line.find_first_not_of(" \t\r\n") != std::string::npos)
@@ -105,9 +238,13 @@ private:
         return line;
     }
 
-    std::string prompt;
+    std::string ownPrompt;
+    std::string shownPrompt;
     std::unique_ptr<EditLine, EndEditLine> editLine;
     std::unique_ptr<History, EndHistory> history;
+    Background* background = nullptr;
+    bool mustGiveWay = false;
+    std::string typedSoFar;
     void (*previousHandler)(int) = nullptr;
 };
 
@@ -118,6 +255,11 @@ TerminalLines::~TerminalLines() = default;
 std::optional<std::string> TerminalLines::next(const std::string& prompt)
 {
     return editing->next(prompt);
+}
+
+void TerminalLines::serve(Background& background)
+{
+    editing->serve(background);
 }
 
 } // namespace ModelEditor

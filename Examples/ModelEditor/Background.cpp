@@ -1,0 +1,8 @@
+#include "Examples/ModelEditor/Background.h"
+
+namespace ModelEditor
+{
+
+Background::~Background() = default;
+
+} // namespace ModelEditor

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+
+namespace ModelEditor
+{
+
+class WakeUp;
+
+/// Work that goes on while a line is typed.
+///
+/// Thread: the main thread only.
+class Background
+{
+public:
+    Background() = default;
+    Background(const Background&) = delete;
+    Background& operator=(const Background&) = delete;
+    virtual ~Background();
+
+    /// What is signalled when goOn() is to be called.
+    virtual const WakeUp& getWakeUp() const = 0;
+
+    virtual bool isUnderWay() const = 0;
+
+    /// What a person who can type meanwhile is to see of it.
+    virtual std::string getPrompt() const = 0;
+
+    /// Takes the work a step further. @return whether it is over; conclude() must follow then.
+    virtual bool goOn() = 0;
+
+    /// Prints what came of it.
+    virtual void conclude() = 0;
+
+    /// The interrupt key was struck.
+    virtual void interrupt() = 0;
+};
+
+} // namespace ModelEditor

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "Service/CommandPattern/ThreadedCommand.h"
+
+#include <pugixml.hpp>
+
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace ModelEditor
+{
+
+/// Looks a whole model through for what does not fit together:
+/// - elements of the same tag and name in the same element;
+/// - references to nothing: an attribute that is called like the tag of elements with names (`link="arm"`), where no
+///   element of that tag has the name;
+/// - prefixes of attributes or elements that no element around them declares.
+///
+/// Changes nothing, and is not kept for undo.
+///
+/// Ownership: refers to the model's nodes, which must live longer.
+/// Thread: the run has the model for itself; otherwise as Valdane::ThreadedCommand.
+class CheckCmd : public Valdane::ThreadedCommand
+{
+public:
+    /// @param elements  their number below and with @p root, for the progress.
+    CheckCmd(pugi::xml_node root, std::size_t elements);
+    ~CheckCmd() override;
+
+    void run() override;
+    void finishRun() override;
+    void undo() override;
+    bool isAddableToCommandManager() const override;
+
+    /// What the last run found, in the order of the file; what it had found up to then if it was aborted.
+    const std::vector<std::string>& getFindings() const noexcept;
+
+private:
+    void forEachElement(double from, const std::function<void(pugi::xml_node)>& look);
+    void collectNames(pugi::xml_node element);
+    void checkNames(pugi::xml_node element);
+    void checkAttributes(pugi::xml_node element);
+
+    pugi::xml_node top;
+    double size;
+    std::map<std::string, std::set<std::string>> namesOfTags;
+    std::vector<std::string> findings;
+};
+
+} // namespace ModelEditor

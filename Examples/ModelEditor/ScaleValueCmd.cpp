@@ -1,0 +1,119 @@
+#include "Examples/ModelEditor/ScaleValueCmd.h"
+
+#include "Examples/ModelEditor/SetValue.h"
+#include "Examples/ModelEditor/ValueText.h"
+#include "Examples/ModelEditor/Words.h"
+#include "Examples/ModelEditor/XmlModel.h"
+#include "Platform/ExceptionHandling/VdException.h"
+#include "Platform/Logging/LogMessage.h"
+
+#include <charconv>
+#include <cmath>
+#include <exception>
+#include <utility>
+
+namespace ModelEditor
+{
+
+namespace
+{
+
+using Valdane::VdException;
+
+// The text of a number that was multiplied. A whole number that is none any more is left for its attribute to refuse.
+std::string scaled(const std::string& text, double factor)
+{
+    const ValueType type = typeOf(text);
+    if (type == ValueType::Bool || type == ValueType::String)
+    {
+        throw VdException(shown(text) + " is not a number");
+    }
+    double value = 0;
+    // A sign in front is part of the number here, but not for the conversion.
+    std::from_chars(text.data() + (text.starts_with('+') ? 1 : 0), text.data() + text.size(), value);
+    value *= factor;
+    constexpr double largestWholeNumber = 4294967295.0;
+    const bool isWhole = std::abs(value) <= largestWholeNumber && std::trunc(value) == value;
+    return type != ValueType::Double && isWhole ? std::to_string(std::llround(value)) : textOf(value);
+}
+
+} // namespace
+
+ScaleValueCmd::ScaleValueCmd(XmlObject& object, const std::string& name, double factor)
+    : ThreadedCommand("Scale " + object.getAddress() + "/" + object.getStep(name)),
+      root(object.getRootObjectAlt()),
+      path(object.getPath(nullptr, name, Valdane::RequestedPathType::FromRoot)),
+      by(factor)
+{
+}
+
+ScaleValueCmd::~ScaleValueCmd() = default;
+
+void ScaleValueCmd::run()
+{
+    done.reset();
+    failure.clear();
+    getProgressPtr()->sendMessage(
+        Valdane::LogMessage(getDescription(), Valdane::LogMessage::Type::Info, std::string()));
+    try
+    {
+        prepared = prepare();
+    }
+    catch (const std::exception& exception)
+    {
+        failure = exception.what();
+        getProgressPtr()->setComplete();
+        throw;
+    }
+}
+
+void ScaleValueCmd::finishRun()
+{
+    const auto change = std::exchange(prepared, nullptr);
+    if (!isAborted())
+    {
+        change->execute();
+        done = change;
+    }
+    getProgressPtr()->setComplete();
+}
+
+void ScaleValueCmd::undo()
+{
+    if (done != nullptr)
+    {
+        done->undo();
+    }
+}
+
+void ScaleValueCmd::redo()
+{
+    if (done != nullptr)
+    {
+        done->redo();
+    }
+}
+
+const std::string& ScaleValueCmd::getFailure() const noexcept
+{
+    return failure;
+}
+
+std::shared_ptr<Valdane::CommandBase> ScaleValueCmd::prepare() const
+{
+    const auto tree = root.lock();
+    const auto object = tree == nullptr ? nullptr
+                                        : std::dynamic_pointer_cast<XmlObject>(tree->getObject(
+                                              path, Valdane::GetObjectBehavior::EmptyIfMissing));
+    if (object == nullptr)
+    {
+        throw VdException("there is no value at " + path.toString());
+    }
+    const Selected value{.object = object,
+                         .part = Part::Value,
+                         .name = path.getAttributeName(),
+                         .text = object->getText(path.getAttributeName())};
+    return makeSetCommand(value, scaled(value.text, by));
+}
+
+} // namespace ModelEditor
