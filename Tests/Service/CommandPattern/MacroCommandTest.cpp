@@ -26,6 +26,7 @@ static_assert(!std::is_copy_constructible_v<MacroCommand>);
 static_assert(!std::is_copy_assignable_v<MacroCommand>);
 static_assert(std::is_nothrow_move_constructible_v<MacroCommand>);
 static_assert(std::is_nothrow_move_assignable_v<MacroCommand>);
+static_assert(std::is_same_v<decltype(&MacroCommand::size), unsigned long long (MacroCommand::*)() const>);
 
 constexpr double whole = LegacyProgress::FullRange;
 

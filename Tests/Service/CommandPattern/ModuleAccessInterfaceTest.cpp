@@ -18,7 +18,9 @@ namespace
 using Modules = std::set<const Object*>;
 
 static_assert(std::has_virtual_destructor_v<ModuleAccessInterface>);
-static_assert(std::is_copy_constructible_v<ModuleAccessInterface>);
+static_assert(std::is_default_constructible_v<ModuleAccessInterface>);
+static_assert(std::is_copy_constructible_v<ModuleAccessInterface> &&
+              std::is_copy_assignable_v<ModuleAccessInterface>);
 static_assert(std::same_as<decltype(&ModuleAccessInterface::getModifiedModulesFromBusiness),
                            Modules (ModuleAccessInterface::*)()>);
 static_assert(std::same_as<decltype(&ModuleAccessInterface::getSaveOnNextSaveModulesFromBusiness),

@@ -287,6 +287,8 @@ TEST_F(MacroCommandOrder, AnUnknownLayoutOnlyAddsTheRatesAndResets)
     class Preparing : public MacroCommand
     {
     public:
+        static_assert(Execute == 0 && Undo == 1);
+
         static void prepareUnknown(Preparing& preparing)
         {
             preparing.prepareProgress(static_cast<Prepare>(2));
@@ -613,6 +615,30 @@ TEST_F(MacroCommandOrder, AFailureAfterTheWorkWasDoneCountsAsAFailureOfTheComman
         EXPECT_THAT(Lines(error == lines.end() ? error : error + 1, lines.end()),
                     ElementsAreArray(step("Undo", "A")))
             << at;
+    }
+}
+
+/// The macro's own progress is no sub-command's work: nothing is logged, nothing rolled back.
+TEST_F(MacroCommandOrder, WhatTheMacrosOwnProgressThrowsIsNoFailureOfASubCommand)
+{
+    addThree();
+    for (const std::string at : {"M.progress.reset", "M.progress.setComplete"})
+    {
+        LegacyProgress::onCall = [&](const std::string& call)
+        {
+            if (call == at)
+            {
+                fail();
+            }
+        };
+        for (const auto operation : {&MacroCommand::execute, &MacroCommand::undo, &MacroCommand::redo})
+        {
+            EXPECT_THROW((macro.*operation)(), std::runtime_error) << at;
+
+            const Lines lines = takeJournal();
+            EXPECT_EQ(lines.back(), at);
+            EXPECT_THAT(lines, testing::Not(testing::Contains(HasSubstr("error"))));
+        }
     }
 }
 
