@@ -363,6 +363,9 @@ TEST_F(SetAttributecommandFactoryTest, AnObjectThatIsGoneIsAnErrorThatNamesThePa
 
     EXPECT_EQ(messageOf([&] { factory.createCommand(attribute.get(), "1", ""); }),
               "There is no object at '/pump'.");
+    EXPECT_EQ(messageOf([&] { factory.createCommand(attribute.get(), "12a", ""); }),
+              "There is no object at '/pump'.")
+        << "the object comes before the text";
 }
 
 TEST_F(SetAttributecommandFactoryTest, NoObjectAndNoDescriptionAreErrors)

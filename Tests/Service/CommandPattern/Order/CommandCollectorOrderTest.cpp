@@ -295,7 +295,46 @@ TEST_F(CommandCollectorOrder, ACommandCollectedTwiceIsReturnedTwice)
     EXPECT_EQ(takeCollected(), "A A");
 }
 
-/// The private manager goes first: a command that dies with it can still tell that the collector listens.
+TEST_F(CommandCollectorOrder, ARecordingThatCannotBeTakenGoesOn)
+{
+    collector->connect(true);
+    collect("A");
+    modules->onAsk = []
+    {
+        throw std::runtime_error("not now");
+    };
+
+    EXPECT_THROW(collector->getExecutedCommands(), std::runtime_error);
+
+    modules->onAsk = nullptr;
+    EXPECT_EQ(queues(), "[A|]");
+    collect("B");
+    EXPECT_EQ(takeCollected(), "A B");
+}
+
+TEST_F(CommandCollectorOrder, ItsManagerDiesBeforeTheRecordedCommands)
+{
+    const auto makeDying = [](const std::string& name)
+    {
+        // The deleter notes the death without another kind of command.
+        return std::shared_ptr<RecordingCommand>(new RecordingCommand(name),
+                                                 [name](RecordingCommand* command)
+                                                 {
+                                                     note(name + " dies");
+                                                     delete command;
+                                                 });
+    };
+    collector->connect(true);
+    source().addCommand(makeDying("recorded"));
+    manager.clear();
+    source().addCommandToMergeWithNextCommand(makeDying("pending"), false);
+    takeJournal();
+
+    collector.reset();
+
+    EXPECT_THAT(takeJournal(), ElementsAre("  pending dies", "  recorded dies"));
+}
+
 TEST_F(CommandCollectorOrder, TheDestructorLeavesTheTargetAlone)
 {
     collector->connect(true);

@@ -221,6 +221,25 @@ TEST_F(ClearDynamicAttributesCmdOrder, UndoWithNothingSavedOnlyAnnounces)
     EXPECT_NE(pump()->dynamicAttributes, nullptr);
 }
 
+TEST_F(ClearDynamicAttributesCmdOrder, UndoGivesBackWhatTheLastExecutionTookAlsoIfThatWasNothing)
+{
+    const auto first = std::make_shared<DynamicAttributeCollection>();
+    const auto second = std::make_shared<DynamicAttributeCollection>();
+    ClearDynamicAttributesCmd command(pump(), "");
+    pump()->dynamicAttributes = first;
+    command.execute();
+    pump()->dynamicAttributes = second;
+    command.execute();
+    EXPECT_EQ(first.use_count(), 1) << "the command lets go of it";
+    command.undo();
+    EXPECT_EQ(pump()->dynamicAttributes, second);
+
+    command.execute();
+    command.execute();
+    command.undo();
+    EXPECT_EQ(pump()->dynamicAttributes, nullptr);
+}
+
 TEST_F(ClearDynamicAttributesCmdOrder, AnObjectWithoutDynamicAttributesIsClearedAndAnnouncedAllTheSame)
 {
     ClearDynamicAttributesCmd command(pump(), "");
