@@ -44,6 +44,8 @@ static_assert(
     std::same_as<decltype(&CommandManager::getQueueSize), std::uint64_t (CommandManager::*)() const>);
 static_assert(
     std::same_as<decltype(&CommandManager::getMaxQueueSize), std::uint32_t (CommandManager::*)() const>);
+static_assert(std::same_as<decltype(CommandManager::ChangeTrackerCount), const std::uint64_t> &&
+              CommandManager::ChangeTrackerCount == 2);
 static_assert(CommandManager::CommandUndone == 0 && CommandManager::CommandRedone == 1 &&
               CommandManager::QueueCleared == 2 && CommandManager::CommandAdded == 3);
 static_assert(std::convertible_to<CommandManager::QueueChangeReason, int>, "an unscoped enumeration");
@@ -874,6 +876,30 @@ TEST_F(CommandManagerLifetime, CommandsThatOnlyTheQueuesHoldDieWithTheManager)
     EXPECT_EQ(held.use_count(), 1);
 }
 
+TEST_F(CommandManagerLifetime, AManagerThatDiesTellsNobody)
+{
+    auto other = std::make_unique<CommandManager>();
+    other->addCommand(std::make_shared<ScriptedCommand>("A"));
+    other->addCommand(std::make_shared<ScriptedCommand>("B"));
+    other->undo(1);
+    int calls = 0;
+    const auto call = [&calls](const auto&...)
+    {
+        ++calls;
+    };
+    std::vector<Signals::Connection> connections;
+    connections.push_back(other->connectToSigCommandExecuted(call));
+    connections.push_back(other->connectToSigCommandFailed(call));
+    connections.push_back(other->connectToSigCommandQueueChanged(call));
+    connections.push_back(other->connectToSigCommandUndone(call));
+    connections.push_back(other->connectToSigThreadedCommandFinished(call));
+    connections.push_back(other->connectToSigUndoRedoProcessCompleted(call));
+
+    other.reset();
+
+    EXPECT_EQ(calls, 0);
+}
+
 TEST_F(CommandManagerLifetime, ACommandThatDiesInClearMayAskAndChangeTheManager)
 {
     std::vector<std::uint64_t> sizes;
@@ -1023,6 +1049,40 @@ TEST_F(CommandManagerSlots, AreCalledInTheOrderInWhichTheyWereConnected)
     add("A");
 
     EXPECT_EQ(called, "123");
+}
+
+TEST_F(CommandManagerSlots, OfEverySignalOfTheQueuesAreCalledInThatOrder)
+{
+    std::string called;
+    std::vector<Signals::Connection> connections;
+    for (const std::string number : {"1 ", "2 "})
+    {
+        const auto append = [&called, number](const std::string& signal)
+        {
+            return [&called, text = signal + number](const auto&...)
+            {
+                called += text;
+            };
+        };
+        connections.push_back(manager.connectToSigCommandExecuted(append("executed")));
+        connections.push_back(manager.connectToSigCommandFailed(append("failed")));
+        connections.push_back(manager.connectToSigCommandQueueChanged(append("changed")));
+        connections.push_back(manager.connectToSigCommandUndone(append("undone")));
+        connections.push_back(manager.connectToSigUndoRedoProcessCompleted(append("completed")));
+    }
+    const auto command = add("A");
+    EXPECT_EQ(called, "changed1 changed2 executed1 executed2 ");
+    called.clear();
+    manager.undo(1);
+    EXPECT_EQ(called, "undone1 undone2 changed1 changed2 ");
+    called.clear();
+    command->onRedo = []
+    {
+        throw std::runtime_error("no power");
+    };
+    manager.redo(1);
+    manager.emitSigUndoRedoProcessCompleted();
+    EXPECT_EQ(called, "failed1 failed2 completed1 completed2 ");
 }
 
 TEST_F(CommandManagerSlots, AreCalledNoMoreOnceTheirConnectionIsGone)

@@ -174,6 +174,18 @@ TEST_F(CommandManagerIntakeOrder, TheMergedMacroTakesOverTheDescriptionOfTheMome
     EXPECT_EQ(queues(), "[B|]");
 }
 
+TEST_F(CommandManagerIntakeOrder, TheMergedMacroTakesOverTheOverriddenDescriptionAsItsOwn)
+{
+    addToMerge("A");
+    const auto next = std::make_shared<MacroCommand>();
+    next->addCommand(make("B"));
+    manager.addExecutedCommand(next);
+
+    const std::shared_ptr<CommandBase> merged = manager.takeLastExecutedCommand();
+    ASSERT_NE(merged, next);
+    EXPECT_EQ(merged->getLogDescription(), "B");
+}
+
 TEST_F(CommandManagerIntakeOrder, OneForwardFlagIsEnoughAndAMergeResetsIt)
 {
     addToMerge("A", true);
@@ -312,6 +324,18 @@ TEST_F(CommandManagerIntakeOrder, ClearForgetsWhatWaitsToBeMerged)
     EXPECT_EQ(takeMerged(), "B");
 }
 
+TEST_F(CommandManagerIntakeOrder, PendingCommandsStayWhenTheQueuesCannotBeCleared)
+{
+    addToMerge("A", true);
+    modules->onAsk = fail;
+    EXPECT_THROW(manager.clear(), std::runtime_error);
+    modules->onAsk = nullptr;
+
+    add("B");
+
+    EXPECT_EQ(takeMerged(), "forward B: B A");
+}
+
 TEST_F(CommandManagerIntakeOrder, PendingCommandsOutliveUndoRedoFailuresAndTakingTheLastCommand)
 {
     add("A");
@@ -406,6 +430,22 @@ TEST_F(CommandManagerIntakeOrder, PendingCommandsStayWhenTheModulesCannotBeAsked
     modules->onAsk = nullptr;
     add("F");
     EXPECT_EQ(takeMerged(), "forward F: F C D");
+}
+
+TEST_F(CommandManagerIntakeOrder, ACommandAddedToMergeByTheModuleInterfaceWaitsForTheNextOne)
+{
+    addToMerge("A");
+    modules->onAsk = [&]
+    {
+        modules->onAsk = nullptr;
+        EXPECT_TRUE(manager.addCommandToMergeWithNextCommand(make("B"), true));
+    };
+
+    add("C");
+
+    EXPECT_EQ(takeMerged(), "C: C A");
+    add("D");
+    EXPECT_EQ(takeMerged(), "forward D: D B");
 }
 
 TEST_F(CommandManagerIntakeOrder, CommandsAddedToMergeByTheModuleInterfaceComeAfterThoseThatWereWaiting)

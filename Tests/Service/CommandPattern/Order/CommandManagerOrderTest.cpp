@@ -4,6 +4,7 @@
 #include "Platform/Logging/Logging.h"
 #include "RecordingCommand.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/ModuleAccessInterface.h"
 
 #include <gmock/gmock.h>
@@ -589,6 +590,53 @@ TEST_F(CommandManagerOrder, TheTracesUseTheDescriptionAlsoWhereThatIsEmpty)
     EXPECT_THAT(lines, testing::Contains("* trace: Execute command ''..."));
     EXPECT_THAT(lines, testing::Contains("* trace: Command '' executed."));
     EXPECT_THAT(lines, testing::Contains("* trace: Execute Undo command ''..."));
+}
+
+TEST_F(CommandManagerOrder, EachTraceHasTheDescriptionOfItsMoment)
+{
+    const auto command = std::make_shared<RecordingCommand>("A");
+    command->onExecute = [&]
+    {
+        command->setDescription("B");
+    };
+    command->onUndo = [&]
+    {
+        command->setDescription("C");
+    };
+    command->onRedo = [&]
+    {
+        command->setDescription("D");
+    };
+    manager.addCommand(command);
+    manager.undo(1);
+    manager.redo(1);
+
+    std::vector<std::string> texts;
+    for (const Logging::Line& line : Logging::lines)
+    {
+        texts.push_back(line.text);
+    }
+    EXPECT_THAT(texts, ElementsAre("Execute command 'A'...", "Command 'B' executed.",
+                                   "Execute Undo command 'B'...", "Undo command 'C' executed.",
+                                   "Execute Redo command 'C'...", "Redo command 'D' executed."));
+}
+
+/// A macro without a description is known to users by its first sub-command's.
+TEST_F(CommandManagerOrder, TracesAndFailuresHaveTheOverriddenDescription)
+{
+    const auto part = std::make_shared<RecordingCommand>("part");
+    const auto macro = std::make_shared<MacroCommand>();
+    macro->addCommand(part);
+
+    EXPECT_TRUE(manager.addCommand(macro));
+    EXPECT_THAT(takeJournal(), testing::IsSupersetOf({"* trace: Execute command 'part'...",
+                                                      "* trace: Command 'part' executed."}));
+    part->onUndo = fail;
+    EXPECT_FALSE(manager.undo(1));
+    EXPECT_THAT(takeJournal(),
+                testing::IsSupersetOf({"* trace: Execute Undo command 'part'...",
+                                       "  error: Undo of command 'part' failed with exception: no power",
+                                       "  failed(no power, part) [part|]"}));
 }
 
 TEST_F(CommandManagerOrder, NoTraceTextIsBuiltWhenNobodyReadsIt)

@@ -4,10 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace Valdane
 {
@@ -279,6 +281,26 @@ TEST_F(CommandManagerTrackingOrder, ASaveWithSomethingToUndoLeavesTheBaseSetAlon
     EXPECT_EQ(modifiedOf(0), "d");
 }
 
+TEST_F(CommandManagerTrackingOrder, AnEntryMovesWithTheSetsThatItHadWhenItsUndoOrRedoBegan)
+{
+    modules->all = {d};
+    manager.markAllModulesBeforeFirstCommandAsModified();
+    const auto command = add("A", {a});
+    command->onUndo = [this]
+    {
+        manager.adjustOnSave(0);
+    };
+    command->onRedo = [this]
+    {
+        manager.adjustOnSave(1);
+    };
+
+    manager.undo(1);
+    EXPECT_EQ(modifiedOf(0), "d");
+    manager.redo(1);
+    EXPECT_EQ(modifiedOf(1), "ad");
+}
+
 TEST_F(CommandManagerTrackingOrder, TrimmingKeepsTheStateBeforeTheLastCommandDropped)
 {
     add("A", {a});
@@ -416,6 +438,61 @@ TEST_F(CommandManagerTrackingOrder, ANewInterfaceIsAskedFromThenOnAndRecordedSet
 
     EXPECT_TRUE(previous.expired());
     EXPECT_EQ(modifiedOf(0), "ab");
+}
+
+TEST_F(CommandManagerTrackingOrder, AnInterfaceMayReplaceItselfWhileItIsAsked)
+{
+    struct Case
+    {
+        std::function<void()> operation;
+        /// Which of its questions, counted from 1.
+        int question = 1;
+    };
+
+    const std::vector<Case> cases = {
+        {.operation =
+             [this]
+         {
+             manager.addExecutedCommand(std::make_shared<RecordingCommand>("A"));
+         }},
+        {.operation =
+             [this]
+         {
+             manager.clear();
+         }},
+        {.operation =
+             [this]
+         {
+             manager.getModifiedModules(0);
+         }},
+        {.operation = [this] { manager.getModifiedOrSaveOnNextSaveModules(0); }, .question = 2},
+        {.operation =
+             [this]
+         {
+             manager.markAllModulesBeforeFirstCommandAsModified();
+         }},
+    };
+    for (const Case& one : cases)
+    {
+        auto asked = std::make_shared<AskedModules>();
+        const std::weak_ptr<AskedModules> watched = asked;
+        manager.setModuleAccessInterface(asked);
+        int questions = 0;
+        asked->onAsk = [&]
+        {
+            if (++questions == one.question)
+            {
+                manager.setModuleAccessInterface(modules);
+                note(watched.expired() ? "died while it was asked" : "still alive");
+            }
+        };
+        asked.reset();
+
+        one.operation();
+
+        EXPECT_THAT(takeJournal(), testing::Contains("  still alive"));
+        EXPECT_TRUE(watched.expired());
+    }
 }
 
 TEST(CommandManagerWithoutModules, ReportsNoneWhateverTheQueuesHold)
