@@ -48,7 +48,7 @@ public:
     ///
     /// @return a macro, never empty as a pointer, of the recorded commands that were in the target's undo queue,
     ///         oldest first. One that was undone, dropped by the limit or merged into another is not among them.
-    /// @throws as CommandManager::clear(), the recording then going on
+    /// @throws as CommandManager::takeExecutedCommands(), the recording then going on
     /// Cost: linear in the target's undo queue, with a logarithm.
     std::shared_ptr<MacroCommand> getExecutedCommands();
 

@@ -36,7 +36,9 @@ class ThreadedMacroCommand;
 /// error line, emits sigCommandFailed, and the operation answers false; the queues are then as before the
 /// command that failed. Everything else passes through to the caller: exceptions of other types, and whatever
 /// slots and the module access interface throw, by then with the entry where it belongs; what would have come
-/// after the throw (the limit, further signals) is left out. However an operation ends, isProcessingCommand() is false after it (after addCommandToMergeWithNextCommand(): as before).
+/// after the throw (the limit, further signals) is left out. However an operation that runs a command ends,
+/// isProcessingCommand() is false after it; but a threaded command may be under way then, and
+/// addCommandToMergeWithNextCommand() leaves it as it was.
 ///
 /// Threaded commands. One at a time can be under way, in the worker slot:
 ///
@@ -113,11 +115,14 @@ public:
     /// Takes all commands out of the undo queue as one macro, oldest first, then does what clear() does.
     ///
     /// @return the macro, without a description; empty, with nothing changed, if there is nothing to undo.
-    /// @throws as clear()
+    /// @throws as clear(); when it is a slot that throws, the commands have left the queues and are lost.
     std::shared_ptr<MacroCommand> takeExecutedCommands();
 
-    /// Takes the newest command out of the undo queue. Emits nothing. What the command modified does not count
-    /// as modified from then on.
+    /// Takes the newest command out of the undo queue. Emits nothing.
+    ///
+    /// What counts as modified is then what did after the command below it; without one, what did before the
+    /// next command to redo, where the commands that were taken still count; and without that either, what did
+    /// before the oldest command.
     ///
     /// @return the command; empty if there is nothing to undo.
     std::shared_ptr<CommandBase> takeLastExecutedCommand();
@@ -125,7 +130,8 @@ public:
     /// Undoes up to @p count commands, newest first. Each one undone emits sigCommandUndone, then
     /// sigCommandQueueChanged(CommandUndone).
     ///
-    /// A command that is not redo-capable empties the redo queue instead of moving there.
+    /// A command that is not redo-capable empties the redo queue instead of moving there; so does one whose
+    /// isRedoCapable() throws, which passes through to the caller whatever its type is.
     ///
     /// @return false if a command threw: it stays on top of the undo queue, the ones before it stay undone.
     ///         True otherwise, also if there were fewer than @p count commands.
@@ -176,8 +182,9 @@ public:
     ///
     /// Applying it drops the oldest commands of the undo queue, and both queues whole where the redo queue
     /// alone is longer than the limit. Nothing is emitted. The limit is applied here, in
-    /// setUsesMaxQueueSize() and whenever a command is added; undo and redo never drop anything. A limit of 0
-    /// keeps no command, and not what they modified either.
+    /// setUsesMaxQueueSize() and whenever a command is added; undo and redo never drop anything. Where it
+    /// leaves no command in either queue, as a limit of 0 does, not all that they modified counts as modified
+    /// any more.
     void setMaxQueueSize(std::uint32_t size);
 
     bool usesMaxQueueSize() const;
@@ -209,11 +216,17 @@ public:
     std::set<const Object*> getModifiedOrSaveOnNextSaveModules(std::uint64_t tracker) const;
 
     /// Tells that the application has saved: what is now is the save point of @p tracker. The other tracker
-    /// is not affected. Cost: linear in both queues.
+    /// is not affected. What the module access interface itself reports as modified is not either: it counts
+    /// until the application resets its marks. Cost: linear in both queues.
     void adjustOnSave(std::uint64_t tracker);
 
     /// Has all modules of the application count as modified, for all trackers, in the state before the oldest
     /// command: for data that were loaded in a state that must be saved.
+    ///
+    /// To be called while both queues are empty: commands that are in them keep what they remember, so that
+    /// undoing them all does not lead to that state.
+    ///
+    /// @throws what the module access interface throws; nothing has changed then.
     void markAllModulesBeforeFirstCommandAsModified();
 
     /// Puts @p command into the worker slot and starts its run; empty is ignored.
@@ -278,7 +291,8 @@ public:
     /// ended. Shared with the caller; held longer than the manager, it lets a run under way come to its end.
     std::shared_ptr<ThreadManager> getThreadManager() const;
 
-    /// After a command was executed and queued, and after each one that was redone.
+    /// After a command that the manager executed was queued, and after each one that was redone; not after
+    /// addExecutedCommand() and addCommandToMergeWithNextCommand().
     [[nodiscard]] Signals::Connection connectToSigCommandExecuted(const Signals::Slot<void()>& slot);
 
     /// When a command has thrown: with the exception's `what()` and the command's description. Both texts
@@ -286,7 +300,7 @@ public:
     [[nodiscard]] Signals::Connection
     connectToSigCommandFailed(const Signals::Slot<void(const char*, const std::string&)>& slot);
 
-    /// After each change of the queues, except those that the limit makes.
+    /// After each change of the queues, except those that the limit and takeLastExecutedCommand() make.
     [[nodiscard]] Signals::Connection
     connectToSigCommandQueueChanged(const Signals::Slot<void(CommandManager::QueueChangeReason)>& slot);
 

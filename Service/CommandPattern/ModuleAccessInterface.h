@@ -25,13 +25,17 @@ public:
     ModuleAccessInterface& operator=(const ModuleAccessInterface&);
     virtual ~ModuleAccessInterface();
 
-    /// The modules that the application's own data report as modified now.
+    /// The modules that the application's own data report as modified now. Asked when a command is queued and
+    /// at every question about modified modules.
     virtual std::set<const Object*> getModifiedModulesFromBusiness();
 
     /// The modules that the next save must write even if no command modified them.
     virtual std::set<const Object*> getSaveOnNextSaveModulesFromBusiness();
 
-    /// Tells the application to reset its own marks of modification, as the manager has taken note of them.
+    /// Tells the application to reset its own marks of modification, as the manager knows what is modified.
+    ///
+    /// Called after each command that was queued, undone or redone. Only queueing takes note of the marks:
+    /// those that were set outside of commands before an undo or redo are lost by it.
     virtual void markAllModulesInBusinessAsUnmodified();
 
     /// All modules, to be treated as modified.

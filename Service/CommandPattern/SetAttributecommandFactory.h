@@ -18,7 +18,7 @@ class Object;
 ///
 /// The text is converted with `boost::lexical_cast`, which wants all of it, without blanks: for the integers
 /// an optional sign and decimal digits (a sign before an unsigned one wraps it around as C++ does), for
-/// double also "nan" and "inf", for bool "0" or "1". A string takes every text as it is.
+/// double also "nan" and "inf", for bool the number 0 or 1. A string takes every text as it is.
 ///
 /// Thread: as CommandManager.
 class VALDANE_COMMANDPATTERN_EXPORT SetAttributecommandFactory : public CommandCreatorInterface
