@@ -247,6 +247,8 @@ TEST_F(CommandCollectorOrder, WithEverythingUndoneTheTargetKeepsItsRedoQueueAndT
 
     EXPECT_THAT(takeJournal(), IsEmpty());
     EXPECT_EQ(queues(), "[|A]");
+    manager.redo(1);
+    EXPECT_EQ(takeCollected(), "") << "what was recorded before does not count any more";
 }
 
 TEST_F(CommandCollectorOrder, WhatIsMergedInTheTargetIsNotReturned)

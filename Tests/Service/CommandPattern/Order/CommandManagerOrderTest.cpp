@@ -531,6 +531,21 @@ TEST_F(CommandManagerOrder, ACommandThatCannotTellWhetherItIsRedoCapableCannotBe
     EXPECT_EQ(queues(), "[|]");
 }
 
+TEST_F(CommandManagerOrder, NeitherCanOneThatThrowsWhatIsNoStandardExceptionWhenItIsAsked)
+{
+    add("A")->onIsRedoCapable = []
+    {
+        throw Stranger();
+    };
+    add("B");
+    manager.undo(1);
+
+    EXPECT_THROW(manager.undo(1), Stranger);
+
+    EXPECT_EQ(queues(), "[|]");
+    EXPECT_FALSE(manager.isProcessingCommand());
+}
+
 TEST_F(CommandManagerOrder, ANestedAddCommandClearsTheFlagOfTheOuterOne)
 {
     const auto outer = std::make_shared<RecordingCommand>("outer");

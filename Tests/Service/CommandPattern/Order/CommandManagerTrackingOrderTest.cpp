@@ -86,6 +86,22 @@ TEST_F(CommandManagerTrackingOrder, ClearAsksForBothTrackersBeforeItEmptiesTheQu
     EXPECT_EQ(modifiedOf(1), "b");
 }
 
+TEST_F(CommandManagerTrackingOrder, WhatDiesInClearFindsItsModulesStillModified)
+{
+    std::string seen;
+    modules->modified = {a};
+    manager.addExecutedCommand(std::shared_ptr<RecordingCommand>(new RecordingCommand("A"),
+                                                                 [&](RecordingCommand* command)
+                                                                 {
+                                                                     seen = modifiedOf(0);
+                                                                     delete command;
+                                                                 }));
+
+    manager.clear();
+
+    EXPECT_EQ(seen, "a");
+}
+
 TEST_F(CommandManagerTrackingOrder, ClearTakesOverWhatTheApplicationReportsAtThatMoment)
 {
     modules->modified = {c};

@@ -117,7 +117,7 @@ TEST_F(SetNameCmdOrder, TheHooksTakeOverWhereThereIsNoNameInterface)
 
         void setName(const std::string& name) override
         {
-            note("hook.setName(" + name + ")");
+            note("hook.setName(" + name + ") instead of " + getOldName());
         }
     };
 
@@ -132,8 +132,9 @@ TEST_F(SetNameCmdOrder, TheHooksTakeOverWhereThereIsNoNameInterface)
     EXPECT_EQ(command.getOldName(), "hooked");
     command.undo();
 
-    EXPECT_THAT(takeJournal(), ElementsAre("root.getObject(valve)", "hook.getName", "hook.setName(new)",
-                                           "root.getObject(valve)", "hook.setName(hooked)"));
+    EXPECT_THAT(takeJournal(),
+                ElementsAre("root.getObject(valve)", "hook.getName", "hook.setName(new) instead of hooked",
+                            "root.getObject(valve)", "hook.setName(hooked) instead of hooked"));
 }
 
 TEST_F(SetNameCmdOrder, TheHooksAreNotAskedWhereThereIsANameInterface)
