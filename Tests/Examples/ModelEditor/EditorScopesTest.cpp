@@ -92,6 +92,17 @@ TEST_F(EditorScopes, AnEditOfSeveralNodesIsDoneWhollyOrNotAtAll)
     EXPECT_EQ(run("modified"), "0 modules\n");
 }
 
+TEST_F(EditorScopes, OneElementWithoutTheNamespaceIsEnoughForTheNote)
+{
+    XmlModel mixed("<r><a xmlns:n='u'/><b/></r>", "mixed");
+    Editor other(
+        mixed, [](const Output&) {}, out);
+    other.run("annotate //a n:k v");
+    EXPECT_THAT(out.str(), testing::Not(HasSubstr("note")));
+    other.run("annotate //a|//b n:k v");
+    EXPECT_THAT(out.str(), HasSubstr("note: there is no xmlns:n around it"));
+}
+
 TEST_F(EditorScopes, WhatAFailingMacroRolledBackIsNotModified)
 {
     // The second node is of a type that takes the text but not the value.

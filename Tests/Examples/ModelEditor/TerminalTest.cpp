@@ -207,6 +207,9 @@ TEST_F(TerminalTest, TheEndKeyInAGroupEndsTheGroupOnly)
     terminal.type("\x04");
     EXPECT_THAT(terminal.waitFor(prompt),
                 HasSubstr("the group g has no end; the group g is ended, 1 step undone"));
+    terminal.type("find /a/@x\n");
+    EXPECT_THAT(terminal.waitFor("1 node"), HasSubstr("/a/@x = 1"));
+    terminal.waitFor(prompt);
     terminal.type("\x04");
     terminal.waitForEnd(status);
     EXPECT_EQ(status, 0);
