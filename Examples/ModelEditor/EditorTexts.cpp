@@ -41,36 +41,29 @@ std::string plural(std::uint64_t count, const std::string& noun)
 
 const std::string recordingHeader = "# Recorded by model-editor, to be played on the model as it was then.\n";
 
-const std::string_view editingHelp =
-    "\n"
-    "An XPATH says which: //link[@name='tool0'], //mass/@value (an attribute), //plugin/text() (a text).\n"
-    "An edit of several nodes is one step; if one of them cannot be edited, none is.\n"
-    "\n"
-    "What follows group, up to end, becomes one step, in which undo and redo go back and forth until then. "
-    "A\n"
-    "line that fails inside, whatever the reason, undoes the group and ends it.\n"
-    "\n"
-    "An edit after merge is done at once and becomes one step with the edit that follows. If undo, redo, "
-    "save,\n"
-    "export, limit, group, end, record or stop comes first, what was merged so far is a step of its own "
-    "(and\n"
-    "there is nothing to redo, as after every edit).\n"
-    "\n"
-    "What is done between record and stop can be undone one by one until stop, and is one step then. The "
-    "script\n"
-    "has what was not undone; played on the model as it was at record, it gives the model as it was at "
-    "stop.\n"
-    "\n"
-    "The modules of a model are the elements below its root; the root stands for its own values. A module "
-    "is\n"
-    "modified when it differs from the last save (or export), or before the first one from the file as it "
-    "was\n"
-    "opened: what is undone does not count; what was changed and then changed back by another edit does. "
-    "tree\n"
-    "marks modified modules with *.\n"
-    "\n"
-    "Words with blanks, quotes or # stand in double or single quotes; the rest of a line after # is a "
-    "comment.\n";
+const std::string_view editingHelp = R"(
+An XPATH says which: //link[@name='tool0'], //mass/@value (an attribute), //plugin/text() (a text).
+An edit of several nodes is one step; if one of them cannot be edited, none is. Values have the type
+of the text that they had when the model was opened.
+
+What follows group, up to end, becomes one step; undo and redo stay within it until then. A line that
+fails inside, whatever the reason, undoes the group and ends it.
+
+An edit after merge is done at once and becomes one step with the next edit. If something else comes
+first that needs a finished step (undo, redo, save, export, limit, group, end, record, stop), then what
+was merged so far is a step of its own. As after every edit, there is nothing to redo then.
+
+What is done between record and stop can be undone step by step up to stop, and is one step then. The
+script has what was not undone: played on the model as it was at record, it makes of it the model as
+it was at stop.
+
+The modules of a model are the elements below its root; the root stands for its own values. A module is
+modified if it differs from the last save (or export); before the first one, from the file as it was
+opened. Undoing back to what was saved makes it unmodified; changing it back by another edit does not.
+tree marks modified modules with *.
+
+Words with blanks, quotes or # stand in double or single quotes; the rest of a line after # is a comment.
+)";
 
 std::string describeSet(const XmlObject& object, const std::string& attribute, const std::string& value)
 {

@@ -136,9 +136,10 @@ const std::string_view Options::help =
     "  --log-level L     log lines on standard error: failures (error), or also every step (trace)\n"
     "  --keep-going      do not stop a script at a line that fails\n"
     "\n"
-    "Nothing is written but by the command save. A script stops at the first line that fails and then "
-    "writes\n"
-    "nothing: what it saves is written when it has run to its end. With --keep-going it is written at once.\n"
+    "Nothing is written but by the commands save, export and stop. A script stops at the first line that "
+    "fails\n"
+    "and then writes nothing: what it saves is written when it has run to its end. With --keep-going it is\n"
+    "written at once. Who ends with unsaved changes is asked at a terminal; a script is warned.\n"
     "The exit status is 0 if all went well, 1 if something failed, 2 if the command line is wrong.\n"
     "\n"
     "Commands:\n";
