@@ -87,6 +87,10 @@ void EditScope::start(const Work& work, const std::string& script, const std::fu
     {
         entrance.addThreadedCommand(work.command);
     }
+    if (entrance.getThreadManager()->getCurrentThread() == nullptr)
+    {
+        onThreadEnded();
+    }
 }
 
 // A thread that could not be started, which a macro has passed over, has nothing to wait for.
@@ -114,7 +118,8 @@ bool EditScope::goOn()
     modules->resetTo({});
     if (underWay.isFailed)
     {
-        throw VdException(failure);
+        // A macro that has failed too often does not say why.
+        throw VdException(failure.empty() ? "too many values cannot be changed" : failure);
     }
     return true;
 }

@@ -239,7 +239,10 @@ void Editor::runVerb(const Words& words)
 {
     const Verb& verb = Verb::find(words.front());
     const Words arguments(words.begin() + 1, words.end());
-    changes.clear();
+    if (underWay == nullptr)
+    {
+        changes.clear(); // else it is the other thread that adds to them
+    }
     try
     {
         verb.requireCount(arguments);
@@ -274,7 +277,6 @@ void Editor::start(const Verb& verb, const Words& words)
                                          .failure = {}});
     history.getCurrent().start(run->work, joinWords(words) + "\n", [this] { wakeUp.signal(); });
     underWay = std::move(run);
-    wakeUp.signal();
 }
 
 void Editor::requirePlace(const Verb& verb) const

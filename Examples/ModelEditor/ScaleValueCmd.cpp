@@ -21,12 +21,12 @@ namespace
 using Valdane::VdException;
 
 // The text of a number that was multiplied. A whole number that is none any more is left for its attribute to refuse.
-std::string scaled(const std::string& text, double factor)
+std::string scaled(const std::string& address, const std::string& text, double factor)
 {
     const ValueType type = typeOf(text);
     if (type == ValueType::Bool || type == ValueType::String)
     {
-        throw VdException(shown(text) + " is not a number");
+        throw VdException(address + ": " + shown(text) + " is not a number");
     }
     double value = 0;
     // A sign in front is part of the number here, but not for the conversion.
@@ -113,7 +113,7 @@ std::shared_ptr<Valdane::CommandBase> ScaleValueCmd::prepare() const
                          .part = Part::Value,
                          .name = path.getAttributeName(),
                          .text = object->getText(path.getAttributeName())};
-    return makeSetCommand(value, scaled(value.text, by));
+    return makeSetCommand(value, scaled(value.getAddress(), value.text, by));
 }
 
 } // namespace ModelEditor
