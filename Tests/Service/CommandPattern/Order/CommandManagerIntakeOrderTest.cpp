@@ -324,6 +324,23 @@ TEST_F(CommandManagerIntakeOrder, ClearForgetsWhatWaitsToBeMerged)
     EXPECT_EQ(takeMerged(), "B");
 }
 
+TEST_F(CommandManagerIntakeOrder, ACommandAddedToMergeInTheSlotOfClearIsNotForgotten)
+{
+    addToMerge("A");
+    onSignal = [this](const std::string& signal)
+    {
+        if (signal == "queueChanged 2")
+        {
+            EXPECT_TRUE(manager.addCommandToMergeWithNextCommand(make("B"), false));
+        }
+    };
+
+    manager.clear();
+
+    add("C");
+    EXPECT_EQ(takeMerged(), "C: C B");
+}
+
 TEST_F(CommandManagerIntakeOrder, PendingCommandsStayWhenTheQueuesCannotBeCleared)
 {
     addToMerge("A", true);
@@ -421,9 +438,12 @@ TEST_F(CommandManagerIntakeOrder, PendingCommandsStayWhenTheModulesCannotBeAsked
     EXPECT_EQ(takeMerged(), "forward B: B A");
     addToMerge("C", true);
     addToMerge("D");
-    modules->onAsk = fail;
+    modules->onAsk = []
+    {
+        throw Stranger();
+    };
 
-    EXPECT_THROW(manager.addExecutedCommand(make("E")), std::runtime_error);
+    EXPECT_THROW(manager.addExecutedCommand(make("E")), Stranger);
 
     EXPECT_THAT(takeJournal(), ElementsAre("  modules.modified"));
     EXPECT_EQ(queues(), "[|]");
