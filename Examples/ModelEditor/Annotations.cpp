@@ -47,9 +47,12 @@ void require(bool done)
 
 } // namespace
 
-Annotations::Annotations(XmlDocument& owner, pugi::xml_node annotated) : document(owner), element(annotated)
+Annotations::Annotations(XmlDocument& owner, pugi::xml_node annotated)
+    : document(owner),
+      source(owner.locate(annotated.name()).source),
+      element(annotated),
+      tag(StartTag::read(source.getOriginal(), owner.locate(annotated.name()).offset))
 {
-    tag = StartTag::read(document.getSource().getOriginal(), document.offsetOf(element.name()));
     for (const auto& attribute : tag.attributes)
     {
         if (isAnnotationName(attribute.name))
@@ -132,7 +135,7 @@ void Annotations::writeOriginal(const Original& original)
     const auto text = textIn(collection, place.name);
     put(place.whole, text ? std::nullopt : std::optional<std::string>(""));
     const bool isChanged = text && *text != original.text;
-    const char quote = document.getSource().getOriginal()[place.value.offset - 1];
+    const char quote = source.getOriginal()[place.value.offset - 1];
     const auto markupPlace = quote == '\'' ? MarkupPlace::SingleQuoted : MarkupPlace::DoubleQuoted;
     put(place.value,
         isChanged ? std::optional(toMarkup(*text, markupPlace, document.isAsciiOnly())) : std::nullopt);
@@ -142,11 +145,11 @@ void Annotations::put(Span span, const std::optional<std::string>& markup)
 {
     if (markup)
     {
-        document.getSource().replace(span, *markup);
+        source.replace(span, *markup);
     }
     else
     {
-        document.getSource().restore(span);
+        source.restore(span);
     }
 }
 

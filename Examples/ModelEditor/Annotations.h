@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Examples/ModelEditor/SourceText.h"
 #include "Examples/ModelEditor/StartTag.h"
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
 
@@ -49,6 +50,7 @@ private:
     std::vector<Valdane::DynamicAttributeCollection::Entry> getAdded() const;
 
     XmlDocument& document;
+    SourceText& source;
     pugi::xml_node element;
     StartTag tag;
     std::vector<Original> originals;

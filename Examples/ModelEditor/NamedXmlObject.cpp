@@ -1,7 +1,5 @@
 #include "Examples/ModelEditor/NamedXmlObject.h"
 
-#include "Examples/ModelEditor/XmlValue.h"
-
 #include <utility>
 
 namespace ModelEditor
@@ -21,11 +19,7 @@ std::string NamedXmlObject::getName() const
 
 void NamedXmlObject::setName(const std::string& name, bool notify)
 {
-    if (value == nullptr)
-    {
-        value = makeValue("name");
-    }
-    change(*value, "@name", name);
+    change({.name = "name", .step = "@name"}, name);
     if (notify)
     {
         emitSigChanged();

@@ -3,7 +3,6 @@
 #include "Examples/ModelEditor/XmlObject.h"
 #include "Platform/GeneralServices/NameInterface.h"
 
-#include <memory>
 #include <string>
 
 namespace ModelEditor
@@ -23,9 +22,6 @@ public:
     /// @param notify  whether the listeners of the object are told.
     /// @throws VdException if XML cannot hold @p name. Nothing has changed then.
     void setName(const std::string& name, bool notify) override;
-
-private:
-    std::unique_ptr<XmlValue> value;
 };
 
 } // namespace ModelEditor

@@ -25,16 +25,30 @@ void SourceText::restore(Span span)
 
 std::string SourceText::getCurrent() const
 {
+    return getCurrent({.offset = 0, .length = original.size()});
+}
+
+std::string SourceText::getCurrent(Span span) const
+{
     std::string result;
-    result.reserve(original.size());
-    std::size_t position = 0;
-    for (const auto& [offset, replacement] : replacements)
+    result.reserve(span.length);
+    const std::size_t end = span.offset + span.length;
+    std::size_t position = span.offset;
+    auto next = position == 0 ? replacements.begin() : replacements.upper_bound(position);
+    for (; next != replacements.end() && next->first <= end; ++next)
     {
+        const auto& [offset, replacement] = *next;
         result.append(original, position, offset - position);
         result += replacement.text;
         position = offset + replacement.length;
     }
-    return result.append(original, position);
+    return result.append(original, position, end - position);
+}
+
+std::string SourceText::release() noexcept
+{
+    replacements.clear();
+    return std::move(original);
 }
 
 } // namespace ModelEditor

@@ -8,13 +8,17 @@ namespace ModelEditor
 
 class XmlObject;
 
-/// One value of a model that has changed.
+/// One value of a model that has changed, or one element that came or went.
 struct XmlChange
 {
     const XmlObject& object;
-    std::string value;                 ///< the value as an XPath step from the object: `@mass`, `text()`
-    std::optional<std::string> before; ///< nothing if the value is new
-    std::optional<std::string> after;  ///< nothing if the value is gone
+    std::string value; ///< the value, or the element, as an XPath step from the object: `@mass`
+    std::optional<std::string>
+        before;                       ///< the value, or what a person calls the element; nothing if it is new
+    std::optional<std::string> after; ///< as before; nothing if it is gone
+
+    /// The child of the object that came or went; null if a value has changed.
+    const XmlObject* child = nullptr;
 };
 
 } // namespace ModelEditor

@@ -1,6 +1,7 @@
 #include "Examples/ModelEditor/XmlDocument.h"
 
 #include "Examples/ModelEditor/Markup.h"
+#include "Examples/ModelEditor/StartTag.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <algorithm>
@@ -31,20 +32,6 @@ std::string decoded(const Encoding& encoding, const std::string& bytes, const st
     }
 }
 
-// The next node in document order.
-pugi::xml_node next(pugi::xml_node node)
-{
-    if (!node.first_child().empty())
-    {
-        return node.first_child();
-    }
-    while (!node.empty() && node.next_sibling().empty())
-    {
-        node = node.parent();
-    }
-    return node.next_sibling();
-}
-
 // The second of two attributes with the same name; pugixml takes them.
 pugi::xml_attribute repeatedAttribute(pugi::xml_node node)
 {
@@ -58,7 +45,67 @@ pugi::xml_attribute repeatedAttribute(pugi::xml_node node)
     return twice == names.end() ? pugi::xml_attribute() : node.attribute(std::string(*twice).c_str());
 }
 
+[[noreturn]] void failToParse(const pugi::xml_parse_result& result, const std::string& name)
+{
+    if (result.status == pugi::status_out_of_memory)
+    {
+        throw std::bad_alloc();
+    }
+    throw Valdane::VdException(name + ": " + result.description());
+}
+
+// The text from which the node was parsed, if that starts with the node.
+const char* textFrom(pugi::xml_node node)
+{
+    switch (node.type())
+    {
+    case pugi::node_element:
+        return node.name() - std::string_view("<").size();
+    case pugi::node_pi:
+        return node.name() - std::string_view("<?").size();
+    case pugi::node_comment:
+        return node.value() - std::string_view("<!--").size();
+    default:
+        return node.value();
+    }
+}
+
+// Bottom up, because the parser would nest as deep as the nodes are.
+void removeNode(pugi::xml_node node) noexcept
+{
+    const auto end = node.parent();
+    while (node != end)
+    {
+        while (node.first_child())
+        {
+            node = node.first_child();
+        }
+        auto parent = node.parent();
+        parent.remove_child(node);
+        node = parent;
+    }
+}
+
 } // namespace
+
+pugi::xml_node nextNode(pugi::xml_node node)
+{
+    if (!node.first_child().empty())
+    {
+        return node.first_child();
+    }
+    while (!node.empty() && node.next_sibling().empty())
+    {
+        node = node.parent();
+    }
+    return node.next_sibling();
+}
+
+bool isLayout(pugi::xml_node node)
+{
+    const bool isOnly = !node.previous_sibling() && !node.next_sibling();
+    return node.type() == pugi::node_pcdata && !isOnly && isBlank(node.value());
+}
 
 XmlDocument::XmlDocument(const std::string& bytes, const std::string& fileName)
     : name(fileName),
@@ -69,10 +116,18 @@ XmlDocument::XmlDocument(const std::string& bytes, const std::string& fileName)
     parse();
     requireOneRoot();
     requireNothingBehind();
-    for (auto node = next(document); node; node = next(node))
+    for (auto node = nextNode(document); node; node = nextNode(node))
     {
         requireWellFormed(node);
     }
+    findContent();
+}
+
+XmlDocument::~XmlDocument() = default;
+
+const std::string& XmlDocument::getName() const noexcept
+{
+    return name;
 }
 
 pugi::xml_node XmlDocument::getDocumentNode() const
@@ -90,14 +145,61 @@ SourceText& XmlDocument::getSource() noexcept
     return source;
 }
 
-std::size_t XmlDocument::offsetOf(const char* text) const
+Span XmlDocument::getContent() const noexcept
+{
+    return content;
+}
+
+XmlDocument::Place XmlDocument::locate(const char* text)
 {
     const std::less<> before;
-    if (before(text, parsed.data()) || !before(text, parsed.data() + parsed.size()))
+    for (auto& segment : segments)
     {
-        throw Valdane::VdException("a text of " + name + " is not where it was");
+        const char* const end = segment.parsed + segment.source.getOriginal().size();
+        if (!before(text, segment.parsed) && before(text, end))
+        {
+            return {.source = segment.source, .offset = static_cast<std::size_t>(text - segment.parsed)};
+        }
     }
-    return static_cast<std::size_t>(text - parsed.data());
+    return {.source = source, .offset = offsetOf(text)};
+}
+
+void XmlDocument::append(const std::string& markup)
+{
+    auto root = getRootElement();
+    const auto last = root.last_child();
+    const bool isBehindText = last.type() == pugi::node_pcdata && last != layoutAtEnd;
+    const auto start = isBehindText ? markup.find_first_not_of(" \t\r\n") : 0;
+    auto& segment = segments.emplace_back(Segment{.source = SourceText(markup.substr(start)), .first = {}});
+    const auto text = segment.source.getOriginal();
+    const auto result = root.append_buffer(text.data(), text.size(), parseFlags, pugi::encoding_utf8);
+    segment.first = last ? last.next_sibling() : root.first_child();
+    if (!result)
+    {
+        removeLast();
+        failToParse(result, name);
+    }
+    segment.parsed = textFrom(segment.first);
+    root.append_move(layoutAtEnd);
+}
+
+pugi::xml_node XmlDocument::getLastAppended() const noexcept
+{
+    return segments.empty() ? pugi::xml_node() : segments.back().first;
+}
+
+std::string XmlDocument::removeLast() noexcept
+{
+    auto node = segments.back().first;
+    while (node && node != layoutAtEnd)
+    {
+        const auto following = node.next_sibling();
+        removeNode(node);
+        node = following;
+    }
+    auto markup = segments.back().source.release();
+    segments.pop_back();
+    return markup;
 }
 
 bool XmlDocument::isAsciiOnly() const noexcept
@@ -107,7 +209,7 @@ bool XmlDocument::isAsciiOnly() const noexcept
 
 std::string XmlDocument::toBytes() const
 {
-    return encoding.encode(source.getCurrent());
+    return encoding.encode(segments.empty() ? source.getCurrent() : getCurrent());
 }
 
 void XmlDocument::parse()
@@ -223,6 +325,63 @@ std::string_view XmlDocument::markupAt(std::size_t offset, std::string_view end)
 {
     const auto rest = source.getOriginal().substr(offset);
     return rest.substr(0, rest.find(end));
+}
+
+std::size_t XmlDocument::offsetOf(const char* text) const
+{
+    const std::less<> before;
+    if (before(text, parsed.data()) || !before(text, parsed.data() + parsed.size()))
+    {
+        throw Valdane::VdException("a text of " + name + " is not where it was");
+    }
+    return static_cast<std::size_t>(text - parsed.data());
+}
+
+// While nobody has changed a value yet.
+void XmlDocument::findContent()
+{
+    const auto text = source.getOriginal();
+    const auto root = getRootElement();
+    const auto end = text.find_first_of("/>", StartTag::read(text, offsetOf(root.name())).end);
+    hasEmptyTag = text[end] == '/';
+    if (hasEmptyTag)
+    {
+        content = {.offset = end, .length = 0};
+        return;
+    }
+    layoutAtEnd = isLayout(root.last_child()) ? root.last_child() : pugi::xml_node();
+    content.offset = end + 1;
+    content.length = (layoutAtEnd ? offsetOf(layoutAtEnd.value()) : findEndTag()) - content.offset;
+}
+
+// Where the end tag of the root starts: the last one before what follows the root.
+std::size_t XmlDocument::findEndTag() const
+{
+    const auto behind = getRootElement().next_sibling();
+    const char* const text = *behind.name() == '\0' ? behind.value() : behind.name();
+    return source.getOriginal().rfind("</", behind ? offsetOf(text) - 1 : std::string_view::npos);
+}
+
+std::string XmlDocument::getCurrent() const
+{
+    const std::size_t end = content.offset + content.length;
+    const std::size_t rest = end + (hasEmptyTag ? std::string_view("/>").size() : 0);
+    std::string text = source.getCurrent({.offset = 0, .length = end}) + (hasEmptyTag ? ">" : "");
+    for (const auto& segment : segments)
+    {
+        text += segment.source.getCurrent();
+    }
+    text += layoutAtEnd ? "" : getLineEnd();
+    text += hasEmptyTag ? std::string("</") + getRootElement().name() + ">" : "";
+    return text + source.getCurrent({.offset = rest, .length = source.getOriginal().size() - rest});
+}
+
+// What ends the line of the last module, so that the end tag stands on its own if the modules do.
+std::string XmlDocument::getLineEnd() const
+{
+    const auto text = segments.front().source.getOriginal();
+    const auto blanks = text.substr(0, text.find_first_not_of(" \t\r\n"));
+    return std::string(blanks.substr(0, blanks.find('\n') + 1));
 }
 
 void XmlDocument::complain(std::size_t offset, const std::string& what) const

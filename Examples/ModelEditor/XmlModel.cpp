@@ -2,6 +2,7 @@
 
 #include "Examples/ModelEditor/Markup.h"
 #include "Examples/ModelEditor/NamedXmlObject.h"
+#include "Examples/ModelEditor/XmlChange.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <string_view>
@@ -30,6 +31,25 @@ std::unordered_map<std::string_view, SameTag> countTags(pugi::xml_node parent)
         }
     }
     return tags;
+}
+
+// The children of the root behind a node, and that node itself, which are elements.
+std::vector<pugi::xml_node> elementsFrom(pugi::xml_node first)
+{
+    std::vector<pugi::xml_node> elements;
+    for (auto node = first; node; node = node.next_sibling())
+    {
+        if (node.type() == pugi::node_element)
+        {
+            elements.push_back(node);
+        }
+    }
+    return elements;
+}
+
+std::string keyOf(const std::string& tag, const SameTag& same)
+{
+    return same.count == 1 ? tag : tag + "[" + std::to_string(same.used) + "]";
 }
 
 Part partOf(const std::string& attributeName)
@@ -62,6 +82,27 @@ pugi::xpath_node_set evaluate(const pugi::xpath_query& query, pugi::xml_node fro
     return nodes;
 }
 
+enum class Way
+{
+    Came,
+    Went,
+};
+
+std::vector<XmlChange> changesOf(const XmlObject& root, const XmlPart& part, Way way)
+{
+    std::vector<XmlChange> changes;
+    for (const auto& module : part.modules)
+    {
+        const std::optional<std::string> title = module->getTitle();
+        changes.push_back({.object = root,
+                           .value = module->getAddressStep(),
+                           .before = way == Way::Went ? title : std::nullopt,
+                           .after = way == Way::Came ? title : std::nullopt,
+                           .child = module.get()});
+    }
+    return changes;
+}
+
 } // namespace
 
 std::string Selected::getAddress() const
@@ -79,20 +120,8 @@ XmlModel::XmlModel(const std::string& bytes, const std::string& name)
 {
     const auto element = document.getRootElement();
     root = makeObject(element.name(), element);
-    std::vector<XmlObject*> open{root.get()};
-    while (!open.empty())
-    {
-        XmlObject& object = *open.back();
-        open.pop_back();
-        addChildren(object);
-        for (const auto child : object.getElement().children())
-        {
-            if (!child.first_child().empty() && child.type() == pugi::node_element)
-            {
-                open.push_back(objects.at(child.internal_object()));
-            }
-        }
-    }
+    enter(*root);
+    addBelow(*root);
 }
 
 std::shared_ptr<XmlObject> XmlModel::getRoot() const
@@ -124,6 +153,37 @@ Selection XmlModel::select(const std::string& xpath) const
     return selection;
 }
 
+void XmlModel::append(XmlPart& part)
+{
+    attach(part);
+    try
+    {
+        report(changesOf(*root, part, Way::Came));
+    }
+    catch (...)
+    {
+        detach(part);
+        throw;
+    }
+}
+
+// The listener is told of what is done; if it does not take that, it is undone.
+void XmlModel::remove(XmlPart& part)
+{
+    requireLast(part);
+    const auto changes = changesOf(*root, part, Way::Went);
+    detach(part);
+    try
+    {
+        report(changes);
+    }
+    catch (...)
+    {
+        attach(part);
+        throw;
+    }
+}
+
 void XmlModel::setChangeListener(std::function<void(const XmlChange&)> listener)
 {
     context.changed = std::move(listener);
@@ -135,6 +195,24 @@ std::string XmlModel::toBytes() const
 }
 
 // Top down, and a child before what is below it: that costs the same at every depth.
+void XmlModel::addBelow(XmlObject& top)
+{
+    std::vector<XmlObject*> open{&top};
+    while (!open.empty())
+    {
+        XmlObject& object = *open.back();
+        open.pop_back();
+        addChildren(object);
+        for (const auto child : object.getElement().children())
+        {
+            if (!child.first_child().empty() && child.type() == pugi::node_element)
+            {
+                open.push_back(objects.at(child.internal_object()));
+            }
+        }
+    }
+}
+
 void XmlModel::addChildren(XmlObject& object)
 {
     auto tags = countTags(object.getElement());
@@ -142,27 +220,137 @@ void XmlModel::addChildren(XmlObject& object)
     {
         if (child.type() == pugi::node_element)
         {
-            const std::string tag = child.name();
-            auto& same = tags.find(tag)->second;
-            object.addChild(
-                makeObject(same.count == 1 ? tag : tag + "[" + std::to_string(++same.used) + "]", child));
+            auto& same = tags.find(child.name())->second;
+            ++same.used;
+            const auto made = makeObject(keyOf(child.name(), same), child);
+            object.addChild(made);
+            enter(*made);
         }
     }
 }
 
-std::shared_ptr<XmlObject> XmlModel::makeObject(std::string key, pugi::xml_node element)
+std::shared_ptr<XmlObject> XmlModel::makeObject(std::string key, pugi::xml_node element) const
 {
-    std::shared_ptr<XmlObject> object;
     if (!element.attribute("name").empty())
     {
-        object = std::make_shared<NamedXmlObject>(std::move(key), context, element);
+        return std::make_shared<NamedXmlObject>(std::move(key), context, element);
     }
-    else
+    return std::make_shared<XmlObject>(std::move(key), context, element);
+}
+
+// An object is owned by then, so that it lives as long as it is found here.
+void XmlModel::enter(XmlObject& object)
+{
+    objects.emplace(object.getElement().internal_object(), &object);
+}
+
+void XmlModel::attach(XmlPart& part)
+{
+    root->settleTexts();
+    document.append(part.markup);
+    const bool isNew = part.modules.empty();
+    try
     {
-        object = std::make_shared<XmlObject>(std::move(key), context, element);
+        isNew ? makeModules(part) : bindObjects(part);
+        for (const auto& module : part.modules)
+        {
+            root->addChild(module);
+        }
     }
-    objects.emplace(element.internal_object(), object.get());
-    return object;
+    catch (...)
+    {
+        detach(part);
+        if (isNew)
+        {
+            part.objects.clear();
+            part.modules.clear();
+        }
+        throw;
+    }
+    part.markup = {};
+}
+
+void XmlModel::makeModules(XmlPart& part)
+{
+    auto tags = countTags(root->getElement());
+    const auto nodes = elementsFrom(document.getLastAppended());
+    for (auto& [tag, same] : tags)
+    {
+        same.used = same.count;
+    }
+    for (const auto node : nodes)
+    {
+        --tags.find(node.name())->second.used;
+    }
+    for (const auto node : nodes)
+    {
+        auto& same = tags.find(node.name())->second;
+        ++same.used;
+        part.modules.push_back(makeObject(keyOf(node.name(), same), node));
+        enter(*part.modules.back());
+        addBelow(*part.modules.back());
+    }
+    for (auto node = document.getLastAppended(); node; node = nextNode(node))
+    {
+        if (node.type() == pugi::node_element)
+        {
+            part.objects.push_back(objects.at(node.internal_object()));
+        }
+    }
+}
+
+void XmlModel::bindObjects(const XmlPart& part)
+{
+    auto object = part.objects.begin();
+    for (auto node = document.getLastAppended(); node; node = nextNode(node))
+    {
+        if (node.type() == pugi::node_element)
+        {
+            (*object)->bind(node);
+            enter(**object);
+            ++object;
+        }
+    }
+}
+
+// Also what was attached only in part. Goes by the nodes, which takes no memory.
+void XmlModel::detach(XmlPart& part) noexcept
+{
+    for (const auto& module : part.modules)
+    {
+        root->removeChild(module->getKey());
+    }
+    for (auto node = document.getLastAppended(); node; node = nextNode(node))
+    {
+        const auto found = objects.find(node.internal_object());
+        if (found != objects.end())
+        {
+            found->second->bind({});
+            objects.erase(found);
+        }
+    }
+    part.markup = document.removeLast();
+}
+
+void XmlModel::requireLast(const XmlPart& part) const
+{
+    const auto nodes = elementsFrom(document.getLastAppended());
+    if (nodes.empty() || part.modules.empty() || part.modules.front()->getElement() != nodes.front())
+    {
+        throw Valdane::VdException("the modules are not the last that were appended to " +
+                                   document.getName());
+    }
+}
+
+void XmlModel::report(const std::vector<XmlChange>& changes) const
+{
+    for (const auto& change : changes)
+    {
+        if (context.changed)
+        {
+            context.changed(change);
+        }
+    }
 }
 
 std::optional<Selected> XmlModel::find(const pugi::xpath_node& node) const

@@ -46,10 +46,19 @@ struct Selection
     std::optional<std::string> value;
 };
 
+/// Modules that can be appended to a model and taken out of it again. They keep their objects.
+struct XmlPart
+{
+    std::string markup; ///< while they are out: what to append, see XmlDocument::append()
+
+    std::vector<std::shared_ptr<XmlObject>> modules{}; ///< empty until they are appended for the first time
+    std::vector<XmlObject*> objects{};                 ///< the modules and all below them, in document order
+};
+
 /// An XML file as a parameter tree.
 ///
 /// Every element is an XmlObject, those with an attribute `name` are NamedXmlObjects. The children of the
-/// root are the modules of the model. The objects are made at once, about 300 bytes for each, all else when
+/// root are the modules of the model. Modules can be appended and taken out, last in, first out. The objects are made at once, about 300 bytes for each, all else when
 /// it is asked for.
 ///
 /// Ownership: owns document and objects; objects that outlive it must not be used.
@@ -74,7 +83,25 @@ public:
     /// @throws VdException `bad XPath: ...` with the place of the mistake.
     Selection select(const std::string& xpath) const;
 
-    /// Has @p listener called after every change of a value; an empty function ends that.
+    /// Appends the modules of @p part, as new objects or, if it was part of the model before, as those it had.
+    ///
+    /// The change listener is told of every module.
+    /// @pre the part is not in the model (not checked).
+    /// @throws what XmlDocument::append() and the listener throw; std::bad_alloc. Nothing has changed then.
+    /// Cost: linear in the part; the first time also in the number of modules of the model.
+    void append(XmlPart& part);
+
+    /// Takes the modules of @p part out, and with them whatever was changed in them. Until they are appended
+    /// again, their objects have no element.
+    ///
+    /// The change listener is told of every module.
+    /// @throws VdException if they were not appended last; what the listener throws; std::bad_alloc. Nothing
+    ///         has changed then, except that the listener's exception costs what was changed in the modules.
+    /// Cost: linear in the part.
+    void remove(XmlPart& part);
+
+    /// Has @p listener called after every change of a value, and when modules have come or gone; an empty
+    /// function ends that.
     void setChangeListener(std::function<void(const XmlChange&)> listener);
 
     /// The file as it is to be saved; without changes the bytes that were read.
@@ -83,8 +110,16 @@ public:
     std::string toBytes() const;
 
 private:
+    void addBelow(XmlObject& top);
     void addChildren(XmlObject& object);
-    std::shared_ptr<XmlObject> makeObject(std::string key, pugi::xml_node element);
+    std::shared_ptr<XmlObject> makeObject(std::string key, pugi::xml_node element) const;
+    void enter(XmlObject& object);
+    void attach(XmlPart& part);
+    void makeModules(XmlPart& part);
+    void bindObjects(const XmlPart& part);
+    void detach(XmlPart& part) noexcept;
+    void requireLast(const XmlPart& part) const;
+    void report(const std::vector<XmlChange>& changes) const;
     std::optional<Selected> find(const pugi::xpath_node& node) const;
 
     XmlDocument document;

@@ -2,7 +2,6 @@
 
 #include "Examples/ModelEditor/Annotations.h"
 #include "Examples/ModelEditor/Markup.h"
-#include "Examples/ModelEditor/StartTag.h"
 #include "Examples/ModelEditor/ValueText.h"
 #include "Examples/ModelEditor/XmlChange.h"
 #include "Examples/ModelEditor/XmlDocument.h"
@@ -13,6 +12,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -30,13 +30,6 @@ using Valdane::DynamicAttributeCollection;
 bool isText(pugi::xml_node node)
 {
     return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
-}
-
-// White space between other nodes; white space that is all that an element has is its text.
-bool isLayout(pugi::xml_node text)
-{
-    const bool isOnly = !text.previous_sibling() && !text.next_sibling();
-    return text.type() == pugi::node_pcdata && !isOnly && isBlank(text.value());
 }
 
 std::size_t xpathNumber(pugi::xml_node text)
@@ -57,6 +50,14 @@ std::optional<std::string> nameOf(pugi::xml_node element)
 
 } // namespace
 
+// What was found out because somebody asked for it.
+struct XmlObject::Findings
+{
+    std::optional<std::vector<pugi::xml_node>> texts;
+    std::map<std::string, XmlValue> values;
+    std::optional<Annotations> annotations;
+};
+
 XmlObject::XmlObject(std::string key, const XmlContext& shared, pugi::xml_node node)
     : Object(std::move(key)), context(shared), element(node)
 {
@@ -69,12 +70,18 @@ pugi::xml_node XmlObject::getElement() const noexcept
     return element;
 }
 
+void XmlObject::bind(pugi::xml_node node) noexcept
+{
+    findings.reset();
+    element = node;
+}
+
 std::string XmlObject::getAddress() const
 {
-    std::vector<std::string> steps{getKey()};
+    std::vector<std::string> steps{getAddressStep()};
     for (auto object = getOwner(); object != nullptr; object = object->getOwner())
     {
-        steps.push_back(object->getKey());
+        steps.push_back(static_cast<const XmlObject&>(*object).getAddressStep());
     }
     std::string address;
     for (auto step = steps.rbegin(); step != steps.rend(); ++step)
@@ -82,6 +89,19 @@ std::string XmlObject::getAddress() const
         address += "/" + *step;
     }
     return address;
+}
+
+// A key without a number was made when there was no sibling of the same tag; since then one may have come.
+std::string XmlObject::getAddressStep() const
+{
+    const auto above = getOwner();
+    const bool isFirstOfMany = above != nullptr && above->findChild(getKey() + "[2]") != nullptr;
+    return isFirstOfMany ? getKey() + "[1]" : getKey();
+}
+
+void XmlObject::settleTexts()
+{
+    (void)getTexts();
 }
 
 std::string XmlObject::getTitle() const
@@ -154,7 +174,7 @@ bool XmlObject::isPlainAttribute(const std::string& name)
 std::shared_ptr<AttributeDescriptionBase> XmlObject::getAttributeDescription(const std::string& name)
 {
     auto description = Object::getAttributeDescription(name);
-    const auto value = description == nullptr ? findValue(name) : nullptr;
+    const auto* value = description == nullptr && isPlainAttribute(name) ? findValue(name) : nullptr;
     if (value == nullptr)
     {
         return description;
@@ -162,15 +182,15 @@ std::shared_ptr<AttributeDescriptionBase> XmlObject::getAttributeDescription(con
     switch (typeOf(value->getOriginal()))
     {
     case ValueType::Int:
-        return describe<int>(name, value);
+        return describe<int>(name);
     case ValueType::UnsignedInt:
-        return describe<unsigned int>(name, value);
+        return describe<unsigned int>(name);
     case ValueType::Double:
-        return describe<double>(name, value);
+        return describe<double>(name);
     case ValueType::Bool:
-        return describe<bool>(name, value);
+        return describe<bool>(name);
     default:
-        return describe<std::string>(name, value);
+        return describe<std::string>(name);
     }
 }
 
@@ -196,55 +216,67 @@ void XmlObject::setDynamicAttributeCollection(std::shared_ptr<DynamicAttributeCo
         const auto text = now.get(entry.name);
         if (text != entry.text)
         {
-            context.changed({*this, "@" + entry.name, entry.text, text});
+            context.changed(
+                {.object = *this, .value = "@" + entry.name, .before = entry.text, .after = text});
         }
     }
     for (const auto& entry : now)
     {
         if (!old.get(entry.name))
         {
-            context.changed({*this, "@" + entry.name, std::nullopt, entry.text});
+            context.changed(
+                {.object = *this, .value = "@" + entry.name, .before = std::nullopt, .after = entry.text});
         }
     }
 }
 
-std::unique_ptr<XmlValue> XmlObject::makeValue(const std::string& name) const
+void XmlObject::change(const ValueName& which, const std::string& text)
 {
-    const auto tag =
-        StartTag::read(context.document.getSource().getOriginal(), context.document.offsetOf(element.name()));
-    return std::make_unique<XmlValue>(context.document, element.attribute(name.c_str()), *tag.find(name));
-}
-
-void XmlObject::change(XmlValue& value, const std::string& step, const std::string& text) const
-{
+    auto& value = requireValue(which.name);
     const std::string before = value.getText();
     value.setText(text);
     if (context.changed && before != text)
     {
-        context.changed({*this, step, before, text});
+        context.changed({.object = *this, .value = which.step, .before = before, .after = text});
     }
 }
 
+// Looks the value up on every use: the description outlives it when the element goes and comes back.
 template <typename T>
-std::shared_ptr<AttributeDescriptionBase> XmlObject::describe(const std::string& name,
-                                                              std::shared_ptr<XmlValue> value)
+std::shared_ptr<AttributeDescriptionBase> XmlObject::describe(const std::string& name)
 {
-    const std::string step = getStep(name);
     auto description = std::make_shared<AttributeDescription<T>>(
-        name, [value] { return valueOf<T>(value->getText()).value(); },
-        [this, value, step](const T& to) { change(*value, step, textLike(value->getOriginal(), to)); });
+        name, [this, name] { return valueOf<T>(requireValue(name).getText()).value(); },
+        [this, which = ValueName{.name = name, .step = getStep(name)}](const T& to)
+        { change(which, textLike(requireValue(which.name).getOriginal(), to)); });
     addAttributeDescription(description);
     return description;
 }
 
-std::shared_ptr<XmlValue> XmlObject::findValue(const std::string& name)
+XmlValue* XmlObject::findValue(const std::string& name)
 {
-    if (isPlainAttribute(name) && !element.attribute(name.c_str()).empty())
+    auto& values = requireFindings().values;
+    const auto found = values.find(name);
+    if (found != values.end())
     {
-        return makeValue(name);
+        return &found->second;
+    }
+    if (const auto attribute = element.attribute(name.c_str()))
+    {
+        return &values.try_emplace(name, context.document, attribute).first->second;
     }
     const auto textNode = findTextNode(name);
-    return textNode ? std::make_shared<XmlValue>(context.document, textNode) : nullptr;
+    return textNode ? &values.try_emplace(name, context.document, textNode).first->second : nullptr;
+}
+
+XmlValue& XmlObject::requireValue(const std::string& name)
+{
+    auto* const value = findValue(name);
+    if (value == nullptr)
+    {
+        throw Valdane::VdException("there is no " + name + " at " + getAddress());
+    }
+    return *value;
 }
 
 pugi::xml_node XmlObject::findTextNode(const std::string& name)
@@ -258,22 +290,34 @@ pugi::xml_node XmlObject::findTextNode(const std::string& name)
 // Found before anybody can change one, so that what is layout stays so.
 const std::vector<pugi::xml_node>& XmlObject::getTexts()
 {
-    if (texts == nullptr)
+    auto& texts = requireFindings().texts;
+    if (!texts)
     {
-        texts = std::make_unique<std::vector<pugi::xml_node>>();
-        std::ranges::copy_if(element.children(), std::back_inserter(*texts),
+        std::vector<pugi::xml_node> found;
+        std::ranges::copy_if(element.children(), std::back_inserter(found),
                              [](pugi::xml_node node) { return isText(node) && !isLayout(node); });
+        texts = std::move(found);
     }
     return *texts;
 }
 
 Annotations& XmlObject::requireAnnotations()
 {
-    if (annotations == nullptr)
+    auto& annotations = requireFindings().annotations;
+    if (!annotations)
     {
-        annotations = std::make_unique<Annotations>(context.document, element);
+        annotations.emplace(context.document, element);
     }
     return *annotations;
+}
+
+XmlObject::Findings& XmlObject::requireFindings()
+{
+    if (findings == nullptr)
+    {
+        findings = std::make_unique<Findings>();
+    }
+    return *findings;
 }
 
 } // namespace ModelEditor

@@ -29,7 +29,10 @@ struct XmlContext
 /// An element of a model as an object of the parameter tree.
 ///
 /// Its key is its tag, followed by its number among the siblings of the same tag where there are several:
-/// `mass`, `link[2]`. Elements come and go never, so the key is an XPath step that stays the same.
+/// `mass`, `link[2]`. It stays the same when siblings come and go: they come behind the others, so that `mass`
+/// may get a sibling `mass[2]`.
+///
+/// The element may go, and come back as another node with the same markup: see bind().
 ///
 /// Its attributes are described when they are asked for:
 /// - every XML attribute except `name`, namespaced ones and namespace declarations, under its name;
@@ -48,10 +51,22 @@ public:
     XmlObject(std::string key, const XmlContext& shared, pugi::xml_node node);
     ~XmlObject() override;
 
+    /// Empty while the element is gone.
     pugi::xml_node getElement() const noexcept;
 
-    /// An absolute XPath that selects the element: `/robot/link[2]/inertial/mass`.
+    /// Makes @p node the element, and forgets all that was found out about the one before.
+    ///
+    /// @param node  one that has the same markup as the one before had at first; empty if the element goes.
+    void bind(pugi::xml_node node) noexcept;
+
+    /// An absolute XPath that selects the element, and nothing else at this time: `/robot/link[2]/mass`.
     std::string getAddress() const;
+
+    /// The last step of that address.
+    std::string getAddressStep() const;
+
+    /// Finds the texts now, so that what is one stays one when the element gets further children.
+    void settleTexts();
 
     /// How a person would call it: `link base_link`; without a name of its own `mass of link base_link`, if
     /// an element around it has one.
@@ -87,25 +102,33 @@ public:
     setDynamicAttributeCollection(std::shared_ptr<Valdane::DynamicAttributeCollection> collection) override;
 
 protected:
-    /// The value of the XML attribute @p name, which must exist.
-    std::unique_ptr<XmlValue> makeValue(const std::string& name) const;
+    /// A value as the object and an XPath know it.
+    struct ValueName
+    {
+        std::string name;
+        std::string step;
+    };
 
-    /// Sets @p value to @p text and reports the change of @p step.
-    void change(XmlValue& value, const std::string& step, const std::string& text) const;
+    /// Sets the value to @p text and reports the change.
+    ///
+    /// @throws VdException if there is no such value or XML cannot hold @p text. Nothing has changed then.
+    void change(const ValueName& which, const std::string& text);
 
 private:
+    struct Findings;
+
     template <typename T>
-    std::shared_ptr<Valdane::AttributeDescriptionBase> describe(const std::string& name,
-                                                                std::shared_ptr<XmlValue> value);
+    std::shared_ptr<Valdane::AttributeDescriptionBase> describe(const std::string& name);
     pugi::xml_node findTextNode(const std::string& name);
-    std::shared_ptr<XmlValue> findValue(const std::string& name);
+    XmlValue* findValue(const std::string& name);
+    XmlValue& requireValue(const std::string& name);
     const std::vector<pugi::xml_node>& getTexts();
     Annotations& requireAnnotations();
+    Findings& requireFindings();
 
     const XmlContext& context;
     pugi::xml_node element;
-    std::unique_ptr<std::vector<pugi::xml_node>> texts;
-    std::unique_ptr<Annotations> annotations;
+    std::unique_ptr<Findings> findings;
 };
 
 } // namespace ModelEditor

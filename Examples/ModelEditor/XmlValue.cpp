@@ -16,30 +16,35 @@ MarkupPlace placeOf(char quote)
     return quote == '\'' ? MarkupPlace::SingleQuoted : MarkupPlace::DoubleQuoted;
 }
 
-Span spanOfText(std::string_view source, std::size_t offset, std::string_view end)
+Span spanUpTo(std::string_view end, const XmlDocument::Place& place)
 {
-    return {.offset = offset, .length = source.find(end, offset) - offset};
+    const auto text = place.source.getOriginal();
+    return {.offset = place.offset, .length = text.find(end, place.offset) - place.offset};
 }
 
 } // namespace
 
-XmlValue::XmlValue(XmlDocument& owner, pugi::xml_attribute changed, const StartTag::Attribute& where)
+XmlValue::XmlValue(XmlDocument& owner, pugi::xml_attribute changed)
     : document(owner),
+      source(owner.locate(changed.value()).source),
       attribute(changed),
-      span(where.value),
-      place(placeOf(owner.getSource().getOriginal()[where.value.offset - 1])),
+      place(MarkupPlace::DoubleQuoted),
       original(changed.value())
 {
+    const auto where = owner.locate(changed.value());
+    const auto quote = source.getOriginal().substr(where.offset - 1, 1);
+    span = spanUpTo(quote, where);
+    place = placeOf(quote.front());
 }
 
 XmlValue::XmlValue(XmlDocument& owner, pugi::xml_node changed)
     : document(owner),
+      source(owner.locate(changed.value()).source),
       textNode(changed),
       place(changed.type() == pugi::node_cdata ? MarkupPlace::CData : MarkupPlace::Text),
       original(changed.value())
 {
-    span = spanOfText(owner.getSource().getOriginal(), owner.offsetOf(changed.value()),
-                      place == MarkupPlace::CData ? "]]>" : "<");
+    span = spanUpTo(place == MarkupPlace::CData ? "]]>" : "<", owner.locate(changed.value()));
 }
 
 std::string XmlValue::getText() const
@@ -66,11 +71,11 @@ void XmlValue::setText(const std::string& text)
     }
     if (text == original)
     {
-        document.getSource().restore(span);
+        source.restore(span);
     }
     else
     {
-        document.getSource().replace(span, std::move(markup));
+        source.replace(span, std::move(markup));
     }
 }
 

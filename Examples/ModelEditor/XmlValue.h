@@ -2,7 +2,6 @@
 
 #include "Examples/ModelEditor/Markup.h"
 #include "Examples/ModelEditor/SourceText.h"
-#include "Examples/ModelEditor/StartTag.h"
 
 #include <pugixml.hpp>
 
@@ -19,9 +18,11 @@ class XmlDocument;
 class XmlValue
 {
 public:
-    /// @pre nobody has changed the value yet (not checked).
-    XmlValue(XmlDocument& owner, pugi::xml_attribute changed, const StartTag::Attribute& where);
+    /// @param changed  an attribute that nobody has changed yet.
+    /// @throws VdException if somebody has.
+    XmlValue(XmlDocument& owner, pugi::xml_attribute changed);
     /// @param changed  a text or a CDATA section that nobody has changed yet.
+    /// @throws VdException if somebody has.
     XmlValue(XmlDocument& owner, pugi::xml_node changed);
 
     std::string getText() const;
@@ -34,6 +35,7 @@ public:
 
 private:
     XmlDocument& document;
+    SourceText& source;
     pugi::xml_attribute attribute;
     pugi::xml_node textNode;
     Span span;

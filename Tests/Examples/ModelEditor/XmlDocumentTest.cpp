@@ -79,12 +79,12 @@ TEST(XmlDocument, AnAttributeWithoutValueIsRefused)
 TEST(XmlDocument, KnowsWhereANodeStandsInTheSource)
 {
     const std::string bytes = "<a b='1'>text</a>";
-    const XmlDocument document(bytes, "m");
+    XmlDocument document(bytes, "m");
     const auto root = document.getRootElement();
-    EXPECT_EQ(document.offsetOf(root.name()), 1U);
-    EXPECT_EQ(document.offsetOf(root.attribute("b").value()), 6U);
-    EXPECT_EQ(document.offsetOf(root.first_child().value()), 9U);
-    EXPECT_THROW((void)document.offsetOf("elsewhere"), Valdane::VdException);
+    EXPECT_EQ(document.locate(root.name()).offset, 1U);
+    EXPECT_EQ(document.locate(root.attribute("b").value()).offset, 6U);
+    EXPECT_EQ(document.locate(root.first_child().value()).offset, 9U);
+    EXPECT_THROW((void)document.locate("elsewhere"), Valdane::VdException);
 }
 
 } // namespace

@@ -1,0 +1,31 @@
+#include "Examples/ModelEditor/Import.h"
+
+#include "Examples/ModelEditor/EditorTexts.h"
+#include "Examples/ModelEditor/ImportCmd.h"
+#include "Examples/ModelEditor/ImportMarkup.h"
+#include "Examples/ModelEditor/XmlDocument.h"
+#include "Examples/ModelEditor/XmlModel.h"
+#include "Service/CommandPattern/DelayedInitializedCommand.h"
+
+#include <filesystem>
+#include <utility>
+
+namespace ModelEditor
+{
+
+std::shared_ptr<Valdane::ThreadedMacroCommand> makeImport(XmlModel& model, const std::string& path,
+                                                          FileReader read)
+{
+    const auto makeCommand = [&model, path, read = std::move(read)]
+    {
+        XmlDocument from(read(path), path);
+        auto modules = takeModules(from, model.getRoot()->getElement());
+        const std::string name = std::filesystem::path(path).filename().string();
+        return std::make_shared<ImportCmd>(model, std::move(modules.markup),
+                                           "Import " + plural(modules.moduleCount, "module") + " of " +
+                                               brief(name));
+    };
+    return std::make_shared<Valdane::DelayedInitializedCommand>(makeCommand);
+}
+
+} // namespace ModelEditor
