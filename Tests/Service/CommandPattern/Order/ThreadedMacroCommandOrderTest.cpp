@@ -1,3 +1,4 @@
+#include "../SmallStack.h"
 #include "RecordingCommand.h"
 #include "ThreadJournal.h"
 
@@ -1376,6 +1377,45 @@ TEST_F(ThreadedMacroCommandOrder, ASecondMacroTakesTheSlotAndFailsWhileTheThread
     EXPECT_THAT(takeSteps(),
                 ElementsAreArray(Lines{" - threads.finalizeThread"} + worked(" - ", "A") + told(" - ", "A")));
     expectIdle();
+}
+
+// Depth: the same calls and traces, on a stack that a few thousand nested calls would overflow.
+
+TEST_F(ThreadedMacroCommandOrder, ManySubCommandsNeedNoStackAndLeaveNoLineOut)
+{
+    constexpr int rounds = 5'000;
+    threads->mode = 0;
+    macro->setContinueOnException(true);
+    const auto x = makeOrdinary("X");
+    const auto y = makeFailing("Y");
+    const auto failingThread = makeFailingThread("B");
+    const auto nested = std::make_shared<OpenMacro>("N");
+    nested->addCommand(x);
+    for (int i = 0; i < rounds; ++i)
+    {
+        fill({x, a, y, failingThread, nested});
+    }
+
+    runOnSmallStack([this] { manager.addThreadedCommand(macro); });
+
+    const Lines steps = takeSteps();
+    Lines expected = layout;
+    const Lines round =
+        ordinary("*M ", "X") + synchronous("*M ", "A") +
+        Lines{"*M trace: Execute subcommand: Y", "*M Y.execute"} + failureOf("*M ", "Y") +
+        Lines{"*M M.progress.sendMessage(no power, 2, )", "*M trace: Subcommand:Y 'executed.'"} +
+        started("*M ", "B") + Lines{"*M B.prepareRun", "*M B.run"} + told("*M ", "B", "false") +
+        failureOf("*M ", "B") +
+        Lines{"*M trace: Subcommand:B'executed.'", "*M trace: Execute subcommand: N", "*M N.progress.reset"} +
+        ordinary("*M ", "X") + Lines{"*M N.progress.setComplete"};
+    for (int i = 0; i < rounds; ++i)
+    {
+        expected.insert(expected.end(), round.begin(), round.end());
+    }
+    // Not by a matcher, whose message would be too long.
+    ASSERT_EQ(steps.size(), expected.size() + 5);
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), steps.begin()));
+    EXPECT_EQ(steps.back(), " - executed [M|]");
 }
 
 // In the queues.
