@@ -29,4 +29,24 @@ TEST(SourceText, TheLastReplacementCountsAndRestoringTakesItAway)
     EXPECT_EQ(text.getCurrent(), "abc");
 }
 
+TEST(SourceText, APartHasTheReplacementsInItAndOneOfNothingAtItsEnd)
+{
+    SourceText text("one two three");
+    text.replace({0, 0}, "<");
+    text.replace({4, 3}, "2");
+    text.replace({7, 0}, "!");
+    text.replace({8, 5}, "3");
+    EXPECT_EQ(text.getCurrent({0, 3}), "<one");
+    EXPECT_EQ(text.getCurrent({3, 4}), " 2!");
+    EXPECT_EQ(text.getCurrent({7, 6}), " 3");
+    EXPECT_EQ(text.getCurrent({13, 0}), "");
+}
+
+TEST(SourceText, CanBeTakenBackAsItWasRead)
+{
+    SourceText text("one");
+    text.replace({0, 3}, "two");
+    EXPECT_EQ(text.release(), "one");
+}
+
 } // namespace

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -85,6 +86,105 @@ TEST(XmlDocument, KnowsWhereANodeStandsInTheSource)
     EXPECT_EQ(document.locate(root.attribute("b").value()).offset, 6U);
     EXPECT_EQ(document.locate(root.first_child().value()).offset, 9U);
     EXPECT_THROW((void)document.locate("elsewhere"), Valdane::VdException);
+}
+
+std::string withAppended(const std::string& bytes, const std::vector<std::string>& markups)
+{
+    XmlDocument document(bytes, "m");
+    for (const auto& markup : markups)
+    {
+        document.append(markup);
+    }
+    const std::string result = document.toBytes();
+    EXPECT_EQ(complaintAbout(result), "nothing");
+    for (auto markup = markups.rbegin(); markup != markups.rend(); ++markup)
+    {
+        document.removeLast();
+    }
+    EXPECT_EQ(document.toBytes(), bytes);
+    return result;
+}
+
+TEST(XmlDocument, AppendedMarkupStandsBehindTheLastChildThatIsNoLayout)
+{
+    EXPECT_EQ(withAppended("<r>\n <a/>\n</r>\n", {"\n <b/>", "\n <c/>\n <d/>"}),
+              "<r>\n <a/>\n <b/>\n <c/>\n <d/>\n</r>\n");
+    EXPECT_EQ(withAppended("<r><a/><!-- x -->\n</r >\n<!--</r>-->\n", {"<b/>"}),
+              "<r><a/><!-- x --><b/>\n</r >\n<!--</r>-->\n");
+    EXPECT_EQ(withAppended("<r><a/></r>", {"<!--x--><b/>", "<?p q?><c/>"}),
+              "<r><a/><!--x--><b/><?p q?><c/></r>");
+    EXPECT_EQ(withAppended("<r><![CDATA[x]]></r>", {"\n <b/>"}), "<r><![CDATA[x]]>\n <b/>\n</r>");
+}
+
+TEST(XmlDocument, ARootWithoutChildrenCanBeAppendedTo)
+{
+    EXPECT_EQ(withAppended("<r/>", {"<b/>"}), "<r><b/></r>");
+    EXPECT_EQ(withAppended("<?xml version='1.0'?><r  x='/>' />\n", {"\r\n\t<b/>", "\r\n\t<c/>"}),
+              "<?xml version='1.0'?><r  x='/>' >\r\n\t<b/>\r\n\t<c/>\r\n</r>\n");
+    EXPECT_EQ(withAppended("<r></r>", {"\n <b/>"}), "<r>\n <b/>\n</r>");
+}
+
+TEST(XmlDocument, AppendedLayoutBecomesNoPartOfAText)
+{
+    EXPECT_EQ(withAppended("<r>text</r>", {"\n <b/>"}), "<r>text<b/></r>");
+    EXPECT_EQ(withAppended("<r>\n</r>", {"\n <b/>"}), "<r>\n<b/></r>");
+}
+
+TEST(XmlDocument, AppendedMarkupIsSavedInTheEncodingOfTheFile)
+{
+    EXPECT_EQ(withAppended("\xFF\xFE<\0a\0/\0>\0"s, {"<b/>"}), "\xFF\xFE<\0a\0>\0<\0b\0/\0>\0<\0/\0a\0>\0"s);
+    const std::string latin1 = "<?xml version='1.0' encoding='ISO-8859-1'?><a/>";
+    XmlDocument document(latin1, "m");
+    document.append("<b>\xE2\x82\xAC</b>");
+    EXPECT_THROW((void)document.toBytes(), Valdane::VdException);
+    document.removeLast();
+    EXPECT_EQ(document.toBytes(), latin1);
+}
+
+TEST(XmlDocument, KnowsWhereAnAppendedNodeStands)
+{
+    XmlDocument document("<r>\n</r>", "m");
+    for (const std::string start : {"", " ", "<!-- c -->", "<!---->", "<?p q?>", "<?p?>"})
+    {
+        const std::string markup = start + "<a b='1'>text</a>";
+        document.append(markup);
+        const auto place = document.locate(document.getRootElement().child("a").attribute("b").value());
+        const auto text = document.locate(document.getRootElement().child("a").text().get());
+        EXPECT_EQ(place.source.getOriginal().substr(place.offset), "1'>text</a>") << start;
+        EXPECT_EQ(text.source.getOriginal().substr(text.offset), "text</a>") << start;
+        document.removeLast();
+        EXPECT_EQ(document.getLastAppended(), pugi::xml_node()) << start;
+    }
+}
+
+TEST(XmlDocument, WhatCannotBeParsedIsNotAppended)
+{
+    XmlDocument document("<r><a/>\n</r>", "m");
+    document.append("<b/>");
+    for (const std::string markup : {"<c/><d>", "<c></d>", "<c/></r>", "<c x=1/>"})
+    {
+        EXPECT_THROW(document.append(markup), Valdane::VdException) << markup;
+        EXPECT_EQ(document.toBytes(), "<r><a/><b/>\n</r>");
+        EXPECT_TRUE(document.getRootElement().child("c").empty());
+        EXPECT_STREQ(document.getLastAppended().name(), "b");
+    }
+}
+
+TEST(XmlDocument, ManyLevelsCanBeAppendedAndTakenOut)
+{
+    std::string deep;
+    for (int i = 0; i < 300'000; ++i)
+    {
+        deep += "<a>";
+    }
+    for (int i = 0; i < 300'000; ++i)
+    {
+        deep += "</a>";
+    }
+    XmlDocument document("<r/>", "m");
+    document.append(deep);
+    EXPECT_EQ(document.removeLast(), deep);
+    EXPECT_TRUE(document.getRootElement().first_child().empty());
 }
 
 } // namespace
