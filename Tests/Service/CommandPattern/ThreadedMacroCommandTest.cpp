@@ -204,7 +204,14 @@ TEST_F(AThreadedMacro, GoesOnBehindANestedOneThatWasAborted)
     const auto nested = std::make_shared<ThreadedMacroCommand>("N");
     nested->addCommand(makeOrdinary("y"));
     nested->addCommand(held);
-    fill({nested, makeThread("c")});
+    const auto last = makeThread("c");
+    const auto run = last->onRun;
+    last->onRun = [&, run]
+    {
+        run();
+        last->getProgress()->setComplete();
+    };
+    fill({nested, last});
     manager->addThreadedCommand(macro);
     held->waitUntilHeld();
     manager->abortThreadedCommand();
