@@ -6,6 +6,7 @@
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <string_view>
+#include <unordered_set>
 #include <utility>
 
 namespace ModelEditor
@@ -75,11 +76,49 @@ pugi::xpath_query compile(const std::string& xpath)
     }
 }
 
-pugi::xpath_node_set evaluate(const pugi::xpath_query& query, pugi::xml_node from)
+const void* identityOf(const pugi::xpath_node& node)
 {
-    auto nodes = query.evaluate_node_set(from);
+    const void* const attribute = node.attribute().internal_object();
+    return attribute != nullptr ? attribute : node.node().internal_object();
+}
+
+// By a walk through the document: the library's own sort looks for nodes among their siblings once markup was
+// appended, which takes quadratic time.
+std::vector<pugi::xpath_node> inDocumentOrder(const pugi::xpath_node_set& nodes, pugi::xml_node document)
+{
+    std::unordered_set<const void*> wanted;
+    for (const auto& node : nodes)
+    {
+        wanted.insert(identityOf(node));
+    }
+    std::vector<pugi::xpath_node> ordered;
+    ordered.reserve(wanted.size());
+    for (auto node = document; node && ordered.size() < wanted.size(); node = nextNode(node))
+    {
+        if (wanted.contains(node.internal_object()))
+        {
+            ordered.emplace_back(node);
+        }
+        for (const auto attribute : node.attributes())
+        {
+            if (wanted.contains(attribute.internal_object()))
+            {
+                ordered.emplace_back(attribute, node);
+            }
+        }
+    }
+    return ordered;
+}
+
+std::vector<pugi::xpath_node> evaluate(const pugi::xpath_query& query, pugi::xml_node document)
+{
+    auto nodes = query.evaluate_node_set(document);
+    if (nodes.type() == pugi::xpath_node_set::type_unsorted)
+    {
+        return inDocumentOrder(nodes, document);
+    }
     nodes.sort();
-    return nodes;
+    return {nodes.begin(), nodes.end()};
 }
 
 enum class Way
