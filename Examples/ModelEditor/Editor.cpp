@@ -175,12 +175,10 @@ void Editor::abort()
     }
 }
 
-std::string Editor::getStatus() const
+std::string Editor::getStep() const
 {
-    const auto& command = underWay->work.get();
-    const auto message = command.getProgressPtr()->getLastMessage();
-    return command.getDescription() + ", " + std::to_string(getPercent()) + " %" +
-           (message == nullptr ? "" : ": " + message->getText());
+    const auto message = underWay->work.get().getProgressPtr()->getLastMessage();
+    return message == nullptr ? std::string() : message->getText();
 }
 
 int Editor::getPercent() const
@@ -388,7 +386,14 @@ void Editor::abandon(const Words& /*arguments*/)
 
 void Editor::status(const Words& /*arguments*/)
 {
-    out << (underWay == nullptr ? "Nothing is under way" : getStatus()) << '\n';
+    if (underWay == nullptr)
+    {
+        out << "Nothing is under way\n";
+        return;
+    }
+    const auto step = getStep();
+    out << underWay->work.get().getDescription() << ", " << getPercent() << " %" << (step.empty() ? "" : ": ")
+        << step << '\n';
 }
 
 void Editor::abortRun(const Words& /*arguments*/)

@@ -66,8 +66,8 @@ public:
     /// Asks the work under way to stop; without any does nothing.
     void abort();
 
-    /// How far the work under way has come, in one line: what it is, the share in percent, and what it does now.
-    std::string getStatus() const;
+    /// What the work under way does now; empty if it has not told.
+    std::string getStep() const;
 
     /// The share of the work under way that is done, in percent.
     int getPercent() const;

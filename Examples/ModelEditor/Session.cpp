@@ -1,5 +1,6 @@
 #include "Examples/ModelEditor/Session.h"
 
+#include "Examples/ModelEditor/EditorTexts.h"
 #include "Examples/ModelEditor/InterruptKey.h"
 #include "Examples/ModelEditor/LineSource.h"
 #include "Examples/ModelEditor/ModelFile.h"
@@ -107,7 +108,9 @@ std::string Session::getPrompt() const
         std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - runStart).count();
     std::string bar(static_cast<std::size_t>(percent * width / 100), '#');
     bar.resize(width, '.');
-    return "[" + bar + "] " + editor.getStatus() + ", " + std::to_string(seconds) + " s> ";
+    const auto step = editor.getStep();
+    return "[" + bar + "] " + std::to_string(percent) + " %, " + std::to_string(seconds) + " s" +
+           (step.empty() ? "" : ", " + brief(step)) + "> ";
 }
 
 bool Session::goOn()

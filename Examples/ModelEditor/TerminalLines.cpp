@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <cstdio>
@@ -15,6 +16,7 @@
 #include <memory>
 #include <poll.h>
 #include <string>
+#include <termios.h>
 #include <unistd.h>
 #include <utility>
 
@@ -27,7 +29,7 @@ namespace
 constexpr int historySize = 1000;
 
 // How long the prompt that shows what is under way may be out of date.
-constexpr int refreshMilliseconds = 200;
+constexpr std::chrono::milliseconds refreshInterval(200);
 
 } // namespace
 
@@ -50,7 +52,6 @@ public:
         el_set(editLine.get(), EL_EDITOR, "emacs");
         el_set(editLine.get(), EL_HIST, &::history, history.get());
         el_set(editLine.get(), EL_SIGNAL, 1);
-        el_set(editLine.get(), EL_SETTY, "-d", "intr=", nullptr);
         el_set(editLine.get(), EL_ADDFN, "interrupt", "empty the line, or abort what is under way",
                &onInterrupt);
         el_set(editLine.get(), EL_BIND, "^C", "interrupt", nullptr);
@@ -78,9 +79,7 @@ public:
         do
         {
             giveWay();
-            // Before the prompt is seen: a key struck at the prompt must not meet the terminal's own line editing,
-            // which would swallow the end key.
-            el_set(editLine.get(), EL_PREP_TERM, 1);
+            takeSingleKeys();
             typed = el_gets(editLine.get(), &length);
         } while (mustGiveWay);
         if (typed == nullptr || length <= 0)
@@ -188,7 +187,8 @@ private:
                                            {.fd = isUnderWay ? background->getWakeUp().getDescriptor() : -1,
                                             .events = POLLIN,
                                             .revents = 0}}};
-            const int ready = poll(waiting.data(), waiting.size(), isUnderWay ? refreshMilliseconds : -1);
+            const int ready = poll(waiting.data(), waiting.size(),
+                                   isUnderWay ? static_cast<int>(refreshInterval.count()) : -1);
             if (waiting[1].revents != 0)
             {
                 background->getWakeUp().wait();
@@ -200,8 +200,9 @@ private:
                     return false;
                 }
             }
-            if (isUnderWay && waiting[0].revents == 0)
+            if (isUnderWay && std::chrono::steady_clock::now() >= nextRefresh)
             {
+                nextRefresh = std::chrono::steady_clock::now() + refreshInterval;
                 el_set(editLine.get(), EL_REFRESH);
             }
             if (waiting[0].revents != 0 || (ready < 0 && errno != EINTR))
@@ -222,6 +223,19 @@ private:
         std::fflush(stdout);
         background->conclude();
         el_push(editLine.get(), typedSoFar.c_str());
+    }
+
+    // Before the prompt is seen: a key struck at the prompt must not meet the terminal's own line editing, which would
+    // swallow the end key and answer the interrupt key with a signal.
+    void takeSingleKeys()
+    {
+        el_set(editLine.get(), EL_PREP_TERM, 1);
+        termios terminal{};
+        if (tcgetattr(STDIN_FILENO, &terminal) == 0)
+        {
+            terminal.c_cc[VINTR] = _POSIX_VDISABLE;
+            tcsetattr(STDIN_FILENO, TCSADRAIN, &terminal);
+        }
     }
 
     std::string remember(std::string line)
@@ -245,6 +259,7 @@ private:
     Background* background = nullptr;
     bool mustGiveWay = false;
     std::string typedSoFar;
+    std::chrono::steady_clock::time_point nextRefresh;
     void (*previousHandler)(int) = nullptr;
 };
 
