@@ -357,7 +357,10 @@ void XmlModel::detach(XmlPart& part) noexcept
 {
     for (const auto& module : part.modules)
     {
-        root->removeChild(module->getKey());
+        if (module->getOwner() == root)
+        {
+            root->removeChild(module->getKey());
+        }
     }
     for (auto node = document.getLastAppended(); node; node = nextNode(node))
     {

@@ -116,6 +116,17 @@ TEST(XmlDocument, AppendedMarkupStandsBehindTheLastChildThatIsNoLayout)
     EXPECT_EQ(withAppended("<r><![CDATA[x]]></r>", {"\n <b/>"}), "<r><![CDATA[x]]>\n <b/>\n</r>");
 }
 
+TEST(XmlDocument, TheNodesHaveTheOrderOfTheSavedFile)
+{
+    XmlDocument document("<r>\n <a/>\n</r>", "m");
+    document.append("<b/>");
+    document.append("<c/>");
+    EXPECT_STREQ(document.getRootElement().child("a").next_sibling().name(), "b");
+    EXPECT_STREQ(document.getRootElement().child("c").next_sibling().value(), "\n");
+    document.removeLast();
+    EXPECT_STREQ(document.getRootElement().child("b").next_sibling().value(), "\n");
+}
+
 TEST(XmlDocument, ARootWithoutChildrenCanBeAppendedTo)
 {
     EXPECT_EQ(withAppended("<r/>", {"<b/>"}), "<r><b/></r>");

@@ -5,6 +5,7 @@
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Parameterization/AttributeDescription.h"
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
+#include "Platform/Parameterization/Object.h"
 #include "Platform/Parameterization/Path.h"
 
 #include <gmock/gmock.h>
@@ -275,6 +276,25 @@ TEST(XmlModel, AListenerThatThrowsLeavesTheModulesAsTheyWere)
     EXPECT_EQ(model.toBytes(), "<r>\n <a/>\n</r>");
 }
 
+TEST(XmlModel, ModulesThatTheRootDoesNotTakeAreNotAppended)
+{
+    XmlModel model("<r>\n</r>", "m");
+    XmlPart part{.markup = "<a><x/></a><b/>"};
+    const auto inTheWay = std::make_shared<Valdane::Object>("b");
+    for (int i = 0; i < 2; ++i)
+    {
+        model.getRoot()->addChild(inTheWay);
+        EXPECT_THROW(model.append(part), Valdane::VdException);
+        EXPECT_EQ(model.toBytes(), "<r>\n</r>");
+        EXPECT_EQ(model.getSize(), 1U);
+        EXPECT_THAT(keysOfModules(model), ElementsAre("b"));
+        model.getRoot()->removeChild("b");
+        model.append(part);
+        EXPECT_EQ(model.toBytes(), "<r>\n<a><x/></a><b/></r>");
+        model.remove(part);
+    }
+}
+
 int allocationsLeft = 0;
 
 void* allocateWhileAllowed(std::size_t size)
@@ -350,6 +370,19 @@ TEST(XmlModel, ATextOfTheRootStaysOneWhenModulesAreAppended)
     dynamic_cast<AttributeDescription<std::string>&>(*text).getSetter()("\n");
     model.remove(part);
     EXPECT_EQ(model.toBytes(), "<r>\n</r>");
+}
+
+TEST(XmlModel, AnAnnotationOfARootWithoutChildrenStandsBeforeTheModules)
+{
+    XmlModel model("<r/>", "m");
+    XmlPart part{.markup = "<a/>"};
+    const auto annotations = std::make_shared<DynamicAttributeCollection>();
+    annotations->set("n:x", "1");
+    model.getRoot()->setDynamicAttributeCollection(annotations);
+    model.append(part);
+    EXPECT_EQ(model.toBytes(), "<r n:x=\"1\"><a/></r>");
+    model.remove(part);
+    EXPECT_EQ(model.toBytes(), "<r n:x=\"1\"/>");
 }
 
 TEST(XmlModel, WhatIsChangedInModulesGoesWithThem)
