@@ -126,7 +126,7 @@ TEST_F(ChangeTrackingTest, NeighbouringEntriesShareTheirSetsWithEachOtherAndWith
     EXPECT_TRUE(undoQueue[0].modulesBefore[0].isSharedWith(base0));
     EXPECT_TRUE(undoQueue[0].modulesAfter[0].isSharedWith(base0));
     EXPECT_TRUE(undoQueue[0].modulesAfter[1].isSharedWith(undoQueue[0].modulesOfCommand));
-    for (std::size_t tracker : {0U, 1U})
+    for (const std::size_t tracker : {0U, 1U})
     {
         EXPECT_TRUE(undoQueue[1].modulesBefore[tracker].isSharedWith(undoQueue[0].modulesAfter[tracker]));
         EXPECT_TRUE(undoQueue[2].modulesBefore[tracker].isSharedWith(undoQueue[1].modulesAfter[tracker]));

@@ -206,7 +206,7 @@ TEST_P(MovedCommand, AssignmentTakesEverythingOverEmptiesTheSourceAndReleasesThe
     CountingTestCmd target("another text that is longer than what fits into a small string");
     const std::weak_ptr<LegacyProgress> oldProgress = target.getProgress();
 
-    CountingTestCmd& result = target = std::move(source);
+    const CountingTestCmd& result = target = std::move(source);
 
     EXPECT_EQ(&result, &target);
     expectTaken(target);

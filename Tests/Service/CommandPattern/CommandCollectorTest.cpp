@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -55,7 +54,7 @@ protected:
 
     std::string text;
     CommandManager target;
-    std::optional<CommandCollector> collector{std::in_place, target};
+    std::unique_ptr<CommandCollector> collector = std::make_unique<CommandCollector>(target);
 };
 
 TEST_F(Recording, IsOneMacroThatUndoesAndRedoesEverything)

@@ -477,7 +477,7 @@ TEST_F(CommandManagerTest, TheErrorLineNamesWhatFailedAndWhereAVdExceptionWasThr
     const auto command = add("A");
     command->onExecute = command->onUndo = [&]
     {
-        throw exception;
+        throw VdException(exception);
     };
     signals.clear();
 

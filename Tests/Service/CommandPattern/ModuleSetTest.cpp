@@ -16,7 +16,6 @@ namespace Valdane
 namespace
 {
 
-using testing::ElementsAreArray;
 using testing::IsEmpty;
 using Objects = std::set<const Object*>;
 

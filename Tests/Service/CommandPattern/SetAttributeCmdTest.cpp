@@ -22,7 +22,6 @@ namespace
 {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 template <typename T>
 struct Values;
@@ -210,9 +209,9 @@ TYPED_TEST(SetAttributeCmdTest, WithoutADescriptionItNamesTheAttribute)
 {
     EXPECT_EQ(this->makeCommand()->getDescription(), "Set speed");
     EXPECT_EQ(this->makeCommand("Faster")->getDescription(), "Faster");
-    SetAttributeCmd<TypeParam> odd(this->root, this->pathOf("a/b.c \"d\""), this->after, "");
+    const SetAttributeCmd<TypeParam> odd(this->root, this->pathOf("a/b.c \"d\""), this->after, "");
     EXPECT_EQ(odd.getDescription(), "Set a/b.c \"d\"");
-    SetAttributeCmd<TypeParam> nameless(this->root, Path(), this->after, "");
+    const SetAttributeCmd<TypeParam> nameless(this->root, Path(), this->after, "");
     EXPECT_EQ(nameless.getDescription(), "Set ");
 }
 

@@ -300,7 +300,7 @@ TEST_F(SetAttributecommandFactoryTest, ACreatorOfTheAttributesOwnMakesTheCommand
             EXPECT_EQ(path, pump->getPath(root.get(), "speed", RequestedPathType::FromRoot));
             EXPECT_EQ(newValue, 7);
             EXPECT_EQ(description, "text");
-            return own;
+            return std::shared_ptr<CommandBase>(own);
         });
     SetAttributecommandFactory factory(pump);
 

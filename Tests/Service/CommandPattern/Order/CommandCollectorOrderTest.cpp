@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -61,7 +60,7 @@ protected:
         return namesOf(*macro);
     }
 
-    std::optional<CommandCollector> collector{std::in_place, manager};
+    std::unique_ptr<CommandCollector> collector = std::make_unique<CommandCollector>(manager);
 };
 
 TEST_F(CommandCollectorOrder, ACommandMovesToTheTargetAsSoonAsItIsQueued)

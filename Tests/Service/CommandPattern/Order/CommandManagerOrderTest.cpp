@@ -724,7 +724,7 @@ TEST_F(CommandManagerOrder, AVdExceptionAddsItsLocationToTheErrorLineButNotToThe
     const VdException exception("too hot");
     command->onExecute = [&]
     {
-        throw exception;
+        throw VdException(exception);
     };
     Logging::traceEnabled = false;
 

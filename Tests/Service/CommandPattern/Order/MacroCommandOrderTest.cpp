@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -148,7 +149,8 @@ protected:
     /// One sub-command that succeeds.
     static Lines step(const std::string& operation, const std::string& name)
     {
-        const std::string call = operation == "Execute" ? "execute" : operation == "Undo" ? "undo" : "redo";
+        std::string call = operation;
+        call[0] = static_cast<char>(std::tolower(call[0]));
         return {"trace: " + operation + " MacroCommand '" + name + "'...", name + "." + call,
                 "trace: " + operation + " MacroCommand '" + name + "' finished.",
                 name + ".progress.setComplete"};

@@ -473,13 +473,13 @@ TEST_F(SetAttributeCmdOrder, TheFactoryAsksTheObjectForThePathOfTheAttribute)
 
 TEST_F(SetAttributeCmdOrder, ACreatorOfTheAttributesOwnGetsRootPathValueAndDescription)
 {
-    const auto own = std::make_shared<SetAttributeCmd<int>>(root, Path{}, 0, "own");
+    const std::shared_ptr<CommandBase> own = std::make_shared<SetAttributeCmd<int>>(root, Path{}, 0, "own");
     speed->commandCreator = [&](std::shared_ptr<Object> givenRoot, const Path& path, const int& newValue,
                                 const std::string& description)
     {
         EXPECT_EQ(givenRoot, root);
         note("create(" + path.toString() + ", " + std::to_string(newValue) + ", " + description + ")");
-        return own;
+        return std::shared_ptr<CommandBase>(own);
     };
     SetAttributecommandFactory factory(pump());
     takeJournal();
