@@ -83,7 +83,7 @@ TEST_F(DelayedInitializedCommandOrder, AfterASuccessTheFactoryIsForgotten)
     const auto held = std::make_shared<int>();
     const std::weak_ptr<int> capture = held;
     const auto once = std::make_shared<DelayedInitializedCommand>(
-        [held, this]() -> std::shared_ptr<CommandBase>
+        [held]() -> std::shared_ptr<CommandBase>
         {
             note("factory");
             return std::make_shared<RecordingCommand>("X");
