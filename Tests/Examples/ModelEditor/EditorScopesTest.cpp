@@ -184,6 +184,18 @@ TEST_F(EditorScopes, AnyLineThatFailsInAGroupRollsItBack)
     EXPECT_FALSE(editor.takeQuit());
 }
 
+TEST_F(EditorScopes, RollingBackAGroupTellsNothingOfTheEditThatFailed)
+{
+    XmlModel mixed("<r><a x='text'/><b x='1.5'/></r>", "mixed");
+    Editor other(
+        mixed, [](const Output&) {}, out);
+    other.run("group g");
+    other.run("set //b/@x 2.5");
+    out.str("");
+    EXPECT_THROW(other.run("set //@x nan"), Valdane::VdException);
+    EXPECT_EQ(out.str(), "Undone: Set x of b to 2.5\n  /r/b/@x: 2.5 -> 1.5\n");
+}
+
 TEST_F(EditorScopes, WhatIsRefusedInAGroupSaysWhy)
 {
     EXPECT_THAT(runAll({"group g", "save"}), StartsWith("save: not in a group; end or abandon it first; "));
