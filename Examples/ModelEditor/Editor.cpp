@@ -151,8 +151,7 @@ void Editor::conclude()
     }
     if (run->isAborted)
     {
-        out << "Aborted: " << description << "; nothing has changed\n";
-        return;
+        throw VdException(run->verb + ": aborted; nothing has changed");
     }
     out << description << '\n';
     for (std::size_t i = 0; i < std::min(changed.size(), mostChangesTold); ++i)

@@ -60,7 +60,7 @@ public:
 
     /// Prints what came of the work that is over.
     ///
-    /// @throws VdException `<verb>: <what is wrong>` if it failed; the model is then as it was before.
+    /// @throws VdException `<verb>: <what is wrong>` if it failed or was aborted; the model is then as it was before.
     void conclude();
 
     /// Asks the work under way to stop; without any does nothing.

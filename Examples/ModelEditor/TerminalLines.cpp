@@ -52,9 +52,7 @@ public:
         el_set(editLine.get(), EL_EDITOR, "emacs");
         el_set(editLine.get(), EL_HIST, &::history, history.get());
         el_set(editLine.get(), EL_SIGNAL, 1);
-        el_set(editLine.get(), EL_ADDFN, "interrupt", "empty the line, or abort what is under way",
-               &onInterrupt);
-        el_set(editLine.get(), EL_BIND, "^C", "interrupt", nullptr);
+        el_set(editLine.get(), EL_BIND, "^C", "em-kill-line", nullptr);
         previousHandler = std::signal(SIGINT, SIG_IGN);
     }
 
@@ -123,20 +121,6 @@ private:
         return editing.shownPrompt.data();
     }
 
-    static unsigned char onInterrupt(EditLine* editLine, int /*key*/)
-    {
-        auto& editing = of(editLine);
-        if (editing.isBackgroundUnderWay())
-        {
-            editing.background->interrupt();
-            return CC_NORM;
-        }
-        const LineInfo* const line = el_line(editLine);
-        el_cursor(editLine, static_cast<int>(line->lastchar - line->cursor));
-        el_deletestr(editLine, static_cast<int>(line->lastchar - line->buffer));
-        return CC_REFRESH;
-    }
-
     static int giveKey(EditLine* editLine, wchar_t* key)
     {
         return of(editLine).readKey(*key);
@@ -150,10 +134,23 @@ private:
     // The next character; 0 ends the line, and -1 is a failure.
     int readKey(wchar_t& key)
     {
-        if (!waitForKey())
+        constexpr wchar_t interruptKey = 3;
+        while (waitForKey())
         {
-            return 0;
+            const int count = readCharacter(key);
+            if (count <= 0 || key != interruptKey || !isBackgroundUnderWay())
+            {
+                return count;
+            }
+            background->interrupt();
         }
+        return 0;
+    }
+
+    static int readCharacter(wchar_t& key)
+    {
+        constexpr auto isIncomplete = static_cast<std::size_t>(-2);
+        constexpr auto isInvalid = static_cast<std::size_t>(-1);
         std::mbstate_t state{};
         char byte = 0;
         while (true)
@@ -163,8 +160,6 @@ private:
             {
                 return static_cast<int>(count);
             }
-            constexpr auto isIncomplete = static_cast<std::size_t>(-2);
-            constexpr auto isInvalid = static_cast<std::size_t>(-1);
             const auto result = std::mbrtowc(&key, &byte, 1, &state);
             if (result == isInvalid)
             {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <csignal>
 #include <pty.h>
 #include <string>
 #include <sys/wait.h>
@@ -19,7 +20,8 @@ using testing::HasSubstr;
 class Terminal
 {
 public:
-    Terminal(const TestDirectory& directory, const std::string& model)
+    // With a script in place of what is typed, if there is one.
+    Terminal(const TestDirectory& directory, const std::string& model, const std::string& script = {})
     {
         const std::string program = getProgramPath();
         child = forkpty(&terminal, nullptr, nullptr, nullptr);
@@ -29,7 +31,9 @@ public:
             const bool isThere = chdir(directory.getPath().c_str()) == 0;
             if (isThere)
             {
-                execl(program.c_str(), program.c_str(), model.c_str(), nullptr);
+                script.empty() ? execl(program.c_str(), program.c_str(), model.c_str(), nullptr)
+                               : execl(program.c_str(), program.c_str(), model.c_str(), "--script",
+                                       script.c_str(), nullptr);
             }
             _exit(122);
         }
@@ -46,6 +50,11 @@ public:
     void type(const std::string& keys) const
     {
         ASSERT_EQ(write(terminal, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+    }
+
+    void interrupt() const
+    {
+        kill(child, SIGINT);
     }
 
     // What is printed up to and with the text; all that was printed if it does not come.
@@ -226,6 +235,100 @@ TEST_F(TerminalTest, TheInterruptKeyEmptiesTheLine)
     terminal.type("\x04");
     terminal.waitForEnd(status);
     EXPECT_EQ(status, 0);
+}
+
+TEST_F(TerminalTest, TheInterruptKeyEmptiesTheLineAlsoWhenItComesAlone)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("nonsense");
+    terminal.waitFor("nonsense");
+    terminal.type("\x03");
+    terminal.waitFor(prompt);
+    terminal.type("find /a/@x\n");
+    EXPECT_THAT(terminal.waitFor("1 node"), HasSubstr("/a/@x = 1"));
+    terminal.waitFor(prompt);
+    terminal.type("\x04");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
+// So long a run that whoever sees it begin can stop it.
+class LongRun : public TerminalTest
+{
+protected:
+    LongRun()
+    {
+        std::string values;
+        for (int i = 0; i < 20000; ++i)
+        {
+            values += "<v x='1'/>";
+        }
+        directory.write("m.xml", "<r>" + values + "</r>");
+        directory.write("s", "scale //@x 2\nset //v[1]/@x 5\n");
+    }
+
+    const std::string bar = "[....................] ";
+};
+
+TEST_F(LongRun, LinesCanBeTypedWhileARunIsUnderWay)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("scale //@x 2\n");
+    terminal.waitFor(bar);
+    terminal.type("status\n");
+    EXPECT_THAT(terminal.waitFor("(20000 values) by 2, "), HasSubstr("status"));
+    terminal.type("save\n");
+    terminal.waitFor("save: not while Scale //@x (20000 values) by 2 is under way");
+    terminal.waitFor("> ");
+    terminal.type("abort\n");
+    terminal.waitFor("scale: aborted; nothing has changed");
+    terminal.waitFor(prompt);
+    terminal.type("modified\n");
+    EXPECT_THAT(terminal.waitFor(prompt), HasSubstr("0 modules"));
+    terminal.type("\x04");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(LongRun, TheInterruptKeyAbortsItAndASecondOneDoesNoHarm)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("scale //@x 2\n");
+    terminal.waitFor(bar);
+    terminal.type("\x03\x03");
+    terminal.waitFor("scale: aborted; nothing has changed");
+    terminal.waitFor(prompt);
+    terminal.type("\x03modified\n");
+    EXPECT_THAT(terminal.waitFor("0 modules"), HasSubstr("0 modules"));
+    terminal.type("\x04");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(LongRun, TheEndKeyAbortsIt)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("scale //@x 2\n");
+    terminal.waitFor(bar);
+    terminal.type("\x04");
+    EXPECT_THAT(terminal.waitForEnd(status), HasSubstr("nothing has changed"));
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(LongRun, AnInterruptAbortsThatOfAScriptAndStopsTheScript)
+{
+    Terminal terminal(directory, "m.xml", "s");
+    terminal.waitFor("25 %");
+    terminal.interrupt();
+    terminal.interrupt();
+    const auto rest = terminal.waitForEnd(status);
+    EXPECT_THAT(rest, HasSubstr("s:1: scale: aborted; nothing has changed"));
+    EXPECT_THAT(rest, testing::Not(HasSubstr("> set")));
+    EXPECT_EQ(status, 1);
 }
 
 } // namespace

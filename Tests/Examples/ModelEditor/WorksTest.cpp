@@ -217,7 +217,7 @@ TEST_F(Works, AnAbortedCheckTellsNothing)
     run("abort");
     run("abort");
     goOn(-1);
-    EXPECT_EQ(conclude(), "Aborted: Check the model; nothing has changed\n");
+    EXPECT_EQ(conclude(), "check: aborted; nothing has changed");
 }
 
 TEST_F(Works, ARecordedScaleIsReplayed)
@@ -260,7 +260,7 @@ TEST_F(FiftySteps, AnAbortAtAnyOfThemLeavesTheModelAsItWas)
         run("abort");
         run("abort");
         goOn(-1);
-        ASSERT_EQ(conclude(), "Aborted: Scale //@x (50 values) by 2; nothing has changed\n") << position;
+        ASSERT_EQ(conclude(), "scale: aborted; nothing has changed") << position;
         ASSERT_EQ(model.toBytes(), before) << position;
         ASSERT_EQ(run("modified"), "0 modules\n");
     }
