@@ -162,7 +162,10 @@ void Editor::conclude()
     {
         out << "  and " << plural(changed.size() - mostChangesTold, "more change") << '\n';
     }
-    out << run->work.tellResult();
+    if (run->work.tellResult)
+    {
+        out << run->work.tellResult();
+    }
 }
 
 void Editor::abort()
@@ -541,6 +544,10 @@ std::vector<std::shared_ptr<XmlObject>> Editor::listModified(EditHistory::Tracke
 void Editor::onChanged(const XmlChange& change)
 {
     modules->onChanged(change.object);
+    if (change.child != nullptr)
+    {
+        modules->onChanged(*change.child);
+    }
     changes.push_back(describeChange(change));
 }
 

@@ -57,8 +57,12 @@ What is done between record and stop can be undone step by step up to stop, and 
 script has what was not undone: played on the model as it was at record, it makes of it the model as
 it was at stop.
 
-The modules of a model are the elements below its root; the root stands for its own values. A module is
-modified if it differs from the last save (or export); before the first one, from the file as it was
+scale, check and import work on another thread. At a terminal lines can be typed meanwhile: status, abort
+and help; Ctrl-C aborts, too. In a script the line is over when the work is. What fails or is aborted has
+changed nothing.
+
+The modules of a model are the elements below its root; the root stands for its own values, and for what
+modules there are. A module is modified if it differs from the last save (or export); before the first one, from the file as it was
 opened. Undoing back to what was saved makes it unmodified; changing it back by another edit does not.
 tree marks modified modules with *.
 

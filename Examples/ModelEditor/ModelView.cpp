@@ -104,7 +104,7 @@ void ModelView::printModule(const XmlObject& module) const
 {
     const auto name = module.getElement().attribute("name");
     out << module.getAddress() << (name ? " " + shown(name.value()) : std::string())
-        << (module.getOwner() == nullptr ? " (its own values)\n" : "\n");
+        << (module.getOwner() == nullptr ? " (itself)\n" : "\n");
 }
 
 void ModelView::printNode(const XmlObject& object, std::size_t level, bool isLast, bool isMarked) const

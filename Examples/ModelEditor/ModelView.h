@@ -30,7 +30,7 @@ public:
     void printTree(const std::shared_ptr<XmlObject>& top, std::size_t depth,
                    const std::set<const Valdane::Object*>& marked) const;
 
-    /// One line: the address and the name; the root stands for its own values.
+    /// One line: the address and the name; the root stands for its own values and for what modules there are.
     void printModule(const XmlObject& module) const;
 
     /// All that is known of @p selected.

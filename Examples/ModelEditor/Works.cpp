@@ -2,6 +2,8 @@
 
 #include "Examples/ModelEditor/CheckCmd.h"
 #include "Examples/ModelEditor/EditorTexts.h"
+#include "Examples/ModelEditor/Import.h"
+#include "Examples/ModelEditor/ModelFile.h"
 #include "Examples/ModelEditor/Nodes.h"
 #include "Examples/ModelEditor/ScaleValueCmd.h"
 #include "Examples/ModelEditor/SetValue.h"
@@ -130,6 +132,11 @@ Work makeCheck(XmlModel& model, const std::vector<std::string>& /*arguments*/)
             {
                 return tellFindings(*check);
             }};
+}
+
+Work makeImportOfFile(XmlModel& model, const std::vector<std::string>& arguments)
+{
+    return {.command = nullptr, .macro = makeImport(model, arguments[0], &readFile), .tellResult = nullptr};
 }
 
 } // namespace ModelEditor

@@ -28,11 +28,12 @@ struct Work
     Valdane::CommandBase& get() const;
 };
 
-/// The works that the verbs `scale` and `check` stand for.
+/// The works that the verbs `scale`, `check` and `import` stand for.
 ///
 /// @param arguments  what follows the verb, as many as it wants (not checked).
 /// @throws VdException if the arguments are wrong, or the address selects nothing that could be scaled.
 Work makeScale(XmlModel& model, const std::vector<std::string>& arguments);
 Work makeCheck(XmlModel& model, const std::vector<std::string>& arguments);
+Work makeImportOfFile(XmlModel& model, const std::vector<std::string>& arguments);
 
 } // namespace ModelEditor

@@ -349,19 +349,19 @@ TEST_F(EditorScopes, FinishEndsWhatIsUnderWay)
 TEST_F(EditorScopes, ModifiedTellsOfSavesAndExportsApart)
 {
     runAll({"set //d/@x 4", "set /r/@v 2"});
-    EXPECT_EQ(run("modified"), "/r (its own values)\n/r/c C\n2 modules\n");
+    EXPECT_EQ(run("modified"), "/r (itself)\n/r/c C\n2 modules\n");
     EXPECT_EQ(run("modified save"), run("modified export"));
     run("save");
     EXPECT_EQ(run("modified"), "0 modules\n");
-    EXPECT_EQ(run("modified export"), "/r (its own values)\n/r/c C\n2 modules\n");
+    EXPECT_EQ(run("modified export"), "/r (itself)\n/r/c C\n2 modules\n");
     runAll({"export f", "undo"});
-    EXPECT_EQ(run("modified save"), "/r (its own values)\n1 module\n");
-    EXPECT_EQ(run("modified export"), "/r (its own values)\n1 module\n");
+    EXPECT_EQ(run("modified save"), "/r (itself)\n1 module\n");
+    EXPECT_EQ(run("modified export"), "/r (itself)\n1 module\n");
     run("save");
-    EXPECT_EQ(run("modified export"), "/r (its own values)\n1 module\n");
+    EXPECT_EQ(run("modified export"), "/r (itself)\n1 module\n");
     run("redo");
     EXPECT_EQ(run("modified export"), "0 modules\n");
-    EXPECT_EQ(run("modified"), "/r (its own values)\n1 module\n");
+    EXPECT_EQ(run("modified"), "/r (itself)\n1 module\n");
     EXPECT_EQ(run("modified nope"), "modified: nope is neither save nor export");
 }
 
