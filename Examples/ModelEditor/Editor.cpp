@@ -143,8 +143,6 @@ bool Editor::goOn()
 void Editor::conclude()
 {
     const auto run = std::exchange(underWay, nullptr);
-    const auto changed = std::exchange(changes, {});
-    const auto& description = run->work.get().getDescription();
     if (!run->failure.empty())
     {
         throw VdException(run->verb + ": " + run->failure);
@@ -153,15 +151,8 @@ void Editor::conclude()
     {
         throw VdException(run->verb + ": aborted; nothing has changed");
     }
-    out << description << '\n';
-    for (std::size_t i = 0; i < std::min(changed.size(), mostChangesTold); ++i)
-    {
-        out << "  " << changed[i] << '\n';
-    }
-    if (changed.size() > mostChangesTold)
-    {
-        out << "  and " << plural(changed.size() - mostChangesTold, "more change") << '\n';
-    }
+    out << run->work.get().getDescription() << '\n';
+    printChanges();
     if (run->work.tellResult)
     {
         out << run->work.tellResult();
@@ -499,15 +490,24 @@ void Editor::printEdit(const Edit& edit)
 void Editor::printStep(const std::string& line)
 {
     out << line << '\n';
-    for (const auto& change : changes)
-    {
-        out << "  " << change << '\n';
-    }
     if (changes.empty())
     {
         out << "  (no change)\n";
     }
-    changes.clear();
+    printChanges();
+}
+
+void Editor::printChanges()
+{
+    const auto changed = std::exchange(changes, {});
+    for (std::size_t i = 0; i < std::min(changed.size(), mostChangesTold); ++i)
+    {
+        out << "  " << changed[i] << '\n';
+    }
+    if (changed.size() > mostChangesTold)
+    {
+        out << "  and " << plural(changed.size() - mostChangesTold, "more change") << '\n';
+    }
 }
 
 void Editor::printEndOfHistory(std::uint64_t done, std::uint64_t wanted, const std::string& toWhat)

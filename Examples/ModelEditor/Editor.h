@@ -121,6 +121,7 @@ private:
 
     void printEdit(const Edit& edit);
     void printStep(const std::string& line);
+    void printChanges();
     void printEndOfHistory(std::uint64_t done, std::uint64_t wanted, const std::string& toWhat);
     void writeModel(const std::string& verb, const std::string& path, EditHistory::Tracker tracker);
     std::vector<std::shared_ptr<XmlObject>> listModified(EditHistory::Tracker tracker) const;

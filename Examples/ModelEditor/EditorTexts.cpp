@@ -62,9 +62,9 @@ and help; Ctrl-C aborts, too. In a script the line is over when the work is. Wha
 changed nothing.
 
 The modules of a model are the elements below its root; the root stands for its own values, and for what
-modules there are. A module is modified if it differs from the last save (or export); before the first one, from the file as it was
-opened. Undoing back to what was saved makes it unmodified; changing it back by another edit does not.
-tree marks modified modules with *.
+modules there are. A module is modified if it differs from the last save (or export); before the first
+one, from the file as it was opened. Undoing back to what was saved makes it unmodified; changing it back by
+another edit does not. tree marks modified modules with *.
 
 Words with blanks, quotes or # stand in double or single quotes; the rest of a line after # is a comment.
 )";

@@ -74,7 +74,7 @@ std::string tellFailures(const ThreadedMacroCommand& macro)
         const auto& failure = dynamic_cast<const ScaleValueCmd&>(*command).getFailure();
         if (!failure.empty() && ++failed <= mostFailuresTold)
         {
-            lines += "    " + command->getDescription() + ": " + failure + "\n";
+            lines += "    " + failure + "\n";
         }
     }
     if (failed > mostFailuresTold)

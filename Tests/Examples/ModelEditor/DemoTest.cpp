@@ -46,6 +46,20 @@ TEST(Demo, OfLargerStepsPrintsAndWritesWhatIsExpected)
     EXPECT_EQ(directory.read("changes.script"), expected("changes.script"));
 }
 
+TEST(Demo, OfWorkOnAnotherThreadPrintsAndSavesWhatIsExpected)
+{
+    const TestDirectory directory;
+    directory.write("ur5_robot.urdf", expected("ur5_robot.urdf"));
+    const auto result = play(directory, "fleet-of-26.urdf", "fleet.script");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, expected("fleet.txt"));
+    const std::string fleet = readTestFile(besideTests("Data/Models/fleet-of-26.urdf"));
+    const std::string saved = directory.read("fleet-of-26.urdf");
+    const std::string behindTheFleet = "\n</robot>\n";
+    EXPECT_TRUE(saved.starts_with(fleet.substr(0, fleet.rfind(behindTheFleet))));
+    EXPECT_NE(saved.find("<link name=\"gripper\"/>"), std::string::npos);
+}
+
 TEST(Demo, OfLargerStepsWritesAScriptThatDoesTheSameAgain)
 {
     const TestDirectory directory;

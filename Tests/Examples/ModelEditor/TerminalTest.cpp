@@ -303,6 +303,7 @@ TEST_F(LongRun, TheInterruptKeyAbortsItAndASecondOneDoesNoHarm)
     terminal.waitFor(prompt);
     terminal.type("\x03modified\n");
     EXPECT_THAT(terminal.waitFor("0 modules"), HasSubstr("0 modules"));
+    terminal.waitFor(prompt);
     terminal.type("\x04");
     terminal.waitForEnd(status);
     EXPECT_EQ(status, 0);

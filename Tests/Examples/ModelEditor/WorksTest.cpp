@@ -119,9 +119,9 @@ TEST_F(Works, WhatFailsIsLeftAloneIfWanted)
               "Scale //@x (4 values) by 0.5\n"
               "  /r/b/@x: 1.5 -> 0.75\n"
               "  3 values left alone:\n"
-              "    Scale /r/a/@x: 0.5 is not a value of type int, which /r/a/@x has\n"
-              "    Scale /r/c/@x: /r/c/@x: word is not a number\n"
-              "    Scale /r/d/@x: 3.5 is not a value of type int, which /r/d/@x has\n");
+              "    0.5 is not a value of type int, which /r/a/@x has\n"
+              "    /r/c/@x: word is not a number\n"
+              "    3.5 is not a value of type int, which /r/d/@x has\n");
     const std::string scaled = model.toBytes();
     run("undo");
     EXPECT_EQ(model.toBytes(), before);
