@@ -1,7 +1,7 @@
 # Sourced by run-demo and run-tests: installs the Debian packages that are missing.
 
 build_packages=(g++ cmake ninja-build pkg-config libboost-dev libspdlog-dev libpugixml-dev libedit-dev)
-test_packages=(libgtest-dev libgmock-dev)
+test_packages=(libgtest-dev libgmock-dev librapidcheck-dev)
 
 # require_packages NAME...: returns when all of them are there; asks for rights only if one is missing.
 require_packages() {

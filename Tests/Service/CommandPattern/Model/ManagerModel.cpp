@@ -1,0 +1,609 @@
+#include "ManagerModel.h"
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
+#include <ranges>
+
+namespace Valdane::Model
+{
+
+namespace
+{
+
+void trace(const std::string& text)
+{
+    note("trace: " + text);
+}
+
+void logFailure(const std::string& what, const std::exception& exception)
+{
+    const auto* located = dynamic_cast<const VdException*>(&exception);
+    note("error: " + what + "failed with exception: " + exception.what() +
+         (located == nullptr ? "" : "\n    Location: " + located->getLocation()));
+}
+
+bool isMacro(const Command& command)
+{
+    return command.script == nullptr;
+}
+
+std::string progressOf(const Command& command)
+{
+    return isMacro(command) ? "progress" : command.description + ".progress";
+}
+
+/// The rate of a command that is not a macro: the normal one.
+constexpr int normalRate = 3;
+constexpr int fastestRate = 5;
+
+int rateOf(const Command& command)
+{
+    if (!isMacro(command))
+    {
+        return normalRate;
+    }
+    int average = fastestRate;
+    for (const CommandPtr& part : command.parts)
+    {
+        average = rateOf(*part);
+        note("Speed.add(" + std::to_string(average) + ")");
+    }
+    note("Speed.getAverageSpeed");
+    return average;
+}
+
+/// The parts of the progress, in the order of @p parts.
+void layOut(const Command& macro, const std::vector<CommandPtr>& parts)
+{
+    for (const CommandPtr& part : macro.parts)
+    {
+        note("Speed.add(" + std::to_string(rateOf(*part)) + ")");
+    }
+    note("progress.reset");
+    note("progress.progress");
+    int start = 0;
+    for (const CommandPtr& part : parts)
+    {
+        const int rate = rateOf(*part);
+        note("Speed.getPartitionFromRate(" + std::to_string(rate) + ")");
+        note("progress.appendSubProgress(" + progressOf(*part) + ", " + std::to_string(start) + ", " +
+             std::to_string(start + 10 * rate) + ")");
+        start += 10 * rate;
+    }
+}
+
+void run(Command& command, Call call);
+
+std::string logDescriptionOf(const Command& command)
+{
+    return command.description.empty() ? "Valdane::MacroCommand" : command.description;
+}
+
+void runPart(Command& part, Call call)
+{
+    const std::string verb = call == Call::Execute ? "Execute" : call == Call::Undo ? "Undo" : "Redo";
+    trace(verb + " MacroCommand '" + logDescriptionOf(part) + "'...");
+    run(part, call);
+    trace(verb + " MacroCommand '" + logDescriptionOf(part) + "' finished.");
+    note(progressOf(part) + ".setComplete");
+}
+
+void rollBack(const Command& macro, std::vector<CommandPtr> done, Call call)
+{
+    if (!macro.forwardUndoOrder)
+    {
+        std::ranges::reverse(done);
+    }
+    for (const CommandPtr& part : done)
+    {
+        runPart(*part, call == Call::Undo ? Call::Redo : Call::Undo);
+    }
+}
+
+void runMacro(const Command& macro, Call call)
+{
+    std::vector<CommandPtr> parts = macro.parts;
+    if (call == Call::Undo)
+    {
+        std::ranges::reverse(parts);
+    }
+    layOut(macro, parts);
+    if (call == Call::Undo && macro.forwardUndoOrder)
+    {
+        parts = macro.parts;
+    }
+    for (auto part = parts.begin(); part != parts.end(); ++part)
+    {
+        try
+        {
+            runPart(**part, call);
+        }
+        catch (const std::exception& exception)
+        {
+            note("error: " + std::string(call == Call::Undo ? "Undo of " : "") +
+                 "MacroCommand: Subcommand '" + logDescriptionOf(**part) +
+                 "' failed with exception: " + exception.what());
+            rollBack(macro, {parts.begin(), part}, call);
+            throw;
+        }
+    }
+    note("progress.setComplete");
+}
+
+void run(Command& command, Call call)
+{
+    if (isMacro(command))
+    {
+        runMacro(command, call);
+    }
+    else if (command.thread != nullptr && call != Call::Undo)
+    {
+        command.thread->prepareRun();
+        command.thread->run();
+        command.thread->finishRun();
+    }
+    else
+    {
+        command.script->run(call);
+    }
+}
+
+bool isRedoCapable(const Command& command)
+{
+    return isMacro(command) ? std::ranges::all_of(command.parts,
+                                                  [](const CommandPtr& part) { return isRedoCapable(*part); })
+                            : command.script->isRedoCapable();
+}
+
+std::string textOf(const std::list<ManagerModel::Entry>& queue)
+{
+    std::string text;
+    for (const ManagerModel::Entry& entry : queue | std::views::reverse)
+    {
+        text += (text.empty() ? "" : " ") + descriptionOf(*entry.command);
+    }
+    return text;
+}
+
+} // namespace
+
+std::string descriptionOf(const Command& command)
+{
+    std::string description = command.description;
+    for (auto part = command.parts.begin(); description.empty() && part != command.parts.end(); ++part)
+    {
+        description = descriptionOf(**part);
+    }
+    return description;
+}
+
+void ManagerModel::emit(const std::string& signal) const
+{
+    note(signal + " [" + textOf(undoQueue) + "|" + textOf(redoQueue) + "]");
+    world.onMoment();
+}
+
+void ManagerModel::report(const std::string& context, const std::string& description,
+                          const std::exception& exception)
+{
+    logFailure(context + " of command '" + description + "' ", exception);
+    emit("failed(" + std::string(exception.what()) + ", " + description + ")");
+}
+
+/// Runs @p action as the work of @p command, with the flag up, which is @p flagAfter when it ends.
+template <typename Action>
+void ManagerModel::process(const std::string& verb, const Command& command, bool flagAfter,
+                           const Action& action)
+{
+    const std::string description = descriptionOf(command);
+    isProcessing = true;
+    try
+    {
+        action("Execute " + verb + "command '" + description + "'...",
+               (verb.empty() ? "Command '" : verb + "command '") + description + "' executed.");
+    }
+    catch (...)
+    {
+        isProcessing = flagAfter;
+        throw;
+    }
+    isProcessing = flagAfter;
+}
+
+bool ManagerModel::addCommand(const CommandPtr& command)
+{
+    if (command == nullptr)
+    {
+        return false;
+    }
+    try
+    {
+        process("", *command, false,
+                [&](const std::string& before, const std::string& after)
+                {
+                    note(progressOf(*command) + ".reset");
+                    trace(before);
+                    run(*command, Call::Execute);
+                    trace(after);
+                    note(progressOf(*command) + ".setComplete");
+                });
+    }
+    catch (const std::exception& exception)
+    {
+        report("Execution", descriptionOf(*command), exception);
+        return false;
+    }
+    addExecutedCommand(command);
+    emit("executed");
+    return true;
+}
+
+bool ManagerModel::addCommandToMergeWithNextCommand(const CommandPtr& command, bool useForwardUndoOrder)
+{
+    if (command == nullptr)
+    {
+        return false;
+    }
+    try
+    {
+        process("", *command, isProcessing,
+                [&](const std::string& before, const std::string& after)
+                {
+                    note(progressOf(*command) + ".reset");
+                    trace(before);
+                    run(*command, Call::Execute);
+                    trace(after);
+                    note(progressOf(*command) + ".setComplete");
+                });
+    }
+    catch (const std::exception& exception)
+    {
+        report("Execution", descriptionOf(*command), exception);
+        return false;
+    }
+    commandsToMerge.push_back(command);
+    useForwardUndoOrderForMerge = useForwardUndoOrderForMerge || useForwardUndoOrder;
+    return true;
+}
+
+CommandPtr ManagerModel::mergeInto(const CommandPtr& command)
+{
+    if (commandsToMerge.empty())
+    {
+        return command;
+    }
+    auto macro = std::make_shared<Command>();
+    macro->description = descriptionOf(*command);
+    macro->parts = {command};
+    std::ranges::copy(std::exchange(commandsToMerge, {}), std::back_inserter(macro->parts));
+    macro->forwardUndoOrder = std::exchange(useForwardUndoOrderForMerge, false);
+    return macro;
+}
+
+ManagerModel::Entry ManagerModel::makeEntry(const CommandPtr& command, Modules own) const
+{
+    Entry entry{command, undoQueue.empty() ? beforeFirstCommand : undoQueue.back().after, {}, own};
+    for (std::size_t tracker = 0; tracker < trackerCount; ++tracker)
+    {
+        entry.after[tracker] = entry.before[tracker] | own;
+    }
+    return entry;
+}
+
+void ManagerModel::addExecutedCommand(const CommandPtr& command)
+{
+    if (command == nullptr)
+    {
+        return;
+    }
+    if (undoQueue.empty() && !redoQueue.empty())
+    {
+        beforeFirstCommand = redoQueue.back().before;
+    }
+    redoQueue.clear();
+    const Modules own = world.ask("modules.modified", world.modified);
+    undoQueue.push_back(makeEntry(mergeInto(command), own));
+    world.mark();
+    applyLimit();
+    emit("queueChanged 3");
+}
+
+void ManagerModel::applyLimit()
+{
+    if (!usesMaxQueueSize)
+    {
+        return;
+    }
+    if (maxQueueSize < redoQueue.size())
+    {
+        undoQueue.clear();
+        redoQueue.clear();
+        return;
+    }
+    while (undoQueue.size() + redoQueue.size() > maxQueueSize)
+    {
+        beforeFirstCommand = undoQueue.front().before;
+        undoQueue.pop_front();
+    }
+}
+
+CommandPtr ManagerModel::takeExecutedCommands()
+{
+    if (undoQueue.empty())
+    {
+        return nullptr;
+    }
+    auto macro = std::make_shared<Command>();
+    std::ranges::transform(undoQueue, std::back_inserter(macro->parts), &Entry::command);
+    clear();
+    return macro;
+}
+
+CommandPtr ManagerModel::takeLastExecutedCommand()
+{
+    if (undoQueue.empty())
+    {
+        return nullptr;
+    }
+    CommandPtr command = undoQueue.back().command;
+    undoQueue.pop_back();
+    return command;
+}
+
+bool ManagerModel::undo(std::uint64_t count)
+{
+    for (; count != 0 && !undoQueue.empty(); --count)
+    {
+        const Entry entry = undoQueue.back();
+        try
+        {
+            process("Undo ", *entry.command, false,
+                    [&](const std::string& before, const std::string& after)
+                    {
+                        note("progress.setSubProgress(" + progressOf(*entry.command) + ", 100, 1)");
+                        trace(before);
+                        run(*entry.command, Call::Undo);
+                        trace(after);
+                    });
+        }
+        catch (const std::exception& exception)
+        {
+            report("Undo", descriptionOf(*entry.command), exception);
+            return false;
+        }
+        undoQueue.pop_back();
+        std::list<Entry> redoable = std::exchange(redoQueue, {});
+        if (isRedoCapable(*entry.command))
+        {
+            redoQueue = std::move(redoable);
+            redoQueue.push_back(entry);
+        }
+        world.mark();
+        emit("undone");
+        emit("queueChanged 0");
+    }
+    return true;
+}
+
+bool ManagerModel::redo(std::uint64_t count)
+{
+    for (; count != 0 && !redoQueue.empty(); --count)
+    {
+        const Entry entry = redoQueue.back();
+        try
+        {
+            process("Redo ", *entry.command, false,
+                    [&](const std::string& before, const std::string& after)
+                    {
+                        note("progress.setSubProgress(" + progressOf(*entry.command) + ", 100, 1)");
+                        trace(before);
+                        run(*entry.command, Call::Redo);
+                        trace(after);
+                    });
+        }
+        catch (const std::exception& exception)
+        {
+            report("Redo", descriptionOf(*entry.command), exception);
+            return false;
+        }
+        redoQueue.pop_back();
+        undoQueue.push_back(entry);
+        world.mark();
+        emit("executed");
+        emit("queueChanged 1");
+    }
+    return true;
+}
+
+void ManagerModel::undoAll()
+{
+    undo(std::numeric_limits<std::uint64_t>::max());
+}
+
+void ManagerModel::redoAll()
+{
+    redo(std::numeric_limits<std::uint64_t>::max());
+}
+
+void ManagerModel::clear()
+{
+    ModulesByTracker modified = {};
+    for (std::size_t tracker = 0; tracker < trackerCount; ++tracker)
+    {
+        modified[tracker] = getModifiedModules(tracker);
+    }
+    beforeFirstCommand = modified;
+    undoQueue.clear();
+    redoQueue.clear();
+    commandsToMerge.clear();
+    emit("queueChanged 2");
+}
+
+void ManagerModel::setMaxQueueSize(std::uint32_t size)
+{
+    if (std::exchange(maxQueueSize, size) != size)
+    {
+        applyLimit();
+    }
+}
+
+void ManagerModel::setUsesMaxQueueSize(bool use)
+{
+    if (std::exchange(usesMaxQueueSize, use) != use)
+    {
+        applyLimit();
+    }
+}
+
+void ManagerModel::setProgress() const
+{
+    note("bar.addProgress(progress, true)");
+}
+
+Modules ManagerModel::positionOf(std::uint64_t tracker) const
+{
+    return !undoQueue.empty()   ? undoQueue.back().after[tracker]
+           : !redoQueue.empty() ? redoQueue.back().before[tracker]
+                                : beforeFirstCommand[tracker];
+}
+
+Modules ManagerModel::getModifiedModules(std::uint64_t tracker) const
+{
+    return positionOf(tracker) | world.ask("modules.modified", world.modified);
+}
+
+Modules ManagerModel::getModifiedOrSaveOnNextSaveModules(std::uint64_t tracker) const
+{
+    const Modules modified = getModifiedModules(tracker);
+    return modified | world.ask("modules.saveOnNextSave", world.saveOnNextSave);
+}
+
+void ManagerModel::adjustOnSave(std::uint64_t tracker)
+{
+    if (undoQueue.empty())
+    {
+        beforeFirstCommand[tracker] = 0;
+    }
+    Modules passed = 0;
+    for (Entry& entry : redoQueue | std::views::reverse)
+    {
+        entry.before[tracker] = passed;
+        entry.after[tracker] = passed |= entry.own;
+    }
+    passed = 0;
+    for (Entry& entry : undoQueue | std::views::reverse)
+    {
+        entry.after[tracker] = passed;
+        entry.before[tracker] = passed |= entry.own;
+    }
+}
+
+void ManagerModel::markAllModulesBeforeFirstCommandAsModified()
+{
+    beforeFirstCommand.fill(world.ask("modules.all", world.all));
+}
+
+void ManagerModel::emitSigUndoRedoProcessCompleted() const
+{
+    emit("completed");
+}
+
+void ManagerModel::release(const CommandPtr& command)
+{
+    if (slot == command)
+    {
+        slot = nullptr;
+        isProcessing = false;
+    }
+}
+
+void ManagerModel::keep(const CommandPtr& command)
+{
+    if (command->script->isAddable())
+    {
+        addExecutedCommand(command);
+        emit("executed");
+    }
+}
+
+void ManagerModel::addThreadedCommand(const CommandPtr& command)
+{
+    if (command == nullptr)
+    {
+        return;
+    }
+    slot = command;
+    isProcessing = true;
+    try
+    {
+        if (threads.mode != 0)
+        {
+            threads.addThread(command->thread);
+            emit("started");
+            return;
+        }
+        trace("Execute command '" + command->description + "'...");
+        threads.addThread(command->thread);
+        trace("Command '" + command->description + "' executed.");
+        release(command);
+        keep(command);
+    }
+    catch (const std::exception& exception)
+    {
+        release(command);
+        report("Execution", command->description, exception);
+    }
+    catch (...)
+    {
+        release(command);
+        throw;
+    }
+}
+
+void ManagerModel::finalizeThread()
+{
+    const std::shared_ptr<Thread> thread = threads.getCurrentThread();
+    const CommandPtr command = slot;
+    try
+    {
+        threads.finalizeThread();
+        release(command);
+        if (command == nullptr)
+        {
+            return;
+        }
+        if (thread->isAborted())
+        {
+            note(progressOf(*command) + ".setComplete");
+        }
+        else
+        {
+            keep(command);
+        }
+        emit("finished");
+    }
+    catch (const std::exception& exception)
+    {
+        if (command != nullptr && slot == command)
+        {
+            note(progressOf(*command) + ".setComplete");
+            command->thread->sendFinishSignal(false);
+        }
+        release(command);
+        report("Thread finalization", thread->label, exception);
+        emit("finished");
+    }
+    catch (...)
+    {
+        release(command);
+        throw;
+    }
+}
+
+void ManagerModel::abortThreadedCommand()
+{
+    threads.abortThreadExecution();
+}
+
+} // namespace Valdane::Model

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "World.h"
+
+#include <iosfwd>
+#include <rapidcheck/Gen.h>
+#include <vector>
+
+namespace Valdane::Model
+{
+
+/// What can be done to a manager and its surroundings.
+enum class Kind
+{
+    Add,
+    AddExecuted,
+    AddToMerge,
+    AddNothing,
+    ExecuteTaken,
+    QueueTaken,
+    TakeLast,
+    TakeAll,
+    Undo,
+    Redo,
+    UndoAll,
+    RedoAll,
+    Clear,
+    SetLimit,
+    UseLimit,
+    SetProgress,
+    Complete,
+    Query,
+    Save,
+    MarkAll,
+    Modify,
+    WantSaved,
+    FailQuestion,
+    FailMarking,
+    StartThread,
+    DoWork,
+    Finalize,
+    Abort,
+    SetMode,
+    Throw,
+};
+
+struct Action
+{
+    Kind kind = Kind::Add;
+    /// A count, a switch, a tracker or a set of modules.
+    unsigned number = 0;
+    /// The command, where one is made.
+    Plan plan;
+};
+
+/// What an application does at the @p after-th moment from the start of an operation, or from its previous reaction.
+struct Reaction
+{
+    unsigned after = 1;
+    Action action;
+};
+
+struct Operation
+{
+    Action action;
+    std::vector<Reaction> reactions;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Operation& operation);
+
+/// @p length operations; shrinks to fewer and simpler ones.
+rc::Gen<std::vector<Operation>> operations(std::size_t length);
+
+} // namespace Valdane::Model
