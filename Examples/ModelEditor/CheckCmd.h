@@ -16,8 +16,8 @@ namespace ModelEditor
 
 /// Looks a whole model through for what does not fit together:
 /// - elements of the same tag and name in the same element;
-/// - references to nothing: an attribute that is called like the tag of elements with names (`link="arm"`), where no
-///   element of that tag has the name;
+/// - references to nothing: an attribute that is called like the tag of elements with names (`link="arm"`),
+///   where no element of that tag has the name;
 /// - prefixes of attributes or elements that no element around them declares.
 ///
 /// Changes nothing, and is not kept for undo.

@@ -63,8 +63,8 @@ public:
     /// @throws VdException if there is one already, or a group.
     void beginRecording();
 
-    /// Makes what was recorded one step, unless there is nothing. @throws VdException if there is no recording,
-    /// or a group in it.
+    /// Makes what was recorded one step, unless there is nothing. @throws VdException if there is no
+    /// recording, or a group in it.
     Recording endRecording();
 
     /// The modules that differ from what was saved or exported last. Tells the truth at any time.

@@ -44,8 +44,8 @@ EditScope::Kind EditScope::getKind() const noexcept
     return kind;
 }
 
-// Merged into one macro, the command queued last would stand first, and be redone before those that it builds on. So
-// with others waiting it is made to wait behind them, and settle() queues a command that does nothing.
+// Merged into one macro, the command queued last would stand first, and be redone before those that it builds
+// on. So with others waiting it is made to wait behind them, and settle() queues a command that does nothing.
 void EditScope::execute(const std::shared_ptr<CommandBase>& command, const std::string& script)
 {
     if (!waiting.empty())

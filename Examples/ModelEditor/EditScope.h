@@ -70,8 +70,8 @@ public:
     /// Executes @p command now and makes it one step with the next one; otherwise as execute().
     void executeToMerge(const std::shared_ptr<Valdane::CommandBase>& command, const std::string& script);
 
-    /// Settles, then starts @p work on another thread. goOn() must follow whenever @p onThreadEnded was called, until it
-    /// answers true; nothing else may be done in this scope up to then.
+    /// Settles, then starts @p work on another thread. goOn() must follow whenever @p onThreadEnded was
+    /// called, until it answers true; nothing else may be done in this scope up to then.
     ///
     /// @param onThreadEnded  called on the other thread, or at once if there is no thread to wait for.
     void start(const Work& work, const std::string& script, const std::function<void()>& onThreadEnded);

@@ -46,11 +46,12 @@ public:
     /// Carries out @p line; an empty one or a comment is fine.
     ///
     /// @throws VdException `<verb>: <what is wrong>`; the model is then as before, except for the steps that
-    ///         an `undo` or `redo` has done before the one that failed. A group under way is undone and ended.
+    ///         an `undo` or `redo` has done before the one that failed. A group under way is undone and
+    ///         ended.
     void run(const std::string& line);
 
-    /// Whether a line has started work on another thread that is not over. goOn() must then be called whenever
-    /// getWakeUp() was signalled, and only `status`, `abort` and `help` can be run.
+    /// Whether a line has started work on another thread that is not over. goOn() must then be called
+    /// whenever getWakeUp() was signalled, and only `status`, `abort` and `help` can be run.
     bool isUnderWay() const noexcept;
 
     const WakeUp& getWakeUp() const noexcept;
@@ -60,7 +61,8 @@ public:
 
     /// Prints what came of the work that is over.
     ///
-    /// @throws VdException `<verb>: <what is wrong>` if it failed or was aborted; the model is then as it was before.
+    /// @throws VdException `<verb>: <what is wrong>` if it failed or was aborted; the model is then as it was
+    ///         before.
     void conclude();
 
     /// Asks the work under way to stop; without any does nothing.

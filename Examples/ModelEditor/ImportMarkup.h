@@ -21,8 +21,8 @@ struct ImportMarkup
 /// modules get the namespace declarations that only their old root has.
 ///
 /// @param from  not to be used any more afterwards but for reading.
-/// @throws VdException if it has no modules, if its root has a text of its own, or if an entity is used and the
-///         document types differ.
+/// @throws VdException if it has no modules, if its root has a text of its own, or if an entity is used and
+///         the document types differ.
 ImportMarkup takeModules(XmlDocument& from, pugi::xml_node into);
 
 } // namespace ModelEditor

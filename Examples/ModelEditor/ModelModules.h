@@ -15,8 +15,8 @@ namespace ModelEditor
 
 class XmlObject;
 
-/// Tells command managers which modules of a model have changed: the children of its root, and the root as the
-/// module of its own attributes and texts.
+/// Tells command managers which modules of a model have changed: the children of its root, and the root as
+/// the module of its own attributes and texts.
 ///
 /// Ownership: shares the root. Thread: the application's main thread only.
 class ModelModules : public Valdane::ModuleAccessInterface

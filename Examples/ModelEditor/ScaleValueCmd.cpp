@@ -20,7 +20,8 @@ namespace
 
 using Valdane::VdException;
 
-// The text of a number that was multiplied. A whole number that is none any more is left for its attribute to refuse.
+// The text of a number that was multiplied. A whole number that is none any more is left for its attribute to
+// refuse.
 std::string scaled(const std::string& address, const std::string& text, double factor)
 {
     const ValueType type = typeOf(text);

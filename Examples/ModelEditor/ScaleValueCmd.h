@@ -18,8 +18,8 @@ class XmlObject;
 
 /// Multiplies one number of a model.
 ///
-/// A whole number must stay one. A command that failed, or was aborted, has changed nothing, and its undo and redo
-/// do nothing: so a macro that passes failures over can still be undone and redone.
+/// A whole number must stay one. A command that failed, or was aborted, has changed nothing, and its undo and
+/// redo do nothing: so a macro that passes failures over can still be undone and redone.
 ///
 /// Thread: the run has the model for itself; otherwise as Valdane::ThreadedCommand.
 class ScaleValueCmd : public Valdane::ThreadedCommand
@@ -29,7 +29,8 @@ public:
     ScaleValueCmd(XmlObject& object, const std::string& name, double factor);
     ~ScaleValueCmd() override;
 
-    /// Reads the value and prepares the change. @throws VdException if it is no number, or would be of another type.
+    /// Reads the value and prepares the change. @throws VdException if it is no number, or would be of
+    /// another type.
     void run() override;
 
     /// Makes the change, unless the run was aborted.

@@ -38,8 +38,8 @@ public:
     /// A person who ends with unsaved modules is asked whether to drop them; a script is warned. A group or a
     /// recording that has no end when the lines are over counts as a line that fails.
     ///
-    /// A line that starts work on another thread is over when that work is, and the interrupt key aborts it; but a
-    /// person can type on meanwhile, and is shown how far it has come.
+    /// A line that starts work on another thread is over when that work is, and the interrupt key aborts it;
+    /// but a person can type on meanwhile, and is shown how far it has come.
     ///
     /// Unless it is interactive or keeps going, it stops at the first line that fails, and what the script
     /// saves is written only after the last one.

@@ -41,8 +41,8 @@ public:
 
     /// The part of that text that stands for @p span of the original.
     ///
-    /// @pre no replacement reaches across an end of @p span (not checked). One of nothing at the end belongs to
-    ///      it, one at its beginning does not, unless that is the beginning of the text.
+    /// @pre no replacement reaches across an end of @p span (not checked). One of nothing at the end belongs
+    ///      to it, one at its beginning does not, unless that is the beginning of the text.
     std::string getCurrent(Span span) const;
 
     /// The text as it was read, which this object loses.

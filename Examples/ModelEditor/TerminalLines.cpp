@@ -33,8 +33,8 @@ constexpr std::chrono::milliseconds refreshInterval(200);
 
 } // namespace
 
-// The interrupt key is a key like others while a line is typed; otherwise it does nothing, because it would drop
-// the changes that are not saved.
+// The interrupt key is a key like others while a line is typed; otherwise it does nothing, because it would
+// drop the changes that are not saved.
 class TerminalLines::Editing
 {
 public:
@@ -220,8 +220,8 @@ private:
         el_push(editLine.get(), typedSoFar.c_str());
     }
 
-    // Before the prompt is seen: a key struck at the prompt must not meet the terminal's own line editing, which would
-    // swallow the end key and answer the interrupt key with a signal.
+    // Before the prompt is seen: a key struck at the prompt must not meet the terminal's own line editing,
+    // which would swallow the end key and answer the interrupt key with a signal.
     void takeSingleKeys()
     {
         el_set(editLine.get(), EL_PREP_TERM, 1);

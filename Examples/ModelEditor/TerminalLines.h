@@ -11,7 +11,8 @@ namespace ModelEditor
 
 /// Lines that a person types at the terminal of this process, with a prompt, line editing and a history.
 ///
-/// The interrupt key empties the line, or interrupts what is under way meanwhile, which the prompt then shows. At most one at a time; takes over SIGINT as long as it lives.
+/// The interrupt key empties the line, or interrupts what is under way meanwhile, which the prompt then
+/// shows. At most one at a time; takes over SIGINT as long as it lives.
 ///
 /// Thread: the main thread only.
 class TerminalLines : public LineSource

@@ -19,8 +19,8 @@ enum class ValueType
 
 /// The type that @p text has, white space included:
 /// - `true` and `false` are bool;
-/// - an optional sign and decimal digits are int if they fit, else (without sign) unsigned int if they fit, else
-///   double if they are at most 15 digits, which a double holds exactly;
+/// - an optional sign and decimal digits are int if they fit, else (without sign) unsigned int if they fit,
+///   else double if they are at most 15 digits, which a double holds exactly;
 /// - a decimal literal with a point or an exponent is double, if it is within the range of one;
 /// - all else is a string, also what other programs take for numbers: `0x1F`, `nan`, `1,5`, ` 1`.
 ValueType typeOf(std::string_view text);

@@ -72,8 +72,8 @@ public:
     /// If the last child is a text, white space at the start of the markup is left out, for it would become a
     /// part of that text.
     ///
-    /// @param markup  part of a well-formed document, with an element, and without a text beside it that is no
-    ///                layout (not checked).
+    /// @param markup  part of a well-formed document, with an element, and without a text beside it that is
+    ///                no layout (not checked).
     /// @throws std::bad_alloc, or VdException if it cannot be parsed. Nothing has changed then.
     /// Cost: linear in the markup. Its memory is given back by removeLast(), but for one copy that the parser
     ///       keeps as long as the document lives.

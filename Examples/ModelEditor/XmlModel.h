@@ -58,8 +58,8 @@ struct XmlPart
 /// An XML file as a parameter tree.
 ///
 /// Every element is an XmlObject, those with an attribute `name` are NamedXmlObjects. The children of the
-/// root are the modules of the model. Modules can be appended and taken out, last in, first out. The objects are made at once, about 300 bytes for each, all else when
-/// it is asked for.
+/// root are the modules of the model. Modules can be appended and taken out, last in, first out. The objects
+/// are made at once, about 300 bytes for each, all else when it is asked for.
 ///
 /// Ownership: owns document and objects; objects that outlive it must not be used.
 /// Thread: the application's main thread only.
@@ -83,7 +83,8 @@ public:
     /// @throws VdException `bad XPath: ...` with the place of the mistake.
     Selection select(const std::string& xpath) const;
 
-    /// Appends the modules of @p part, as new objects or, if it was part of the model before, as those it had.
+    /// Appends the modules of @p part, as new objects or, if it was part of the model before, as those it
+    /// had.
     ///
     /// The change listener is told of every module.
     /// @pre the part is not in the model (not checked).

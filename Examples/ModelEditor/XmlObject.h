@@ -29,8 +29,8 @@ struct XmlContext
 /// An element of a model as an object of the parameter tree.
 ///
 /// Its key is its tag, followed by its number among the siblings of the same tag where there are several:
-/// `mass`, `link[2]`. It stays the same when siblings come and go: they come behind the others, so that `mass`
-/// may get a sibling `mass[2]`.
+/// `mass`, `link[2]`. It stays the same when siblings come and go: they come behind the others, so that
+/// `mass` may get a sibling `mass[2]`.
 ///
 /// The element may go, and come back as another node with the same markup: see bind().
 ///

@@ -29,8 +29,8 @@ class Signal;
 ///
 /// A slot may do all of this while it is called, to the signal that calls it too: connect, disconnect itself
 /// or others, destroy connections, emit the signal again, destroy the signal.
-/// - A slot that is connected during an emission is first called in the next one; one that is begun from within
-///   a slot is a next one.
+/// - A slot that is connected during an emission is first called in the next one; one that is begun from
+///   within a slot is a next one.
 /// - A slot that is disconnected during an emission is not called any more.
 /// - When the signal is destroyed all its slots are disconnected, so an emission under way ends with the slot
 ///   that did it.

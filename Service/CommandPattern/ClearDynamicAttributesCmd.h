@@ -19,8 +19,9 @@ class Object;
 /// owner (Object::emitSigChanged), as an undo is even where there is nothing to give back; at the root nobody
 /// announces it.
 ///
-/// Executing and undoing throw VdException, naming the path, if the tree is gone or has no object there. What a
-/// listener of the owner throws passes through: an execution has then changed nothing, an undo has been done.
+/// Executing and undoing throw VdException, naming the path, if the tree is gone or has no object there. What
+/// a listener of the owner throws passes through: an execution has then changed nothing, an undo has been
+/// done.
 ///
 /// Thread: as CommandBase.
 class VALDANE_COMMANDPATTERN_EXPORT ClearDynamicAttributesCmd : public CommandBase

@@ -44,8 +44,8 @@ public:
 
     /// Reverts what execute() or redo() did last. @throws as execute()
     ///
-    /// The manager resets and completes the progress for execute() only: an undo or redo that wants to be seen
-    /// on a progress bar resets and moves it itself.
+    /// The manager resets and completes the progress for execute() only: an undo or redo that wants to be
+    /// seen on a progress bar resets and moves it itself.
     virtual void undo() = 0;
 
     /// Performs the command again after undo(): calls execute(), unless overridden. @throws as execute()

@@ -46,8 +46,9 @@ public:
     /// Takes all commands out of the target manager, which is cleared by that; those that were not recorded
     /// here are dropped.
     ///
-    /// @return a macro, never empty as a pointer, of the recorded commands that were in the target's undo queue,
-    ///         oldest first. One that was undone, dropped by the limit or merged into another is not among them.
+    /// @return a macro, never empty as a pointer, of the recorded commands that were in the target's undo
+    ///         queue, oldest first. One that was undone, dropped by the limit or merged into another is not
+    ///         among them.
     /// @throws as CommandManager::takeExecutedCommands(), the recording then going on
     /// Cost: linear in the target's undo queue, with a logarithm.
     std::shared_ptr<MacroCommand> getExecutedCommands();

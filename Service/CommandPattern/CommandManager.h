@@ -95,8 +95,9 @@ public:
     /// the modules that the application reports as modified, applies the limit, then emits
     /// sigCommandQueueChanged(CommandAdded).
     ///
-    /// @throws what the module access interface throws: before the command is queued when it tells the modules
-    ///         (nothing but what could be redone is lost then), after that when it is told to forget them.
+    /// @throws what the module access interface throws: before the command is queued when it tells the
+    ///         modules (nothing but what could be redone is lost then), after that when it is told to forget
+    ///         them.
     void addExecutedCommand(std::shared_ptr<CommandBase> command);
 
     /// Executes @p command now and folds it into the command that is queued next.
@@ -121,8 +122,8 @@ public:
     /// Takes the newest command out of the undo queue. Emits nothing.
     ///
     /// What counts as modified is then what did after the command below it; without one, what did before the
-    /// next command to redo, where the commands that were taken still count; and without that either, what did
-    /// before the oldest command.
+    /// next command to redo, where the commands that were taken still count; and without that either, what
+    /// did before the oldest command.
     ///
     /// @return the command; empty if there is nothing to undo.
     std::shared_ptr<CommandBase> takeLastExecutedCommand();
@@ -144,8 +145,8 @@ public:
     ///         True otherwise, also if there were fewer than @p count commands.
     bool redo(std::uint64_t count);
 
-    /// Undoes everything, or up to the first command that throws. Never ends if each undo makes a command or a
-    /// slot execute another one.
+    /// Undoes everything, or up to the first command that throws. Never ends if each undo makes a command or
+    /// a slot execute another one.
     void undoAll();
 
     /// Redoes everything, or up to the first command that throws.
@@ -192,9 +193,9 @@ public:
     /// Switches the limit on or off; if that is a change and the limit is on now, applies it at once.
     void setUsesMaxQueueSize(bool use);
 
-    /// Whether the manager is running a command's execute, undo or redo just now, or has a threaded command under
-    /// way. It only tells: no operation is refused because of it, and one that ends inside another's command, or
-    /// while a threaded one is under way, leaves it false.
+    /// Whether the manager is running a command's execute, undo or redo just now, or has a threaded command
+    /// under way. It only tells: no operation is refused because of it, and one that ends inside another's
+    /// command, or while a threaded one is under way, leaves it false.
     bool isProcessingCommand() const;
 
     /// Hangs the manager's progress, which follows each command that is undone or redone, under @p progress,
@@ -231,55 +232,61 @@ public:
 
     /// Puts @p command into the worker slot and starts its run; empty is ignored.
     ///
-    /// Worker mode: emits sigThreadedCommandStarted and returns; finalizeThread() must follow when the run has
-    /// ended. Synchronous mode (ThreadManager::getThreadingMode() is 0): runs the command to its end, queues it as
-    /// addExecutedCommand() does, and emits sigCommandExecuted.
+    /// Worker mode: emits sigThreadedCommandStarted and returns; finalizeThread() must follow when the run
+    /// has ended. Synchronous mode (ThreadManager::getThreadingMode() is 0): runs the command to its end,
+    /// queues it as addExecutedCommand() does, and emits sigCommandExecuted.
     ///
-    /// Failures of the run's start, of a synchronous run, of the module access interface and of slots are reported
-    /// as those of addCommand() are; the worker slot is empty then. Nothing derived from `std::exception` gets out.
+    /// Failures of the run's start, of a synchronous run, of the module access interface and of slots are
+    /// reported as those of addCommand() are; the worker slot is empty then. Nothing derived from
+    /// `std::exception` gets out.
     ///
-    /// @pre nothing is under way: ask getCurrentThreadedCommand() first. If something is, @p command takes its
-    ///      place in the slot and fails to start, and the one under way is concluded by the next finalizeThread()
-    ///      but never queued, nor does anything tell of its end but its own run-finished signal.
+    /// @pre nothing is under way: ask getCurrentThreadedCommand() first. If something is, @p command takes
+    ///      its place in the slot and fails to start, and the one under way is concluded by the next
+    ///      finalizeThread() but never queued, nor does anything tell of its end but its own run-finished
+    ///      signal.
     void addThreadedCommand(std::shared_ptr<ThreadedCommand> command);
 
     /// Puts @p command into the worker slot and runs it up to its first thread; empty is ignored.
     ///
-    /// In worker mode emits sigThreadedCommandStarted. If the macro is over already, because it has no thread or
-    /// its threads ran synchronously, it is queued, and sigCommandExecuted and in worker mode
+    /// In worker mode emits sigThreadedCommandStarted. If the macro is over already, because it has no thread
+    /// or its threads ran synchronously, it is queued, and sigCommandExecuted and in worker mode
     /// sigThreadedCommandFinished are emitted; else finalizeThread() must follow for each of its threads.
     ///
     /// What its sub-commands throw is reported as in the other overload, after the macro has been wound up by
-    /// ThreadedMacroCommand::abortExecution(); in worker mode sigThreadedCommandFinished follows. What a slot of
-    /// sigThreadedCommandStarted throws is written to the log, and the run goes on.
+    /// ThreadedMacroCommand::abortExecution(); in worker mode sigThreadedCommandFinished follows. What a slot
+    /// of sigThreadedCommandStarted throws is written to the log, and the run goes on.
     ///
     /// @pre as for the other overload.
     void addThreadedCommand(std::shared_ptr<ThreadedMacroCommand> command);
 
-    /// Concludes the thread under way, waiting for its end if it has not come yet; without one does nothing, nor
-    /// where the run itself calls it: from a slot of its run-finished signal, say, or from a sub-command.
+    /// Concludes the thread under way, waiting for its end if it has not come yet; without one does nothing,
+    /// nor where the run itself calls it: from a slot of its run-finished signal, say, or from a sub-command.
     ///
     /// To be called on the caller's thread when a thread has ended. Three ways to learn of that:
     ///
     ///     // An event loop: the callback comes on the worker, so post from it.
-    ///     threads->setRunEndedCallback([&] { loop.post([&] { if (threads->isRunEnded()) manager.finalizeThread(); }); });
+    ///     const auto finalize = [&] { if (threads->isRunEnded()) manager.finalizeThread(); };
+    ///     threads->setRunEndedCallback([&] { loop.post(finalize); });
     ///     // Polling, in an idle handler:
     ///     if (threads->isRunEnded()) manager.finalizeThread();
     ///     // Waiting, with a progress bar to be drawn meanwhile:
     ///     while (!threads->waitForRunEnd(100ms)) { draw(bar); }
     ///     manager.finalizeThread();
     ///
-    /// A ThreadedMacroCommand then goes on to its next thread, or ends; one whose thread could not be started, and
-    /// was passed over, has nothing under way and is finalized at once. What has ended leaves the worker slot, and,
-    /// unless it was aborted or is not ThreadedCommand::isAddableToCommandManager(), is queued as
-    /// addExecutedCommand() does; sigCommandExecuted and, in any case, sigThreadedCommandFinished are emitted.
+    /// A ThreadedMacroCommand then goes on to its next thread, or ends; one whose thread could not be
+    /// started, and was passed over, has nothing under way and is finalized at once. What has ended leaves
+    /// the worker slot, and, unless it was aborted or is not ThreadedCommand::isAddableToCommandManager(), is
+    /// queued as addExecutedCommand() does; sigCommandExecuted and, in any case, sigThreadedCommandFinished
+    /// are emitted.
     ///
     /// Failures, of the run too, are reported as those of addCommand() are; a ThreadedCommand is told by
-    /// sendFinishSignal(false), a ThreadedMacroCommand wound up; the worker slot is empty then, nothing is queued
-    /// that was not, and sigThreadedCommandFinished comes last. Nothing derived from `std::exception` gets out.
+    /// sendFinishSignal(false), a ThreadedMacroCommand wound up; the worker slot is empty then, nothing is
+    /// queued that was not, and sigThreadedCommandFinished comes last. Nothing derived from `std::exception`
+    /// gets out.
     void finalizeThread();
 
-    /// Asks the thread under way to stop; finalizeThread() still has to follow. Nothing is under way: does nothing.
+    /// Asks the thread under way to stop; finalizeThread() still has to follow. Nothing is under way: does
+    /// nothing.
     ///
     /// @throws what the thread's `abortRun()` throws.
     void abortThreadedCommand();
@@ -287,8 +294,9 @@ public:
     /// The command in the worker slot; empty if none is under way.
     std::shared_ptr<CommandBase> getCurrentThreadedCommand() const;
 
-    /// The manager's thread manager, by which an application chooses the threading mode and learns that a run has
-    /// ended. Shared with the caller; held longer than the manager, it lets a run under way come to its end.
+    /// The manager's thread manager, by which an application chooses the threading mode and learns that a run
+    /// has ended. Shared with the caller; held longer than the manager, it lets a run under way come to its
+    /// end.
     std::shared_ptr<ThreadManager> getThreadManager() const;
 
     /// After a command that the manager executed was queued, and after each one that was redone; not after

@@ -52,8 +52,8 @@ public:
     void logException(const std::exception& exception, const std::string& context,
                       const std::string& commandDescription);
 
-    /// Writes the error line of a failure that came on top of another one; if that is not possible either, it is
-    /// lost.
+    /// Writes the error line of a failure that came on top of another one; if that is not possible either, it
+    /// is lost.
     void logFurtherFailure(const std::exception& exception, const char* context, const CommandBase* command);
 
     /// Writes @p before, the command's description and @p after as one trace line, if anybody reads it.
@@ -69,8 +69,8 @@ public:
 
     void enforceLimit();
 
-    /// Takes the command in the worker slot a step further; without a command, concludes what the thread manager
-    /// has under way.
+    /// Takes the command in the worker slot a step further; without a command, concludes what the thread
+    /// manager has under way.
     ///
     /// @return whether the run is over.
     bool continueRun(CommandBase* command);
@@ -92,22 +92,24 @@ public:
     /// Puts @p command into the worker slot and sets processingCommand. @return the number of its run
     std::uint64_t fillWorkerSlot(std::shared_ptr<CommandBase> command);
 
-    /// Empties the worker slot. Where somebody who was called has begun another run there meanwhile, of another
-    /// command or of the same one, that one stays under way.
+    /// Empties the worker slot. Where somebody who was called has begun another run there meanwhile, of
+    /// another command or of the same one, that one stays under way.
     void releaseWorkerSlot(std::uint64_t run);
 
     /// Whether @p run is in the worker slot.
     bool isInWorkerSlot(std::uint64_t run) const;
 
-    /// Whether this is called by what the step of @p run has called, with no @p thread that could be concluded:
-    /// the step itself goes on to the end of the run, which would otherwise end twice.
+    /// Whether this is called by what the step of @p run has called, with no @p thread that could be
+    /// concluded: the step itself goes on to the end of the run, which would otherwise end twice.
     bool isInItsOwnStep(std::uint64_t run, const Thread* thread) const;
 
     /// Brings @p run, which failed in its finalization, to an end, if it is in the worker slot.
     void windUp(std::uint64_t run);
 
-    /// Ends a threaded command that failed: winds it up by @p wind, releases the worker slot, reports the failure and, if
-    /// @p tellsFinished, emits sigThreadedCommandFinished. What is derived from `std::exception` does not get out.
+    /// Ends a threaded command that failed: winds it up by @p wind, releases the worker slot, reports the
+    /// failure and, if
+    /// @p tellsFinished, emits sigThreadedCommandFinished. What is derived from `std::exception` does not get
+    ///    out.
     ///
     /// @param command  empty if it is not known what failed.
     template <typename WindUp>
@@ -115,8 +117,8 @@ public:
                              const std::shared_ptr<CommandBase>& command, const WindUp& wind,
                              bool tellsFinished);
 
-    /// Does one step of handling a failure: if it fails itself, writes the error line of that, and the next step
-    /// can follow.
+    /// Does one step of handling a failure: if it fails itself, writes the error line of that, and the next
+    /// step can follow.
     template <typename Step>
     void attempt(const char* context, const CommandBase* command, const Step& step);
 

@@ -10,10 +10,11 @@
 namespace Valdane
 {
 
-/// A command that is made only when it is to run, so that a costly set-up happens then and not when it is queued.
+/// A command that is made only when it is to run, so that a costly set-up happens then and not when it is
+/// queued.
 ///
-/// Hand it to CommandManager::addThreadedCommand() like any ThreadedMacroCommand. Undo and redo use the command
-/// that was made.
+/// Hand it to CommandManager::addThreadedCommand() like any ThreadedMacroCommand. Undo and redo use the
+/// command that was made.
 ///
 /// Ownership: owns the factory until it has made its command, and shares that command.
 /// Thread: the factory is called on the caller's thread; otherwise as ThreadedMacroCommand.
@@ -23,13 +24,13 @@ public:
     /// Described as "DelayedInitializedCommand" until the factory's command brings a description of its own.
     ///
     /// @param factory  makes the command. Called at every start until it has made one: it may return an empty
-    ///                 pointer, and the run then goes on without, or throw, and the start then fails. If empty,
-    ///                 it is not called.
+    ///                 pointer, and the run then goes on without, or throw, and the start then fails. If
+    ///                 empty, it is not called.
     explicit DelayedInitializedCommand(std::function<std::shared_ptr<CommandBase>()> factory);
     ~DelayedInitializedCommand() override;
 
-    /// Makes the command, appends it to the sub-commands, gives this one its description (unless that is empty
-    /// or setDescription() was used), and starts.
+    /// Makes the command, appends it to the sub-commands, gives this one its description (unless that is
+    /// empty or setDescription() was used), and starts.
     /// @throws what the factory throws, nothing being changed; otherwise as ThreadedMacroCommand.
     bool startExecution(std::shared_ptr<ThreadManager> threadManager) override;
 

@@ -100,8 +100,8 @@ public:
     std::shared_ptr<CommandBase> getLastCommand();
     std::shared_ptr<const CommandBase> getLastCommand() const;
 
-    /// Whether undo() goes first to last; false at first. The macro's progress is of no use during such an undo:
-    /// its parts lie the other way round, so that it is full after the first step.
+    /// Whether undo() goes first to last; false at first. The macro's progress is of no use during such an
+    /// undo: its parts lie the other way round, so that it is full after the first step.
     bool getUseForwardUndoOrder() const;
     void setUseForwardUndoOrder(bool use);
 

@@ -25,8 +25,8 @@ public:
     ModuleAccessInterface& operator=(const ModuleAccessInterface&);
     virtual ~ModuleAccessInterface();
 
-    /// The modules that the application's own data report as modified now. Asked when a command is queued, when
-    /// the queues are cleared, and at every question about modified modules.
+    /// The modules that the application's own data report as modified now. Asked when a command is queued,
+    /// when the queues are cleared, and at every question about modified modules.
     virtual std::set<const Object*> getModifiedModulesFromBusiness();
 
     /// The modules that the next save must write even if no command modified them.

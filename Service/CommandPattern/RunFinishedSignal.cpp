@@ -18,7 +18,8 @@ void connectOnce(RunFinishedSignal& signal, const Signals::Slot<void(bool, const
 
 void emitOnce(RunFinishedSignal& signal, bool ok, const CommandBase& command)
 {
-    // Taken out first: each slot is told once, also if one throws, or emits again, or connects for the next run.
+    // Taken out first: each slot is told once, also if one throws, or emits again, or connects for the next
+    // run.
     if (const RunFinishedSignal ended = std::exchange(signal, nullptr))
     {
         (*ended)(ok, &command);

@@ -16,7 +16,8 @@ using RunFinishedSignal = std::unique_ptr<Signals::Signal<void(bool, const Comma
 /// Connects @p slot for as long as the signal lasts, making the signal if there is none.
 void connectOnce(RunFinishedSignal& signal, const Signals::Slot<void(bool, const CommandBase*)>& slot);
 
-/// Emits the signal, if there is one, and destroys it. A slot that is connected meanwhile is for the next run.
+/// Emits the signal, if there is one, and destroys it. A slot that is connected meanwhile is for the next
+/// run.
 void emitOnce(RunFinishedSignal& signal, bool ok, const CommandBase& command);
 
 } // namespace Valdane

@@ -70,7 +70,8 @@ void SetAttributeCmd<T>::execute()
     }
     catch (...)
     {
-        // Nobody undoes a command that failed, and one that is redone would take the new value for the old one.
+        // Nobody undoes a command that failed, and one that is redone would take the new value for the old
+        // one.
         attribute->getSetter()(oldValue);
         throw;
     }

@@ -13,17 +13,18 @@ class Object;
 template <typename T>
 class AttributeDescription;
 
-/// Sets one attribute of an object of the parameter tree; for T = int, unsigned int, double, std::string, bool.
+/// Sets one attribute of an object of the parameter tree; for T = int, unsigned int, double, std::string,
+/// bool.
 ///
-/// The object and its AttributeDescription<T> are looked up by the path at every execute and undo. The new (or,
-/// on undo, the old) value is announced by the description's changed signal, if the attribute is enabled for
-/// standard or says that it emits that signal.
+/// The object and its AttributeDescription<T> are looked up by the path at every execute and undo. The new
+/// (or, on undo, the old) value is announced by the description's changed signal, if the attribute is enabled
+/// for standard or says that it emits that signal.
 ///
-/// Both operations do nothing at all if the tree is gone. They reset the command's progress first and complete
-/// it last. They throw VdException naming the path, if there is no object (on execute: no attribute of this type
-/// either); `std::bad_function_call` if the attribute cannot be read or written; and what the attribute's
-/// callables and listeners throw: when a listener does, an execution sets the value back (without announcing
-/// that), an undo has been done.
+/// Both operations do nothing at all if the tree is gone. They reset the command's progress first and
+/// complete it last. They throw VdException naming the path, if there is no object (on execute: no attribute
+/// of this type either); `std::bad_function_call` if the attribute cannot be read or written; and what the
+/// attribute's callables and listeners throw: when a listener does, an execution sets the value back (without
+/// announcing that), an undo has been done.
 ///
 /// Thread: as CommandBase.
 template <typename T>

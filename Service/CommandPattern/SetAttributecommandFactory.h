@@ -35,15 +35,16 @@ public:
     SetAttributecommandFactory& operator=(SetAttributecommandFactory&&) noexcept;
     ~SetAttributecommandFactory() override;
 
-    /// For descriptions of types that have no overload (a pointer to the base class too): gives an empty pointer.
+    /// For descriptions of types that have no overload (a pointer to the base class too): gives an empty
+    /// pointer.
     using CommandCreatorInterface::createCommand;
 
     /// @param description         an attribute of the object.
     /// @param valueText           the value to set.
     /// @param commandDescription  as in CommandBase; where it is empty a SetAttributeCmd makes one.
     /// @return a command that was not executed yet; empty only if the attribute's own creator gives that.
-    /// @throws boost::bad_lexical_cast if @p valueText cannot be converted; VdException naming the path, if the
-    ///         object is gone, or if @p description is null.
+    /// @throws boost::bad_lexical_cast if @p valueText cannot be converted; VdException naming the path, if
+    ///         the object is gone, or if @p description is null.
     std::shared_ptr<CommandBase> createCommand(const AttributeDescription<bool>* description,
                                                const std::string& valueText,
                                                const std::string& commandDescription) override;

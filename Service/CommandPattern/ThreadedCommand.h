@@ -14,20 +14,20 @@ namespace Valdane
 
 /// A command whose work is a thread's run, so that it need not hold up the caller's thread.
 ///
-/// Derive from it, implement run() (the work), finishRun() (its closing step) and undo(), and hand the command
-/// to CommandManager::addThreadedCommand(). Handed to CommandManager::addCommand(), or as part of a plain
-/// MacroCommand, it runs on the caller's thread like any other command.
+/// Derive from it, implement run() (the work), finishRun() (its closing step) and undo(), and hand the
+/// command to CommandManager::addThreadedCommand(). Handed to CommandManager::addCommand(), or as part of a
+/// plain MacroCommand, it runs on the caller's thread like any other command.
 ///
-/// A run that is aborted is not kept for undo by the manager and nobody calls its undo(), so run() should leave
-/// the data as it found them when it returns because of isAborted(). As part of a ThreadedMacroCommand its
-/// undo() is called then.
+/// A run that is aborted is not kept for undo by the manager and nobody calls its undo(), so run() should
+/// leave the data as it found them when it returns because of isAborted(). As part of a ThreadedMacroCommand
+/// its undo() is called then.
 ///
 /// Neither copied nor moved: a run refers to its object while it goes on.
 ///
 /// Ownership: held by `std::shared_ptr`; the thread manager keeps it alive until the run is concluded.
 /// Thread: prepareRun(), run() and finishRun() on a worker thread, or on the caller's in synchronous mode and
-/// through execute(); redo(), undo() and all that is CommandBase's on the caller's thread. Drive the command's
-/// progress from the run only.
+/// through execute(); redo(), undo() and all that is CommandBase's on the caller's thread. Drive the
+/// command's progress from the run only.
 class VALDANE_COMMANDPATTERN_EXPORT ThreadedCommand : public CommandBase, public Thread
 {
 public:
@@ -39,15 +39,16 @@ public:
     /// they throw.
     void execute() override;
 
-    /// Whether CommandManager::addThreadedCommand() and finalizeThread() keep the command for undo; true, unless
-    /// overridden. Asked after each run that went well.
+    /// Whether CommandManager::addThreadedCommand() and finalizeThread() keep the command for undo; true,
+    /// unless overridden. Asked after each run that went well.
     virtual bool isAddableToCommandManager() const;
 
     /// Has @p slot told of the end of the next run: with true, or with false if it was aborted or failed, and
     /// with this command. The slot is told once; a later run needs another connection, which the slot itself
     /// may make.
     ///
-    /// Runs on the thread that calls sendFinishSignal(): the caller's, with the thread manager of this project.
+    /// Runs on the thread that calls sendFinishSignal(): the caller's, with the thread manager of this
+    /// project.
     void connectToRunFinishedSignal(const Signals::Slot<void(bool, const CommandBase*)>& slot);
 
     /// Tells those who wait for the end of the run, and forgets them. Called by the thread manager and by

@@ -16,11 +16,11 @@ namespace Valdane
 class Thread;
 class ThreadManager;
 
-/// A macro that runs step by step: its threads on a worker, one after another, everything else between them on
-/// the caller's thread.
+/// A macro that runs step by step: its threads on a worker, one after another, everything else between them
+/// on the caller's thread.
 ///
-/// Hand it to CommandManager::addThreadedCommand(), and call CommandManager::finalizeThread() each time a thread
-/// has ended, until the manager is no longer processing the command:
+/// Hand it to CommandManager::addThreadedCommand(), and call CommandManager::finalizeThread() each time a
+/// thread has ended, until the manager is no longer processing the command:
 ///
 /// | operation           | idle                      | running: a sub-command is under way              |
 /// |---------------------|---------------------------|--------------------------------------------------|
@@ -28,25 +28,27 @@ class ThreadManager;
 /// | continueExecution() | tells that the run is over| concludes the thread, then runs up to the next   |
 /// | abortExecution()    | see there                 | undoes what is done, stands at the beginning     |
 ///
-/// A sub-command is a thread if it is derived from Thread (a ThreadedCommand, for instance). A sub-command that
-/// is a ThreadedMacroCommand itself is stepped in the same way. Unlike in a MacroCommand, prepareExecute() and
-/// finalizeExecute() are not called, and the progress of a sub-command is neither reset nor completed.
+/// A sub-command is a thread if it is derived from Thread (a ThreadedCommand, for instance). A sub-command
+/// that is a ThreadedMacroCommand itself is stepped in the same way. Unlike in a MacroCommand,
+/// prepareExecute() and finalizeExecute() are not called, and the progress of a sub-command is neither reset
+/// nor completed.
 ///
 /// Failures. A failing sub-command writes one error line (a nested macro has written its own). The exception
-/// then ends the run and goes on to the caller, unless setContinueOnException() has it passed over and counted;
-/// the N-th failure ends the run all the same after setFailCountToThrow(N). What ended a run is rolled back by
-/// abortExecution(), which CommandManager calls; execute() does not, so that in addCommand(), or as part of a plain
-/// macro, sub-commands that were executed before the failure stay executed. So do those of a nested macro before its
-/// thread that fails on the worker, unless the nested macro passes that over: only the outer macro is wound up.
-/// A failure that is passed over leaves the sub-command in the macro, whose undo() will undo it with the others.
+/// then ends the run and goes on to the caller, unless setContinueOnException() has it passed over and
+/// counted; the N-th failure ends the run all the same after setFailCountToThrow(N). What ended a run is
+/// rolled back by abortExecution(), which CommandManager calls; execute() does not, so that in addCommand(),
+/// or as part of a plain macro, sub-commands that were executed before the failure stay executed. So do those
+/// of a nested macro before its thread that fails on the worker, unless the nested macro passes that over:
+/// only the outer macro is wound up. A failure that is passed over leaves the sub-command in the macro, whose
+/// undo() will undo it with the others.
 ///
-/// Aborting. After CommandManager::abortThreadedCommand() the next finalizeThread() undoes the thread that was
-/// aborted, then the sub-commands before it. An abort within a nested macro winds up that macro only, and the
-/// outer one goes on behind it. A nested macro whose failure was passed over was wound up, too, and goes on
-/// behind its first sub-command.
+/// Aborting. After CommandManager::abortThreadedCommand() the next finalizeThread() undoes the thread that
+/// was aborted, then the sub-commands before it. An abort within a nested macro winds up that macro only, and
+/// the outer one goes on behind it. A nested macro whose failure was passed over was wound up, too, and goes
+/// on behind its first sub-command.
 ///
-/// Neither copied nor moved. In addition to what MacroCommand asks: no sub-command is added or removed while a
-/// run is under way, or between an abort and the next startExecution() if anything but that is called.
+/// Neither copied nor moved. In addition to what MacroCommand asks: no sub-command is added or removed while
+/// a run is under way, or between an abort and the next startExecution() if anything but that is called.
 ///
 /// Ownership: as MacroCommand. Thread: the caller's; only the threads' own work is on the worker.
 /// Cost: no stack per sub-command, whatever the sub-commands are; nested macros take some for each level.
@@ -67,9 +69,9 @@ public:
     /// first thread that is started on a worker.
     ///
     /// @param threadManager  what runs the threads; if empty, everything is executed on the calling thread.
-    /// @return true if the run is over; false if continueExecution() must be called when the thread has ended.
-    ///         False, too, if a thread could not be started and that was passed over: the thread manager is idle
-    ///         then, and continueExecution() may be called at once.
+    /// @return true if the run is over; false if continueExecution() must be called when the thread has
+    ///         ended. False, too, if a thread could not be started and that was passed over: the thread
+    ///         manager is idle then, and continueExecution() may be called at once.
     /// @throws what ended the run; see above.
     virtual bool startExecution(std::shared_ptr<ThreadManager> threadManager);
 
@@ -78,14 +80,15 @@ public:
     ///
     /// @param threadManager  the one that was given to startExecution().
     /// @return as startExecution(); true also after an abort.
-    /// @throws what ended the run; see above. A VdException without a text if it is the limit of failures that
-    ///         a thread's exception has reached.
+    /// @throws what ended the run; see above. A VdException without a text if it is the limit of failures
+    ///         that a thread's exception has reached.
     virtual bool continueExecution(std::shared_ptr<ThreadManager> threadManager);
 
-    /// Winds a run up: undoes the sub-commands before the current one, newest first, without trace lines, stands at
-    /// the first one, tells those who wait for the end (false), and completes the progress.
+    /// Winds a run up: undoes the sub-commands before the current one, newest first, without trace lines,
+    /// stands at the first one, tells those who wait for the end (false), and completes the progress.
     ///
-    /// The current sub-command is not undone. When idle after a run that came to its end, everything is undone.
+    /// The current sub-command is not undone. When idle after a run that came to its end, everything is
+    /// undone.
     /// @throws what an undo() throws; that sub-command counts as undone, and a second call does the rest.
     void abortExecution();
 
@@ -104,8 +107,8 @@ protected:
     /// Described as "MacroCommand".
     ThreadedMacroCommand();
 
-    /// Runs @p subCommand, which must be the current one, and, unless it is a thread that has been started on a
-    /// worker, all that follows up to the next such thread. Returns and throws as continueExecution().
+    /// Runs @p subCommand, which must be the current one, and, unless it is a thread that has been started on
+    /// a worker, all that follows up to the next such thread. Returns and throws as continueExecution().
     bool executeSubCommand(std::shared_ptr<CommandBase> subCommand,
                            std::shared_ptr<ThreadManager> threadManager);
 

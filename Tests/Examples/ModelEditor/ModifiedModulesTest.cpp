@@ -19,16 +19,17 @@
 #include <utility>
 #include <vector>
 
-// Random edits, multi-node edits, groups (ended, abandoned, failing), merges, recordings, saves, exports, limits, undos
-// and redos, on real models. After each line, what `modified` tells of both save points is compared with
+// Random edits, multi-node edits, groups (ended, abandoned, failing), merges, recordings, saves, exports,
+// limits, undos and redos, on real models. After each line, what `modified` tells of both save points is
+// compared with
 //
 // - brute force: every module as it would be written now, against the same module in the file last written;
 // - an expectation of its own, which knows no command manager, only which modules each line has changed.
 //
-// Where every edit writes a value that was never there before, `modified` must equal brute force, without exception.
-// Where edits write any values, it may tell of more modules in one case only: a module that was changed, and changed
-// back by another edit instead of by an undo, so that it is equal again. The expectation has that case, and is met
-// exactly. Never does `modified` leave a module out.
+// Where every edit writes a value that was never there before, `modified` must equal brute force, without
+// exception. Where edits write any values, it may tell of more modules in one case only: a module that was
+// changed, and changed back by another edit instead of by an undo, so that it is equal again. The expectation
+// has that case, and is met exactly. Never does `modified` leave a module out.
 
 namespace
 {
@@ -482,7 +483,8 @@ private:
     {
         run("stop script");
         expected.end();
-        // Other values may have changed types: what was a text and is a number now is one to who opens the file.
+        // Other values may have changed types: what was a text and is a number now is one to who opens the
+        // file.
         if (tested.values == Values::Fresh || recordedFrom == file)
         {
             ++replayed;

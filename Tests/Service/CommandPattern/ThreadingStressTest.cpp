@@ -22,7 +22,8 @@ namespace Valdane
 namespace
 {
 
-/// What the commands edit: not protected, so that the thread sanitizer sees whether it is handed over properly.
+/// What the commands edit: not protected, so that the thread sanitizer sees whether it is handed over
+/// properly.
 using Document = std::vector<int>;
 
 enum class Fate

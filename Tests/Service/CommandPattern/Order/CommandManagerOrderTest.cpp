@@ -1,4 +1,5 @@
 #include "Journal.h"
+#include "ManagerJournal.h"
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/GeneralServices/LegacyProgress.h"
 #include "Platform/Logging/Logging.h"
@@ -53,77 +54,19 @@ struct Stranger
     throw std::runtime_error("no power");
 }
 
-/// Every entry of the journal begins with "* " while the manager says that it is processing a command, else
-/// with "  ". Signals are noted with the queues as a slot sees them, top first.
-class CommandManagerOrder : public testing::Test
+/// With trace lines, all signals, and modules that are noted only when they are marked.
+class CommandManagerOrder : public ManagerJournal
 {
 protected:
     CommandManagerOrder()
     {
-        journalPrefix() = [this]
-        {
-            return manager.isProcessingCommand() ? "* " : "  ";
-        };
         manager.setModuleAccessInterface(modules);
         Logging::traceEnabled = true;
-        Logging::lines.clear();
         takeJournal();
     }
 
-    ~CommandManagerOrder() override
-    {
-        Logging::onLine = nullptr;
-        LegacyProgress::onCall = nullptr;
-        journalPrefix() = nullptr;
-        takeJournal();
-    }
-
-    std::shared_ptr<RecordingCommand> add(const std::string& name)
-    {
-        auto command = std::make_shared<RecordingCommand>(name);
-        EXPECT_TRUE(manager.addCommand(command));
-        takeJournal();
-        return command;
-    }
-
-    static std::string join(const std::list<std::string>& texts)
-    {
-        std::string joined;
-        for (const std::string& text : texts)
-        {
-            joined += joined.empty() ? text : " " + text;
-        }
-        return joined;
-    }
-
-    std::string queues()
-    {
-        return "[" + join(manager.collectUndoCommandDescriptions()) + "|" +
-               join(manager.collectRedoCommandDescriptions()) + "]";
-    }
-
-    void noteSignal(const std::string& signal)
-    {
-        note(signal + " " + queues());
-        if (onSignal)
-        {
-            onSignal(signal);
-        }
-    }
-
-    CommandManager manager;
     std::shared_ptr<RecordingModules> modules = std::make_shared<RecordingModules>();
-    /// Called in the slot of each signal, after it was noted.
-    std::function<void(const std::string& signal)> onSignal;
 
-    Signals::Connection executed = manager.connectToSigCommandExecuted([this] { noteSignal("executed"); });
-    Signals::Connection undone = manager.connectToSigCommandUndone([this] { noteSignal("undone"); });
-    Signals::Connection failed = manager.connectToSigCommandFailed(
-        [this](const char* what, const std::string& description)
-        { noteSignal("failed(" + std::string(what) + ", " + description + ")"); });
-    Signals::Connection queueChanged =
-        manager.connectToSigCommandQueueChanged([this](CommandManager::QueueChangeReason reason)
-                                                { noteSignal("queueChanged " + std::to_string(reason)); });
     Signals::Connection completed =
         manager.connectToSigUndoRedoProcessCompleted([this] { noteSignal("completed"); });
     Signals::Connection started =

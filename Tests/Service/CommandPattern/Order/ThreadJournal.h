@@ -140,8 +140,9 @@ inline Lines operator+(Lines first, const Lines& second)
     return first;
 }
 
-/// A manager whose threads the test steps by hand. Every entry of the journal begins with "* " while the manager
-/// says that it is processing a command, else with "  ", and with what is in the worker slot, "-" if it is empty.
+/// A manager whose threads the test steps by hand. Every entry of the journal begins with "* " while the
+/// manager says that it is processing a command, else with "  ", and with what is in the worker slot, "-" if
+/// it is empty.
 class ThreadJournal : public ManagerJournal
 {
 protected:
