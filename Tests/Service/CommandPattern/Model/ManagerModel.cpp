@@ -527,6 +527,20 @@ void ManagerModel::keep(const CommandPtr& command)
     }
 }
 
+/// Nothing derived from std::exception gets out of a threaded operation: what a report itself meets is one more line.
+template <typename Step>
+void ManagerModel::attempt(const std::string& context, const std::string& description, const Step& step)
+{
+    try
+    {
+        step();
+    }
+    catch (const std::exception& exception)
+    {
+        logFailure(context + " of command '" + description + "' ", exception);
+    }
+}
+
 void ManagerModel::addThreadedCommand(const CommandPtr& command)
 {
     if (command == nullptr)
@@ -552,7 +566,8 @@ void ManagerModel::addThreadedCommand(const CommandPtr& command)
     catch (const std::exception& exception)
     {
         release(command);
-        report("Execution", command->description, exception);
+        attempt("Execution", command->description,
+                [&] { report("Execution", command->description, exception); });
     }
     catch (...)
     {
@@ -565,6 +580,11 @@ void ManagerModel::finalizeThread()
 {
     const std::shared_ptr<Thread> thread = threads.getCurrentThread();
     const CommandPtr command = slot;
+    // The end of the run is being told just now, and a slot asks for what is under way already.
+    if (command != nullptr && thread == nullptr)
+    {
+        return;
+    }
     try
     {
         threads.finalizeThread();
@@ -585,20 +605,34 @@ void ManagerModel::finalizeThread()
     }
     catch (const std::exception& exception)
     {
-        if (command != nullptr && slot == command)
-        {
-            note(progressOf(*command) + ".setComplete");
-            command->thread->sendFinishSignal(false);
-        }
-        release(command);
-        report("Thread finalization", thread->label, exception);
-        emit("finished");
+        windUp(command, thread->label, exception);
     }
     catch (...)
     {
         release(command);
         throw;
     }
+}
+
+/// What follows a finalization that failed: every step, whatever the others do.
+void ManagerModel::windUp(const CommandPtr& command, const std::string& name, const std::exception& exception)
+try
+{
+    const std::string context = "Thread finalization";
+    if (command != nullptr && slot == command)
+    {
+        attempt(context, name, [&] { note(progressOf(*command) + ".setComplete"); });
+        attempt(context, name, [&] { command->thread->sendFinishSignal(false); });
+    }
+    release(command);
+    attempt(context, name, [&] { report(context, name, exception); });
+    attempt(context, name, [&] { emit("finished"); });
+}
+
+catch (...)
+{
+    release(command);
+    throw;
 }
 
 void ManagerModel::abortThreadedCommand()

@@ -137,6 +137,9 @@ private:
     void process(const std::string& verb, const Command& command, bool flagAfter, const Action& action);
     void keep(const CommandPtr& command);
     void release(const CommandPtr& command);
+    template <typename Step>
+    void attempt(const std::string& context, const std::string& description, const Step& step);
+    void windUp(const CommandPtr& command, const std::string& name, const std::exception& exception);
 
     World& world;
 };

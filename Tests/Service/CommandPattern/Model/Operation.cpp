@@ -50,11 +50,11 @@ constexpr Weight weights[] = {
     {Kind::WantSaved, "WantSaved", 1, 1, 1U << moduleCount},
     {Kind::FailQuestion, "FailQuestion", 1, 1, 1},
     {Kind::FailMarking, "FailMarking", 1, 1, 1},
-    {Kind::StartThread, "StartThread", 0, 0, 1},
-    {Kind::DoWork, "DoWork", 0, 0, 1},
-    {Kind::Finalize, "Finalize", 0, 0, 1},
-    {Kind::Abort, "Abort", 0, 0, 1},
-    {Kind::SetMode, "SetMode", 0, 0, 2},
+    {Kind::StartThread, "StartThread", 10, 4, 1},
+    {Kind::DoWork, "DoWork", 3, 1, 1},
+    {Kind::Finalize, "Finalize", 8, 4, 1},
+    {Kind::Abort, "Abort", 2, 2, 1},
+    {Kind::SetMode, "SetMode", 3, 1, 2},
     {Kind::Throw, "Throw", 0, 5, 3},
 };
 
