@@ -19,8 +19,15 @@ namespace Valdane
 /// plain MacroCommand, it runs on the caller's thread like any other command.
 ///
 /// A run that is aborted is not kept for undo by the manager and nobody calls its undo(), so run() should
-/// leave the data as it found them when it returns because of isAborted(). As part of a ThreadedMacroCommand
-/// its undo() is called then.
+/// leave the data as it found them when it returns because of isAborted(), and so should finishRun(), which
+/// is called after it all the same. An abort counts until CommandManager::finalizeThread(), so one can come
+/// too late for the run to see it; an overridden sendFinishSignal(), which is told false then, can revert
+/// what was done.
+///
+/// As part of a ThreadedMacroCommand its undo() is called after an abort, whether the run has seen it or
+/// not. So undo() must know whether there is something to undo.
+///
+/// redo() is execute() unless overridden: a whole run on the caller's thread. Neither resets isAborted().
 ///
 /// Neither copied nor moved: a run refers to its object while it goes on.
 ///
