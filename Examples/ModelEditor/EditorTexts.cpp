@@ -50,15 +50,17 @@ What follows group, up to end, becomes one step; undo and redo stay within it un
 fails inside, whatever the reason, undoes the group and ends it.
 
 An edit after merge is done at once and becomes one step with the next edit. If something else comes
-first that needs a finished step (undo, redo, save, export, limit, group, end, record, stop), then what
-was merged so far is a step of its own. As after every edit, there is nothing to redo then.
+first that needs a finished step (undo, redo, scale, check, import, save, export, limit, group, end,
+record, stop), then what was merged so far is a step of its own. As after every edit, there is nothing to
+redo then.
 
 What is done between record and stop can be undone step by step up to stop, and is one step then. The
 script has what was not undone: played on the model as it was at record, it makes of it the model as
-it was at stop.
+it was at stop. If values were edited before record, types can differ, though: what was x when the model
+was opened, and 3.5 at record, takes numbers only when it is opened again, and writes 1.0 for 1.
 
-scale, check and import work on another thread. At a terminal lines can be typed meanwhile: status, abort
-and help; Ctrl-C aborts, too. In a script the line is over when the work is. What fails or is aborted has
+scale and check work on another thread. At a terminal lines can be typed meanwhile: status, abort and
+help; Ctrl-C aborts, too. In a script the line is over when the work is. What fails or is aborted has
 changed nothing.
 
 The modules of a model are the elements below its root; the root stands for its own values, and for what
@@ -66,7 +68,9 @@ modules there are. A module is modified if it differs from the last save (or exp
 one, from the file as it was opened. Undoing back to what was saved makes it unmodified; changing it back by
 another edit does not. tree marks modified modules with *.
 
-Words with blanks, quotes or # stand in double or single quotes; the rest of a line after # is a comment.
+Words with blanks, quotes, backslashes or a # at the start stand in single or double quotes. A backslash
+before a character takes it as it is; in double quotes only before \" and \\, in single quotes never. The
+rest of a line after a # that starts a word is a comment.
 )";
 
 std::string describeSet(const XmlObject& object, const std::string& attribute, const std::string& value)
