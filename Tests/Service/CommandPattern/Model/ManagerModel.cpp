@@ -351,6 +351,35 @@ CommandPtr ManagerModel::takeLastExecutedCommand()
     return command;
 }
 
+/// Takes @p entry away, unless its command has had that done while it was called.
+void ManagerModel::dropTop(std::list<Entry>& queue, const Entry& entry)
+{
+    if (!queue.empty() && queue.back().command == entry.command)
+    {
+        queue.pop_back();
+    }
+}
+
+/// A command that cannot say whether it can be redone cannot.
+void ManagerModel::moveToRedo(const Entry& entry)
+try
+{
+    if (isRedoCapable(*entry.command))
+    {
+        redoQueue.push_back(entry);
+    }
+    else
+    {
+        redoQueue.clear();
+    }
+}
+
+catch (...)
+{
+    redoQueue.clear();
+    throw;
+}
+
 bool ManagerModel::undo(std::uint64_t count)
 {
     for (; count != 0 && !undoQueue.empty(); --count)
@@ -372,13 +401,8 @@ bool ManagerModel::undo(std::uint64_t count)
             report("Undo", descriptionOf(*entry.command), exception);
             return false;
         }
-        undoQueue.pop_back();
-        std::list<Entry> redoable = std::exchange(redoQueue, {});
-        if (isRedoCapable(*entry.command))
-        {
-            redoQueue = std::move(redoable);
-            redoQueue.push_back(entry);
-        }
+        dropTop(undoQueue, entry);
+        moveToRedo(entry);
         world.mark();
         emit("undone");
         emit("queueChanged 0");
@@ -407,7 +431,7 @@ bool ManagerModel::redo(std::uint64_t count)
             report("Redo", descriptionOf(*entry.command), exception);
             return false;
         }
-        redoQueue.pop_back();
+        dropTop(redoQueue, entry);
         undoQueue.push_back(entry);
         world.mark();
         emit("executed");

@@ -133,6 +133,8 @@ private:
     Entry makeEntry(const CommandPtr& command, Modules own) const;
     CommandPtr mergeInto(const CommandPtr& command);
     void applyLimit();
+    void moveToRedo(const Entry& entry);
+    static void dropTop(std::list<Entry>& queue, const Entry& entry);
     template <typename Action>
     void process(const std::string& verb, const Command& command, bool flagAfter, const Action& action);
     void keep(const CommandPtr& command);

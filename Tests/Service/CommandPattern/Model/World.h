@@ -131,6 +131,10 @@ public:
     void run(Call call)
     {
         note(name + "." + nameOf(call));
+        if (!isRun(call))
+        {
+            world.onMoment();
+        }
         if (plan.failing == call && plan.failures > 0)
         {
             --plan.failures;
@@ -161,6 +165,12 @@ public:
     }
 
 private:
+    /// Whether it is called on a worker, where the manager must not be used.
+    static bool isRun(Call call)
+    {
+        return call == Call::PrepareRun || call == Call::Run || call == Call::FinishRun;
+    }
+
     std::string name;
     Plan plan;
     World& world;
