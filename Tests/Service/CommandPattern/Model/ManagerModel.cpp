@@ -262,23 +262,37 @@ bool ManagerModel::addCommandToMergeWithNextCommand(const CommandPtr& command, b
         report("Execution", descriptionOf(*command), exception);
         return false;
     }
-    commandsToMerge.push_back(command);
-    useForwardUndoOrderForMerge = useForwardUndoOrderForMerge || useForwardUndoOrder;
+    toMerge.commands.push_back(command);
+    toMerge.useForwardUndoOrder = toMerge.useForwardUndoOrder || useForwardUndoOrder;
     return true;
 }
 
-CommandPtr ManagerModel::mergeInto(const CommandPtr& command)
+CommandPtr ManagerModel::merge(const CommandPtr& command, const Waiting& waiting)
 {
-    if (commandsToMerge.empty())
+    if (waiting.commands.empty())
     {
         return command;
     }
     auto macro = std::make_shared<Command>();
     macro->description = descriptionOf(*command);
     macro->parts = {command};
-    std::ranges::copy(std::exchange(commandsToMerge, {}), std::back_inserter(macro->parts));
-    macro->forwardUndoOrder = std::exchange(useForwardUndoOrderForMerge, false);
+    std::ranges::copy(waiting.commands, std::back_inserter(macro->parts));
+    macro->forwardUndoOrder = waiting.useForwardUndoOrder;
     return macro;
+}
+
+/// What the application says it has modified. Nothing that waits to be merged is lost if it throws.
+Modules ManagerModel::askForEntry(const Waiting& waiting)
+try
+{
+    return world.ask("modules.modified", world.modified);
+}
+
+catch (...)
+{
+    toMerge.commands.insert(toMerge.commands.begin(), waiting.commands.begin(), waiting.commands.end());
+    toMerge.useForwardUndoOrder = toMerge.useForwardUndoOrder || waiting.useForwardUndoOrder;
+    throw;
 }
 
 ManagerModel::Entry ManagerModel::makeEntry(const CommandPtr& command, Modules own) const
@@ -302,8 +316,10 @@ void ManagerModel::addExecutedCommand(const CommandPtr& command)
         beforeFirstCommand = redoQueue.back().before;
     }
     redoQueue.clear();
-    const Modules own = world.ask("modules.modified", world.modified);
-    undoQueue.push_back(makeEntry(mergeInto(command), own));
+    const Waiting waiting = toMerge.commands.empty() ? Waiting{} : std::exchange(toMerge, {});
+    const CommandPtr merged = merge(command, waiting);
+    const Modules own = askForEntry(waiting);
+    undoQueue.push_back(makeEntry(merged, own));
     world.mark();
     applyLimit();
     emit("queueChanged 3");
@@ -460,7 +476,7 @@ void ManagerModel::clear()
     beforeFirstCommand = modified;
     undoQueue.clear();
     redoQueue.clear();
-    commandsToMerge.clear();
+    toMerge.commands.clear();
     emit("queueChanged 2");
 }
 
@@ -494,7 +510,8 @@ Modules ManagerModel::positionOf(std::uint64_t tracker) const
 
 Modules ManagerModel::getModifiedModules(std::uint64_t tracker) const
 {
-    return positionOf(tracker) | world.ask("modules.modified", world.modified);
+    const Modules reported = world.ask("modules.modified", world.modified);
+    return positionOf(tracker) | reported;
 }
 
 Modules ManagerModel::getModifiedOrSaveOnNextSaveModules(std::uint64_t tracker) const

@@ -90,6 +90,13 @@ public:
         Modules own = 0;
     };
 
+    /// What is to be merged with the next command.
+    struct Waiting
+    {
+        std::vector<CommandPtr> commands;
+        bool useForwardUndoOrder = false;
+    };
+
     explicit ManagerModel(World& surroundings) : world(surroundings) {}
 
     bool addCommand(const CommandPtr& command);
@@ -119,8 +126,7 @@ public:
     std::list<Entry> redoQueue;
     std::uint32_t maxQueueSize = 25;
     bool usesMaxQueueSize = false;
-    std::vector<CommandPtr> commandsToMerge;
-    bool useForwardUndoOrderForMerge = false;
+    Waiting toMerge;
     ModulesByTracker beforeFirstCommand = {};
     bool isProcessing = false;
     CommandPtr slot;
@@ -131,7 +137,8 @@ private:
     void report(const std::string& context, const std::string& description, const std::exception& exception);
     Modules positionOf(std::uint64_t tracker) const;
     Entry makeEntry(const CommandPtr& command, Modules own) const;
-    CommandPtr mergeInto(const CommandPtr& command);
+    static CommandPtr merge(const CommandPtr& command, const Waiting& waiting);
+    Modules askForEntry(const Waiting& waiting);
     void applyLimit();
     void moveToRedo(const Entry& entry);
     static void dropTop(std::list<Entry>& queue, const Entry& entry);

@@ -50,6 +50,7 @@ struct World
         if (!isObserved)
         {
             note(question);
+            onMoment();
             fail(questionFails);
         }
         return answer;
@@ -59,6 +60,7 @@ struct World
     void mark()
     {
         note("modules.mark");
+        onMoment();
         fail(markingFails);
         modified = 0;
     }
@@ -71,7 +73,7 @@ struct World
     bool markingFails = false;
     /// While the test itself asks: questions leave no trace and do not fail.
     bool isObserved = false;
-    /// Called in each slot after it has been noted, and wherever else an application may use the manager.
+    /// Called in each slot after it has been noted, and wherever else the application may use the manager.
     std::function<void()> onMoment;
 
 private:
