@@ -61,6 +61,21 @@ std::shared_ptr<XmlObject> requireOneElement(const XmlModel& model, const std::s
     return requireElement(nodes.front());
 }
 
+// The file that is named, if one is. Without a name the writer takes the model's own file, which somebody who gives an
+// empty one, from a variable without a value for instance, does not expect.
+std::optional<std::string> findPath(const Editor::Words& arguments)
+{
+    if (arguments.empty())
+    {
+        return {};
+    }
+    if (arguments[0].empty())
+    {
+        throw VdException("the name of the file is empty");
+    }
+    return arguments[0];
+}
+
 EditHistory::Tracker parseTracker(const Editor::Words& arguments)
 {
     if (arguments.empty() || arguments[0] == "save")
@@ -436,12 +451,13 @@ void Editor::record(const Words& /*arguments*/)
 
 void Editor::stop(const Words& arguments)
 {
+    const auto path = findPath(arguments);
     const auto recording = history.endRecording();
     out << "Recorded " << plural(recording.count, "step")
         << (recording.count == 0 ? "\n" : ", now one in the history:\n") << recording.script;
-    if (!arguments.empty())
+    if (path)
     {
-        write({.verb = "stop", .path = arguments[0], .bytes = recordingHeader + recording.script});
+        write({.verb = "stop", .path = *path, .bytes = recordingHeader + recording.script});
     }
 }
 
@@ -457,12 +473,12 @@ void Editor::modified(const Words& arguments)
 
 void Editor::save(const Words& arguments)
 {
-    writeModel("save", arguments.empty() ? std::string() : arguments[0], EditHistory::Saved);
+    writeModel("save", findPath(arguments).value_or(""), EditHistory::Saved);
 }
 
 void Editor::exportCopy(const Words& arguments)
 {
-    writeModel("export", arguments[0], EditHistory::Exported);
+    writeModel("export", findPath(arguments).value(), EditHistory::Exported);
 }
 
 void Editor::help(const Words& arguments)

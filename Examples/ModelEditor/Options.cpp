@@ -93,15 +93,20 @@ private:
 
     std::string takeValue(const std::string& argument, const std::string& name)
     {
+        std::string value;
         if (argument.size() > name.size())
         {
-            return argument.substr(name.size() + 1);
+            value = argument.substr(name.size() + 1);
         }
-        if (position == arguments.size())
+        else if (position < arguments.size())
+        {
+            value = arguments[position++];
+        }
+        if (value.empty())
         {
             throw VdException(name + " wants a value");
         }
-        return arguments[position++];
+        return value;
     }
 
     void takeModel(const std::string& argument)

@@ -251,6 +251,19 @@ TEST_F(EditorTest, WritingIsLeftToTheWriter)
     EXPECT_EQ(written[2].bytes, model.toBytes());
 }
 
+TEST_F(EditorTest, AnEmptyFileNameIsNotTheFileOfTheModel)
+{
+    run("record");
+    run("set /robot/@version 5");
+    EXPECT_EQ(run("stop ''"), "stop: the name of the file is empty");
+    EXPECT_EQ(editor.getPrompt(), "model [recording]> ");
+    run("stop");
+    EXPECT_EQ(run("save ''"), "save: the name of the file is empty");
+    EXPECT_EQ(run("export ''"), "export: the name of the file is empty");
+    EXPECT_TRUE(written.empty());
+    EXPECT_FALSE(editor.getUnsaved().empty());
+}
+
 TEST_F(EditorTest, WhatItDoesNotKnowOrLacksIsReported)
 {
     EXPECT_EQ(run("frobnicate x"), "no verb frobnicate; help lists them");

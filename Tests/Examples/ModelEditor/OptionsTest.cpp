@@ -54,6 +54,8 @@ TEST(Options, WhatIsWrongIsRefused)
         {"a", "b"},
         {"m", "--nope"},
         {"m", "--script"},
+        {"m", "--output="},
+        {"m", "--output", ""},
         {"m", "--log-level", "info"},
         {"m", "--keep-going=1"},
     };
