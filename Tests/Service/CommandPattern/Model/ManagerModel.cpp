@@ -550,9 +550,10 @@ void ManagerModel::emitSigUndoRedoProcessCompleted() const
     emit("completed");
 }
 
+/// Ends what @p command has under way, unless another one has taken its place in the slot.
 void ManagerModel::release(const CommandPtr& command)
 {
-    if (slot == command)
+    if (slot == nullptr || slot == command)
     {
         slot = nullptr;
         isProcessing = false;
