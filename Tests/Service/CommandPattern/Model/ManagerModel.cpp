@@ -11,149 +11,11 @@ namespace Valdane::Model
 namespace
 {
 
-void trace(const std::string& text)
-{
-    note("trace: " + text);
-}
-
 void logFailure(const std::string& what, const std::exception& exception)
 {
     const auto* located = dynamic_cast<const VdException*>(&exception);
     note("error: " + what + "failed with exception: " + exception.what() +
          (located == nullptr ? "" : "\n    Location: " + located->getLocation()));
-}
-
-bool isMacro(const Command& command)
-{
-    return command.script == nullptr;
-}
-
-std::string progressOf(const Command& command)
-{
-    return isMacro(command) ? "progress" : command.description + ".progress";
-}
-
-/// The rate of a command that is not a macro: the normal one.
-constexpr int normalRate = 3;
-constexpr int fastestRate = 5;
-
-int rateOf(const Command& command)
-{
-    if (!isMacro(command))
-    {
-        return normalRate;
-    }
-    int average = fastestRate;
-    for (const CommandPtr& part : command.parts)
-    {
-        average = rateOf(*part);
-        note("Speed.add(" + std::to_string(average) + ")");
-    }
-    note("Speed.getAverageSpeed");
-    return average;
-}
-
-/// The parts of the progress, in the order of @p parts.
-void layOut(const Command& macro, const std::vector<CommandPtr>& parts)
-{
-    for (const CommandPtr& part : macro.parts)
-    {
-        note("Speed.add(" + std::to_string(rateOf(*part)) + ")");
-    }
-    note("progress.reset");
-    note("progress.progress");
-    int start = 0;
-    for (const CommandPtr& part : parts)
-    {
-        const int rate = rateOf(*part);
-        note("Speed.getPartitionFromRate(" + std::to_string(rate) + ")");
-        note("progress.appendSubProgress(" + progressOf(*part) + ", " + std::to_string(start) + ", " +
-             std::to_string(start + 10 * rate) + ")");
-        start += 10 * rate;
-    }
-}
-
-void run(Command& command, Call call);
-
-std::string logDescriptionOf(const Command& command)
-{
-    return command.description.empty() ? "Valdane::MacroCommand" : command.description;
-}
-
-void runPart(Command& part, Call call)
-{
-    const std::string verb = call == Call::Execute ? "Execute" : call == Call::Undo ? "Undo" : "Redo";
-    trace(verb + " MacroCommand '" + logDescriptionOf(part) + "'...");
-    run(part, call);
-    trace(verb + " MacroCommand '" + logDescriptionOf(part) + "' finished.");
-    note(progressOf(part) + ".setComplete");
-}
-
-void rollBack(const Command& macro, std::vector<CommandPtr> done, Call call)
-{
-    if (!macro.forwardUndoOrder)
-    {
-        std::ranges::reverse(done);
-    }
-    for (const CommandPtr& part : done)
-    {
-        runPart(*part, call == Call::Undo ? Call::Redo : Call::Undo);
-    }
-}
-
-void runMacro(const Command& macro, Call call)
-{
-    std::vector<CommandPtr> parts = macro.parts;
-    if (call == Call::Undo)
-    {
-        std::ranges::reverse(parts);
-    }
-    layOut(macro, parts);
-    if (call == Call::Undo && macro.forwardUndoOrder)
-    {
-        parts = macro.parts;
-    }
-    for (auto part = parts.begin(); part != parts.end(); ++part)
-    {
-        try
-        {
-            runPart(**part, call);
-        }
-        catch (const std::exception& exception)
-        {
-            note("error: " + std::string(call == Call::Undo ? "Undo of " : "") +
-                 "MacroCommand: Subcommand '" + logDescriptionOf(**part) +
-                 "' failed with exception: " + exception.what());
-            rollBack(macro, {parts.begin(), part}, call);
-            throw;
-        }
-    }
-    note("progress.setComplete");
-}
-
-void run(Command& command, Call call)
-{
-    if (isMacro(command))
-    {
-        runMacro(command, call);
-    }
-    else if (command.thread != nullptr && call != Call::Undo)
-    {
-        command.thread->prepareRun();
-        command.thread->run();
-        command.thread->finishRun();
-    }
-    else
-    {
-        command.script->run(call);
-    }
-}
-
-bool isRedoCapable(const Command& command)
-{
-    return isMacro(command) ? std::ranges::all_of(command.parts,
-                                                  [](const CommandPtr& part) { return isRedoCapable(*part); })
-                            : command.script->isRedoCapable();
 }
 
 std::string textOf(const std::list<ManagerModel::Entry>& queue)
@@ -168,16 +30,6 @@ std::string textOf(const std::list<ManagerModel::Entry>& queue)
 
 } // namespace
 
-std::string descriptionOf(const Command& command)
-{
-    std::string description = command.description;
-    for (auto part = command.parts.begin(); description.empty() && part != command.parts.end(); ++part)
-    {
-        description = descriptionOf(**part);
-    }
-    return description;
-}
-
 void ManagerModel::emit(const std::string& signal) const
 {
     note(signal + " [" + textOf(undoQueue) + "|" + textOf(redoQueue) + "]");
@@ -191,17 +43,20 @@ void ManagerModel::report(const std::string& context, const std::string& descrip
     emit("failed(" + std::string(exception.what()) + ", " + description + ")");
 }
 
-/// Runs @p action as the work of @p command, with the flag up, which is @p flagAfter when it ends.
-template <typename Action>
-void ManagerModel::process(const std::string& verb, const Command& command, bool flagAfter,
-                           const Action& action)
+/// Does the work of a command with the flag up, which is @p flagAfter when it ends.
+bool ManagerModel::process(const std::string& context, const Command& command, bool flagAfter,
+                           const std::function<void()>& work)
 {
-    const std::string description = descriptionOf(command);
     isProcessing = true;
     try
     {
-        action("Execute " + verb + "command '" + description + "'...",
-               (verb.empty() ? "Command '" : verb + "command '") + description + "' executed.");
+        work();
+    }
+    catch (const std::exception& exception)
+    {
+        isProcessing = flagAfter;
+        report(context, descriptionOf(command), exception);
+        return false;
     }
     catch (...)
     {
@@ -209,29 +64,39 @@ void ManagerModel::process(const std::string& verb, const Command& command, bool
         throw;
     }
     isProcessing = flagAfter;
+    return true;
+}
+
+bool ManagerModel::execute(const Command& command, bool flagAfter)
+{
+    return process("Execution", command, flagAfter,
+                   [&]
+                   {
+                       note(progressOf(command) + ".reset");
+                       trace("Execute command '" + descriptionOf(command) + "'...");
+                       run(command, Call::Execute);
+                       trace("Command '" + descriptionOf(command) + "' executed.");
+                       note(progressOf(command) + ".setComplete");
+                   });
+}
+
+/// Undoes or redoes a command.
+bool ManagerModel::step(const std::string& verb, const Command& command, Call call)
+{
+    return process(verb, command, false,
+                   [&]
+                   {
+                       note("progress.setSubProgress(" + progressOf(command) + ", 100, 1)");
+                       trace("Execute " + verb + " command '" + descriptionOf(command) + "'...");
+                       run(command, call);
+                       trace(verb + " command '" + descriptionOf(command) + "' executed.");
+                   });
 }
 
 bool ManagerModel::addCommand(const CommandPtr& command)
 {
-    if (command == nullptr)
+    if (command == nullptr || !execute(*command, false))
     {
-        return false;
-    }
-    try
-    {
-        process("", *command, false,
-                [&](const std::string& before, const std::string& after)
-                {
-                    note(progressOf(*command) + ".reset");
-                    trace(before);
-                    run(*command, Call::Execute);
-                    trace(after);
-                    note(progressOf(*command) + ".setComplete");
-                });
-    }
-    catch (const std::exception& exception)
-    {
-        report("Execution", descriptionOf(*command), exception);
         return false;
     }
     addExecutedCommand(command);
@@ -241,25 +106,8 @@ bool ManagerModel::addCommand(const CommandPtr& command)
 
 bool ManagerModel::addCommandToMergeWithNextCommand(const CommandPtr& command, bool useForwardUndoOrder)
 {
-    if (command == nullptr)
+    if (command == nullptr || !execute(*command, isProcessing))
     {
-        return false;
-    }
-    try
-    {
-        process("", *command, isProcessing,
-                [&](const std::string& before, const std::string& after)
-                {
-                    note(progressOf(*command) + ".reset");
-                    trace(before);
-                    run(*command, Call::Execute);
-                    trace(after);
-                    note(progressOf(*command) + ".setComplete");
-                });
-    }
-    catch (const std::exception& exception)
-    {
-        report("Execution", descriptionOf(*command), exception);
         return false;
     }
     toMerge.commands.push_back(command);
@@ -401,20 +249,8 @@ bool ManagerModel::undo(std::uint64_t count)
     for (; count != 0 && !undoQueue.empty(); --count)
     {
         const Entry entry = undoQueue.back();
-        try
+        if (!step("Undo", *entry.command, Call::Undo))
         {
-            process("Undo ", *entry.command, false,
-                    [&](const std::string& before, const std::string& after)
-                    {
-                        note("progress.setSubProgress(" + progressOf(*entry.command) + ", 100, 1)");
-                        trace(before);
-                        run(*entry.command, Call::Undo);
-                        trace(after);
-                    });
-        }
-        catch (const std::exception& exception)
-        {
-            report("Undo", descriptionOf(*entry.command), exception);
             return false;
         }
         dropTop(undoQueue, entry);
@@ -431,20 +267,8 @@ bool ManagerModel::redo(std::uint64_t count)
     for (; count != 0 && !redoQueue.empty(); --count)
     {
         const Entry entry = redoQueue.back();
-        try
+        if (!step("Redo", *entry.command, Call::Redo))
         {
-            process("Redo ", *entry.command, false,
-                    [&](const std::string& before, const std::string& after)
-                    {
-                        note("progress.setSubProgress(" + progressOf(*entry.command) + ", 100, 1)");
-                        trace(before);
-                        run(*entry.command, Call::Redo);
-                        trace(after);
-                    });
-        }
-        catch (const std::exception& exception)
-        {
-            report("Redo", descriptionOf(*entry.command), exception);
             return false;
         }
         dropTop(redoQueue, entry);
@@ -570,12 +394,12 @@ void ManagerModel::keep(const CommandPtr& command)
 }
 
 /// Nothing derived from std::exception gets out of a threaded operation: what a report itself meets is one more line.
-template <typename Step>
-void ManagerModel::attempt(const std::string& context, const std::string& description, const Step& step)
+void ManagerModel::attempt(const std::string& context, const std::string& description,
+                           const std::function<void()>& action)
 {
     try
     {
-        step();
+        action();
     }
     catch (const std::exception& exception)
     {

@@ -1,78 +1,19 @@
 #pragma once
 
-#include "Platform/Multitasking/Thread.h"
+#include "CommandModel.h"
 #include "Platform/Multitasking/ThreadManager.h"
 #include "World.h"
 
 #include <array>
 #include <cstdint>
+#include <exception>
+#include <functional>
 #include <list>
-#include <memory>
 #include <string>
 #include <vector>
 
 namespace Valdane::Model
 {
-
-class ModelThread;
-
-/// A command of the model: a script, a script that is a thread, or a macro of others.
-struct Command
-{
-    /// Empty only in a macro that has none of its own.
-    std::string description;
-    std::shared_ptr<Script> script;
-    std::shared_ptr<ModelThread> thread;
-    std::vector<std::shared_ptr<Command>> parts;
-    bool forwardUndoOrder = false;
-};
-
-using CommandPtr = std::shared_ptr<Command>;
-
-std::string descriptionOf(const Command& command);
-
-/// The thread of a command, told once of its end.
-class ModelThread : public Thread
-{
-public:
-    ModelThread(const std::string& name, std::shared_ptr<Script> threadScript)
-        : Thread(name), script(std::move(threadScript))
-    {
-    }
-
-    void run() override
-    {
-        script->run(Call::Run);
-    }
-
-    void finishRun() override
-    {
-        script->run(Call::FinishRun);
-    }
-
-    void sendFinishSignal(bool ok) override
-    {
-        Thread::sendFinishSignal(ok);
-        if (!std::exchange(isTold, true))
-        {
-            script->noteEnd(ok);
-        }
-    }
-
-    void prepareRun() override
-    {
-        script->run(Call::PrepareRun);
-    }
-
-    void abortRun() override
-    {
-        script->run(Call::AbortRun);
-    }
-
-private:
-    std::shared_ptr<Script> script;
-    bool isTold = false;
-};
 
 /// What a CommandManager does, in plain lists and without regard to cost: the expected state, and the expected
 /// journal. Its operations have the names of the real ones.
@@ -142,12 +83,14 @@ private:
     void applyLimit();
     void moveToRedo(const Entry& entry);
     static void dropTop(std::list<Entry>& queue, const Entry& entry);
-    template <typename Action>
-    void process(const std::string& verb, const Command& command, bool flagAfter, const Action& action);
+    bool process(const std::string& context, const Command& command, bool flagAfter,
+                 const std::function<void()>& work);
+    bool execute(const Command& command, bool flagAfter);
+    bool step(const std::string& verb, const Command& command, Call call);
     void keep(const CommandPtr& command);
     void release(const CommandPtr& command);
-    template <typename Step>
-    void attempt(const std::string& context, const std::string& description, const Step& step);
+    static void attempt(const std::string& context, const std::string& description,
+                        const std::function<void()>& action);
     void windUp(const CommandPtr& command, const std::string& name, const std::exception& exception);
 
     World& world;
