@@ -40,7 +40,9 @@ function(valdane_add_library name)
                  SOVERSION ${PROJECT_VERSION_MAJOR}
                  CXX_VISIBILITY_PRESET hidden
                  VISIBILITY_INLINES_HIDDEN ON
-                 CXX_EXTENSIONS OFF)
+                 CXX_EXTENSIONS OFF
+                 # Installed, each finds the others beside it.
+                 INSTALL_RPATH "$ORIGIN")
     target_link_options(${target} PRIVATE LINKER:--no-undefined)
     valdane_private_flags(${target})
     target_link_libraries(${target} PRIVATE ${arg_PRIVATE_DEPENDS})
