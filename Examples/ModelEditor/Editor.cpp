@@ -13,6 +13,7 @@
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Logging/LogMessage.h"
 #include "Service/CommandPattern/CommandBase.h"
+#include "Service/CommandPattern/ThreadedMacroCommand.h"
 
 #include <algorithm>
 #include <charconv>
@@ -98,6 +99,7 @@ struct Editor::Run
     Work work;
     bool isAborted = false;
     std::string failure;
+    std::uint64_t concluded = 0;
 };
 
 Editor::Editor(XmlModel& edited, Writer writer, std::ostream& stream)
@@ -146,6 +148,7 @@ bool Editor::goOn()
 {
     try
     {
+        ++underWay->concluded;
         return history.getCurrent().goOn();
     }
     catch (const VdException& exception)
@@ -187,6 +190,12 @@ std::string Editor::getStep() const
 {
     const auto message = underWay->work.get().getProgressPtr()->getLastMessage();
     return message == nullptr ? std::string() : message->getText();
+}
+
+int Editor::getPercentConcluded() const
+{
+    const auto& macro = underWay->work.macro;
+    return macro == nullptr ? 0 : static_cast<int>(underWay->concluded * 100 / macro->size());
 }
 
 int Editor::getPercent() const
@@ -280,7 +289,8 @@ void Editor::start(const Verb& verb, const Words& words)
     auto run = std::make_unique<Run>(Run{.verb = std::string(verb.name),
                                          .work = verb.makeWork(model, arguments),
                                          .isAborted = false,
-                                         .failure = {}});
+                                         .failure = {},
+                                         .concluded = 0});
     history.getCurrent().start(run->work, joinWords(words) + "\n", [this] { wakeUp.signal(); });
     underWay = std::move(run);
 }

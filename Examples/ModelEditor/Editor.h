@@ -71,8 +71,13 @@ public:
     /// What the work under way does now; empty if it has not told.
     std::string getStep() const;
 
-    /// The share of the work under way that is done, in percent.
+    /// The share of the work under way that is done just now, in percent.
     int getPercent() const;
+
+    /// The share of it that goOn() has concluded, which does not depend on how fast the other thread is.
+    ///
+    /// @pre goOn() has answered false (not checked).
+    int getPercentConcluded() const;
 
     /// Ends what is still under way when no line follows: undoes a group, stops a recording.
     ///

@@ -148,17 +148,19 @@ bool Session::waitForRun()
     constexpr int quarter = 25;
     int told = 0;
     const InterruptKey key(editor.getWakeUp());
-    while (!editor.goOn())
+    for (bool isOver = false; !isOver;)
     {
-        if (const int percent = editor.getPercent(); !settings.isInteractive && percent / quarter > told)
-        {
-            told = percent / quarter;
-            out << "  " << percent << " %\n" << std::flush;
-        }
         editor.getWakeUp().wait();
         if (InterruptKey::takeStroke())
         {
             editor.abort();
+        }
+        isOver = editor.goOn();
+        const int percent = isOver ? 0 : editor.getPercentConcluded();
+        if (!settings.isInteractive && percent / quarter > told)
+        {
+            told = percent / quarter;
+            out << "  " << percent << " %\n" << std::flush;
         }
     }
     conclude();

@@ -31,6 +31,8 @@ public:
     void run() override
     {
         // What an abort leaves unfinished is nowhere to be seen: the result is only set by finishRun().
+        isDone = false;
+        sum = 0;
         for (std::uint64_t i = 1; i <= last && !isAborted(); ++i)
         {
             sum += i;
@@ -42,23 +44,30 @@ public:
         if (!isAborted())
         {
             std::swap(total, sum);
+            isDone = true;
         }
     }
 
+    // A macro that is aborted calls this for what was aborted, too.
     void undo() override
     {
-        std::swap(total, sum);
+        if (isDone)
+        {
+            std::swap(total, sum);
+        }
     }
 
+    // The work is not done a second time.
     void redo() override
     {
-        std::swap(total, sum);
+        undo();
     }
 
 private:
     std::uint64_t& total;
     std::uint64_t last;
     std::uint64_t sum = 0;
+    bool isDone = false;
 };
 
 // The application has an event loop: the callback comes on the worker and posts to it.
