@@ -100,6 +100,7 @@ Plan rollPlan(Dice& dice)
     plan.modules = dice.below(1U << moduleCount);
     plan.redoCapable = !dice.oneIn(10);
     plan.addable = !dice.oneIn(8);
+    plan.abortsItself = dice.oneIn(12);
     if (dice.oneIn(4))
     {
         plan.failing = static_cast<Call>(1 + dice.below(9));
@@ -157,6 +158,10 @@ std::vector<Action> simplerActions(const Action& action)
     {
         suggest([](Action& changed) { changed.plan.addable = true; });
     }
+    if (action.plan.abortsItself)
+    {
+        suggest([](Action& changed) { changed.plan.abortsItself = false; });
+    }
     if (action.plan.failing != Call::None)
     {
         suggest([](Action& changed) { changed.plan.failing = Call::None; });
@@ -204,7 +209,7 @@ rc::Seq<Operation> simplerOperations(const Operation& operation)
 std::ostream& operator<<(std::ostream& stream, const Plan& plan)
 {
     stream << "modules " << plan.modules << (plan.redoCapable ? "" : ", not redo-capable")
-           << (plan.addable ? "" : ", not addable");
+           << (plan.addable ? "" : ", not addable") << (plan.abortsItself ? ", aborts itself" : "");
     if (plan.failing != Call::None)
     {
         static constexpr const char* failures[] = {"standard", "located", "foreign"};

@@ -26,6 +26,10 @@ public:
         {
             react();
         };
+        side.world.abort = [this]
+        {
+            side.threads().abortThreadExecution();
+        };
     }
 
     std::vector<std::string> play(const Operation& operation)

@@ -75,6 +75,8 @@ struct World
     bool isObserved = false;
     /// Called in each slot after it has been noted, and wherever else the application may use the manager.
     std::function<void()> onMoment;
+    /// Aborts the run under way.
+    std::function<void()> abort;
 
 private:
     static void fail(bool& fails)
@@ -115,6 +117,8 @@ struct Plan
     Modules modules = 0;
     bool redoCapable = true;
     bool addable = true;
+    /// Whether its run has itself aborted.
+    bool abortsItself = false;
     /// The call that fails, and how often it does before it succeeds.
     Call failing = Call::None;
     Failure failure = Failure::Standard;
@@ -133,9 +137,13 @@ public:
     void run(Call call)
     {
         note(name + "." + nameOf(call));
-        if (!isRun(call))
+        if (!isOfRun(call))
         {
             world.onMoment();
+        }
+        if (plan.abortsItself && call == Call::Run)
+        {
+            world.abort();
         }
         if (plan.failing == call && plan.failures > 0)
         {
@@ -167,10 +175,11 @@ public:
     }
 
 private:
-    /// Whether it is called on a worker, where the manager must not be used.
-    static bool isRun(Call call)
+    /// Whether a run is under way in it, so that the manager must not be used: nobody would hold the command.
+    static bool isOfRun(Call call)
     {
-        return call == Call::PrepareRun || call == Call::Run || call == Call::FinishRun;
+        return call == Call::PrepareRun || call == Call::Run || call == Call::FinishRun ||
+               call == Call::AbortRun;
     }
 
     std::string name;
