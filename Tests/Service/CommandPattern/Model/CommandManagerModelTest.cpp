@@ -69,7 +69,7 @@ std::string differenceAfter(const std::vector<Operation>& sequence)
     return {};
 }
 
-/// Its own listener and no reproduction of earlier failures: so nothing is read from the library's configuration.
+/// Says nothing. With it, RapidCheck does not take its parameters from the environment.
 class Silent : public rc::detail::TestListener
 {
 public:

@@ -393,7 +393,8 @@ void ManagerModel::keep(const CommandPtr& command)
     }
 }
 
-/// Nothing derived from std::exception gets out of a threaded operation: what a report itself meets is one more line.
+/// Nothing derived from std::exception gets out of a threaded operation: what a report itself meets is one
+/// more line.
 void ManagerModel::attempt(const std::string& context, const std::string& description,
                            const std::function<void()>& action)
 {

@@ -15,8 +15,8 @@
 namespace Valdane::Model
 {
 
-/// What a CommandManager does, in plain lists and without regard to cost: the expected state, and the expected
-/// journal. Its operations have the names of the real ones.
+/// What a CommandManager does, in plain lists and without regard to cost: the expected state and journal.
+/// Its operations have the names of the real ones.
 class ManagerModel
 {
 public:

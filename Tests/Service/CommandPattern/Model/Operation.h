@@ -53,7 +53,8 @@ struct Action
     Plan plan;
 };
 
-/// What an application does at the @p after-th moment from the start of an operation, or from its previous reaction.
+/// What an application does at the @p after-th moment from the start of an operation, or from its previous
+/// reaction.
 struct Reaction
 {
     unsigned after = 1;

@@ -50,7 +50,7 @@ inline std::ostream& operator<<(std::ostream& stream, const State& state)
                   << state.modified[1] << " to be saved " << state.toBeSaved[0] << ' ' << state.toBeSaved[1];
 }
 
-/// Put before each entry of the journal: whether a command is being processed, and what is in the worker slot.
+/// Put before each entry of the journal: the flag, and what is in the worker slot.
 inline std::string prefixOf(bool isProcessing, const std::string& slot)
 {
     return (isProcessing ? "*" : " ") + slot + " ";

@@ -40,7 +40,7 @@ struct Stranger
 using Modules = unsigned;
 constexpr std::size_t moduleCount = 4;
 
-/// What surrounds a manager, be it the real one or the model: the application's marks on its modules, and what
+/// What surrounds a manager, the real one or the model: the application's marks on its modules, and what
 /// happens in its slots. Each of the two has its own.
 struct World
 {
