@@ -32,7 +32,8 @@ void DelayedInitializedCommand::makeCommand()
     {
         return;
     }
-    if (CommandBase::getDescription() == defaultDescription && !command->getDescription().empty())
+    // What was set, that is, and not what another command may lend its text for.
+    if (getLogDescription() == defaultDescription && !command->getDescription().empty())
     {
         setDescription(command->getDescription());
     }

@@ -18,7 +18,7 @@ namespace Valdane
 class ThreadManager
 {
 public:
-    void addThread(const std::shared_ptr<Thread>& thread)
+    void addThread(std::shared_ptr<Thread> thread)
     {
         noteCall("threads.addThread(" + thread->label + ")");
         if (current != nullptr)
@@ -26,7 +26,7 @@ public:
             throw VdException("busy");
         }
         thread->aborted = false;
-        current = thread;
+        current = std::move(thread);
         isWorkDone = false;
         if (mode != 0)
         {

@@ -24,7 +24,7 @@ namespace
 
 /// What takes about twenty seconds.
 #ifdef __SANITIZE_ADDRESS__
-constexpr std::uint64_t usualNumber = 200'000;
+constexpr std::uint64_t usualNumber = 50'000;
 #else
 constexpr std::uint64_t usualNumber = 1'000'000;
 #endif
