@@ -22,7 +22,7 @@ namespace Valdane::Model
 namespace
 {
 
-/// What takes about twenty seconds.
+/// About twenty seconds of a debug build; fewer under a sanitizer.
 #ifdef __SANITIZE_ADDRESS__
 constexpr std::uint64_t usualNumber = 50'000;
 #else
