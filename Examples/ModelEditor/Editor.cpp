@@ -115,6 +115,12 @@ Editor::Editor(XmlModel& edited, Writer writer, std::ostream& stream)
 
 Editor::~Editor()
 {
+    // The other thread uses what is about to go.
+    abort();
+    while (underWay != nullptr && !goOn())
+    {
+        wakeUp.wait();
+    }
     model.setChangeListener({});
 }
 
