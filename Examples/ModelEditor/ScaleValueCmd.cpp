@@ -7,7 +7,6 @@
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Logging/LogMessage.h"
 
-#include <charconv>
 #include <cmath>
 #include <exception>
 #include <utility>
@@ -25,14 +24,12 @@ using Valdane::VdException;
 std::string scaled(const std::string& address, const std::string& text, double factor)
 {
     const ValueType type = typeOf(text);
-    if (type == ValueType::Bool || type == ValueType::String)
+    const auto number = valueOf<double>(text);
+    if (type == ValueType::String || !number)
     {
         throw VdException(address + ": " + shown(text) + " is not a number");
     }
-    double value = 0;
-    // A sign in front is part of the number here, but not for the conversion.
-    std::from_chars(text.data() + (text.starts_with('+') ? 1 : 0), text.data() + text.size(), value);
-    value *= factor;
+    const double value = *number * factor;
     constexpr double largestWholeNumber = 4294967295.0;
     const bool isWhole = std::abs(value) <= largestWholeNumber && std::trunc(value) == value;
     return type != ValueType::Double && isWhole ? std::to_string(std::llround(value)) : textOf(value);

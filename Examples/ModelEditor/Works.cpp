@@ -30,14 +30,12 @@ constexpr std::size_t mostFailuresTold = 5;
 
 double parseFactor(const std::string& text)
 {
-    const auto type = typeOf(text);
-    if (type == ValueType::Bool || type == ValueType::String)
+    const auto factor = valueOf<double>(text);
+    if (!factor)
     {
         throw VdException(shown(text) + " is not a number");
     }
-    double factor = 0;
-    std::from_chars(text.data() + (text.starts_with('+') ? 1 : 0), text.data() + text.size(), factor);
-    return factor;
+    return *factor;
 }
 
 // `--continue-on-error [N]`, if it is there.
