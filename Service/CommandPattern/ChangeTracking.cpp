@@ -1,10 +1,28 @@
 #include "Service/CommandPattern/ChangeTracking.h"
 
-#include <ranges>
 #include <utility>
+#include <vector>
 
 namespace Valdane
 {
+
+namespace
+{
+
+// What the last 0, 1, 2 and so on entries modified together.
+std::vector<ModuleSet> collectFromBack(const CommandQueue& queue)
+{
+    std::vector<ModuleSet> collected;
+    collected.reserve(queue.size() + 1);
+    collected.emplace_back();
+    for (std::size_t index = queue.size(); index != 0; --index)
+    {
+        collected.push_back(collected.back().unitedWith(queue[index - 1].modulesOfCommand));
+    }
+    return collected;
+}
+
+} // namespace
 
 void ChangeTracking::keepPosition(const CommandQueue& undoQueue, const CommandQueue& redoQueue)
 {
@@ -44,23 +62,24 @@ const ModuleSet& ChangeTracking::modulesAtPosition(std::size_t tracker, const Co
 
 void ChangeTracking::adjustOnSave(std::size_t tracker, CommandQueue& undoQueue, CommandQueue& redoQueue)
 {
+    const std::vector<ModuleSet> undone = collectFromBack(undoQueue);
+    const std::vector<ModuleSet> redone = collectFromBack(redoQueue);
+    // From here on nothing fails.
     if (undoQueue.empty())
     {
         modulesBeforeFirstCommand[tracker] = ModuleSet();
     }
-    ModuleSet passed;
-    for (QueuedCommand& entry : redoQueue | std::views::reverse)
+    for (std::size_t index = 0; index < redoQueue.size(); ++index)
     {
-        entry.modulesBefore[tracker] = passed;
-        passed = passed.unitedWith(entry.modulesOfCommand);
-        entry.modulesAfter[tracker] = passed;
+        const std::size_t steps = redoQueue.size() - index;
+        redoQueue[index].modulesBefore[tracker] = redone[steps - 1];
+        redoQueue[index].modulesAfter[tracker] = redone[steps];
     }
-    passed = ModuleSet();
-    for (QueuedCommand& entry : undoQueue | std::views::reverse)
+    for (std::size_t index = 0; index < undoQueue.size(); ++index)
     {
-        entry.modulesAfter[tracker] = passed;
-        passed = passed.unitedWith(entry.modulesOfCommand);
-        entry.modulesBefore[tracker] = passed;
+        const std::size_t steps = undoQueue.size() - index;
+        undoQueue[index].modulesAfter[tracker] = undone[steps - 1];
+        undoQueue[index].modulesBefore[tracker] = undone[steps];
     }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Service/CommandPattern/CommandQueue.h"
 #include "Service/CommandPattern/ModuleSet.h"
-#include "Service/CommandPattern/QueuedCommand.h"
 
 #include <cstddef>
 #include <memory>
@@ -37,6 +37,7 @@ struct ChangeTracking
     /// Makes the position between the queues the save point of @p tracker.
     ///
     /// Complexity: linear in the queues; a new set only where a module joins.
+    /// @throws std::bad_alloc, with nothing changed.
     void adjustOnSave(std::size_t tracker, CommandQueue& undoQueue, CommandQueue& redoQueue);
 };
 

@@ -9,9 +9,9 @@
 #include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
 
+#include <cstddef>
 #include <limits>
 #include <optional>
-#include <ranges>
 #include <utility>
 
 namespace Valdane
@@ -42,9 +42,9 @@ bool isAddable(const CommandBase* command)
 std::list<std::string> collectDescriptions(const CommandQueue& queue)
 {
     std::list<std::string> descriptions;
-    for (const QueuedCommand& entry : queue | std::views::reverse)
+    for (std::size_t index = queue.size(); index != 0; --index)
     {
-        descriptions.push_back(entry.command->getDescription());
+        descriptions.push_back(queue[index - 1].command->getDescription());
     }
     return descriptions;
 }
@@ -138,17 +138,16 @@ void CommandManager::Private::record(std::shared_ptr<CommandBase> command)
 {
     std::shared_ptr<CommandBase> recorded = mergeWithPending(std::move(command));
     // What waits is taken out of the list before the application is called, and put back if that fails.
-    std::vector<std::shared_ptr<CommandBase>> merged = std::exchange(commandsToMerge, {});
+    std::list<std::shared_ptr<CommandBase>> merged = std::exchange(commandsToMerge, {});
     const bool forward = merged.empty() ? false : std::exchange(useForwardUndoOrderForMerge, false);
     try
     {
         const ModuleSet modules(moduleAccess()->getModifiedModulesFromBusiness());
-        undoQueue.push_back(tracking.makeEntry(std::move(recorded), modules, undoQueue));
+        undoQueue.pushBack(tracking.makeEntry(std::move(recorded), modules, undoQueue));
     }
     catch (...)
     {
-        merged.insert(merged.end(), commandsToMerge.begin(), commandsToMerge.end());
-        commandsToMerge = std::move(merged);
+        commandsToMerge.splice(commandsToMerge.begin(), merged);
         useForwardUndoOrderForMerge |= forward;
         throw;
     }
@@ -241,26 +240,26 @@ void CommandManager::Private::removeTop(CommandQueue& queue, const std::shared_p
 {
     if (!queue.empty() && queue.back().command == command)
     {
-        queue.pop_back();
+        queue.takeBack();
     }
 }
 
-void CommandManager::Private::keepForRedo(const QueuedCommand& entry)
+void CommandManager::Private::keepForRedo(QueuedCommand entry)
 {
     try
     {
         if (entry.command->isRedoCapable())
         {
-            redoQueue.push_back(entry);
+            redoQueue.pushBack(std::move(entry));
             return;
         }
     }
     catch (...)
     {
-        dropAll(redoQueue);
+        redoQueue.dropAll();
         throw;
     }
-    dropAll(redoQueue);
+    redoQueue.dropAll();
 }
 
 CommandManager::CommandManager() : d(std::make_unique<Private>()) {}
@@ -274,6 +273,8 @@ bool CommandManager::addCommand(std::shared_ptr<CommandBase> command)
         return false;
     }
     const std::source_location here = std::source_location::current();
+    // First, so that no command is executed that could not be queued.
+    d->undoQueue.reserveOne();
     if (!d->process(*command, "Execution", false, [&] { d->execute(*command, here); }))
     {
         return false;
@@ -289,8 +290,9 @@ void CommandManager::addExecutedCommand(std::shared_ptr<CommandBase> command)
     {
         return;
     }
+    d->undoQueue.reserveOne();
     d->tracking.keepPosition(d->undoQueue, d->redoQueue);
-    dropAll(d->redoQueue);
+    d->redoQueue.dropAll();
     d->record(std::move(command));
     d->moduleAccess()->markAllModulesInBusinessAsUnmodified();
     d->enforceLimit();
@@ -306,11 +308,13 @@ bool CommandManager::addCommandToMergeWithNextCommand(std::shared_ptr<CommandBas
     }
     const std::source_location here = std::source_location::current();
     const bool flagBefore = d->processingCommand;
+    // First, so that no command is executed that could not be kept.
+    std::list<std::shared_ptr<CommandBase>> added{command};
     if (!d->process(*command, "Execution", flagBefore, [&] { d->execute(*command, here); }))
     {
         return false;
     }
-    d->commandsToMerge.push_back(std::move(command));
+    d->commandsToMerge.splice(d->commandsToMerge.end(), added);
     d->useForwardUndoOrderForMerge |= useForwardUndoOrder;
     return true;
 }
@@ -322,9 +326,9 @@ std::shared_ptr<MacroCommand> CommandManager::takeExecutedCommands()
         return nullptr;
     }
     auto macro = std::make_shared<MacroCommand>();
-    for (const QueuedCommand& entry : d->undoQueue)
+    for (std::size_t index = 0; index < d->undoQueue.size(); ++index)
     {
-        macro->addCommand(entry.command);
+        macro->addCommand(d->undoQueue[index].command);
     }
     clear();
     return macro;
@@ -336,9 +340,7 @@ std::shared_ptr<CommandBase> CommandManager::takeLastExecutedCommand()
     {
         return nullptr;
     }
-    std::shared_ptr<CommandBase> command = std::move(d->undoQueue.back().command);
-    d->undoQueue.pop_back();
-    return command;
+    return d->undoQueue.takeBack().command;
 }
 
 bool CommandManager::undo(std::uint64_t count)
@@ -346,7 +348,9 @@ bool CommandManager::undo(std::uint64_t count)
     const std::source_location here = std::source_location::current();
     for (; count != 0 && canUndo(); --count)
     {
-        const QueuedCommand entry = d->undoQueue.back();
+        // First, so that no command is undone that could not be kept for redo.
+        d->redoQueue.reserveOne();
+        QueuedCommand entry = d->undoQueue.back();
         const auto work = [&]
         {
             d->progress->setSubProgress(entry.command->getProgress(), 100, 1);
@@ -359,7 +363,7 @@ bool CommandManager::undo(std::uint64_t count)
             return false;
         }
         Private::removeTop(d->undoQueue, entry.command);
-        d->keepForRedo(entry);
+        d->keepForRedo(std::move(entry));
         d->moduleAccess()->markAllModulesInBusinessAsUnmodified();
         d->sigCommandUndone();
         d->sigCommandQueueChanged(CommandUndone);
@@ -372,6 +376,8 @@ bool CommandManager::redo(std::uint64_t count)
     const std::source_location here = std::source_location::current();
     for (; count != 0 && canRedo(); --count)
     {
+        // First, so that no command is redone that could not be kept for undo.
+        d->undoQueue.reserveOne();
         const QueuedCommand entry = d->redoQueue.back();
         const auto work = [&]
         {
@@ -385,7 +391,7 @@ bool CommandManager::redo(std::uint64_t count)
             return false;
         }
         // In this order, because only the first step can fail.
-        d->undoQueue.push_back(entry);
+        d->undoQueue.pushBack(entry);
         Private::removeTop(d->redoQueue, entry.command);
         d->moduleAccess()->markAllModulesInBusinessAsUnmodified();
         d->sigCommandExecuted();
@@ -442,9 +448,10 @@ void CommandManager::clear()
         modified[tracker] = ModuleSet(getModifiedModules(tracker));
     }
     d->tracking.modulesBeforeFirstCommand = modified;
-    dropAll(d->undoQueue);
-    dropAll(d->redoQueue);
-    dropAll(d->commandsToMerge);
+    d->undoQueue.dropAll();
+    d->redoQueue.dropAll();
+    // Out of the list before they die, because a command's destructor may call the manager.
+    std::exchange(d->commandsToMerge, {});
     d->sigCommandQueueChanged(QueueCleared);
 }
 

@@ -5,17 +5,17 @@
 #include "Platform/Signals/Signal.h"
 #include "Service/CommandPattern/ChangeTracking.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandPattern/CommandQueue.h"
 #include "Service/CommandPattern/ModuleAccessInterface.h"
 #include "Service/CommandPattern/QueueLimit.h"
-#include "Service/CommandPattern/QueuedCommand.h"
 
 #include <cstdint>
 #include <exception>
+#include <list>
 #include <memory>
 #include <set>
 #include <source_location>
 #include <string>
-#include <vector>
 
 namespace Valdane
 {
@@ -134,12 +134,12 @@ public:
 
     /// Puts an undone entry on top of the redo queue. If its command is not redo-capable, or fails to tell,
     /// the older ones there could not be redone without it, so that the redo queue is emptied instead.
-    void keepForRedo(const QueuedCommand& entry);
+    void keepForRedo(QueuedCommand entry);
 
     CommandQueue undoQueue;
     CommandQueue redoQueue;
     QueueLimit limit;
-    std::vector<std::shared_ptr<CommandBase>> commandsToMerge;
+    std::list<std::shared_ptr<CommandBase>> commandsToMerge;
     bool useForwardUndoOrderForMerge = false;
     ChangeTracking tracking;
     std::shared_ptr<ThreadManager> threadManager;

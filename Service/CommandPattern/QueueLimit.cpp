@@ -1,20 +1,7 @@
 #include "Service/CommandPattern/QueueLimit.h"
 
-#include <utility>
-
 namespace Valdane
 {
-
-namespace
-{
-
-void dropOldest(CommandQueue& queue)
-{
-    const QueuedCommand dropped = std::move(queue.front());
-    queue.pop_front();
-}
-
-} // namespace
 
 void QueueLimit::enforce(CommandQueue& undoQueue, CommandQueue& redoQueue,
                          TrackedModules& modulesBeforeFirst) const
@@ -25,8 +12,8 @@ void QueueLimit::enforce(CommandQueue& undoQueue, CommandQueue& redoQueue,
     }
     if (maxQueueSize < redoQueue.size())
     {
-        dropAll(undoQueue);
-        dropAll(redoQueue);
+        undoQueue.dropAll();
+        redoQueue.dropAll();
         return;
     }
     const std::size_t room = maxQueueSize - redoQueue.size();
@@ -36,7 +23,7 @@ void QueueLimit::enforce(CommandQueue& undoQueue, CommandQueue& redoQueue,
         {
             modulesBeforeFirst = undoQueue.front().modulesBefore;
         }
-        dropOldest(undoQueue);
+        undoQueue.takeFront();
     }
 }
 

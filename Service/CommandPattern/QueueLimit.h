@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Service/CommandPattern/QueuedCommand.h"
+#include "Service/CommandPattern/CommandQueue.h"
 
 #include <cstdint>
 

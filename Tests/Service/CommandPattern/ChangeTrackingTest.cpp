@@ -52,19 +52,17 @@ class ChangeTrackingTest : public testing::Test
 protected:
     void record(const std::string& modules)
     {
-        undoQueue.push_back(tracking.makeEntry(nullptr, setOf(modules), undoQueue));
+        undoQueue.pushBack(tracking.makeEntry(nullptr, setOf(modules), undoQueue));
     }
 
     void undo()
     {
-        redoQueue.push_back(undoQueue.back());
-        undoQueue.pop_back();
+        redoQueue.pushBack(undoQueue.takeBack());
     }
 
     void redo()
     {
-        undoQueue.push_back(redoQueue.back());
-        redoQueue.pop_back();
+        undoQueue.pushBack(redoQueue.takeBack());
     }
 
     std::string position(std::size_t tracker) const
@@ -86,13 +84,13 @@ protected:
             text += text.empty() ? "" : " ";
             text += lettersOf(entry.modulesBefore[tracker]) + ">" + lettersOf(entry.modulesAfter[tracker]);
         };
-        for (const QueuedCommand& entry : undoQueue)
+        for (std::size_t i = 0; i < undoQueue.size(); ++i)
         {
-            append(entry);
+            append(undoQueue[i]);
         }
-        for (auto entry = redoQueue.rbegin(); entry != redoQueue.rend(); ++entry)
+        for (std::size_t i = redoQueue.size(); i != 0; --i)
         {
-            append(*entry);
+            append(redoQueue[i - 1]);
         }
         return text;
     }
@@ -139,10 +137,10 @@ TEST_F(ChangeTrackingTest, TrackersThatStandAtTheSameSavePointShareTheirSets)
     record("a");
     record("b");
     record("c");
-    for (const QueuedCommand& entry : undoQueue)
+    for (std::size_t i = 0; i < undoQueue.size(); ++i)
     {
-        EXPECT_TRUE(entry.modulesBefore[0].isSharedWith(entry.modulesBefore[1]));
-        EXPECT_TRUE(entry.modulesAfter[0].isSharedWith(entry.modulesAfter[1]));
+        EXPECT_TRUE(undoQueue[i].modulesBefore[0].isSharedWith(undoQueue[i].modulesBefore[1])) << i;
+        EXPECT_TRUE(undoQueue[i].modulesAfter[0].isSharedWith(undoQueue[i].modulesAfter[1])) << i;
     }
 }
 

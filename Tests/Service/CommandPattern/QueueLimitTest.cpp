@@ -56,15 +56,15 @@ class QueueLimitTest : public testing::Test
 protected:
     void fill(const Lengths& lengths)
     {
-        undoQueue.clear();
-        redoQueue.clear();
+        undoQueue.dropAll();
+        redoQueue.dropAll();
         for (std::size_t i = 0; i < lengths.undo; ++i)
         {
-            undoQueue.emplace_back().command = makeCommand("u" + std::to_string(i) + " ");
+            undoQueue.pushBack(makeEntry("u" + std::to_string(i) + " "));
         }
         for (std::size_t i = 0; i < lengths.redo; ++i)
         {
-            redoQueue.emplace_back().command = makeCommand("r" + std::to_string(i) + " ");
+            redoQueue.pushBack(makeEntry("r" + std::to_string(i) + " "));
         }
         dead.clear();
     }
@@ -76,7 +76,7 @@ protected:
         return {.undo = undoQueue.size(), .redo = redoQueue.size()};
     }
 
-    std::shared_ptr<CommandBase> makeCommand(const std::string& name)
+    QueuedCommand makeEntry(const std::string& name)
     {
         auto command = std::make_shared<DyingCommand>(name);
         command->onDestroy = [this, name]
@@ -87,7 +87,9 @@ protected:
                 onDeath();
             }
         };
-        return command;
+        QueuedCommand entry;
+        entry.command = command;
+        return entry;
     }
 
     std::string dead;
@@ -170,7 +172,7 @@ TEST_F(QueueLimitTest, IsKeptAlsoIfACommandThatDiesEmptiesTheQueues)
     fill({.undo = 3, .redo = 0});
     onDeath = [&]
     {
-        dropAll(undoQueue);
+        undoQueue.dropAll();
     };
 
     EXPECT_EQ(enforce(), Lengths());

@@ -1,0 +1,273 @@
+#include "Service/CommandPattern/CommandQueue.h"
+
+#include "Service/CommandPattern/CommandBase.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <random>
+#include <string>
+#include <utility>
+
+namespace Valdane
+{
+namespace
+{
+
+class DyingCommand : public CommandBase
+{
+public:
+    DyingCommand(std::string name, const std::function<void(const std::string&)>& listener)
+        : CommandBase(std::move(name)), onDestroy(listener)
+    {
+    }
+
+    DyingCommand(const DyingCommand&) = delete;
+    DyingCommand& operator=(const DyingCommand&) = delete;
+
+    ~DyingCommand() override
+    {
+        onDestroy(getDescription());
+    }
+
+    void execute() override {}
+
+    void undo() override {}
+
+private:
+    const std::function<void(const std::string&)>& onDestroy;
+};
+
+class CommandQueueTest : public testing::Test
+{
+protected:
+    QueuedCommand makeEntry(const std::string& name)
+    {
+        QueuedCommand entry;
+        entry.command = std::make_shared<DyingCommand>(name, onDeath);
+        return entry;
+    }
+
+    void push(const std::string& name)
+    {
+        queue.pushBack(makeEntry(name));
+    }
+
+    void pushNumbers(int end)
+    {
+        for (int number = 0; number < end; ++number)
+        {
+            push(std::to_string(number));
+        }
+    }
+
+    static std::string nameOf(const QueuedCommand& entry)
+    {
+        return entry.command->getDescription();
+    }
+
+    std::string names() const
+    {
+        std::string text;
+        for (std::size_t index = 0; index < queue.size(); ++index)
+        {
+            text += nameOf(queue[index]) + " ";
+        }
+        return text;
+    }
+
+    std::string dead;
+    std::function<void(const std::string&)> onDeath = [this](const std::string& name)
+    {
+        dead += name + " ";
+    };
+    CommandQueue queue;
+};
+
+TEST_F(CommandQueueTest, IsEmptyAtFirst)
+{
+    EXPECT_TRUE(queue.empty());
+    EXPECT_EQ(queue.size(), 0U);
+}
+
+TEST_F(CommandQueueTest, KeepsTheOrderInWhichEntriesCame)
+{
+    push("a");
+    push("b");
+    push("c");
+
+    EXPECT_FALSE(queue.empty());
+    EXPECT_EQ(names(), "a b c ");
+    EXPECT_EQ(nameOf(queue.front()), "a");
+    EXPECT_EQ(nameOf(queue.back()), "c");
+}
+
+TEST_F(CommandQueueTest, KeepsWhatAnEntryHas)
+{
+    const Object* const module = reinterpret_cast<const Object*>(&queue);
+    QueuedCommand entry = makeEntry("a");
+    entry.modulesBefore[0] = ModuleSet({module});
+    entry.modulesAfter[1] = ModuleSet({module});
+    entry.modulesOfCommand = ModuleSet({module});
+
+    queue.pushBack(entry);
+    const QueuedCommand taken = queue.takeBack();
+
+    EXPECT_EQ(taken.command, entry.command);
+    EXPECT_TRUE(taken.modulesBefore[0].isSharedWith(entry.modulesBefore[0]));
+    EXPECT_TRUE(taken.modulesBefore[1].isSharedWith(ModuleSet()));
+    EXPECT_TRUE(taken.modulesAfter[0].isSharedWith(ModuleSet()));
+    EXPECT_TRUE(taken.modulesAfter[1].isSharedWith(entry.modulesAfter[1]));
+    EXPECT_TRUE(taken.modulesOfCommand.isSharedWith(entry.modulesOfCommand));
+}
+
+TEST_F(CommandQueueTest, AnEntryCanBeChangedInItsPlace)
+{
+    pushNumbers(40);
+
+    queue[35].command = makeEntry("changed").command;
+
+    EXPECT_EQ(nameOf(queue[35]), "changed");
+    EXPECT_EQ(dead, "35 ");
+}
+
+TEST_F(CommandQueueTest, WhatIsTakenLivesAsLongAsItsTaker)
+{
+    push("a");
+    push("b");
+    {
+        const QueuedCommand taken = queue.takeBack();
+        EXPECT_EQ(nameOf(taken), "b");
+        EXPECT_EQ(dead, "");
+    }
+    EXPECT_EQ(dead, "b ");
+    EXPECT_EQ(nameOf(queue.takeFront()), "a");
+    EXPECT_EQ(dead, "b a ");
+    EXPECT_TRUE(queue.empty());
+}
+
+TEST_F(CommandQueueTest, DroppingDestroysTheOldestFirst)
+{
+    pushNumbers(70);
+    std::string expected;
+    for (int number = 0; number < 70; ++number)
+    {
+        expected += std::to_string(number) + " ";
+    }
+
+    queue.dropAll();
+    EXPECT_EQ(dead, expected);
+    EXPECT_TRUE(queue.empty());
+
+    dead.clear();
+    {
+        CommandQueue dying;
+        for (int number = 0; number < 70; ++number)
+        {
+            dying.pushBack(makeEntry(std::to_string(number)));
+        }
+    }
+    EXPECT_EQ(dead, expected);
+}
+
+TEST_F(CommandQueueTest, EntriesHaveLeftItWhenTheirCommandsDie)
+{
+    std::string lengths;
+    onDeath = [&](const std::string&)
+    {
+        lengths += std::to_string(queue.size()) + " ";
+    };
+    pushNumbers(5);
+
+    queue.takeFront();
+    queue.takeBack();
+    EXPECT_EQ(lengths, "4 3 ");
+
+    lengths.clear();
+    queue.dropAll();
+    EXPECT_EQ(lengths, "0 0 0 ");
+}
+
+TEST_F(CommandQueueTest, ACommandThatDiesMayFillIt)
+{
+    pushNumbers(40);
+    onDeath = [this](const std::string& name)
+    {
+        if (name.size() < 3)
+        {
+            push(name + "th");
+        }
+    };
+
+    queue.dropAll();
+    EXPECT_EQ(queue.size(), 40U);
+    EXPECT_EQ(nameOf(queue.front()), "0th");
+    EXPECT_EQ(nameOf(queue.back()), "39th");
+}
+
+TEST_F(CommandQueueTest, CanBeUsedAgainAfterItWasDropped)
+{
+    pushNumbers(40);
+    queue.takeFront();
+    queue.dropAll();
+
+    push("a");
+    EXPECT_EQ(names(), "a ");
+}
+
+TEST_F(CommandQueueTest, AnEntryReservedIsNotInTheQueue)
+{
+    for (int number = 0; number < 100; ++number)
+    {
+        queue.reserveOne();
+        queue.reserveOne();
+        ASSERT_EQ(queue.size(), static_cast<std::size_t>(number));
+        push(std::to_string(number));
+        ASSERT_EQ(nameOf(queue.back()), std::to_string(number));
+    }
+}
+
+TEST_F(CommandQueueTest, DoesWhatADequeDoes)
+{
+    std::mt19937 random(7);
+    std::deque<std::string> expected;
+    int number = 0;
+    for (int step = 0; step < 40000; ++step)
+    {
+        // Phases of growing and of shrinking, at either end.
+        const unsigned phase = static_cast<unsigned>(step) / 500 % 4;
+        const unsigned choice = static_cast<unsigned>(random() % 10);
+        if (choice < (phase < 2 ? 6U : 3U) || expected.empty())
+        {
+            const std::string name = std::to_string(number++);
+            push(name);
+            expected.push_back(name);
+        }
+        else if (phase % 2 == 0 ? choice < 9 : choice == 9)
+        {
+            ASSERT_EQ(nameOf(queue.takeFront()), expected.front());
+            expected.pop_front();
+        }
+        else
+        {
+            ASSERT_EQ(nameOf(queue.takeBack()), expected.back());
+            expected.pop_back();
+        }
+        ASSERT_EQ(queue.size(), expected.size());
+        ASSERT_EQ(queue.empty(), expected.empty());
+        if (!expected.empty())
+        {
+            const std::size_t index = random() % expected.size();
+            ASSERT_EQ(nameOf(queue[index]), expected[index]);
+            ASSERT_EQ(nameOf(queue.front()), expected.front());
+            ASSERT_EQ(nameOf(queue.back()), expected.back());
+        }
+    }
+    EXPECT_GT(number, 10000);
+}
+
+} // namespace
+} // namespace Valdane
