@@ -43,7 +43,9 @@ function(valdane_add_library name)
                  CXX_EXTENSIONS OFF
                  # Installed, each finds the others beside it.
                  INSTALL_RPATH "$ORIGIN")
-    target_link_options(${target} PRIVATE LINKER:--no-undefined)
+    # A library calls its own functions, exported or not, without the detour that would let others replace them.
+    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+    target_link_options(${target} PRIVATE LINKER:--no-undefined LINKER:-Bsymbolic-functions)
     valdane_private_flags(${target})
     target_link_libraries(${target} PRIVATE ${arg_PRIVATE_DEPENDS})
   else()

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <mutex>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
@@ -192,7 +193,11 @@ bool LegacyProgress::isAtOrAbove(const LegacyProgress& other) const noexcept
 
 LegacyProgress* LegacyProgress::asAttachable(const std::shared_ptr<Progress>& sub) const noexcept
 {
-    auto* child = dynamic_cast<LegacyProgress*>(sub.get());
+    Progress* const candidate = sub.get();
+    // Most are of this very class, which is quicker to see than a derived one.
+    auto* child = candidate != nullptr && typeid(*candidate) == typeid(LegacyProgress)
+                      ? static_cast<LegacyProgress*>(candidate)
+                      : dynamic_cast<LegacyProgress*>(candidate);
     return child == nullptr || child->isAtOrAbove(*this) ? nullptr : child;
 }
 

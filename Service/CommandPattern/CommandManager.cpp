@@ -120,10 +120,6 @@ void CommandManager::Private::trace(const char* before, const CommandBase& comma
 
 std::shared_ptr<CommandBase> CommandManager::Private::mergeWithPending(std::shared_ptr<CommandBase> command)
 {
-    if (commandsToMerge.empty())
-    {
-        return command;
-    }
     auto macro = std::make_shared<MacroCommand>(command->getDescription());
     macro->addCommand(std::move(command));
     for (const std::shared_ptr<CommandBase>& pending : commandsToMerge)
@@ -136,21 +132,31 @@ std::shared_ptr<CommandBase> CommandManager::Private::mergeWithPending(std::shar
 
 void CommandManager::Private::record(std::shared_ptr<CommandBase> command)
 {
-    std::shared_ptr<CommandBase> recorded = mergeWithPending(std::move(command));
+    if (commandsToMerge.empty())
+    {
+        enqueue(std::move(command));
+        return;
+    }
+    std::shared_ptr<CommandBase> merged = mergeWithPending(std::move(command));
     // What waits is taken out of the list before the application is called, and put back if that fails.
-    std::list<std::shared_ptr<CommandBase>> merged = std::exchange(commandsToMerge, {});
-    const bool forward = merged.empty() ? false : std::exchange(useForwardUndoOrderForMerge, false);
+    std::list<std::shared_ptr<CommandBase>> waiting = std::exchange(commandsToMerge, {});
+    const bool forward = std::exchange(useForwardUndoOrderForMerge, false);
     try
     {
-        const ModuleSet modules(moduleAccess()->getModifiedModulesFromBusiness());
-        undoQueue.pushBack(tracking.makeEntry(std::move(recorded), modules, undoQueue));
+        enqueue(std::move(merged));
     }
     catch (...)
     {
-        commandsToMerge.splice(commandsToMerge.begin(), merged);
+        commandsToMerge.splice(commandsToMerge.begin(), waiting);
         useForwardUndoOrderForMerge |= forward;
         throw;
     }
+}
+
+void CommandManager::Private::enqueue(std::shared_ptr<CommandBase> command)
+{
+    const ModuleSet modules(moduleAccess()->getModifiedModulesFromBusiness());
+    undoQueue.pushBack(tracking.makeEntry(std::move(command), modules, undoQueue));
 }
 
 CommandManager::Private::StepOfRun::StepOfRun(Private& manager, std::uint64_t run)
@@ -244,7 +250,7 @@ void CommandManager::Private::removeTop(CommandQueue& queue, const std::shared_p
     }
 }
 
-void CommandManager::Private::keepForRedo(QueuedCommand entry)
+void CommandManager::Private::keepForRedo(QueuedCommand&& entry)
 {
     try
     {
@@ -274,7 +280,7 @@ bool CommandManager::addCommand(std::shared_ptr<CommandBase> command)
     }
     const std::source_location here = std::source_location::current();
     // First, so that no command is executed that could not be queued.
-    d->undoQueue.reserveOne();
+    d->undoQueue.reserveOne(d->redoQueue);
     if (!d->process(*command, "Execution", false, [&] { d->execute(*command, here); }))
     {
         return false;
@@ -290,7 +296,7 @@ void CommandManager::addExecutedCommand(std::shared_ptr<CommandBase> command)
     {
         return;
     }
-    d->undoQueue.reserveOne();
+    d->undoQueue.reserveOne(d->redoQueue);
     d->tracking.keepPosition(d->undoQueue, d->redoQueue);
     d->redoQueue.dropAll();
     d->record(std::move(command));
@@ -349,7 +355,7 @@ bool CommandManager::undo(std::uint64_t count)
     for (; count != 0 && canUndo(); --count)
     {
         // First, so that no command is undone that could not be kept for redo.
-        d->redoQueue.reserveOne();
+        d->redoQueue.reserveOne(d->undoQueue);
         QueuedCommand entry = d->undoQueue.back();
         const auto work = [&]
         {
@@ -377,7 +383,7 @@ bool CommandManager::redo(std::uint64_t count)
     for (; count != 0 && canRedo(); --count)
     {
         // First, so that no command is redone that could not be kept for undo.
-        d->undoQueue.reserveOne();
+        d->undoQueue.reserveOne(d->redoQueue);
         const QueuedCommand entry = d->redoQueue.back();
         const auto work = [&]
         {
@@ -391,7 +397,7 @@ bool CommandManager::redo(std::uint64_t count)
             return false;
         }
         // In this order, because only the first step can fail.
-        d->undoQueue.pushBack(entry);
+        d->undoQueue.pushBack(QueuedCommand(entry));
         Private::removeTop(d->redoQueue, entry.command);
         d->moduleAccess()->markAllModulesInBusinessAsUnmodified();
         d->sigCommandExecuted();

@@ -329,7 +329,7 @@ public:
     void emitSigUndoRedoProcessCompleted();
 
 private:
-    class Private;
+    class VALDANE_COMMANDPATTERN_NO_EXPORT Private;
 
     std::unique_ptr<Private> d;
 };

@@ -60,12 +60,14 @@ public:
     void trace(const char* before, const CommandBase& command, const char* after,
                const std::source_location& place) const;
 
-    /// The command that takes the place of @p command in the undo queue: itself, or a macro of it and of all
-    /// that waits to be merged with it.
+    /// The macro of @p command and of all that waits to be merged with it.
     std::shared_ptr<CommandBase> mergeWithPending(std::shared_ptr<CommandBase> command);
 
-    /// Puts a command that was executed on top of the undo queue, with the modules that it modified.
+    /// Puts a command that was executed, and all that waits to be merged with it, on top of the undo queue.
     void record(std::shared_ptr<CommandBase> command);
+
+    /// Puts @p command on top of the undo queue, with the modules that are modified now.
+    void enqueue(std::shared_ptr<CommandBase> command);
 
     void enforceLimit();
 
@@ -134,7 +136,7 @@ public:
 
     /// Puts an undone entry on top of the redo queue. If its command is not redo-capable, or fails to tell,
     /// the older ones there could not be redone without it, so that the redo queue is emptied instead.
-    void keepForRedo(QueuedCommand entry);
+    void keepForRedo(QueuedCommand&& entry);
 
     CommandQueue undoQueue;
     CommandQueue redoQueue;

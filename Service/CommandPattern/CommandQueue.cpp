@@ -1,24 +1,7 @@
 #include "Service/CommandPattern/CommandQueue.h"
 
-#include <array>
-#include <utility>
-
 namespace Valdane
 {
-
-namespace
-{
-
-constexpr std::size_t BlockSize = 32;
-
-} // namespace
-
-struct CommandQueue::Block
-{
-    std::array<QueuedCommand, BlockSize> entries;
-};
-
-CommandQueue::CommandQueue() noexcept = default;
 
 CommandQueue::~CommandQueue()
 {
@@ -28,60 +11,9 @@ CommandQueue::~CommandQueue()
     }
 }
 
-bool CommandQueue::empty() const noexcept
-{
-    return count == 0;
-}
-
-std::size_t CommandQueue::size() const noexcept
-{
-    return count;
-}
-
-const QueuedCommand& CommandQueue::operator[](std::size_t index) const noexcept
-{
-    const std::size_t place = skipped + index;
-    return blocks[place / BlockSize]->entries[place % BlockSize];
-}
-
-QueuedCommand& CommandQueue::operator[](std::size_t index) noexcept
-{
-    return const_cast<QueuedCommand&>(std::as_const(*this)[index]);
-}
-
-const QueuedCommand& CommandQueue::front() const noexcept
-{
-    return (*this)[0];
-}
-
-const QueuedCommand& CommandQueue::back() const noexcept
-{
-    return (*this)[count - 1];
-}
-
-void CommandQueue::reserveOne()
-{
-    if (skipped + count < blocks.size() * BlockSize)
-    {
-        return;
-    }
-    if (blocks.full())
-    {
-        blocks.set_capacity(2 * blocks.capacity() + 1);
-    }
-    blocks.push_back(std::make_unique<Block>());
-}
-
-void CommandQueue::pushBack(QueuedCommand entry)
-{
-    reserveOne();
-    (*this)[count] = std::move(entry);
-    ++count;
-}
-
 QueuedCommand CommandQueue::takeFront() noexcept
 {
-    QueuedCommand taken = std::move((*this)[0]);
+    QueuedCommand taken = takeFrom(placeAt(0));
     --count;
     ++skipped;
     if (skipped == BlockSize)
@@ -96,27 +28,44 @@ QueuedCommand CommandQueue::takeFront() noexcept
     return taken;
 }
 
-QueuedCommand CommandQueue::takeBack() noexcept
-{
-    --count;
-    QueuedCommand taken = std::move((*this)[count]);
-    dropSpareBlock();
-    return taken;
-}
-
 void CommandQueue::dropAll() noexcept
 {
+    if (empty())
+    {
+        return;
+    }
     CommandQueue dropped;
     std::swap(dropped.blocks, blocks);
     std::swap(dropped.skipped, skipped);
     std::swap(dropped.count, count);
 }
 
+void CommandQueue::addBlock(CommandQueue& other)
+{
+    if (blocks.full())
+    {
+        blocks.set_capacity(2 * blocks.capacity() + 1);
+    }
+    if (other.hasSpareBlock())
+    {
+        blocks.push_back(std::move(other.blocks.back()));
+        other.blocks.pop_back();
+    }
+    else
+    {
+        blocks.push_back(std::make_unique<Block>());
+    }
+}
+
+bool CommandQueue::hasSpareBlock() const noexcept
+{
+    return blocks.size() * BlockSize >= skipped + count + BlockSize;
+}
+
 // Keeps one, so that a queue that becomes shorter and longer in turn does not allocate each time.
 void CommandQueue::dropSpareBlock() noexcept
 {
-    const std::size_t used = (skipped + count + BlockSize - 1) / BlockSize;
-    if (blocks.size() > used + 1)
+    if (blocks.size() * BlockSize >= skipped + count + 2 * BlockSize)
     {
         blocks.pop_back();
     }

@@ -15,18 +15,10 @@ ModuleSet::Shared::Shared(const Modules& first, const Modules& second)
     std::ranges::set_union(first, second, std::back_inserter(sorted), std::less<>());
 }
 
-ModuleSet::ModuleSet() noexcept = default;
-
 ModuleSet::ModuleSet(const std::set<const Object*>& objects)
     : ModuleSet(objects.empty() ? nullptr : new Shared(objects))
 {
 }
-
-ModuleSet::ModuleSet(const ModuleSet&) noexcept = default;
-ModuleSet& ModuleSet::operator=(const ModuleSet&) noexcept = default;
-ModuleSet::ModuleSet(ModuleSet&&) noexcept = default;
-ModuleSet& ModuleSet::operator=(ModuleSet&&) noexcept = default;
-ModuleSet::~ModuleSet() = default;
 
 ModuleSet::ModuleSet(const Shared* newlyMade) noexcept : shared(newlyMade) {}
 

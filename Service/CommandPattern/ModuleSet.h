@@ -18,13 +18,13 @@ class ModuleSet
 {
 public:
     /// The empty set.
-    ModuleSet() noexcept;
+    ModuleSet() noexcept = default;
     explicit ModuleSet(const std::set<const Object*>& objects);
-    ModuleSet(const ModuleSet&) noexcept;
-    ModuleSet& operator=(const ModuleSet&) noexcept;
-    ModuleSet(ModuleSet&&) noexcept;
-    ModuleSet& operator=(ModuleSet&&) noexcept;
-    ~ModuleSet();
+    ModuleSet(const ModuleSet&) noexcept = default;
+    ModuleSet& operator=(const ModuleSet&) noexcept = default;
+    ModuleSet(ModuleSet&&) noexcept = default;
+    ModuleSet& operator=(ModuleSet&&) noexcept = default;
+    ~ModuleSet() = default;
 
     /// Adds the modules to @p objects.
     void insertInto(std::set<const Object*>& objects) const;

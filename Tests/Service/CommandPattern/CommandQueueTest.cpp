@@ -113,7 +113,7 @@ TEST_F(CommandQueueTest, KeepsWhatAnEntryHas)
     entry.modulesAfter[1] = ModuleSet({module});
     entry.modulesOfCommand = ModuleSet({module});
 
-    queue.pushBack(entry);
+    queue.pushBack(QueuedCommand(entry));
     const QueuedCommand taken = queue.takeBack();
 
     EXPECT_EQ(taken.command, entry.command);
@@ -222,12 +222,38 @@ TEST_F(CommandQueueTest, AnEntryReservedIsNotInTheQueue)
 {
     for (int number = 0; number < 100; ++number)
     {
-        queue.reserveOne();
-        queue.reserveOne();
+        queue.reserveOne(queue);
+        queue.reserveOne(queue);
         ASSERT_EQ(queue.size(), static_cast<std::size_t>(number));
         push(std::to_string(number));
         ASSERT_EQ(nameOf(queue.back()), std::to_string(number));
     }
+}
+
+TEST_F(CommandQueueTest, EntriesMoveBetweenTwoQueues)
+{
+    CommandQueue other;
+    pushNumbers(200);
+    for (int round = 0; round < 3; ++round)
+    {
+        while (!queue.empty())
+        {
+            other.reserveOne(queue);
+            other.pushBack(queue.takeBack());
+        }
+        ASSERT_EQ(nameOf(other.front()), "199");
+        ASSERT_EQ(nameOf(other.back()), "0");
+        while (!other.empty())
+        {
+            queue.reserveOne(other);
+            queue.pushBack(other.takeBack());
+        }
+        for (std::size_t index = 0; index < 200; ++index)
+        {
+            ASSERT_EQ(nameOf(queue[index]), std::to_string(index));
+        }
+    }
+    EXPECT_EQ(dead, "");
 }
 
 TEST_F(CommandQueueTest, DoesWhatADequeDoes)
