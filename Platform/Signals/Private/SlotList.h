@@ -106,8 +106,8 @@ private:
 class SlotList::Cursor
 {
 public:
-    explicit Cursor(SlotList& slots) noexcept
-        : list(&slots), end(slots.nextSerial), current(slots.first.get())
+    explicit Cursor(SlotList& walked) noexcept
+        : list(&walked), end(walked.nextSerial), current(walked.first.get())
     {
         enter(current);
     }

@@ -1,0 +1,202 @@
+// The same work through Valdane's command manager and the undo frameworks of two toolkits, in one process: repetitions
+// of all of them in turn, and of each the median. Writes a table, and JSON to the file that is given.
+
+#include "Benchmarks/Histories/QtHistory.h"
+#include "Benchmarks/Histories/ValdaneHistory.h"
+#include "Benchmarks/Histories/WxHistory.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <fstream>
+#include <iomanip>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <semaphore>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace Valdane::Benchmarks
+{
+namespace
+{
+
+/// Nanoseconds for one operation, one sample for each repetition.
+using Samples = std::vector<double>;
+
+/// Row and history -> samples; the rows in the order in which they were measured.
+class Results
+{
+public:
+    void add(const std::string& row, const std::string& history, double nanoseconds)
+    {
+        if (!samples.contains(row))
+        {
+            rows.push_back(row);
+        }
+        samples[row][history].push_back(nanoseconds);
+    }
+
+    void print(std::ostream& out) const
+    {
+        for (const std::string& row : rows)
+        {
+            const double peer = quantile(row, QtHistory::name, 0.5);
+            out << row << '\n';
+            for (const auto& [history, of] : samples.at(row))
+            {
+                out << "  " << std::left << std::setw(20) << history << std::right << std::fixed
+                    << std::setprecision(1) << std::setw(8) << quantile(row, history, 0.5) << " ns ("
+                    << quantile(row, history, 0.25) << " to " << quantile(row, history, 0.75) << "), "
+                    << std::setprecision(2) << quantile(row, history, 0.5) / peer << " of " << QtHistory::name
+                    << '\n';
+            }
+        }
+    }
+
+    void write(std::ostream& out) const
+    {
+        out << std::setprecision(6) << "{\n";
+        for (const std::string& row : rows)
+        {
+            out << "  \"" << row << "\": {";
+            const char* separator = "\n";
+            for (const auto& [history, of] : samples.at(row))
+            {
+                out << std::exchange(separator, ",\n") << "    \"" << history
+                    << "\": {\"median\": " << quantile(row, history, 0.5)
+                    << ", \"lower_quartile\": " << quantile(row, history, 0.25)
+                    << ", \"upper_quartile\": " << quantile(row, history, 0.75)
+                    << ", \"repetitions\": " << of.size() << "}";
+            }
+            out << "\n  }" << (row == rows.back() ? "\n" : ",\n");
+        }
+        out << "}\n";
+    }
+
+private:
+    double quantile(const std::string& row, const std::string& history, double part) const
+    {
+        Samples sorted = samples.at(row).at(history);
+        std::ranges::sort(sorted);
+        return sorted[static_cast<std::size_t>(part * static_cast<double>(sorted.size() - 1))];
+    }
+
+    std::vector<std::string> rows;
+    std::map<std::string, std::map<std::string, Samples>> samples;
+};
+
+template <typename Work>
+double nanosecondsOf(const Work& work)
+{
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start).count();
+}
+
+template <typename Step>
+double eachOf(std::size_t size, const Step& step)
+{
+    const double whole = nanosecondsOf(
+        [&]
+        {
+            for (std::size_t i = 0; i < size; ++i)
+            {
+                step();
+            }
+        });
+    return whole / static_cast<double>(size);
+}
+
+struct Plan
+{
+    std::string title;
+    Setting setting;
+    std::size_t size = 0;
+    std::size_t repetitions = 0;
+};
+
+template <typename History>
+void measureHistory(const Plan& plan, Results& results)
+{
+    auto history = std::make_unique<History>(plan.setting);
+    int value = 0;
+    const auto note = [&](const std::string& what, double nanoseconds)
+    {
+        results.add(what + plan.title, History::name, nanoseconds);
+    };
+    note("add", eachOf(plan.size, [&] { history->push(++value); }));
+    note("undo", eachOf(plan.size, [&] { history->undo(); }));
+    note("redo", eachOf(plan.size, [&] { history->redo(); }));
+    note("destroy", nanosecondsOf([&] { history.reset(); }) / static_cast<double>(plan.size));
+}
+
+// In steady state: the limit is reached before the clock starts.
+template <typename History>
+void measureLimited(const Plan& plan, Results& results)
+{
+    History history(plan.setting);
+    int value = 0;
+    const auto push = [&]
+    {
+        history.push(++value);
+    };
+    eachOf(2 * plan.setting.limit, push);
+    results.add("add" + plan.title, History::name, eachOf(plan.size, push));
+}
+
+void measure(const Plan& plan, Results& results)
+{
+    for (std::size_t repetition = 0; repetition < plan.repetitions; ++repetition)
+    {
+        if (plan.setting.limit != 0)
+        {
+            measureLimited<ValdaneHistory>(plan, results);
+            measureLimited<QtHistory>(plan, results);
+            measureLimited<WxHistory>(plan, results);
+        }
+        else
+        {
+            measureHistory<ValdaneHistory>(plan, results);
+            measureHistory<QtHistory>(plan, results);
+            measureHistory<WxHistory>(plan, results);
+        }
+    }
+}
+
+Results measureAll()
+{
+    const Setting everySignal{.listensToEverySignal = true};
+    Results results;
+    measure({.title = ", 1,000 commands", .setting = {}, .size = 1000, .repetitions = 501}, results);
+    measure({.title = ", 1,000 commands, a listener on every signal",
+             .setting = everySignal,
+             .size = 1000,
+             .repetitions = 501},
+            results);
+    measure({.title = ", limit of 25", .setting = {.limit = 25}, .size = 1000, .repetitions = 501}, results);
+    measure({.title = ", 1,000,000 commands", .setting = {}, .size = 1000000, .repetitions = 7}, results);
+    return results;
+}
+
+} // namespace
+} // namespace Valdane::Benchmarks
+
+int main(int argc, char** argv)
+{
+    // A second thread, so that reference counts are atomic as they are in an application.
+    std::binary_semaphore isOver(0);
+    const std::jthread other([&isOver] { isOver.acquire(); });
+    const Valdane::Benchmarks::Results results = Valdane::Benchmarks::measureAll();
+    results.print(std::cout);
+    if (argc == 2)
+    {
+        std::ofstream file(argv[1]);
+        results.write(file);
+    }
+    isOver.release();
+    return 0;
+}
