@@ -29,12 +29,14 @@ RELATIONAL = {
     "!=": ["==", "<"],
 }
 BOOLEAN = {"&&": "||", "||": "&&", "true": "false", "false": "true"}
-ARITHMETIC = {"++": "--", "--": "++", "+=": "-=", "-=": "+=", "|=": "=", "&=": "=", "+": "-", "-": "+"}
+ARITHMETIC = {"++": "--", "--": "++", "+=": "-=", "-=": "+=", "|=": "=", "&=": "="}
+ARITHMETIC |= {"+": "-", "-": "+", "*": "/", "/": "*", "%": "/"}
 OPPOSITE = {
     "begin": "end",
     "front": "back",
     "push_front": "push_back",
     "pop_front": "pop_back",
+    "takeFront": "takeBack",
     "min": "max",
     "undo": "redo",
     "undoQueue": "redoQueue",
@@ -182,6 +184,8 @@ class Source:
         while self.tokens[paren].text != "(":
             paren += 1
         name = paren
+        if self.tokens[name - 1].text == "]":
+            name -= 3  # operator[]
         while name > start and (
             self.tokens[name - 1].text in ("::", "~", "operator")
             or (self.tokens[name - 1].kind == "name" and (self.tokens[name].text in ("(", "::", "=", "==")))
