@@ -2,6 +2,7 @@
 
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Multitasking/ThreadManager.h"
+#include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/ModuleAccessInterface.h"
 #include "Tests/Platform/Logging/RecordingSink.h"
 #include "Tests/Service/CommandPattern/ScriptedCommand.h"
@@ -27,6 +28,7 @@ namespace
 {
 
 using testing::ElementsAre;
+using testing::ElementsAreArray;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -346,6 +348,21 @@ TEST_F(CommandManagerTest, AHundredThousandCommandsAreUndoneAndRedoneInOrder)
 
     EXPECT_EQ(outOfOrder, 0);
     EXPECT_THAT(signals, SizeIs(4 * count));
+}
+
+TEST_F(CommandManagerTest, HoweverManyCommandsThereAreTakingThemHandsOverEveryOne)
+{
+    for (std::uint64_t number = 1; number <= 100; ++number)
+    {
+        std::vector<std::shared_ptr<CommandBase>> recorded;
+        for (std::uint64_t index = 0; index < number; ++index)
+        {
+            recorded.push_back(std::make_shared<ScriptedCommand>());
+            manager.addExecutedCommand(recorded.back());
+        }
+        const std::shared_ptr<MacroCommand> taken = manager.takeExecutedCommands();
+        EXPECT_THAT(std::list(taken->begin(), taken->end()), ElementsAreArray(recorded));
+    }
 }
 
 TEST_F(CommandManagerTest, TheSignalsOfTheWorkerSlotAndOfWholeGesturesAreNotEmittedByUndoAndRedo)
@@ -918,6 +935,29 @@ TEST_F(CommandManagerLifetime, ACommandThatDiesInClearMayAskAndChangeTheManager)
 
     EXPECT_THAT(sizes, ElementsAre(0U, 0U));
     EXPECT_EQ(manager.getQueueSize(), 0U);
+}
+
+TEST_F(CommandManagerLifetime, ClearingDestroysWhatIsDoneThenWhatIsUndoneThenWhatWaitsToBeMerged)
+{
+    std::string died;
+    const auto make = [&](const std::string& name)
+    {
+        auto command = std::make_shared<ScriptedCommand>(name);
+        command->onDestroy = [&died, name]
+        {
+            died += name;
+        };
+        return command;
+    };
+    for (const char* name : {"A", "B", "C", "D"})
+    {
+        manager.addCommand(make(name));
+    }
+    manager.undo(2);
+    manager.addCommandToMergeWithNextCommand(make("E"), false);
+
+    manager.clear();
+    EXPECT_EQ(died, "ABDCE");
 }
 
 TEST_F(CommandManagerLifetime, ACommandThatDiesByTheLimitMayAskAndChangeTheManager)

@@ -51,6 +51,21 @@ TEST(ModuleAccessInterface, AsItStandsItReportsNoModules)
     EXPECT_NO_THROW(modules.markAllModulesInBusinessAsUnmodified());
 }
 
+TEST(ModuleAccessInterface, ACopyGoesItsOwnWay)
+{
+    CountingModules first;
+    first.markAllModulesInBusinessAsUnmodified();
+    CountingModules second(first);
+    second.markAllModulesInBusinessAsUnmodified();
+    EXPECT_EQ(first.marks, 1);
+    EXPECT_EQ(second.marks, 2);
+
+    first = second;
+    first.markAllModulesInBusinessAsUnmodified();
+    EXPECT_EQ(first.marks, 3);
+    EXPECT_EQ(second.marks, 2);
+}
+
 TEST(ModuleAccessInterface, AManagerNeedsNone)
 {
     CommandManager manager;

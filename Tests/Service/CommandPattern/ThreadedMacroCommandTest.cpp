@@ -24,6 +24,10 @@ namespace
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+class UnnamedMacro : public ThreadedMacroCommand
+{
+};
+
 class AThreadedMacro : public ThreadingTest
 {
 protected:
@@ -87,6 +91,13 @@ protected:
     std::vector<std::string> calls;
     std::shared_ptr<ThreadedMacroCommand> macro = std::make_shared<ThreadedMacroCommand>("M");
 };
+
+TEST_F(AThreadedMacro, WithoutANameHasOneAndStopsAtTheFirstFailure)
+{
+    const UnnamedMacro unnamed;
+    EXPECT_EQ(unnamed.getDescription(), "MacroCommand");
+    EXPECT_FALSE(unnamed.continueOnException());
+}
 
 TEST_F(AThreadedMacro, RunsItsThreadsOnTheWorkerAndTheRestOnTheCallersThread)
 {

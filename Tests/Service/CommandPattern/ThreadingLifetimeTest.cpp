@@ -121,6 +121,25 @@ TEST_F(ThreadingLifetime, ARunMayUseWhatTheManagerOwnsUpToItsEndThoughTheManager
     EXPECT_EQ(command->endedRuns, 1);
 }
 
+TEST_F(ThreadingLifetime, WhoListensIsToldUpToTheEndOfARunThoughTheManagerIsDying)
+{
+    const auto command = std::make_shared<HeldRun>("A");
+    const auto release = command->onAbort;
+    CommandManager& dying = *manager;
+    command->onAbort = [&, release]
+    {
+        dying.emitSigUndoRedoProcessCompleted();
+        release();
+    };
+    const Signals::Connection listening =
+        manager->connectToSigUndoRedoProcessCompleted([this] { told = true; });
+    manager->addThreadedCommand(command);
+    command->waitUntilHeld();
+    std::optional<std::unique_ptr<CommandManager>> owner(std::move(manager));
+    owner.reset();
+    EXPECT_TRUE(told);
+}
+
 TEST_F(ThreadingLifetime, ARunGoesOnIfTheApplicationKeepsTheThreads)
 {
     threads = manager->getThreadManager();

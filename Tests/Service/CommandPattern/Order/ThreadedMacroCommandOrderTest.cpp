@@ -28,6 +28,26 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 
+/// Waits for its first thread before its start returns.
+class WaitingMacro : public ThreadedMacroCommand
+{
+public:
+    WaitingMacro(const std::string& name, CommandManager& drivenBy)
+        : ThreadedMacroCommand(name), manager(drivenBy)
+    {
+    }
+
+    bool startExecution(std::shared_ptr<ThreadManager> threadManager) override
+    {
+        const bool isOver = ThreadedMacroCommand::startExecution(std::move(threadManager));
+        manager.finalizeThread();
+        return isOver;
+    }
+
+private:
+    CommandManager& manager;
+};
+
 /// A thread that is a command, but no ThreadedCommand.
 class BareThreadCommand : public CommandBase, public Thread
 {
@@ -1004,6 +1024,27 @@ TEST_F(ThreadedMacroCommandOrder, ARollBackThatFailsTooIsAFurtherErrorLine)
     EXPECT_THAT(takeJournal(), ElementsAre(" - W.undo", " - M.progress.setComplete"));
 }
 
+TEST_F(ThreadedMacroCommandOrder, ARollBackThatFailsTooInAFinalizationIsAFurtherErrorLine)
+{
+    a->on["undo"] = failAgain;
+    b->on["run"] = fail;
+    fill({a, b});
+    start();
+    finalize(1);
+    takeJournal();
+
+    manager.finalizeThread();
+
+    EXPECT_THAT(
+        takeSteps(),
+        ElementsAreArray(
+            Lines{"*M threads.finalizeThread", "*M B.prepareRun", "*M B.run"} + failureOf("*M ", "B") +
+            Lines{"*M A.undo", "*M error: Thread finalization of command 'M' failed with exception: stuck",
+                  " - error: Thread finalization of command 'M' failed with exception: no power",
+                  " - failed(no power, M) [|]", " - finished [|]"}));
+    expectIdle();
+}
+
 TEST_F(ThreadedMacroCommandOrder, AbortingWhatNeverRanOrHasEnded)
 {
     noteEndOf(macro);
@@ -1308,6 +1349,17 @@ TEST_F(ThreadedMacroCommandOrder, FinalizingFromWithinTheRunIsLeftToTheRun)
     EXPECT_THAT(takeSteps(),
                 ElementsAreArray(concluded("*M ", "A") + ordinary("*M ", "X") + ordinary("*M ", "Y") +
                                  Lines{"*M runFinished(true, M)"} + complete + queued));
+}
+
+TEST_F(ThreadedMacroCommandOrder, FinalizingFromWithinTheRunConcludesAThreadThatIsUnderWay)
+{
+    const auto waiting = std::make_shared<WaitingMacro>("M", manager);
+    waiting->getProgressPtr()->label = "M.progress";
+    waiting->addCommand(a);
+    manager.addThreadedCommand(waiting);
+    EXPECT_THAT(takeSteps(), ElementsAreArray(layout + started("*M ", "A") + concluded("*M ", "A") +
+                                              complete + queued + Lines{" - started [M|]"}));
+    expectIdle();
 }
 
 TEST_F(ThreadedMacroCommandOrder, ASlotOfStartedMayFinalizeAtOnce)
