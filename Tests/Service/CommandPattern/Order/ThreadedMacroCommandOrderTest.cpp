@@ -1380,6 +1380,27 @@ TEST_F(ThreadedMacroCommandOrder, ASlotOfStartedMayFinalizeAtOnce)
     expectIdle();
 }
 
+TEST_F(ThreadedMacroCommandOrder, ASlotOfStartedMayFinalizeAtOnceThoughTheThreadCouldNotBeStarted)
+{
+    macro->setContinueOnException(true);
+    fill({a, makeOrdinary("Y")});
+    threads->onCall = [](const std::string& call)
+    {
+        if (call == "threads.addThread(A)")
+        {
+            fail();
+        }
+    };
+    atSignal("started", [this] { manager.finalizeThread(); });
+
+    manager.addThreadedCommand(macro);
+    EXPECT_THAT(takeSteps(), ElementsAreArray(layout + started("*M ", "A") + failureOf("*M ", "A") +
+                                              Lines{"*M started [|]", "*M threads.finalizeThread",
+                                                    "*M trace: Finished execution of command:A"} +
+                                              ordinary("*M ", "Y") + complete + queued));
+    expectIdle();
+}
+
 TEST_F(ThreadedMacroCommandOrder, ASlotMayAbortFromWithinTheRun)
 {
     fill({makeOrdinary("X"), a});

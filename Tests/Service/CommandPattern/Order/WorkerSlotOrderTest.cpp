@@ -917,6 +917,23 @@ TEST_F(WorkerSlotOrder, FinalizingFromWithinASynchronousRunDoesNothing)
                                  queued));
 }
 
+TEST_F(WorkerSlotOrder, FinalizingWhileALineOfASynchronousRunIsWrittenDoesNothing)
+{
+    beSynchronous();
+    Logging::traceEnabled = true;
+    Logging::onLine = [this](const std::string&)
+    {
+        manager.finalizeThread();
+    };
+    manager.addThreadedCommand(a);
+    EXPECT_THAT(
+        takeJournal(),
+        ElementsAreArray(Lines{"*A trace: Execute command 'A'...", "*A threads.addThread(A)",
+                               "*A A.prepareRun", "*A A.run", "*A A.finishRun",
+                               "*A thread A.sendFinishSignal(true)", "*A trace: Command 'A' executed."} +
+                         queued));
+}
+
 TEST_F(WorkerSlotOrder, ASlotOfStartedMayFinalizeAtOnce)
 {
     atSignal("started", [this] { manager.finalizeThread(); });
