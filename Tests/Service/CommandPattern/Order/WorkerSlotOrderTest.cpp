@@ -953,6 +953,18 @@ TEST_F(WorkerSlotOrder, ASlotOfStartedMayAbort)
                                        " - finished [|]"}));
 }
 
+TEST_F(WorkerSlotOrder, SlotsOfStartedAndFinishedAreCalledInTheOrderOfTheirConnections)
+{
+    const Signals::Connection secondStarted =
+        manager.connectToSigThreadedCommandStarted([] { note("second started"); });
+    const Signals::Connection secondFinished =
+        manager.connectToSigThreadedCommandFinished([] { note("second finished"); });
+    manager.addThreadedCommand(a);
+    manager.finalizeThread();
+    EXPECT_THAT(takeJournal(), ElementsAreArray(start + Lines{"*A second started"} + work + told + queued +
+                                                over + Lines{" - second finished"}));
+}
+
 TEST_F(WorkerSlotOrder, SlotsOfTheManagersSignalsMayStartTheNextCommand)
 {
     for (const std::string signal : {"queueChanged", "executed", "finished"})
