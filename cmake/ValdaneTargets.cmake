@@ -45,7 +45,10 @@ function(valdane_add_library name)
                  INSTALL_RPATH "$ORIGIN")
     # A library calls its own functions, exported or not, without the detour that would let others replace them.
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
-    target_link_options(${target} PRIVATE LINKER:--no-undefined LINKER:-Bsymbolic-functions)
+    target_link_options(${target} PRIVATE LINKER:-Bsymbolic-functions)
+    if(NOT VALDANE_FUZZERS) # whose run-time library is in the executable
+      target_link_options(${target} PRIVATE LINKER:--no-undefined)
+    endif()
     valdane_private_flags(${target})
     target_link_libraries(${target} PRIVATE ${arg_PRIVATE_DEPENDS})
   else()

@@ -1,10 +1,7 @@
+#include "Comparison.h"
 #include "Journal.h"
-#include "ModelSide.h"
 #include "Operation.h"
 #include "Platform/Logging/Logging.h"
-#include "Player.h"
-#include "RealSide.h"
-#include "State.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +9,6 @@
 #include <cstdlib>
 #include <iostream>
 #include <rapidcheck.h>
-#include <sstream>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -34,39 +30,6 @@ std::uint64_t numberFrom(const char* variable, std::uint64_t otherwise)
 {
     const char* text = std::getenv(variable);
     return text == nullptr ? otherwise : std::stoull(text);
-}
-
-std::string textOf(const std::vector<std::string>& lines)
-{
-    std::string text;
-    for (const std::string& line : lines)
-    {
-        text += "\n  " + line;
-    }
-    return text;
-}
-
-/// Where the two part ways; empty if they never do.
-std::string differenceAfter(const std::vector<Operation>& sequence)
-{
-    Player<RealSide> real;
-    Player<ModelSide> model;
-    for (std::size_t step = 0; step < sequence.size(); ++step)
-    {
-        const std::vector<std::string> happened = real.play(sequence[step]);
-        const std::vector<std::string> expected = model.play(sequence[step]);
-        const State is = real.observe();
-        const State shouldBe = model.observe();
-        if (happened != expected || is != shouldBe)
-        {
-            std::ostringstream text;
-            text << "operation " << step + 1 << ':' << sequence[step] << "\nexpected:" << textOf(expected)
-                 << "\nhappened:" << textOf(happened) << "\nexpected state: " << shouldBe
-                 << "\nactual state:   " << is;
-            return text.str();
-        }
-    }
-    return {};
 }
 
 /// Says nothing. With it, RapidCheck does not take its parameters from the environment.

@@ -1,6 +1,6 @@
 #include "Operation.h"
 
-#include <array>
+#include <functional>
 #include <ostream>
 #include <rapidcheck/Random.h>
 #include <rapidcheck/Seq.h>
@@ -8,6 +8,7 @@
 #include <rapidcheck/seq/Create.h>
 #include <rapidcheck/shrink/Shrink.h>
 #include <rapidcheck/shrinkable/Create.h>
+#include <utility>
 
 namespace Valdane::Model
 {
@@ -78,21 +79,26 @@ std::vector<Kind> deal(unsigned Weight::*weight)
 class Dice
 {
 public:
-    explicit Dice(const rc::Random& source) : random(source) {}
+    explicit Dice(std::function<std::uint64_t()> next) : source(std::move(next)) {}
 
     unsigned below(unsigned limit)
     {
-        return static_cast<unsigned>(random.next() % limit);
+        return static_cast<unsigned>(source() % limit);
     }
 
     bool oneIn(unsigned chances)
     {
-        return below(chances) == 0;
+        return below(chances) == chances - 1;
     }
 
 private:
-    rc::Random random;
+    std::function<std::uint64_t()> source;
 };
+
+bool makesCommand(Kind kind)
+{
+    return kind <= Kind::AddToMerge || kind == Kind::StartThread;
+}
 
 Plan rollPlan(Dice& dice)
 {
@@ -115,7 +121,10 @@ Action rollAction(Dice& dice, const std::vector<Kind>& kinds)
     Action action;
     action.kind = kinds[dice.below(static_cast<unsigned>(kinds.size()))];
     action.number = dice.below(weightOf(action.kind).numbers);
-    action.plan = rollPlan(dice);
+    if (makesCommand(action.kind))
+    {
+        action.plan = rollPlan(dice);
+    }
     return action;
 }
 
@@ -222,7 +231,7 @@ std::ostream& operator<<(std::ostream& stream, const Plan& plan)
 std::ostream& operator<<(std::ostream& stream, const Action& action)
 {
     stream << weightOf(action.kind).name << ' ' << action.number;
-    if (action.kind <= Kind::AddToMerge || action.kind == Kind::StartThread)
+    if (makesCommand(action.kind))
     {
         stream << " {" << action.plan << '}';
     }
@@ -245,7 +254,7 @@ rc::Gen<std::vector<Operation>> operations(std::size_t length)
 {
     return [length](const rc::Random& random, int /*size*/)
     {
-        Dice dice(random);
+        Dice dice([source = random]() mutable { return source.next(); });
         std::vector<Operation> rolled;
         while (rolled.size() < length)
         {
@@ -259,6 +268,23 @@ rc::Gen<std::vector<Operation>> operations(std::size_t length)
                                                    rc::shrink::eachElement(failing, simplerOperations));
                                            });
     };
+}
+
+std::vector<Operation> operations(std::span<const std::uint8_t> bytes)
+{
+    Dice dice(
+        [&bytes]
+        {
+            const std::uint64_t number = bytes.empty() ? 0 : bytes.front();
+            bytes = bytes.subspan(bytes.empty() ? 0 : 1);
+            return number;
+        });
+    std::vector<Operation> rolled;
+    while (!bytes.empty())
+    {
+        rolled.push_back(rollOperation(dice));
+    }
+    return rolled;
 }
 
 } // namespace Valdane::Model

@@ -2,8 +2,10 @@
 
 #include "World.h"
 
+#include <cstdint>
 #include <iosfwd>
 #include <rapidcheck/Gen.h>
+#include <span>
 #include <vector>
 
 namespace Valdane::Model
@@ -71,5 +73,8 @@ std::ostream& operator<<(std::ostream& stream, const Operation& operation);
 
 /// @p length operations; shrinks to fewer and simpler ones.
 rc::Gen<std::vector<Operation>> operations(std::size_t length);
+
+/// The operations that @p bytes stand for: any do, and what few of them change changes few operations.
+std::vector<Operation> operations(std::span<const std::uint8_t> bytes);
 
 } // namespace Valdane::Model

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <iostream>
+#include <string>
+
+/// What a fuzz target does with one input: any bytes whatever. Ends the process when something is wrong.
+///
+/// The name is libFuzzer's.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+/// Ends the process, with @p what as its last words, unless @p holds.
+inline void require(bool holds, const std::string& what)
+{
+    if (!holds)
+    {
+        std::cerr << "WRONG: " << what << std::endl;
+        std::abort();
+    }
+}

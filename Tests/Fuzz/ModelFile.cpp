@@ -1,0 +1,243 @@
+// Model files: any bytes are opened as one. Where they are a model, it is looked through, edited, undone, redone, imported
+// into itself, and opened again.
+
+#include "Content.h"
+#include "Examples/ModelEditor/CheckCmd.h"
+#include "Examples/ModelEditor/Editor.h"
+#include "Examples/ModelEditor/ImportCmd.h"
+#include "Examples/ModelEditor/ImportMarkup.h"
+#include "Examples/ModelEditor/Words.h"
+#include "Examples/ModelEditor/XmlDocument.h"
+#include "Examples/ModelEditor/XmlModel.h"
+#include "FuzzTarget.h"
+#include "Platform/ExceptionHandling/VdException.h"
+
+#include <spdlog/spdlog.h>
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+namespace
+{
+
+using namespace ModelEditor;
+
+constexpr std::size_t mostValues = 20;
+constexpr const char* undoAll = "undo 18446744073709551615";
+constexpr const char* redoAll = "redo 18446744073709551615";
+
+/// What @p bytes would be if they were read as a file; nothing if they are no model.
+std::optional<std::string> openedContent(const std::string& bytes)
+{
+    try
+    {
+        const XmlModel model(bytes, "again");
+        return contentOf(model.getRoot()->getElement());
+    }
+    catch (const Valdane::VdException&)
+    {
+        return {};
+    }
+}
+
+/// A model that is worked on by lines.
+class Bench
+{
+public:
+    explicit Bench(const std::string& bytes)
+        : model(bytes, "model"),
+          editor(
+              model, [](const Output& /*unused*/) {}, out)
+    {
+    }
+
+    /// @return whether it went well; if not, nothing must have changed.
+    bool run(const std::vector<std::string>& words)
+    {
+        const auto before = model.toBytes();
+        try
+        {
+            editor.run(joinWords(words));
+            return true;
+        }
+        catch (const Valdane::VdException&)
+        {
+            require(model.toBytes() == before, words.front() + " has failed and changed something");
+            return false;
+        }
+    }
+
+    void requireRun(const std::string& line)
+    {
+        editor.run(line);
+    }
+
+    std::string content() const
+    {
+        return contentOf(model.getRoot()->getElement());
+    }
+
+    std::ostringstream out;
+    XmlModel model;
+    Editor editor;
+};
+
+/// Every address leads to what has it.
+void checkAddresses(const XmlModel& model)
+{
+    std::size_t looked = 0;
+    for (const auto& node : model.select("//*|//@*|//text()").nodes)
+    {
+        if (++looked > mostValues)
+        {
+            return;
+        }
+        const auto address = node.getAddress();
+        const auto again = model.select(address).nodes;
+        const bool isSame = again.size() == 1 && again[0].object == node.object &&
+                            again[0].part == node.part && again[0].name == node.name &&
+                            again[0].text == node.text;
+        require(isSame, address + " is the address of something else");
+    }
+}
+
+/// Gives each value another one of its type, and a text, and notes to some elements.
+void edit(Bench& bench)
+{
+    static constexpr std::array<std::string_view, 8> values{
+        "7", "-2.5", "true", "", "a < b ]]> & 'c' \"d\"", " \t\xC3\xA4 ", "4294967295", "1e300"};
+    std::size_t number = 0;
+    for (const auto& node : bench.model.select("//@*|//text()").nodes)
+    {
+        if (++number > mostValues)
+        {
+            break;
+        }
+        const auto address = node.getAddress();
+        const std::string verb = node.part == Part::Name ? "rename" : "set";
+        const auto where = node.part == Part::Name ? node.object->getAddress() : address;
+        bench.run({verb, where, std::string(values[number % values.size()])});
+        bench.run({verb, where, std::string(values[(number * 3 + 1) % values.size()])});
+    }
+    number = 0;
+    for (const auto& node : bench.model.select("//*").nodes)
+    {
+        if (++number > mostValues)
+        {
+            break;
+        }
+        const auto where = node.getAddress();
+        bench.run({"annotate", where, "n:a" + std::to_string(number % 3),
+                   std::string(values[number % values.size()])});
+        if (number % 4 == 0)
+        {
+            bench.run({"clear-annotations", where});
+        }
+    }
+}
+
+/// What an encoding cannot write must be told, and is then no finding.
+std::optional<std::string> bytesOf(const XmlModel& model)
+{
+    try
+    {
+        return model.toBytes();
+    }
+    catch (const Valdane::VdException&)
+    {
+        return {};
+    }
+}
+
+void checkEdits(const std::string& bytes)
+{
+    Bench bench(bytes);
+    const auto content = bench.content();
+    edit(bench);
+    const auto edited = bench.model.toBytes();
+    const auto editedContent = bench.content();
+    require(openedContent(edited) == editedContent, "opened again, it is not what it was");
+    bench.requireRun(undoAll);
+    require(bench.model.toBytes() == bytes, "undone, it is not as it was opened");
+    require(bench.content() == content, "undone, it does not say what it said");
+    bench.requireRun(redoAll);
+    require(bench.model.toBytes() == edited, "redone, it is not as it was edited");
+    require(bench.content() == editedContent, "redone, it does not say what it said when it was edited");
+}
+
+void look(const std::string& bytes)
+{
+    Bench bench(bytes);
+    checkAddresses(bench.model);
+    bench.run({"tree", "99"});
+    bench.run({"find", "//node()"});
+    bench.run({"show", "/*"});
+    CheckCmd(bench.model.getRoot()->getElement(), bench.model.getSize()).run();
+}
+
+/// Its own modules once more, and others.
+void checkImport(const std::string& bytes, const std::string& imported)
+{
+    XmlModel model(bytes, "model");
+    XmlDocument from(imported, "imported");
+    std::optional<ImportCmd> command;
+    try
+    {
+        command.emplace(model, takeModules(from, model.getRoot()->getElement()).markup, "Import");
+    }
+    catch (const Valdane::VdException&)
+    {
+        return;
+    }
+    const auto before = contentOf(model.getRoot()->getElement());
+    command->execute();
+    checkAddresses(model);
+    const auto appended = bytesOf(model);
+    const auto after = contentOf(model.getRoot()->getElement());
+    require(!appended || openedContent(*appended) == after,
+            "with an import, opened again, it is not what it was");
+    command->undo();
+    require(model.toBytes() == bytes, "without the import, it is not as it was opened");
+    require(contentOf(model.getRoot()->getElement()) == before,
+            "without the import, it does not say what it said");
+    command->redo();
+    require(bytesOf(model) == appended, "imported once more, it is not as it was");
+    require(contentOf(model.getRoot()->getElement()) == after,
+            "imported once more, it does not say what it said");
+}
+
+bool isModel(const std::string& bytes)
+{
+    try
+    {
+        const XmlModel model(bytes, "model");
+        require(model.toBytes() == bytes, "unchanged, it is not as it was opened");
+        return true;
+    }
+    catch (const Valdane::VdException&)
+    {
+        return false;
+    }
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    spdlog::set_level(spdlog::level::off);
+    const std::string bytes(data, data + size);
+    const std::string other = "<r xmlns:n='u' xmlns='v'><n:m a='1'>t</n:m><!-- c --><link name='x'/></r>";
+    if (isModel(bytes))
+    {
+        look(bytes);
+        checkEdits(bytes);
+        checkImport(bytes, bytes);
+        checkImport(bytes, other);
+        checkImport(other, bytes);
+    }
+    return 0;
+}
