@@ -179,6 +179,11 @@ bool isAnnotationName(std::string_view name)
            isNameWithoutColon(name.substr(colon + 1)) && !isNamespaceDeclaration(name);
 }
 
+bool isQualifiedName(std::string_view name)
+{
+    return std::ranges::count(name, ':') <= 1 && !name.starts_with(':') && !name.ends_with(':');
+}
+
 bool isNamespaceDeclaration(std::string_view name)
 {
     return name == "xmlns" || name.starts_with("xmlns:");

@@ -28,6 +28,10 @@ void requireXmlText(std::string_view value);
 /// Whether @p name is `prefix:name` and may be the name of an attribute that is no namespace declaration.
 bool isAnnotationName(std::string_view name);
 
+/// Whether @p name, of which its letters are known to be right, has no colon or one between two parts: XPath knows no
+/// others.
+bool isQualifiedName(std::string_view name);
+
 /// Whether the attribute @p name declares a namespace.
 bool isNamespaceDeclaration(std::string_view name);
 

@@ -282,8 +282,13 @@ void XmlDocument::requireWellFormed(pugi::xml_node node) const
     {
         requireReferences(node.value(), "<");
     }
+    if (node.type() == pugi::node_element)
+    {
+        requireName(node.name());
+    }
     for (const auto attribute : node.attributes())
     {
+        requireName(attribute.name());
         const std::size_t offset = offsetOf(attribute.value());
         const std::string_view quote = source.getOriginal().substr(offset - 1, 1);
         requireReferences(attribute.value(), quote);
@@ -300,6 +305,15 @@ void XmlDocument::requireWellFormed(pugi::xml_node node) const
             complain(offsetOf(node.name()),
                      std::string(node.name()) + " has two attributes " + repeated.name());
         }
+    }
+}
+
+// Others have no address.
+void XmlDocument::requireName(const char* nodeName) const
+{
+    if (!isQualifiedName(nodeName))
+    {
+        complain(offsetOf(nodeName), std::string(nodeName) + " is no name of the form name or prefix:name");
     }
 }
 

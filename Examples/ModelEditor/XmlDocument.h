@@ -115,6 +115,7 @@ private:
     void requireNothingBehind() const;
     [[noreturn]] void complainOfText(std::size_t offset) const;
     void requireWellFormed(pugi::xml_node node) const;
+    void requireName(const char* nodeName) const;
     void requireReferences(const char* value, std::string_view end) const;
     std::string_view markupAt(std::size_t offset, std::string_view end) const;
     std::size_t offsetOf(const char* text) const;

@@ -24,6 +24,10 @@ public:
                 node = node.first_child();
                 continue;
             }
+            if (node.type() == pugi::node_element)
+            {
+                close(node); // as one that has only an empty text
+            }
             while (node != top && !node.next_sibling())
             {
                 node = node.parent();

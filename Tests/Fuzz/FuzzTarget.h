@@ -20,3 +20,9 @@ inline void require(bool holds, const std::string& what)
         std::abort();
     }
 }
+
+/// Ends the process unless the two are the same.
+inline void requireSame(const std::string& is, const std::string& shouldBe, const std::string& what)
+{
+    require(is == shouldBe, what + "\n--- is\n" + is + "\n--- should be\n" + shouldBe);
+}

@@ -44,6 +44,19 @@ std::optional<std::string> openedContent(const std::string& bytes)
     }
 }
 
+/// What an encoding cannot write must be told, and is then no finding.
+std::optional<std::string> bytesOf(const XmlModel& model)
+{
+    try
+    {
+        return model.toBytes();
+    }
+    catch (const Valdane::VdException&)
+    {
+        return {};
+    }
+}
+
 /// A model that is worked on by lines.
 class Bench
 {
@@ -58,7 +71,7 @@ public:
     /// @return whether it went well; if not, nothing must have changed.
     bool run(const std::vector<std::string>& words)
     {
-        const auto before = model.toBytes();
+        const auto before = bytesOf(model);
         try
         {
             editor.run(joinWords(words));
@@ -66,7 +79,7 @@ public:
         }
         catch (const Valdane::VdException&)
         {
-            require(model.toBytes() == before, words.front() + " has failed and changed something");
+            require(bytesOf(model) == before, words.front() + " has failed and changed something");
             return false;
         }
     }
@@ -140,33 +153,21 @@ void edit(Bench& bench)
     }
 }
 
-/// What an encoding cannot write must be told, and is then no finding.
-std::optional<std::string> bytesOf(const XmlModel& model)
-{
-    try
-    {
-        return model.toBytes();
-    }
-    catch (const Valdane::VdException&)
-    {
-        return {};
-    }
-}
-
 void checkEdits(const std::string& bytes)
 {
     Bench bench(bytes);
     const auto content = bench.content();
     edit(bench);
-    const auto edited = bench.model.toBytes();
+    const auto edited = bytesOf(bench.model);
     const auto editedContent = bench.content();
-    require(openedContent(edited) == editedContent, "opened again, it is not what it was");
+    requireSame(edited ? openedContent(*edited).value_or("no model") : editedContent, editedContent,
+                "opened again, it is not what it was");
     bench.requireRun(undoAll);
-    require(bench.model.toBytes() == bytes, "undone, it is not as it was opened");
-    require(bench.content() == content, "undone, it does not say what it said");
+    requireSame(bench.model.toBytes(), bytes, "undone, it is not as it was opened");
+    requireSame(bench.content(), content, "undone, it does not say what it said");
     bench.requireRun(redoAll);
-    require(bench.model.toBytes() == edited, "redone, it is not as it was edited");
-    require(bench.content() == editedContent, "redone, it does not say what it said when it was edited");
+    requireSame(bytesOf(bench.model).value_or(""), edited.value_or(""), "redone, it is not as it was edited");
+    requireSame(bench.content(), editedContent, "redone, it does not say what it said when it was edited");
 }
 
 void look(const std::string& bytes)
@@ -198,16 +199,17 @@ void checkImport(const std::string& bytes, const std::string& imported)
     checkAddresses(model);
     const auto appended = bytesOf(model);
     const auto after = contentOf(model.getRoot()->getElement());
-    require(!appended || openedContent(*appended) == after,
-            "with an import, opened again, it is not what it was");
+    requireSame(appended ? openedContent(*appended).value_or("no model") : after, after,
+                "with an import, opened again, it is not what it was");
     command->undo();
-    require(model.toBytes() == bytes, "without the import, it is not as it was opened");
-    require(contentOf(model.getRoot()->getElement()) == before,
-            "without the import, it does not say what it said");
+    requireSame(model.toBytes(), bytes, "without the import, it is not as it was opened");
+    requireSame(contentOf(model.getRoot()->getElement()), before,
+                "without the import, it does not say what it said");
     command->redo();
-    require(bytesOf(model) == appended, "imported once more, it is not as it was");
-    require(contentOf(model.getRoot()->getElement()) == after,
-            "imported once more, it does not say what it said");
+    requireSame(bytesOf(model).value_or(""), appended.value_or(""),
+                "imported once more, it is not as it was");
+    requireSame(contentOf(model.getRoot()->getElement()), after,
+                "imported once more, it does not say what it said");
 }
 
 bool isModel(const std::string& bytes)
@@ -215,7 +217,7 @@ bool isModel(const std::string& bytes)
     try
     {
         const XmlModel model(bytes, "model");
-        require(model.toBytes() == bytes, "unchanged, it is not as it was opened");
+        requireSame(model.toBytes(), bytes, "unchanged, it is not as it was opened");
         return true;
     }
     catch (const Valdane::VdException&)

@@ -290,8 +290,8 @@ void play(const Mode& mode, const std::string& script)
                                      .keepsGoing = mode.keepsGoing};
     Session(model, settings, out, err).run(source);
     const XmlModel again(model.toBytes(), "the model as it was left");
-    require(contentOf(again.getRoot()->getElement()) == contentOf(model.getRoot()->getElement()),
-            "opened again, it is not what it was");
+    requireSame(contentOf(again.getRoot()->getElement()), contentOf(model.getRoot()->getElement()),
+                "opened again, it is not what it was");
 }
 
 } // namespace

@@ -58,6 +58,10 @@ TEST(XmlDocument, MalformedOnesAreRefusedWithThePlace)
     EXPECT_EQ(complaintAbout("<a>&amp; &bad</a>"), "m.xml:1:10: & that starts no reference");
     EXPECT_EQ(complaintAbout("<a b='&'/>"), "m.xml:1:7: & that starts no reference");
     EXPECT_EQ(complaintAbout("<a b='<'/>"), "m.xml:1:7: < in the value of b");
+    EXPECT_EQ(complaintAbout("<a>\n<b:c:d/></a>"),
+              "m.xml:2:2: b:c:d is no name of the form name or prefix:name");
+    EXPECT_EQ(complaintAbout("<a :b='x'/>"), "m.xml:1:4: :b is no name of the form name or prefix:name");
+    EXPECT_EQ(complaintAbout("<a b:='x'/>"), "m.xml:1:4: b: is no name of the form name or prefix:name");
     EXPECT_EQ(complaintAbout("<a>\0</a>"s), "m.xml:1:4: a NUL character");
     EXPECT_EQ(complaintAbout("<?xml version='1.0' encoding='klingon'?><a/>"),
               "m.xml: the encoding klingon is not known");
