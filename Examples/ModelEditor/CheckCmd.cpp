@@ -2,8 +2,7 @@
 
 #include "Examples/ModelEditor/Words.h"
 
-#include <algorithm>
-#include <cstring>
+#include <ranges>
 #include <string_view>
 #include <utility>
 
@@ -34,24 +33,6 @@ pugi::xml_node nextElement(pugi::xml_node element, pugi::xml_node top)
         }
     }
     return {};
-}
-
-// `/robot/link[2]`: with a number where there are several of the tag.
-std::string addressOf(pugi::xml_node element)
-{
-    std::string address;
-    for (; element.type() == pugi::node_element; element = element.parent())
-    {
-        std::size_t before = 0;
-        for (auto node = element.previous_sibling(element.name()); node;
-             node = node.previous_sibling(element.name()))
-        {
-            ++before;
-        }
-        const bool isOnly = before == 0 && element.next_sibling(element.name()).empty();
-        address.insert(0, "/" + (element.name() + (isOnly ? "" : "[" + std::to_string(before + 1) + "]")));
-    }
-    return address;
 }
 
 bool isDeclared(pugi::xml_node element, const std::string& prefix)
@@ -86,6 +67,7 @@ void CheckCmd::run()
     constexpr double half = Valdane::LegacyProgress::FullRange / 2.0;
     findings.clear();
     namesOfTags.clear();
+    numbers.clear();
     forEachElement(0, [this](pugi::xml_node element) { collectNames(element); });
     forEachElement(half,
                    [this](pugi::xml_node element)
@@ -122,6 +104,42 @@ void CheckCmd::forEachElement(double from, const std::function<void(pugi::xml_no
         looked += 1;
         getProgressPtr()->moveTo(from + half * looked / size);
     }
+}
+
+// `/robot/link[2]`: with a number where there are several of the tag.
+std::string CheckCmd::addressOf(pugi::xml_node element)
+{
+    std::vector<std::string> steps;
+    for (; element.type() == pugi::node_element; element = element.parent())
+    {
+        steps.push_back(stepTo(element));
+    }
+    std::string address;
+    for (const auto& step : steps | std::views::reverse)
+    {
+        address += step;
+    }
+    return address;
+}
+
+// Numbers all siblings at once: there may be as many findings as there are elements.
+std::string CheckCmd::stepTo(pugi::xml_node element)
+{
+    if (!numbers.contains(element.internal_object()))
+    {
+        std::unordered_map<std::string_view, std::size_t> counts;
+        for (const auto sibling : element.parent().children())
+        {
+            numbers[sibling.internal_object()] = ++counts[sibling.name()];
+        }
+        for (const auto sibling : element.parent().children())
+        {
+            auto& number = numbers.at(sibling.internal_object());
+            number = counts.at(sibling.name()) == 1 ? 0 : number;
+        }
+    }
+    const auto number = numbers.at(element.internal_object());
+    return std::string("/") + element.name() + (number == 0 ? "" : "[" + std::to_string(number) + "]");
 }
 
 void CheckCmd::collectNames(pugi::xml_node element)

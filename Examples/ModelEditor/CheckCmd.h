@@ -9,6 +9,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace ModelEditor
@@ -41,6 +42,8 @@ public:
 
 private:
     void forEachElement(double from, const std::function<void(pugi::xml_node)>& look);
+    std::string addressOf(pugi::xml_node element);
+    std::string stepTo(pugi::xml_node element);
     void collectNames(pugi::xml_node element);
     void checkNames(pugi::xml_node element);
     void checkAttributes(pugi::xml_node element);
@@ -48,6 +51,8 @@ private:
     pugi::xml_node top;
     double size;
     std::map<std::string, std::set<std::string>> namesOfTags;
+    // Of elements among their siblings of the same tag, from 1; 0 where there are no others.
+    std::unordered_map<const void*, std::size_t> numbers;
     std::vector<std::string> findings;
 };
 

@@ -11,10 +11,12 @@
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
 
 #include <algorithm>
-#include <iterator>
+#include <charconv>
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 
 namespace ModelEditor
@@ -32,16 +34,6 @@ bool isText(pugi::xml_node node)
     return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
-std::size_t xpathNumber(pugi::xml_node text)
-{
-    std::size_t number = 1;
-    for (auto node = text.previous_sibling(); node; node = node.previous_sibling())
-    {
-        number += isText(node) ? 1 : 0;
-    }
-    return number;
-}
-
 std::optional<std::string> nameOf(pugi::xml_node element)
 {
     const auto name = element.attribute("name");
@@ -50,10 +42,22 @@ std::optional<std::string> nameOf(pugi::xml_node element)
 
 } // namespace
 
+// The texts of an element that are no layout, and the number that XPath gives each: it counts layout, too.
+struct XmlObject::Texts
+{
+    std::vector<pugi::xml_node> nodes;
+    std::unordered_map<const void*, std::size_t> numbers;
+
+    std::size_t numberOf(pugi::xml_node node) const
+    {
+        return numbers.at(node.internal_object());
+    }
+};
+
 // What was found out because somebody asked for it.
 struct XmlObject::Findings
 {
-    std::optional<std::vector<pugi::xml_node>> texts;
+    std::optional<Texts> texts;
     std::map<std::string, XmlValue> values;
     std::optional<Annotations> annotations;
 };
@@ -124,12 +128,12 @@ std::string XmlObject::getTitle() const
 std::string XmlObject::getTextName(pugi::xml_node textNode)
 {
     const auto& all = getTexts();
-    const auto found = std::ranges::find(all, textNode);
-    if (found == all.end())
+    if (!all.numbers.contains(textNode.internal_object()))
     {
         return {};
     }
-    return found == all.begin() ? "text()" : "text()[" + std::to_string(xpathNumber(textNode)) + "]";
+    return textNode == all.nodes.front() ? "text()"
+                                         : "text()[" + std::to_string(all.numberOf(textNode)) + "]";
 }
 
 std::vector<std::string> XmlObject::getAttributeNames()
@@ -142,7 +146,7 @@ std::vector<std::string> XmlObject::getAttributeNames()
             names.emplace_back(attribute.name());
         }
     }
-    for (const auto text : getTexts())
+    for (const auto text : getTexts().nodes)
     {
         names.push_back(getTextName(text));
     }
@@ -156,8 +160,9 @@ std::string XmlObject::getStep(const std::string& name)
         return "@" + name;
     }
     const auto& all = getTexts();
-    return all.size() > 1 && name == "text()" ? name + "[" + std::to_string(xpathNumber(all.front())) + "]"
-                                              : name;
+    return all.nodes.size() > 1 && name == "text()"
+               ? name + "[" + std::to_string(all.numberOf(all.nodes.front())) + "]"
+               : name;
 }
 
 std::string XmlObject::getText(const std::string& name)
@@ -279,23 +284,42 @@ XmlValue& XmlObject::requireValue(const std::string& name)
     return *value;
 }
 
+// The nodes stand in the order of their numbers.
 pugi::xml_node XmlObject::findTextNode(const std::string& name)
 {
     const auto& all = getTexts();
-    const auto found =
-        std::ranges::find(all, name, [this](pugi::xml_node node) { return getTextName(node); });
-    return found == all.end() ? pugi::xml_node() : *found;
+    if (name == "text()")
+    {
+        return all.nodes.empty() ? pugi::xml_node() : all.nodes.front();
+    }
+    constexpr std::string_view start = "text()[";
+    std::size_t number = 0;
+    if (name.starts_with(start))
+    {
+        std::from_chars(name.data() + start.size(), name.data() + name.size(), number);
+    }
+    const auto found = std::ranges::lower_bound(all.nodes, number, {},
+                                                [&](pugi::xml_node node) { return all.numberOf(node); });
+    return found != all.nodes.end() && getTextName(*found) == name ? *found : pugi::xml_node();
 }
 
 // Found before anybody can change one, so that what is layout stays so.
-const std::vector<pugi::xml_node>& XmlObject::getTexts()
+const XmlObject::Texts& XmlObject::getTexts()
 {
     auto& texts = requireFindings().texts;
     if (!texts)
     {
-        std::vector<pugi::xml_node> found;
-        std::ranges::copy_if(element.children(), std::back_inserter(found),
-                             [](pugi::xml_node node) { return isText(node) && !isLayout(node); });
+        Texts found;
+        std::size_t number = 0;
+        for (const auto node : element.children())
+        {
+            number += isText(node) ? 1 : 0;
+            if (isText(node) && !isLayout(node))
+            {
+                found.nodes.push_back(node);
+                found.numbers.emplace(node.internal_object(), number);
+            }
+        }
         texts = std::move(found);
     }
     return *texts;

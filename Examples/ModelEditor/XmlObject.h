@@ -116,13 +116,14 @@ protected:
 
 private:
     struct Findings;
+    struct Texts;
 
     template <typename T>
     std::shared_ptr<Valdane::AttributeDescriptionBase> describe(const std::string& name);
     pugi::xml_node findTextNode(const std::string& name);
     XmlValue* findValue(const std::string& name);
     XmlValue& requireValue(const std::string& name);
-    const std::vector<pugi::xml_node>& getTexts();
+    const Texts& getTexts();
     Annotations& requireAnnotations();
     Findings& requireFindings();
 
