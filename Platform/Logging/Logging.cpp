@@ -12,7 +12,7 @@
 namespace Valdane
 {
 
-struct Logging::Record
+struct VALDANE_LOGGING_NO_EXPORT Logging::Record
 {
     std::shared_ptr<spdlog::logger> logger;
 

@@ -32,7 +32,7 @@ std::exception_ptr exceptionOf(const Call& call) noexcept
 } // namespace
 
 // The run under way. The worker shares it, and so never touches a manager that its run destroyed.
-struct ThreadManager::Slot
+struct VALDANE_MULTITASKING_NO_EXPORT ThreadManager::Slot
 {
     enum class Phase
     {

@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,6 +21,7 @@ namespace
 using ModelEditor::NamedXmlObject;
 using ModelEditor::XmlChange;
 using ModelEditor::XmlModel;
+using ModelEditor::XmlObject;
 using testing::ElementsAre;
 using Valdane::AttributeDescription;
 using Valdane::DynamicAttributeCollection;
@@ -97,6 +99,40 @@ TEST(XmlObject, EveryTextThatIsNotLayoutIsAnAttribute)
               "<a>\n <b/>1<c/> <![CDATA[]]]]><![CDATA[>]]> </a>");
     EXPECT_EQ(after<std::string>(model, "text()[5]", "3"),
               "<a>\n <b/>1<c/> <![CDATA[]]]]><![CDATA[>]]>3</a>");
+}
+
+// So many that finding each by a walk would take minutes.
+TEST(XmlObject, EachOfVeryManyTextsIsFoundByItsName)
+{
+    std::string file = "<a>";
+    std::vector<std::string> expected;
+    for (int number = 1; number <= 50000; ++number)
+    {
+        file += std::to_string(number) + "<b/>";
+        expected.push_back(number == 1 ? "text()" : "text()[" + std::to_string(number) + "]");
+    }
+    const XmlModel model(file + "</a>", "m");
+    XmlObject& root = *model.getRoot();
+    ASSERT_EQ(root.getAttributeNames(), expected);
+    for (std::size_t i = 0; i < expected.size(); ++i)
+    {
+        ASSERT_EQ(root.getText(expected[i]), std::to_string(i + 1));
+    }
+}
+
+TEST(XmlObject, LayoutBetweenTextsIsCountedAndHasNoName)
+{
+    const XmlModel model("<a> <b/>x<b/> <b/>y</a>", "m");
+    XmlObject& root = *model.getRoot();
+    EXPECT_THAT(root.getAttributeNames(), ElementsAre("text()", "text()[4]"));
+    EXPECT_EQ(root.getText("text()"), "x");
+    EXPECT_EQ(root.getText("text()[4]"), "y");
+    EXPECT_EQ(root.getStep("text()"), "text()[2]");
+    for (const std::string name : {"text()[0]", "text()[1]", "text()[2]", "text()[3]", "text()[5]",
+                                   "text()[4", "text()[4]x", "text()[99999999999999999999999]"})
+    {
+        EXPECT_EQ(root.getText(name), "") << name;
+    }
 }
 
 TEST(XmlObject, WhiteSpaceAloneIsTheTextOfItsElement)
