@@ -23,7 +23,7 @@ namespace Valdane
 /// The state of a manager, and the steps that its operations have in common.
 ///
 /// Thread: as CommandManager.
-class VALDANE_COMMANDPATTERN_NO_EXPORT CommandManager::Private
+class CommandManager::Private
 {
 public:
     Private();
