@@ -5,6 +5,8 @@
 # sees fit: what the standard library and Boost instantiate (for types of ours, too), thunks, and inline variables ("u" or
 # "V").
 
+cmake_policy(VERSION 3.25)
+
 # Square brackets and semicolons would make lists of the lines.
 function(read_lines text result)
   string(REPLACE "[" "<" text "${text}")
@@ -18,11 +20,11 @@ execute_process(COMMAND "${NM}" -DC --defined-only "${LIBRARY}" OUTPUT_VARIABLE 
 read_lines("${output}" lines)
 set(exported)
 foreach(line IN LISTS lines)
-  if(line MATCHES "^[0-9a-f]+ V ((vtable for |typeinfo for |typeinfo name for )Valdane::.*)$"
-     OR line MATCHES "^[0-9a-f]+ [BDRTW] (Valdane::.*)$")
+  if(line MATCHES "^[0-9a-f]+ ([BDRTVW]) ((vtable for |typeinfo for |typeinfo name for )?Valdane::.*)$")
+    set(kind ${CMAKE_MATCH_1})
     # g++ names the tag, clang++ does not everywhere.
-    string(REPLACE "<abi:cxx11>" "" symbol "${CMAKE_MATCH_1}")
-    if(NOT symbol MATCHES "^Valdane::[^ (]*[*&>] std::")
+    string(REPLACE "<abi:cxx11>" "" symbol "${CMAKE_MATCH_2}")
+    if(symbol MATCHES "^(vtable|typeinfo) " OR (NOT kind STREQUAL V AND NOT symbol MATCHES "^Valdane::[^ (]*[*&>] std::"))
       list(APPEND exported "${symbol}")
     endif()
   endif()
