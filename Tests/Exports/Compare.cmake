@@ -24,7 +24,7 @@ foreach(line IN LISTS lines)
     set(kind ${CMAKE_MATCH_1})
     # g++ names the tag, clang++ does not everywhere.
     string(REPLACE "<abi:cxx11>" "" symbol "${CMAKE_MATCH_2}")
-    if(symbol MATCHES "^(vtable|typeinfo) " OR (NOT kind STREQUAL V AND NOT symbol MATCHES "^Valdane::[^ (]*[*&>] std::"))
+    if(symbol MATCHES "^(vtable|typeinfo) " OR (NOT kind STREQUAL V AND NOT symbol MATCHES "^Valdane::[^(]*[*&>] std::"))
       list(APPEND exported "${symbol}")
     endif()
   endif()
