@@ -57,6 +57,15 @@ public:
 
     void tell() const
     {
+        if (!callbacks.empty())
+        {
+            tellAll();
+        }
+    }
+
+private:
+    void tellAll() const
+    {
         for (const auto& listed : callbacks)
         {
             if (const auto callback = listed.lock())
@@ -66,7 +75,6 @@ public:
         }
     }
 
-private:
     std::vector<std::weak_ptr<const Callback>> callbacks;
 };
 

@@ -1,25 +1,73 @@
 #include "Service/CommandPattern/ChangeTracking.h"
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
 namespace Valdane
 {
 
+const EntryModules EntryModules::none;
+
 namespace
 {
 
-// What the last 0, 1, 2 and so on entries modified together.
-std::vector<ModuleSet> collectFromBack(const CommandQueue& queue)
+using SharedModules = boost::intrusive_ptr<const EntryModules>;
+
+bool areShared(const TrackedModules& sets, const TrackedModules& others)
 {
-    std::vector<ModuleSet> collected;
-    collected.reserve(queue.size() + 1);
-    collected.emplace_back();
+    return std::ranges::equal(sets, others, &ModuleSet::isSharedWith);
+}
+
+bool areShared(const EntryModules& modules, const EntryModules& others)
+{
+    return areShared(modules.modulesBefore, others.modulesBefore) &&
+           areShared(modules.modulesAfter, others.modulesAfter) &&
+           modules.modulesOfCommand.isSharedWith(others.modulesOfCommand);
+}
+
+// A handle of these sets, which is that of one of the neighbours where that has the same.
+SharedModules share(const EntryModules& modules, const SharedModules& neighbour,
+                    const SharedModules& otherNeighbour)
+{
+    for (const SharedModules& shared : {neighbour, otherNeighbour, SharedModules()})
+    {
+        if (areShared(modules, shared == nullptr ? EntryModules::none : *shared))
+        {
+            return shared;
+        }
+    }
+    return new EntryModules(modules);
+}
+
+// What the entries of a queue have when one tracker saves. From the back on the sets of that tracker grow,
+// from @p first to @p second of each entry.
+std::vector<SharedModules> accumulate(const CommandQueue& queue, std::size_t tracker,
+                                      TrackedModules EntryModules::*first,
+                                      TrackedModules EntryModules::*second)
+{
+    std::vector<SharedModules> accumulated(queue.size());
+    ModuleSet passed;
+    SharedModules neighbour;
     for (std::size_t index = queue.size(); index != 0; --index)
     {
-        collected.push_back(collected.back().unitedWith(queue[index - 1].modulesOfCommand));
+        const QueuedCommand& entry = queue[index - 1];
+        EntryModules modules = entry.modules();
+        (modules.*first)[tracker] = passed;
+        passed = passed.unitedWith(modules.modulesOfCommand);
+        (modules.*second)[tracker] = passed;
+        neighbour = share(modules, entry.sharedModules, neighbour);
+        accumulated[index - 1] = neighbour;
     }
-    return collected;
+    return accumulated;
+}
+
+void replace(CommandQueue& queue, std::vector<SharedModules> modules) noexcept
+{
+    for (std::size_t index = 0; index < queue.size(); ++index)
+    {
+        queue[index].sharedModules = std::move(modules[index]);
+    }
 }
 
 } // namespace
@@ -28,7 +76,7 @@ void ChangeTracking::keepPosition(const CommandQueue& undoQueue, const CommandQu
 {
     if (undoQueue.empty() && !redoQueue.empty())
     {
-        modulesBeforeFirstCommand = redoQueue.back().modulesBefore;
+        modulesBeforeFirstCommand = redoQueue.back().modules().modulesBefore;
     }
 }
 
@@ -37,16 +85,25 @@ QueuedCommand ChangeTracking::makeEntry(std::shared_ptr<CommandBase> command, co
 {
     QueuedCommand entry;
     entry.command = std::move(command);
-    entry.modulesBefore = undoQueue.empty() ? modulesBeforeFirstCommand : undoQueue.back().modulesAfter;
-    entry.modulesAfter.fill(entry.modulesBefore.front().unitedWith(modules));
-    for (std::size_t tracker = 1; tracker < entry.modulesAfter.size(); ++tracker)
+    const SharedModules neighbour = undoQueue.empty() ? nullptr : undoQueue.back().sharedModules;
+    const EntryModules& ofNeighbour = neighbour == nullptr ? EntryModules::none : *neighbour;
+    const TrackedModules& before = undoQueue.empty() ? modulesBeforeFirstCommand : ofNeighbour.modulesAfter;
+    if (modules.isEmpty() && areShared(before, EntryModules::none.modulesBefore))
     {
-        if (!entry.modulesBefore[tracker].isSharedWith(entry.modulesBefore.front()))
+        return entry;
+    }
+    EntryModules made;
+    made.modulesBefore = before;
+    made.modulesAfter.fill(made.modulesBefore.front().unitedWith(modules));
+    for (std::size_t tracker = 1; tracker < made.modulesAfter.size(); ++tracker)
+    {
+        if (!made.modulesBefore[tracker].isSharedWith(made.modulesBefore.front()))
         {
-            entry.modulesAfter[tracker] = entry.modulesBefore[tracker].unitedWith(modules);
+            made.modulesAfter[tracker] = made.modulesBefore[tracker].unitedWith(modules);
         }
     }
-    entry.modulesOfCommand = modules;
+    made.modulesOfCommand = modules == ofNeighbour.modulesOfCommand ? ofNeighbour.modulesOfCommand : modules;
+    entry.sharedModules = share(made, neighbour, nullptr);
     return entry;
 }
 
@@ -55,32 +112,25 @@ const ModuleSet& ChangeTracking::modulesAtPosition(std::size_t tracker, const Co
 {
     if (!undoQueue.empty())
     {
-        return undoQueue.back().modulesAfter[tracker];
+        return undoQueue.back().modules().modulesAfter[tracker];
     }
-    return redoQueue.empty() ? modulesBeforeFirstCommand[tracker] : redoQueue.back().modulesBefore[tracker];
+    return redoQueue.empty() ? modulesBeforeFirstCommand[tracker]
+                             : redoQueue.back().modules().modulesBefore[tracker];
 }
 
 void ChangeTracking::adjustOnSave(std::size_t tracker, CommandQueue& undoQueue, CommandQueue& redoQueue)
 {
-    const std::vector<ModuleSet> undone = collectFromBack(undoQueue);
-    const std::vector<ModuleSet> redone = collectFromBack(redoQueue);
+    std::vector<SharedModules> undone =
+        accumulate(undoQueue, tracker, &EntryModules::modulesAfter, &EntryModules::modulesBefore);
+    std::vector<SharedModules> redone =
+        accumulate(redoQueue, tracker, &EntryModules::modulesBefore, &EntryModules::modulesAfter);
     // From here on nothing fails.
     if (undoQueue.empty())
     {
         modulesBeforeFirstCommand[tracker] = ModuleSet();
     }
-    for (std::size_t index = 0; index < redoQueue.size(); ++index)
-    {
-        const std::size_t steps = redoQueue.size() - index;
-        redoQueue[index].modulesBefore[tracker] = redone[steps - 1];
-        redoQueue[index].modulesAfter[tracker] = redone[steps];
-    }
-    for (std::size_t index = 0; index < undoQueue.size(); ++index)
-    {
-        const std::size_t steps = undoQueue.size() - index;
-        undoQueue[index].modulesAfter[tracker] = undone[steps - 1];
-        undoQueue[index].modulesBefore[tracker] = undone[steps];
-    }
+    replace(undoQueue, std::move(undone));
+    replace(redoQueue, std::move(redone));
 }
 
 } // namespace Valdane

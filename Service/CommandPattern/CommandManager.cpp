@@ -39,6 +39,24 @@ bool isAddable(const CommandBase* command)
     return command != nullptr && (threaded == nullptr || threaded->isAddableToCommandManager());
 }
 
+// Writes the three texts, the second of which is the description, as one line.
+void writeTrace(const char* before, const CommandBase& command, const char* after,
+                const std::source_location& place)
+{
+    logger.logTRACE(before + command.getDescription() + after, place.file_name(), place.function_name(),
+                    static_cast<int>(place.line()));
+}
+
+// Apart from the writing, so that what is asked for every command can be inlined.
+inline void trace(const char* before, const CommandBase& command, const char* after,
+                  const std::source_location& place)
+{
+    if (logger.isTraceEnabled())
+    {
+        writeTrace(before, command, after, place);
+    }
+}
+
 std::list<std::string> collectDescriptions(const CommandQueue& queue)
 {
     std::list<std::string> descriptions;
@@ -106,16 +124,6 @@ void CommandManager::Private::logException(const std::exception& exception, cons
     }
     const std::source_location here = std::source_location::current();
     logger.logERROR(message, here.file_name(), here.function_name(), static_cast<int>(here.line()));
-}
-
-void CommandManager::Private::trace(const char* before, const CommandBase& command, const char* after,
-                                    const std::source_location& place) const
-{
-    if (logger.isTraceEnabled())
-    {
-        logger.logTRACE(before + command.getDescription() + after, place.file_name(), place.function_name(),
-                        static_cast<int>(place.line()));
-    }
 }
 
 std::shared_ptr<CommandBase> CommandManager::Private::mergeWithPending(std::shared_ptr<CommandBase> command)
@@ -360,9 +368,9 @@ bool CommandManager::undo(std::uint64_t count)
         const auto work = [&]
         {
             d->progress->setSubProgress(entry.command->getProgress(), 100, 1);
-            d->trace("Execute Undo command '", *entry.command, "'...", here);
+            trace("Execute Undo command '", *entry.command, "'...", here);
             entry.command->undo();
-            d->trace("Undo command '", *entry.command, "' executed.", here);
+            trace("Undo command '", *entry.command, "' executed.", here);
         };
         if (!d->process(*entry.command, "Undo", false, work))
         {
@@ -388,9 +396,9 @@ bool CommandManager::redo(std::uint64_t count)
         const auto work = [&]
         {
             d->progress->setSubProgress(entry.command->getProgress(), 100, 1);
-            d->trace("Execute Redo command '", *entry.command, "'...", here);
+            trace("Execute Redo command '", *entry.command, "'...", here);
             entry.command->redo();
-            d->trace("Redo command '", *entry.command, "' executed.", here);
+            trace("Redo command '", *entry.command, "' executed.", here);
         };
         if (!d->process(*entry.command, "Redo", false, work))
         {
@@ -549,9 +557,9 @@ void CommandManager::addThreadedCommand(std::shared_ptr<ThreadedCommand> command
             return;
         }
         const Private::StepOfRun step(*d, run);
-        d->trace("Execute command '", *command, "'...", here);
+        trace("Execute command '", *command, "'...", here);
         d->threadManager->addThread(command);
-        d->trace("Command '", *command, "' executed.", here);
+        trace("Command '", *command, "' executed.", here);
         d->releaseWorkerSlot(run);
         if (command->isAddableToCommandManager())
         {

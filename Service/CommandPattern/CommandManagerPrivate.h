@@ -56,10 +56,6 @@ public:
     /// is lost.
     void logFurtherFailure(const std::exception& exception, const char* context, const CommandBase* command);
 
-    /// Writes @p before, the command's description and @p after as one trace line, if anybody reads it.
-    void trace(const char* before, const CommandBase& command, const char* after,
-               const std::source_location& place) const;
-
     /// The macro of @p command and of all that waits to be merged with it.
     std::shared_ptr<CommandBase> mergeWithPending(std::shared_ptr<CommandBase> command);
 

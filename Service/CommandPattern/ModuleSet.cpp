@@ -30,9 +30,10 @@ void ModuleSet::insertInto(std::set<const Object*>& objects) const
     }
 }
 
-bool ModuleSet::isSharedWith(const ModuleSet& other) const noexcept
+bool ModuleSet::operator==(const ModuleSet& other) const noexcept
 {
-    return shared == other.shared;
+    return isSharedWith(other) ||
+           (!isEmpty() && !other.isEmpty() && std::ranges::equal(shared->sorted, other.shared->sorted));
 }
 
 ModuleSet ModuleSet::unitedWith(const ModuleSet& added) const

@@ -26,11 +26,22 @@ public:
     ModuleSet& operator=(ModuleSet&&) noexcept = default;
     ~ModuleSet() = default;
 
+    bool isEmpty() const noexcept
+    {
+        return shared == nullptr;
+    }
+
+    /// Whether both have the same modules. Cost: linear, where they are not the same shared set.
+    bool operator==(const ModuleSet& other) const noexcept;
+
     /// Adds the modules to @p objects.
     void insertInto(std::set<const Object*>& objects) const;
 
     /// Whether both are the same shared set; equal sets need not be.
-    bool isSharedWith(const ModuleSet& other) const noexcept;
+    bool isSharedWith(const ModuleSet& other) const noexcept
+    {
+        return shared == other.shared;
+    }
 
     /// Both sets together: a new set only if neither contains the other.
     ///

@@ -21,7 +21,7 @@ void QueueLimit::enforce(CommandQueue& undoQueue, CommandQueue& redoQueue,
     {
         if (undoQueue.size() == room + 1)
         {
-            modulesBeforeFirst = undoQueue.front().modulesBefore;
+            modulesBeforeFirst = undoQueue.front().modules().modulesBefore;
         }
         undoQueue.takeFront();
     }

@@ -82,7 +82,8 @@ protected:
         const auto append = [&](const QueuedCommand& entry)
         {
             text += text.empty() ? "" : " ";
-            text += lettersOf(entry.modulesBefore[tracker]) + ">" + lettersOf(entry.modulesAfter[tracker]);
+            text += lettersOf(entry.modules().modulesBefore[tracker]) + ">" +
+                    lettersOf(entry.modules().modulesAfter[tracker]);
         };
         for (std::size_t i = 0; i < undoQueue.size(); ++i)
         {
@@ -109,9 +110,9 @@ TEST_F(ChangeTrackingTest, EntriesAccumulateFromTheBaseSetOn)
     record("ab");
     EXPECT_EQ(entries(0), "x>ax ax>ax ax>abx");
     EXPECT_EQ(entries(1), "y>ay ay>ay ay>aby");
-    EXPECT_EQ(lettersOf(undoQueue[0].modulesOfCommand), "a");
-    EXPECT_EQ(lettersOf(undoQueue[1].modulesOfCommand), "");
-    EXPECT_EQ(lettersOf(undoQueue[2].modulesOfCommand), "ab");
+    EXPECT_EQ(lettersOf(undoQueue[0].modules().modulesOfCommand), "a");
+    EXPECT_EQ(lettersOf(undoQueue[1].modules().modulesOfCommand), "");
+    EXPECT_EQ(lettersOf(undoQueue[2].modules().modulesOfCommand), "ab");
 }
 
 TEST_F(ChangeTrackingTest, NeighbouringEntriesShareTheirSetsWithEachOtherAndWithTheBase)
@@ -121,15 +122,55 @@ TEST_F(ChangeTrackingTest, NeighbouringEntriesShareTheirSetsWithEachOtherAndWith
     record("a");
     record("a");
     const ModuleSet& base0 = tracking.modulesBeforeFirstCommand[0];
-    EXPECT_TRUE(undoQueue[0].modulesBefore[0].isSharedWith(base0));
-    EXPECT_TRUE(undoQueue[0].modulesAfter[0].isSharedWith(base0));
-    EXPECT_TRUE(undoQueue[0].modulesAfter[1].isSharedWith(undoQueue[0].modulesOfCommand));
+    EXPECT_TRUE(undoQueue[0].modules().modulesBefore[0].isSharedWith(base0));
+    EXPECT_TRUE(undoQueue[0].modules().modulesAfter[0].isSharedWith(base0));
+    EXPECT_TRUE(undoQueue[0].modules().modulesAfter[1].isSharedWith(undoQueue[0].modules().modulesOfCommand));
     for (const std::size_t tracker : {0U, 1U})
     {
-        EXPECT_TRUE(undoQueue[1].modulesBefore[tracker].isSharedWith(undoQueue[0].modulesAfter[tracker]));
-        EXPECT_TRUE(undoQueue[2].modulesBefore[tracker].isSharedWith(undoQueue[1].modulesAfter[tracker]));
-        EXPECT_TRUE(undoQueue[2].modulesAfter[tracker].isSharedWith(undoQueue[1].modulesAfter[tracker]));
+        EXPECT_TRUE(undoQueue[1].modules().modulesBefore[tracker].isSharedWith(
+            undoQueue[0].modules().modulesAfter[tracker]));
+        EXPECT_TRUE(undoQueue[2].modules().modulesBefore[tracker].isSharedWith(
+            undoQueue[1].modules().modulesAfter[tracker]));
+        EXPECT_TRUE(undoQueue[2].modules().modulesAfter[tracker].isSharedWith(
+            undoQueue[1].modules().modulesAfter[tracker]));
     }
+}
+
+TEST_F(ChangeTrackingTest, AnEntryKeepsNothingWhileNoModuleIsModified)
+{
+    record("");
+    record("");
+    EXPECT_EQ(undoQueue[0].sharedModules, nullptr);
+    EXPECT_EQ(undoQueue[1].sharedModules, nullptr);
+
+    record("a");
+    record("");
+    EXPECT_EQ(entries(0), "> > >a a>a");
+    tracking.adjustOnSave(0, undoQueue, redoQueue);
+    EXPECT_EQ(entries(0), "a>a a>a a> >");
+    tracking.adjustOnSave(1, undoQueue, redoQueue);
+    EXPECT_EQ(undoQueue[3].sharedModules, nullptr);
+}
+
+TEST_F(ChangeTrackingTest, NeighboursWithTheSameSetsShareThemAll)
+{
+    record("a");
+    record("a");
+    record("a");
+    record("b");
+    record("a");
+    record("a");
+    EXPECT_NE(undoQueue[1].sharedModules, undoQueue[0].sharedModules);
+    EXPECT_EQ(undoQueue[2].sharedModules, undoQueue[1].sharedModules);
+    EXPECT_NE(undoQueue[3].sharedModules, undoQueue[2].sharedModules);
+    EXPECT_NE(undoQueue[4].sharedModules, undoQueue[3].sharedModules);
+    EXPECT_EQ(undoQueue[5].sharedModules, undoQueue[4].sharedModules);
+
+    tracking.adjustOnSave(0, undoQueue, redoQueue);
+    EXPECT_EQ(entries(0), "ab>ab ab>ab ab>ab ab>a a>a a>");
+    EXPECT_EQ(entries(1), ">a a>a a>a a>ab ab>ab ab>ab");
+    EXPECT_EQ(undoQueue[2].sharedModules, undoQueue[1].sharedModules);
+    EXPECT_NE(undoQueue[4].sharedModules, undoQueue[5].sharedModules);
 }
 
 TEST_F(ChangeTrackingTest, TrackersThatStandAtTheSameSavePointShareTheirSets)
@@ -139,8 +180,12 @@ TEST_F(ChangeTrackingTest, TrackersThatStandAtTheSameSavePointShareTheirSets)
     record("c");
     for (std::size_t i = 0; i < undoQueue.size(); ++i)
     {
-        EXPECT_TRUE(undoQueue[i].modulesBefore[0].isSharedWith(undoQueue[i].modulesBefore[1])) << i;
-        EXPECT_TRUE(undoQueue[i].modulesAfter[0].isSharedWith(undoQueue[i].modulesAfter[1])) << i;
+        EXPECT_TRUE(
+            undoQueue[i].modules().modulesBefore[0].isSharedWith(undoQueue[i].modules().modulesBefore[1]))
+            << i;
+        EXPECT_TRUE(
+            undoQueue[i].modules().modulesAfter[0].isSharedWith(undoQueue[i].modules().modulesAfter[1]))
+            << i;
     }
 }
 
@@ -196,7 +241,7 @@ TEST_F(ChangeTrackingTest, ASaveWalksBothSidesOfOneTracker)
     EXPECT_EQ(entries(0), "ab>b b> >c c>cd");
     EXPECT_EQ(entries(1), "x>ax ax>abx abx>abcx abcx>abcdx");
     EXPECT_EQ(base(0), "x");
-    EXPECT_EQ(lettersOf(undoQueue[1].modulesOfCommand), "b");
+    EXPECT_EQ(lettersOf(undoQueue[1].modules().modulesOfCommand), "b");
 }
 
 TEST_F(ChangeTrackingTest, ASaveWithNothingToUndoClearsTheBaseSetOfOneTracker)
@@ -230,13 +275,17 @@ TEST_F(ChangeTrackingTest, ASaveReusesSetsWhereNoModuleJoins)
 
     for (std::size_t i = 0; i + 2 < undoQueue.size(); ++i)
     {
-        EXPECT_TRUE(undoQueue[i].modulesBefore[0].isSharedWith(undoQueue[i].modulesAfter[0])) << i;
-        EXPECT_TRUE(undoQueue[i].modulesAfter[0].isSharedWith(undoQueue[i + 1].modulesBefore[0])) << i;
+        EXPECT_TRUE(
+            undoQueue[i].modules().modulesBefore[0].isSharedWith(undoQueue[i].modules().modulesAfter[0]))
+            << i;
+        EXPECT_TRUE(
+            undoQueue[i].modules().modulesAfter[0].isSharedWith(undoQueue[i + 1].modules().modulesBefore[0]))
+            << i;
     }
     // On the redo side the back comes first: the first module of a command is the whole set.
-    EXPECT_TRUE(redoQueue[3].modulesAfter[0].isSharedWith(redoQueue[3].modulesOfCommand));
-    EXPECT_TRUE(redoQueue[1].modulesAfter[0].isSharedWith(redoQueue[2].modulesAfter[0]));
-    EXPECT_TRUE(redoQueue[0].modulesAfter[0].isSharedWith(redoQueue[2].modulesAfter[0]));
+    EXPECT_TRUE(redoQueue[3].modules().modulesAfter[0].isSharedWith(redoQueue[3].modules().modulesOfCommand));
+    EXPECT_TRUE(redoQueue[1].modules().modulesAfter[0].isSharedWith(redoQueue[2].modules().modulesAfter[0]));
+    EXPECT_TRUE(redoQueue[0].modules().modulesAfter[0].isSharedWith(redoQueue[2].modules().modulesAfter[0]));
 }
 
 TEST_F(ChangeTrackingTest, TheLimitKeepsTheSetBeforeTheLastEntryDropped)
@@ -246,7 +295,7 @@ TEST_F(ChangeTrackingTest, TheLimitKeepsTheSetBeforeTheLastEntryDropped)
     record("c");
     record("d");
     tracking.adjustOnSave(1, undoQueue, redoQueue);
-    const ModuleSet expected = undoQueue[1].modulesBefore[0];
+    const ModuleSet expected = undoQueue[1].modules().modulesBefore[0];
     limit = {2, true};
 
     limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);

@@ -107,21 +107,14 @@ TEST_F(CommandQueueTest, KeepsTheOrderInWhichEntriesCame)
 
 TEST_F(CommandQueueTest, KeepsWhatAnEntryHas)
 {
-    const Object* const module = reinterpret_cast<const Object*>(&queue);
     QueuedCommand entry = makeEntry("a");
-    entry.modulesBefore[0] = ModuleSet({module});
-    entry.modulesAfter[1] = ModuleSet({module});
-    entry.modulesOfCommand = ModuleSet({module});
+    entry.sharedModules = new EntryModules;
 
     queue.pushBack(QueuedCommand(entry));
     const QueuedCommand taken = queue.takeBack();
 
     EXPECT_EQ(taken.command, entry.command);
-    EXPECT_TRUE(taken.modulesBefore[0].isSharedWith(entry.modulesBefore[0]));
-    EXPECT_TRUE(taken.modulesBefore[1].isSharedWith(ModuleSet()));
-    EXPECT_TRUE(taken.modulesAfter[0].isSharedWith(ModuleSet()));
-    EXPECT_TRUE(taken.modulesAfter[1].isSharedWith(entry.modulesAfter[1]));
-    EXPECT_TRUE(taken.modulesOfCommand.isSharedWith(entry.modulesOfCommand));
+    EXPECT_EQ(taken.sharedModules, entry.sharedModules);
 }
 
 TEST_F(CommandQueueTest, AnEntryCanBeChangedInItsPlace)

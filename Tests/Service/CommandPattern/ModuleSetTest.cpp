@@ -90,6 +90,24 @@ TEST(ModuleSet, CopiesShareAndSetsMadeApartDoNot)
     EXPECT_EQ(objectsOf(set), oneTwo);
 }
 
+TEST(ModuleSet, EqualSetsHaveTheSameModules)
+{
+    EXPECT_EQ(ModuleSet(), ModuleSet(none));
+    EXPECT_EQ(ModuleSet(oneTwo), ModuleSet(oneTwo));
+    EXPECT_NE(ModuleSet(oneTwo), ModuleSet(one));
+    EXPECT_NE(ModuleSet(one), ModuleSet(oneTwo));
+    EXPECT_NE(ModuleSet(oneTwo), ModuleSet(twoThree));
+    EXPECT_NE(ModuleSet(one), ModuleSet());
+    EXPECT_NE(ModuleSet(), ModuleSet(one));
+}
+
+TEST(ModuleSet, OnlyTheSetWithoutModulesIsEmpty)
+{
+    EXPECT_TRUE(ModuleSet().isEmpty());
+    EXPECT_TRUE(ModuleSet(none).isEmpty());
+    EXPECT_FALSE(ModuleSet(one).isEmpty());
+}
+
 TEST(ModuleSet, ASetOutlivesTheOneItWasCopiedFrom)
 {
     ModuleSet copy;
