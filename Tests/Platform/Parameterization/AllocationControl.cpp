@@ -10,7 +10,8 @@ namespace
 constexpr auto never = std::numeric_limits<std::size_t>::max();
 
 thread_local std::size_t count = 0;
-thread_local std::size_t failAt = never;
+thread_local std::size_t firstToFail = never;
+thread_local std::size_t lastToFail = never;
 
 } // namespace
 
@@ -22,14 +23,21 @@ std::size_t allocationCount() noexcept
     return count;
 }
 
-FailingAllocation::FailingAllocation(std::size_t successes) noexcept
+FailingAllocation::FailingAllocation(std::size_t successes, AllocationsThatFail which) noexcept
+    : failsAt(count + successes)
 {
-    failAt = count + successes;
+    firstToFail = failsAt;
+    lastToFail = which == AllocationsThatFail::One ? failsAt : never;
 }
 
 FailingAllocation::~FailingAllocation()
 {
-    failAt = never;
+    firstToFail = never;
+}
+
+bool FailingAllocation::hasFailed() const noexcept
+{
+    return count > failsAt;
 }
 
 } // namespace ValdaneTests
@@ -37,7 +45,9 @@ FailingAllocation::~FailingAllocation()
 // The array and nothrow forms of the standard library come down to these.
 void* operator new(std::size_t size)
 {
-    void* memory = count++ == failAt ? nullptr : std::malloc(size == 0 ? 1 : size);
+    const std::size_t number = count++;
+    const bool fails = number >= firstToFail && number <= lastToFail;
+    void* memory = fails ? nullptr : std::malloc(size == 0 ? 1 : size);
     if (memory == nullptr)
     {
         throw std::bad_alloc();

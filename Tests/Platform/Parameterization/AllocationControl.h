@@ -8,15 +8,28 @@ namespace ValdaneTests
 /// How often this thread has called operator new so far.
 std::size_t allocationCount() noexcept;
 
-/// While it lives, one call of operator new on this thread throws std::bad_alloc: the one after @p successes
-/// others.
+enum class AllocationsThatFail
+{
+    One,
+    AllFromThereOn,
+};
+
+/// While it lives, calls of operator new on this thread throw std::bad_alloc: the one after @p successes
+/// others, or all from there on.
 class FailingAllocation
 {
 public:
-    explicit FailingAllocation(std::size_t successes) noexcept;
+    explicit FailingAllocation(std::size_t successes,
+                               AllocationsThatFail which = AllocationsThatFail::One) noexcept;
     FailingAllocation(const FailingAllocation&) = delete;
     FailingAllocation& operator=(const FailingAllocation&) = delete;
     ~FailingAllocation();
+
+    /// Whether any has failed.
+    bool hasFailed() const noexcept;
+
+private:
+    std::size_t failsAt;
 };
 
 } // namespace ValdaneTests

@@ -1,0 +1,136 @@
+#pragma once
+
+#include "FaultRow.h"
+#include "FaultsOfTheseServices.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace Valdane::Faults
+{
+
+/// Lets an operation fail at every place where it can, one at a time, and compares what is left with what its
+/// row promises.
+template <typename World>
+class FailEverywhere
+{
+public:
+    explicit FailEverywhere(const FaultRow<World>& operation) : row(operation)
+    {
+        before = stateAfter([](World&) {});
+        after = stateAfter(row.operation);
+        std::ranges::transform(row.mayLeave.list, std::back_inserter(alsoAllowed),
+                               [this](const auto& step) { return stateAfter(step); });
+    }
+
+    void check() const
+    {
+        for (const KindOfFault& kind : kindsOfFault())
+        {
+            std::size_t place = 0;
+            while (failsAt(place, kind) && !testing::Test::HasFailure())
+            {
+                ++place;
+            }
+            EXPECT_EQ(place != 0, kind.isExpectedIn(row)) << kind.name << ": places: " << place;
+            if (testing::Test::HasFailure())
+            {
+                return;
+            }
+        }
+    }
+
+private:
+    using Step = typename FaultRow<World>::Step;
+
+    std::string stateAfter(const Step& step) const
+    {
+        World world;
+        prepare(world);
+        step(world);
+        return world.takeState();
+    }
+
+    void prepare(World& world) const
+    {
+        if (row.prepare)
+        {
+            row.prepare(world);
+        }
+        world.answer = Answer::None;
+    }
+
+    bool failsAt(std::size_t place, const KindOfFault& kind) const
+    {
+        SCOPED_TRACE(row.name + ", " + kind.name + " at place " + std::to_string(place));
+        bool hasFailed = false;
+        {
+            World world;
+            prepare(world);
+            Escaped escaped = Escaped::Nothing;
+            {
+                const auto fault = kind.make(place);
+                escaped = run([&] { row.operation(world); });
+                hasFailed = fault->hasFailed();
+            }
+            if (hasFailed)
+            {
+                checkEscaped(escaped, kind);
+                checkState(world, escaped);
+            }
+        }
+        EXPECT_EQ(World::livingCommands(), 0) << "commands that nobody destroyed";
+        return hasFailed;
+    }
+
+    void checkEscaped(Escaped escaped, const KindOfFault& kind) const
+    {
+        if (kind.isStranger && !row.keepsStrangers)
+        {
+            EXPECT_EQ(escaped, Escaped::Stranger);
+        }
+        if (row.keepsExceptions)
+        {
+            EXPECT_NE(escaped, Escaped::StandardException);
+        }
+    }
+
+    void checkState(World& world, Escaped escaped) const
+    {
+        const bool succeeded = escaped == Escaped::Nothing && world.succeeded();
+        std::vector<std::string> allowed = alsoAllowed;
+        allowed.push_back(succeeded || isNotification() ? after : before);
+        EXPECT_THAT(allowed, testing::Contains(world.takeState()))
+            << (succeeded ? "succeeded all the same" : "failed");
+    }
+
+    static bool isNotification()
+    {
+        return failedCallOut().hasFailed && failedCallOut().callee == Callee::Notification;
+    }
+
+    const FaultRow<World>& row;
+    std::string before;
+    std::string after;
+    std::vector<std::string> alsoAllowed;
+};
+
+template <typename World>
+std::string nameOfTest(const testing::TestParamInfo<FaultRow<World>>& tested)
+{
+    return tested.param.testName();
+}
+
+template <typename World>
+void failEverywhere(const FaultRow<World>& row)
+{
+    FailEverywhere<World>(row).check();
+}
+
+} // namespace Valdane::Faults

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "../FaultRow.h"
+#include "Platform/Multitasking/ThreadManager.h"
+#include "Tests/Platform/Parameterization/AllocationControl.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Valdane::Faults
+{
+
+/// Has all lines traced, into nothing.
+class Services
+{
+public:
+    Services();
+    Services(const Services&) = delete;
+    Services& operator=(const Services&) = delete;
+    ~Services();
+
+    static void setThreadingMode(ThreadManager& threads, int mode)
+    {
+        threads.setThreadingMode(mode);
+    }
+};
+
+/// A fault while it lasts.
+class AllocationFault
+{
+public:
+    AllocationFault(std::size_t place, bool lasts)
+        : failure(place, lasts ? ValdaneTests::AllocationsThatFail::AllFromThereOn
+                               : ValdaneTests::AllocationsThatFail::One)
+    {
+    }
+
+    bool hasFailed() const
+    {
+        return failure.hasFailed();
+    }
+
+private:
+    ValdaneTests::FailingAllocation failure;
+};
+
+struct KindOfFault
+{
+    std::string name;
+    bool lasts;
+    bool isStranger = false;
+
+    std::unique_ptr<AllocationFault> make(std::size_t place) const
+    {
+        // Not counted, because it is made before the fault begins.
+        return std::make_unique<AllocationFault>(place, lasts);
+    }
+
+    template <typename World>
+    static bool isExpectedIn(const FaultRow<World>& row)
+    {
+        return row.allocates;
+    }
+};
+
+inline std::vector<KindOfFault> kindsOfFault()
+{
+    return {{.name = "one allocation", .lasts = false}, {.name = "all allocations", .lasts = true}};
+}
+
+} // namespace Valdane::Faults
