@@ -46,8 +46,8 @@ struct FaultRow
     bool allocates = true;
     /// Nothing derived from std::exception gets out.
     bool keepsExceptions = false;
-    /// Exceptions of other types do not get out either, where they are thrown by a run that nobody waits for.
-    bool keepsStrangers = false;
+    /// The state before is none that a failure may leave.
+    bool alwaysEnds = false;
 
     /// The name as one word.
     std::string testName() const

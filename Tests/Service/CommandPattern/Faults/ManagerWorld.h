@@ -59,6 +59,9 @@ public:
     Answer answer = Answer::None;
     /// How often sigCommandFailed was emitted.
     int failures = 0;
+    /// What an operation is to run, made beforehand.
+    std::shared_ptr<FaultyThread> thread;
+    std::shared_ptr<ThreadedMacroCommand> macro;
     /// What an operation gave.
     std::shared_ptr<CommandBase> taken;
     /// An application's progress bar.

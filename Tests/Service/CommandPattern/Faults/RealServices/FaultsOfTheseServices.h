@@ -4,6 +4,7 @@
 #include "Platform/Multitasking/ThreadManager.h"
 #include "Tests/Platform/Parameterization/AllocationControl.h"
 
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -25,7 +26,18 @@ public:
     {
         threads.setThreadingMode(mode);
     }
+
+    /// Waits until the run under way, if there is one, has come to its end.
+    static void waitForRunEnd(ThreadManager& threads)
+    {
+        while (!threads.waitForRunEnd(std::chrono::hours(1)))
+        {
+        }
+    }
 };
+
+/// Whether the faults come from all who are called.
+constexpr bool everyCalleeCanFail = false;
 
 /// A fault while it lasts.
 class AllocationFault

@@ -51,9 +51,21 @@ public:
         threads.mode = mode;
     }
 
+    /// Has the run under way, if there is one, come to its end.
+    static void waitForRunEnd(ThreadManager& threads)
+    {
+        if (threads.getCurrentThread() != nullptr)
+        {
+            threads.work();
+        }
+    }
+
 private:
     bool isLogging = false;
 };
+
+/// Whether the faults come from all who are called.
+constexpr bool everyCalleeCanFail = true;
 
 /// A fault while it lasts.
 class CallOutFault
