@@ -35,8 +35,9 @@ ClearDynamicAttributesCmd::~ClearDynamicAttributesCmd() = default;
 void ClearDynamicAttributesCmd::execute()
 {
     const std::shared_ptr<Object> object = findObject(root, path);
-    savedCollection = object->getDynamicAttributeCollection();
+    std::shared_ptr<DynamicAttributeCollection> collection = object->getDynamicAttributeCollection();
     object->setDynamicAttributeCollection(nullptr);
+    savedCollection = std::move(collection);
     try
     {
         announceChangeOf(*object);

@@ -100,6 +100,15 @@ void CommandManager::Private::reportFailure(const std::exception& exception, con
     sigCommandFailed(exception.what(), description);
 }
 
+void CommandManager::Private::reportFailureInAnyCase(const std::exception& exception, const char* context,
+                                                     const CommandBase* command)
+{
+    std::string description;
+    attempt(context, command, [&] { description = descriptionOf(command); });
+    attempt(context, command, [&] { logException(exception, context, description); });
+    attempt(context, command, [&] { sigCommandFailed(exception.what(), description); });
+}
+
 void CommandManager::Private::logFurtherFailure(const std::exception& exception, const char* context,
                                                 const CommandBase* command)
 {

@@ -48,6 +48,11 @@ public:
     /// @param command  null if it is not known what failed.
     void reportFailure(const std::exception& exception, const char* context, const CommandBase* command);
 
+    /// The same for operations that let nothing derived from `std::exception` out: if the log fails, or the
+    /// description cannot be had, the signal is emitted all the same.
+    void reportFailureInAnyCase(const std::exception& exception, const char* context,
+                                const CommandBase* command);
+
     /// Writes the error line of a failed command.
     void logException(const std::exception& exception, const std::string& context,
                       const std::string& commandDescription);
@@ -105,9 +110,8 @@ public:
     void windUp(std::uint64_t run);
 
     /// Ends a threaded command that failed: winds it up by @p wind, releases the worker slot, reports the
-    /// failure and, if
-    /// @p tellsFinished, emits sigThreadedCommandFinished. What is derived from `std::exception` does not get
-    ///    out.
+    /// failure and, if @p tellsFinished, emits sigThreadedCommandFinished. What is derived from
+    /// `std::exception` does not get out.
     ///
     /// @param command  empty if it is not known what failed.
     template <typename WindUp>
@@ -199,7 +203,7 @@ void CommandManager::Private::failThreadedCommand(const std::exception& exceptio
         throw;
     }
     releaseWorkerSlot(run);
-    attempt(context, command.get(), [&] { reportFailure(exception, context, command.get()); });
+    reportFailureInAnyCase(exception, context, command.get());
     if (tellsFinished)
     {
         attempt(context, command.get(), [&] { sigThreadedCommandFinished(); });

@@ -33,11 +33,15 @@ void DelayedInitializedCommand::makeCommand()
         return;
     }
     // What was set, that is, and not what another command may lend its text for.
-    if (getLogDescription() == defaultDescription && !command->getDescription().empty())
-    {
-        setDescription(command->getDescription());
-    }
+    const bool isToBeDescribed =
+        getLogDescription() == defaultDescription && !command->getDescription().empty();
+    std::string text = isToBeDescribed ? command->getDescription() : std::string();
     addCommand(command);
+    // From here on nothing fails.
+    if (isToBeDescribed)
+    {
+        setDescription(std::move(text));
+    }
     commandFactory = nullptr;
 }
 

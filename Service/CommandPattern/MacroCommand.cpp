@@ -26,12 +26,20 @@ void trace(const char* operation, CommandBase& command, const char* after, const
     }
 }
 
+// What has been done is rolled back also where there is no memory for the line, or the log fails.
 void logFailure(const char* operation, CommandBase& failed, const std::exception& exception,
                 const std::source_location& place)
 {
-    logger.logERROR(operation + ("MacroCommand: Subcommand '" + failed.getLogDescription()) +
-                        "' failed with exception: " + exception.what(),
-                    place.file_name(), place.function_name(), static_cast<int>(place.line()));
+    try
+    {
+        logger.logERROR(operation + ("MacroCommand: Subcommand '" + failed.getLogDescription()) +
+                            "' failed with exception: " + exception.what(),
+                        place.file_name(), place.function_name(), static_cast<int>(place.line()));
+    }
+    catch (const std::exception&)
+    {
+        return;
+    }
 }
 
 } // namespace

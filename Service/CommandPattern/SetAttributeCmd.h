@@ -52,7 +52,6 @@ public:
 
 private:
     std::shared_ptr<AttributeDescription<T>> findDescription(Object& target) const;
-    void write(AttributeDescription<T>& attribute, const T& value) const;
 
     std::weak_ptr<Object> object;
     Path path;

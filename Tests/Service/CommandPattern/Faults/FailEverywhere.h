@@ -59,7 +59,7 @@ private:
     {
         World world;
         prepare(world);
-        step(world);
+        run([&] { step(world); });
         return world.takeState();
     }
 

@@ -568,12 +568,12 @@ TEST_F(WorkerSlotOrder, ALogThatFailsTooLosesItsLinesAndNothingElse)
     manager.finalizeThread();
     EXPECT_THAT(takeJournal(), ElementsAre("*A threads.finalizeThread", "*A A.prepareRun", "*A A.run",
                                            "*A A.progress.setComplete", "*A thread A.sendFinishSignal(false)",
-                                           " - finished [|]"));
+                                           " - failed(no power, A) [|]", " - finished [|]"));
     expectIdle();
 
     beSynchronous();
     manager.addThreadedCommand(a);
-    EXPECT_EQ(takeJournal().back(), "*A thread A.sendFinishSignal(false)");
+    EXPECT_EQ(takeJournal().back(), " - failed(no power, A) [|]");
     expectIdle();
 }
 
