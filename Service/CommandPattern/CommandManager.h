@@ -40,6 +40,22 @@ class ThreadedMacroCommand;
 /// isProcessingCommand() is false after it; but a threaded command may be under way then, and
 /// addCommandToMergeWithNextCommand() leaves it as it was.
 ///
+/// What a failure leaves, whoever fails, allocations included: an operation that throws or answers false has
+/// changed nothing; where it is a slot that throws, or the module access interface when it is told to forget,
+/// all up to there is done. These may leave more:
+/// - addCommand(): the command done, but not queued, and what could be redone forgotten.
+/// - addExecutedCommand(): what could be redone forgotten.
+/// - addCommandToMergeWithNextCommand(): the command done, but not kept.
+/// - undo(), undoAll(): the steps that went well; the command undone but still on top, where its trace line
+///   fails after it; the command in no queue and nothing to redo, where its isRedoCapable() throws.
+/// - redo(), redoAll(): the steps that went well; the command redone but still on top.
+/// - takeExecutedCommands(): the commands in no queue, where a slot throws.
+/// - addThreadedCommand(), finalizeThread(): what the run has done and nobody has wound up, not queued, and
+///   what could be redone forgotten.
+///
+/// takeLastExecutedCommand(), the operations on the limit, and all that asks nobody and gives no text, set or
+/// connection never fail.
+///
 /// Threaded commands. One at a time can be under way, in the worker slot:
 ///
 /// | operation                   | slot empty                       | command under way                   |
@@ -238,7 +254,9 @@ public:
     ///
     /// Failures of the run's start, of a synchronous run, of the module access interface and of slots are
     /// reported as those of addCommand() are; the worker slot is empty then. Nothing derived from
-    /// `std::exception` gets out.
+    /// `std::exception` gets out: sigCommandFailed is emitted even if the error line cannot be written (with
+    /// an empty description if that cannot be copied). A run that was started before a slot of
+    /// sigThreadedCommandStarted failed goes on, and the next finalizeThread() concludes it.
     ///
     /// @pre nothing is under way: ask getCurrentThreadedCommand() first. If something is, @p command takes
     ///      its place in the slot and fails to start, and the one under way is concluded by the next

@@ -31,7 +31,8 @@ public:
 
     /// Makes the command, appends it to the sub-commands, gives this one its description (unless that is
     /// empty or setDescription() was used), and starts.
-    /// @throws what the factory throws, nothing being changed; otherwise as ThreadedMacroCommand.
+    /// @throws what the factory throws, or std::bad_alloc while the command is taken over, nothing being
+    ///         changed; otherwise as ThreadedMacroCommand.
     bool startExecution(std::shared_ptr<ThreadManager> threadManager) override;
 
 private:

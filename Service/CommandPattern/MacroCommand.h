@@ -19,6 +19,10 @@ namespace Valdane
 /// rolls back the sub-commands that it has already passed, and lets the same exception object go on to the
 /// caller. The one that failed is not rolled back, so it should have left the data as it found them. What a
 /// roll-back throws takes the exception's place. Exceptions of other types pass through without a roll-back.
+/// Trace lines and the completion of its progress belong to a sub-command's work, so one that fails there has
+/// been done, and stays so. An error line that cannot be written is lost, and nothing else.
+///
+/// All other operations change nothing if they fail; those that remove, look or move do not fail.
 ///
 /// Progress. Each sub-command owns a part of the macro's progress, the larger the slower it is.
 ///

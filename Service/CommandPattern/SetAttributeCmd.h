@@ -24,7 +24,7 @@ class AttributeDescription;
 /// complete it last. They throw VdException naming the path, if there is no object (on execute: no attribute
 /// of this type either); `std::bad_function_call` if the attribute cannot be read or written; and what the
 /// attribute's callables and listeners throw: when a listener does, an execution sets the value back (without
-/// announcing that), an undo has been done.
+/// announcing that), an undo has been done. What the command's progress throws at the end leaves the work done.
 ///
 /// Thread: as CommandBase.
 template <typename T>

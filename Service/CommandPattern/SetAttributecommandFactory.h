@@ -44,7 +44,8 @@ public:
     /// @param commandDescription  as in CommandBase; where it is empty a SetAttributeCmd makes one.
     /// @return a command that was not executed yet; empty only if the attribute's own creator gives that.
     /// @throws boost::bad_lexical_cast if @p valueText cannot be converted; VdException naming the path, if
-    ///         the object is gone, or if @p description is null.
+    ///         the object is gone, or if @p description is null; what the attribute's own creator throws.
+    ///         Nothing is changed in any case.
     std::shared_ptr<CommandBase> createCommand(const AttributeDescription<bool>* description,
                                                const std::string& valueText,
                                                const std::string& commandDescription) override;

@@ -18,7 +18,8 @@ class Object;
 /// nor minds if another object takes its place in between. An object with a NameInterface is renamed through
 /// that, with notification. For other objects derive from this class and override getName() and setName().
 ///
-/// Executing and undoing throw VdException, naming the path, if the tree is gone or has no object there.
+/// Executing and undoing throw VdException, naming the path, if the tree is gone or has no object there. If
+/// they fail, the object is as what gives it its name leaves it; an execution may have remembered a name.
 /// Thread: as CommandBase.
 class VALDANE_COMMANDPATTERN_EXPORT SetNameCmd : public CommandBase
 {

@@ -52,7 +52,7 @@ public:
 
     /// Has @p slot told of the end of the next run: with true, or with false if it was aborted or failed, and
     /// with this command. The slot is told once; a later run needs another connection, which the slot itself
-    /// may make.
+    /// may make. @throws std::bad_alloc, nobody being connected then.
     ///
     /// Runs on the thread that calls sendFinishSignal(): the caller's, with the thread manager of this
     /// project.

@@ -93,6 +93,7 @@ public:
     void abortExecution();
 
     /// Has @p slot told of the end of the next run, once; see ThreadedCommand::connectToRunFinishedSignal().
+    /// @throws std::bad_alloc, nobody being connected then.
     void connectToRunFinishedSignal(const Signals::Slot<void(bool, const CommandBase*)>& slot);
 
     /// Whether a failing sub-command is passed over; false at first.

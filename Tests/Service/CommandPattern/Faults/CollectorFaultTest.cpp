@@ -30,8 +30,8 @@ public:
     {
         CommandManager& own = *collector->getCommandManager();
         std::string state = "own: " + std::to_string(own.getQueueSize()) +
-                            (own.isProcessingCommand() ? " processing" : "") + "\nresult: " +
-                            lettersOf(result) + "\n";
+                            (own.isProcessingCommand() ? " processing" : "") +
+                            "\nresult: " + lettersOf(result) + "\n";
         own.clear();
         state += "recorded: " + lettersOf(collector->getExecutedCommands()) + "\n";
         return state + ManagerWorld::takeState();

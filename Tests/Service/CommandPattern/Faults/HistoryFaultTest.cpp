@@ -95,8 +95,8 @@ const std::vector<ManagerRow> undoRows = {
     {.name = "Undo of everything",
      .prepare = filledWith("abC"),
      .operation = undoAll,
-     .mayLeave = {[](ManagerWorld&) {}, reverted('b'), undoneForGood, undo(1),
-                  both(undo(1), reverted('a')), both(undo(1), undoneForGood)}},
+     .mayLeave = {[](ManagerWorld&) {}, reverted('b'), undoneForGood, undo(1), both(undo(1), reverted('a')),
+                  both(undo(1), undoneForGood)}},
 };
 
 const std::vector<ManagerRow> redoRows = {
@@ -124,10 +124,20 @@ const std::vector<ManagerRow> redoRows = {
 };
 
 const std::vector<ManagerRow> clearingRows = {
-    {.name = "Clearing", .prepare = fillAndSave, .operation = [](ManagerWorld& world) { world.manager.clear(); }},
+    {.name = "Clearing",
+     .prepare = fillAndSave,
+     .operation =
+         [](ManagerWorld& world)
+     {
+         world.manager.clear();
+     }},
     {.name = "Clearing while commands wait to be merged",
      .prepare = fillToMerge,
-     .operation = [](ManagerWorld& world) { world.manager.clear(); }},
+     .operation =
+         [](ManagerWorld& world)
+     {
+         world.manager.clear();
+     }},
     {.name = "Clearing of nothing",
      .operation = [](ManagerWorld& world) { world.manager.clear(); },
      .allocates = false},
@@ -139,7 +149,10 @@ const std::vector<ManagerRow> clearingRows = {
     {.name = "Taking all commands",
      .prepare = fillAndSave,
      .operation = [](ManagerWorld& world) { world.taken = world.manager.takeExecutedCommands(); },
-     .mayLeave = {[](ManagerWorld& world) { world.manager.takeExecutedCommands(); }}},
+     .mayLeave = {[](ManagerWorld& world)
+                  {
+                      world.manager.takeExecutedCommands();
+                  }}},
     {.name = "A smaller limit",
      .prepare = fillToTheLimit,
      .operation = [](ManagerWorld& world) { world.manager.setMaxQueueSize(1); },

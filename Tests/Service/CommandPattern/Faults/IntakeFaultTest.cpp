@@ -69,6 +69,7 @@ void addPastTheLimit(ManagerWorld& world)
     private:
         Document& document;
     };
+
     world.manager.setModuleAccessInterface(std::make_shared<Unmarkable>(*world.document));
     EXPECT_THROW(addX(world), Stranger);
     EXPECT_EQ(world.manager.getQueueSize(), world.manager.getMaxQueueSize() + 1);

@@ -145,8 +145,8 @@ std::string ManagerWorld::present() const
            " modified " + lettersOf(manager.getModifiedModules(0)) + "/" +
            lettersOf(manager.getModifiedModules(1)) + " to save " +
            lettersOf(manager.getModifiedOrSaveOnNextSaveModules(1)) + " limit " +
-           std::to_string(manager.getMaxQueueSize()) + (manager.usesMaxQueueSize() ? " in use" : " not used") +
-           " slot " + slot();
+           std::to_string(manager.getMaxQueueSize()) +
+           (manager.usesMaxQueueSize() ? " in use" : " not used") + " slot " + slot();
 }
 
 std::string ManagerWorld::slot() const
@@ -180,7 +180,8 @@ void ManagerWorld::checkAnswers() const
         for (const char letter : lettersOf(undoable))
         {
             // A macro changes nothing itself.
-            EXPECT_TRUE(letter == '-' || document->applied(letter) == 0 || modified.contains(moduleOf(letter)))
+            EXPECT_TRUE(letter == '-' || document->applied(letter) == 0 ||
+                        modified.contains(moduleOf(letter)))
                 << letter << " is done and never saved by this tracker";
         }
     }

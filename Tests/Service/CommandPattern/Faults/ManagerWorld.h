@@ -1,7 +1,7 @@
 #pragma once
 
-#include "FaultyCommands.h"
 #include "FaultsOfTheseServices.h"
+#include "FaultyCommands.h"
 #include "Platform/GeneralServices/LegacyProgress.h"
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"

@@ -95,8 +95,8 @@ void makeClear(TreeWorld& world)
 
 void makeSetText(TreeWorld& world)
 {
-    world.command = std::make_unique<SetAttributeCmd<std::string>>(world.tree.root, world.tree.attributePath(),
-                                                                   newText, "");
+    world.command = std::make_unique<SetAttributeCmd<std::string>>(world.tree.root,
+                                                                   world.tree.attributePath(), newText, "");
 }
 
 /// Makes the command and lets it go.
@@ -142,19 +142,13 @@ const std::vector<Row> rows = {
     {.name = "Renaming", .prepare = makeSetName, .operation = execute},
     {.name = "Undoing a rename", .prepare = both(makeSetName, execute), .operation = undo},
     {.name = "Making a clearing", .operation = tryOut(makeClear)},
-    {.name = "Clearing",
-     .prepare = makeClear,
-     .operation = execute,
-     .mayLeave = {nothing}},
+    {.name = "Clearing", .prepare = makeClear, .operation = execute, .mayLeave = {nothing}},
     {.name = "Undoing a clearing",
      .prepare = both(makeClear, execute),
      .operation = undo,
      .mayLeave = {undo}},
     {.name = "Making a setting", .operation = tryOut(makeSetText)},
-    {.name = "Setting",
-     .prepare = makeSetText,
-     .operation = execute,
-     .mayLeave = {nothing, execute}},
+    {.name = "Setting", .prepare = makeSetText, .operation = execute, .mayLeave = {nothing, execute}},
     {.name = "Undoing a setting",
      .prepare = both(makeSetText, execute),
      .operation = undo,

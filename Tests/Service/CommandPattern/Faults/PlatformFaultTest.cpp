@@ -112,8 +112,11 @@ void resetSilently(PlatformWorld& world)
 
 const std::vector<Row> rows = {
     {.name = "Connecting",
-     .operation = [](PlatformWorld& world)
-     { world.connections.push_back(world.signal.connect([&world] { ++world.calls; })); }},
+     .operation =
+         [](PlatformWorld& world)
+     {
+         world.connections.push_back(world.signal.connect([&world] { ++world.calls; }));
+     }},
     {.name = "Connecting to a signal without slots",
      .operation =
          [](PlatformWorld&)
@@ -150,9 +153,16 @@ const std::vector<Row> rows = {
                       sendMessage(world.part);
                       world.whole.appendSubProgress(&world.part, 0, LegacyProgress::FullRange / 2);
                   },
-                  [](PlatformWorld& world) { sendMessage(world.part); }}},
+                  [](PlatformWorld& world)
+                  {
+                      sendMessage(world.part);
+                  }}},
     {.name = "Adding a child",
-     .operation = [](PlatformWorld& world) { world.root->addChild(world.other); }},
+     .operation =
+         [](PlatformWorld& world)
+     {
+         world.root->addChild(world.other);
+     }},
     {.name = "Finding an object",
      .operation =
          [](PlatformWorld& world)
@@ -161,8 +171,11 @@ const std::vector<Row> rows = {
          world.root->getObject(path, GetObjectBehavior::EmptyIfMissing);
      }},
     {.name = "The text of an attribute's path",
-     .operation = [](PlatformWorld& world)
-     { world.child->getPath(world.root.get(), longText, RequestedPathType::FromRoot).toString(); }},
+     .operation =
+         [](PlatformWorld& world)
+     {
+         world.child->getPath(world.root.get(), longText, RequestedPathType::FromRoot).toString();
+     }},
 };
 
 INSTANTIATE_TEST_SUITE_P(All, PlatformFaults, testing::ValuesIn(rows), nameOfTest<PlatformWorld>);

@@ -37,7 +37,8 @@ void askWhatCannotFail(ManagerWorld& world)
 
 void connectAll(ManagerWorld& world)
 {
-    const auto nothing = [] {};
+    const auto nothing = [] {
+    };
     CommandManager& manager = world.manager;
     const auto executed = manager.connectToSigCommandExecuted(nothing);
     const auto undone = manager.connectToSigCommandUndone(nothing);
@@ -56,16 +57,32 @@ const std::vector<ManagerRow> rows = {
      .allocates = false},
     {.name = "Collecting what can be undone",
      .prepare = filledWith("abC"),
-     .operation = [](ManagerWorld& world) { world.manager.collectUndoCommandDescriptions(); }},
+     .operation =
+         [](ManagerWorld& world)
+     {
+         world.manager.collectUndoCommandDescriptions();
+     }},
     {.name = "Collecting what can be redone",
      .prepare = filledWith("aBC"),
-     .operation = [](ManagerWorld& world) { world.manager.collectRedoCommandDescriptions(); }},
+     .operation =
+         [](ManagerWorld& world)
+     {
+         world.manager.collectRedoCommandDescriptions();
+     }},
     {.name = "Modified modules",
      .prepare = fillAndSave,
-     .operation = [](ManagerWorld& world) { world.manager.getModifiedModules(0); }},
+     .operation =
+         [](ManagerWorld& world)
+     {
+         world.manager.getModifiedModules(0);
+     }},
     {.name = "Modified modules and those to save",
      .prepare = fillAndSave,
-     .operation = [](ManagerWorld& world) { world.manager.getModifiedOrSaveOnNextSaveModules(0); }},
+     .operation =
+         [](ManagerWorld& world)
+     {
+         world.manager.getModifiedOrSaveOnNextSaveModules(0);
+     }},
     {.name = "Saving",
      .prepare = filledWith("abcDEF"),
      .operation = [](ManagerWorld& world) { world.manager.adjustOnSave(0); },
@@ -75,7 +92,11 @@ const std::vector<ManagerRow> rows = {
      .operation = [](ManagerWorld& world) { world.manager.adjustOnSave(0); },
      .callsOut = false},
     {.name = "Marking all modules",
-     .operation = [](ManagerWorld& world) { world.manager.markAllModulesBeforeFirstCommandAsModified(); }},
+     .operation =
+         [](ManagerWorld& world)
+     {
+         world.manager.markAllModulesBeforeFirstCommandAsModified();
+     }},
     {.name = "A progress bar",
      .operation = [](ManagerWorld& world) { world.manager.setProgress(world.bar); },
      .allocates = false},

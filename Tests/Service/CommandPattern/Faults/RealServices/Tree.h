@@ -18,9 +18,7 @@ struct Tree
         root->addChild(thing);
         root->connectToSigChanged(listen).releaseWithoutDisconnect();
         thing->setDynamicAttributeCollection(std::make_shared<DynamicAttributeCollection>());
-        attribute->getSigChanged()
-            .connect([](const std::string&) { listen(); })
-            .releaseWithoutDisconnect();
+        attribute->getSigChanged().connect([](const std::string&) { listen(); }).releaseWithoutDisconnect();
         thing->addAttributeDescription(attribute);
     }
 
