@@ -1,10 +1,12 @@
 #include "Service/CommandPattern/CommandQueue.h"
 
+#include "Scale/HeapUse.h"
 #include "Service/CommandPattern/CommandBase.h"
 
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -286,6 +288,107 @@ TEST_F(CommandQueueTest, DoesWhatADequeDoes)
         }
     }
     EXPECT_GT(number, 10000);
+}
+
+/// The heap that queues of entries without commands need, which need none themselves.
+class CommandQueueHeap : public testing::Test
+{
+protected:
+    static constexpr std::size_t EntriesInABlock = 32;
+    static constexpr std::size_t BlockBytes = EntriesInABlock * sizeof(QueuedCommand);
+
+    static void push(CommandQueue& queue, std::size_t entries)
+    {
+        for (std::size_t number = 0; number < entries; ++number)
+        {
+            queue.pushBack(QueuedCommand());
+        }
+    }
+
+    static std::uint64_t allocationsOf(const std::function<void()>& action)
+    {
+        const std::uint64_t before = HeapUse::now().allocations;
+        action();
+        return HeapUse::now().allocations - before;
+    }
+
+    CommandQueue queue;
+    CommandQueue other;
+};
+
+TEST_F(CommandQueueHeap, IsAllocatedOnceFor32Entries)
+{
+    // Besides, the list of the blocks grows, to twice its length each time.
+    EXPECT_LE(allocationsOf([&] { push(queue, 1000 * EntriesInABlock); }), 1000U + 10U);
+}
+
+TEST_F(CommandQueueHeap, IsNotAllocatedWhereAsManyEntriesAreTakenAsArePutIn)
+{
+    push(queue, 3 * EntriesInABlock);
+    push(queue, 1);
+    queue.takeFront();
+    EXPECT_EQ(allocationsOf(
+                  [&]
+                  {
+                      for (std::size_t number = 0; number < 10 * EntriesInABlock; ++number)
+                      {
+                          push(queue, 1);
+                          queue.takeFront();
+                      }
+                  }),
+              0U);
+
+    for (std::size_t level = 0; level < 2 * EntriesInABlock; ++level)
+    {
+        push(queue, 2);
+        queue.takeBack();
+        EXPECT_EQ(allocationsOf(
+                      [&]
+                      {
+                          push(queue, 1);
+                          queue.takeBack();
+                      }),
+                  0U)
+            << level;
+    }
+}
+
+TEST_F(CommandQueueHeap, IsGivenBackButForOneBlock)
+{
+    for (const bool atTheFront : {false, true})
+    {
+        CommandQueue shrinking;
+        push(shrinking, 1);
+        const std::uint64_t withOneBlock = HeapUse::now().bytes;
+        push(shrinking, 100 * EntriesInABlock);
+        while (!shrinking.empty())
+        {
+            atTheFront ? shrinking.takeFront() : shrinking.takeBack();
+        }
+        EXPECT_LT(HeapUse::now().bytes, withOneBlock + BlockBytes) << atTheFront;
+    }
+}
+
+TEST_F(CommandQueueHeap, OfABlockThatIsNotNeededIsTakenOverByTheOtherQueue)
+{
+    push(queue, EntriesInABlock);
+    push(other, EntriesInABlock + 1);
+    other.takeBack();
+    push(queue, 1);
+    queue.takeBack();
+    // Each now has a block more than it needs.
+    EXPECT_EQ(allocationsOf([&] { queue.reserveOne(other); }), 0U);
+    push(queue, EntriesInABlock);
+    EXPECT_EQ(allocationsOf([&] { queue.reserveOne(other); }), 0U) << "the block of the other queue";
+    push(queue, EntriesInABlock);
+    EXPECT_EQ(allocationsOf([&] { queue.reserveOne(other); }), 2U) << "a block, and the list of them";
+}
+
+TEST_F(CommandQueueHeap, OfAReservedPlaceIsKeptWhenNothingIsDropped)
+{
+    queue.reserveOne(other);
+    queue.dropAll();
+    EXPECT_EQ(allocationsOf([&] { push(queue, 1); }), 0U);
 }
 
 } // namespace

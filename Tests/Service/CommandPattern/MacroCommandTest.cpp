@@ -242,6 +242,16 @@ TEST_F(MacroList, HasAFirstAndALastCommandUnlessItIsEmpty)
     static_assert(std::is_same_v<decltype(constant.getLastCommand()), std::shared_ptr<const CommandBase>>);
 }
 
+TEST_F(MacroList, ThatIsEmptyHasNeitherInTheOtherUndoOrder)
+{
+    const MacroCommand& constant = macro;
+    macro.setUseForwardUndoOrder(true);
+    EXPECT_EQ(macro.getFirstCommand(), nullptr);
+    EXPECT_EQ(macro.getLastCommand(), nullptr);
+    EXPECT_EQ(constant.getFirstCommand(), nullptr);
+    EXPECT_EQ(constant.getLastCommand(), nullptr);
+}
+
 TEST_F(MacroList, OfAConstructorIsKeptAsItIs)
 {
     const MacroCommand made(std::list<std::shared_ptr<CommandBase>>{a, nullptr, b});

@@ -25,8 +25,6 @@ namespace Valdane
 namespace
 {
 
-using testing::HasSubstr;
-
 static_assert(std::is_base_of_v<CommandCreatorInterface, SetAttributecommandFactory>);
 static_assert(std::is_copy_constructible_v<SetAttributecommandFactory> &&
               std::is_copy_assignable_v<SetAttributecommandFactory>);
@@ -370,11 +368,12 @@ TEST_F(SetAttributecommandFactoryTest, AnObjectThatIsGoneIsAnErrorThatNamesThePa
 
 TEST_F(SetAttributecommandFactoryTest, NoObjectAndNoDescriptionAreErrors)
 {
-    EXPECT_THROW(SetAttributecommandFactory(nullptr), VdException);
+    EXPECT_EQ(messageOf([] { SetAttributecommandFactory(nullptr); }),
+              "A command that edits an object was given none.");
 
     SetAttributecommandFactory factory(pump);
     const AttributeDescription<int>* none = nullptr;
-    EXPECT_THAT(messageOf([&] { factory.createCommand(none, "1", ""); }), HasSubstr("'/pump'"));
+    EXPECT_EQ(messageOf([&] { factory.createCommand(none, "1", ""); }), "No attribute of '/pump' was given.");
 }
 
 TEST_F(SetAttributecommandFactoryTest, ACommandForAnAttributeThatTheObjectDoesNotHaveFailsWhenItRuns)
@@ -383,7 +382,8 @@ TEST_F(SetAttributecommandFactoryTest, ACommandForAnAttributeThatTheObjectDoesNo
     const std::shared_ptr<CommandBase> command =
         SetAttributecommandFactory(pump).createCommand(&foreign, "1", "");
 
-    EXPECT_THAT(messageOf([&] { command->execute(); }), HasSubstr("'/pump.weight'"));
+    EXPECT_EQ(messageOf([&] { command->execute(); }),
+              "There is no attribute of the expected type at '/pump.weight'.");
 }
 
 } // namespace

@@ -21,6 +21,17 @@ using testing::ElementsAreArray;
 using testing::HasSubstr;
 using testing::Not;
 
+class SpeechlessCommand : public RecordingCommand
+{
+public:
+    SpeechlessCommand() : RecordingCommand("S") {}
+
+    const std::string& getDescription() const override
+    {
+        throw std::runtime_error("no words");
+    }
+};
+
 class DelayedInitializedCommandOrder : public ThreadJournal
 {
 protected:
@@ -173,6 +184,18 @@ TEST_F(DelayedInitializedCommandOrder, AFactoryThatThrowsFailsTheStartAndIsKept)
     }
     onFactory = nullptr;
     manager.addThreadedCommand(command);
+    EXPECT_EQ(queues(), "[X|]");
+}
+
+TEST_F(DelayedInitializedCommandOrder, ACommandThatCannotTellItsDescriptionIsNotTakenInAndTheFactoryIsKept)
+{
+    made = std::make_shared<SpeechlessCommand>();
+    manager.addThreadedCommand(command);
+    EXPECT_TRUE(command->empty());
+
+    made = std::make_shared<RecordingCommand>("X");
+    manager.addThreadedCommand(command);
+    EXPECT_EQ(command->size(), 1U);
     EXPECT_EQ(queues(), "[X|]");
 }
 

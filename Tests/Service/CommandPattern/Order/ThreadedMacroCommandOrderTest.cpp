@@ -311,6 +311,17 @@ TEST_F(ThreadedMacroCommandOrder, ExecuteLaysTheProgressOutTwiceAndRunsThreadsBy
                     ordinary(" - ", "X") + Lines{" - runFinished(true, M)", " - M.progress.setComplete"}));
 }
 
+TEST_F(ThreadedMacroCommandOrder, BothLayoutsOfExecuteGoFromTheFirstToTheLast)
+{
+    fill({makeOrdinary("X"), makeOrdinary("Y")});
+    macro->execute();
+    Lines parts = takeJournal();
+    std::erase_if(parts, [](const std::string& line) { return line.find("append") == std::string::npos; });
+    const Lines once = {" - M.progress.appendSubProgress(X.progress, 0, 30)",
+                        " - M.progress.appendSubProgress(Y.progress, 30, 60)"};
+    EXPECT_THAT(parts, ElementsAreArray(once + once));
+}
+
 TEST_F(ThreadedMacroCommandOrder, TheLayoutComesWithItsPartsAndBeforeTheFirstSubCommand)
 {
     fill({makeOrdinary("X"), makeOrdinary("Y")});
@@ -851,6 +862,24 @@ TEST_F(ThreadedMacroCommandOrder, ANestedMacroThatFailedAndIsPassedOverGoesOnBeh
                     Lines{" - X.undo", " - runFinished(false, N)", " - N.progress.setComplete"} +
                     ordinary(" - ", "Y") + Lines{" - N.progress.setComplete"} + ordinary(" - ", "Z") +
                     Lines{" - M.progress.setComplete"}));
+}
+
+TEST_F(ThreadedMacroCommandOrder, AThreadBehindThePassedOverFailureOfANestedMacroIsWaitedFor)
+{
+    const auto nested = std::make_shared<OpenMacro>("N");
+    nested->addCommand(makeFailing("X"));
+    nested->addCommand(a);
+    macro->setContinueOnException(true);
+    fill({nested});
+
+    manager.addThreadedCommand(macro);
+    EXPECT_TRUE(manager.isProcessingCommand());
+    EXPECT_EQ(threads->getCurrentThread(), a);
+    EXPECT_EQ(queues(), "[|]");
+
+    manager.finalizeThread();
+    EXPECT_EQ(queues(), "[M|]");
+    expectIdle();
 }
 
 TEST_F(ThreadedMacroCommandOrder, ANestedMacroThatFailsInItsFinalizationEndsTheOuterRunWhateverThatPassesOver)

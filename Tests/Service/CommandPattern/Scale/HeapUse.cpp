@@ -1,4 +1,4 @@
-#include "Tests/Service/CommandPattern/Scale/HeapUse.h"
+#include "HeapUse.h"
 
 #include <atomic>
 #include <cstddef>
