@@ -353,7 +353,7 @@ TEST_F(CommandQueueHeap, IsNotAllocatedWhereAsManyEntriesAreTakenAsArePutIn)
     }
 }
 
-TEST_F(CommandQueueHeap, IsGivenBackButForOneBlock)
+TEST_F(CommandQueueHeap, IsGivenBackAsEntriesAreTakenButForOneBlockMoreThanIsNeeded)
 {
     for (const bool atTheFront : {false, true})
     {
@@ -365,7 +365,9 @@ TEST_F(CommandQueueHeap, IsGivenBackButForOneBlock)
         {
             atTheFront ? shrinking.takeFront() : shrinking.takeBack();
         }
-        EXPECT_LT(HeapUse::now().bytes, withOneBlock + BlockBytes) << atTheFront;
+        // At the front the last entry leaves a block behind of which it had the first place.
+        const std::uint64_t kept = atTheFront ? 2 * BlockBytes : BlockBytes;
+        EXPECT_LT(HeapUse::now().bytes, withOneBlock + kept) << atTheFront;
     }
 }
 

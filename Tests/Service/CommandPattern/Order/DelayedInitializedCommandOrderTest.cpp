@@ -108,6 +108,17 @@ TEST_F(DelayedInitializedCommandOrder, AfterASuccessTheFactoryIsForgotten)
     EXPECT_EQ(once->size(), 1U);
 }
 
+TEST_F(DelayedInitializedCommandOrder, TheCommandIsTakenInBeforeTheFactoryDies)
+{
+    std::shared_ptr<DelayedInitializedCommand> delayed;
+    unsigned long long sizeThen = 0;
+    std::shared_ptr<void> watch(nullptr, [&](void*) { sizeThen = delayed->size(); });
+    delayed = std::make_shared<DelayedInitializedCommand>([this, watch] { return made; });
+    watch.reset();
+    manager.addThreadedCommand(delayed);
+    EXPECT_EQ(sizeThen, 1U);
+}
+
 TEST_F(DelayedInitializedCommandOrder, AnEmptyPointerEndsTheRunAtOnceAndTheFactoryIsKept)
 {
     made = nullptr;

@@ -72,6 +72,22 @@ public:
     void finishRun() override {}
 };
 
+/// A macro that is a thread as well.
+class MacroThread : public OpenMacro, public Thread
+{
+public:
+    explicit MacroThread(const std::string& name) : OpenMacro(name), Thread(name) {}
+
+    void sendFinishSignal(bool ok) override
+    {
+        Thread::sendFinishSignal(ok);
+    }
+
+    void run() override {}
+
+    void finishRun() override {}
+};
+
 class ThreadedMacroCommandOrder : public ThreadJournal
 {
 protected:
@@ -348,6 +364,16 @@ TEST_F(ThreadedMacroCommandOrder, WhatIsDerivedFromThreadIsAThreadThoughItIsNoTh
 
     EXPECT_TRUE(macro->startExecution(nullptr));
     EXPECT_THAT(takeSteps(), Contains(" - T.execute"));
+}
+
+TEST_F(ThreadedMacroCommandOrder, AMacroThatIsAThreadAsWellIsStartedAsAThread)
+{
+    const auto both = std::make_shared<MacroThread>("T");
+    both->addCommand(makeOrdinary("X"));
+    fill({both});
+    manager.addThreadedCommand(macro);
+    EXPECT_THAT(takeSteps(), ElementsAreArray(layout + started("*M ", "T") + Lines{"*M started [|]"}));
+    EXPECT_EQ(threads->getCurrentThread(), both);
 }
 
 TEST_F(ThreadedMacroCommandOrder, SubCommandsAreNotAskedWhetherTheyAreAddable)
@@ -862,6 +888,37 @@ TEST_F(ThreadedMacroCommandOrder, ANestedMacroThatFailedAndIsPassedOverGoesOnBeh
                     Lines{" - X.undo", " - runFinished(false, N)", " - N.progress.setComplete"} +
                     ordinary(" - ", "Y") + Lines{" - N.progress.setComplete"} + ordinary(" - ", "Z") +
                     Lines{" - M.progress.setComplete"}));
+}
+
+TEST_F(ThreadedMacroCommandOrder, ANestedMacroThatEndsTheRunIsWoundUpBeforeTheOuterOne)
+{
+    const auto nested = std::make_shared<OpenMacro>("N");
+    nested->addCommand(makeOrdinary("W"));
+    nested->addCommand(makeFailing("X"));
+    fill({makeOrdinary("V"), nested});
+
+    manager.addThreadedCommand(macro);
+    EXPECT_THAT(takeSteps(),
+                ElementsAreArray(
+                    layout + ordinary("*M ", "V") +
+                    Lines{"*M trace: Execute subcommand: N", "*M N.progress.reset"} + ordinary("*M ", "W") +
+                    Lines{"*M trace: Execute subcommand: X", "*M X.execute"} + failureOf("*M ", "X") +
+                    Lines{"*M W.undo", "*M N.progress.setComplete", "*M V.undo"} + complete +
+                    Lines{" - error: Threaded execution of command 'M' failed with exception: no power",
+                          " - failed(no power, M) [|]", " - finished [|]"}));
+}
+
+TEST_F(ThreadedMacroCommandOrder, AnEmptyMacroForgetsTheFailuresOfTheRunBefore)
+{
+    macro->setContinueOnException(true);
+    fill({makeFailing("X")});
+    manager.addThreadedCommand(macro);
+    macro->setFailCountToThrow(1);
+    EXPECT_FALSE(macro->checkFailCount());
+
+    macro->clear();
+    manager.addThreadedCommand(macro);
+    EXPECT_TRUE(macro->checkFailCount());
 }
 
 TEST_F(ThreadedMacroCommandOrder, AThreadBehindThePassedOverFailureOfANestedMacroIsWaitedFor)
