@@ -383,8 +383,14 @@ TEST_F(CommandQueueHeap, OfABlockThatIsNotNeededIsTakenOverByTheOtherQueue)
     // Each now has a block more than it needs.
     EXPECT_EQ(allocationsOf([&] { queue.reserveOne(other); }), 0U);
     push(queue, EntriesInABlock);
-    EXPECT_EQ(allocationsOf([&] { queue.reserveOne(other); }), 0U) << "the block of the other queue";
-    push(queue, EntriesInABlock);
+    EXPECT_EQ(allocationsOf(
+                  [&]
+                  {
+                      queue.reserveOne(other);
+                      push(queue, EntriesInABlock);
+                  }),
+              0U)
+        << "the block of the other queue";
     EXPECT_EQ(allocationsOf([&] { queue.reserveOne(other); }), 2U) << "a block, and the list of them";
 }
 
