@@ -286,6 +286,8 @@ class Source:
     def simple(self, index, return_type):
         last = index
         while self.tokens[last].text != ";":
+            if self.partner.get(last, last) < last:
+                raise ValueError(f"{self.file}: no statement, {self.slice(index, last)}")
             last = self.partner.get(last, last) + 1
         self.lambdas(index, last)
         text = self.tokens[index].text
@@ -303,7 +305,7 @@ class Source:
     def lambdas(self, first, end):
         index = first
         while index < end:
-            if self.tokens[index].text == "{" and self.is_block(index):
+            if self.tokens[index].text == "{" and self.tokens[index - 1].text in (")", "]"):
                 self.block(index, "")
                 index = self.partner[index]
             index += 1
