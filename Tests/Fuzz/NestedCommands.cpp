@@ -98,7 +98,7 @@ public:
         while (!bytes.empty())
         {
             settled = world.families;
-            const unsigned kind = next() % operations.size();
+            const auto kind = static_cast<unsigned>(next() % operations.size());
             const bool isDone = (this->*operations[kind])();
             const std::string place = " after operation " + std::to_string(kind);
             require(!manager.isProcessingCommand(), "still processing" + place);
