@@ -111,7 +111,11 @@ private:
     {
         const bool succeeded = escaped == Escaped::Nothing && world.succeeded();
         std::vector<std::string> allowed = alsoAllowed;
-        if (succeeded || isNotification())
+        if (row.leftByListeners && isNotification())
+        {
+            allowed = {stateAfter(row.leftByListeners)};
+        }
+        else if (succeeded || isNotification())
         {
             allowed.push_back(after);
         }

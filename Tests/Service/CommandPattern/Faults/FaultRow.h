@@ -40,6 +40,8 @@ struct FaultRow
     /// The states that a failure may leave in addition to the one before, each as what leads to it; without
     /// any the guarantee is the strong one.
     Steps mayLeave = Steps();
+    /// What a failure of who is told leaves and nothing else; empty where that comes when all is done.
+    Step leftByListeners = Step();
     /// Whether the operation calls anything that might throw.
     bool callsOut = true;
     /// Whether it allocates.
