@@ -55,6 +55,17 @@ void fillWithoutRedo(ManagerWorld& world)
     world.fill("C");
 }
 
+void stopTracing(ManagerWorld& /*world*/)
+{
+    Services::stopTracing();
+}
+
+/// What cannot be told of a command is no matter of memory.
+ManagerRow::Steps undoneForGoodByCallee()
+{
+    return everyCalleeCanFail ? ManagerRow::Steps{undoneForGood} : ManagerRow::Steps{};
+}
+
 void undoAll(ManagerWorld& world)
 {
     world.manager.undoAll();
@@ -74,6 +85,10 @@ const std::vector<ManagerRow> undoRows = {
      .prepare = filledWith("a"),
      .operation = undo(1),
      .mayLeave = {reverted('a'), undoneForGood}},
+    {.name = "Undo without traces into an empty queue",
+     .prepare = both(filledWith("ab"), stopTracing),
+     .operation = undo(1),
+     .mayLeave = undoneForGoodByCallee()},
     {.name = "Undo past a save point",
      .prepare = fillAndSave,
      .operation = undo(2),
@@ -108,6 +123,9 @@ const std::vector<ManagerRow> redoRows = {
      .prepare = filledWith("A"),
      .operation = redo(1),
      .mayLeave = {applied('a')}},
+    {.name = "Redo without traces into an empty queue",
+     .prepare = both(filledWith("A"), stopTracing),
+     .operation = redo(1)},
     {.name = "Redo up to a save point",
      .prepare = both(fillAndSave, undo(2)),
      .operation = redo(2),

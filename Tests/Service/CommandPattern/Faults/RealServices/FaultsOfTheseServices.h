@@ -22,6 +22,8 @@ public:
     Services& operator=(const Services&) = delete;
     ~Services();
 
+    static void stopTracing();
+
     static void setThreadingMode(ThreadManager& threads, int mode)
     {
         threads.setThreadingMode(mode);

@@ -31,6 +31,11 @@ Services::Services()
         });
 }
 
+void Services::stopTracing()
+{
+    forAllLoggers([](spdlog::logger& logger) { logger.set_level(spdlog::level::err); });
+}
+
 Services::~Services()
 {
     forAllLoggers([](spdlog::logger& logger) { logger.set_level(spdlog::level::off); });

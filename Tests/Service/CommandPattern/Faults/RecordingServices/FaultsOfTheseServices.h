@@ -46,6 +46,11 @@ public:
         takeJournal();
     }
 
+    static void stopTracing()
+    {
+        Logging::traceEnabled = false;
+    }
+
     static void setThreadingMode(ThreadManager& threads, int mode)
     {
         threads.mode = mode;
