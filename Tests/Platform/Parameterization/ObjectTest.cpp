@@ -41,7 +41,12 @@ using namespace std::string_view_literals;
 
 constexpr auto fromRoot = RequestedPathType::FromRoot;
 constexpr auto emptyIfMissing = GetObjectBehavior::EmptyIfMissing;
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+// Enough to overflow the stack many times over, and the sanitizers are slow.
+constexpr int deep = 100'000;
+#else
 constexpr int deep = 1'000'000;
+#endif
 constexpr int wide = 100'000;
 
 std::shared_ptr<Object> make(const std::string& key)
