@@ -3,7 +3,7 @@
 // the first.
 
 #include "Service/CommandPattern/DelayedInitializedCommand.h"
-#include "Tests/Platform/Parameterization/AllocationControl.h"
+#include "Tests/Allocations/Allocations.h"
 #include "Tests/Service/CommandPattern/ScriptedCommand.h"
 
 #include <gtest/gtest.h>

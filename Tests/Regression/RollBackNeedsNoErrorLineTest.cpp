@@ -3,7 +3,7 @@
 // half a macro stayed done that nobody could undo.
 
 #include "Service/CommandPattern/MacroCommand.h"
-#include "Tests/Platform/Parameterization/AllocationControl.h"
+#include "Tests/Allocations/Allocations.h"
 #include "Tests/Service/CommandPattern/ScriptedCommand.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "Platform/Logging/Logging.h"
 
-#include "Tests/Platform/Logging/AllocationCount.h"
+#include "Tests/Allocations/Allocations.h"
 #include "Tests/Platform/Logging/RecordingSink.h"
 
 #include <gmock/gmock.h>
@@ -349,15 +349,15 @@ TEST_F(LoggingTest, ALineThatIsOffAllocatesNothing)
 {
     const Logging logging("Service/Pump");
     const std::string text(1000, 'x');
-    const auto before = Valdane::Testing::allocationCount();
+    const auto before = ValdaneTests::allocationCount();
     ::operator delete(::operator new(1));
-    ASSERT_EQ(Valdane::Testing::allocationCount(), before + 1) << "the counter counts";
+    ASSERT_EQ(ValdaneTests::allocationCount(), before + 1) << "the counter counts";
     for (int i = 0; i < 100; ++i)
     {
         ASSERT_FALSE(logging.isTraceEnabled());
         logging.logTRACE(text, "Some/File.cpp", "void f()", i);
     }
-    EXPECT_EQ(Valdane::Testing::allocationCount(), before + 1);
+    EXPECT_EQ(ValdaneTests::allocationCount(), before + 1);
 }
 
 TEST_F(LoggingTest, ThreadsThatMakeObjectsOfOneNameAtOnceShareTheLogger)

@@ -1,6 +1,6 @@
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
 
-#include "Tests/Platform/Parameterization/AllocationControl.h"
+#include "Tests/Allocations/Allocations.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -4,7 +4,7 @@
 #include "Platform/GeneralServices/NameInterface.h"
 #include "Platform/Parameterization/AttributeDescription.h"
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
-#include "Tests/Platform/Parameterization/AllocationControl.h"
+#include "Tests/Allocations/Allocations.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

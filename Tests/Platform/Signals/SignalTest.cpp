@@ -2,12 +2,13 @@
 
 #include "Platform/Signals/Connection.h"
 #include "Platform/Signals/Slot.h"
-#include "Tests/Platform/Signals/AllocationProbe.h"
+#include "Tests/Allocations/Allocations.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <new>
 #include <stdexcept>
@@ -25,9 +26,10 @@ using Valdane::Signals::Connection;
 using Valdane::Signals::ConnectPosition;
 using Valdane::Signals::Signal;
 using Valdane::Signals::Slot;
-using Valdane::Signals::Test::allocationCount;
-using Valdane::Signals::Test::AllocationFailure;
-using Valdane::Signals::Test::liveAllocationCount;
+using ValdaneTests::allocationCount;
+using ValdaneTests::AllocationsThatFail;
+using ValdaneTests::FailingAllocation;
+using ValdaneTests::HeapUse;
 
 using NoArguments = Signal<void()>;
 
@@ -423,21 +425,21 @@ TEST_F(SignalTest, IsUnchangedWhenAConnectRunsOutOfMemory)
     const std::vector<int> large(100);
     const Slot<void()> slot = Slot<void()>([this, large, owner] { seen.push_back(1); }).track(owner);
     const long usesBefore = owner.use_count();
-    const std::size_t liveBefore = liveAllocationCount();
+    const std::uint64_t blocksBefore = HeapUse::now().blocks;
     std::size_t failures = 0;
     Connection connection;
     while (!connection.connected())
     {
         try
         {
-            const AllocationFailure failure(failures);
+            const FailingAllocation failure(failures, AllocationsThatFail::AllFromThereOn);
             connection = signal.connect(slot);
         }
         catch (const std::bad_alloc&)
         {
             ++failures;
             ASSERT_EQ(owner.use_count(), usesBefore);
-            ASSERT_EQ(liveAllocationCount(), liveBefore);
+            ASSERT_EQ(HeapUse::now().blocks, blocksBefore);
         }
         ASSERT_EQ(emit().size(), connection.connected() ? 1U : 0U);
     }

@@ -1,6 +1,6 @@
 #include "Service/CommandPattern/CommandQueue.h"
 
-#include "Scale/HeapUse.h"
+#include "../../Allocations/Allocations.h"
 #include "Service/CommandPattern/CommandBase.h"
 
 #include <gtest/gtest.h>
@@ -18,6 +18,8 @@ namespace Valdane
 {
 namespace
 {
+
+using ValdaneTests::HeapUse;
 
 class DyingCommand : public CommandBase
 {

@@ -8,7 +8,7 @@
 #include "Service/CommandPattern/SetAttributeCmd.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
-#include "Tests/Service/CommandPattern/Scale/HeapUse.h"
+#include "Tests/Allocations/Allocations.h"
 #include "Tests/Service/CommandPattern/SmallStack.h"
 
 #include <gtest/gtest.h>
@@ -36,6 +36,8 @@ namespace Valdane
 {
 namespace
 {
+
+using ValdaneTests::HeapUse;
 
 /// What n is at first.
 #ifdef __SANITIZE_ADDRESS__

@@ -2,7 +2,7 @@
 
 #include "../FaultRow.h"
 #include "Platform/Multitasking/ThreadManager.h"
-#include "Tests/Platform/Parameterization/AllocationControl.h"
+#include "Tests/Allocations/Allocations.h"
 
 #include <chrono>
 #include <cstddef>

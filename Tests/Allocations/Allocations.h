@@ -1,12 +1,23 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 namespace ValdaneTests
 {
 
 /// How often this thread has called operator new so far.
 std::size_t allocationCount() noexcept;
+
+/// What the whole program has got from operator new.
+struct HeapUse
+{
+    std::uint64_t allocations = 0; ///< since the program's start
+    std::uint64_t blocks = 0;      ///< in use
+    std::uint64_t bytes = 0;       ///< in use, as the allocator rounds them
+
+    static HeapUse now() noexcept;
+};
 
 enum class AllocationsThatFail
 {
