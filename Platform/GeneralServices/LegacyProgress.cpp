@@ -78,6 +78,86 @@ private:
     std::vector<std::weak_ptr<const Callback>> callbacks;
 };
 
+// These are needed for each undo and redo, hence inline and before their uses.
+
+// Without children it is above nothing: macros attach many leaves under a deep tree.
+inline bool LegacyProgress::isAtOrAbove(const LegacyProgress& other) const noexcept
+{
+    const auto* candidate = &other;
+    while (firstChild != nullptr && candidate != nullptr && candidate != this)
+    {
+        candidate = candidate->parent;
+    }
+    return candidate == this;
+}
+
+inline LegacyProgress* LegacyProgress::asAttachable(const std::shared_ptr<Progress>& sub) const noexcept
+{
+    Progress* const candidate = sub.get();
+    // Most are of this very class, which is quicker to see than a derived one.
+    auto* child = candidate != nullptr && typeid(*candidate) == typeid(LegacyProgress)
+                      ? static_cast<LegacyProgress*>(candidate)
+                      : dynamic_cast<LegacyProgress*>(candidate);
+    return child == nullptr || child->isAtOrAbove(*this) ? nullptr : child;
+}
+
+inline void LegacyProgress::detach() noexcept
+{
+    if (nextSibling != nullptr)
+    {
+        nextSibling->previousSibling = previousSibling;
+    }
+    if (previousSibling != nullptr)
+    {
+        previousSibling->nextSibling = nextSibling;
+    }
+    else if (parent != nullptr)
+    {
+        parent->firstChild = nextSibling;
+    }
+    parent = previousSibling = nextSibling = nullptr;
+}
+
+inline void LegacyProgress::detachChildren() noexcept
+{
+    while (firstChild != nullptr)
+    {
+        firstChild->detach();
+    }
+}
+
+inline void LegacyProgress::attach(LegacyProgress& child, int from, int to, bool followsReset) noexcept
+{
+    child.detach();
+    child.parent = this;
+    child.nextSibling = std::exchange(firstChild, &child);
+    if (child.nextSibling != nullptr)
+    {
+        child.nextSibling->previousSibling = &child;
+    }
+    child.rangeStart = static_cast<std::uint32_t>(from);
+    child.rangeEnd = static_cast<std::uint32_t>(to) & 0x7fff'ffffU;
+    child.isFollowedOnReset = followsReset ? 1 : 0;
+}
+
+inline void LegacyProgress::place(double newPosition, Changes& changes)
+{
+    if (newPosition != progress())
+    {
+        position.store(newPosition, std::memory_order_relaxed);
+        changes.add(*this);
+    }
+}
+
+inline void LegacyProgress::restart(Changes& changes)
+{
+    place(0.0, changes);
+    for (auto* child = this; child->parent != nullptr && child->isFollowedOnReset == 1; child = child->parent)
+    {
+        child->parent->place(child->positionInParent(), changes);
+    }
+}
+
 LegacyProgress::LegacyProgress() noexcept = default;
 
 LegacyProgress::~LegacyProgress()
@@ -89,7 +169,9 @@ LegacyProgress::~LegacyProgress()
 
 void LegacyProgress::reset()
 {
-    restart().tell();
+    Changes changes;
+    restart(changes);
+    changes.tell();
 }
 
 void LegacyProgress::setComplete()
@@ -134,7 +216,8 @@ void LegacyProgress::setSubProgress(std::shared_ptr<Progress> sub, int percent, 
 {
     auto* child = asAttachable(sub);
     detachChildren();
-    const auto changes = restart();
+    Changes changes;
+    restart(changes);
     if (child != nullptr)
     {
         const auto share = std::int64_t{FullRange} * std::clamp(percent, 0, 100) / 100 / std::max(parts, 1);
@@ -188,79 +271,10 @@ void LegacyProgress::setChangeCallback(std::function<void()> callback)
     record.callback.swap(shared);
 }
 
-// Without children it is above nothing: macros attach many leaves under a deep tree.
-bool LegacyProgress::isAtOrAbove(const LegacyProgress& other) const noexcept
-{
-    const auto* candidate = &other;
-    while (firstChild != nullptr && candidate != nullptr && candidate != this)
-    {
-        candidate = candidate->parent;
-    }
-    return candidate == this;
-}
-
-LegacyProgress* LegacyProgress::asAttachable(const std::shared_ptr<Progress>& sub) const noexcept
-{
-    Progress* const candidate = sub.get();
-    // Most are of this very class, which is quicker to see than a derived one.
-    auto* child = candidate != nullptr && typeid(*candidate) == typeid(LegacyProgress)
-                      ? static_cast<LegacyProgress*>(candidate)
-                      : dynamic_cast<LegacyProgress*>(candidate);
-    return child == nullptr || child->isAtOrAbove(*this) ? nullptr : child;
-}
-
-void LegacyProgress::attach(LegacyProgress& child, int from, int to, bool followsReset) noexcept
-{
-    child.detach();
-    child.parent = this;
-    child.nextSibling = std::exchange(firstChild, &child);
-    if (child.nextSibling != nullptr)
-    {
-        child.nextSibling->previousSibling = &child;
-    }
-    child.rangeStart = static_cast<std::uint32_t>(from);
-    child.rangeEnd = static_cast<std::uint32_t>(to) & 0x7fff'ffffU;
-    child.isFollowedOnReset = followsReset ? 1 : 0;
-}
-
-void LegacyProgress::detach() noexcept
-{
-    if (nextSibling != nullptr)
-    {
-        nextSibling->previousSibling = previousSibling;
-    }
-    if (previousSibling != nullptr)
-    {
-        previousSibling->nextSibling = nextSibling;
-    }
-    else if (parent != nullptr)
-    {
-        parent->firstChild = nextSibling;
-    }
-    parent = previousSibling = nextSibling = nullptr;
-}
-
-void LegacyProgress::detachChildren() noexcept
-{
-    while (firstChild != nullptr)
-    {
-        firstChild->detach();
-    }
-}
-
 // Exact at both ends, also where the range is narrow.
 double LegacyProgress::positionInParent() const noexcept
 {
     return rangeStart + (static_cast<double>(rangeEnd - rangeStart) * fraction());
-}
-
-void LegacyProgress::place(double newPosition, Changes& changes)
-{
-    if (newPosition != progress())
-    {
-        position.store(newPosition, std::memory_order_relaxed);
-        changes.add(*this);
-    }
 }
 
 // Everybody above follows, also past a progress that does not move: the one above it may have started anew.
@@ -270,17 +284,6 @@ void LegacyProgress::report(Changes& changes)
     {
         child->parent->place(std::max(child->parent->progress(), child->positionInParent()), changes);
     }
-}
-
-LegacyProgress::Changes LegacyProgress::restart()
-{
-    Changes changes;
-    place(0.0, changes);
-    for (auto* child = this; child->parent != nullptr && child->isFollowedOnReset == 1; child = child->parent)
-    {
-        child->parent->place(child->positionInParent(), changes);
-    }
-    return changes;
 }
 
 LegacyProgress::Watch& LegacyProgress::getOrMakeWatch()

@@ -129,7 +129,7 @@ private:
     double positionInParent() const noexcept;
     void place(double newPosition, Changes& changes);
     void report(Changes& changes);
-    Changes restart();
+    void restart(Changes& changes);
     Watch& getOrMakeWatch();
 
     std::atomic<double> position{0.0};

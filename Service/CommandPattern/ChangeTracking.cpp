@@ -9,6 +9,8 @@ namespace Valdane
 
 const EntryModules EntryModules::none;
 
+EntryModules::~EntryModules() = default;
+
 namespace
 {
 
@@ -80,7 +82,7 @@ void ChangeTracking::keepPosition(const CommandQueue& undoQueue, const CommandQu
     }
 }
 
-QueuedCommand ChangeTracking::makeEntry(std::shared_ptr<CommandBase> command, const ModuleSet& modules,
+QueuedCommand ChangeTracking::makeEntry(std::shared_ptr<CommandBase>&& command, const ModuleSet& modules,
                                         const CommandQueue& undoQueue) const
 {
     QueuedCommand entry;

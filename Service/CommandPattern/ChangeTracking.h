@@ -27,7 +27,7 @@ struct ChangeTracking
     /// An entry for a command that modified @p modules, to be put on top of @p undoQueue.
     ///
     /// Its sets are those of its neighbours where no module joins, and one for all trackers where those are.
-    QueuedCommand makeEntry(std::shared_ptr<CommandBase> command, const ModuleSet& modules,
+    QueuedCommand makeEntry(std::shared_ptr<CommandBase>&& command, const ModuleSet& modules,
                             const CommandQueue& undoQueue) const;
 
     /// The modules that differ at the position between the queues.

@@ -9,6 +9,8 @@
 #include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
 
+#include <boost/smart_ptr/make_local_shared.hpp>
+
 #include <cstddef>
 #include <limits>
 #include <optional>
@@ -30,6 +32,13 @@ std::shared_ptr<const CommandBase> topOf(const CommandQueue& queue)
 std::string descriptionOf(const CommandBase* command)
 {
     return command == nullptr ? std::string() : command->getDescription();
+}
+
+// For somebody who only looks at it as long as the command lives: without atomic operations, as each command
+// that is undone or redone needs it.
+std::shared_ptr<Progress> borrowedProgressOf(CommandBase& command)
+{
+    return {std::shared_ptr<void>(), command.getProgressPtr()};
 }
 
 // Whether a command that ran as a thread is one for the undo queue.
@@ -72,7 +81,7 @@ std::list<std::string> collectDescriptions(const CommandQueue& queue)
 CommandManager::Private::Private()
     : threadManager(std::make_shared<ThreadManager>()),
       progress(std::make_shared<LegacyProgress>()),
-      moduleAccessInterface(std::make_shared<ModuleAccessInterface>())
+      moduleAccessInterface(boost::make_local_shared<ModuleAccessInterface>())
 {
 }
 
@@ -82,7 +91,7 @@ CommandManager::Private::~Private()
     threadManager.reset();
 }
 
-void CommandManager::Private::execute(CommandBase& command, const std::source_location& place) const
+inline void CommandManager::Private::execute(CommandBase& command, const std::source_location& place) const
 {
     progressOf(command).reset();
     trace("Execute command '", command, "'...", place);
@@ -135,7 +144,7 @@ void CommandManager::Private::logException(const std::exception& exception, cons
     logger.logERROR(message, here.file_name(), here.function_name(), static_cast<int>(here.line()));
 }
 
-std::shared_ptr<CommandBase> CommandManager::Private::mergeWithPending(std::shared_ptr<CommandBase> command)
+std::shared_ptr<CommandBase> CommandManager::Private::mergeWithPending(std::shared_ptr<CommandBase>&& command)
 {
     auto macro = std::make_shared<MacroCommand>(command->getDescription());
     macro->addCommand(std::move(command));
@@ -147,7 +156,7 @@ std::shared_ptr<CommandBase> CommandManager::Private::mergeWithPending(std::shar
     return macro;
 }
 
-void CommandManager::Private::record(std::shared_ptr<CommandBase> command)
+inline void CommandManager::Private::record(std::shared_ptr<CommandBase>&& command)
 {
     if (commandsToMerge.empty())
     {
@@ -170,7 +179,7 @@ void CommandManager::Private::record(std::shared_ptr<CommandBase> command)
     }
 }
 
-void CommandManager::Private::enqueue(std::shared_ptr<CommandBase> command)
+inline void CommandManager::Private::enqueue(std::shared_ptr<CommandBase>&& command)
 {
     const ModuleSet modules(moduleAccess()->getModifiedModulesFromBusiness());
     undoQueue.pushBack(tracking.makeEntry(std::move(command), modules, undoQueue));
@@ -242,11 +251,6 @@ void CommandManager::Private::windUp(std::uint64_t run)
     }
 }
 
-std::shared_ptr<ModuleAccessInterface> CommandManager::Private::moduleAccess() const
-{
-    return moduleAccessInterface;
-}
-
 void CommandManager::Private::enforceLimit()
 {
     limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);
@@ -259,15 +263,7 @@ std::set<const Object*> CommandManager::Private::modifiedModules(std::uint64_t t
     return modules;
 }
 
-void CommandManager::Private::removeTop(CommandQueue& queue, const std::shared_ptr<CommandBase>& command)
-{
-    if (!queue.empty() && queue.back().command == command)
-    {
-        queue.takeBack();
-    }
-}
-
-void CommandManager::Private::keepForRedo(QueuedCommand&& entry)
+inline void CommandManager::Private::keepForRedo(QueuedCommand&& entry)
 {
     try
     {
@@ -373,19 +369,21 @@ bool CommandManager::undo(std::uint64_t count)
     {
         // First, so that no command is undone that could not be kept for redo.
         d->redoQueue.reserveOne(d->undoQueue);
-        QueuedCommand entry = d->undoQueue.back();
+        CommandBase& command = *d->undoQueue.back().command;
+        CommandQueue::Hold undone(d->undoQueue);
         const auto work = [&]
         {
-            d->progress->setSubProgress(entry.command->getProgress(), 100, 1);
-            trace("Execute Undo command '", *entry.command, "'...", here);
-            entry.command->undo();
-            trace("Undo command '", *entry.command, "' executed.", here);
+            d->progress->setSubProgress(borrowedProgressOf(command), 100, 1);
+            trace("Execute Undo command '", command, "'...", here);
+            command.undo();
+            trace("Undo command '", command, "' executed.", here);
         };
-        if (!d->process(*entry.command, "Undo", false, work))
+        if (!d->process(command, "Undo", false, work))
         {
             return false;
         }
-        Private::removeTop(d->undoQueue, entry.command);
+        // Lives until the listeners have heard of it, whether it is kept or not.
+        QueuedCommand entry = undone.take();
         d->keepForRedo(std::move(entry));
         d->moduleAccess()->markAllModulesInBusinessAsUnmodified();
         d->sigCommandUndone();
@@ -401,21 +399,22 @@ bool CommandManager::redo(std::uint64_t count)
     {
         // First, so that no command is redone that could not be kept for undo.
         d->undoQueue.reserveOne(d->redoQueue);
-        const QueuedCommand entry = d->redoQueue.back();
+        CommandBase& command = *d->redoQueue.back().command;
+        CommandQueue::Hold redone(d->redoQueue);
         const auto work = [&]
         {
-            d->progress->setSubProgress(entry.command->getProgress(), 100, 1);
-            trace("Execute Redo command '", *entry.command, "'...", here);
-            entry.command->redo();
-            trace("Redo command '", *entry.command, "' executed.", here);
+            d->progress->setSubProgress(borrowedProgressOf(command), 100, 1);
+            trace("Execute Redo command '", command, "'...", here);
+            command.redo();
+            trace("Redo command '", command, "' executed.", here);
         };
-        if (!d->process(*entry.command, "Redo", false, work))
+        if (!d->process(command, "Redo", false, work))
         {
             return false;
         }
-        // In this order, because only the first step can fail.
-        d->undoQueue.pushBack(QueuedCommand(entry));
-        Private::removeTop(d->redoQueue, entry.command);
+        // Again, as the command may have used up the place: taking and putting cannot fail then.
+        d->undoQueue.reserveOne(d->redoQueue);
+        d->undoQueue.pushBack(redone.take());
         d->moduleAccess()->markAllModulesInBusinessAsUnmodified();
         d->sigCommandExecuted();
         d->sigCommandQueueChanged(CommandRedone);
@@ -524,7 +523,9 @@ void CommandManager::setProgress(std::shared_ptr<Progress> progress)
 
 void CommandManager::setModuleAccessInterface(std::shared_ptr<ModuleAccessInterface> moduleAccess)
 {
-    d->moduleAccessInterface = std::move(moduleAccess);
+    ModuleAccessInterface* const used = moduleAccess.get();
+    d->moduleAccessInterface = boost::local_shared_ptr<ModuleAccessInterface>(
+        used, [kept = std::move(moduleAccess)](ModuleAccessInterface*) {});
 }
 
 std::set<const Object*> CommandManager::getModifiedModules(std::uint64_t tracker) const

@@ -220,7 +220,7 @@ public:
 
     /// Installs what tells the manager about the application's modules, in place of the previous one.
     ///
-    /// @pre not empty (not checked).
+    /// @pre not empty (not checked). @throws std::bad_alloc, the previous one then staying.
     void setModuleAccessInterface(std::shared_ptr<ModuleAccessInterface> moduleAccess);
 
     /// The modules that differ from what was saved last for @p tracker: those that the commands between that

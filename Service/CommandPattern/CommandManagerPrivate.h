@@ -9,6 +9,8 @@
 #include "Service/CommandPattern/ModuleAccessInterface.h"
 #include "Service/CommandPattern/QueueLimit.h"
 
+#include <boost/smart_ptr/local_shared_ptr.hpp>
+
 #include <cstdint>
 #include <exception>
 #include <list>
@@ -62,13 +64,13 @@ public:
     void logFurtherFailure(const std::exception& exception, const char* context, const CommandBase* command);
 
     /// The macro of @p command and of all that waits to be merged with it.
-    std::shared_ptr<CommandBase> mergeWithPending(std::shared_ptr<CommandBase> command);
+    std::shared_ptr<CommandBase> mergeWithPending(std::shared_ptr<CommandBase>&& command);
 
     /// Puts a command that was executed, and all that waits to be merged with it, on top of the undo queue.
-    void record(std::shared_ptr<CommandBase> command);
+    void record(std::shared_ptr<CommandBase>&& command);
 
     /// Puts @p command on top of the undo queue, with the modules that are modified now.
-    void enqueue(std::shared_ptr<CommandBase> command);
+    void enqueue(std::shared_ptr<CommandBase>&& command);
 
     void enforceLimit();
 
@@ -125,14 +127,13 @@ public:
     void attempt(const char* context, const CommandBase* command, const Step& step);
 
     /// What tells about the modules, kept alive while it is called, as it may install another one.
-    std::shared_ptr<ModuleAccessInterface> moduleAccess() const;
+    boost::local_shared_ptr<ModuleAccessInterface> moduleAccess() const
+    {
+        return moduleAccessInterface;
+    }
 
     /// The modules that differ from the save point of @p tracker.
     std::set<const Object*> modifiedModules(std::uint64_t tracker) const;
-
-    /// Removes the entry of @p command from the top of @p queue; another entry stays there, since a command
-    /// may have changed the queues while it ran.
-    static void removeTop(CommandQueue& queue, const std::shared_ptr<CommandBase>& command);
 
     /// Puts an undone entry on top of the redo queue. If its command is not redo-capable, or fails to tell,
     /// the older ones there could not be redone without it, so that the redo queue is emptied instead.
@@ -147,7 +148,8 @@ public:
     std::shared_ptr<ThreadManager> threadManager;
     std::shared_ptr<CommandBase> currentThreadedCommand;
     std::shared_ptr<LegacyProgress> progress;
-    std::shared_ptr<ModuleAccessInterface> moduleAccessInterface;
+    /// Keeps the application's pointer, and is copied without atomic operations.
+    boost::local_shared_ptr<ModuleAccessInterface> moduleAccessInterface;
     bool processingCommand = false;
     Signals::Signal<void()> sigUndoRedoProcessCompleted;
     Signals::Signal<void(QueueChangeReason)> sigCommandQueueChanged;

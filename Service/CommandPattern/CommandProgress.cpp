@@ -8,11 +8,12 @@ namespace Valdane
 
 LegacyProgress& progressOf(CommandBase& command)
 {
-    if (command.getProgressPtr() == nullptr)
+    LegacyProgress* const progress = command.getProgressPtr();
+    if (progress == nullptr)
     {
         throw VdException("The command was moved from and can no longer run.");
     }
-    return *command.getProgressPtr();
+    return *progress;
 }
 
 } // namespace Valdane

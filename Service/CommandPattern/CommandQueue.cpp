@@ -13,6 +13,7 @@ CommandQueue::~CommandQueue()
 
 QueuedCommand CommandQueue::takeFront() noexcept
 {
+    endHold();
     QueuedCommand taken = takeFrom(placeAt(0));
     --count;
     ++skipped;
@@ -34,10 +35,12 @@ void CommandQueue::dropAll() noexcept
     {
         return;
     }
+    endHold();
     CommandQueue dropped;
     std::swap(dropped.blocks, blocks);
     std::swap(dropped.skipped, skipped);
     std::swap(dropped.count, count);
+    std::swap(dropped.last, last);
 }
 
 void CommandQueue::addBlock(CommandQueue& other)

@@ -23,6 +23,8 @@ namespace Valdane
 class CommandQueue
 {
 public:
+    class Hold;
+
     CommandQueue() noexcept = default;
     CommandQueue(const CommandQueue&) = delete;
     CommandQueue& operator=(const CommandQueue&) = delete;
@@ -60,7 +62,7 @@ public:
     /// @pre not empty (not checked).
     const QueuedCommand& back() const noexcept
     {
-        return (*this)[count - 1];
+        return last->entry;
     }
 
     /// Makes sure that the next pushBack() does not fail. @throws std::bad_alloc
@@ -79,7 +81,9 @@ public:
     void pushBack(QueuedCommand&& entry)
     {
         reserveOne(*this);
-        std::construct_at(&placeAt(count).entry, std::move(entry));
+        endHold();
+        last = isBlockLimit() ? &placeAt(count) : last + 1;
+        std::construct_at(&last->entry, std::move(entry));
         ++count;
     }
 
@@ -89,11 +93,17 @@ public:
     /// @pre not empty (not checked).
     QueuedCommand takeBack() noexcept
     {
+        endHold();
+        QueuedCommand taken = takeFrom(*last);
         --count;
-        QueuedCommand taken = takeFrom(placeAt(count));
-        if ((skipped + count) % BlockSize == 0)
+        if (isBlockLimit())
         {
             dropSpareBlock();
+            last = empty() ? nullptr : &placeAt(count - 1);
+        }
+        else
+        {
+            --last;
         }
         return taken;
     }
@@ -119,6 +129,12 @@ private:
 
     using Block = std::array<Place, BlockSize>;
 
+    /// Whether the place behind the entries is not in the same block as the last of them.
+    bool isBlockLimit() const noexcept
+    {
+        return count == 0 || (skipped + count) % BlockSize == 0;
+    }
+
     Place& placeAt(std::size_t index) const noexcept
     {
         return (*blocks[(skipped + index) / BlockSize])[(skipped + index) % BlockSize];
@@ -131,6 +147,7 @@ private:
         return taken;
     }
 
+    void endHold() noexcept;
     void addBlock(CommandQueue& other);
     bool hasSpareBlock() const noexcept;
     void dropSpareBlock() noexcept;
@@ -140,6 +157,73 @@ private:
     /// The places before the oldest entry; less than a block.
     std::size_t skipped = 0;
     std::size_t count = 0;
+    /// The place of the entry at the back, if there is one.
+    Place* last = nullptr;
+    /// Of the entry at the back.
+    Hold* hold = nullptr;
 };
+
+/// The entry at the back of a queue, whose command stays alive while it runs, whatever it does with the queues.
+///
+/// The entry is copied only when the queue is about to change: copying a shared pointer is dear.
+class CommandQueue::Hold
+{
+public:
+    /// @pre @p heldQueue is not empty, and outlives this (not checked).
+    explicit Hold(CommandQueue& heldQueue) noexcept
+        : queue(heldQueue), modules(heldQueue.back().sharedModules)
+    {
+        queue.endHold();
+        queue.hold = this;
+    }
+
+    Hold(const Hold&) = delete;
+    Hold& operator=(const Hold&) = delete;
+
+    ~Hold()
+    {
+        if (isInQueue())
+        {
+            queue.hold = nullptr;
+        }
+    }
+
+    /// The entry as it was in the beginning. Removes it from the queue if it is, or is again, at the back.
+    QueuedCommand take() noexcept
+    {
+        if (isInQueue())
+        {
+            queue.hold = nullptr;
+            QueuedCommand taken = queue.takeBack();
+            taken.sharedModules.swap(modules);
+            return taken;
+        }
+        if (!queue.empty() && queue.back().command == kept)
+        {
+            queue.takeBack();
+        }
+        return {std::move(kept), std::move(modules)};
+    }
+
+private:
+    friend class CommandQueue;
+
+    bool isInQueue() const noexcept
+    {
+        return queue.hold == this;
+    }
+
+    CommandQueue& queue;
+    boost::intrusive_ptr<const EntryModules> modules;
+    std::shared_ptr<CommandBase> kept;
+};
+
+inline void CommandQueue::endHold() noexcept
+{
+    if (hold != nullptr)
+    {
+        std::exchange(hold, nullptr)->kept = back().command;
+    }
+}
 
 } // namespace Valdane

@@ -18,6 +18,11 @@ using TrackedModules = std::array<ModuleSet, CommandManager::ChangeTrackerCount>
 /// The module sets of an entry.
 struct EntryModules : boost::intrusive_ref_counter<EntryModules, boost::thread_unsafe_counter>
 {
+    EntryModules() = default;
+    EntryModules(const EntryModules&) = default;
+    EntryModules& operator=(const EntryModules&) = default;
+    ~EntryModules(); // apart, as most entries that are destroyed have none
+
     TrackedModules modulesBefore; ///< differ from the tracker's save point while the command is not applied
     TrackedModules modulesAfter;  ///< differ from the tracker's save point while the command is applied
     ModuleSet modulesOfCommand;   ///< were modified right after the command was executed

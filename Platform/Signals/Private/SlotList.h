@@ -82,7 +82,8 @@ private:
         first = std::move(node);
     }
 
-    void remove(SlotNode& node) noexcept
+    // Rare; inlined, it would weigh on the walk.
+    [[gnu::noinline]] void remove(SlotNode& node) noexcept
     {
         const boost::intrusive_ptr<SlotNode> removed(&node);
         unlink(node);

@@ -253,6 +253,117 @@ TEST_F(CommandQueueTest, EntriesMoveBetweenTwoQueues)
     EXPECT_EQ(dead, "");
 }
 
+TEST_F(CommandQueueTest, AHeldEntryStaysInTheQueueUntilItIsTaken)
+{
+    push("a");
+    push("b");
+    {
+        CommandQueue::Hold hold(queue);
+        EXPECT_EQ(names(), "a b ");
+        EXPECT_EQ(nameOf(hold.take()), "b");
+        EXPECT_EQ(names(), "a ");
+    }
+    EXPECT_EQ(dead, "b ");
+    {
+        const CommandQueue::Hold hold(queue);
+    }
+    EXPECT_EQ(names(), "a ");
+    EXPECT_EQ(dead, "b ");
+}
+
+TEST_F(CommandQueueTest, AHeldEntryLivesHoweverItLeavesTheQueue)
+{
+    const std::function<void()> removals[] = {
+        [this] { queue.takeBack(); },
+        [this] { queue.takeFront(); },
+        [this] { queue.dropAll(); },
+        [this]
+        {
+            push("b");
+            queue.dropAll();
+        },
+    };
+    for (const auto& remove : removals)
+    {
+        push("a");
+        {
+            CommandQueue::Hold hold(queue);
+            remove();
+            EXPECT_EQ(dead.find('a'), std::string::npos);
+            EXPECT_TRUE(queue.empty());
+            EXPECT_EQ(nameOf(hold.take()), "a");
+        }
+        EXPECT_NE(dead.find('a'), std::string::npos);
+        dead.clear();
+    }
+}
+
+TEST_F(CommandQueueTest, AHeldEntryThatIsNotTakenDiesWithItsHold)
+{
+    push("a");
+    {
+        const CommandQueue::Hold hold(queue);
+        queue.takeBack();
+        push("b");
+        EXPECT_EQ(dead, "");
+    }
+    EXPECT_EQ(dead, "a ");
+    queue.dropAll();
+    EXPECT_EQ(dead, "a b ");
+}
+
+TEST_F(CommandQueueTest, TakingAHeldEntryRemovesItOnlyFromTheBack)
+{
+    push("a");
+    CommandQueue::Hold below(queue);
+    push("b");
+    EXPECT_EQ(nameOf(below.take()), "a");
+    EXPECT_EQ(names(), "a b ");
+
+    CommandQueue::Hold again(queue);
+    queue.pushBack(queue.takeBack());
+    EXPECT_EQ(nameOf(again.take()), "b");
+    EXPECT_EQ(names(), "a ");
+}
+
+TEST_F(CommandQueueTest, WhatIsTakenFromAHoldIsTheEntryAsItWas)
+{
+    push("a");
+    queue[0].sharedModules = new EntryModules;
+    const auto modules = queue.back().sharedModules;
+    for (const bool leaves : {false, true})
+    {
+        CommandQueue::Hold hold(queue);
+        queue[0].sharedModules = nullptr;
+        if (leaves)
+        {
+            queue.takeBack();
+        }
+        QueuedCommand taken = hold.take();
+        EXPECT_EQ(nameOf(taken), "a");
+        EXPECT_EQ(taken.sharedModules, modules);
+        queue.pushBack(std::move(taken));
+    }
+}
+
+TEST_F(CommandQueueTest, HoldsMayNest)
+{
+    push("a");
+    push("b");
+    {
+        CommandQueue::Hold outer(queue);
+        CommandQueue::Hold inner(queue);
+        EXPECT_EQ(nameOf(inner.take()), "b");
+        EXPECT_EQ(names(), "a ");
+        EXPECT_EQ(nameOf(outer.take()), "b");
+        EXPECT_EQ(names(), "a ");
+        const CommandQueue::Hold other(queue);
+        queue.dropAll();
+        EXPECT_EQ(dead, "b ");
+    }
+    EXPECT_EQ(dead, "b a ");
+}
+
 TEST_F(CommandQueueTest, DoesWhatADequeDoes)
 {
     std::mt19937 random(7);

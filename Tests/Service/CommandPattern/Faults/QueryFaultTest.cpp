@@ -30,7 +30,6 @@ void askWhatCannotFail(ManagerWorld& world)
     sum += manager.getRedoCommand() != nullptr ? 1U : 0U;
     sum += manager.getCurrentThreadedCommand() != nullptr ? 1U : 0U;
     sum += manager.getThreadManager() != nullptr ? 1U : 0U;
-    world.manager.setModuleAccessInterface(world.document);
     // Six entries, a limit of 25, and five times yes.
     EXPECT_EQ(sum, 36U);
 }
@@ -55,6 +54,10 @@ const std::vector<ManagerRow> rows = {
      .operation = askWhatCannotFail,
      .callsOut = false,
      .allocates = false},
+    {.name = "Installing what tells about the modules",
+     .prepare = filledWith("abC"),
+     .operation = [](ManagerWorld& world) { world.manager.setModuleAccessInterface(world.document); },
+     .callsOut = false},
     {.name = "Collecting what can be undone",
      .prepare = filledWith("abC"),
      .operation =
