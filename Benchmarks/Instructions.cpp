@@ -2,6 +2,7 @@
 // numbers of times is what the work itself costs.
 
 #include "Benchmarks/Histories/ValdaneHistory.h"
+#include "Benchmarks/SecondThread.h"
 #ifdef VALDANE_BENCHMARKS_QT
 #include "Benchmarks/Histories/QtHistory.h"
 #endif
@@ -11,9 +12,7 @@
 #include <functional>
 #include <iostream>
 #include <map>
-#include <semaphore>
 #include <string>
-#include <thread>
 
 namespace Valdane::Benchmarks
 {
@@ -121,11 +120,7 @@ int run(const std::string& name, std::size_t times)
 
 int main(int argc, char** argv)
 {
-    // A second thread, so that reference counts are atomic as they are in an application.
-    std::binary_semaphore isOver(0);
-    std::jthread other([&isOver] { isOver.acquire(); });
-    const int status =
-        argc < 2 ? 2 : Valdane::Benchmarks::run(argv[1], argc < 3 ? 0 : std::strtoul(argv[2], nullptr, 10));
-    isOver.release();
-    return status;
+    const Valdane::Benchmarks::SecondThread thread;
+    return argc < 2 ? 2
+                    : Valdane::Benchmarks::run(argv[1], argc < 3 ? 0 : std::strtoul(argv[2], nullptr, 10));
 }

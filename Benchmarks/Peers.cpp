@@ -4,6 +4,7 @@
 #include "Benchmarks/Histories/QtHistory.h"
 #include "Benchmarks/Histories/ValdaneHistory.h"
 #include "Benchmarks/Histories/WxHistory.h"
+#include "Benchmarks/SecondThread.h"
 
 #include <algorithm>
 #include <chrono>
@@ -13,9 +14,7 @@
 #include <iostream>
 #include <map>
 #include <memory>
-#include <semaphore>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -187,9 +186,7 @@ Results measureAll()
 
 int main(int argc, char** argv)
 {
-    // A second thread, so that reference counts are atomic as they are in an application.
-    std::binary_semaphore isOver(0);
-    const std::jthread other([&isOver] { isOver.acquire(); });
+    const Valdane::Benchmarks::SecondThread thread;
     const Valdane::Benchmarks::Results results = Valdane::Benchmarks::measureAll();
     results.print(std::cout);
     if (argc == 2)
@@ -197,6 +194,5 @@ int main(int argc, char** argv)
         std::ofstream file(argv[1]);
         results.write(file);
     }
-    isOver.release();
     return 0;
 }

@@ -8,6 +8,7 @@ namespace Valdane::Benchmarks
 /// What a history is measured with.
 struct Setting
 {
+    std::size_t listeners = 1;         ///< of each signal that is listened to
     bool listensToEverySignal = false; ///< otherwise to the one that tells of changes
     std::size_t limit = 0;             ///< of the history's length; 0 for none
 };

@@ -46,7 +46,10 @@ public:
 
     explicit ValdaneHistory(const Setting& setting)
     {
-        listen(setting.listensToEverySignal);
+        for (std::size_t i = 0; i < setting.listeners; ++i)
+        {
+            listen(setting.listensToEverySignal);
+        }
         manager.setMaxQueueSize(static_cast<std::uint32_t>(setting.limit));
         manager.setUsesMaxQueueSize(setting.limit != 0);
     }

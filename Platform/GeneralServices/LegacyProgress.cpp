@@ -305,6 +305,7 @@ LegacyProgress::Watch& LegacyProgress::getOrMakeWatch()
 void LegacyProgress::Speed::add(Rate rate) noexcept
 {
     ++counts.at(indexOf(rate));
+    totalWeight += weightAt(indexOf(rate));
 }
 
 LegacyProgress::Speed::Rate LegacyProgress::Speed::getAverageSpeed() const noexcept
@@ -323,13 +324,10 @@ LegacyProgress::Speed::Rate LegacyProgress::Speed::getAverageSpeed() const noexc
 
 int LegacyProgress::Speed::getPartitionFromRate(Rate rate) const noexcept
 {
-    std::uint64_t total = 0;
-    for (std::size_t i = 0; i < counts.size(); ++i)
-    {
-        total += counts.at(i) * weightAt(i);
-    }
     const std::uint64_t full = FullRange;
-    return total == 0 ? 0 : static_cast<int>(std::min(full, (full * weightAt(indexOf(rate))) / total));
+    return totalWeight == 0
+               ? 0
+               : static_cast<int>(std::min(full, (full * weightAt(indexOf(rate))) / totalWeight));
 }
 
 } // namespace Valdane

@@ -151,7 +151,7 @@ private:
 /// counts as the nearest one.
 ///
 /// Thread: distinct objects are independent; one object is for one thread at a time.
-/// Cost: five counters, whatever the number of members; exact up to 2^40 members.
+/// Cost: six numbers, whatever the number of members; exact up to 2^40 members.
 class VALDANE_GENERALSERVICES_EXPORT LegacyProgress::Speed
 {
 public:
@@ -182,6 +182,7 @@ public:
 
 private:
     std::array<std::uint64_t, VeryFast> counts{}; // from VerySlow up
+    std::uint64_t totalWeight = 0;
 };
 
 } // namespace Valdane
