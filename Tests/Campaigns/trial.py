@@ -207,20 +207,30 @@ class Base:
         program.slow = [] if only_one else [name for name, ms in times if ms >= SLOW_TEST_MS]
         program.seconds = sum(ms for name, ms in times if name not in program.slow) / 1000
 
-    def precompiled(self, object_file):
-        """The headers that a source of the library includes, precompiled for one variant."""
+    def precompiled(self, object_file, of_mutated_source):
+        """Headers that a source includes, precompiled: of a mutated source all; else, since one of the project's own is
+        mutated, those of the system only, its own and those of the headers that it includes."""
         command, source = self.compilations[object_file]
         folder = self.folder / "precompiled"
-        result = folder / (object_file.replace("/", "-") + ".pch")
+        kind = "all" if of_mutated_source else "system"
+        result = folder / (object_file.replace("/", "-") + f".{kind}.pch")
         with self.precompiled_lock:
-            newest = max(Path(self.binary, name).stat().st_mtime for name in self.dependencies[object_file])
+            used = [Path(self.binary, name) for name in self.dependencies[object_file]]
+            newest = max(path.stat().st_mtime for path in used)
             if not result.exists() or result.stat().st_mtime < newest:
                 folder.mkdir(exist_ok=True)
                 header = result.with_suffix(".h")
-                header.write_text("".join(re.findall(r"^#include.*\n", Path(source).read_text(), re.M)))
+                header.write_text("".join(self.includes(source, used, of_mutated_source)))
                 plain = [part for part in replace_option(command, "-o", str(result)) if part not in ("-c", source)]
                 build([*plain, "-x", "c++-header", str(header)], self.binary)
         return result
+
+    def includes(self, source, used, all_of_source):
+        if all_of_source:
+            return re.findall(r"^#include.*\n", Path(source).read_text(), re.M)
+        # This folder has the copy of the sources, and links to it.
+        own = [source, *(path for path in used if path.is_relative_to(self.folder))]
+        return sorted({line for path in own for line in re.findall(r"^#include <.*\n", Path(path).read_text(), re.M)})
 
 
 class Worker:
@@ -275,8 +285,7 @@ class Worker:
                 command = replace_option(command, "-o", result[-1])
                 command = [str(self.path) if is_mutated and part == source else part for part in command]
                 command[1:1] = [f"-I{self.overlay}", f"-ffile-prefix-map={self.overlay}/="]
-                if is_mutated:
-                    command[1:1] = ["-include-pch", str(self.base.precompiled(name))]
+                command[1:1] = ["-include-pch", str(self.base.precompiled(name, is_mutated))]
                 build(command, self.base.binary)
             else:
                 result.append(name)

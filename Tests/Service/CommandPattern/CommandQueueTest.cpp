@@ -5,11 +5,13 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <random>
 #include <string>
 #include <utility>
@@ -262,13 +264,24 @@ TEST_F(CommandQueueTest, AHeldEntryStaysInTheQueueUntilItIsTaken)
         EXPECT_EQ(names(), "a b ");
         EXPECT_EQ(nameOf(hold.take()), "b");
         EXPECT_EQ(names(), "a ");
+        EXPECT_EQ(dead, "b ") << "nor does the hold keep what was taken from it";
     }
-    EXPECT_EQ(dead, "b ");
     {
         const CommandQueue::Hold hold(queue);
     }
     EXPECT_EQ(names(), "a ");
     EXPECT_EQ(dead, "b ");
+}
+
+TEST_F(CommandQueueTest, AHoldThatHasEndedKeepsNothingOfTheQueue)
+{
+    push("a");
+    std::optional<CommandQueue::Hold> hold;
+    hold.emplace(queue);
+    hold.reset();
+
+    queue.takeBack();
+    EXPECT_EQ(dead, "a ");
 }
 
 TEST_F(CommandQueueTest, AHeldEntryLivesHoweverItLeavesTheQueue)
@@ -326,15 +339,33 @@ TEST_F(CommandQueueTest, TakingAHeldEntryRemovesItOnlyFromTheBack)
     EXPECT_EQ(names(), "a ");
 }
 
+TEST_F(CommandQueueTest, TakingAHeldEntryLeavesAnyOtherAtTheBackWhereItIs)
+{
+    const QueuedCommand a = makeEntry("a");
+    const QueuedCommand b = makeEntry("b");
+    // Whichever of them has the lower address.
+    for (const auto& [held, other] : {std::pair(&a, &b), std::pair(&b, &a)})
+    {
+        queue.pushBack(QueuedCommand(*held));
+        CommandQueue::Hold hold(queue);
+        queue.takeBack();
+        queue.pushBack(QueuedCommand(*other));
+        EXPECT_EQ(hold.take().command, held->command);
+        EXPECT_EQ(names(), nameOf(*other) + " ");
+        queue.dropAll();
+    }
+}
+
 TEST_F(CommandQueueTest, WhatIsTakenFromAHoldIsTheEntryAsItWas)
 {
+    push("below");
     push("a");
-    queue[0].sharedModules = new EntryModules;
+    queue[1].sharedModules = new EntryModules;
     const auto modules = queue.back().sharedModules;
     for (const bool leaves : {false, true})
     {
         CommandQueue::Hold hold(queue);
-        queue[0].sharedModules = nullptr;
+        queue[1].sharedModules = nullptr;
         if (leaves)
         {
             queue.takeBack();
@@ -362,6 +393,31 @@ TEST_F(CommandQueueTest, HoldsMayNest)
         EXPECT_EQ(dead, "b ");
     }
     EXPECT_EQ(dead, "b a ");
+}
+
+TEST_F(CommandQueueTest, HoldsMayEndInAnyOrder)
+{
+    for (const std::size_t first : {0U, 1U})
+    {
+        push("a");
+        std::array<std::optional<CommandQueue::Hold>, 2> holds;
+        std::optional<CommandQueue::Hold>& earlier = holds[first];
+        std::optional<CommandQueue::Hold>& later = holds[1 - first];
+        earlier.emplace(queue);
+        later.emplace(queue);
+        EXPECT_EQ(nameOf(earlier->take()), "a");
+        EXPECT_TRUE(queue.empty());
+        EXPECT_EQ(nameOf(later->take()), "a");
+
+        push("b");
+        earlier.emplace(queue);
+        later.emplace(queue);
+        earlier.reset();
+        queue.dropAll();
+        EXPECT_EQ(dead, "a ");
+        EXPECT_EQ(nameOf(later->take()), "b");
+        dead.clear();
+    }
 }
 
 TEST_F(CommandQueueTest, DoesWhatADequeDoes)
