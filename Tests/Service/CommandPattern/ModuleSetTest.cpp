@@ -1,5 +1,7 @@
 #include "Service/CommandPattern/ModuleSet.h"
 
+#include "../../Allocations/Allocations.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -17,6 +19,7 @@ namespace
 {
 
 using testing::IsEmpty;
+using ValdaneTests::HeapUse;
 using Objects = std::set<const Object*>;
 
 static_assert(sizeof(ModuleSet) == sizeof(void*));
@@ -138,6 +141,29 @@ TEST(ModuleSet, AUnionOfSetsThatOverlapIsANewOne)
     EXPECT_EQ(objectsOf(second.unitedWith(first)), united(oneTwo, twoThree));
     EXPECT_EQ(objectsOf(first), oneTwo);
     EXPECT_EQ(objectsOf(second), twoThree);
+}
+
+TEST(ModuleSet, OneModuleNeedsOneAllocationOfFiveWords)
+{
+    const HeapUse before = HeapUse::now();
+    const ModuleSet set(one);
+    EXPECT_EQ(HeapUse::now().allocations - before.allocations, 1U);
+    EXPECT_LE(HeapUse::now().bytes - before.bytes, 5 * sizeof(void*));
+}
+
+TEST(ModuleSet, AUnionNeedsNoMoreAllocationsTheLargerItIs)
+{
+    Objects many;
+    for (std::size_t number = 10; number < 40; ++number)
+    {
+        many.insert(module(number));
+    }
+    const ModuleSet first(one);
+    const ModuleSet second(many);
+    const HeapUse before = HeapUse::now();
+    const ModuleSet both = first.unitedWith(second);
+    EXPECT_LE(HeapUse::now().allocations - before.allocations, 2U);
+    EXPECT_EQ(objectsOf(both), united(one, many));
 }
 
 TEST(ModuleSet, UnionsOfAnySetsAreWhatTheyShouldBe)
