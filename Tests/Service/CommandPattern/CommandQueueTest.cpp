@@ -273,6 +273,16 @@ TEST_F(CommandQueueTest, AHeldEntryStaysInTheQueueUntilItIsTaken)
     EXPECT_EQ(dead, "b ");
 }
 
+TEST_F(CommandQueueTest, AHeldEntryIsOnlySharedOnceTheQueueChanges)
+{
+    push("a");
+    const CommandQueue::Hold hold(queue);
+    EXPECT_EQ(queue.back().command.use_count(), 1);
+
+    push("b");
+    EXPECT_EQ(queue.front().command.use_count(), 2);
+}
+
 TEST_F(CommandQueueTest, AHoldThatHasEndedKeepsNothingOfTheQueue)
 {
     push("a");
