@@ -11,6 +11,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <new>
 #include <optional>
 #include <random>
 #include <string>
@@ -21,6 +22,7 @@ namespace Valdane
 namespace
 {
 
+using ValdaneTests::FailingAllocation;
 using ValdaneTests::HeapUse;
 
 class DyingCommand : public CommandBase
@@ -281,6 +283,21 @@ TEST_F(CommandQueueTest, AHeldEntryIsOnlySharedOnceTheQueueChanges)
 
     push("b");
     EXPECT_EQ(queue.front().command.use_count(), 2);
+}
+
+TEST_F(CommandQueueTest, AnEntryForWhichThereIsNoMemoryLeavesAllAsItWas)
+{
+    pushNumbers(32);
+    CommandQueue::Hold hold(queue);
+    QueuedCommand entry = makeEntry("new");
+    {
+        const FailingAllocation noMemory(0);
+        EXPECT_THROW(queue.pushBack(std::move(entry)), std::bad_alloc);
+    }
+    EXPECT_NE(entry.command, nullptr);
+    EXPECT_EQ(queue.size(), 32U);
+    EXPECT_EQ(queue.back().command.use_count(), 1) << "not even shared with the hold";
+    EXPECT_EQ(nameOf(hold.take()), "31");
 }
 
 TEST_F(CommandQueueTest, AHoldThatHasEndedKeepsNothingOfTheQueue)
