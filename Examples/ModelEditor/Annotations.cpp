@@ -25,18 +25,6 @@ std::optional<std::string> textIn(const std::shared_ptr<DynamicAttributeCollecti
     return collection == nullptr ? std::nullopt : collection->get(name);
 }
 
-void requireWritable(const DynamicAttributeCollection& collection)
-{
-    for (const auto& entry : collection)
-    {
-        if (!isAnnotationName(entry.name))
-        {
-            throw Valdane::VdException("'" + entry.name + "' is no name of the form prefix:name");
-        }
-        requireXmlText(entry.text);
-    }
-}
-
 void require(bool done)
 {
     if (!done)
@@ -79,6 +67,27 @@ void Annotations::set(std::shared_ptr<DynamicAttributeCollection> attributes)
     collection = std::move(attributes);
     writeNodes();
     writeSource();
+}
+
+// What the file has can always be written back, even if it is no UTF-8.
+void Annotations::requireWritable(const DynamicAttributeCollection& attributes) const
+{
+    for (const auto& entry : attributes)
+    {
+        const auto isEntry = [&entry](const Original& original)
+        {
+            return original.place.name == entry.name && original.text == entry.text;
+        };
+        if (std::ranges::any_of(originals, isEntry))
+        {
+            continue;
+        }
+        if (!isAnnotationName(entry.name))
+        {
+            throw Valdane::VdException("'" + entry.name + "' is no name of the form prefix:name");
+        }
+        requireXmlText(entry.text);
+    }
 }
 
 void Annotations::writeNodes()

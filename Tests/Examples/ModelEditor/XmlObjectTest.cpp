@@ -210,6 +210,26 @@ TEST(XmlObject, ClearedDynamicAttributesComeBackWhereTheyStood)
     EXPECT_THAT(order, ElementsAre("n:a1", "x1", "n:bA", "y2", "n:c3"));
 }
 
+TEST(XmlObject, ClearedDynamicAttributesComeBackEvenIfTheyAreNoUtf8)
+{
+    const std::string file = "<a n:a='\xF1\xBB\xBFu' n:b='1'/>";
+    const XmlModel model(file, "m");
+    const auto collection = model.getRoot()->getDynamicAttributeCollection();
+    model.getRoot()->setDynamicAttributeCollection({});
+    EXPECT_EQ(model.toBytes(), "<a/>");
+    model.getRoot()->setDynamicAttributeCollection(collection);
+    EXPECT_EQ(model.toBytes(), file);
+
+    // At another place they are new, and refused.
+    for (const std::string name : {"n:b", "n:c"})
+    {
+        const auto others = std::make_shared<DynamicAttributeCollection>(*collection);
+        others->set(name, *collection->get("n:a"));
+        EXPECT_THROW(model.getRoot()->setDynamicAttributeCollection(others), Valdane::VdException);
+        EXPECT_EQ(model.toBytes(), file);
+    }
+}
+
 TEST(XmlObject, NewDynamicAttributesStandAtTheEndOfTheTag)
 {
     const XmlModel model("<a x='1' n:a='1'\n/>", "m");
