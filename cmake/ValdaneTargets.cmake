@@ -43,8 +43,9 @@ function(valdane_add_library name)
                  CXX_EXTENSIONS OFF
                  # Installed, each finds the others beside it.
                  INSTALL_RPATH "$ORIGIN")
-    # A library calls its own functions, exported or not, without the detour that would let others replace them.
-    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+    # A library calls its own functions, exported or not, without the detour that would let others replace them; and those
+    # of other libraries without the one that looks for them at the first call.
+    target_compile_options(${target} PRIVATE -fno-semantic-interposition -fno-plt)
     target_link_options(${target} PRIVATE LINKER:-Bsymbolic-functions)
     if(NOT VALDANE_FUZZERS) # whose run-time library is in the executable
       target_link_options(${target} PRIVATE LINKER:--no-undefined)

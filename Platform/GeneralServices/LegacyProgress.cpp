@@ -152,6 +152,14 @@ inline void LegacyProgress::place(double newPosition, Changes& changes)
 inline void LegacyProgress::restart(Changes& changes)
 {
     place(0.0, changes);
+    if (parent != nullptr && isFollowedOnReset == 1)
+    {
+        restartParents(changes);
+    }
+}
+
+void LegacyProgress::restartParents(Changes& changes)
+{
     for (auto* child = this; child->parent != nullptr && child->isFollowedOnReset == 1; child = child->parent)
     {
         child->parent->place(child->positionInParent(), changes);

@@ -130,6 +130,7 @@ private:
     void place(double newPosition, Changes& changes);
     void report(Changes& changes);
     void restart(Changes& changes);
+    void restartParents(Changes& changes);
     Watch& getOrMakeWatch();
 
     std::atomic<double> position{0.0};

@@ -85,14 +85,12 @@ void ChangeTracking::keepPosition(const CommandQueue& undoQueue, const CommandQu
 QueuedCommand ChangeTracking::makeEntry(std::shared_ptr<CommandBase>&& command, const ModuleSet& modules,
                                         const CommandQueue& undoQueue) const
 {
-    QueuedCommand entry;
-    entry.command = std::move(command);
     const SharedModules neighbour = undoQueue.empty() ? nullptr : undoQueue.back().sharedModules;
     const EntryModules& ofNeighbour = neighbour == nullptr ? EntryModules::none : *neighbour;
     const TrackedModules& before = undoQueue.empty() ? modulesBeforeFirstCommand : ofNeighbour.modulesAfter;
     if (modules.isEmpty() && areShared(before, EntryModules::none.modulesBefore))
     {
-        return entry;
+        return {std::move(command), nullptr};
     }
     EntryModules made;
     made.modulesBefore = before;
@@ -105,8 +103,9 @@ QueuedCommand ChangeTracking::makeEntry(std::shared_ptr<CommandBase>&& command, 
         }
     }
     made.modulesOfCommand = modules == ofNeighbour.modulesOfCommand ? ofNeighbour.modulesOfCommand : modules;
-    entry.sharedModules = share(made, neighbour, nullptr);
-    return entry;
+    SharedModules shared = share(made, neighbour, nullptr);
+    // Last, so that the command stays with the caller if anything fails.
+    return {std::move(command), std::move(shared)};
 }
 
 const ModuleSet& ChangeTracking::modulesAtPosition(std::size_t tracker, const CommandQueue& undoQueue,

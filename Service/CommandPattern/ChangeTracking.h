@@ -24,7 +24,8 @@ struct ChangeTracking
     /// knows while the undo queue is empty. To be called before the redo queue is cleared.
     void keepPosition(const CommandQueue& undoQueue, const CommandQueue& redoQueue);
 
-    /// An entry for a command that modified @p modules, to be put on top of @p undoQueue.
+    /// An entry for a command that modified @p modules, to be put on top of @p undoQueue. If that fails,
+    /// @p command stays with the caller.
     ///
     /// Its sets are those of its neighbours where no module joins, and one for all trackers where those are.
     QueuedCommand makeEntry(std::shared_ptr<CommandBase>&& command, const ModuleSet& modules,

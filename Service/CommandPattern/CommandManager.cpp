@@ -34,13 +34,6 @@ std::string descriptionOf(const CommandBase* command)
     return command == nullptr ? std::string() : command->getDescription();
 }
 
-// For somebody who only looks at it as long as the command lives: without atomic operations, as each command
-// that is undone or redone needs it.
-std::shared_ptr<Progress> borrowedProgressOf(CommandBase& command)
-{
-    return {std::shared_ptr<void>(), command.getProgressPtr()};
-}
-
 // Whether a command that ran as a thread is one for the undo queue.
 bool isAddable(const CommandBase* command)
 {
@@ -373,7 +366,7 @@ bool CommandManager::undo(std::uint64_t count)
         CommandQueue::Hold undone(d->undoQueue);
         const auto work = [&]
         {
-            d->progress->setSubProgress(borrowedProgressOf(command), 100, 1);
+            d->progress->setSubProgress(command.getProgress(), 100, 1);
             trace("Execute Undo command '", command, "'...", here);
             command.undo();
             trace("Undo command '", command, "' executed.", here);
@@ -382,7 +375,7 @@ bool CommandManager::undo(std::uint64_t count)
         {
             return false;
         }
-        // Lives until the listeners have heard of it, whether it is kept or not.
+        // If it is not kept, it dies when the listeners have heard of it.
         QueuedCommand entry = undone.take();
         d->keepForRedo(std::move(entry));
         d->moduleAccess()->markAllModulesInBusinessAsUnmodified();
@@ -403,7 +396,7 @@ bool CommandManager::redo(std::uint64_t count)
         CommandQueue::Hold redone(d->redoQueue);
         const auto work = [&]
         {
-            d->progress->setSubProgress(borrowedProgressOf(command), 100, 1);
+            d->progress->setSubProgress(command.getProgress(), 100, 1);
             trace("Execute Redo command '", command, "'...", here);
             command.redo();
             trace("Redo command '", command, "' executed.", here);
@@ -415,6 +408,8 @@ bool CommandManager::redo(std::uint64_t count)
         // Again, as the command may have used up the place: taking and putting cannot fail then.
         d->undoQueue.reserveOne(d->redoQueue);
         d->undoQueue.pushBack(redone.take());
+        // Even if a listener throws it out of the queue, it dies when all have heard of it.
+        const CommandQueue::Hold kept(d->undoQueue);
         d->moduleAccess()->markAllModulesInBusinessAsUnmodified();
         d->sigCommandExecuted();
         d->sigCommandQueueChanged(CommandRedone);

@@ -159,13 +159,13 @@ private:
     std::size_t count = 0;
     /// The place of the entry at the back, if there is one.
     Place* last = nullptr;
-    /// Of the entry at the back.
+    /// What holds the entry at the back; null if nothing does.
     Hold* hold = nullptr;
 };
 
 /// The entry at the back of a queue, whose command stays alive while it runs, whatever it does with the queues.
 ///
-/// The entry is copied only when the queue is about to change: copying a shared pointer is dear.
+/// The command's pointer is copied only when the queue is about to change: copying a shared pointer is dear.
 class CommandQueue::Hold
 {
 public:

@@ -21,7 +21,7 @@ struct EntryModules : boost::intrusive_ref_counter<EntryModules, boost::thread_u
     EntryModules() = default;
     EntryModules(const EntryModules&) = default;
     EntryModules& operator=(const EntryModules&) = default;
-    ~EntryModules(); // apart, as most entries that are destroyed have none
+    ~EntryModules(); // not inline: most entries have no sets
 
     TrackedModules modulesBefore; ///< differ from the tracker's save point while the command is not applied
     TrackedModules modulesAfter;  ///< differ from the tracker's save point while the command is applied

@@ -273,6 +273,18 @@ TEST_F(CommandQueueTest, AHeldEntryStaysInTheQueueUntilItIsTaken)
     }
     EXPECT_EQ(names(), "a ");
     EXPECT_EQ(dead, "b ");
+    queue.takeBack();
+    EXPECT_EQ(dead, "b a ");
+}
+
+TEST_F(CommandQueueTest, AHeldEntryStaysWhereItIsWhenTheQueueGetsABlock)
+{
+    pushNumbers(32);
+    CommandQueue::Hold hold(queue);
+    queue.reserveOne(queue);
+    EXPECT_EQ(queue.size(), 32U);
+    EXPECT_EQ(nameOf(hold.take()), "31");
+    EXPECT_EQ(queue.size(), 31U);
 }
 
 TEST_F(CommandQueueTest, AHeldEntryIsOnlySharedOnceTheQueueChanges)

@@ -75,8 +75,9 @@ public:
                  std::to_string(from) + ", " + std::to_string(to) + ")");
     }
 
-    void setSubProgress(const std::shared_ptr<Progress>& sub, int percent, int parts)
+    void setSubProgress(std::shared_ptr<Progress> sub, int percent, int parts)
     {
+        lastSub = sub;
         noteCall(label + ".setSubProgress(" + labelOf(sub) + ", " + std::to_string(percent) + ", " +
                  std::to_string(parts) + ")");
     }
@@ -95,6 +96,8 @@ public:
     }
 
     std::string label = "progress";
+    /// What setSubProgress() was given last, as one would keep it who does not own it.
+    std::weak_ptr<Progress> lastSub;
     /// What progress() answers.
     double position = 0.0;
     /// Called on every call of any progress after it is noted; may throw.

@@ -1,3 +1,4 @@
+#include "../../../Allocations/Allocations.h"
 #include "Journal.h"
 #include "ManagerJournal.h"
 #include "Platform/ExceptionHandling/VdException.h"
@@ -16,6 +17,7 @@
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Valdane
@@ -459,6 +461,64 @@ TEST_F(CommandManagerOrder, AModuleInterfaceMayReplaceItselfWhileItIsCalled)
 
     EXPECT_THAT(takeJournal(), testing::Contains("  still alive"));
     EXPECT_TRUE(watched.expired());
+}
+
+TEST_F(CommandManagerOrder, SoItMayWhenACommandIsUndoneOrRedone)
+{
+    add("A");
+    for (const bool undoes : {true, false})
+    {
+        auto replaced = std::make_shared<RecordingModules>();
+        const std::weak_ptr<RecordingModules> watched = replaced;
+        replaced->onMark = [this, &watched]
+        {
+            manager.setModuleAccessInterface(std::make_shared<ModuleAccessInterface>());
+            note(watched.expired() ? "died while it was called" : "still alive");
+        };
+        manager.setModuleAccessInterface(std::move(replaced));
+
+        EXPECT_TRUE(undoes ? manager.undo(1) : manager.redo(1));
+
+        EXPECT_THAT(takeJournal(), testing::Contains("  still alive"));
+        EXPECT_TRUE(watched.expired());
+    }
+}
+
+TEST_F(CommandManagerOrder, AModuleInterfaceThatCannotBeInstalledLeavesThePreviousOne)
+{
+    const auto refused = std::make_shared<ModuleAccessInterface>();
+    {
+        const ValdaneTests::FailingAllocation none(0);
+        EXPECT_THROW(manager.setModuleAccessInterface(refused), std::bad_alloc);
+    }
+
+    add("A");
+    EXPECT_TRUE(manager.undo(1));
+
+    EXPECT_THAT(takeJournal(), testing::Contains("  modules.markAllModulesInBusinessAsUnmodified"));
+}
+
+TEST_F(CommandManagerOrder, WhatFollowsTheProgressOfACommandMayKeepAWeakPointerToIt)
+{
+    struct Display : Progress
+    {
+        void addProgress(std::shared_ptr<Progress> child, bool /*followsReset*/) override
+        {
+            shown = std::dynamic_pointer_cast<LegacyProgress>(child);
+        }
+
+        std::shared_ptr<LegacyProgress> shown;
+    };
+
+    const auto display = std::make_shared<Display>();
+    manager.setProgress(display);
+    const auto A = add("A");
+
+    manager.undo(1);
+    EXPECT_EQ(display->shown->lastSub.lock(), A->getProgress());
+    display->shown->lastSub.reset();
+    manager.redo(1);
+    EXPECT_EQ(display->shown->lastSub.lock(), A->getProgress());
 }
 
 TEST_F(CommandManagerOrder, ACommandThatCannotTellWhetherItIsRedoCapableCannotBeRedoneNorWhatCameAfterIt)

@@ -497,6 +497,49 @@ TEST_F(Reentrancy, DyingCommandsMayUseTheManagerWhenTheyCannotBeRedone)
     EXPECT_EQ(queues(), "[X|]");
 }
 
+TEST_F(Reentrancy, AnUndoneCommandThatCannotBeRedoneDiesWhenAllHaveHeardOfIt)
+{
+    auto dying = std::make_shared<LastWordsCommand>("A", [] { note("A dies"); });
+    dying->redoCapable = false;
+    manager.addCommand(std::move(dying));
+    takeJournal();
+
+    EXPECT_TRUE(manager.undo(1));
+
+    EXPECT_EQ(takeJournal().back(), "  A dies");
+}
+
+TEST_F(Reentrancy, ARedoneCommandThatAListenerThrowsOutDiesWhenAllHaveHeardOfIt)
+{
+    addDying("A", [] { note("A dies"); });
+    manager.undo(1);
+    takeJournal();
+    once("executed", [this] { manager.clear(); });
+
+    EXPECT_TRUE(manager.redo(1));
+
+    EXPECT_EQ(takeJournal().back(), "  A dies");
+}
+
+TEST_F(Reentrancy, ACommandThatCannotBeQueuedDiesWhenWhatWaitsToBeMergedWaitsAgain)
+{
+    manager.addCommandToMergeWithNextCommand(std::make_shared<RecordingCommand>("waiting"), false);
+    modules->onAsk = [this]
+    {
+        modules->onAsk = nullptr;
+        throw std::runtime_error("no modules");
+    };
+
+    EXPECT_THROW(manager.addExecutedCommand(
+                     std::make_shared<LastWordsCommand>("lost", [this] { execute("last words"); })),
+                 std::runtime_error);
+
+    const auto macro = std::dynamic_pointer_cast<MacroCommand>(manager.takeLastExecutedCommand());
+    ASSERT_NE(macro, nullptr);
+    EXPECT_EQ(macro->getFirstCommand()->getDescription(), "last words");
+    EXPECT_EQ(macro->getLastCommand()->getDescription(), "waiting");
+}
+
 TEST_F(Reentrancy, DyingCommandsThatWaitedToBeMergedMayAddOthersToMerge)
 {
     for (const std::string name : {"A", "B"})
