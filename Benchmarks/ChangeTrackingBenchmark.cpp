@@ -43,7 +43,10 @@ struct World
 {
     std::shared_ptr<ModulesInTurn> modules = std::make_shared<ModulesInTurn>();
     int number = 0;
+    std::size_t calls = 0;
     CommandManager manager;
+    Signals::Connection connection =
+        manager.connectToSigCommandQueueChanged([this](CommandManager::QueueChangeReason) { hear(calls); });
 
     World()
     {

@@ -1,5 +1,5 @@
-// Does one kind of work a given number of times, for a tool that counts the instructions: the difference between two
-// numbers of times is what the work itself costs.
+// Does one kind of work a given number of times, for a tool that counts the instructions: the difference
+// between two numbers of times is what the work itself costs.
 
 #include "Benchmarks/Histories/ValdaneHistory.h"
 #include "Benchmarks/SecondThread.h"

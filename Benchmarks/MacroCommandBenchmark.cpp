@@ -15,7 +15,10 @@ struct World
 {
     int number = 0;
     std::shared_ptr<MacroCommand> macro = std::make_shared<MacroCommand>(commandText);
+    std::size_t calls = 0;
     CommandManager manager;
+    Signals::Connection connection =
+        manager.connectToSigCommandQueueChanged([this](CommandManager::QueueChangeReason) { hear(calls); });
 
     explicit World(std::size_t size)
     {

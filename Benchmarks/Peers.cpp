@@ -1,12 +1,15 @@
-// The same work through Valdane's command manager and the undo frameworks of two toolkits, in one process: repetitions
-// of all of them in turn, and of each the median. Writes a table, and JSON to the file that is given.
+// The same work through Valdane's command manager and the undo frameworks of two toolkits, in one process:
+// repetitions of all of them in turn, and of each the median. Writes a table, and JSON to the file that is
+// given.
 
+#include "Benchmarks/Histories/BareHistory.h"
 #include "Benchmarks/Histories/QtHistory.h"
 #include "Benchmarks/Histories/ValdaneHistory.h"
 #include "Benchmarks/Histories/WxHistory.h"
 #include "Benchmarks/SecondThread.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <fstream>
@@ -149,19 +152,18 @@ void measureLimited(const Plan& plan, Results& results)
 
 void measure(const Plan& plan, Results& results)
 {
+    using Measure = void (*)(const Plan&, Results&);
+    const std::array<Measure, 4> limited{measureLimited<ValdaneHistory>, measureLimited<QtHistory>,
+                                         measureLimited<WxHistory>, measureLimited<BareHistory>};
+    const std::array<Measure, 4> unlimited{measureHistory<ValdaneHistory>, measureHistory<QtHistory>,
+                                           measureHistory<WxHistory>, measureHistory<BareHistory>};
+    const auto& measures = plan.setting.limit != 0 ? limited : unlimited;
     for (std::size_t repetition = 0; repetition < plan.repetitions; ++repetition)
     {
-        if (plan.setting.limit != 0)
+        // None always finds the heap as the same other one leaves it.
+        for (std::size_t turn = 0; turn < measures.size(); ++turn)
         {
-            measureLimited<ValdaneHistory>(plan, results);
-            measureLimited<QtHistory>(plan, results);
-            measureLimited<WxHistory>(plan, results);
-        }
-        else
-        {
-            measureHistory<ValdaneHistory>(plan, results);
-            measureHistory<QtHistory>(plan, results);
-            measureHistory<WxHistory>(plan, results);
+            measures[(repetition + turn) % measures.size()](plan, results);
         }
     }
 }
