@@ -1,5 +1,6 @@
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandPattern/ModuleAccessInterface.h"
 #include "Tests/Allocations/Allocations.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +9,9 @@
 #include <functional>
 #include <memory>
 #include <new>
+#include <set>
 #include <string>
+#include <utility>
 
 // The queues keep their entries in blocks, and undo and redo pass a block that one queue does not need to the other.
 // Where they must allocate one all the same, they do so before the command runs.
@@ -22,7 +25,7 @@ constexpr int entriesOfABlock = 32;
 // The list of the blocks is longer first, then there is a block.
 constexpr std::size_t allocationsForABlock = 2;
 
-/// Counts how often it runs, and may have something done when it is redone.
+/// Counts how often it runs, and may have something done when it is undone or redone.
 class CountedCommand : public CommandBase
 {
 public:
@@ -36,6 +39,7 @@ public:
     void undo() override
     {
         ++count;
+        whenUndone();
     }
 
     void redo() override
@@ -44,6 +48,8 @@ public:
         whenRedone();
     }
 
+    std::function<void()> whenUndone = [] {
+    };
     std::function<void()> whenRedone = [] {
     };
 
@@ -116,6 +122,14 @@ TEST_F(RoomForTheMove, IsMadeBeforeACommandIsUndone)
     EXPECT_EQ(state(), "undoable:, redoable: 1, runs: 2");
 }
 
+TEST_F(RoomForTheMove, IsNotMadeForNoCommand)
+{
+    const ValdaneTests::FailingAllocation noMemory(0, ValdaneTests::AllocationsThatFail::AllFromThereOn);
+    manager.addExecutedCommand(nullptr);
+    manager.addCommand(nullptr);
+    EXPECT_FALSE(noMemory.hasFailed());
+}
+
 // Redo goes where undo came from, and finds the block that undo left, unless a command undoes another one while it is
 // redone: there is then one entry more than there has been.
 TEST_F(RoomForTheMove, IsMadeBeforeACommandIsRedone)
@@ -141,6 +155,67 @@ TEST_F(RoomForTheMove, IsMadeBeforeACommandIsRedone)
     EXPECT_TRUE(manager.redo(1));
     EXPECT_EQ(runs, runsBefore + 1);
     EXPECT_FALSE(manager.canRedo());
+}
+
+// A command that is redone once more while it is redone is there twice.
+TEST_F(RoomForTheMove, ThatTheCommandHasUsedUpIsTakenOverFromTheOtherQueue)
+{
+    std::shared_ptr<CountedCommand> twice;
+    for (int number = 1; number <= 2 * entriesOfABlock; ++number)
+    {
+        const auto added = add(number);
+        twice = number == entriesOfABlock ? added : twice;
+    }
+    ASSERT_TRUE(manager.undo(entriesOfABlock + 1));
+    bool isRedone = false;
+    twice->whenRedone = [&]
+    {
+        if (!std::exchange(isRedone, true))
+        {
+            manager.redo(1);
+        }
+    };
+    bool answer = false;
+    {
+        const ValdaneTests::FailingAllocation noMemory(0, ValdaneTests::AllocationsThatFail::AllFromThereOn);
+        answer = manager.redo(1);
+    }
+    EXPECT_TRUE(answer);
+    EXPECT_EQ(manager.collectUndoCommandDescriptions().size(), std::size_t{entriesOfABlock + 1});
+    EXPECT_EQ(manager.collectRedoCommandDescriptions().size(), std::size_t{entriesOfABlock});
+}
+
+/// Has one module, which is only modified if all are to be.
+class OneModule : public ModuleAccessInterface
+{
+public:
+    std::set<const Object*> getAllModulesAsModified() override
+    {
+        return {module};
+    }
+
+    // Only the address matters.
+    const Object* const module = reinterpret_cast<const Object*>(this);
+};
+
+// The queues are then dropped by the limit, so that what is known about the position before them can be asked for.
+TEST_F(RoomForTheMove, IsMadeBeforeThePositionIsTakenOverFromARedoQueueThatIsDropped)
+{
+    const auto modules = std::make_shared<OneModule>();
+    manager.setModuleAccessInterface(modules);
+    add(1)->whenUndone = [this]
+    {
+        manager.clear();
+    };
+    ASSERT_TRUE(manager.undo(1));
+    manager.markAllModulesBeforeFirstCommandAsModified();
+    const auto added = std::make_shared<CountedCommand>("2", runs);
+    expectNothingWithoutABlock([&] { manager.addExecutedCommand(added); });
+
+    manager.setMaxQueueSize(0);
+    manager.setUsesMaxQueueSize(true);
+    EXPECT_EQ(state(), "undoable:, redoable:, runs: 2");
+    EXPECT_EQ(manager.getModifiedModules(0), std::set<const Object*>{modules->module});
 }
 
 } // namespace
