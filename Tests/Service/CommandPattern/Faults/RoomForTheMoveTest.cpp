@@ -157,6 +157,37 @@ TEST_F(RoomForTheMove, IsMadeBeforeACommandIsRedone)
     EXPECT_FALSE(manager.canRedo());
 }
 
+TEST_F(RoomForTheMove, ForANewCommandIsTakenOverFromTheRedoQueue)
+{
+    const std::function<bool(std::shared_ptr<CommandBase>)> additions[] = {
+        [this](std::shared_ptr<CommandBase> command) { return manager.addCommand(std::move(command)); },
+        [this](std::shared_ptr<CommandBase> command)
+        {
+            manager.addExecutedCommand(std::move(command));
+            return true;
+        }};
+    for (const auto& addNew : additions)
+    {
+        manager.clear();
+        for (int number = 1; number <= 2 * entriesOfABlock; ++number)
+        {
+            add(number);
+        }
+        ASSERT_TRUE(manager.undo(entriesOfABlock + 1));
+        ASSERT_TRUE(manager.redo(1));
+        auto added = std::make_shared<CountedCommand>("new", runs);
+        bool answer = false;
+        {
+            const ValdaneTests::FailingAllocation noMemory(0,
+                                                           ValdaneTests::AllocationsThatFail::AllFromThereOn);
+            answer = addNew(std::move(added));
+        }
+        EXPECT_TRUE(answer);
+        EXPECT_EQ(manager.collectUndoCommandDescriptions().size(), std::size_t{entriesOfABlock + 1});
+        EXPECT_FALSE(manager.canRedo());
+    }
+}
+
 // A command that is redone once more while it is redone is there twice.
 TEST_F(RoomForTheMove, ThatTheCommandHasUsedUpIsTakenOverFromTheOtherQueue)
 {

@@ -74,6 +74,7 @@ TEST_F(DelayedInitializedCommandOrder, TheCommandIsMadeWhenTheRunStartsAndIsThen
                             "*X queueChanged 3 [X|]", " - executed [X|]", " - finished [X|]"));
     EXPECT_EQ(command->getFirstCommand(), made);
     EXPECT_EQ(command->size(), 1U);
+    EXPECT_EQ(command->CommandBase::getDescription(), "X") << "whatever it says from now on";
 }
 
 TEST_F(DelayedInitializedCommandOrder, AThreadThatIsMadeRunsOnTheWorker)
