@@ -114,6 +114,14 @@ private:
     }
 };
 
+TEST_F(RoomForTheMove, IsMadeBeforeACommandIsExecuted)
+{
+    const auto command = std::make_shared<CountedCommand>("1", runs);
+    expectNothingWithoutABlock([&] { manager.addCommand(command); });
+    EXPECT_TRUE(manager.addCommand(command));
+    EXPECT_EQ(state(), "undoable: 1, redoable:, runs: 1");
+}
+
 TEST_F(RoomForTheMove, IsMadeBeforeACommandIsUndone)
 {
     add(1);

@@ -1,3 +1,4 @@
+#include "../../../Allocations/Allocations.h"
 #include "RecordingCommand.h"
 #include "Service/CommandPattern/DelayedInitializedCommand.h"
 #include "ThreadJournal.h"
@@ -5,8 +6,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <functional>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -158,6 +161,31 @@ TEST_F(DelayedInitializedCommandOrder, OnlyTheExactDefaultDescriptionIsReplacedA
     delayed.startExecution(threads);
     EXPECT_EQ(delayed.CommandBase::getDescription(), "DelayedInitializedCommand");
     EXPECT_EQ(delayed.size(), 1U);
+}
+
+TEST_F(DelayedInitializedCommandOrder, ItIsNotDescribedByACommandForWhichThereIsNoMemory)
+{
+    int notTakenIn = 0;
+    bool hasFailed = true;
+    for (std::size_t successes = 0; hasFailed; ++successes)
+    {
+        DelayedInitializedCommand delayed([this] { return made; });
+        const ValdaneTests::FailingAllocation failure(successes);
+        try
+        {
+            delayed.startExecution(threads);
+        }
+        catch (const std::bad_alloc&)
+        {
+        }
+        hasFailed = failure.hasFailed();
+        if (delayed.empty())
+        {
+            ++notTakenIn;
+            EXPECT_EQ(delayed.CommandBase::getDescription(), "DelayedInitializedCommand") << successes;
+        }
+    }
+    EXPECT_GT(notTakenIn, 0);
 }
 
 TEST_F(DelayedInitializedCommandOrder, ExecuteCallsTheFactoryAfterTheFirstLayout)
