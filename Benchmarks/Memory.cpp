@@ -1,0 +1,113 @@
+// What a history takes of the heap: allocations and bytes for one command, and what is left of them without
+// the commands themselves.
+
+#include "Benchmarks/Histories/ValdaneHistory.h"
+#include "Service/CommandPattern/ModuleAccessInterface.h"
+#include "Tests/Allocations/Allocations.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <iomanip>
+#include <iostream>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace Valdane::Benchmarks
+{
+namespace
+{
+
+using ValdaneTests::HeapUse;
+
+constexpr std::size_t size = 100'000;
+
+struct Use
+{
+    double allocations = 0;
+    double bytes = 0;
+};
+
+/// For each of the commands.
+template <typename Work>
+Use useOf(const Work& work)
+{
+    const HeapUse before = HeapUse::now();
+    for (std::size_t i = 0; i < size; ++i)
+    {
+        work();
+    }
+    const HeapUse after = HeapUse::now();
+    return {.allocations = static_cast<double>(after.allocations - before.allocations) / size,
+            .bytes = static_cast<double>(static_cast<std::int64_t>(after.bytes - before.bytes)) / size};
+}
+
+void print(const std::string& what, const Use& use)
+{
+    std::cout << std::left << std::setw(48) << what << std::right << std::fixed << std::setprecision(3)
+              << std::setw(8) << use.allocations << " allocations" << std::setprecision(1) << std::setw(8)
+              << use.bytes << " bytes\n";
+}
+
+Use operator-(const Use& whole, const Use& part)
+{
+    return {.allocations = whole.allocations - part.allocations, .bytes = whole.bytes - part.bytes};
+}
+
+class ModulesInTurn : public ModuleAccessInterface
+{
+public:
+    std::set<const Object*> getModifiedModulesFromBusiness() override
+    {
+        turn = (turn + 1) % modules.size();
+        // Only the address counts.
+        return {reinterpret_cast<const Object*>(modules.data() + turn)};
+    }
+
+private:
+    std::vector<std::uint64_t> modules = std::vector<std::uint64_t>(1000);
+    std::size_t turn = 0;
+};
+
+void measure()
+{
+    std::vector<std::shared_ptr<CommandBase>> commands;
+    commands.reserve(size);
+    int number = 0;
+    const auto make = [&]
+    {
+        commands.push_back(std::make_shared<SetNumber>(number, 1, commandText));
+    };
+    const Use alone = useOf(make);
+    print("a command alone", alone);
+
+    ValdaneHistory history{Setting{}};
+    const Use added = useOf([&] { history.push(1); });
+    print("a command in a history", added);
+    print("  without the command", added - alone);
+    print("undo", useOf([&] { history.undo(); }));
+    print("redo", useOf([&] { history.redo(); }));
+
+    CommandManager manager;
+    manager.setModuleAccessInterface(std::make_shared<ModulesInTurn>());
+    std::size_t commandsAdded = 0;
+    const auto add = [&]
+    {
+        manager.addCommand(std::make_shared<SetNumber>(number, 1, commandText));
+        if (++commandsAdded == size / 2)
+        {
+            manager.adjustOnSave(0);
+        }
+    };
+    print("over 1,000 modules, saved in the middle", useOf(add) - alone);
+}
+
+} // namespace
+} // namespace Valdane::Benchmarks
+
+int main()
+{
+    Valdane::Benchmarks::measure();
+    return 0;
+}
