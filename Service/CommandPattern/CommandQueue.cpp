@@ -47,7 +47,7 @@ void CommandQueue::addBlock(CommandQueue& other)
 {
     if (blocks.full())
     {
-        blocks.set_capacity(2 * blocks.capacity() + 1);
+        blocks.set_capacity((2 * blocks.capacity()) + 1);
     }
     if (other.hasSpareBlock())
     {
