@@ -196,6 +196,23 @@ TEST_F(RoomForTheMove, ForANewCommandIsTakenOverFromTheRedoQueue)
     }
 }
 
+TEST_F(RoomForTheMove, ToRedoIsTakenOverFromTheRedoQueue)
+{
+    for (int number = 1; number <= 2 * entriesOfABlock; ++number)
+    {
+        add(number);
+    }
+    ASSERT_TRUE(manager.undo(entriesOfABlock + 1));
+    ASSERT_TRUE(manager.redo(1));
+    bool answer = false;
+    {
+        const ValdaneTests::FailingAllocation noMemory(0, ValdaneTests::AllocationsThatFail::AllFromThereOn);
+        answer = manager.redo(1);
+    }
+    EXPECT_TRUE(answer);
+    EXPECT_EQ(manager.collectUndoCommandDescriptions().size(), std::size_t{entriesOfABlock + 1});
+}
+
 // A command that is redone once more while it is redone is there twice.
 TEST_F(RoomForTheMove, ThatTheCommandHasUsedUpIsTakenOverFromTheOtherQueue)
 {
