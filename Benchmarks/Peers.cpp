@@ -64,15 +64,14 @@ public:
         out << std::setprecision(6) << "{\n";
         for (const std::string& row : rows)
         {
-            out << "  \"" << row << "\": {";
+            out << R"(  ")" << row << R"(": {)";
             const char* separator = "\n";
             for (const auto& [history, of] : samples.at(row))
             {
-                out << std::exchange(separator, ",\n") << "    \"" << history
-                    << "\": {\"median\": " << quantile(row, history, 0.5)
-                    << ", \"lower_quartile\": " << quantile(row, history, 0.25)
-                    << ", \"upper_quartile\": " << quantile(row, history, 0.75)
-                    << ", \"repetitions\": " << of.size() << "}";
+                out << std::exchange(separator, ",\n") << R"(    ")" << history << R"(": {"median": )"
+                    << quantile(row, history, 0.5) << R"(, "lower_quartile": )"
+                    << quantile(row, history, 0.25) << R"(, "upper_quartile": )"
+                    << quantile(row, history, 0.75) << R"(, "repetitions": )" << of.size() << "}";
             }
             out << "\n  }" << (row == rows.back() ? "\n" : ",\n");
         }

@@ -5,6 +5,7 @@
 #include <boost/signals2/signal.hpp>
 
 #include <benchmark/benchmark.h>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -20,6 +21,7 @@ void emit(benchmark::State& state)
     Signal signal;
     std::uint64_t calls = 0;
     std::vector<Connection> connections;
+    connections.reserve(static_cast<std::size_t>(state.range(0)));
     for (std::int64_t i = 0; i < state.range(0); ++i)
     {
         connections.emplace_back(signal.connect([&calls](int) { ++calls; }));
