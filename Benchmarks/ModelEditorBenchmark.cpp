@@ -31,7 +31,8 @@ struct Fleet
     std::size_t attributes = 0; ///< that are set
 };
 
-/// Robots with ten joints each, of about @p megabytes; every fifth joint has an attribute `set`, but not more than 100,000.
+/// Robots with ten joints each, of about @p megabytes; every fifth joint has an attribute `set`, but not more
+/// than 100,000.
 Fleet makeFleet(std::int64_t megabytes)
 {
     Fleet fleet{.bytes = "<?xml version=\"1.0\"?>\n<fleet name=\"fleet\">\n"};

@@ -32,8 +32,8 @@ public:
     /// Empty if there are none, and always as it was set.
     const std::shared_ptr<Valdane::DynamicAttributeCollection>& get() const noexcept;
 
-    /// @throws VdException if a name is not `prefix:name` or XML cannot hold a text, unless it is what the file
-    /// has there. Nothing has changed then.
+    /// @throws VdException if a name is not `prefix:name` or XML cannot hold a text, unless it is what the
+    ///         file has there. Nothing has changed then.
     void set(std::shared_ptr<Valdane::DynamicAttributeCollection> attributes);
 
 private:

@@ -53,8 +53,8 @@ class ThreadedMacroCommand;
 /// - addThreadedCommand(), finalizeThread(): what the run has done and nobody has wound up, not queued, and
 ///   what could be redone forgotten.
 ///
-/// takeLastExecutedCommand(), the operations on the limit, and all that asks nobody, keeps nothing and gives no
-/// text, set or connection never fail.
+/// takeLastExecutedCommand(), the operations on the limit, and all that asks nobody, keeps nothing and gives
+/// no text, set or connection never fail.
 ///
 /// Threaded commands. One at a time can be under way, in the worker slot:
 ///

@@ -163,7 +163,8 @@ private:
     Hold* hold = nullptr;
 };
 
-/// The entry at the back of a queue, whose command stays alive while it runs, whatever it does with the queues.
+/// The entry at the back of a queue, whose command stays alive while it runs, whatever it does with the
+/// queues.
 ///
 /// The command's pointer is copied only when the queue is about to change: copying a shared pointer is dear.
 class CommandQueue::Hold
