@@ -5,10 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <pty.h>
 #include <string>
 #include <sys/wait.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace
@@ -25,6 +27,11 @@ public:
     {
         const std::string program = getProgramPath();
         child = forkpty(&terminal, nullptr, nullptr, nullptr);
+        if (child == -1)
+        {
+            // Going on would signal all processes that may be signalled: that is what -1 means there.
+            throw std::system_error(errno, std::generic_category(), "no pseudo-terminal");
+        }
         if (child == 0)
         {
             setenv("TERM", "dumb", 1);
