@@ -121,17 +121,20 @@ private:
     class Changes;
     struct Watch;
 
-    bool isAtOrAbove(const LegacyProgress& other) const noexcept;
-    LegacyProgress* asAttachable(const std::shared_ptr<Progress>& sub) const noexcept;
-    void attach(LegacyProgress& child, int from, int to, bool followsReset) noexcept;
-    void detach() noexcept;
-    void detachChildren() noexcept;
-    double positionInParent() const noexcept;
-    void place(double newPosition, Changes& changes);
-    void report(Changes& changes);
-    void restart(Changes& changes);
-    void restartParents(Changes& changes);
-    Watch& getOrMakeWatch();
+    // Not exported, as it depends on the compiler which of them are inline everywhere.
+    VALDANE_GENERALSERVICES_NO_EXPORT bool isAtOrAbove(const LegacyProgress& other) const noexcept;
+    VALDANE_GENERALSERVICES_NO_EXPORT LegacyProgress*
+    asAttachable(const std::shared_ptr<Progress>& sub) const noexcept;
+    VALDANE_GENERALSERVICES_NO_EXPORT void attach(LegacyProgress& child, int from, int to,
+                                                  bool followsReset) noexcept;
+    VALDANE_GENERALSERVICES_NO_EXPORT void detach() noexcept;
+    VALDANE_GENERALSERVICES_NO_EXPORT void detachChildren() noexcept;
+    VALDANE_GENERALSERVICES_NO_EXPORT double positionInParent() const noexcept;
+    VALDANE_GENERALSERVICES_NO_EXPORT void place(double newPosition, Changes& changes);
+    VALDANE_GENERALSERVICES_NO_EXPORT void report(Changes& changes);
+    VALDANE_GENERALSERVICES_NO_EXPORT void restart(Changes& changes);
+    VALDANE_GENERALSERVICES_NO_EXPORT void restartParents(Changes& changes);
+    VALDANE_GENERALSERVICES_NO_EXPORT Watch& getOrMakeWatch();
 
     std::atomic<double> position{0.0};
     LegacyProgress* parent = nullptr;
