@@ -1,43 +1,17 @@
 #include "Benchmarks/Each.h"
 #include "Benchmarks/Histories/ValdaneHistory.h"
-#include "Service/CommandPattern/ModuleAccessInterface.h"
+#include "Benchmarks/ModulesInTurn.h"
 
 #include <benchmark/benchmark.h>
 #include <cstddef>
-#include <cstdint>
 #include <memory>
-#include <set>
-#include <vector>
 
 namespace Valdane::Benchmarks
 {
 namespace
 {
 
-constexpr std::size_t moduleCount = 1000;
 constexpr std::size_t commandCount = 100'000;
-
-/// Says after each command that one of the modules was modified, each in its turn, as long as it is told to.
-class ModulesInTurn : public ModuleAccessInterface
-{
-public:
-    std::set<const Object*> getModifiedModulesFromBusiness() override
-    {
-        if (!tells)
-        {
-            return {};
-        }
-        turn = (turn + 1) % modules.size();
-        // Only the address counts.
-        return {reinterpret_cast<const Object*>(modules.data() + turn)};
-    }
-
-    bool tells = true;
-
-private:
-    std::vector<std::uint64_t> modules = std::vector<std::uint64_t>(moduleCount);
-    std::size_t turn = 0;
-};
 
 struct World
 {
@@ -126,7 +100,7 @@ void undoWithModifiedModules(benchmark::State& state)
 BENCHMARK(addCommandOverModules)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(adjustOnSave)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(getModifiedModules)->Unit(benchmark::kMicrosecond);
-BENCHMARK(undoWithModifiedModules)->ArgName("modules")->Arg(0)->Arg(moduleCount)->UseManualTime();
+BENCHMARK(undoWithModifiedModules)->ArgName("modules")->Arg(0)->Arg(ModulesInTurn::count)->UseManualTime();
 
 } // namespace
 } // namespace Valdane::Benchmarks

@@ -2,7 +2,7 @@
 // the commands themselves.
 
 #include "Benchmarks/Histories/ValdaneHistory.h"
-#include "Service/CommandPattern/ModuleAccessInterface.h"
+#include "Benchmarks/ModulesInTurn.h"
 #include "Tests/Allocations/Allocations.h"
 
 #include <cstddef>
@@ -10,7 +10,6 @@
 #include <iomanip>
 #include <iostream>
 #include <memory>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -54,21 +53,6 @@ Use operator-(const Use& whole, const Use& part)
 {
     return {.allocations = whole.allocations - part.allocations, .bytes = whole.bytes - part.bytes};
 }
-
-class ModulesInTurn : public ModuleAccessInterface
-{
-public:
-    std::set<const Object*> getModifiedModulesFromBusiness() override
-    {
-        turn = (turn + 1) % modules.size();
-        // Only the address counts.
-        return {reinterpret_cast<const Object*>(modules.data() + turn)};
-    }
-
-private:
-    std::vector<std::uint64_t> modules = std::vector<std::uint64_t>(1000);
-    std::size_t turn = 0;
-};
 
 void measure()
 {

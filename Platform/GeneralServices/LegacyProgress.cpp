@@ -3,7 +3,6 @@
 #include "Platform/Logging/LogMessage.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <mutex>
 #include <typeinfo>
 #include <utility>
@@ -17,16 +16,15 @@ namespace
 
 using Callback = std::function<void()>;
 
-std::size_t indexOf(int rate) noexcept
+// One of the rates there are.
+int nearest(int rate) noexcept
 {
-    using Speed = LegacyProgress::Speed;
-    return static_cast<std::size_t>(std::clamp<int>(rate, Speed::VerySlow, Speed::VeryFast) -
-                                    Speed::VerySlow);
+    return std::clamp<int>(rate, LegacyProgress::Speed::VerySlow, LegacyProgress::Speed::VeryFast);
 }
 
-std::uint64_t weightAt(std::size_t index) noexcept
+std::uint64_t weightOf(int rate) noexcept
 {
-    return std::uint64_t{1} << (LegacyProgress::Speed::VeryFast - LegacyProgress::Speed::VerySlow - index);
+    return std::uint64_t{1} << (LegacyProgress::Speed::VeryFast - nearest(rate));
 }
 
 } // namespace
@@ -312,30 +310,22 @@ LegacyProgress::Watch& LegacyProgress::getOrMakeWatch()
 
 void LegacyProgress::Speed::add(Rate rate) noexcept
 {
-    ++counts.at(indexOf(rate));
-    totalWeight += weightAt(indexOf(rate));
+    ++members;
+    sumOfRates += static_cast<std::uint64_t>(nearest(rate));
+    sumOfWeights += weightOf(rate);
 }
 
 LegacyProgress::Speed::Rate LegacyProgress::Speed::getAverageSpeed() const noexcept
 {
-    std::uint64_t members = 0;
-    std::uint64_t sum = 0;
-    for (std::size_t i = 0; i < counts.size(); ++i)
-    {
-        members += counts.at(i);
-        sum += counts.at(i) * (i + VerySlow);
-    }
     // (2 sum - members) / (2 members), rounded up: the mean, rounded with halves going down to the slower
     // rate.
-    return members == 0 ? Normal : static_cast<Rate>((2 * sum + members - 1) / (2 * members));
+    return members == 0 ? Normal : static_cast<Rate>((2 * sumOfRates + members - 1) / (2 * members));
 }
 
 int LegacyProgress::Speed::getPartitionFromRate(Rate rate) const noexcept
 {
     const std::uint64_t full = FullRange;
-    return totalWeight == 0
-               ? 0
-               : static_cast<int>(std::min(full, (full * weightAt(indexOf(rate))) / totalWeight));
+    return members == 0 ? 0 : static_cast<int>(std::min(full, (full * weightOf(rate)) / sumOfWeights));
 }
 
 } // namespace Valdane

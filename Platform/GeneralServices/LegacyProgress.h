@@ -3,7 +3,6 @@
 #include "Platform/GeneralServices/GeneralServicesExport.h"
 #include "Platform/GeneralServices/Progress.h"
 
-#include <array>
 #include <atomic>
 #include <cstdint>
 #include <functional>
@@ -155,7 +154,7 @@ private:
 /// counts as the nearest one.
 ///
 /// Thread: distinct objects are independent; one object is for one thread at a time.
-/// Cost: six numbers, whatever the number of members; exact up to 2^40 members.
+/// Cost: three numbers, whatever the number of members; exact up to 2^40 members.
 class VALDANE_GENERALSERVICES_EXPORT LegacyProgress::Speed
 {
 public:
@@ -185,8 +184,9 @@ public:
     int getPartitionFromRate(Rate rate) const noexcept;
 
 private:
-    std::array<std::uint64_t, VeryFast> counts{}; // from VerySlow up
-    std::uint64_t totalWeight = 0;
+    std::uint64_t members = 0;
+    std::uint64_t sumOfRates = 0;
+    std::uint64_t sumOfWeights = 0;
 };
 
 } // namespace Valdane

@@ -143,7 +143,7 @@ TEST(LegacyProgressSpeed, ManyMembersDoNotOverflow)
 
 TEST(LegacyProgressSpeed, TakesTheSameMemoryForAnyNumberOfMembers)
 {
-    static_assert(sizeof(Speed) == 6 * sizeof(std::uint64_t));
+    static_assert(sizeof(Speed) == 3 * sizeof(std::uint64_t));
 }
 
 } // namespace

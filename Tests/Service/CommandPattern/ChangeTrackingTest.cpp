@@ -1,5 +1,7 @@
 #include "Service/CommandPattern/ChangeTracking.h"
 
+#include "../../Allocations/Allocations.h"
+#include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/QueueLimit.h"
 
 #include <gmock/gmock.h>
@@ -7,8 +9,10 @@
 
 #include <cstddef>
 #include <memory>
+#include <new>
 #include <set>
 #include <string>
+#include <utility>
 
 namespace Valdane
 {
@@ -101,6 +105,32 @@ protected:
     CommandQueue redoQueue;
     QueueLimit limit;
 };
+
+TEST_F(ChangeTrackingTest, ACommandForWhoseSetsThereIsNoMemoryStaysWithTheCaller)
+{
+    tracking.modulesBeforeFirstCommand = {setOf("x"), setOf("y")};
+    const ModuleSet modules = setOf("a");
+    auto command = std::make_shared<MacroCommand>();
+    const std::weak_ptr<CommandBase> watched = command;
+    std::shared_ptr<CommandBase> given = std::move(command);
+    bool isMade = false;
+    for (std::size_t successes = 0; !isMade; ++successes)
+    {
+        const ValdaneTests::FailingAllocation failing(successes);
+        try
+        {
+            const QueuedCommand entry = tracking.makeEntry(std::move(given), modules, undoQueue);
+            isMade = true;
+            EXPECT_EQ(entry.command, watched.lock());
+            EXPECT_GE(successes, 1U) << "no allocation has failed";
+        }
+        catch (const std::bad_alloc&)
+        {
+            ASSERT_EQ(given, watched.lock());
+            ASSERT_NE(given, nullptr);
+        }
+    }
+}
 
 TEST_F(ChangeTrackingTest, EntriesAccumulateFromTheBaseSetOn)
 {
