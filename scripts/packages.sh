@@ -4,6 +4,7 @@ build_packages=(g++ cmake ninja-build pkg-config libboost-dev libspdlog-dev libp
 test_packages=(libgtest-dev libgmock-dev librapidcheck-dev)
 benchmark_packages=(valgrind python3)
 docs_packages=(doxygen python3)
+packaging_packages=(dpkg-dev file)
 fuzz_packages=(clang-19 libclang-rt-19-dev)
 
 # require_packages NAME...: returns when all of them are there; asks for rights only if one is missing.

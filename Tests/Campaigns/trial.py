@@ -19,6 +19,7 @@ from pathlib import Path
 LIBRARY = "Service/CommandPattern"
 TESTS = "Tests/Service/CommandPattern"
 RECORDING_ARCHIVE = "libCommandPatternOnRecordingServices.a"
+LIBRARY_TO_REPLACE = re.compile(re.escape(RECORDING_ARCHIVE) + r"$|libVLDService_CommandPattern\.so[.\d]*$")
 MODEL = {"VALDANE_MODEL_SEED": "1"}
 QUICK_OPERATIONS = {"VALDANE_MODEL_OPERATIONS": "20000"}
 MANY_OPERATIONS = {"VALDANE_MODEL_OPERATIONS": "300000"}
@@ -191,7 +192,7 @@ class Base:
         build([*replace_option(variant.link, "-o", str(folder / variant.file)), *variant.objects], self.binary)
         for program in variant.programs:
             program.link = [
-                str(folder / variant.file) if part.endswith((RECORDING_ARCHIVE, "libVLDService_CommandPattern.so.0.1.0")) else part
+                str(folder / variant.file) if LIBRARY_TO_REPLACE.search(part) else part
                 for part in program.link
             ]
             program.path = folder / program.name
