@@ -24,6 +24,7 @@ public:
     explicit VdException(const std::string& message,
                          const std::source_location& location = std::source_location::current());
 
+    /// Shares the text.
     VdException(const VdException&) noexcept = default;
     VdException& operator=(const VdException&) noexcept = default;
     ~VdException() override;

@@ -26,13 +26,16 @@ template <typename T>
 class VALDANE_PARAMETERIZATION_EXPORT AttributeDescription : public AttributeDescriptionBase
 {
 public:
+    /// Reads and writes the value.
     using Getter = std::function<T()>;
     using Setter = std::function<void(const T&)>;
+
     /// Makes a command that sets the attribute at @p attributePath, a path from @p root, to @p value.
     using CommandCreator =
         std::function<std::shared_ptr<CommandBase>(std::shared_ptr<Object> root, const Path& attributePath,
                                                    const T& value, const std::string& commandDescription)>;
 
+    /// @param name   see AttributeDescriptionBase::getName().
     /// @param read   reads the value; without one (empty) the attribute cannot be read.
     /// @param write  writes the value, emits nothing; without one (empty) the attribute cannot be written.
     AttributeDescription(std::string name, Getter read, Setter write);

@@ -34,6 +34,7 @@ public:
     void setForStandardEnabled(bool enabled) noexcept;
 
 protected:
+    /// Enabled for standard values. @param name  see getName().
     explicit AttributeDescriptionBase(std::string name);
 
 private:

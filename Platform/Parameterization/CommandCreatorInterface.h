@@ -22,6 +22,7 @@ class AttributeDescription;
 class VALDANE_PARAMETERIZATION_EXPORT CommandCreatorInterface
 {
 public:
+    /// Has no state: making, copying and moving do nothing.
     CommandCreatorInterface() = default;
     CommandCreatorInterface(const CommandCreatorInterface&) = default;
     CommandCreatorInterface(CommandCreatorInterface&&) = default;
@@ -33,6 +34,7 @@ public:
     virtual std::shared_ptr<CommandBase> createCommand(const void* description, const std::string& valueText,
                                                        const std::string& commandDescription);
 
+    /// Makes the command that sets the attribute to what @p valueText says.
     virtual std::shared_ptr<CommandBase> createCommand(const AttributeDescription<bool>* description,
                                                        const std::string& valueText,
                                                        const std::string& commandDescription) = 0;

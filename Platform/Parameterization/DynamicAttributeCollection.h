@@ -19,14 +19,17 @@ namespace Valdane
 class VALDANE_PARAMETERIZATION_EXPORT DynamicAttributeCollection
 {
 public:
+    /// One attribute.
     struct Entry
     {
-        std::string name;
-        std::string text;
+        std::string name; ///< any text
+        std::string text; ///< its value
 
+        /// Both texts are the same.
         bool operator==(const Entry&) const = default;
     };
 
+    /// Over the entries in order.
     using const_iterator = std::vector<Entry>::const_iterator;
 
     /// Gives the attribute @p name the @p text: in its place if it exists, otherwise after all others.
@@ -40,6 +43,7 @@ public:
     /// Removes the attribute @p name; the others keep their order. @return whether there was one.
     bool remove(std::string_view name);
 
+    /// The number of attributes.
     std::size_t size() const noexcept;
 
     /// Iteration over all entries in order; any change of the collection invalidates the iterators.

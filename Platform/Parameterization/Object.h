@@ -42,6 +42,7 @@ public:
     Object& operator=(const Object&) = delete;
     virtual ~Object();
 
+    /// What the owner knows this object by.
     const std::string& getKey() const noexcept;
 
     /// Appends @p child to the children.
@@ -74,6 +75,7 @@ public:
     /// A copy, so that the tree may be changed while walking it. Cost: linear in the number of children.
     std::vector<std::shared_ptr<Object>> getChildren() const;
 
+    /// The number of children.
     std::size_t getChildCount() const noexcept;
 
     /// The object that has this one as a child; empty at the root, and while the owner is being destroyed.
@@ -89,7 +91,9 @@ public:
 
     /// The path of the attribute @p attributeName of this object, which need not exist.
     ///
-    /// @param relativeTo  the object at which the path starts: this one or one above it; null for the root.
+    /// @param relativeTo     the object at which the path starts: this one or one above it; null for the root.
+    /// @param attributeName  any text.
+    /// @param type           as in the other overload.
     /// @throws VdException naming both objects, if @p relativeTo is neither.
     Path getPath(const Object* relativeTo, const std::string& attributeName, RequestedPathType type) const;
 

@@ -32,6 +32,7 @@ public:
     /// @throws VdException if @p object is empty.
     ClearDynamicAttributesCmd(std::shared_ptr<Object> object, std::string description);
 
+    /// Takes over what was given and what is remembered; see CommandBase.
     ClearDynamicAttributesCmd(ClearDynamicAttributesCmd&&) noexcept;
     ClearDynamicAttributesCmd& operator=(ClearDynamicAttributesCmd&&) noexcept;
     ~ClearDynamicAttributesCmd() override;

@@ -125,6 +125,7 @@ public:
     /// The command queued next, although executed last, is thus undone after those merged into it, unless the
     /// macro has the forward undo order; where it builds on what they did, pass true.
     ///
+    /// @param command              not executed yet.
     /// @param useForwardUndoOrder  true to have that macro undone first to last: one true is enough for it.
     /// @return true if it was executed; false if it threw, or if @p command is empty.
     bool addCommandToMergeWithNextCommand(std::shared_ptr<CommandBase> command, bool useForwardUndoOrder);
@@ -168,6 +169,7 @@ public:
     /// Redoes everything, or up to the first command that throws.
     void redoAll();
 
+    /// Whether there is a command to undo, or to redo.
     bool canUndo() const;
     bool canRedo() const;
 
@@ -204,6 +206,7 @@ public:
     /// any more.
     void setMaxQueueSize(std::uint32_t size);
 
+    /// Whether the limit is in use; false at first.
     bool usesMaxQueueSize() const;
 
     /// Switches the limit on or off; if that is a change and the limit is on now, applies it at once.

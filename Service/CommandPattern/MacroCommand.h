@@ -34,6 +34,7 @@ namespace Valdane
 class VALDANE_COMMANDPATTERN_EXPORT MacroCommand : public CommandBase
 {
 public:
+    /// Sub-commands in the order of execution.
     using CommandList = std::list<std::shared_ptr<CommandBase>>;
 
     /// No description, no sub-commands.
@@ -91,6 +92,7 @@ public:
     /// Removes all sub-commands.
     void clear();
 
+    /// Whether there is no sub-command, and how many there are.
     bool empty() const;
     unsigned long long size() const;
 

@@ -20,6 +20,7 @@ class Object;
 class VALDANE_COMMANDPATTERN_EXPORT ModuleAccessInterface
 {
 public:
+    /// Has no state: making and copying do nothing.
     ModuleAccessInterface();
     ModuleAccessInterface(const ModuleAccessInterface&);
     ModuleAccessInterface& operator=(const ModuleAccessInterface&);

@@ -37,6 +37,7 @@ public:
     /// @param description  as in CommandBase; where it is empty it becomes "Set " and the attribute's name.
     SetAttributeCmd(std::weak_ptr<Object> object, Path path, T newValue, std::string description);
 
+    /// Takes over what was given and what is remembered; see CommandBase.
     SetAttributeCmd(SetAttributeCmd&&) noexcept;
     SetAttributeCmd& operator=(SetAttributeCmd&&) noexcept;
     ~SetAttributeCmd() override;

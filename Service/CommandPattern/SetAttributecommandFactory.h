@@ -29,6 +29,7 @@ public:
     /// @throws VdException if @p object is empty.
     explicit SetAttributecommandFactory(std::shared_ptr<Object> object);
 
+    /// For the same object.
     SetAttributecommandFactory(const SetAttributecommandFactory&);
     SetAttributecommandFactory(SetAttributecommandFactory&&) noexcept;
     SetAttributecommandFactory& operator=(const SetAttributecommandFactory&);

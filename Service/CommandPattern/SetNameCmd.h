@@ -30,6 +30,7 @@ public:
     /// @throws VdException if @p object is empty.
     SetNameCmd(std::shared_ptr<Object> object, const std::string& newName, const std::string& description);
 
+    /// Takes over what was given and what is remembered; see CommandBase.
     SetNameCmd(SetNameCmd&&) noexcept;
     SetNameCmd& operator=(SetNameCmd&&) noexcept;
     ~SetNameCmd() override;

@@ -58,6 +58,7 @@ public:
     /// A macro whose first failure ends the run. @param description  as in CommandBase.
     explicit ThreadedMacroCommand(const std::string& description);
 
+    /// @param description          as in CommandBase.
     /// @param continueOnException  see setContinueOnException().
     ThreadedMacroCommand(const std::string& description, bool continueOnException);
     ~ThreadedMacroCommand() override;
