@@ -255,7 +255,8 @@ void showTheProgressOfAnUndo()
         macro->addCommand(typing(text, letters));
     }
     manager.addCommand(macro);
-    bar->setChangeCallback([&] { std::cout << bar->fraction() << " "; });
+    bar->setChangeCallback([&] { std::cout << " " << bar->fraction(); });
+    std::cout << "at";
     manager.undo(1);
     bar->setChangeCallback({});
     std::cout << "\n";
