@@ -6,10 +6,13 @@
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/ModuleAccessInterface.h"
 
+#include <spdlog/spdlog.h>
+
 #include <iomanip>
 #include <iostream>
 #include <memory>
 #include <set>
+#include <stdexcept>
 #include <string>
 
 using Valdane::CommandManager;
@@ -54,13 +57,21 @@ public:
 
     void undo() override
     {
-        // Change it back here.
+        // Change it back here. The manager resets this mark, as it knows what that leads to.
         marks.mark(module);
     }
 
 private:
     Marks& marks;
     const Object& module;
+};
+
+// Does not work.
+class Failing : public Valdane::CommandBase
+{
+public:
+    void execute() override { throw std::runtime_error("no"); }
+    void undo() override {}
 };
 
 enum Tracker
@@ -169,6 +180,27 @@ void severalCommandsAsOne()
     session.after("undo");
 }
 
+void aFailure()
+{
+    Session session("a macro that fails and is rolled back");
+    auto& [marks, manager] = session;
+    const auto macro = std::make_shared<MacroCommand>("Edit pumps and fail");
+    macro->addCommand(session.edit(marks->pumps));
+    macro->addCommand(std::make_shared<Failing>());
+    manager.addCommand(macro);
+    session.after("macro");
+    marks->markAllModulesInBusinessAsUnmodified();
+    session.after("reset the marks");
+
+    const auto resetMarks = [&marks = *session.marks](const char*, const std::string&)
+    {
+        marks.markAllModulesInBusinessAsUnmodified();
+    };
+    const auto connection = manager.connectToSigCommandFailed(resetMarks);
+    manager.addCommand(macro);
+    session.after("macro, with a listener");
+}
+
 void theLimit()
 {
     Session session("a limit of one command");
@@ -256,9 +288,12 @@ void twoCommandsReplacedByOne()
 
 int main()
 {
+    // The log would write each failure to standard output, too.
+    spdlog::set_level(spdlog::level::off);
     twoSavePoints();
     aSavePointOutOfReach();
     severalCommandsAsOne();
+    aFailure();
     theLimit();
     clearing();
     loadedToBeSaved();
