@@ -10,6 +10,7 @@
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/ModuleAccessInterface.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
+#include "Service/CommandPattern/ThreadedMacroCommand.h"
 
 #include <spdlog/spdlog.h>
 
@@ -32,6 +33,7 @@ using Valdane::LegacyProgress;
 using Valdane::MacroCommand;
 using Valdane::Object;
 using Valdane::Thread;
+using Valdane::ThreadedMacroCommand;
 
 namespace
 {
@@ -182,6 +184,12 @@ void showTheHistory()
     goToRow(manager, 1);
     print(historyRows(manager, mark));
     manager.addCommand(typing(text, "x"));
+    print(historyRows(manager, mark));
+    mark.onSaved();
+    manager.clear();
+    print(historyRows(manager, mark));
+    manager.addCommand(typing(text, "y"));
+    manager.clear();
     print(historyRows(manager, mark));
 }
 
@@ -403,7 +411,9 @@ bool mayEdit(const CommandManager& manager)
 class WorkCmd : public Valdane::ThreadedCommand
 {
 public:
-    WorkCmd() : ThreadedCommand("Work") {}
+    explicit WorkCmd(BlockingLevel level) : ThreadedCommand("Work"), blocked(level) {}
+
+    BlockingLevel blockingLevel() const override { return blocked; }
 
     void run() override
     {
@@ -415,6 +425,9 @@ public:
 
     void finishRun() override {}
     void undo() override {}
+
+private:
+    BlockingLevel blocked;
 };
 
 // For closing a document: nothing is under way any more afterwards.
@@ -431,8 +444,19 @@ void blockWhileWorking()
 {
     title("blocked");
     CommandManager manager;
-    manager.addThreadedCommand(std::make_shared<WorkCmd>());
-    std::cout << "under way: " << mayEdit(manager) << "\n";
+    for (const auto level : {Thread::BlockingLevel::Everything, Thread::BlockingLevel::None})
+    {
+        manager.addThreadedCommand(std::make_shared<WorkCmd>(level));
+        std::cout << "under way: " << mayEdit(manager) << "\n";
+        stopThreadedCommand(manager);
+    }
+    const auto macro = std::make_shared<ThreadedMacroCommand>("Work twice");
+    const auto inner = std::make_shared<ThreadedMacroCommand>("Work once");
+    inner->addCommand(std::make_shared<WorkCmd>(Thread::BlockingLevel::None));
+    macro->addCommand(inner);
+    macro->addCommand(std::make_shared<WorkCmd>(Thread::BlockingLevel::None));
+    manager.addThreadedCommand(macro);
+    std::cout << "a macro under way: " << mayEdit(manager) << "\n";
     stopThreadedCommand(manager);
     std::cout << "afterwards: " << mayEdit(manager) << ", can undo: " << manager.canUndo() << "\n";
 }

@@ -181,6 +181,23 @@ private:
     std::string text;
 };
 
+// Takes another number each time.
+class CarelessNumberCmd : public CommandBase
+{
+public:
+    explicit CarelessNumberCmd(std::vector<double>& changedTable)
+        : CommandBase("Number"), table(changedTable)
+    {
+    }
+
+    void execute() override { table.push_back(next++); }
+    void undo() override { table.pop_back(); }
+
+private:
+    std::vector<double>& table;
+    double next = 1;
+};
+
 // Runs a command through a history and tells how it behaves there. The state is whatever the
 // command may change, as something that can be compared.
 template <typename TakeState>
@@ -234,6 +251,8 @@ void tryOutAll()
               << "\n";
     std::cout << "careless import: "
               << tryOut(std::make_shared<CarelessImportCmd>(table, "four"), content) << "\n";
+    std::cout << "careless number: " << tryOut(std::make_shared<CarelessNumberCmd>(table), content)
+              << "\n";
 }
 
 // A tree may change between an execution and its undo.
