@@ -120,15 +120,14 @@ public:
 
     void onSaved() { ahead = 0; }
 
-    // How many steps lead there: to be redone or, negative, to be undone. Nothing if none do.
+    // How many steps lead there: to be redone or, negative, to be undone. None do where this is
+    // empty, or leads past the ends of the history.
     std::optional<std::int64_t> getAhead() const { return ahead; }
 
 private:
     void follow(CommandManager::QueueChangeReason reason)
     {
-        const bool isLost = (reason == CommandManager::CommandAdded && ahead > 0) ||
-                            (reason == CommandManager::QueueCleared && ahead != 0);
-        if (!ahead || isLost)
+        if (!ahead || (reason == CommandManager::CommandAdded && *ahead > 0))
         {
             ahead.reset();
         }
