@@ -155,11 +155,12 @@ std::string Encoding::decode(std::string_view bytes) const
     return convert(converter.get(), bytes, "the file is not in its encoding " + name);
 }
 
-std::string Encoding::encode(std::string_view text) const
+std::string Encoding::encode(std::string text) const
 {
     if (name == "UTF-8")
     {
-        return byteOrderMark + std::string(text);
+        text.insert(0, byteOrderMark);
+        return text;
     }
     const auto converter = openConverter(name, "UTF-8", name);
     return byteOrderMark +

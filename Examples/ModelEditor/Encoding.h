@@ -29,10 +29,10 @@ public:
     /// @throws VdException if the encoding is not known or @p bytes are not in it.
     std::string decode(std::string_view bytes) const;
 
-    /// The reverse of decode.
+    /// The reverse of decode. Cost: none if @p text is given away and the file is in UTF-8 without byte order mark.
     ///
     /// @throws VdException if the encoding lacks a character of @p text.
-    std::string encode(std::string_view text) const;
+    std::string encode(std::string text) const;
 
 private:
     Encoding(std::string encodingName, std::string_view mark);

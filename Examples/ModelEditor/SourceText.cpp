@@ -42,7 +42,8 @@ std::string SourceText::getCurrent(Span span) const
         result += replacement.text;
         position = offset + replacement.length;
     }
-    return result.append(original, position, end - position);
+    result.append(original, position, end - position);
+    return result;
 }
 
 std::string SourceText::release() noexcept

@@ -2,14 +2,13 @@
 
 #include "Examples/ModelEditor/Markup.h"
 #include "Examples/ModelEditor/StartTag.h"
+#include "Examples/ModelEditor/WellFormedCheck.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <algorithm>
 #include <functional>
-#include <iterator>
 #include <new>
 #include <string_view>
-#include <vector>
 
 namespace ModelEditor
 {
@@ -30,19 +29,6 @@ std::string decoded(const Encoding& encoding, const std::string& bytes, const st
     {
         throw Valdane::VdException(name + ": " + exception.what());
     }
-}
-
-// The second of two attributes with the same name; pugixml takes them.
-pugi::xml_attribute repeatedAttribute(pugi::xml_node node)
-{
-    std::vector<std::string_view> names;
-    for (const auto attribute : node.attributes())
-    {
-        names.emplace_back(attribute.name());
-    }
-    std::ranges::sort(names);
-    const auto twice = std::ranges::adjacent_find(names);
-    return twice == names.end() ? pugi::xml_attribute() : node.attribute(std::string(*twice).c_str());
 }
 
 [[noreturn]] void failToParse(const pugi::xml_parse_result& result, const std::string& name)
@@ -90,15 +76,17 @@ void removeNode(pugi::xml_node node) noexcept
 
 pugi::xml_node nextNode(pugi::xml_node node)
 {
-    if (!node.first_child().empty())
+    if (const auto child = node.first_child(); !child.empty())
     {
-        return node.first_child();
+        return child;
     }
-    while (!node.empty() && node.next_sibling().empty())
+    auto sibling = node.next_sibling();
+    while (sibling.empty() && !node.empty())
     {
         node = node.parent();
+        sibling = node.next_sibling();
     }
-    return node.next_sibling();
+    return sibling;
 }
 
 bool isLayout(pugi::xml_node node)
@@ -116,10 +104,7 @@ XmlDocument::XmlDocument(const std::string& bytes, const std::string& fileName)
     parse();
     requireOneRoot();
     requireNothingBehind();
-    for (auto node = nextNode(document); node; node = nextNode(node))
-    {
-        requireWellFormed(node);
-    }
+    requireWellFormed();
     findContent();
 }
 
@@ -270,75 +255,19 @@ void XmlDocument::requireNothingBehind() const
     }
 }
 
+// What the parser lets pass.
+void XmlDocument::requireWellFormed() const
+{
+    WellFormedCheck check(*this, source.getOriginal(), parsed.data());
+    for (auto node = nextNode(document); !node.empty(); node = nextNode(node))
+    {
+        check.require(node);
+    }
+}
+
 void XmlDocument::complainOfText(std::size_t offset) const
 {
     complain(source.getOriginal().find_first_not_of(" \t\r\n", offset), "text outside the root element");
-}
-
-// What the parser lets pass.
-void XmlDocument::requireWellFormed(pugi::xml_node node) const
-{
-    if (node.type() == pugi::node_pcdata)
-    {
-        requireReferences(node.value(), "<");
-    }
-    if (node.type() == pugi::node_element)
-    {
-        requireName(node.name());
-    }
-    for (const auto attribute : node.attributes())
-    {
-        requireName(attribute.name());
-        const std::size_t offset = offsetOf(attribute.value());
-        const std::string_view quote = source.getOriginal().substr(offset - 1, 1);
-        requireReferences(attribute.value(), quote);
-        if (std::string_view(attribute.value()).find('<') != std::string_view::npos &&
-            markupAt(offset, quote).find('<') != std::string_view::npos)
-        {
-            complain(offset, std::string("< in the value of ") + attribute.name());
-        }
-    }
-    if (!node.first_attribute().next_attribute().empty())
-    {
-        if (const auto repeated = repeatedAttribute(node))
-        {
-            complain(offsetOf(node.name()),
-                     std::string(node.name()) + " has two attributes " + repeated.name());
-        }
-    }
-}
-
-// Others have no address.
-void XmlDocument::requireName(const char* nodeName) const
-{
-    if (!isQualifiedName(nodeName))
-    {
-        complain(offsetOf(nodeName), std::string(nodeName) + " is no name of the form name or prefix:name");
-    }
-}
-
-// Only a value that has an ampersand can have a wrong one.
-void XmlDocument::requireReferences(const char* value, std::string_view end) const
-{
-    if (std::string_view(value).find('&') == std::string_view::npos)
-    {
-        return;
-    }
-    const std::size_t offset = offsetOf(value);
-    const auto markup = markupAt(offset, end);
-    for (auto place = markup.find('&'); place != std::string_view::npos; place = markup.find('&', place + 1))
-    {
-        if (!startsWithReference(markup.substr(place)))
-        {
-            complain(offset + place, "& that starts no reference");
-        }
-    }
-}
-
-std::string_view XmlDocument::markupAt(std::size_t offset, std::string_view end) const
-{
-    const auto rest = source.getOriginal().substr(offset);
-    return rest.substr(0, rest.find(end));
 }
 
 std::size_t XmlDocument::offsetOf(const char* text) const

@@ -114,10 +114,7 @@ private:
     void requireOneRoot() const;
     void requireNothingBehind() const;
     [[noreturn]] void complainOfText(std::size_t offset) const;
-    void requireWellFormed(pugi::xml_node node) const;
-    void requireName(const char* nodeName) const;
-    void requireReferences(const char* value, std::string_view end) const;
-    std::string_view markupAt(std::size_t offset, std::string_view end) const;
+    void requireWellFormed() const;
     std::size_t offsetOf(const char* text) const;
     void findContent();
     std::size_t findEndTag() const;

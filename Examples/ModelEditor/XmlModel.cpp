@@ -5,7 +5,10 @@
 #include "Examples/ModelEditor/XmlChange.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
+#include <cstddef>
+#include <span>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
@@ -21,24 +24,61 @@ struct SameTag
     std::size_t used = 0;
 };
 
-std::unordered_map<std::string_view, SameTag> countTags(pugi::xml_node parent)
+// The node, or the first sibling behind it, that is an element; empty if none is.
+pugi::xml_node elementFrom(pugi::xml_node node)
 {
-    std::unordered_map<std::string_view, SameTag> tags;
-    for (const auto child : parent.children())
+    while (!node.empty() && node.type() != pugi::node_element)
     {
-        if (child.type() == pugi::node_element)
-        {
-            ++tags[child.name()].count;
-        }
+        node = node.next_sibling();
     }
-    return tags;
+    return node;
 }
 
-// The children of the root behind a node, and that node itself, which are elements.
+// How many elements of a tag there are among siblings. Neighbours mostly have the same.
+class SameTags
+{
+public:
+    explicit SameTags(pugi::xml_node parent)
+    {
+        for (auto element = elementFrom(parent.first_child()); !element.empty();
+             element = elementFrom(element.next_sibling()))
+        {
+            ++of(element.name()).count;
+        }
+    }
+
+    SameTag& of(std::string_view tag)
+    {
+        if (last == nullptr || last->first != tag)
+        {
+            last = &*tags.try_emplace(tag).first;
+        }
+        return last->second;
+    }
+
+private:
+    std::unordered_map<std::string_view, SameTag> tags;
+    std::pair<const std::string_view, SameTag>* last = nullptr;
+};
+
+// An object whose children are being made.
+struct Level
+{
+    explicit Level(XmlObject& parent)
+        : object(parent), tags(parent.getElement()), next(elementFrom(parent.getElement().first_child()))
+    {
+    }
+
+    XmlObject& object;
+    SameTags tags;
+    pugi::xml_node next;
+};
+
+// What is an element of the node and the siblings behind it.
 std::vector<pugi::xml_node> elementsFrom(pugi::xml_node first)
 {
     std::vector<pugi::xml_node> elements;
-    for (auto node = first; node; node = node.next_sibling())
+    for (auto node = first; !node.empty(); node = node.next_sibling())
     {
         if (node.type() == pugi::node_element)
         {
@@ -48,9 +88,17 @@ std::vector<pugi::xml_node> elementsFrom(pugi::xml_node first)
     return elements;
 }
 
-std::string keyOf(const std::string& tag, const SameTag& same)
+// The key of the next element of that tag.
+std::string nextKey(std::string_view tag, SameTags& tags)
 {
-    return same.count == 1 ? tag : tag + "[" + std::to_string(same.used) + "]";
+    auto& same = tags.of(tag);
+    ++same.used;
+    std::string key(tag);
+    if (same.count != 1)
+    {
+        key.append("[").append(std::to_string(same.used)).append("]");
+    }
+    return key;
 }
 
 Part partOf(const std::string& attributeName)
@@ -159,8 +207,9 @@ XmlModel::XmlModel(const std::string& bytes, const std::string& name)
 {
     const auto element = document.getRootElement();
     root = makeObject(element.name(), element);
-    enter(*root);
-    addBelow(*root);
+    std::vector<XmlObject*> made;
+    addWithBelow(*root, made);
+    objects = ObjectsByNode(made);
 }
 
 std::shared_ptr<XmlObject> XmlModel::getRoot() const
@@ -233,37 +282,28 @@ std::string XmlModel::toBytes() const
     return document.toBytes();
 }
 
-// Top down, and a child before what is below it: that costs the same at every depth.
-void XmlModel::addBelow(XmlObject& top)
+// A child has its owner before there is something below it: that costs the same at every depth.
+void XmlModel::addWithBelow(XmlObject& top, std::vector<XmlObject*>& made) const
 {
-    std::vector<XmlObject*> open{&top};
+    made.push_back(&top);
+    std::vector<Level> open;
+    open.emplace_back(top);
     while (!open.empty())
     {
-        XmlObject& object = *open.back();
-        open.pop_back();
-        addChildren(object);
-        for (const auto child : object.getElement().children())
+        const auto element = open.back().next;
+        if (element.empty())
         {
-            if (!child.first_child().empty() && child.type() == pugi::node_element)
-            {
-                open.push_back(objects.at(child.internal_object()));
-            }
+            open.pop_back();
+            continue;
         }
-    }
-}
-
-void XmlModel::addChildren(XmlObject& object)
-{
-    auto tags = countTags(object.getElement());
-    for (const auto child : object.getElement().children())
-    {
-        if (child.type() == pugi::node_element)
+        open.back().next = elementFrom(element.next_sibling());
+        auto owned = makeObject(nextKey(element.name(), open.back().tags), element);
+        auto& child = *owned;
+        open.back().object.addChild(std::move(owned));
+        made.push_back(&child);
+        if (!element.first_child().empty())
         {
-            auto& same = tags.find(child.name())->second;
-            ++same.used;
-            const auto made = makeObject(keyOf(child.name(), same), child);
-            object.addChild(made);
-            enter(*made);
+            open.emplace_back(child);
         }
     }
 }
@@ -275,12 +315,6 @@ std::shared_ptr<XmlObject> XmlModel::makeObject(std::string key, pugi::xml_node 
         return std::make_shared<NamedXmlObject>(std::move(key), context, element);
     }
     return std::make_shared<XmlObject>(std::move(key), context, element);
-}
-
-// An object is owned by then, so that it lives as long as it is found here.
-void XmlModel::enter(XmlObject& object)
-{
-    objects.emplace(object.getElement().internal_object(), &object);
 }
 
 void XmlModel::attach(XmlPart& part)
@@ -311,30 +345,21 @@ void XmlModel::attach(XmlPart& part)
 
 void XmlModel::makeModules(XmlPart& part)
 {
-    auto tags = countTags(root->getElement());
+    const auto all = elementsFrom(root->getElement().first_child());
     const auto nodes = elementsFrom(document.getLastAppended());
-    for (auto& [tag, same] : tags)
+    SameTags tags(root->getElement());
+    for (const auto old : std::span(all).first(all.size() - nodes.size()))
     {
-        same.used = same.count;
+        ++tags.of(old.name()).used;
     }
     for (const auto node : nodes)
     {
-        --tags.find(node.name())->second.used;
+        part.modules.push_back(makeObject(nextKey(node.name(), tags), node));
+        addWithBelow(*part.modules.back(), part.objects);
     }
-    for (const auto node : nodes)
+    for (auto* const object : part.objects)
     {
-        auto& same = tags.find(node.name())->second;
-        ++same.used;
-        part.modules.push_back(makeObject(keyOf(node.name(), same), node));
-        enter(*part.modules.back());
-        addBelow(*part.modules.back());
-    }
-    for (auto node = document.getLastAppended(); node; node = nextNode(node))
-    {
-        if (node.type() == pugi::node_element)
-        {
-            part.objects.push_back(objects.at(node.internal_object()));
-        }
+        objects.add(*object);
     }
 }
 
@@ -346,7 +371,7 @@ void XmlModel::bindObjects(const XmlPart& part)
         if (node.type() == pugi::node_element)
         {
             (*object)->bind(node);
-            enter(**object);
+            objects.add(**object);
             ++object;
         }
     }
@@ -364,12 +389,11 @@ void XmlModel::detach(XmlPart& part) noexcept
     }
     for (auto node = document.getLastAppended(); node; node = nextNode(node))
     {
-        const auto found = objects.find(node.internal_object());
-        if (found != objects.end())
-        {
-            found->second->bind({});
-            objects.erase(found);
-        }
+        objects.remove(node);
+    }
+    for (auto* const object : part.objects)
+    {
+        object->bind({});
     }
     part.markup = document.removeLast();
 }
@@ -399,9 +423,9 @@ std::optional<Selected> XmlModel::find(const pugi::xpath_node& node) const
 {
     const auto objectOf = [this](pugi::xml_node element)
     {
-        const auto found = objects.find(element.internal_object());
+        auto* const found = objects.find(element);
         return std::static_pointer_cast<XmlObject>(
-            (found == objects.end() ? root.get() : found->second)->shared_from_this());
+            (found == nullptr ? root.get() : found)->shared_from_this());
     };
     if (const auto attribute = node.attribute())
     {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Examples/ModelEditor/ObjectsByNode.h"
 #include "Examples/ModelEditor/XmlDocument.h"
 #include "Examples/ModelEditor/XmlObject.h"
 
@@ -9,7 +10,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace ModelEditor
@@ -111,10 +111,8 @@ public:
     std::string toBytes() const;
 
 private:
-    void addBelow(XmlObject& top);
-    void addChildren(XmlObject& object);
+    void addWithBelow(XmlObject& top, std::vector<XmlObject*>& made) const;
     std::shared_ptr<XmlObject> makeObject(std::string key, pugi::xml_node element) const;
-    void enter(XmlObject& object);
     void attach(XmlPart& part);
     void makeModules(XmlPart& part);
     void bindObjects(const XmlPart& part);
@@ -126,7 +124,7 @@ private:
     XmlDocument document;
     XmlContext context;
     std::shared_ptr<XmlObject> root;
-    std::unordered_map<const void*, XmlObject*> objects;
+    ObjectsByNode objects;
 };
 
 } // namespace ModelEditor
