@@ -27,7 +27,7 @@ struct SameTag
 // The node, or the first sibling behind it, that is an element; empty if none is.
 pugi::xml_node elementFrom(pugi::xml_node node)
 {
-    while (!node.empty() && node.type() != pugi::node_element)
+    while (node.type() != pugi::node_element && !node.empty())
     {
         node = node.next_sibling();
     }
