@@ -29,7 +29,7 @@ public:
     /// @throws VdException if the encoding is not known or @p bytes are not in it.
     std::string decode(std::string_view bytes) const;
 
-    /// The reverse of decode. Cost: none if @p text is given away and the file is in UTF-8 without byte order mark.
+    /// The reverse of decode. Cost: none for a text that is moved in and stays as it is.
     ///
     /// @throws VdException if the encoding lacks a character of @p text.
     std::string encode(std::string text) const;

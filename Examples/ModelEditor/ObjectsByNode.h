@@ -20,7 +20,7 @@ class ObjectsByNode
 public:
     ObjectsByNode() = default;
 
-    /// @param lasting  objects of different elements, which keep their elements; best in the order of the document.
+    /// @param lasting  objects of different elements, which keep them; best in the order of the document.
     explicit ObjectsByNode(const std::vector<XmlObject*>& lasting);
 
     /// Adds an object that may go again. @pre it has an element whose object is not in here (not checked).

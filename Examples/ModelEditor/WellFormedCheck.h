@@ -13,8 +13,8 @@ class XmlDocument;
 
 /// Looks for what is not well-formed, or has no address, and yet passes the parser.
 ///
-/// Cost: a pass through the source text and the nodes. A value is looked at by itself only where something in its tag
-/// may be wrong.
+/// Cost: a pass through the source text and the nodes. The parts of a tag are looked at only where something
+/// in it may be wrong.
 ///
 /// Ownership: refers to the document, the source text and the parsed one, which must live longer.
 /// Thread: one at a time.
@@ -22,7 +22,7 @@ class WellFormedCheck
 {
 public:
     /// @param text  the text of @p checked as it was read.
-    /// @param parsedText  the same text, which was parsed in place: what names and values of the nodes point into.
+    /// @param parsedText  the same text parsed in place: what names and values of the nodes point into.
     WellFormedCheck(const XmlDocument& checked, std::string_view text, const char* parsedText);
 
     /// Checks @p node without its children.

@@ -89,6 +89,15 @@ pugi::xml_node nextNode(pugi::xml_node node)
     return sibling;
 }
 
+pugi::xml_node elementFrom(pugi::xml_node node)
+{
+    while (node.type() != pugi::node_element && !node.empty())
+    {
+        node = node.next_sibling();
+    }
+    return node;
+}
+
 bool isLayout(pugi::xml_node node)
 {
     const bool isOnly = !node.previous_sibling() && !node.next_sibling();

@@ -16,6 +16,9 @@ namespace ModelEditor
 /// The next node in document order; empty behind the last one.
 pugi::xml_node nextNode(pugi::xml_node node);
 
+/// @p node, or the first sibling behind it, that is an element; empty if none is.
+pugi::xml_node elementFrom(pugi::xml_node node);
+
 /// Whether @p node is white space that only lays out other nodes. White space that is all that an element has
 /// is its text.
 bool isLayout(pugi::xml_node node);

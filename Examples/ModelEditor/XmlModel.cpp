@@ -2,13 +2,12 @@
 
 #include "Examples/ModelEditor/Markup.h"
 #include "Examples/ModelEditor/NamedXmlObject.h"
+#include "Examples/ModelEditor/SiblingKeys.h"
 #include "Examples/ModelEditor/XmlChange.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <cstddef>
 #include <span>
-#include <string_view>
-#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
@@ -18,87 +17,28 @@ namespace ModelEditor
 namespace
 {
 
-struct SameTag
-{
-    std::size_t count = 0;
-    std::size_t used = 0;
-};
-
-// The node, or the first sibling behind it, that is an element; empty if none is.
-pugi::xml_node elementFrom(pugi::xml_node node)
-{
-    while (node.type() != pugi::node_element && !node.empty())
-    {
-        node = node.next_sibling();
-    }
-    return node;
-}
-
-// How many elements of a tag there are among siblings. Neighbours mostly have the same.
-class SameTags
-{
-public:
-    explicit SameTags(pugi::xml_node parent)
-    {
-        for (auto element = elementFrom(parent.first_child()); !element.empty();
-             element = elementFrom(element.next_sibling()))
-        {
-            ++of(element.name()).count;
-        }
-    }
-
-    SameTag& of(std::string_view tag)
-    {
-        if (last == nullptr || last->first != tag)
-        {
-            last = &*tags.try_emplace(tag).first;
-        }
-        return last->second;
-    }
-
-private:
-    std::unordered_map<std::string_view, SameTag> tags;
-    std::pair<const std::string_view, SameTag>* last = nullptr;
-};
-
 // An object whose children are being made.
 struct Level
 {
     explicit Level(XmlObject& parent)
-        : object(parent), tags(parent.getElement()), next(elementFrom(parent.getElement().first_child()))
+        : object(parent), keys(parent.getElement()), next(elementFrom(parent.getElement().first_child()))
     {
     }
 
     XmlObject& object;
-    SameTags tags;
+    SiblingKeys keys;
     pugi::xml_node next;
 };
 
-// What is an element of the node and the siblings behind it.
+// The node and the siblings behind it, those that are elements.
 std::vector<pugi::xml_node> elementsFrom(pugi::xml_node first)
 {
     std::vector<pugi::xml_node> elements;
-    for (auto node = first; !node.empty(); node = node.next_sibling())
+    for (auto element = elementFrom(first); !element.empty(); element = elementFrom(element.next_sibling()))
     {
-        if (node.type() == pugi::node_element)
-        {
-            elements.push_back(node);
-        }
+        elements.push_back(element);
     }
     return elements;
-}
-
-// The key of the next element of that tag.
-std::string nextKey(std::string_view tag, SameTags& tags)
-{
-    auto& same = tags.of(tag);
-    ++same.used;
-    std::string key(tag);
-    if (same.count != 1)
-    {
-        key.append("[").append(std::to_string(same.used)).append("]");
-    }
-    return key;
 }
 
 Part partOf(const std::string& attributeName)
@@ -297,7 +237,7 @@ void XmlModel::addWithBelow(XmlObject& top, std::vector<XmlObject*>& made) const
             continue;
         }
         open.back().next = elementFrom(element.next_sibling());
-        auto owned = makeObject(nextKey(element.name(), open.back().tags), element);
+        auto owned = makeObject(open.back().keys.next(element.name()), element);
         auto& child = *owned;
         open.back().object.addChild(std::move(owned));
         made.push_back(&child);
@@ -347,14 +287,14 @@ void XmlModel::makeModules(XmlPart& part)
 {
     const auto all = elementsFrom(root->getElement().first_child());
     const auto nodes = elementsFrom(document.getLastAppended());
-    SameTags tags(root->getElement());
+    SiblingKeys keys(root->getElement());
     for (const auto old : std::span(all).first(all.size() - nodes.size()))
     {
-        ++tags.of(old.name()).used;
+        keys.next(old.name());
     }
     for (const auto node : nodes)
     {
-        part.modules.push_back(makeObject(nextKey(node.name(), tags), node));
+        part.modules.push_back(makeObject(keys.next(node.name()), node));
         addWithBelow(*part.modules.back(), part.objects);
     }
     for (auto* const object : part.objects)

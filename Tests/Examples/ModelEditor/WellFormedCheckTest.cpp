@@ -13,8 +13,8 @@ namespace
 using ModelEditor::WellFormedCheck;
 using ModelEditor::XmlDocument;
 
-// Parsed as a document is, but checked alone. The document that complains only says where a place is: it has one
-// line, as the texts have.
+// Parsed as a document is, but checked alone. The document that complains only says where a place is: it has
+// one line, as the texts have.
 std::string complaintAbout(const std::string& text)
 {
     const XmlDocument lines("<a>" + std::string(text.size(), ' ') + "</a>", "m");
