@@ -1,0 +1,9 @@
+#pragma once
+
+namespace Valdane
+{
+
+/// There is none in this application.
+class DynamicAttributeCollection;
+
+} // namespace Valdane
