@@ -6,6 +6,7 @@
 #
 # Do not link Valdane::CommandPattern into the same program.
 function(valdane_add_command_pattern target folder)
+  cmake_path(ABSOLUTE_PATH folder NORMALIZE)
   find_package(Boost 1.74 REQUIRED)
   find_package(Threads REQUIRED)
   add_library(${target})
@@ -26,6 +27,10 @@ function(valdane_add_command_pattern target folder)
       list(APPEND parts ${service})
     endif()
   endforeach()
+  list(LENGTH parts count)
+  if(count EQUAL 7)
+    message(FATAL_ERROR "${folder}/Platform has none of the services")
+  endif()
   target_include_directories(${target} PUBLIC "${folder}" "${kept}" "${Valdane_BINARY_DIR}/generated")
 
   foreach(part ${parts})

@@ -9,6 +9,10 @@
 #include <stdexcept>
 #include <string>
 
+#if __has_include("Platform/Parameterization/Private/ChildTable.h")
+#error "Headers of the services that are replaced can be found, and stand in for missing ones."
+#endif
+
 namespace
 {
 
