@@ -301,8 +301,8 @@ public:
     /// are emitted.
     ///
     /// Failures, of the run too, are reported as those of addCommand() are; a ThreadedCommand is told by
-    /// sendFinishSignal(false), a ThreadedMacroCommand wound up; the worker slot is empty then, nothing is
-    /// queued that was not, and sigThreadedCommandFinished comes last. Nothing derived from `std::exception`
+    /// sendFinishSignal(false), a ThreadedMacroCommand whose run failed is wound up; the worker slot is empty
+    /// then, nothing is queued that was not, and sigThreadedCommandFinished comes last. Nothing derived from `std::exception`
     /// gets out.
     void finalizeThread();
 

@@ -1,0 +1,228 @@
+// An application around an event loop that goes on while commands work on another thread: it shows how far they have
+// come, finalizes them when the loop gets there, and aborts them with Ctrl-C.
+
+#include "Platform/Multitasking/ThreadManager.h"
+#include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandPattern/ThreadedCommand.h"
+#include "Service/CommandPattern/ThreadedMacroCommand.h"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/signal_set.hpp>
+
+#include <csignal>
+#include <cstddef>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace
+{
+
+// Sums up one column of numbers. What it changes is only set by finishRun(), so that an abort leaves nothing behind.
+class SumUp : public Valdane::ThreadedCommand
+{
+public:
+    SumUp(int& variable, std::vector<int> numbers)
+        : ThreadedCommand("Sum up"), total(variable), column(std::move(numbers))
+    {
+    }
+
+    void run() override
+    {
+        sum = 0;
+        getProgressPtr()->reset();
+        for (std::size_t i = 0; i < column.size(); ++i)
+        {
+            sum += column[i];
+            const double part = static_cast<double>(i + 1) / static_cast<double>(column.size());
+            getProgressPtr()->moveTo(part * Valdane::LegacyProgress::FullRange);
+        }
+    }
+
+    void finishRun() override
+    {
+        if (!isAborted())
+        {
+            total += sum;
+            isDone = true;
+        }
+    }
+
+    // Called after an abort, too, whether the run has seen it or not.
+    void undo() override
+    {
+        if (std::exchange(isDone, false))
+        {
+            total -= sum;
+        }
+    }
+
+private:
+    int& total;
+    std::vector<int> column;
+    int sum = 0;
+    bool isDone = false;
+};
+
+// Has no end of its own: somebody must press Ctrl-C, which it does itself here.
+class WaitForever : public Valdane::ThreadedCommand
+{
+public:
+    WaitForever() : ThreadedCommand("Wait forever") {}
+
+    void run() override
+    {
+        std::raise(SIGINT);
+        while (!isAborted())
+        {
+            std::this_thread::yield();
+        }
+    }
+
+    void finishRun() override {}
+
+    void undo() override {}
+};
+
+class Application
+{
+public:
+    Application()
+    {
+        // On the worker: nothing but post.
+        manager.getThreadManager()->setRunEndedCallback([this] { post([this] { finalizeWhatHasEnded(); }); });
+        finished = manager.connectToSigThreadedCommandFinished([this] { post([this] { nextStep(); }); });
+        waitForInterrupt();
+    }
+
+    // Each step begins when the work of the one before it is over; the last one quits.
+    void play(std::vector<std::function<void()>> session)
+    {
+        steps = std::move(session);
+        post([this] { nextStep(); });
+        loop.run();
+    }
+
+    void start(const std::shared_ptr<Valdane::ThreadedMacroCommand>& macro)
+    {
+        showProgressOf(*macro);
+        manager.addThreadedCommand(macro);
+        finalizeWhatHasEnded();
+    }
+
+    // What waits for Ctrl-C is the last that keeps the loop running.
+    void quit()
+    {
+        interrupt.cancel();
+    }
+
+    Valdane::CommandManager& getManager()
+    {
+        return manager;
+    }
+
+private:
+    void post(std::function<void()> work)
+    {
+        boost::asio::post(loop, std::move(work));
+    }
+
+    void finalizeWhatHasEnded()
+    {
+        // Somebody may have finalized that run and started another one, which would be waited for.
+        if (manager.getThreadManager()->isRunEnded())
+        {
+            manager.finalizeThread();
+        }
+        // A macro may pass over a thread that could not be started, and no callback comes of that.
+        while (manager.getCurrentThreadedCommand() && !manager.getThreadManager()->getCurrentThread())
+        {
+            manager.finalizeThread();
+        }
+    }
+
+    // The progress is driven by whichever thread works just then, and told there: so read it there, and post.
+    void showProgressOf(Valdane::ThreadedMacroCommand& macro)
+    {
+        const auto show = [this, shown = 0, &progress = *macro.getProgress()]() mutable
+        {
+            const int percent = static_cast<int>(progress.fraction() * 100);
+            if (percent > shown)
+            {
+                shown = percent;
+                post([percent] { std::cout << "  " << percent << " %\n"; });
+            }
+        };
+        macro.getProgress()->setChangeCallback(show);
+    }
+
+    void waitForInterrupt()
+    {
+        interrupt.async_wait(
+            [this](const auto& error, int)
+            {
+                if (!error)
+                {
+                    std::cout << "  Ctrl-C\n";
+                    manager.abortThreadedCommand();
+                    waitForInterrupt();
+                }
+            });
+    }
+
+    void nextStep()
+    {
+        steps.at(next++)();
+    }
+
+    // The manager dies first, and waits for its worker: what that posts last finds the loop.
+    boost::asio::io_context loop;
+    boost::asio::signal_set interrupt{loop, SIGINT};
+    std::vector<std::function<void()>> steps;
+    std::size_t next = 0;
+    Valdane::CommandManager manager;
+    Valdane::Signals::Connection finished;
+};
+
+} // namespace
+
+int main()
+{
+    int total = 0;
+    Application application;
+    Valdane::CommandManager& manager = application.getManager();
+    const auto sumUp = [&](const std::string& description)
+    {
+        auto macro = std::make_shared<Valdane::ThreadedMacroCommand>(description);
+        macro->addCommand(std::make_shared<SumUp>(total, std::vector{1, 2, 3}));
+        macro->addCommand(std::make_shared<SumUp>(total, std::vector{10, 20}));
+        return macro;
+    };
+    const auto tell = [&](const std::string& what)
+    {
+        std::cout << what << ": total " << total << ", to undo: " << manager.getQueueSize() << "\n";
+    };
+
+    application.play({
+        [&] { application.start(sumUp("Sum up columns")); },
+        [&]
+        {
+            tell("finished");
+            const auto endless = sumUp("Sum up and wait");
+            endless->addCommand(std::make_shared<WaitForever>());
+            application.start(endless);
+        },
+        [&]
+        {
+            tell("aborted");
+            application.quit();
+        },
+    });
+    manager.undo(1);
+    tell("undone");
+}
