@@ -33,7 +33,14 @@ function(valdane_add_library name)
     string(TOUPPER ${name} upper_name)
     set(export_header "${generated}/${folder}/${name}Export.h")
     add_library(${target} SHARED ${arg_SOURCES})
-    generate_export_header(${target} BASE_NAME VALDANE_${upper_name} EXPORT_FILE_NAME "${export_header}")
+    # A class template whose instances others make, too, must be visible where that counts, but cannot be imported.
+    set(template_macro "\n#ifdef _WIN32
+#  define VALDANE_${upper_name}_TEMPLATE_EXPORT
+#else
+#  define VALDANE_${upper_name}_TEMPLATE_EXPORT VALDANE_${upper_name}_EXPORT
+#endif\n")
+    generate_export_header(${target} BASE_NAME VALDANE_${upper_name} EXPORT_FILE_NAME "${export_header}"
+                           CUSTOM_CONTENT_FROM_VARIABLE template_macro)
     set_target_properties(
       ${target}
       PROPERTIES VERSION ${PROJECT_VERSION}

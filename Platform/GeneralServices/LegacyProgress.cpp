@@ -164,6 +164,9 @@ void LegacyProgress::restartParents(Changes& changes)
     }
 }
 
+// For users who take its address: on Windows only what is defined here is exported.
+constexpr int LegacyProgress::FullRange;
+
 LegacyProgress::LegacyProgress() noexcept = default;
 
 LegacyProgress::~LegacyProgress()

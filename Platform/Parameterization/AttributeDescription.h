@@ -23,7 +23,7 @@ class Path;
 ///
 /// Thread: the application's main thread only.
 template <typename T>
-class VALDANE_PARAMETERIZATION_EXPORT AttributeDescription : public AttributeDescriptionBase
+class VALDANE_PARAMETERIZATION_TEMPLATE_EXPORT AttributeDescription : public AttributeDescriptionBase
 {
 public:
     /// Reads and writes the value.
@@ -99,10 +99,10 @@ void AttributeDescription<T>::setCommandCreator(CommandCreator creator) noexcept
     commandCreator = std::move(creator);
 }
 
-extern template class AttributeDescription<bool>;
-extern template class AttributeDescription<double>;
-extern template class AttributeDescription<std::string>;
-extern template class AttributeDescription<unsigned int>;
-extern template class AttributeDescription<int>;
+extern template class VALDANE_PARAMETERIZATION_EXPORT AttributeDescription<bool>;
+extern template class VALDANE_PARAMETERIZATION_EXPORT AttributeDescription<double>;
+extern template class VALDANE_PARAMETERIZATION_EXPORT AttributeDescription<std::string>;
+extern template class VALDANE_PARAMETERIZATION_EXPORT AttributeDescription<unsigned int>;
+extern template class VALDANE_PARAMETERIZATION_EXPORT AttributeDescription<int>;
 
 } // namespace Valdane

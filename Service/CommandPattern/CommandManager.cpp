@@ -274,6 +274,9 @@ inline void CommandManager::Private::keepForRedo(QueuedCommand&& entry)
     redoQueue.dropAll();
 }
 
+// For users who take its address: on Windows only what is defined here is exported.
+constexpr std::uint64_t CommandManager::ChangeTrackerCount;
+
 CommandManager::CommandManager() : d(std::make_unique<Private>()) {}
 
 CommandManager::~CommandManager() = default;

@@ -25,6 +25,33 @@ bool isToFail() noexcept
     return number >= firstToFail && number <= lastToFail;
 }
 
+#ifdef _WIN32
+
+// What a DLL has made may come here to be released: so malloc() for all, which gives 16 bytes of alignment.
+void* allocateAligned(std::size_t size, std::size_t alignment) noexcept
+{
+    return alignment <= 16 ? std::malloc(size) : nullptr;
+}
+
+std::size_t sizeOf(void* block) noexcept
+{
+    return _msize(block);
+}
+
+#else
+
+void* allocateAligned(std::size_t size, std::size_t alignment) noexcept
+{
+    return std::aligned_alloc(alignment, size);
+}
+
+std::size_t sizeOf(void* block) noexcept
+{
+    return malloc_usable_size(block);
+}
+
+#endif
+
 void* counted(void* block)
 {
     if (block == nullptr)
@@ -33,7 +60,7 @@ void* counted(void* block)
     }
     allocationsSoFar.fetch_add(1, std::memory_order_relaxed);
     blocksInUse.fetch_add(1, std::memory_order_relaxed);
-    bytesInUse.fetch_add(malloc_usable_size(block), std::memory_order_relaxed);
+    bytesInUse.fetch_add(sizeOf(block), std::memory_order_relaxed);
     return block;
 }
 
@@ -42,7 +69,7 @@ void release(void* block) noexcept
     if (block != nullptr)
     {
         blocksInUse.fetch_sub(1, std::memory_order_relaxed);
-        bytesInUse.fetch_sub(malloc_usable_size(block), std::memory_order_relaxed);
+        bytesInUse.fetch_sub(sizeOf(block), std::memory_order_relaxed);
         std::free(block);
     }
 }
@@ -58,7 +85,7 @@ void* operator new(std::size_t size)
 void* operator new(std::size_t size, std::align_val_t alignment)
 {
     const auto step = static_cast<std::size_t>(alignment);
-    return counted(isToFail() ? nullptr : std::aligned_alloc(step, (size + step - 1) / step * step));
+    return counted(isToFail() ? nullptr : allocateAligned((size + step - 1) / step * step, step));
 }
 
 void operator delete(void* block) noexcept

@@ -33,7 +33,6 @@ using Valdane::VdException;
 using ValdaneTests::Gate;
 using ValdaneTests::HoldPoint;
 using ValdaneTests::Journal;
-using ValdaneTests::RefusedThreadStart;
 using ValdaneTests::Script;
 using ValdaneTests::ScriptedThread;
 
@@ -285,11 +284,13 @@ TEST_F(ThreadManagerInWorkerMode, AnAbortedRunThatThrowsStaysAborted)
     EXPECT_EQ(journal->lines().back(), "worker: finishRun");
 }
 
+#ifndef _WIN32
+
 TEST_F(ThreadManagerInWorkerMode, FailureToStartAWorkerLeavesTheManagerIdle)
 {
     const auto thread = makeThread();
     {
-        const RefusedThreadStart refused;
+        const ValdaneTests::RefusedThreadStart refused;
         EXPECT_THROW(manager->addThread(thread), std::system_error);
     }
     expectIdle();
@@ -298,6 +299,8 @@ TEST_F(ThreadManagerInWorkerMode, FailureToStartAWorkerLeavesTheManagerIdle)
     manager->finalizeThread();
     EXPECT_EQ(journal->lines().back(), "caller: sendFinishSignal(true)");
 }
+
+#endif
 
 TEST_F(ThreadManagerInWorkerMode, AnEmptyThreadIsRefused)
 {

@@ -167,7 +167,10 @@ TYPED_TEST(AttributeDescriptionAcrossLibraries, ShareOneTypeInformation)
 {
     const auto description = makeInModule(nameOf<TypeParam>());
     const AttributeDescriptionBase& made = *description;
+    EXPECT_EQ(typeid(made), typeid(AttributeDescription<TypeParam>));
+#ifndef _WIN32 // where each library has its own, and they are compared by name
     EXPECT_EQ(&typeid(made), &typeid(AttributeDescription<TypeParam>));
+#endif
 }
 
 } // namespace
