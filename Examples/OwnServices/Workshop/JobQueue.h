@@ -8,7 +8,8 @@
 namespace Workshop
 {
 
-/// Jobs that wait for the thread that does them: the main thread has one as its event loop, every worker has one.
+/// Jobs that wait for the thread that does them: the main thread has one as its event loop, every worker has
+/// one.
 ///
 /// Thread: any for post(); one for runNext().
 class JobQueue

@@ -34,7 +34,8 @@ public:
 
     double getLength() const;
 
-    /// The attribute "length". It takes what is greater than 0 and throws `std::invalid_argument` for the rest.
+    /// The attribute "length". It takes what is greater than 0, and throws `std::invalid_argument` for the
+    /// rest.
     std::shared_ptr<Valdane::AttributeDescription<double>> getLengthAttribute() const;
 
     /// Emitted with the new name.

@@ -7,8 +7,8 @@ namespace Valdane
 
 /// Writes into the journal of this application.
 ///
-/// Can be used from static initialisation to the end of static destruction, because its constructor asks for the
-/// journal. Thread: any.
+/// Can be used from static initialisation to the end of static destruction, because its constructor asks for
+/// the journal. Thread: any.
 class Logging
 {
 public:

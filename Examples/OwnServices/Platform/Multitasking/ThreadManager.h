@@ -29,18 +29,20 @@ public:
     /// Aborts the run and waits for its end.
     ~ThreadManager();
 
-    /// Has what is added from now on run by @p where, which outlives this manager. Not during a run (not checked).
+    /// Has what is added from now on run by @p where, which outlives this manager.
     ///
-    /// @param whenEnded  called on the worker after every run; must not throw.
+    /// @param whenEnded  called on the worker after every run; not empty, and must not throw.
+    /// @pre no run is under way (not checked).
     void runOn(Workshop::Worker& where, std::function<void()> whenEnded);
 
-    /// Starts the run of @p thread. Without a worker, runs it and tells it that it is over; lets out what it throws.
+    /// Starts the run of @p thread. Without a worker, runs it and tells it that it is over; lets out what it
+    /// throws.
     ///
     /// @throws VdException if a run is under way, which goes on then.
     void addThread(std::shared_ptr<Thread> thread);
 
-    /// Waits for the end of the run under way, if there is one. Then lets out what it threw, or tells it that it is
-    /// over.
+    /// Waits for the end of the run under way, if there is one. Then lets out what it threw, or tells it that
+    /// it is over.
     void finalizeThread();
 
     /// Asks the run under way, if there is one, to end early.

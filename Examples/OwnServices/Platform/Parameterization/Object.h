@@ -37,7 +37,8 @@ public:
     virtual Path getPath(const Object* relativeTo, const std::string& attributeName,
                          RequestedPathType type) const = 0;
 
-    /// Where @p path leads to from this object; empty if a part on the way is missing. The attribute plays no role.
+    /// Where @p path leads to from this object; empty if a part on the way is missing. The attribute plays no
+    /// part.
     virtual std::shared_ptr<Object> getObject(const Path& path, GetObjectBehavior behavior) = 0;
 
     /// The attribute with that name; empty if there is none.
