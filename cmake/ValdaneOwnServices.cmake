@@ -12,6 +12,8 @@ function(valdane_add_command_pattern target folder)
   add_library(${target})
   target_link_libraries(${target} PUBLIC Boost::headers Threads::Threads)
   target_compile_features(${target} PUBLIC cxx_std_20)
+  # Log lines name our sources as ever.
+  target_compile_options(${target} PRIVATE "-ffile-prefix-map=${Valdane_SOURCE_DIR}/=")
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
 
   # An include root in which the headers of a service that is replaced are not found.
