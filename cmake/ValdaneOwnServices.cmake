@@ -35,7 +35,12 @@ function(valdane_add_command_pattern target folder)
   endif()
   target_include_directories(${target} PUBLIC "${folder}" "${kept}" "${Valdane_BINARY_DIR}/generated")
 
+  get_target_property(type ${target} TYPE)
   foreach(part ${parts})
+    if(type STREQUAL STATIC_LIBRARY)
+      string(TOUPPER ${part} upper_part)
+      target_compile_definitions(${target} PUBLIC VALDANE_${upper_part}_STATIC_DEFINE)
+    endif()
     get_target_property(sources VLDService_${part} SOURCES)
     if(sources) # Signals has none
       get_target_property(source_folder VLDService_${part} SOURCE_DIR)
