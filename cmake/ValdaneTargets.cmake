@@ -78,12 +78,12 @@ endfunction()
 # valdane_add_test(<Name> SOURCES ... [ALONE ...] [DEPENDS ...] [THREADS])
 #
 # One GoogleTest executable; every test case is a ctest of its own. ALONE are further sources, which have names in common
-# with others: with VALDANE_UNITED_TESTS only SOURCES are compiled several at a time. THREADS says that it starts threads:
+# with others: with VALDANE_UNITED only SOURCES are compiled several at a time. THREADS says that it starts threads:
 # it then has the label "threads" and belongs to the target thread-tests, which is what runs under the thread sanitizer.
 function(valdane_add_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "THREADS" "" "SOURCES;ALONE;DEPENDS")
   add_executable(${name} ${arg_SOURCES} ${arg_ALONE})
-  set_target_properties(${name} PROPERTIES UNITY_BUILD ${VALDANE_UNITED_TESTS})
+  set_target_properties(${name} PROPERTIES UNITY_BUILD ${VALDANE_UNITED})
   set_source_files_properties(${arg_ALONE} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
   target_link_libraries(${name} PRIVATE ${arg_DEPENDS} GTest::gmock_main)
   target_compile_features(${name} PRIVATE cxx_std_20)
