@@ -166,6 +166,7 @@ public:
         commandFailed = manager.connectToSigCommandFailed(
             [this](const char* what, const std::string& description)
             {
+                text.hasChanged = false; // of what was rolled back
                 std::cout << "    " << description << ": " << what << "\n";
                 draw();
             });
@@ -238,7 +239,6 @@ private:
     void save()
     {
         // Here the lines would be written to a file.
-        text.hasChanged = false;
         manager.adjustOnSave(0);
         draw();
     }
@@ -279,10 +279,23 @@ private:
 };
 
 const char* const inputs[] = {
-    "insert 1 Milk", "insert 2 Bread", "change 1 Oat milk", "Ctrl+Z",
-    "Ctrl+Y",        "change 7 Tea",   "delete 1 2",        "Ctrl+Z",
-    "delete 2 5",    "Ctrl+S",         "insert 3 Tea",      "Ctrl+Z",
-    "Ctrl+Z",        "Ctrl+Y",         "insert 1 Shopping", "insert 4 Tea",
+    "insert 1 Milk",
+    "insert 2 Bread",
+    "change 1 Oat milk",
+    "Ctrl+Z",
+    "Ctrl+Y",
+    "change 7 Tea",
+    "delete 1 2",
+    "Ctrl+Z",
+    "delete 2 5",
+    "Ctrl+S",
+    "delete 2 5",
+    "insert 3 Tea",
+    "Ctrl+Z",
+    "Ctrl+Z",
+    "Ctrl+Y",
+    "insert 1 Shopping",
+    "insert 4 Tea",
     "history",
 };
 
