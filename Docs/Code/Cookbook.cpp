@@ -12,6 +12,7 @@
 #include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
 
+#include <spdlog/sinks/base_sink.h>
 #include <spdlog/spdlog.h>
 
 #include <cstdint>
@@ -19,6 +20,7 @@
 #include <iostream>
 #include <list>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <set>
 #include <stdexcept>
@@ -185,6 +187,11 @@ void showTheHistory()
     manager.addCommand(typing(text, "x"));
     print(historyRows(manager, mark));
     mark.onSaved();
+    const auto all = manager.takeExecutedCommands();
+    all->setDescription("Type all");
+    manager.addExecutedCommand(all);
+    mark.onSaved();
+    print(historyRows(manager, mark));
     manager.clear();
     print(historyRows(manager, mark));
     manager.addCommand(typing(text, "y"));
@@ -401,9 +408,12 @@ void refuseEdits()
 bool mayEdit(const CommandManager& manager)
 {
     const auto underWay = manager.getCurrentThreadedCommand();
+    if (underWay == nullptr)
+    {
+        return !manager.isProcessingCommand();
+    }
     const auto* thread = dynamic_cast<const Thread*>(underWay.get());
-    return thread != nullptr ? thread->blockingLevel() == Thread::BlockingLevel::None
-                             : !manager.isProcessingCommand();
+    return thread != nullptr && thread->blockingLevel() == Thread::BlockingLevel::None;
 }
 
 // Works until it is told to stop.
@@ -442,6 +452,7 @@ void stopThreadedCommand(CommandManager& manager)
 void blockWhileWorking()
 {
     title("blocked");
+    std::string text;
     CommandManager manager;
     for (const auto level : {Thread::BlockingLevel::Everything, Thread::BlockingLevel::None})
     {
@@ -455,9 +466,53 @@ void blockWhileWorking()
     macro->addCommand(inner);
     macro->addCommand(std::make_shared<WorkCmd>(Thread::BlockingLevel::None));
     manager.addThreadedCommand(macro);
+    manager.addCommand(typing(text, "a"));
+    manager.undo(1);
     std::cout << "a macro under way: " << mayEdit(manager) << "\n";
     stopThreadedCommand(manager);
     std::cout << "afterwards: " << mayEdit(manager) << ", can undo: " << manager.canUndo() << "\n";
+}
+
+// Hands each line on to the application's own log, which here is a list.
+class OwnSink : public spdlog::sinks::base_sink<std::mutex>
+{
+public:
+    explicit OwnSink(std::list<std::string>& written) : log(written) {}
+
+private:
+    void sink_it_(const spdlog::details::log_msg& line) override
+    {
+        const auto level = spdlog::level::to_string_view(line.level);
+        log.push_back(std::string(level.begin(), level.end()) + ": " +
+                      std::string(line.payload.begin(), line.payload.end()));
+    }
+
+    void flush_() override {}
+
+    std::list<std::string>& log;
+};
+
+// Gives every logger this sink in place of those that it has.
+void logInto(const spdlog::sink_ptr& sink)
+{
+    spdlog::apply_all([&](const auto& logger) { logger->sinks().assign(1, sink); });
+}
+
+void showTheLog()
+{
+    title("log");
+    std::string text;
+    CommandManager manager;
+    // Static, because the loggers keep the sink until the end.
+    static std::list<std::string> log;
+    logInto(std::make_shared<OwnSink>(log));
+    spdlog::set_level(spdlog::level::err); // failures only
+    manager.addCommand(typing(text, "?"));
+    spdlog::set_level(spdlog::level::trace); // every step, too
+    manager.addCommand(typing(text, "a"));
+    spdlog::set_level(spdlog::level::off); // nothing
+    manager.addCommand(typing(text, "?"));
+    print(log);
 }
 
 } // namespace
@@ -477,4 +532,5 @@ int main()
     limitTheHistory();
     refuseEdits();
     blockWhileWorking();
+    showTheLog();
 }

@@ -181,6 +181,25 @@ void abortHalfWay()
     note(manager.canUndo() ? "there is something to undo" : "there is nothing to undo");
 }
 
+void abortInANestedMacro()
+{
+    Parts parts;
+    Valdane::CommandManager manager;
+    const auto finished = manager.connectToSigThreadedCommandFinished([] { note("finished"); });
+    auto nested = std::make_shared<Valdane::ThreadedMacroCommand>("Solve");
+    nested->addCommand(std::make_shared<Solve>());
+    auto macro = std::make_shared<Valdane::ThreadedMacroCommand>("Load and solve");
+    macro->addCommand(std::make_shared<Load>(parts, "base"));
+    macro->addCommand(nested);
+    macro->addCommand(std::make_shared<Show>(parts));
+    manager.addThreadedCommand(macro);
+    manager.finalizeThread(); // the base is loaded, the solver is started
+
+    manager.abortThreadedCommand();
+    manager.finalizeThread();
+    note(manager.canUndo() ? "there is something to undo" : "there is nothing to undo");
+}
+
 void passOverFailures()
 {
     Parts parts;
@@ -217,6 +236,8 @@ int main()
     showProgress();
     std::cout << "Abort:\n";
     abortHalfWay();
+    std::cout << "Abort in a nested macro:\n";
+    abortInANestedMacro();
     std::cout << "Failures are passed over:\n";
     passOverFailures();
 }

@@ -309,6 +309,11 @@ public:
     /// Asks the thread under way to stop; finalizeThread() still has to follow. Nothing is under way: does
     /// nothing.
     ///
+    /// A thread of a nested macro: that macro only is wound up, and the outer one goes on behind it. If no
+    /// other thread follows, it ends with true, is not queued, and what it has done stays. To stop everything,
+    /// abort and finalize until getCurrentThreadedCommand() is empty; where an abort must take everything
+    /// back, use no nested macro.
+    ///
     /// @throws what the thread's `abortRun()` throws.
     void abortThreadedCommand();
 
