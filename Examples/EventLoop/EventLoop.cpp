@@ -34,9 +34,10 @@ public:
 
     void run() override
     {
+        isDone = false;
         sum = 0;
         getProgressPtr()->reset();
-        for (std::size_t i = 0; i < column.size(); ++i)
+        for (std::size_t i = 0; i < column.size() && !isAborted(); ++i)
         {
             sum += column[i];
             const double part = static_cast<double>(i + 1) / static_cast<double>(column.size());
@@ -56,10 +57,30 @@ public:
     // Called after an abort, too, whether the run has seen it or not.
     void undo() override
     {
-        if (std::exchange(isDone, false))
+        if (isDone)
         {
             total -= sum;
         }
+    }
+
+    // The sum is known.
+    void redo() override
+    {
+        if (isDone)
+        {
+            total += sum;
+        }
+    }
+
+    // An abort may come when the run is over.
+    void sendFinishSignal(bool ok) override
+    {
+        if (!ok)
+        {
+            undo();
+            isDone = false;
+        }
+        ThreadedCommand::sendFinishSignal(ok);
     }
 
 private:
@@ -220,9 +241,22 @@ int main()
         [&]
         {
             tell("aborted");
+            // The loop has no turn before the run is over, and finalizes it only then.
+            manager.addThreadedCommand(std::make_shared<SumUp>(total, std::vector{100}));
+            while (!manager.getThreadManager()->isRunEnded())
+            {
+                std::this_thread::yield();
+            }
+            manager.abortThreadedCommand();
+        },
+        [&]
+        {
+            tell("aborted late");
             application.quit();
         },
     });
     manager.undo(1);
     tell("undone");
+    manager.redo(1);
+    tell("redone");
 }

@@ -11,9 +11,9 @@
 #include "Workshop/Part.h"
 #include "Workshop/Worker.h"
 
+#include <cstddef>
 #include <iostream>
 #include <memory>
-#include <numeric>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -42,23 +42,47 @@ public:
         {
             throw std::invalid_argument("there is nothing to add up");
         }
-        sum = std::accumulate(lengths.begin(), lengths.end(), 0.0);
         isOnWorker = std::this_thread::get_id() != caller;
+        isDone = false;
+        sum = 0;
+        for (std::size_t i = 0; i < lengths.size() && !isAborted(); ++i)
+        {
+            sum += lengths[i];
+        }
     }
 
     void finishRun() override
     {
-        redo();
+        if (!isAborted())
+        {
+            std::swap(total, sum);
+            isDone = true;
+        }
     }
 
+    // A macro calls both for what was aborted or failed, too.
     void undo() override
     {
-        std::swap(total, sum);
+        if (isDone)
+        {
+            std::swap(total, sum);
+        }
     }
 
     void redo() override
     {
-        std::swap(total, sum);
+        undo();
+    }
+
+    // An abort may come when the run is over.
+    void sendFinishSignal(bool ok) override
+    {
+        if (!ok)
+        {
+            undo();
+            isDone = false;
+        }
+        ThreadedCommand::sendFinishSignal(ok);
     }
 
     std::thread::id caller = std::this_thread::get_id();
@@ -68,6 +92,7 @@ private:
     double& total;
     std::vector<double> lengths;
     double sum = 0;
+    bool isDone = false;
 };
 
 // Runs until it is aborted.
@@ -122,6 +147,8 @@ void addUpOnTheWorker(CommandManager& manager, Workshop::JobQueue& mainThread, d
     std::cout << "total: " << total << ", on the worker: " << command->isOnWorker << "\n";
     manager.undo(1);
     std::cout << "total: " << total << "\n";
+    manager.redo(1);
+    std::cout << "total: " << total << "\n";
 
     manager.addThreadedCommand(std::make_shared<AddUpCmd>(total, std::vector<double>{}));
     mainThread.runNext();
@@ -134,6 +161,19 @@ void abortTheWorker(CommandManager& manager, Workshop::JobQueue& mainThread)
     manager.abortThreadedCommand();
     mainThread.runNext();
     std::cout << "ended: " << command->isDone << ", kept: " << (manager.getUndoCommand() == command) << "\n";
+}
+
+// The run is over by then, but not yet finalized.
+void abortLate(CommandManager& manager, Workshop::JobQueue& mainThread, double& total)
+{
+    manager.addThreadedCommand(std::make_shared<AddUpCmd>(total, std::vector{1.0, 2.0}));
+    while (!manager.getThreadManager()->isRunEnded())
+    {
+        std::this_thread::yield();
+    }
+    manager.abortThreadedCommand();
+    mainThread.runNext();
+    std::cout << "total: " << total << "\n";
 }
 
 // A manager that was given no worker.
@@ -170,6 +210,7 @@ int main()
     editParts(manager, beam);
     addUpOnTheWorker(manager, mainThread, total);
     abortTheWorker(manager, mainThread);
+    abortLate(manager, mainThread, total);
     addUpAtOnce(total);
     for (const std::string& line : Journal::get().takeLines())
     {

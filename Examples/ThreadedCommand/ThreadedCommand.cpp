@@ -1,9 +1,11 @@
-// A command that works on another thread, and three ways to learn that it is time to finalize it.
+// A command that works on another thread, three ways to learn that it is time to finalize it, and an abort that comes
+// late.
 
 #include "Service/CommandPattern/ThreadedCommand.h"
 
 #include "Platform/Multitasking/ThreadManager.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandPattern/ThreadedMacroCommand.h"
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
@@ -63,6 +65,17 @@ public:
         undo();
     }
 
+    // An abort may come when the run is over: what finishRun() did is taken back, for good.
+    void sendFinishSignal(bool ok) override
+    {
+        if (!ok)
+        {
+            undo();
+            isDone = false;
+        }
+        ThreadedCommand::sendFinishSignal(ok);
+    }
+
 private:
     std::uint64_t& total;
     std::uint64_t last;
@@ -115,6 +128,20 @@ void finalizeByWaiting(std::uint64_t& total)
     manager.finalizeThread();
 }
 
+// The user aborts when the run is over, but not yet finalized.
+template <typename Command>
+void abortLate(const std::shared_ptr<Command>& command)
+{
+    Valdane::CommandManager manager;
+    manager.addThreadedCommand(command);
+    while (!manager.getThreadManager()->isRunEnded())
+    {
+        std::this_thread::yield();
+    }
+    manager.abortThreadedCommand();
+    manager.finalizeThread();
+}
+
 } // namespace
 
 int main()
@@ -126,4 +153,10 @@ int main()
     std::cout << "polling: " << total << "\n";
     finalizeByWaiting(total);
     std::cout << "waiting: " << total << "\n";
+    abortLate(std::make_shared<AddUp>(total, 4'000'000));
+    std::cout << "aborted: " << total << "\n";
+    const auto macro = std::make_shared<Valdane::ThreadedMacroCommand>("Add up in a macro");
+    macro->addCommand(std::make_shared<AddUp>(total, 5'000'000));
+    abortLate(macro);
+    std::cout << "aborted macro: " << total << "\n";
 }
