@@ -229,6 +229,16 @@ int main()
         std::cout << what << ": total " << total << ", to undo: " << manager.getQueueSize() << "\n";
     };
 
+    // The loop has no turn before the run is over, and finalizes it only then.
+    const auto abortLate = [&]
+    {
+        while (!manager.getThreadManager()->isRunEnded())
+        {
+            std::this_thread::yield();
+        }
+        manager.abortThreadedCommand();
+    };
+
     application.play({
         [&] { application.start(sumUp("Sum up columns")); },
         [&]
@@ -241,13 +251,14 @@ int main()
         [&]
         {
             tell("aborted");
-            // The loop has no turn before the run is over, and finalizes it only then.
             manager.addThreadedCommand(std::make_shared<SumUp>(total, std::vector{100}));
-            while (!manager.getThreadManager()->isRunEnded())
-            {
-                std::this_thread::yield();
-            }
-            manager.abortThreadedCommand();
+            abortLate();
+        },
+        [&]
+        {
+            tell("aborted late");
+            manager.addThreadedCommand(sumUp("Sum up for nothing"));
+            abortLate();
         },
         [&]
         {

@@ -6,6 +6,7 @@
 #include "Service/CommandPattern/SetAttributecommandFactory.h"
 #include "Service/CommandPattern/SetNameCmd.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
+#include "Service/CommandPattern/ThreadedMacroCommand.h"
 #include "Workshop/JobQueue.h"
 #include "Workshop/Journal.h"
 #include "Workshop/Part.h"
@@ -164,15 +165,26 @@ void abortTheWorker(CommandManager& manager, Workshop::JobQueue& mainThread)
 }
 
 // The run is over by then, but not yet finalized.
-void abortLate(CommandManager& manager, Workshop::JobQueue& mainThread, double& total)
+template <typename Command>
+void abortLate(CommandManager& manager, Workshop::JobQueue& mainThread,
+               const std::shared_ptr<Command>& command)
 {
-    manager.addThreadedCommand(std::make_shared<AddUpCmd>(total, std::vector{1.0, 2.0}));
+    manager.addThreadedCommand(command);
     while (!manager.getThreadManager()->isRunEnded())
     {
         std::this_thread::yield();
     }
     manager.abortThreadedCommand();
     mainThread.runNext();
+}
+
+void abortLate(CommandManager& manager, Workshop::JobQueue& mainThread, double& total)
+{
+    abortLate(manager, mainThread, std::make_shared<AddUpCmd>(total, std::vector{1.0, 2.0}));
+    std::cout << "total: " << total << "\n";
+    const auto macro = std::make_shared<Valdane::ThreadedMacroCommand>("Add up in a macro");
+    macro->addCommand(std::make_shared<AddUpCmd>(total, std::vector{1.0, 2.0}));
+    abortLate(manager, mainThread, macro);
     std::cout << "total: " << total << "\n";
 }
 
