@@ -27,11 +27,11 @@ class LogMessage;
 /// Ownership: none between parents and children. A child that is destroyed leaves its parent, a parent that
 /// is destroyed leaves its children, in any order. Thread: one thread at a time drives a tree of progresses
 /// (everything that changes it, destruction included). Any thread may call progress(), fraction(),
-/// getLastMessage() and setChangeCallback(). Failures: reset(), setComplete(), moveTo() and setSubProgress() throw
-/// std::bad_alloc where a progress with a callback moves; that one has moved then, the ones above it have not,
-/// and nobody is told. Cost: small, as every command has one. Construction, attaching
-/// and moving allocate nothing, attaching and detaching take constant time (attaching a child that has
-/// children: the number of this progress's ancestors), and a report takes the number of ancestors.
+/// getLastMessage() and setChangeCallback(). Failures: reset(), setComplete(), moveTo() and setSubProgress()
+/// throw std::bad_alloc where a progress with a callback moves; that one has moved then, the ones above it
+/// have not, and nobody is told. Cost: small, as every command has one. Construction, attaching and moving
+/// allocate nothing, attaching and detaching take constant time (attaching a child that has children: the
+/// number of this progress's ancestors), and a report takes the number of ancestors.
 class VALDANE_GENERALSERVICES_EXPORT LegacyProgress : public Progress
 {
 public:

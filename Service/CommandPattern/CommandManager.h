@@ -302,8 +302,8 @@ public:
     ///
     /// Failures, of the run too, are reported as those of addCommand() are; a ThreadedCommand is told by
     /// sendFinishSignal(false), a ThreadedMacroCommand whose run failed is wound up; the worker slot is empty
-    /// then, nothing is queued that was not, and sigThreadedCommandFinished comes last. Nothing derived from `std::exception`
-    /// gets out.
+    /// then, nothing is queued that was not, and sigThreadedCommandFinished comes last. Nothing derived from
+    /// `std::exception` gets out.
     void finalizeThread();
 
     /// Asks the thread under way to stop; finalizeThread() still has to follow. Nothing is under way: does

@@ -38,8 +38,8 @@ class ThreadManager;
 /// counted; the N-th failure ends the run all the same after setFailCountToThrow(N). What ended a run is
 /// rolled back by abortExecution(), which CommandManager calls; execute() does not, so that in addCommand(),
 /// or as part of a plain macro, sub-commands that were executed before the failure stay executed. So do those
-/// of a nested macro before its thread that fails on the worker, unless the nested macro passes that over:
-/// only the outer macro is wound up. A failure that is passed over leaves the sub-command in the macro, whose
+/// of a nested macro that fails once a thread of it was started on the worker: only the outer macro is wound
+/// up. A failure that is passed over leaves the sub-command in the macro, whose
 /// undo() will undo it with the others.
 ///
 /// Aborting. After CommandManager::abortThreadedCommand() the next finalizeThread() undoes the thread that
