@@ -17,13 +17,13 @@ function(valdane_private_flags target)
             "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
 endfunction()
 
-# valdane_add_library(<Name> HEADERS ... [SOURCES ...] [DEPENDS ...] [PRIVATE_DEPENDS ...])
+# valdane_add_library(<Name> DESCRIPTION ... HEADERS ... [SOURCES ...] [DEPENDS ...] [PRIVATE_DEPENDS ...])
 #
 # Makes libVLDService_<Name>.so (header-only without SOURCES) with the alias Valdane::<Name>. HEADERS are the public
-# headers, installed under include/valdane/ with their path below the project. A library with sources gets
+# headers, installed under include/valdane/ with their path below the project. DESCRIPTION is for pkg-config. A library with sources gets
 # "<Folder>/<Name>Export.h" with the macro VALDANE_<NAME>_EXPORT.
 function(valdane_add_library name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "HEADERS;SOURCES;DEPENDS;PRIVATE_DEPENDS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "DESCRIPTION" "HEADERS;SOURCES;DEPENDS;PRIVATE_DEPENDS")
   set(target VLDService_${name})
   file(RELATIVE_PATH folder "${PROJECT_SOURCE_DIR}" "${CMAKE_CURRENT_SOURCE_DIR}")
   set(generated "${PROJECT_BINARY_DIR}/generated")
@@ -66,7 +66,7 @@ function(valdane_add_library name)
   endif()
 
   add_library(Valdane::${name} ALIAS ${target})
-  set_target_properties(${target} PROPERTIES EXPORT_NAME ${name})
+  set_target_properties(${target} PROPERTIES EXPORT_NAME ${name} VALDANE_DESCRIPTION "${arg_DESCRIPTION}")
   target_compile_features(${target} ${scope} cxx_std_20)
   target_link_libraries(${target} ${scope} ${arg_DEPENDS})
   target_sources(${target} ${scope} FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${arg_HEADERS})
