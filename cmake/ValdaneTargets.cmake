@@ -20,8 +20,8 @@ endfunction()
 # valdane_add_library(<Name> DESCRIPTION ... HEADERS ... [SOURCES ...] [DEPENDS ...] [PRIVATE_DEPENDS ...])
 #
 # Makes libVLDService_<Name>.so (header-only without SOURCES) with the alias Valdane::<Name>. HEADERS are the public
-# headers, installed under include/valdane/ with their path below the project. DESCRIPTION is for pkg-config. A library with sources gets
-# "<Folder>/<Name>Export.h" with the macro VALDANE_<NAME>_EXPORT.
+# headers, installed under include/valdane/ with their path below the project. DESCRIPTION is for pkg-config. A library with
+# sources gets "<Folder>/<Name>Export.h" with the macros VALDANE_<NAME>_EXPORT and VALDANE_<NAME>_TEMPLATE_EXPORT.
 function(valdane_add_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "DESCRIPTION" "HEADERS;SOURCES;DEPENDS;PRIVATE_DEPENDS")
   set(target VLDService_${name})

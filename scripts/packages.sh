@@ -3,7 +3,7 @@
 build_packages=(g++ cmake ninja-build pkg-config libboost-dev libspdlog-dev libpugixml-dev libedit-dev)
 test_packages=(libgtest-dev libgmock-dev librapidcheck-dev)
 benchmark_packages=(valgrind python3)
-docs_packages=(doxygen python3)
+docs_packages=(doxygen graphviz python3)
 packaging_packages=(dpkg-dev file)
 fuzz_packages=(clang-19 libclang-rt-19-dev)
 windows_packages=(g++-mingw-w64-x86-64-posix wine wine64 googletest libfmt-dev)

@@ -332,8 +332,8 @@ std::string XmlDocument::getCurrent() const
 std::string XmlDocument::getLineEnd() const
 {
     const auto text = segments.front().source.getOriginal();
-    const auto blanks = text.substr(0, text.find_first_not_of(" \t\r\n"));
-    return std::string(blanks.substr(0, blanks.find('\n') + 1));
+    const auto layout = text.substr(0, text.find_first_not_of(" \t\r\n"));
+    return std::string(layout.substr(0, layout.find('\n') + 1));
 }
 
 void XmlDocument::complain(std::size_t offset, const std::string& what) const

@@ -39,8 +39,8 @@ class ThreadManager;
 /// rolled back by abortExecution(), which CommandManager calls; execute() does not, so that in addCommand(),
 /// or as part of a plain macro, sub-commands that were executed before the failure stay executed. So do those
 /// of a nested macro that fails once a thread of it was started on the worker: only the outer macro is wound
-/// up. A failure that is passed over leaves the sub-command in the macro, whose
-/// undo() will undo it with the others.
+/// up. A failure that is passed over leaves the sub-command in the macro, whose undo() will undo it with the
+/// others.
 ///
 /// Aborting. After CommandManager::abortThreadedCommand() the next finalizeThread() undoes the thread that
 /// was aborted, then the sub-commands before it. An abort within a nested macro winds up that macro only, and
