@@ -1,19 +1,15 @@
 #include "Service/CommandPattern/CommandManager.h"
 
-#include "Platform/ExceptionHandling/VdException.h"
-#include "Platform/Logging/Logging.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandManagerPrivate.h"
-#include "Service/CommandPattern/CommandProgress.h"
+#include "Service/CommandPattern/CommandTrace.h"
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
 
-#include <boost/smart_ptr/make_local_shared.hpp>
-
 #include <cstddef>
 #include <limits>
-#include <optional>
+#include <source_location>
 #include <utility>
 
 namespace Valdane
@@ -22,41 +18,15 @@ namespace Valdane
 namespace
 {
 
-const Logging logger("Service/CommandPattern/CommandManager");
-
 std::shared_ptr<const CommandBase> topOf(const CommandQueue& queue)
 {
     return queue.empty() ? nullptr : queue.back().command;
 }
 
-std::string descriptionOf(const CommandBase* command)
+// What isProcessingCommand() answers after most operations.
+bool notProcessing()
 {
-    return command == nullptr ? std::string() : command->getDescription();
-}
-
-// Whether a command that ran as a thread is one for the undo queue.
-bool isAddable(const CommandBase* command)
-{
-    const auto* threaded = dynamic_cast<const ThreadedCommand*>(command);
-    return command != nullptr && (threaded == nullptr || threaded->isAddableToCommandManager());
-}
-
-// Writes the three texts, the second of which is the description, as one line.
-void writeTrace(const char* before, const CommandBase& command, const char* after,
-                const std::source_location& place)
-{
-    logger.logTRACE(before + command.getDescription() + after, place.file_name(), place.function_name(),
-                    static_cast<int>(place.line()));
-}
-
-// Apart from the writing, so that what is asked for every command can be inlined.
-inline void trace(const char* before, const CommandBase& command, const char* after,
-                  const std::source_location& place)
-{
-    if (logger.isTraceEnabled())
-    {
-        writeTrace(before, command, after, place);
-    }
+    return false;
 }
 
 std::list<std::string> collectDescriptions(const CommandQueue& queue)
@@ -71,215 +41,16 @@ std::list<std::string> collectDescriptions(const CommandQueue& queue)
 
 } // namespace
 
-CommandManager::Private::Private()
-    : threadManager(std::make_shared<ThreadManager>()),
-      progress(std::make_shared<LegacyProgress>()),
-      moduleAccessInterface(boost::make_local_shared<ModuleAccessInterface>())
-{
-}
-
-CommandManager::Private::~Private()
-{
-    // Before the rest: a run under way, and its abort, may use the manager and what it owns up to their end.
-    threadManager.reset();
-}
-
-inline void CommandManager::Private::execute(CommandBase& command, const std::source_location& place) const
-{
-    progressOf(command).reset();
-    trace("Execute command '", command, "'...", place);
-    command.execute();
-    trace("Command '", command, "' executed.", place);
-    progressOf(command).setComplete();
-}
-
-void CommandManager::Private::reportFailure(const std::exception& exception, const char* context,
-                                            const CommandBase* command)
-{
-    // A copy, since a slot may give the command another description.
-    const std::string description = descriptionOf(command);
-    logException(exception, context, description);
-    sigCommandFailed(exception.what(), description);
-}
-
-void CommandManager::Private::reportFailureInAnyCase(const std::exception& exception, const char* context,
-                                                     const CommandBase* command)
-{
-    std::string description;
-    attempt(context, command, [&] { description = descriptionOf(command); });
-    attempt(context, command, [&] { logException(exception, context, description); });
-    attempt(context, command, [&] { sigCommandFailed(exception.what(), description); });
-}
-
-void CommandManager::Private::logFurtherFailure(const std::exception& exception, const char* context,
-                                                const CommandBase* command)
-{
-    try
-    {
-        logException(exception, context, descriptionOf(command));
-    }
-    catch (const std::exception&)
-    {
-        return;
-    }
-}
-
-void CommandManager::Private::logException(const std::exception& exception, const std::string& context,
-                                           const std::string& commandDescription)
-{
-    std::string message =
-        context + " of command '" + commandDescription + "' failed with exception: " + exception.what();
-    if (const auto* located = dynamic_cast<const VdException*>(&exception))
-    {
-        message += "\n    Location: " + located->getLocation();
-    }
-    const std::source_location here = std::source_location::current();
-    logger.logERROR(message, here.file_name(), here.function_name(), static_cast<int>(here.line()));
-}
-
-std::shared_ptr<CommandBase> CommandManager::Private::mergeWithPending(std::shared_ptr<CommandBase>&& command)
-{
-    auto macro = std::make_shared<MacroCommand>(command->getDescription());
-    macro->addCommand(std::move(command));
-    for (const std::shared_ptr<CommandBase>& pending : commandsToMerge)
-    {
-        macro->addCommand(pending);
-    }
-    macro->setUseForwardUndoOrder(useForwardUndoOrderForMerge);
-    return macro;
-}
-
-inline void CommandManager::Private::record(std::shared_ptr<CommandBase>&& command)
-{
-    if (commandsToMerge.empty())
-    {
-        enqueue(std::move(command));
-        return;
-    }
-    std::shared_ptr<CommandBase> merged = mergeWithPending(std::move(command));
-    // What waits is taken out of the list before the application is called, and put back if that fails.
-    std::list<std::shared_ptr<CommandBase>> waiting = std::exchange(commandsToMerge, {});
-    const bool forward = std::exchange(useForwardUndoOrderForMerge, false);
-    try
-    {
-        enqueue(std::move(merged));
-    }
-    catch (...)
-    {
-        commandsToMerge.splice(commandsToMerge.begin(), waiting);
-        useForwardUndoOrderForMerge |= forward;
-        throw;
-    }
-}
-
-inline void CommandManager::Private::enqueue(std::shared_ptr<CommandBase>&& command)
-{
-    const ModuleSet modules(moduleAccess()->getModifiedModulesFromBusiness());
-    undoQueue.pushBack(tracking.makeEntry(std::move(command), modules, undoQueue));
-}
-
-CommandManager::Private::StepOfRun::StepOfRun(Private& manager, std::uint64_t run)
-    : d(manager), outer(std::exchange(manager.steppedRun, run))
-{
-}
-
-CommandManager::Private::StepOfRun::~StepOfRun()
-{
-    d.steppedRun = outer;
-}
-
-std::uint64_t CommandManager::Private::fillWorkerSlot(std::shared_ptr<CommandBase> command)
-{
-    ++lastRun;
-    processingCommand = true;
-    currentThreadedCommand.swap(command);
-    return lastRun;
-}
-
-bool CommandManager::Private::isInWorkerSlot(std::uint64_t run) const
-{
-    return currentThreadedCommand != nullptr && lastRun == run;
-}
-
-bool CommandManager::Private::isInItsOwnStep(std::uint64_t run, const Thread* thread) const
-{
-    return isInWorkerSlot(run) && steppedRun == run &&
-           (thread == nullptr || threadManager->getThreadingMode() == 0);
-}
-
-void CommandManager::Private::releaseWorkerSlot(std::uint64_t run)
-{
-    if (currentThreadedCommand == nullptr || lastRun == run)
-    {
-        processingCommand = false;
-        currentThreadedCommand.reset();
-    }
-}
-
-bool CommandManager::Private::continueRun(CommandBase* command)
-{
-    if (auto* macro = dynamic_cast<ThreadedMacroCommand*>(command))
-    {
-        return macro->continueExecution(threadManager);
-    }
-    threadManager->finalizeThread();
-    return true;
-}
-
-void CommandManager::Private::windUp(std::uint64_t run)
-{
-    if (!isInWorkerSlot(run))
-    {
-        return;
-    }
-    const std::shared_ptr<CommandBase> command = currentThreadedCommand;
-    if (auto* macro = dynamic_cast<ThreadedMacroCommand*>(command.get()))
-    {
-        attempt("Thread finalization", macro, [macro] { macro->abortExecution(); });
-    }
-    else if (auto* threaded = dynamic_cast<ThreadedCommand*>(command.get()))
-    {
-        attempt("Thread finalization", threaded, [threaded] { progressOf(*threaded).setComplete(); });
-        attempt("Thread finalization", threaded, [threaded] { threaded->sendFinishSignal(false); });
-    }
-}
-
-void CommandManager::Private::enforceLimit()
-{
-    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);
-}
-
-std::set<const Object*> CommandManager::Private::modifiedModules(std::uint64_t tracker) const
-{
-    std::set<const Object*> modules = moduleAccess()->getModifiedModulesFromBusiness();
-    tracking.modulesAtPosition(tracker, undoQueue, redoQueue).insertInto(modules);
-    return modules;
-}
-
-inline void CommandManager::Private::keepForRedo(QueuedCommand&& entry)
-{
-    try
-    {
-        if (entry.command->isRedoCapable())
-        {
-            redoQueue.pushBack(std::move(entry));
-            return;
-        }
-    }
-    catch (...)
-    {
-        redoQueue.dropAll();
-        throw;
-    }
-    redoQueue.dropAll();
-}
-
 // For users who take its address: on Windows only what is defined here is exported.
 constexpr std::uint64_t CommandManager::ChangeTrackerCount;
 
 CommandManager::CommandManager() : d(std::make_unique<Private>()) {}
 
-CommandManager::~CommandManager() = default;
+CommandManager::~CommandManager()
+{
+    // Before the rest is destroyed: a running command, and its abort, may use the manager up to their end.
+    d->workerSlot.shutDown();
+}
 
 bool CommandManager::addCommand(std::shared_ptr<CommandBase> command)
 {
@@ -290,28 +61,25 @@ bool CommandManager::addCommand(std::shared_ptr<CommandBase> command)
     const std::source_location here = std::source_location::current();
     // First, so that no command is executed that could not be queued.
     d->undoQueue.reserveOne(d->redoQueue);
-    if (!d->process(*command, "Execution", false, [&] { d->execute(*command, here); }))
+    const auto work = [&]
+    {
+        d->execute(*command, here);
+    };
+    if (!d->process(*command, "Execution", work, notProcessing))
     {
         return false;
     }
-    addExecutedCommand(std::move(command));
+    d->queue(std::move(command));
     d->sigCommandExecuted();
     return true;
 }
 
 void CommandManager::addExecutedCommand(std::shared_ptr<CommandBase> command)
 {
-    if (command == nullptr)
+    if (command != nullptr)
     {
-        return;
+        d->queue(std::move(command));
     }
-    d->undoQueue.reserveOne(d->redoQueue);
-    d->tracking.keepPosition(d->undoQueue, d->redoQueue);
-    d->redoQueue.dropAll();
-    d->record(std::move(command));
-    d->moduleAccess()->markAllModulesInBusinessAsUnmodified();
-    d->enforceLimit();
-    d->sigCommandQueueChanged(CommandAdded);
 }
 
 bool CommandManager::addCommandToMergeWithNextCommand(std::shared_ptr<CommandBase> command,
@@ -322,10 +90,18 @@ bool CommandManager::addCommandToMergeWithNextCommand(std::shared_ptr<CommandBas
         return false;
     }
     const std::source_location here = std::source_location::current();
-    const bool flagBefore = d->processingCommand;
+    // As it was, unless it was set for a run that the command has ended.
+    const auto flagAfterwards = [this, before = d->processingCommand, wasEmpty = d->workerSlot.isEmpty()]
+    {
+        return before && (wasEmpty || !d->workerSlot.isEmpty());
+    };
     // First, so that no command is executed that could not be kept.
     std::list<std::shared_ptr<CommandBase>> added{command};
-    if (!d->process(*command, "Execution", flagBefore, [&] { d->execute(*command, here); }))
+    const auto work = [&]
+    {
+        d->execute(*command, here);
+    };
+    if (!d->process(*command, "Execution", work, flagAfterwards))
     {
         return false;
     }
@@ -370,11 +146,11 @@ bool CommandManager::undo(std::uint64_t count)
         const auto work = [&]
         {
             d->progress->setSubProgress(command.getProgress(), 100, 1);
-            trace("Execute Undo command '", command, "'...", here);
+            trace(managerLogger, "Execute Undo command '", descriptionOf(command), "'...", here);
             command.undo();
-            trace("Undo command '", command, "' executed.", here);
+            trace(managerLogger, "Undo command '", descriptionOf(command), "' executed.", here);
         };
-        if (!d->process(command, "Undo", false, work))
+        if (!d->process(command, "Undo", work, notProcessing))
         {
             return false;
         }
@@ -400,11 +176,11 @@ bool CommandManager::redo(std::uint64_t count)
         const auto work = [&]
         {
             d->progress->setSubProgress(command.getProgress(), 100, 1);
-            trace("Execute Redo command '", command, "'...", here);
+            trace(managerLogger, "Execute Redo command '", descriptionOf(command), "'...", here);
             command.redo();
-            trace("Redo command '", command, "' executed.", here);
+            trace(managerLogger, "Redo command '", descriptionOf(command), "' executed.", here);
         };
-        if (!d->process(command, "Redo", false, work))
+        if (!d->process(command, "Redo", work, notProcessing))
         {
             return false;
         }
@@ -550,160 +326,38 @@ void CommandManager::markAllModulesBeforeFirstCommandAsModified()
 
 void CommandManager::addThreadedCommand(std::shared_ptr<ThreadedCommand> command)
 {
-    if (command == nullptr)
+    if (command != nullptr)
     {
-        return;
-    }
-    const std::source_location here = std::source_location::current();
-    const std::uint64_t run = d->fillWorkerSlot(command);
-    try
-    {
-        if (d->threadManager->getThreadingMode() != 0)
-        {
-            d->threadManager->addThread(command);
-            d->sigThreadedCommandStarted();
-            return;
-        }
-        const Private::StepOfRun step(*d, run);
-        trace("Execute command '", *command, "'...", here);
-        d->threadManager->addThread(command);
-        trace("Command '", *command, "' executed.", here);
-        d->releaseWorkerSlot(run);
-        if (command->isAddableToCommandManager())
-        {
-            addExecutedCommand(command);
-            d->sigCommandExecuted();
-        }
-    }
-    catch (const std::exception& exception)
-    {
-        d->failThreadedCommand(
-            exception, "Execution", run, command, [] {}, false);
-    }
-    catch (...)
-    {
-        d->releaseWorkerSlot(run);
-        throw;
+        d->workerSlot.start(std::move(command), std::source_location::current());
     }
 }
 
 void CommandManager::addThreadedCommand(std::shared_ptr<ThreadedMacroCommand> command)
 {
-    if (command == nullptr)
+    if (command != nullptr)
     {
-        return;
-    }
-    const std::uint64_t run = d->fillWorkerSlot(command);
-    const auto isOnWorker = [this]
-    {
-        return d->threadManager->getThreadingMode() != 0;
-    };
-    bool isStarted = false;
-    const auto windUpStart = [&]
-    {
-        if (!isStarted)
-        {
-            d->attempt("Threaded execution", command.get(), [&] { command->abortExecution(); });
-        }
-    };
-    try
-    {
-        std::optional<Private::StepOfRun> step(std::in_place, *d, run);
-        const bool finished = command->startExecution(d->threadManager);
-        isStarted = true;
-        if (!finished)
-        {
-            step.reset();
-        }
-        if (isOnWorker())
-        {
-            // The run is not to suffer from a listener's failure: half of it could not be undone here.
-            d->attempt("Threaded execution", command.get(), [this] { d->sigThreadedCommandStarted(); });
-        }
-        if (finished)
-        {
-            addExecutedCommand(command);
-            d->releaseWorkerSlot(run);
-            d->sigCommandExecuted();
-            if (isOnWorker())
-            {
-                d->sigThreadedCommandFinished();
-            }
-        }
-    }
-    catch (const std::exception& exception)
-    {
-        d->failThreadedCommand(exception, "Threaded execution", run, command, windUpStart, isOnWorker());
-    }
-    catch (...)
-    {
-        d->releaseWorkerSlot(run);
-        throw;
+        d->workerSlot.start(std::move(command));
     }
 }
 
 void CommandManager::finalizeThread()
 {
-    const std::shared_ptr<Thread> thread = d->threadManager->getCurrentThread();
-    const std::uint64_t run = d->lastRun;
-    if (d->isInItsOwnStep(run, thread.get()))
-    {
-        return;
-    }
-    const std::shared_ptr<CommandBase> command = d->currentThreadedCommand;
-    const Private::StepOfRun step(*d, run);
-    // Before too, because a command may be started again when it is told of its end, which clears the state.
-    const bool wasAborted = thread != nullptr && thread->isAborted();
-    try
-    {
-        const bool finished = d->continueRun(command.get());
-        const bool aborted = wasAborted || (thread != nullptr && thread->isAborted());
-        if (finished)
-        {
-            d->releaseWorkerSlot(run);
-        }
-        if (finished && !aborted && isAddable(command.get()))
-        {
-            addExecutedCommand(command);
-            d->sigCommandExecuted();
-        }
-        const bool isStartedAgain = finished && command == d->currentThreadedCommand;
-        if (aborted && command != nullptr && !isStartedAgain)
-        {
-            progressOf(*command).setComplete();
-        }
-        if (finished && command != nullptr)
-        {
-            d->sigThreadedCommandFinished();
-        }
-    }
-    catch (const std::exception& exception)
-    {
-        // A run that lost the worker slot to another command is known by its thread only.
-        const auto failed = command != nullptr ? command : std::dynamic_pointer_cast<CommandBase>(thread);
-        d->failThreadedCommand(
-            exception, "Thread finalization", run, failed, [&] { d->windUp(run); }, true);
-    }
-    catch (...)
-    {
-        d->releaseWorkerSlot(run);
-        throw;
-    }
+    d->workerSlot.finalize();
 }
 
 void CommandManager::abortThreadedCommand()
 {
-    d->threadManager->abortThreadExecution();
+    d->workerSlot.abort();
 }
 
 std::shared_ptr<CommandBase> CommandManager::getCurrentThreadedCommand() const
 {
-    return d->currentThreadedCommand;
+    return d->workerSlot.getCommand();
 }
 
 std::shared_ptr<ThreadManager> CommandManager::getThreadManager() const
 {
-    return d->threadManager;
+    return d->workerSlot.getThreadManager();
 }
 
 Signals::Connection CommandManager::connectToSigCommandExecuted(const Signals::Slot<void()>& slot)

@@ -2,6 +2,8 @@
 
 #include "Platform/Logging/Logging.h"
 #include "Service/CommandPattern/CommandProgress.h"
+#include "Service/CommandPattern/CommandTrace.h"
+#include "Service/CommandPattern/ExceptionText.h"
 
 #include <algorithm>
 #include <iterator>
@@ -17,15 +19,6 @@ namespace
 
 const Logging logger("Service/CommandPattern/MacroCommand");
 
-void trace(const char* operation, CommandBase& command, const char* after, const std::source_location& place)
-{
-    if (logger.isTraceEnabled())
-    {
-        logger.logTRACE(operation + (" MacroCommand '" + command.getLogDescription()) + after,
-                        place.file_name(), place.function_name(), static_cast<int>(place.line()));
-    }
-}
-
 // What has been done is rolled back also where there is no memory for the line, or the log fails.
 void logFailure(const char* operation, CommandBase& failed, const std::exception& exception,
                 const std::source_location& place)
@@ -33,7 +26,7 @@ void logFailure(const char* operation, CommandBase& failed, const std::exception
     try
     {
         logger.logERROR(operation + ("MacroCommand: Subcommand '" + failed.getLogDescription()) +
-                            "' failed with exception: " + exception.what(),
+                            "' failed with exception: " + textOf(exception),
                         place.file_name(), place.function_name(), static_cast<int>(place.line()));
     }
     catch (const std::exception&)
@@ -276,29 +269,32 @@ void MacroCommand::finalizeExecute(std::shared_ptr<CommandBase> /*command*/) {}
 void MacroCommand::executeCommand(std::shared_ptr<CommandBase> command)
 {
     const std::source_location here = std::source_location::current();
-    trace("Execute", *command, "'...", here);
+    const auto name = logDescriptionOf(*command);
+    trace(logger, "Execute MacroCommand '", name, "'...", here);
     prepareExecute(command);
     command->execute();
     finalizeExecute(command);
-    trace("Execute", *command, "' finished.", here);
+    trace(logger, "Execute MacroCommand '", name, "' finished.", here);
     progressOf(*command).setComplete();
 }
 
 void MacroCommand::undoCommand(std::shared_ptr<CommandBase> command)
 {
     const std::source_location here = std::source_location::current();
-    trace("Undo", *command, "'...", here);
+    const auto name = logDescriptionOf(*command);
+    trace(logger, "Undo MacroCommand '", name, "'...", here);
     command->undo();
-    trace("Undo", *command, "' finished.", here);
+    trace(logger, "Undo MacroCommand '", name, "' finished.", here);
     progressOf(*command).setComplete();
 }
 
 void MacroCommand::redoCommand(std::shared_ptr<CommandBase> command)
 {
     const std::source_location here = std::source_location::current();
-    trace("Redo", *command, "'...", here);
+    const auto name = logDescriptionOf(*command);
+    trace(logger, "Redo MacroCommand '", name, "'...", here);
     command->redo();
-    trace("Redo", *command, "' finished.", here);
+    trace(logger, "Redo MacroCommand '", name, "' finished.", here);
     progressOf(*command).setComplete();
 }
 

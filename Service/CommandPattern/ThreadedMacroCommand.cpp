@@ -6,6 +6,8 @@
 #include "Platform/Multitasking/Thread.h"
 #include "Platform/Multitasking/ThreadManager.h"
 #include "Service/CommandPattern/CommandProgress.h"
+#include "Service/CommandPattern/CommandTrace.h"
+#include "Service/CommandPattern/ExceptionText.h"
 #include "Service/CommandPattern/RunFinishedSignal.h"
 
 #include <exception>
@@ -20,18 +22,10 @@ namespace
 
 const Logging logger("Service/CommandPattern/ThreadedMacroCommand");
 
-void trace(const char* before, CommandBase& command, const char* after, const std::source_location& place)
-{
-    if (logger.isTraceEnabled())
-    {
-        logger.logTRACE(before + command.getLogDescription() + after, place.file_name(),
-                        place.function_name(), static_cast<int>(place.line()));
-    }
-}
-
 void logFailure(CommandBase& failed, const std::exception& exception, const std::source_location& place)
 {
-    logger.logERROR("Command '" + failed.getLogDescription() + "' failed with exception: " + exception.what(),
+    logger.logERROR("Command '" + failed.getLogDescription() +
+                        "' failed with exception: " + textOf(exception),
                     place.file_name(), place.function_name(), static_cast<int>(place.line()));
 }
 
@@ -113,7 +107,7 @@ bool ThreadedMacroCommand::executeSubCommand(std::shared_ptr<CommandBase> subCom
     const std::source_location here = std::source_location::current();
     while (true)
     {
-        trace("Execute subcommand: ", *subCommand, "", here);
+        trace(logger, "Execute subcommand: ", logDescriptionOf(*subCommand), "", here);
         if (!startSubCommand(subCommand, threadManager, here))
         {
             return false;
@@ -155,12 +149,12 @@ bool ThreadedMacroCommand::finalizeSubCommand(std::shared_ptr<CommandBase> subCo
     }
     if (!thread->isAborted())
     {
-        trace("Finished execution of command:", *subCommand, "", here);
+        trace(logger, "Finished execution of command:", logDescriptionOf(*subCommand), "", here);
         return true;
     }
     subCommand->undo();
     abortExecution();
-    trace("Aborted execution of command:", *subCommand, "", here);
+    trace(logger, "Aborted execution of command:", logDescriptionOf(*subCommand), "", here);
     return false;
 }
 
@@ -223,7 +217,7 @@ bool ThreadedMacroCommand::startThread(std::shared_ptr<Thread> thread, CommandBa
     {
         return false;
     }
-    trace("Subcommand:", subCommand, "'executed.'", place);
+    trace(logger, "Subcommand:", logDescriptionOf(subCommand), "'executed.'", place);
     return true;
 }
 
@@ -253,11 +247,11 @@ void ThreadedMacroCommand::executeOnThisThread(CommandBase& subCommand, const st
         logFailure(subCommand, exception, place);
         if (continuesOnException)
         {
-            progressOf(*this).sendMessage(LogMessage(exception.what(), LogMessage::Type::Error, ""));
+            progressOf(*this).sendMessage(LogMessage(textOf(exception), LogMessage::Type::Error, ""));
         }
         passOver();
     }
-    trace("Subcommand:", subCommand, " 'executed.'", place);
+    trace(logger, "Subcommand:", logDescriptionOf(subCommand), " 'executed.'", place);
 }
 
 ThreadedMacroCommand::Step ThreadedMacroCommand::goToNext(const std::shared_ptr<ThreadManager>& threadManager)

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Platform/Logging/Logging.h"
+#include "Service/CommandPattern/CommandBase.h"
+
+#include <source_location>
+#include <string>
+
+namespace Valdane
+{
+
+/// The text for users of @p command, to be asked for only if a line is written.
+inline auto descriptionOf(const CommandBase& command)
+{
+    return [&command]() -> const std::string&
+    {
+        return command.getDescription();
+    };
+}
+
+/// The same for its name in log lines.
+inline auto logDescriptionOf(CommandBase& command)
+{
+    return [&command]
+    {
+        return command.getLogDescription();
+    };
+}
+
+/// Writes the trace line @p before + name() + @p after, as written at @p place.
+///
+/// @param name  gives the command's text, as descriptionOf() or logDescriptionOf() does. It is not called
+///              while trace is off; a call then costs a test.
+template <typename Name>
+inline void trace(const Logging& logger, const char* before, const Name& name, const char* after,
+                  const std::source_location& place)
+{
+    if (logger.isTraceEnabled())
+    {
+        logger.logTRACE(before + name() + after, place.file_name(), place.function_name(),
+                        static_cast<int>(place.line()));
+    }
+}
+
+} // namespace Valdane

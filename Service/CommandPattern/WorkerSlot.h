@@ -1,0 +1,157 @@
+#pragma once
+
+#include <exception>
+#include <memory>
+#include <source_location>
+
+namespace Valdane
+{
+
+class CommandBase;
+class Logging;
+class Thread;
+class ThreadManager;
+class ThreadedCommand;
+class ThreadedMacroCommand;
+
+/// The place for a manager's one threaded command, and the life of its run.
+///
+/// A run begins when start() puts its command into the worker slot. Each finalize() takes the run one step
+/// further: a ThreadedCommand has one step, a ThreadedMacroCommand one for each of its threads. The run ends
+/// after its last step, in start() itself if nothing runs on a worker, or when something fails.
+///
+/// However a run fails, it ends in the same way: its command cleans up, the worker slot becomes empty, the
+/// owner reports the failure, and listeners hear that the run is finished.
+///
+/// Everything that is called in between may call back: a slot of the manager's signals, a command, a
+/// destructor may finalize the run or start another one. So each operation holds the run that it works on,
+/// and asks whether that one is still in the worker slot.
+///
+/// Ownership: shares the command while it is in the worker slot. The owner must outlive this.
+/// Thread: as CommandManager.
+class WorkerSlot
+{
+public:
+    /// What the worker slot needs of its manager.
+    class Owner
+    {
+    public:
+        /// Puts a command that has run on the undo queue.
+        virtual void queue(std::shared_ptr<CommandBase> command) = 0;
+
+        /// Sets what CommandManager::isProcessingCommand() answers.
+        virtual void setProcessing(bool processing) = 0;
+
+        /// Emit the signal of that name.
+        virtual void tellStarted() = 0;
+        virtual void tellExecuted() = 0;
+        virtual void tellFinished() = 0;
+
+        /// Writes the error line of a failure, then emits sigCommandFailed. Throws nothing derived from
+        /// `std::exception`.
+        ///
+        /// @param command  null if it is not known what failed.
+        virtual void reportRunFailure(const std::exception& exception, const char* context,
+                                      const CommandBase* command) = 0;
+
+        /// Writes the error line of a failure that came on top of another one. Throws nothing derived from
+        /// `std::exception`: a line that cannot be written is lost.
+        virtual void logFurtherFailure(const std::exception& exception, const char* context,
+                                       const CommandBase* command) = 0;
+
+        /// Does one step of handling a failure. If it fails itself, logs that, and the next step can follow.
+        template <typename Step>
+        void attempt(const char* context, const CommandBase* command, const Step& step)
+        {
+            try
+            {
+                step();
+            }
+            catch (const std::exception& exception)
+            {
+                logFurtherFailure(exception, context, command);
+            }
+        }
+
+    protected:
+        ~Owner() = default;
+    };
+
+    /// Empty, with a thread manager of its own.
+    /// @param traceLogger  gets the trace lines of synchronous runs; must outlive this.
+    WorkerSlot(Owner& manager, const Logging& traceLogger);
+    WorkerSlot(const WorkerSlot&) = delete;
+    WorkerSlot& operator=(const WorkerSlot&) = delete;
+    ~WorkerSlot();
+
+    /// Begins a run of @p command, which takes the place of what is in the worker slot.
+    ///
+    /// @param place  where the trace lines of a synchronous run say that they are written.
+    void start(std::shared_ptr<ThreadedCommand> command, const std::source_location& place);
+    void start(std::shared_ptr<ThreadedMacroCommand> command);
+
+    /// Takes the run in the worker slot one step further. If the slot is empty, finalizes the thread of a run
+    /// that lost its place. Does nothing if a step of the run calls it while no thread can be finalized.
+    void finalize();
+
+    /// Asks the running thread to stop.
+    void abort();
+
+    /// Aborts and ends what is running, unless the application shares the thread manager. All operations
+    /// work until this returns, so that abortRun() may call them.
+    void shutDown();
+
+    bool isEmpty() const noexcept
+    {
+        return current == nullptr;
+    }
+
+    /// The command in the worker slot; empty if there is none.
+    std::shared_ptr<CommandBase> getCommand() const;
+
+    const std::shared_ptr<ThreadManager>& getThreadManager() const noexcept
+    {
+        return threadManager;
+    }
+
+private:
+    class Run;
+    class CommandRun;
+    class MacroRun;
+    class StepOfRun;
+    struct Failure;
+
+    using RunPointer = std::shared_ptr<Run>;
+
+    void begin(const RunPointer& run);
+    void finalizeRun(Run& run, const Thread* thread);
+    void proceed(Run& run, const Thread* thread);
+    void finalizeDisplaced(const std::shared_ptr<Thread>& thread);
+
+    /// Does @p work. @p endFailed ends the run if it throws what is derived from `std::exception`; anything
+    /// else passes to the caller, with the run out of the worker slot.
+    template <typename Work, typename EndFailed>
+    void endOnFailure(const Run* run, const Work& work, const EndFailed& endFailed);
+
+    /// Ends a run that has failed. @p run is null if it is in no worker slot.
+    template <typename CleanUp>
+    void fail(const std::exception& exception, const Run* run, const Failure& failure,
+              const CleanUp& cleanUp);
+
+    void release(const Run* run);
+    bool isInSlot(const Run& run) const;
+    bool isOnWorker() const;
+
+    /// Whether a step of the run in the worker slot has called this, while no @p thread can be finalized.
+    bool isInItsOwnStep(const Thread* thread) const;
+
+    Owner& owner;
+    const Logging& logger;
+    std::shared_ptr<ThreadManager> threadManager;
+    /// The run in the worker slot; empty if there is none.
+    RunPointer current;
+    /// The run of which a step is on the stack just now; null if none is.
+    const Run* stepped = nullptr;
+};
+
+} // namespace Valdane
