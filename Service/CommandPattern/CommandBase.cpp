@@ -11,17 +11,17 @@ namespace Valdane
 CommandBase::CommandBase() : CommandBase(std::string()) {}
 
 CommandBase::CommandBase(std::string text)
-    : description(std::move(text)),
-      progress(std::make_shared<LegacyProgress>()),
-      speedRate(LegacyProgress::Speed::Normal)
+    : valdaneDescription(std::move(text)),
+      valdaneProgress(std::make_shared<LegacyProgress>()),
+      valdaneSpeedRate(LegacyProgress::Speed::Normal)
 {
 }
 
 CommandBase::CommandBase(CommandBase&& other) noexcept
     // A string that was only moved from may keep its text; an exchanged one is empty.
-    : description(std::exchange(other.description, std::string())),
-      progress(std::move(other.progress)),
-      speedRate(other.speedRate)
+    : valdaneDescription(std::exchange(other.valdaneDescription, std::string())),
+      valdaneProgress(std::move(other.valdaneProgress)),
+      valdaneSpeedRate(other.valdaneSpeedRate)
 {
 }
 
@@ -29,9 +29,9 @@ CommandBase& CommandBase::operator=(CommandBase&& other) noexcept
 {
     if (this != &other)
     {
-        description = std::exchange(other.description, std::string());
-        progress = std::move(other.progress);
-        speedRate = other.speedRate;
+        valdaneDescription = std::exchange(other.valdaneDescription, std::string());
+        valdaneProgress = std::move(other.valdaneProgress);
+        valdaneSpeedRate = other.valdaneSpeedRate;
     }
     return *this;
 }
@@ -45,12 +45,12 @@ void CommandBase::redo()
 
 const std::string& CommandBase::getDescription() const
 {
-    return description;
+    return valdaneDescription;
 }
 
 LegacyProgress::Speed::Rate CommandBase::getSpeedRate() const
 {
-    return speedRate;
+    return valdaneSpeedRate;
 }
 
 bool CommandBase::isRedoCapable()
@@ -60,37 +60,37 @@ bool CommandBase::isRedoCapable()
 
 std::string CommandBase::getLogDescription()
 {
-    return description.empty() ? boost::core::demangle(typeid(*this).name()) : description;
+    return valdaneDescription.empty() ? boost::core::demangle(typeid(*this).name()) : valdaneDescription;
 }
 
 void CommandBase::setDescription(std::string text)
 {
-    description = std::move(text);
+    valdaneDescription = std::move(text);
 }
 
 std::shared_ptr<LegacyProgress> CommandBase::getProgress()
 {
-    return progress;
+    return valdaneProgress;
 }
 
 std::shared_ptr<const LegacyProgress> CommandBase::getProgress() const
 {
-    return progress;
+    return valdaneProgress;
 }
 
 LegacyProgress* CommandBase::getProgressPtr()
 {
-    return progress.get();
+    return valdaneProgress.get();
 }
 
 const LegacyProgress* CommandBase::getProgressPtr() const
 {
-    return progress.get();
+    return valdaneProgress.get();
 }
 
 void CommandBase::setSpeedRate(LegacyProgress::Speed::Rate rate)
 {
-    speedRate = rate;
+    valdaneSpeedRate = rate;
 }
 
 } // namespace Valdane

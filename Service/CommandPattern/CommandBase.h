@@ -80,9 +80,10 @@ public:
     void setSpeedRate(LegacyProgress::Speed::Rate rate);
 
 private:
-    std::string description;
-    std::shared_ptr<LegacyProgress> progress;
-    LegacyProgress::Speed::Rate speedRate;
+    // The prefix keeps them apart from the names in derived classes.
+    std::string valdaneDescription;
+    std::shared_ptr<LegacyProgress> valdaneProgress;
+    LegacyProgress::Speed::Rate valdaneSpeedRate;
 };
 
 } // namespace Valdane

@@ -5,10 +5,10 @@
 namespace Valdane
 {
 
-const std::string DelayedInitializedCommand::defaultDescription = "DelayedInitializedCommand";
+const std::string DelayedInitializedCommand::valdaneDefaultDescription = "DelayedInitializedCommand";
 
 DelayedInitializedCommand::DelayedInitializedCommand(std::function<std::shared_ptr<CommandBase>()> factory)
-    : ThreadedMacroCommand(defaultDescription), commandFactory(std::move(factory))
+    : ThreadedMacroCommand(valdaneDefaultDescription), valdaneCommandFactory(std::move(factory))
 {
 }
 
@@ -18,7 +18,7 @@ bool DelayedInitializedCommand::startExecution(std::shared_ptr<ThreadManager> th
 {
     // First, because a factory that fails has the run wound up, and nothing has been executed yet.
     rewind();
-    if (commandFactory)
+    if (valdaneCommandFactory)
     {
         makeCommand();
     }
@@ -27,14 +27,14 @@ bool DelayedInitializedCommand::startExecution(std::shared_ptr<ThreadManager> th
 
 void DelayedInitializedCommand::makeCommand()
 {
-    const std::shared_ptr<CommandBase> command = commandFactory();
+    const std::shared_ptr<CommandBase> command = valdaneCommandFactory();
     if (command == nullptr)
     {
         return;
     }
     // What was set, that is, and not what another command may lend its text for.
     const bool isToBeDescribed =
-        getLogDescription() == defaultDescription && !command->getDescription().empty();
+        getLogDescription() == valdaneDefaultDescription && !command->getDescription().empty();
     std::string text = isToBeDescribed ? command->getDescription() : std::string();
     addCommand(command);
     // From here on nothing fails.
@@ -42,7 +42,7 @@ void DelayedInitializedCommand::makeCommand()
     {
         setDescription(std::move(text));
     }
-    commandFactory = nullptr;
+    valdaneCommandFactory = nullptr;
 }
 
 } // namespace Valdane

@@ -38,9 +38,9 @@ public:
 private:
     void makeCommand();
 
-    static const std::string defaultDescription;
+    static const std::string valdaneDefaultDescription;
 
-    std::function<std::shared_ptr<CommandBase>()> commandFactory;
+    std::function<std::shared_ptr<CommandBase>()> valdaneCommandFactory;
 };
 
 } // namespace Valdane

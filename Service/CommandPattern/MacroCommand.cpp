@@ -69,7 +69,7 @@ MacroCommand::MacroCommand() = default;
 
 MacroCommand::MacroCommand(std::string text) : CommandBase(std::move(text)) {}
 
-MacroCommand::MacroCommand(CommandList list) : commands(std::move(list)) {}
+MacroCommand::MacroCommand(CommandList list) : valdaneCommands(std::move(list)) {}
 
 MacroCommand::MacroCommand(MacroCommand&&) noexcept = default;
 MacroCommand& MacroCommand::operator=(MacroCommand&&) noexcept = default;
@@ -79,21 +79,21 @@ MacroCommand::~MacroCommand()
     if (innermostDestruction != nullptr && innermostDestruction->released == this)
     {
         innermostDestruction->released = nullptr;
-        innermostDestruction->pending.splice(innermostDestruction->pending.begin(), commands);
+        innermostDestruction->pending.splice(innermostDestruction->pending.begin(), valdaneCommands);
     }
-    else if (!commands.empty())
+    else if (!valdaneCommands.empty())
     {
-        destroyAll(std::move(commands));
+        destroyAll(std::move(valdaneCommands));
     }
 }
 
 void MacroCommand::execute()
 {
     prepareProgress(Execute);
-    auto current = commands.begin();
+    auto current = valdaneCommands.begin();
     try
     {
-        for (; current != commands.end(); ++current)
+        for (; current != valdaneCommands.end(); ++current)
         {
             executeCommand(*current);
         }
@@ -109,19 +109,19 @@ void MacroCommand::execute()
 void MacroCommand::undo()
 {
     prepareProgress(Undo);
-    auto current = useForwardUndoOrder ? commands.begin() : commands.end();
+    auto current = valdaneUseForwardUndoOrder ? valdaneCommands.begin() : valdaneCommands.end();
     try
     {
-        if (useForwardUndoOrder)
+        if (valdaneUseForwardUndoOrder)
         {
-            for (; current != commands.end(); ++current)
+            for (; current != valdaneCommands.end(); ++current)
             {
                 undoCommand(*current);
             }
         }
         else
         {
-            while (current != commands.begin())
+            while (current != valdaneCommands.begin())
             {
                 --current;
                 undoCommand(*current);
@@ -139,10 +139,10 @@ void MacroCommand::undo()
 void MacroCommand::redo()
 {
     prepareProgress(Execute);
-    auto current = commands.begin();
+    auto current = valdaneCommands.begin();
     try
     {
-        for (; current != commands.end(); ++current)
+        for (; current != valdaneCommands.end(); ++current)
         {
             redoCommand(*current);
         }
@@ -160,7 +160,7 @@ const std::string& MacroCommand::getDescription() const
     const std::string& own = CommandBase::getDescription();
     if (own.empty())
     {
-        for (const std::shared_ptr<CommandBase>& command : commands)
+        for (const std::shared_ptr<CommandBase>& command : valdaneCommands)
         {
             if (const std::string& text = command->getDescription(); !text.empty())
             {
@@ -178,14 +178,14 @@ LegacyProgress::Speed::Rate MacroCommand::getSpeedRate() const
 
 bool MacroCommand::isRedoCapable()
 {
-    return std::ranges::all_of(commands, &CommandBase::isRedoCapable);
+    return std::ranges::all_of(valdaneCommands, &CommandBase::isRedoCapable);
 }
 
 void MacroCommand::addCommand(std::shared_ptr<CommandBase> command)
 {
     if (command != nullptr)
     {
-        commands.push_back(std::move(command));
+        valdaneCommands.push_back(std::move(command));
     }
 }
 
@@ -193,14 +193,14 @@ void MacroCommand::addCommandToFront(std::shared_ptr<CommandBase> command)
 {
     if (command != nullptr)
     {
-        commands.push_front(std::move(command));
+        valdaneCommands.push_front(std::move(command));
     }
 }
 
 void MacroCommand::addCommands(const CommandList& added)
 {
     CommandList copies = added;
-    commands.splice(commands.end(), copies);
+    valdaneCommands.splice(valdaneCommands.end(), copies);
 }
 
 void MacroCommand::executeAndAdd(std::shared_ptr<CommandBase> command)
@@ -221,14 +221,14 @@ void MacroCommand::executeAndAdd(std::shared_ptr<CommandBase> command)
         undo();
         throw;
     }
-    commands.splice(commands.end(), added);
+    valdaneCommands.splice(valdaneCommands.end(), added);
 }
 
 void MacroCommand::removeLastCommand()
 {
-    if (!commands.empty())
+    if (!valdaneCommands.empty())
     {
-        commands.pop_back();
+        valdaneCommands.pop_back();
     }
 }
 
@@ -236,57 +236,57 @@ void MacroCommand::clear()
 {
     // Out of the list before they die, because a command's destructor may call the macro.
     CommandList removed;
-    removed.swap(commands);
+    removed.swap(valdaneCommands);
 }
 
 bool MacroCommand::empty() const
 {
-    return commands.empty();
+    return valdaneCommands.empty();
 }
 
 unsigned long long MacroCommand::size() const
 {
-    return commands.size();
+    return valdaneCommands.size();
 }
 
 MacroCommand::CommandList::const_iterator MacroCommand::begin() const
 {
-    return commands.begin();
+    return valdaneCommands.begin();
 }
 
 MacroCommand::CommandList::const_iterator MacroCommand::end() const
 {
-    return commands.end();
+    return valdaneCommands.end();
 }
 
 std::shared_ptr<CommandBase> MacroCommand::getFirstCommand()
 {
-    return commands.empty() ? nullptr : commands.front();
+    return valdaneCommands.empty() ? nullptr : valdaneCommands.front();
 }
 
 std::shared_ptr<const CommandBase> MacroCommand::getFirstCommand() const
 {
-    return commands.empty() ? nullptr : commands.front();
+    return valdaneCommands.empty() ? nullptr : valdaneCommands.front();
 }
 
 std::shared_ptr<CommandBase> MacroCommand::getLastCommand()
 {
-    return commands.empty() ? nullptr : commands.back();
+    return valdaneCommands.empty() ? nullptr : valdaneCommands.back();
 }
 
 std::shared_ptr<const CommandBase> MacroCommand::getLastCommand() const
 {
-    return commands.empty() ? nullptr : commands.back();
+    return valdaneCommands.empty() ? nullptr : valdaneCommands.back();
 }
 
 bool MacroCommand::getUseForwardUndoOrder() const
 {
-    return useForwardUndoOrder;
+    return valdaneUseForwardUndoOrder;
 }
 
 void MacroCommand::setUseForwardUndoOrder(bool use)
 {
-    useForwardUndoOrder = use;
+    valdaneUseForwardUndoOrder = use;
 }
 
 std::shared_ptr<CommandBase> MacroCommand::getOrCreateSingleCommand(const CommandList& list)
@@ -352,26 +352,26 @@ void MacroCommand::prepareProgress(Prepare layout)
     };
     if (layout == Execute)
     {
-        std::ranges::for_each(commands, append);
+        std::ranges::for_each(valdaneCommands, append);
     }
     else if (layout == Undo)
     {
-        std::ranges::for_each(commands | std::views::reverse, append);
+        std::ranges::for_each(valdaneCommands | std::views::reverse, append);
     }
 }
 
 void MacroCommand::handleExceptionOnExecuteRedo(const std::exception& exception, CommandList::iterator failed)
 {
     logFailure("", **failed, exception, std::source_location::current());
-    if (useForwardUndoOrder)
+    if (valdaneUseForwardUndoOrder)
     {
-        for (auto done = commands.begin(); done != failed; ++done)
+        for (auto done = valdaneCommands.begin(); done != failed; ++done)
         {
             undoCommand(*done);
         }
         return;
     }
-    while (failed != commands.begin())
+    while (failed != valdaneCommands.begin())
     {
         --failed;
         undoCommand(*failed);
@@ -381,8 +381,8 @@ void MacroCommand::handleExceptionOnExecuteRedo(const std::exception& exception,
 void MacroCommand::handleExceptionOnUndo(const std::exception& exception, CommandList::iterator failed)
 {
     logFailure("Undo of ", **failed, exception, std::source_location::current());
-    auto undone = useForwardUndoOrder ? commands.begin() : std::next(failed);
-    const auto end = useForwardUndoOrder ? failed : commands.end();
+    auto undone = valdaneUseForwardUndoOrder ? valdaneCommands.begin() : std::next(failed);
+    const auto end = valdaneUseForwardUndoOrder ? failed : valdaneCommands.end();
     for (; undone != end; ++undone)
     {
         redoCommand(*undone);
@@ -392,7 +392,7 @@ void MacroCommand::handleExceptionOnUndo(const std::exception& exception, Comman
 LegacyProgress::Speed MacroCommand::collectSpeed() const
 {
     LegacyProgress::Speed speed;
-    for (const std::shared_ptr<CommandBase>& command : commands)
+    for (const std::shared_ptr<CommandBase>& command : valdaneCommands)
     {
         speed.add(command->getSpeedRate());
     }

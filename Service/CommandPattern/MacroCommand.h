@@ -147,8 +147,9 @@ private:
     void handleExceptionOnUndo(const std::exception& exception, CommandList::iterator failed);
     LegacyProgress::Speed collectSpeed() const;
 
-    CommandList commands;
-    bool useForwardUndoOrder = false;
+    // The prefix keeps them apart from the names in derived classes.
+    CommandList valdaneCommands;
+    bool valdaneUseForwardUndoOrder = false;
 };
 
 } // namespace Valdane

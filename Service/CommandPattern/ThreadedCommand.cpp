@@ -25,13 +25,13 @@ bool ThreadedCommand::isAddableToCommandManager() const
 
 void ThreadedCommand::connectToRunFinishedSignal(const Signals::Slot<void(bool, const CommandBase*)>& slot)
 {
-    connectOnce(runFinishedSignal, slot);
+    connectOnce(valdaneRunFinishedSignal, slot);
 }
 
 void ThreadedCommand::sendFinishSignal(bool ok)
 {
     Thread::sendFinishSignal(ok);
-    emitOnce(runFinishedSignal, ok, *this);
+    emitOnce(valdaneRunFinishedSignal, ok, *this);
 }
 
 } // namespace Valdane

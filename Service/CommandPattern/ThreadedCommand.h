@@ -70,7 +70,7 @@ protected:
     ThreadedCommand();
 
 private:
-    std::unique_ptr<Signals::Signal<void(bool, const CommandBase*)>> runFinishedSignal;
+    std::unique_ptr<Signals::Signal<void(bool, const CommandBase*)>> valdaneRunFinishedSignal;
 };
 
 } // namespace Valdane

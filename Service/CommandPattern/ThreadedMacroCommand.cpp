@@ -36,7 +36,7 @@ ThreadedMacroCommand::ThreadedMacroCommand() : ThreadedMacroCommand("MacroComman
 ThreadedMacroCommand::ThreadedMacroCommand(const std::string& text) : ThreadedMacroCommand(text, false) {}
 
 ThreadedMacroCommand::ThreadedMacroCommand(const std::string& text, bool continues)
-    : MacroCommand(text), currentSubCommand(end()), continuesOnException(continues)
+    : MacroCommand(text), valdaneCurrentSubCommand(end()), valdaneContinuesOnException(continues)
 {
 }
 
@@ -58,46 +58,46 @@ bool ThreadedMacroCommand::startExecution(std::shared_ptr<ThreadManager> threadM
         return true;
     }
     prepareProgress(Execute);
-    return executeSubCommand(*currentSubCommand, std::move(threadManager));
+    return executeSubCommand(*valdaneCurrentSubCommand, std::move(threadManager));
 }
 
 bool ThreadedMacroCommand::continueExecution(std::shared_ptr<ThreadManager> threadManager)
 {
     const Step step = goToNext(threadManager);
-    return step == Step::GoesOn ? executeSubCommand(*currentSubCommand, std::move(threadManager))
+    return step == Step::GoesOn ? executeSubCommand(*valdaneCurrentSubCommand, std::move(threadManager))
                                 : step == Step::IsOver;
 }
 
 void ThreadedMacroCommand::abortExecution()
 {
-    while (currentSubCommand != begin())
+    while (valdaneCurrentSubCommand != begin())
     {
-        --currentSubCommand;
-        (*currentSubCommand)->undo();
+        --valdaneCurrentSubCommand;
+        (*valdaneCurrentSubCommand)->undo();
     }
-    emitOnce(runFinishedSignal, false, *this);
+    emitOnce(valdaneRunFinishedSignal, false, *this);
     progressOf(*this).setComplete();
 }
 
 void ThreadedMacroCommand::connectToRunFinishedSignal(
     const Signals::Slot<void(bool, const CommandBase*)>& slot)
 {
-    connectOnce(runFinishedSignal, slot);
+    connectOnce(valdaneRunFinishedSignal, slot);
 }
 
 bool ThreadedMacroCommand::continueOnException() const
 {
-    return continuesOnException;
+    return valdaneContinuesOnException;
 }
 
 void ThreadedMacroCommand::setContinueOnException(bool continues)
 {
-    continuesOnException = continues;
+    valdaneContinuesOnException = continues;
 }
 
 void ThreadedMacroCommand::setFailCountToThrow(int count)
 {
-    failCountToThrow = count;
+    valdaneFailCountToThrow = count;
 }
 
 // A loop, so that the stack does not grow with the sub-commands.
@@ -117,7 +117,7 @@ bool ThreadedMacroCommand::executeSubCommand(std::shared_ptr<CommandBase> subCom
         {
             return step == Step::IsOver;
         }
-        subCommand = *currentSubCommand;
+        subCommand = *valdaneCurrentSubCommand;
     }
 }
 
@@ -137,11 +137,11 @@ bool ThreadedMacroCommand::finalizeSubCommand(std::shared_ptr<CommandBase> subCo
     catch (const std::exception& exception)
     {
         logFailure(*subCommand, exception, here);
-        if (!continuesOnException)
+        if (!valdaneContinuesOnException)
         {
             throw;
         }
-        ++failCount;
+        ++valdaneFailCount;
         if (!checkFailCount())
         {
             throw VdException("");
@@ -160,25 +160,25 @@ bool ThreadedMacroCommand::finalizeSubCommand(std::shared_ptr<CommandBase> subCo
 
 void ThreadedMacroCommand::sendFinishSignal(bool ok)
 {
-    emitOnce(runFinishedSignal, ok, *this);
+    emitOnce(valdaneRunFinishedSignal, ok, *this);
 }
 
 bool ThreadedMacroCommand::checkFailCount() const
 {
     // The conversion makes every negative limit but -1 one that is never reached, as the interface has it.
-    return failCountToThrow == -1 ||
-           failCount < static_cast<std::uint64_t>(static_cast<std::int64_t>(failCountToThrow));
+    return valdaneFailCountToThrow == -1 ||
+           valdaneFailCount < static_cast<std::uint64_t>(static_cast<std::int64_t>(valdaneFailCountToThrow));
 }
 
 bool ThreadedMacroCommand::isRunning() const
 {
-    return !empty() && currentSubCommand != end();
+    return !empty() && valdaneCurrentSubCommand != end();
 }
 
 void ThreadedMacroCommand::rewind()
 {
-    currentSubCommand = begin();
-    failCount = 0;
+    valdaneCurrentSubCommand = begin();
+    valdaneFailCount = 0;
 }
 
 // Whether the run can go on at once, because nothing has been started on a worker.
@@ -245,7 +245,7 @@ void ThreadedMacroCommand::executeOnThisThread(CommandBase& subCommand, const st
     catch (const std::exception& exception)
     {
         logFailure(subCommand, exception, place);
-        if (continuesOnException)
+        if (valdaneContinuesOnException)
         {
             progressOf(*this).sendMessage(LogMessage(textOf(exception), LogMessage::Type::Error, ""));
         }
@@ -256,24 +256,24 @@ void ThreadedMacroCommand::executeOnThisThread(CommandBase& subCommand, const st
 
 ThreadedMacroCommand::Step ThreadedMacroCommand::goToNext(const std::shared_ptr<ThreadManager>& threadManager)
 {
-    if (empty() || currentSubCommand == end())
+    if (empty() || valdaneCurrentSubCommand == end())
     {
         finish();
         return Step::IsOver;
     }
-    if (auto* nested = dynamic_cast<ThreadedMacroCommand*>(currentSubCommand->get()))
+    if (auto* nested = dynamic_cast<ThreadedMacroCommand*>(valdaneCurrentSubCommand->get()))
     {
         if (nested->isRunning() && !nested->continueExecution(threadManager))
         {
             return Step::IsUnderWay;
         }
     }
-    else if (!finalizeSubCommand(*currentSubCommand, threadManager))
+    else if (!finalizeSubCommand(*valdaneCurrentSubCommand, threadManager))
     {
         return Step::IsOver;
     }
-    ++currentSubCommand;
-    if (currentSubCommand != end())
+    ++valdaneCurrentSubCommand;
+    if (valdaneCurrentSubCommand != end())
     {
         return Step::GoesOn;
     }
@@ -290,11 +290,11 @@ void ThreadedMacroCommand::finish()
 // To be called while an exception is handled: rethrows it, if it ends the run.
 void ThreadedMacroCommand::passOver()
 {
-    if (!continuesOnException)
+    if (!valdaneContinuesOnException)
     {
         throw;
     }
-    ++failCount;
+    ++valdaneFailCount;
     if (!checkFailCount())
     {
         throw;

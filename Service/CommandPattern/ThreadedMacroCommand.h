@@ -152,11 +152,11 @@ private:
     void finish();
     void passOver();
 
-    CommandList::const_iterator currentSubCommand;
-    std::unique_ptr<Signals::Signal<void(bool, const CommandBase*)>> runFinishedSignal;
-    bool continuesOnException = false;
-    std::uint64_t failCount = 0;
-    std::int32_t failCountToThrow = -1;
+    CommandList::const_iterator valdaneCurrentSubCommand;
+    std::unique_ptr<Signals::Signal<void(bool, const CommandBase*)>> valdaneRunFinishedSignal;
+    bool valdaneContinuesOnException = false;
+    std::uint64_t valdaneFailCount = 0;
+    std::int32_t valdaneFailCountToThrow = -1;
 };
 
 } // namespace Valdane
