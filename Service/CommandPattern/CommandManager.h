@@ -22,58 +22,22 @@ class ThreadManager;
 class ThreadedCommand;
 class ThreadedMacroCommand;
 
-/// Runs commands, keeps them for undo and redo, and tells listeners what happened.
-///
-/// An executed command goes on top of the undo queue, an undone one from there on top of the redo queue, and
-/// executing another command forgets what could be redone:
+/// Executes commands, keeps them for undo and redo, and tells listeners what happened.
 ///
 ///     CommandManager manager;
 ///     manager.addCommand(std::make_shared<SetNameCmd>(pump, "P-101", "Rename pump"));
 ///     manager.undo(1);
 ///     manager.redo(1);
 ///
-/// Failures. What a command throws is caught if it is derived from `std::exception`: the manager writes one
-/// error line, emits sigCommandFailed, and the operation answers false; the queues are then as before the
-/// command that failed. Everything else passes through to the caller: exceptions of other types, and whatever
-/// slots and the module access interface throw, by then with the entry where it belongs; what would have come
-/// after the throw (the limit, further signals) is left out. However an operation that runs a command ends,
-/// isProcessingCommand() is false after it; but a threaded command may be under way then, and
-/// addCommandToMergeWithNextCommand() leaves it as it was.
+/// Failures: if a command throws what is derived from `std::exception`, the operation writes an error line,
+/// emits sigCommandFailed and returns false; that command changes neither queue. All else passes to the
+/// caller. An operation that throws has changed nothing, unless its `Guarantee:` says more. See
+/// Docs/failures.md.
 ///
-/// What a failure leaves, whoever fails, allocations included: an operation that throws or answers false has
-/// changed nothing; where it is a slot that throws, or the module access interface when it is told to forget,
-/// all up to there is done. These may leave more:
-/// - addCommand(): the command done, but not queued, and what could be redone forgotten.
-/// - addExecutedCommand(): what could be redone forgotten.
-/// - addCommandToMergeWithNextCommand(): the command done, but not kept.
-/// - undo(), undoAll(): the steps that went well; the command undone but still on top, where its trace line
-///   fails after it; the command in no queue and nothing to redo, where its isRedoCapable() throws.
-/// - redo(), redoAll(): the steps that went well; the command redone but still on top.
-/// - takeExecutedCommands(): the commands in no queue, where a slot throws.
-/// - addThreadedCommand(), finalizeThread(): what the run has done and nobody has wound up, not queued, and
-///   what could be redone forgotten.
+/// Re-entrancy: signals are emitted when all state is settled. A slot, a command, or a destructor of a
+/// command that is dropped, may call any operation, but must not destroy the manager.
 ///
-/// takeLastExecutedCommand(), the operations on the limit, and all that asks nobody, keeps nothing and gives
-/// no text, set or connection never fail.
-///
-/// Threaded commands. One at a time can be under way, in the worker slot:
-///
-/// | operation                   | slot empty                       | command under way                   |
-/// |-----------------------------|----------------------------------|-------------------------------------|
-/// | addThreadedCommand()        | starts; worker mode: under way   | not meant; see there                |
-/// | finalizeThread()            | does nothing                     | concludes a thread; the last: empty |
-/// | abortThreadedCommand()      | does nothing                     | the run is asked to stop            |
-/// | getCurrentThreadedCommand() | empty                            | the command                         |
-/// | isProcessingCommand()       | false, unless a command executes | true                                |
-///
-/// Everything else works as ever meanwhile; it is for the application to keep its users from editing what the
-/// run works on.
-///
-/// Signals are emitted on the calling thread when all state is settled, so a slot may call any operation of
-/// the manager; so may a command's destructor, when an operation drops the command. Destroy the manager only
-/// when none of its operations is under way; commands that die with it must not call it any more.
-///
-/// Ownership: shares the commands with its callers. Commands that only the queues hold die with their entry.
+/// Ownership: shares the commands with its callers. Commands that die with the manager must not call it.
 /// Thread: one thread, by custom the application's main thread. No locks.
 class VALDANE_COMMANDPATTERN_EXPORT CommandManager
 {
@@ -87,272 +51,195 @@ public:
         CommandAdded = 3,  ///< a command was put on top of the undo queue
     };
 
-    /// The number of change trackers: independent save points, such as one for saving and one for exporting.
-    /// The operations that take a tracker want a number below it (not checked).
+    /// The number of change trackers: independent save points, one for saving and one for exporting, say. An
+    /// operation's tracker must be a number below it (not checked).
     static constexpr std::uint64_t ChangeTrackerCount = 2;
 
-    /// Empty queues; a limit of 25 commands that is not in use.
+    /// Has empty queues and a limit of 25 commands that is not in use.
     CommandManager();
     CommandManager(const CommandManager&) = delete;
     CommandManager& operator=(const CommandManager&) = delete;
+
+    /// Aborts a running command and waits for its end, unless the application shares the thread manager.
+    /// Until then all operations work, so that an abortRun() may call them.
     ~CommandManager();
 
-    /// Executes @p command and, if it succeeds, puts it on the undo queue as addExecutedCommand() does.
-    ///
-    /// Resets the command's progress before and completes it after execution. Emits sigCommandQueueChanged
-    /// (CommandAdded), then sigCommandExecuted.
-    ///
-    /// @return true if it was executed; false if it threw, or if @p command is empty.
+    // Run
+
+    /// Executes @p command and puts it on top of the undo queue as addExecutedCommand() does; then emits
+    /// sigCommandExecuted. Resets the command's progress before and completes it after execution.
+    /// @return false if the command threw or is empty.
+    /// Guarantee: a command that cannot be queued stays executed, and what could be redone is forgotten.
     bool addCommand(std::shared_ptr<CommandBase> command);
 
-    /// Puts @p command, which its caller has executed already, on top of the undo queue; empty is ignored.
-    ///
-    /// Forgets what could be redone, folds in what waits for it (addCommandToMergeWithNextCommand()), notes
-    /// the modules that the application reports as modified, applies the limit, then emits
-    /// sigCommandQueueChanged(CommandAdded).
-    ///
-    /// @throws what the module access interface throws: before the command is queued when it tells the
-    ///         modules (nothing but what could be redone is lost then), after that when it is told to forget
-    ///         them.
+    /// Puts @p command, which its caller has executed, on top of the undo queue. Ignores an empty pointer.
+    /// Forgets what could be redone, merges the commands that wait for it, records the modified modules,
+    /// applies the limit, and emits sigCommandQueueChanged(CommandAdded).
+    /// Guarantee: what could be redone is forgotten. If a slot or markAllModulesInBusinessAsUnmodified()
+    /// throws, the command is queued.
     void addExecutedCommand(std::shared_ptr<CommandBase> command);
 
-    /// Executes @p command now and folds it into the command that is queued next.
-    ///
-    /// The two become one entry: a macro with the description of the command queued next, which stands first
-    /// in it, followed by those that were waiting in the order of their execution. Until then @p command is
-    /// in no queue, cannot be undone, and clear() forgets it. Emits nothing but sigCommandFailed.
-    ///
-    /// The command queued next, although executed last, is thus undone after those merged into it, unless the
-    /// macro has the forward undo order; where it builds on what they did, pass true.
-    ///
-    /// @param command              not executed yet.
-    /// @param useForwardUndoOrder  true to have that macro undone first to last: one true is enough for it.
-    /// @return true if it was executed; false if it threw, or if @p command is empty.
-    bool addCommandToMergeWithNextCommand(std::shared_ptr<CommandBase> command, bool useForwardUndoOrder);
+    // Undo and redo
 
-    /// Takes all commands out of the undo queue as one macro, oldest first, then does what clear() does.
-    ///
-    /// @return the macro, without a description; empty, with nothing changed, if there is nothing to undo.
-    /// @throws as clear(); when it is a slot that throws, the commands have left the queues and are lost.
-    std::shared_ptr<MacroCommand> takeExecutedCommands();
-
-    /// Takes the newest command out of the undo queue. Emits nothing.
-    ///
-    /// What counts as modified is then what did after the command below it; without one, what did before the
-    /// next command to redo, where the commands that were taken still count; and without that either, what
-    /// did before the oldest command.
-    ///
-    /// @return the command; empty if there is nothing to undo.
-    std::shared_ptr<CommandBase> takeLastExecutedCommand();
-
-    /// Undoes up to @p count commands, newest first. Each one undone emits sigCommandUndone, then
+    /// Undoes up to @p count commands, newest first. Each step emits sigCommandUndone, then
     /// sigCommandQueueChanged(CommandUndone).
-    ///
-    /// A command that is not redo-capable empties the redo queue instead of moving there; so does one whose
-    /// isRedoCapable() throws, which passes through to the caller whatever its type is.
-    ///
-    /// @return false if a command threw: it stays on top of the undo queue, the ones before it stay undone.
-    ///         True otherwise, also if there were fewer than @p count commands.
+    /// A command that is not redo-capable empties the redo queue instead of moving there.
+    /// @return false if a command threw; it stays on top of the undo queue. True also if there were fewer.
+    /// Guarantee: earlier steps stay undone.
     bool undo(std::uint64_t count);
 
-    /// Redoes up to @p count commands, the one undone last first. Each one redone emits sigCommandExecuted,
-    /// then sigCommandQueueChanged(CommandRedone).
-    ///
-    /// @return false if a command threw: it stays on top of the redo queue, the ones before it stay redone.
-    ///         True otherwise, also if there were fewer than @p count commands.
+    /// Redoes up to @p count commands, the one undone last first. Each step emits sigCommandExecuted, then
+    /// sigCommandQueueChanged(CommandRedone).
+    /// @return false if a command threw; it stays on top of the redo queue. True also if there were fewer.
+    /// Guarantee: earlier steps stay redone.
     bool redo(std::uint64_t count);
 
-    /// Undoes everything, or up to the first command that throws. Never ends if each undo makes a command or
-    /// a slot execute another one.
+    /// Undo or redo all there is, up to the first command that throws.
     void undoAll();
-
-    /// Redoes everything, or up to the first command that throws.
     void redoAll();
+
+    /// Forgets all commands, also those that wait to be merged, but not which modules are modified; then
+    /// emits sigCommandQueueChanged(QueueCleared).
+    void clear();
+
+    /// Emits sigUndoRedoProcessCompleted, which the manager never does itself: at the end of a gesture, say.
+    void emitSigUndoRedoProcessCompleted();
+
+    // Ask
 
     /// Whether there is a command to undo, or to redo.
     bool canUndo() const;
     bool canRedo() const;
 
-    /// The command that undo(1) would undo; empty if there is none.
+    /// The command that undo(1) or redo(1) would take; empty if there is none.
     std::shared_ptr<const CommandBase> getUndoCommand() const;
-
-    /// The command that redo(1) would redo; empty if there is none.
     std::shared_ptr<const CommandBase> getRedoCommand() const;
 
-    /// The descriptions of what can be undone, next one first. Cost: linear in the queue.
+    /// The descriptions of what can be undone or redone, the next one first. Cost: linear in the queue.
     std::list<std::string> collectUndoCommandDescriptions() const;
-
-    /// The descriptions of what can be redone, next one first. Cost: linear in the queue.
     std::list<std::string> collectRedoCommandDescriptions() const;
-
-    /// Forgets all commands of both queues and those that wait to be merged, but not which modules are
-    /// modified; then emits sigCommandQueueChanged(QueueCleared), in any case.
-    ///
-    /// @throws what the module access interface throws, which is asked first; nothing has changed then.
-    void clear();
 
     /// The number of commands in both queues.
     std::uint64_t getQueueSize() const;
 
-    /// The limit on getQueueSize(), whether it is in use or not.
-    std::uint32_t getMaxQueueSize() const;
-
-    /// Sets the limit and, if that is a change and the limit is in use, applies it at once.
-    ///
-    /// Applying it drops the oldest commands of the undo queue, and both queues whole where the redo queue
-    /// alone is longer than the limit. Nothing is emitted. The limit is applied here, in
-    /// setUsesMaxQueueSize() and whenever a command is added; undo and redo never drop anything. Where it
-    /// leaves no command in either queue, as a limit of 0 does, not all that they modified counts as modified
-    /// any more.
-    void setMaxQueueSize(std::uint32_t size);
-
-    /// Whether the limit is in use; false at first.
-    bool usesMaxQueueSize() const;
-
-    /// Switches the limit on or off; if that is a change and the limit is on now, applies it at once.
-    void setUsesMaxQueueSize(bool use);
-
-    /// Whether the manager is running a command's execute, undo or redo just now, or has a threaded command
-    /// under way. It only tells: no operation is refused because of it, and one that ends inside another's
-    /// command, or while a threaded one is under way, leaves it false.
+    /// Whether a command is being executed, undone or redone, or a threaded command is running. Informational
+    /// only: nothing is refused because of it. A nested operation clears it even while an outer one runs.
     bool isProcessingCommand() const;
 
-    /// Hangs the manager's progress, which follows each command that is undone or redone, under @p progress,
-    /// an application's progress bar for instance; empty is ignored. Nothing is owned either way.
+    /// Hangs the manager's progress, which follows undone and redone commands, under @p progress.
     void setProgress(std::shared_ptr<Progress> progress);
 
-    /// Installs what tells the manager about the application's modules, in place of the previous one.
-    ///
-    /// @pre not empty (not checked). @throws std::bad_alloc, the previous one then staying.
-    void setModuleAccessInterface(std::shared_ptr<ModuleAccessInterface> moduleAccess);
+    // Limit
 
-    /// The modules that differ from what was saved last for @p tracker: those that the commands between that
-    /// save and now modified, and those that the module access interface reports now.
-    ///
-    /// Undoing back to the save point makes a module unmodified again. Cost: linear in the result.
-    std::set<const Object*> getModifiedModules(std::uint64_t tracker) const;
+    /// Sets the limit on getQueueSize(), and applies it if that is a change and the limit is in use.
+    /// It is also applied whenever a command is added, never by undo and redo. It drops the oldest commands
+    /// of the undo queue, or both queues if the redo queue alone is longer. Emits nothing.
+    void setMaxQueueSize(std::uint32_t size);
+    std::uint32_t getMaxQueueSize() const;
 
-    /// The same and those that the module access interface wants in the next save.
-    std::set<const Object*> getModifiedOrSaveOnNextSaveModules(std::uint64_t tracker) const;
+    /// Switches the limit on or off (off at first), and applies it if that is a change.
+    void setUsesMaxQueueSize(bool use);
+    bool usesMaxQueueSize() const;
 
-    /// Tells that the application has saved: what is now is the save point of @p tracker. The other tracker
-    /// is not affected. What the module access interface itself reports as modified is not either: it counts
-    /// until the application resets its marks. Cost: linear in both queues.
-    void adjustOnSave(std::uint64_t tracker);
+    // Signals: the slot is called until the connection is destroyed.
 
-    /// Has all modules of the application count as modified, for all trackers, in the state before the oldest
-    /// command: for data that were loaded in a state that must be saved.
-    ///
-    /// To be called while both queues are empty: commands that are in them keep what they remember, so that
-    /// undoing them all does not lead to that state.
-    ///
-    /// @throws what the module access interface throws; nothing has changed then.
-    void markAllModulesBeforeFirstCommandAsModified();
-
-    /// Puts @p command into the worker slot and starts its run; empty is ignored.
-    ///
-    /// Worker mode: emits sigThreadedCommandStarted and returns; finalizeThread() must follow when the run
-    /// has ended. Synchronous mode (ThreadManager::getThreadingMode() is 0): runs the command to its end,
-    /// queues it as addExecutedCommand() does, and emits sigCommandExecuted.
-    ///
-    /// Failures of the run's start, of a synchronous run, of the module access interface and of slots are
-    /// reported as those of addCommand() are; the worker slot is empty then. Nothing derived from
-    /// `std::exception` gets out: sigCommandFailed is emitted even if the error line cannot be written (with
-    /// an empty description if that cannot be copied). A run that was started before a slot of
-    /// sigThreadedCommandStarted failed goes on, and the next finalizeThread() concludes it.
-    ///
-    /// @pre nothing is under way: ask getCurrentThreadedCommand() first. If something is, @p command takes
-    ///      its place in the slot and fails to start, and the one under way is concluded by the next
-    ///      finalizeThread() but never queued, nor does anything tell of its end but its own run-finished
-    ///      signal.
-    void addThreadedCommand(std::shared_ptr<ThreadedCommand> command);
-
-    /// Puts @p command into the worker slot and runs it up to its first thread; empty is ignored.
-    ///
-    /// In worker mode emits sigThreadedCommandStarted. If the macro is over already, because it has no thread
-    /// or its threads ran synchronously, it is queued, and sigCommandExecuted and in worker mode
-    /// sigThreadedCommandFinished are emitted; else finalizeThread() must follow for each of its threads.
-    ///
-    /// What its sub-commands throw is reported as in the other overload, after the macro has been wound up by
-    /// ThreadedMacroCommand::abortExecution(); in worker mode sigThreadedCommandFinished follows. What a slot
-    /// of sigThreadedCommandStarted throws is written to the log, and the run goes on.
-    ///
-    /// @pre as for the other overload.
-    void addThreadedCommand(std::shared_ptr<ThreadedMacroCommand> command);
-
-    /// Concludes the thread under way, waiting for its end if it has not come yet; without one does nothing,
-    /// nor where the run itself calls it: from a slot of its run-finished signal, say, or from a sub-command.
-    ///
-    /// To be called on the caller's thread when a thread has ended. Three ways to learn of that:
-    ///
-    ///     // An event loop: the callback comes on the worker, so post from it.
-    ///     const auto finalize = [&] { if (threads->isRunEnded()) manager.finalizeThread(); };
-    ///     threads->setRunEndedCallback([&] { loop.post(finalize); });
-    ///     // Polling, in an idle handler:
-    ///     if (threads->isRunEnded()) manager.finalizeThread();
-    ///     // Waiting, with a progress bar to be drawn meanwhile:
-    ///     while (!threads->waitForRunEnd(100ms)) { draw(bar); }
-    ///     manager.finalizeThread();
-    ///
-    /// A ThreadedMacroCommand then goes on to its next thread, or ends; one whose thread could not be
-    /// started, and was passed over, has nothing under way and is finalized at once. What has ended leaves
-    /// the worker slot, and, unless it was aborted or is not ThreadedCommand::isAddableToCommandManager(), is
-    /// queued as addExecutedCommand() does; sigCommandExecuted and, in any case, sigThreadedCommandFinished
-    /// are emitted.
-    ///
-    /// Failures, of the run too, are reported as those of addCommand() are; a ThreadedCommand is told by
-    /// sendFinishSignal(false), a ThreadedMacroCommand whose run failed is wound up; the worker slot is empty
-    /// then, nothing is queued that was not, and sigThreadedCommandFinished comes last. Nothing derived from
-    /// `std::exception` gets out.
-    void finalizeThread();
-
-    /// Asks the thread under way to stop; finalizeThread() still has to follow. Nothing is under way: does
-    /// nothing.
-    ///
-    /// A thread of a nested macro: that macro only is wound up, and the outer one goes on behind it. If no
-    /// other thread follows, it ends with true, is not queued, and what it has done stays. To stop everything,
-    /// abort and finalize until getCurrentThreadedCommand() is empty; where an abort must take everything
-    /// back, use no nested macro.
-    ///
-    /// @throws what the thread's `abortRun()` throws.
-    void abortThreadedCommand();
-
-    /// The command in the worker slot; empty if none is under way.
-    std::shared_ptr<CommandBase> getCurrentThreadedCommand() const;
-
-    /// The manager's thread manager, by which an application chooses the threading mode and learns that a run
-    /// has ended. Shared with the caller; held longer than the manager, it lets a run under way come to its
-    /// end.
-    std::shared_ptr<ThreadManager> getThreadManager() const;
-
-    /// After a command that the manager executed was queued, and after each one that was redone; not after
-    /// addExecutedCommand() and addCommandToMergeWithNextCommand().
+    /// After a command that addCommand() or a run has executed was queued, and after each redone one.
     [[nodiscard]] Signals::Connection connectToSigCommandExecuted(const Signals::Slot<void()>& slot);
 
-    /// When a command has thrown: with the exception's `what()` and the command's description. Both texts
-    /// hold during the call only.
+    /// After a command has thrown: the exception's text and the command's description, valid during the call.
     [[nodiscard]] Signals::Connection
     connectToSigCommandFailed(const Signals::Slot<void(const char*, const std::string&)>& slot);
 
-    /// After each change of the queues, except those that the limit and takeLastExecutedCommand() make.
+    /// After each change of the queues, except those by the limit and takeLastExecutedCommand().
     [[nodiscard]] Signals::Connection
     connectToSigCommandQueueChanged(const Signals::Slot<void(CommandManager::QueueChangeReason)>& slot);
 
     /// After each command that was undone.
     [[nodiscard]] Signals::Connection connectToSigCommandUndone(const Signals::Slot<void()>& slot);
 
-    /// When a threaded command has ended that was started on a worker, whether it succeeded or not.
+    /// After a threaded command that was started on a worker has ended, successfully or not.
     [[nodiscard]] Signals::Connection connectToSigThreadedCommandFinished(const Signals::Slot<void()>& slot);
 
-    /// When a threaded command has been started in worker mode.
+    /// After a threaded command was started on a worker.
     [[nodiscard]] Signals::Connection connectToSigThreadedCommandStarted(const Signals::Slot<void()>& slot);
 
-    /// When the application says so by emitSigUndoRedoProcessCompleted().
+    /// When the application calls emitSigUndoRedoProcessCompleted().
     [[nodiscard]] Signals::Connection connectToSigUndoRedoProcessCompleted(const Signals::Slot<void()>& slot);
 
-    /// To be called when a whole gesture of undos or redos is over, so that listeners can do once what they
-    /// need not do at every step. The manager never emits this signal itself.
-    void emitSigUndoRedoProcessCompleted();
+    // Merge and take
+
+    /// Executes @p command now and merges it into the command that is queued next: they become one macro.
+    /// The macro has the description of the command queued next, which stands first in it; those that waited
+    /// follow in the order of their execution. They cannot be undone until then.
+    /// @param useForwardUndoOrder  true if the command queued next must be undone first. One true is enough.
+    /// @return false if the command threw or is empty.
+    bool addCommandToMergeWithNextCommand(std::shared_ptr<CommandBase> command, bool useForwardUndoOrder);
+
+    /// Takes all commands out of the undo queue, oldest first, then does what clear() does.
+    /// @return a macro without a description; empty, with nothing changed, if there is nothing to undo.
+    /// Guarantee: if a slot throws, the commands are lost.
+    std::shared_ptr<MacroCommand> takeExecutedCommands();
+
+    /// Takes the newest command out of the undo queue. Emits nothing, and never throws.
+    /// The modified set becomes the one recorded after the previous command; without one, the one recorded
+    /// before the next command to redo, or else before the oldest command.
+    /// @return the command; empty if there is nothing to undo.
+    std::shared_ptr<CommandBase> takeLastExecutedCommand();
+
+    // Modules
+
+    /// Replaces what tells the manager about the application's modules. @pre not empty (not checked).
+    void setModuleAccessInterface(std::shared_ptr<ModuleAccessInterface> moduleAccess);
+
+    /// The modules that commands modified since the last save for @p tracker, and those that the module
+    /// access interface reports now. After an undo back to the save a module is unmodified again.
+    /// Not counted, although their data differ from the save: modules of an undone command that is not
+    /// redo-capable, and in some cases of dropped commands; see Docs/change-tracking.md.
+    std::set<const Object*> getModifiedModules(std::uint64_t tracker) const;
+
+    /// The same, and the modules that the module access interface wants in the next save.
+    std::set<const Object*> getModifiedOrSaveOnNextSaveModules(std::uint64_t tracker) const;
+
+    /// Makes the present state the save point of @p tracker; call it after a save. What the module access
+    /// interface reports stays modified until it reports it no more. Cost: linear in both queues.
+    void adjustOnSave(std::uint64_t tracker);
+
+    /// Has all modules count as modified before the oldest command, for all trackers: for data that must be
+    /// saved as they were loaded. Call it while both queues are empty.
+    void markAllModulesBeforeFirstCommandAsModified();
+
+    // Threaded commands: one at a time, in the worker slot. Its states, and how to learn of a run's end, are in
+    // Docs/threading.md. They throw nothing derived from `std::exception`, unless an abortRun() does.
+
+    /// Puts @p command into the worker slot and runs it. Ignores an empty pointer.
+    /// Worker mode: emits sigThreadedCommandStarted and returns; finalizeThread() must follow. Synchronous
+    /// mode: runs the command to its end and queues it as addCommand() does. Failures are reported.
+    /// @pre getCurrentThreadedCommand() is empty; Docs/threading.md says what happens if it is not.
+    /// Guarantee: as addCommand().
+    void addThreadedCommand(std::shared_ptr<ThreadedCommand> command);
+
+    /// The same for a macro, which runs up to its first thread on a worker; finalizeThread() must follow for
+    /// each of its threads. Without any, it is queued, and in worker mode sigThreadedCommandFinished follows.
+    /// Guarantee: if a sub-command fails, ThreadedMacroCommand::abortExecution() rolls the macro back, and in
+    /// worker mode sigThreadedCommandFinished is emitted.
+    void addThreadedCommand(std::shared_ptr<ThreadedMacroCommand> command);
+
+    /// Finalizes the running thread; waits for its end if it is still running.
+    /// A macro then runs up to its next thread. A command that has ended leaves the worker slot and is
+    /// queued, with sigCommandExecuted, unless it was aborted or is not addable; then
+    /// sigThreadedCommandFinished is emitted. Does nothing if no thread runs, or if the run itself calls it.
+    /// Guarantee: as for addThreadedCommand(); a command that failed is not queued.
+    void finalizeThread();
+
+    /// Asks the running thread to stop; finalizeThread() must still follow. Does nothing if none is running.
+    /// In a nested macro it ends that macro only; see Docs/threading.md. @throws what abortRun() throws.
+    void abortThreadedCommand();
+
+    /// The command in the worker slot; empty if none is running.
+    std::shared_ptr<CommandBase> getCurrentThreadedCommand() const;
+
+    /// What runs the threads, sets the threading mode and tells when a run has ended. Shared with the caller.
+    std::shared_ptr<ThreadManager> getThreadManager() const;
 
 private:
     class VALDANE_COMMANDPATTERN_NO_EXPORT Private;
