@@ -16,7 +16,7 @@ DelayedInitializedCommand::~DelayedInitializedCommand() = default;
 
 bool DelayedInitializedCommand::startExecution(std::shared_ptr<ThreadManager> threadManager)
 {
-    // First, because a factory that fails has the run wound up, and nothing has been executed yet.
+    // First, because a factory that fails has the run rolled back, and nothing has been executed yet.
     rewind();
     if (valdaneCommandFactory)
     {

@@ -50,7 +50,7 @@ void ThreadedMacroCommand::execute()
 
 bool ThreadedMacroCommand::startExecution(std::shared_ptr<ThreadManager> threadManager)
 {
-    // First, because what fails from here on is wound up, and nothing has been executed yet.
+    // First, because a failure from here on is rolled back, and nothing has been executed yet.
     rewind();
     if (empty())
     {
@@ -63,9 +63,9 @@ bool ThreadedMacroCommand::startExecution(std::shared_ptr<ThreadManager> threadM
 
 bool ThreadedMacroCommand::continueExecution(std::shared_ptr<ThreadManager> threadManager)
 {
-    const Step step = goToNext(threadManager);
-    return step == Step::GoesOn ? executeSubCommand(*valdaneCurrentSubCommand, std::move(threadManager))
-                                : step == Step::IsOver;
+    const Next next = goToNext(threadManager);
+    return next == Next::SubCommand ? executeSubCommand(*valdaneCurrentSubCommand, std::move(threadManager))
+                                    : next == Next::End;
 }
 
 void ThreadedMacroCommand::abortExecution()
@@ -112,10 +112,10 @@ bool ThreadedMacroCommand::executeSubCommand(std::shared_ptr<CommandBase> subCom
         {
             return false;
         }
-        const Step step = goToNext(threadManager);
-        if (step != Step::GoesOn)
+        const Next next = goToNext(threadManager);
+        if (next != Next::SubCommand)
         {
-            return step == Step::IsOver;
+            return next == Next::End;
         }
         subCommand = *valdaneCurrentSubCommand;
     }
@@ -181,7 +181,7 @@ void ThreadedMacroCommand::rewind()
     valdaneFailCount = 0;
 }
 
-// Whether the run can go on at once, because nothing has been started on a worker.
+// Whether the run can continue at once, because nothing was started on a worker.
 bool ThreadedMacroCommand::startSubCommand(const std::shared_ptr<CommandBase>& subCommand,
                                            const std::shared_ptr<ThreadManager>& threadManager,
                                            const std::source_location& place)
@@ -211,7 +211,7 @@ bool ThreadedMacroCommand::startThread(std::shared_ptr<Thread> thread, CommandBa
     catch (const std::exception& exception)
     {
         logFailure(subCommand, exception, place);
-        passOver();
+        skipOrRethrow();
     }
     if (threadManager.getThreadingMode() != 0)
     {
@@ -231,7 +231,7 @@ bool ThreadedMacroCommand::startNested(ThreadedMacroCommand& nested,
     catch (const std::exception&)
     {
         nested.abortExecution();
-        passOver();
+        skipOrRethrow();
         return true;
     }
 }
@@ -249,36 +249,36 @@ void ThreadedMacroCommand::executeOnThisThread(CommandBase& subCommand, const st
         {
             progressOf(*this).sendMessage(LogMessage(textOf(exception), LogMessage::Type::Error, ""));
         }
-        passOver();
+        skipOrRethrow();
     }
     trace(logger, "Subcommand:", logDescriptionOf(subCommand), " 'executed.'", place);
 }
 
-ThreadedMacroCommand::Step ThreadedMacroCommand::goToNext(const std::shared_ptr<ThreadManager>& threadManager)
+ThreadedMacroCommand::Next ThreadedMacroCommand::goToNext(const std::shared_ptr<ThreadManager>& threadManager)
 {
     if (empty() || valdaneCurrentSubCommand == end())
     {
         finish();
-        return Step::IsOver;
+        return Next::End;
     }
     if (auto* nested = dynamic_cast<ThreadedMacroCommand*>(valdaneCurrentSubCommand->get()))
     {
         if (nested->isRunning() && !nested->continueExecution(threadManager))
         {
-            return Step::IsUnderWay;
+            return Next::Wait;
         }
     }
     else if (!finalizeSubCommand(*valdaneCurrentSubCommand, threadManager))
     {
-        return Step::IsOver;
+        return Next::End;
     }
     ++valdaneCurrentSubCommand;
     if (valdaneCurrentSubCommand != end())
     {
-        return Step::GoesOn;
+        return Next::SubCommand;
     }
     finish();
-    return Step::IsOver;
+    return Next::End;
 }
 
 void ThreadedMacroCommand::finish()
@@ -288,7 +288,7 @@ void ThreadedMacroCommand::finish()
 }
 
 // To be called while an exception is handled: rethrows it, if it ends the run.
-void ThreadedMacroCommand::passOver()
+void ThreadedMacroCommand::skipOrRethrow()
 {
     if (!valdaneContinuesOnException)
     {

@@ -16,46 +16,43 @@ namespace Valdane
 class Thread;
 class ThreadManager;
 
-/// A macro that runs step by step: its threads on a worker, one after another, everything else between them
-/// on the caller's thread.
+/// A macro that runs its threads on a worker, one after another, and everything else between them on the
+/// caller's thread.
 ///
 /// Hand it to CommandManager::addThreadedCommand(), and call CommandManager::finalizeThread() each time a
-/// thread has ended, until the manager is no longer processing the command:
+/// thread has ended, until the worker slot is empty. The macro is idle or running:
 ///
-/// | operation           | idle                      | running: a sub-command is under way              |
-/// |---------------------|---------------------------|--------------------------------------------------|
-/// | startExecution()    | runs, up to a thread      | not allowed (not checked)                        |
-/// | continueExecution() | tells that the run is over| concludes the thread, then runs up to the next   |
-/// | abortExecution()    | see there                 | undoes what is done, stands at the beginning     |
+/// | operation           | idle                     | running: a sub-command is the current one          |
+/// |---------------------|--------------------------|----------------------------------------------------|
+/// | startExecution()    | runs, up to a thread     | not allowed (not checked)                          |
+/// | continueExecution() | tells that the run ended | finalizes the thread, then runs up to the next one |
+/// | abortExecution()    | see there                | undoes what was done, goes back to the beginning   |
 ///
-/// A sub-command is a thread if it is derived from Thread (a ThreadedCommand, for instance). A sub-command
-/// that is a ThreadedMacroCommand itself is stepped in the same way. Unlike in a MacroCommand,
-/// prepareExecute() and finalizeExecute() are not called, and the progress of a sub-command is neither reset
-/// nor completed.
+/// A sub-command is a thread if it is derived from Thread, as a ThreadedCommand is. A nested
+/// ThreadedMacroCommand is stepped in the same way. Unlike a MacroCommand, this calls neither
+/// prepareExecute() nor finalizeExecute(), and neither resets nor completes a sub-command's progress.
 ///
-/// Failures. A failing sub-command writes one error line (a nested macro has written its own). The exception
-/// then ends the run and goes on to the caller, unless setContinueOnException() has it passed over and
-/// counted; the N-th failure ends the run all the same after setFailCountToThrow(N). What ended a run is
-/// rolled back by abortExecution(), which CommandManager calls; execute() does not, so that in addCommand(),
-/// or as part of a plain macro, sub-commands that were executed before the failure stay executed. So do those
-/// of a nested macro that fails once a thread of it was started on the worker: only the outer macro is wound
-/// up. A failure that is passed over leaves the sub-command in the macro, whose undo() will undo it with the
-/// others.
+/// Failures: a sub-command that fails writes one error line; a nested macro has written its own. The
+/// exception ends the run and passes to the caller, unless setContinueOnException(true) has the failure
+/// skipped and counted. The N-th failure ends the run even so after setFailCountToThrow(N). CommandManager
+/// rolls a failed run back with abortExecution(); execute() does not: in CommandManager::addCommand(), or as
+/// part of a plain macro, sub-commands before the failure stay executed. A failed sub-command that was
+/// skipped stays in the macro, whose undo() undoes it with the others. Docs/failures.md says what a failure
+/// in a nested macro leaves.
 ///
-/// Aborting. After CommandManager::abortThreadedCommand() the next finalizeThread() undoes the thread that
-/// was aborted, then the sub-commands before it. An abort within a nested macro winds up that macro only, and
-/// the outer one goes on behind it. A nested macro whose failure was passed over was wound up, too, and goes
-/// on behind its first sub-command.
+/// Aborting: after CommandManager::abortThreadedCommand() the next finalizeThread() undoes the aborted
+/// thread, then the sub-commands before it. Docs/threading.md says what an abort in a nested macro does.
 ///
-/// Neither copied nor moved. In addition to what MacroCommand asks: no sub-command is added or removed while
-/// a run is under way, or between an abort and the next startExecution() if anything but that is called.
+/// Neither copied nor moved. As for MacroCommand, and: no sub-command is added or removed while the macro is
+/// running (after an abort it counts as running until the next startExecution()).
 ///
-/// Ownership: as MacroCommand. Thread: the caller's; only the threads' own work is on the worker.
-/// Cost: no stack per sub-command, whatever the sub-commands are; nested macros take some for each level.
+/// Ownership: as MacroCommand.
+/// Thread: the caller's; only the threads' own work is on the worker.
+/// Cost: no stack per sub-command; each level of nested macros takes some.
 class VALDANE_COMMANDPATTERN_EXPORT ThreadedMacroCommand : public MacroCommand
 {
 public:
-    /// A macro whose first failure ends the run. @param description  as in CommandBase.
+    /// A macro whose first failure ends the run. @param description as in CommandBase.
     explicit ThreadedMacroCommand(const std::string& description);
 
     /// @param description          as in CommandBase.
@@ -66,79 +63,81 @@ public:
     /// Runs all sub-commands on the calling thread, threads too, by their execute().
     void execute() override;
 
-    /// Begins a run: forgets the count of failures, lays out the progress and runs the sub-commands up to the
-    /// first thread that is started on a worker.
+    /// Begins a run: sets the count of failures to 0, lays out the progress and runs the sub-commands up to
+    /// the first thread that is started on a worker.
     ///
     /// @param threadManager  what runs the threads; if empty, everything is executed on the calling thread.
-    /// @return true if the run is over; false if continueExecution() must be called when the thread has
-    ///         ended. False, too, if a thread could not be started and that was passed over: the thread
+    /// @return true if the run has ended; false if continueExecution() must be called when the thread has
+    ///         ended. Also false if a thread could not be started and that failure was skipped: the thread
     ///         manager is idle then, and continueExecution() may be called at once.
-    /// @throws what ended the run; see above.
+    /// @throws the exception that ended the run.
     virtual bool startExecution(std::shared_ptr<ThreadManager> threadManager);
 
-    /// Concludes the thread under way, waiting for its end if need be, and goes on as startExecution() does.
-    /// Only callers from outside reach this; the run itself does not come back to it between sub-commands.
+    /// Finalizes the running thread, waiting for its end if need be, and continues as startExecution() does.
+    /// The run itself does not call it between sub-commands.
     ///
     /// @param threadManager  the one that was given to startExecution().
     /// @return as startExecution(); true also after an abort.
-    /// @throws what ended the run; see above. A VdException without a text if it is the limit of failures
-    ///         that a thread's exception has reached.
+    /// @throws the exception that ended the run; a VdException without a text if a thread's exception has
+    ///         reached the limit of failures.
     virtual bool continueExecution(std::shared_ptr<ThreadManager> threadManager);
 
-    /// Winds a run up: undoes the sub-commands before the current one, newest first, without trace lines,
-    /// stands at the first one, tells those who wait for the end (false), and completes the progress.
+    /// Rolls a run back: undoes the sub-commands before the current one, newest first, without trace lines,
+    /// makes the first one the current one, emits the run-finished signal with false, and completes the
+    /// progress.
     ///
-    /// The current sub-command is not undone. When idle after a run that came to its end, everything is
+    /// The current sub-command is not undone. After a run that has ended there is none, and everything is
     /// undone.
     /// @throws what an undo() throws; that sub-command counts as undone, and a second call does the rest.
     void abortExecution();
 
-    /// Has @p slot told of the end of the next run, once; see ThreadedCommand::connectToRunFinishedSignal().
-    /// @throws std::bad_alloc, nobody being connected then.
+    /// Connects @p slot to the end of the next run; see ThreadedCommand::connectToRunFinishedSignal().
+    /// @throws std::bad_alloc, with nothing changed.
     void connectToRunFinishedSignal(const Signals::Slot<void(bool, const CommandBase*)>& slot);
 
-    /// Whether a failing sub-command is passed over; false at first.
+    /// Whether the failure of a sub-command is skipped; false at first.
     bool continueOnException() const;
     void setContinueOnException(bool continues);
 
     /// Has the @p count -th failure of a run end it, in spite of setContinueOnException(true). 0 is as 1. Any
-    /// negative number is no limit; -1 at first. The failures counted so far stay.
+    /// negative number is no limit; -1 at first. Failures that were counted stay counted.
     void setFailCountToThrow(int count);
 
 protected:
     /// Described as "MacroCommand".
     ThreadedMacroCommand();
 
-    /// Runs @p subCommand, which must be the current one, and, unless it is a thread that has been started on
-    /// a worker, all that follows up to the next such thread. Returns and throws as continueExecution().
+    /// Runs @p subCommand, which must be the current one. Unless that is a thread that was started on a
+    /// worker, also runs what follows, up to the next such thread. Returns and throws as continueExecution().
     bool executeSubCommand(std::shared_ptr<CommandBase> subCommand,
                            std::shared_ptr<ThreadManager> threadManager);
 
-    /// Concludes the thread of @p subCommand; nothing to do if it is none or ran synchronously.
+    /// Finalizes the thread of @p subCommand; does nothing if it is none or ran synchronously.
     ///
-    /// @return false if it was aborted; it is undone then, and the run wound up.
+    /// @return false if it was aborted; it is undone then, and the run rolled back.
     /// @throws as continueExecution()
     bool finalizeSubCommand(std::shared_ptr<CommandBase> subCommand,
                             std::shared_ptr<ThreadManager> threadManager);
 
-    /// Tells those who wait for the end of the run, and forgets them.
+    /// Emits the run-finished signal, once.
     void sendFinishSignal(bool ok);
 
     /// Whether the failures counted in this run are below the limit.
     bool checkFailCount() const;
 
-    /// Whether there is a current sub-command; so it is after an abort, too.
+    /// Whether there is a current sub-command; true also after an abort.
     virtual bool isRunning() const;
 
-    /// Makes the first sub-command the current one, and forgets the count of failures.
+    /// Makes the first sub-command the current one, and sets the count of failures to 0.
     void rewind();
 
 private:
-    enum class Step
+    /// What follows a sub-command.
+    enum class Next
     {
-        GoesOn,    ///< the current sub-command can be executed
-        IsOver,    ///< the run is over
-        IsUnderWay ///< a thread must end first
+        SubCommand, ///< the current sub-command can be executed
+        End,        ///< the run has ended
+        Wait        ///< a thread must end first
     };
 
     bool startSubCommand(const std::shared_ptr<CommandBase>& subCommand,
@@ -148,9 +147,9 @@ private:
                      const std::source_location& place);
     bool startNested(ThreadedMacroCommand& nested, const std::shared_ptr<ThreadManager>& threadManager);
     void executeOnThisThread(CommandBase& subCommand, const std::source_location& place);
-    Step goToNext(const std::shared_ptr<ThreadManager>& threadManager);
+    Next goToNext(const std::shared_ptr<ThreadManager>& threadManager);
     void finish();
-    void passOver();
+    void skipOrRethrow();
 
     CommandList::const_iterator valdaneCurrentSubCommand;
     std::unique_ptr<Signals::Signal<void(bool, const CommandBase*)>> valdaneRunFinishedSignal;

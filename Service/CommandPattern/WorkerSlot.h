@@ -145,6 +145,9 @@ private:
     /// Whether a step of the run in the worker slot has called this, while no @p thread can be finalized.
     bool isInItsOwnStep(const Thread* thread) const;
 
+    /// What the error line calls a failure of finalize().
+    static constexpr const char* finalization = "Thread finalization";
+
     Owner& owner;
     const Logging& logger;
     std::shared_ptr<ThreadManager> threadManager;
