@@ -3,7 +3,7 @@
 
 #include "Benchmarks/Histories/ValdaneHistory.h"
 #include "Benchmarks/ModulesInTurn.h"
-#include "Tests/Allocations/Allocations.h"
+#include "Tests/Support/Allocations.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -75,24 +75,31 @@ function(valdane_add_library name)
   set_property(GLOBAL APPEND PROPERTY VALDANE_LIBRARIES ${target})
 endfunction()
 
-# valdane_add_test(<Name> SOURCES ... [ALONE ...] [DEPENDS ...] [THREADS])
+# Flags of the tests: those of all our code. Messages name headers of the tests by their path below the project.
+function(valdane_test_flags target)
+  valdane_private_flags(${target})
+  target_include_directories(${target} PRIVATE "${VALDANE_TESTS_ROOT}")
+  target_compile_options(${target} PRIVATE "-ffile-prefix-map=${VALDANE_TESTS_ROOT}/=")
+endfunction()
+
+# valdane_add_test(<Name> SOURCES ... [DEPENDS ...] [THREADS])
 #
-# One GoogleTest executable; every test case is a ctest of its own. ALONE are further sources, which have names in common
-# with others: with VALDANE_UNITED only SOURCES are compiled several at a time. THREADS says that it starts threads:
-# it then has the label "threads" and belongs to the target thread-tests, which is what runs under the thread sanitizer.
+# One GoogleTest executable, which is one ctest: a process for each test case takes longer to start than to run, most of
+# all with sanitizers. THREADS says that it starts threads: it then has the label "threads" and belongs to the target
+# thread-tests, which is what runs under the thread sanitizer.
 function(valdane_add_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "THREADS" "" "SOURCES;ALONE;DEPENDS")
-  add_executable(${name} ${arg_SOURCES} ${arg_ALONE})
-  set_target_properties(${name} PROPERTIES UNITY_BUILD ${VALDANE_UNITED})
-  set_source_files_properties(${arg_ALONE} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "THREADS" "" "SOURCES;DEPENDS")
+  add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_DEPENDS} GTest::gmock_main)
   target_compile_features(${name} PRIVATE cxx_std_20)
   set_target_properties(${name} PROPERTIES CXX_EXTENSIONS OFF)
-  valdane_private_flags(${name})
+  valdane_test_flags(${name})
+  target_precompile_headers(${name} REUSE_FROM PrecompiledTestHeaders)
   set(label unit)
   if(arg_THREADS)
     set(label threads)
     add_dependencies(thread-tests ${name})
   endif()
-  gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST PROPERTIES LABELS ${label} TIMEOUT 300)
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES LABELS ${label} TIMEOUT 600)
 endfunction()

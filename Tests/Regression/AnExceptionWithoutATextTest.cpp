@@ -6,7 +6,7 @@
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
-#include "Tests/Service/CommandPattern/ScriptedCommand.h"
+#include "Tests/Support/ScriptedCommand.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

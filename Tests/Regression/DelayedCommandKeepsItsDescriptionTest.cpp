@@ -3,8 +3,8 @@
 // the first.
 
 #include "Service/CommandPattern/DelayedInitializedCommand.h"
-#include "Tests/Allocations/Allocations.h"
-#include "Tests/Service/CommandPattern/ScriptedCommand.h"
+#include "Tests/Support/Allocations.h"
+#include "Tests/Support/ScriptedCommand.h"
 
 #include <gtest/gtest.h>
 

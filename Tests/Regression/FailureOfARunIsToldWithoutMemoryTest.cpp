@@ -5,7 +5,7 @@
 #include "Platform/Multitasking/ThreadManager.h"
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
-#include "Tests/Allocations/Allocations.h"
+#include "Tests/Support/Allocations.h"
 
 #include <gtest/gtest.h>
 

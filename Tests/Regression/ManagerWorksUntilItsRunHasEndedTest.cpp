@@ -3,8 +3,8 @@
 
 #include "Platform/Multitasking/ThreadManager.h"
 #include "Service/CommandPattern/CommandManager.h"
-#include "Tests/Service/CommandPattern/ScriptedCommand.h"
-#include "Tests/Service/CommandPattern/ScriptedRun.h"
+#include "Tests/Support/ScriptedCommand.h"
+#include "Tests/Support/ScriptedRun.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -2,8 +2,8 @@
 // threaded command for which the flag was set, the manager said for ever that it was processing one.
 
 #include "Service/CommandPattern/CommandManager.h"
-#include "Tests/Service/CommandPattern/ScriptedCommand.h"
-#include "Tests/Service/CommandPattern/ScriptedRun.h"
+#include "Tests/Support/ScriptedCommand.h"
+#include "Tests/Support/ScriptedRun.h"
 
 #include <gtest/gtest.h>
 

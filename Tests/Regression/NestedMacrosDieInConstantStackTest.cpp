@@ -3,8 +3,8 @@
 
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
-#include "Tests/Service/CommandPattern/ScriptedCommand.h"
-#include "Tests/Service/CommandPattern/SmallStack.h"
+#include "Tests/Support/ScriptedCommand.h"
+#include "Tests/Support/SmallStack.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

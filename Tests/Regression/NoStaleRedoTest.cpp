@@ -4,7 +4,7 @@
 
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/ModuleAccessInterface.h"
-#include "Tests/Service/CommandPattern/ScriptedCommand.h"
+#include "Tests/Support/ScriptedCommand.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

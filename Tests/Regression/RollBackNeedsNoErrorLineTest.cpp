@@ -3,8 +3,8 @@
 // half a macro stayed done that nobody could undo.
 
 #include "Service/CommandPattern/MacroCommand.h"
-#include "Tests/Allocations/Allocations.h"
-#include "Tests/Service/CommandPattern/ScriptedCommand.h"
+#include "Tests/Support/Allocations.h"
+#include "Tests/Support/ScriptedCommand.h"
 
 #include <gtest/gtest.h>
 

@@ -4,6 +4,7 @@
 #include "Examples/ModelEditor/XmlModel.h"
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Service/CommandPattern/CommandBase.h"
+#include "Tests/Support/ElementsAre.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,9 +20,9 @@ using ModelEditor::EditHistory;
 using ModelEditor::EditScope;
 using ModelEditor::ModelModules;
 using ModelEditor::XmlModel;
-using testing::ElementsAre;
 using testing::IsEmpty;
 using Valdane::VdException;
+using ValdaneTests::ElementsAre;
 
 class Count : public Valdane::CommandBase
 {

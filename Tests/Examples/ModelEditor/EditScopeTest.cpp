@@ -5,6 +5,7 @@
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/MacroCommand.h"
+#include "Tests/Support/ElementsAre.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -25,9 +26,9 @@ using ModelEditor::EditScope;
 using ModelEditor::ModelModules;
 using ModelEditor::XmlModel;
 using ModelEditor::XmlObject;
-using testing::ElementsAre;
 using testing::IsEmpty;
 using Valdane::VdException;
+using ValdaneTests::ElementsAre;
 
 // Touches one element, which fails when it is told to.
 class Touch : public Valdane::CommandBase

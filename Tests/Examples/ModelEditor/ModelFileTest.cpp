@@ -2,6 +2,7 @@
 
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Tests/Examples/ModelEditor/TestFiles.h"
+#include "Tests/Support/ElementsAre.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -45,8 +46,8 @@ namespace
 namespace fs = std::filesystem;
 using ModelEditor::readFile;
 using ModelEditor::replaceFile;
-using testing::ElementsAre;
 using Valdane::VdException;
+using ValdaneTests::ElementsAre;
 
 std::string messageOf(const auto& action)
 {

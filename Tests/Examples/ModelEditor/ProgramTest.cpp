@@ -1,5 +1,6 @@
 #include "Tests/Examples/ModelEditor/ProgramRun.h"
 #include "Tests/Examples/ModelEditor/TestFiles.h"
+#include "Tests/Support/ElementsAre.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,9 +11,9 @@
 namespace
 {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
+using ValdaneTests::ElementsAre;
 
 #if defined(__SANITIZE_ADDRESS__)
 constexpr bool canLimitMemory = false;

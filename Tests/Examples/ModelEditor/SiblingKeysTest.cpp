@@ -1,5 +1,7 @@
 #include "Examples/ModelEditor/SiblingKeys.h"
 
+#include "Tests/Support/ElementsAre.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -11,7 +13,7 @@ namespace
 {
 
 using ModelEditor::SiblingKeys;
-using testing::ElementsAre;
+using ValdaneTests::ElementsAre;
 
 std::vector<std::string> keysIn(const std::string& markup)
 {

@@ -7,6 +7,7 @@
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
 #include "Platform/Parameterization/Object.h"
 #include "Platform/Parameterization/Path.h"
+#include "Tests/Support/ElementsAre.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,9 +27,9 @@ using ModelEditor::Part;
 using ModelEditor::XmlChange;
 using ModelEditor::XmlModel;
 using ModelEditor::XmlPart;
-using testing::ElementsAre;
 using Valdane::AttributeDescription;
 using Valdane::DynamicAttributeCollection;
+using ValdaneTests::ElementsAre;
 
 const std::string robot = "<robot xmlns:n='u'>\n <link name='a' n:x='1'><mass v='1'/></link>\n <joint/>\n"
                           " <link v='2'>text<!-- c --></link>\n</robot>";

@@ -6,6 +6,7 @@
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Parameterization/AttributeDescription.h"
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
+#include "Tests/Support/ElementsAre.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -22,9 +23,9 @@ using ModelEditor::NamedXmlObject;
 using ModelEditor::XmlChange;
 using ModelEditor::XmlModel;
 using ModelEditor::XmlObject;
-using testing::ElementsAre;
 using Valdane::AttributeDescription;
 using Valdane::DynamicAttributeCollection;
+using ValdaneTests::ElementsAre;
 
 template <typename T>
 AttributeDescription<T>& attribute(const XmlModel& model, const std::string& name)

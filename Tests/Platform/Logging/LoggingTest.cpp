@@ -1,7 +1,8 @@
 #include "Platform/Logging/Logging.h"
 
-#include "Tests/Allocations/Allocations.h"
-#include "Tests/Platform/Logging/RecordingSink.h"
+#include "Tests/Support/Allocations.h"
+#include "Tests/Support/ElementsAre.h"
+#include "Tests/Support/RecordingSink.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,11 +28,11 @@
 namespace
 {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 using Valdane::Logging;
 using Valdane::Testing::LoggedLine;
 using Valdane::Testing::RecordingSink;
+using ValdaneTests::ElementsAre;
 
 // What spdlog ends a line with on this system.
 const std::string endOfLine = SPDLOG_EOL;

@@ -1,6 +1,7 @@
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
 
-#include "Tests/Allocations/Allocations.h"
+#include "Tests/Support/Allocations.h"
+#include "Tests/Support/ElementsAre.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,8 +14,8 @@
 namespace
 {
 
-using testing::ElementsAre;
 using Valdane::DynamicAttributeCollection;
+using ValdaneTests::ElementsAre;
 using ValdaneTests::FailingAllocation;
 using namespace std::string_view_literals;
 

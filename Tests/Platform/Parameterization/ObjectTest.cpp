@@ -4,7 +4,8 @@
 #include "Platform/GeneralServices/NameInterface.h"
 #include "Platform/Parameterization/AttributeDescription.h"
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
-#include "Tests/Allocations/Allocations.h"
+#include "Tests/Support/Allocations.h"
+#include "Tests/Support/ElementsAre.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -23,7 +24,6 @@ namespace
 {
 
 using testing::AllOf;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using Valdane::AttributeDescription;
@@ -36,6 +36,7 @@ using Valdane::Path;
 using Valdane::RequestedPathType;
 using Valdane::VdException;
 using ValdaneTests::allocationCount;
+using ValdaneTests::ElementsAre;
 using ValdaneTests::FailingAllocation;
 using namespace std::string_view_literals;
 

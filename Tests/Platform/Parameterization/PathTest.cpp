@@ -1,6 +1,7 @@
 #include "Platform/Parameterization/Path.h"
 
-#include "Tests/Allocations/Allocations.h"
+#include "Tests/Support/Allocations.h"
+#include "Tests/Support/ElementsAre.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,11 +17,11 @@
 namespace
 {
 
-using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 using Valdane::Path;
 using ValdaneTests::allocationCount;
+using ValdaneTests::ElementsAre;
 using namespace std::string_view_literals;
 
 // Texts that look like each other's notation.

@@ -1,6 +1,7 @@
 #include "Platform/Signals/Connection.h"
 
 #include "Platform/Signals/Signal.h"
+#include "Tests/Support/ElementsAre.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,9 +16,9 @@
 namespace
 {
 
-using testing::ElementsAre;
 using Valdane::Signals::Connection;
 using Valdane::Signals::Signal;
+using ValdaneTests::ElementsAre;
 
 static_assert(!std::is_copy_constructible_v<Connection> && !std::is_copy_assignable_v<Connection>);
 static_assert(std::is_nothrow_move_constructible_v<Connection>);

@@ -1,6 +1,7 @@
 #include "Platform/Signals/Connection.h"
 #include "Platform/Signals/Signal.h"
 #include "Platform/Signals/Slot.h"
+#include "Tests/Support/ElementsAre.h"
 
 #include <boost/signals2.hpp>
 #include <gmock/gmock.h>
@@ -23,7 +24,7 @@
 namespace
 {
 
-using testing::ElementsAre;
+using ValdaneTests::ElementsAre;
 
 struct Ours
 {

@@ -2,7 +2,8 @@
 
 #include "Platform/Signals/Connection.h"
 #include "Platform/Signals/Slot.h"
-#include "Tests/Allocations/Allocations.h"
+#include "Tests/Support/Allocations.h"
+#include "Tests/Support/ElementsAre.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,7 +21,6 @@
 namespace
 {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 using Valdane::Signals::Connection;
 using Valdane::Signals::ConnectPosition;
@@ -28,6 +28,7 @@ using Valdane::Signals::Signal;
 using Valdane::Signals::Slot;
 using ValdaneTests::allocationCount;
 using ValdaneTests::AllocationsThatFail;
+using ValdaneTests::ElementsAre;
 using ValdaneTests::FailingAllocation;
 using ValdaneTests::HeapUse;
 

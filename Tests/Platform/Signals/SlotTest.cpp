@@ -2,6 +2,7 @@
 
 #include "Platform/Signals/Connection.h"
 #include "Platform/Signals/Signal.h"
+#include "Tests/Support/ElementsAre.h"
 
 #include <boost/smart_ptr/make_shared.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
@@ -23,10 +24,10 @@
 namespace
 {
 
-using testing::ElementsAre;
 using Valdane::Signals::Connection;
 using Valdane::Signals::Signal;
 using Valdane::Signals::Slot;
+using ValdaneTests::ElementsAre;
 
 // What fits converts, and what does not fit takes part in no overload resolution.
 

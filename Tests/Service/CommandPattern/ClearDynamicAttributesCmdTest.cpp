@@ -4,6 +4,7 @@
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
 #include "Platform/Parameterization/Object.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Tests/Support/MessageOf.h"
 
 #include <gtest/gtest.h>
 
@@ -33,19 +34,6 @@ protected:
         root->addChild(pump);
         collection->set("colour", "red");
         pump->setDynamicAttributeCollection(collection);
-    }
-
-    static std::string messageOf(const std::function<void()>& action)
-    {
-        try
-        {
-            action();
-        }
-        catch (const VdException& exception)
-        {
-            return exception.what();
-        }
-        return "nothing thrown";
     }
 
     std::shared_ptr<Object> root = std::make_shared<Object>("plant");

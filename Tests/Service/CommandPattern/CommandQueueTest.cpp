@@ -1,7 +1,8 @@
 #include "Service/CommandPattern/CommandQueue.h"
 
-#include "../../Allocations/Allocations.h"
 #include "Service/CommandPattern/CommandBase.h"
+#include "Tests/Support/Allocations.h"
+#include "Tests/Support/ScriptedCommand.h"
 
 #include <gtest/gtest.h>
 
@@ -25,37 +26,18 @@ namespace
 using ValdaneTests::FailingAllocation;
 using ValdaneTests::HeapUse;
 
-class DyingCommand : public CommandBase
-{
-public:
-    DyingCommand(std::string name, const std::function<void(const std::string&)>& listener)
-        : CommandBase(std::move(name)), onDestroy(listener)
-    {
-    }
-
-    DyingCommand(const DyingCommand&) = delete;
-    DyingCommand& operator=(const DyingCommand&) = delete;
-
-    ~DyingCommand() override
-    {
-        onDestroy(getDescription());
-    }
-
-    void execute() override {}
-
-    void undo() override {}
-
-private:
-    const std::function<void(const std::string&)>& onDestroy;
-};
-
 class CommandQueueTest : public testing::Test
 {
 protected:
     QueuedCommand makeEntry(const std::string& name)
     {
         QueuedCommand entry;
-        entry.command = std::make_shared<DyingCommand>(name, onDeath);
+        const auto command = std::make_shared<ScriptedCommand>(name);
+        command->onDestroy = [this, name]
+        {
+            onDeath(name);
+        };
+        entry.command = command;
         return entry;
     }
 

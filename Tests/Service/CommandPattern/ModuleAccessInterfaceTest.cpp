@@ -1,7 +1,7 @@
 #include "Service/CommandPattern/ModuleAccessInterface.h"
 
 #include "Service/CommandPattern/CommandManager.h"
-#include "Tests/Service/CommandPattern/ScriptedCommand.h"
+#include "Tests/Support/ScriptedCommand.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "Service/CommandPattern/ModuleSet.h"
 
-#include "../../Allocations/Allocations.h"
+#include "Tests/Support/Allocations.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,7 @@
 #include "Service/CommandPattern/QueueLimit.h"
 
 #include "Service/CommandPattern/CommandBase.h"
+#include "Tests/Support/ScriptedCommand.h"
 
 #include <gtest/gtest.h>
 
@@ -15,28 +16,6 @@ namespace Valdane
 {
 namespace
 {
-
-class DyingCommand : public CommandBase
-{
-public:
-    using CommandBase::CommandBase;
-    DyingCommand(const DyingCommand&) = delete;
-    DyingCommand& operator=(const DyingCommand&) = delete;
-
-    ~DyingCommand() override
-    {
-        if (onDestroy)
-        {
-            onDestroy();
-        }
-    }
-
-    void execute() override {}
-
-    void undo() override {}
-
-    std::function<void()> onDestroy;
-};
 
 struct Lengths
 {
@@ -78,7 +57,7 @@ protected:
 
     QueuedCommand makeEntry(const std::string& name)
     {
-        auto command = std::make_shared<DyingCommand>(name);
+        auto command = std::make_shared<ScriptedCommand>(name);
         command->onDestroy = [this, name]
         {
             dead += name;

@@ -4,6 +4,8 @@
 #include "Platform/Parameterization/AttributeDescription.h"
 #include "Platform/Parameterization/Object.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Tests/Support/ElementsAre.h"
+#include "Tests/Support/MessageOf.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,7 +23,7 @@ namespace Valdane
 namespace
 {
 
-using testing::ElementsAre;
+using ValdaneTests::ElementsAre;
 
 template <typename T>
 struct Values;
@@ -99,19 +101,6 @@ protected:
     Path pathOf(const std::string& name) const
     {
         return pump->getPath(root.get(), name, RequestedPathType::FromRoot);
-    }
-
-    static std::string messageOf(const std::function<void()>& action)
-    {
-        try
-        {
-            action();
-        }
-        catch (const VdException& exception)
-        {
-            return exception.what();
-        }
-        return "nothing thrown";
     }
 
     const T before = Values<T>::before;

@@ -4,6 +4,7 @@
 #include "Platform/Parameterization/AttributeDescription.h"
 #include "Platform/Parameterization/Object.h"
 #include "Service/CommandPattern/SetAttributeCmd.h"
+#include "Tests/Support/MessageOf.h"
 
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 #include <gmock/gmock.h>
@@ -31,19 +32,6 @@ static_assert(std::is_copy_constructible_v<SetAttributecommandFactory> &&
 static_assert(std::is_nothrow_move_constructible_v<SetAttributecommandFactory> &&
               std::is_nothrow_move_assignable_v<SetAttributecommandFactory>);
 static_assert(!std::convertible_to<std::shared_ptr<Object>, SetAttributecommandFactory>);
-
-std::string messageOf(const std::function<void()>& action)
-{
-    try
-    {
-        action();
-    }
-    catch (const VdException& exception)
-    {
-        return exception.what();
-    }
-    return "nothing thrown";
-}
 
 /// What a text is converted to; nothing where it is refused.
 template <typename T>

@@ -3,7 +3,8 @@
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Parameterization/Object.h"
 #include "Service/CommandPattern/CommandManager.h"
-#include "Tests/Service/CommandPattern/NamedObject.h"
+#include "Tests/Support/MessageOf.h"
+#include "Tests/Support/NamedObject.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -25,20 +26,6 @@ static_assert(std::is_base_of_v<CommandBase, SetNameCmd>);
 static_assert(!std::is_copy_constructible_v<SetNameCmd> && !std::is_copy_assignable_v<SetNameCmd>);
 static_assert(std::is_nothrow_move_constructible_v<SetNameCmd>);
 static_assert(std::is_nothrow_move_assignable_v<SetNameCmd>);
-
-/// The message of the VdException that @p action throws.
-std::string messageOf(const std::function<void()>& action)
-{
-    try
-    {
-        action();
-    }
-    catch (const VdException& exception)
-    {
-        return exception.what();
-    }
-    return "nothing thrown";
-}
 
 /// The tree "plant", with the named object "line" and below that the named object "pump".
 class SetNameCmdTest : public testing::Test

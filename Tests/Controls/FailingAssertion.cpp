@@ -1,0 +1,6 @@
+#include <gtest/gtest.h>
+
+TEST(Control, AnAssertionFails)
+{
+    EXPECT_EQ(1 + 1, 3);
+}

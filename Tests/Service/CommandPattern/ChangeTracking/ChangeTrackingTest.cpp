@@ -1,0 +1,385 @@
+#include "Service/CommandPattern/ChangeTracking.h"
+
+#include "Service/CommandPattern/MacroCommand.h"
+#include "Service/CommandPattern/QueueLimit.h"
+#include "Tests/Support/Allocations.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <memory>
+#include <new>
+#include <set>
+#include <string>
+#include <utility>
+
+namespace Valdane
+{
+namespace
+{
+
+/// Only the addresses matter.
+const Object* module(char letter)
+{
+    static const char modules[26] = {};
+    return reinterpret_cast<const Object*>(modules + (letter - 'a'));
+}
+
+ModuleSet setOf(const std::string& letters)
+{
+    std::set<const Object*> objects;
+    for (const char letter : letters)
+    {
+        objects.insert(module(letter));
+    }
+    return ModuleSet(objects);
+}
+
+std::string lettersOf(const ModuleSet& set)
+{
+    std::set<const Object*> objects;
+    set.insertInto(objects);
+    std::string letters;
+    for (char letter = 'a'; letter <= 'z'; ++letter)
+    {
+        if (objects.contains(module(letter)))
+        {
+            letters += letter;
+        }
+    }
+    return letters;
+}
+
+class ChangeTrackingTest : public testing::Test
+{
+protected:
+    void record(const std::string& modules)
+    {
+        undoQueue.pushBack(tracking.makeEntry(nullptr, setOf(modules), undoQueue));
+    }
+
+    void undo()
+    {
+        redoQueue.pushBack(undoQueue.takeBack());
+    }
+
+    void redo()
+    {
+        undoQueue.pushBack(redoQueue.takeBack());
+    }
+
+    std::string position(std::size_t tracker) const
+    {
+        return lettersOf(tracking.modulesAtPosition(tracker, undoQueue, redoQueue));
+    }
+
+    std::string base(std::size_t tracker) const
+    {
+        return lettersOf(tracking.modulesBeforeFirstCommand[tracker]);
+    }
+
+    /// The sets of all entries in the order of their execution: "before>after".
+    std::string entries(std::size_t tracker) const
+    {
+        std::string text;
+        const auto append = [&](const QueuedCommand& entry)
+        {
+            text += text.empty() ? "" : " ";
+            text += lettersOf(entry.modules().modulesBefore[tracker]) + ">" +
+                    lettersOf(entry.modules().modulesAfter[tracker]);
+        };
+        for (std::size_t i = 0; i < undoQueue.size(); ++i)
+        {
+            append(undoQueue[i]);
+        }
+        for (std::size_t i = redoQueue.size(); i != 0; --i)
+        {
+            append(redoQueue[i - 1]);
+        }
+        return text;
+    }
+
+    ChangeTracking tracking;
+    CommandQueue undoQueue;
+    CommandQueue redoQueue;
+    QueueLimit limit;
+};
+
+TEST_F(ChangeTrackingTest, ACommandForWhoseSetsThereIsNoMemoryStaysWithTheCaller)
+{
+    tracking.modulesBeforeFirstCommand = {setOf("x"), setOf("y")};
+    const ModuleSet modules = setOf("a");
+    auto command = std::make_shared<MacroCommand>();
+    const std::weak_ptr<CommandBase> watched = command;
+    std::shared_ptr<CommandBase> given = std::move(command);
+    bool isMade = false;
+    for (std::size_t successes = 0; !isMade; ++successes)
+    {
+        const ValdaneTests::FailingAllocation failing(successes);
+        try
+        {
+            const QueuedCommand entry = tracking.makeEntry(std::move(given), modules, undoQueue);
+            isMade = true;
+            EXPECT_EQ(entry.command, watched.lock());
+            EXPECT_GE(successes, 1U) << "no allocation has failed";
+        }
+        catch (const std::bad_alloc&)
+        {
+            ASSERT_EQ(given, watched.lock());
+            ASSERT_NE(given, nullptr);
+        }
+    }
+}
+
+TEST_F(ChangeTrackingTest, EntriesAccumulateFromTheBaseSetOn)
+{
+    tracking.modulesBeforeFirstCommand = {setOf("x"), setOf("y")};
+    record("a");
+    record("");
+    record("ab");
+    EXPECT_EQ(entries(0), "x>ax ax>ax ax>abx");
+    EXPECT_EQ(entries(1), "y>ay ay>ay ay>aby");
+    EXPECT_EQ(lettersOf(undoQueue[0].modules().modulesOfCommand), "a");
+    EXPECT_EQ(lettersOf(undoQueue[1].modules().modulesOfCommand), "");
+    EXPECT_EQ(lettersOf(undoQueue[2].modules().modulesOfCommand), "ab");
+}
+
+TEST_F(ChangeTrackingTest, NeighbouringEntriesShareTheirSetsWithEachOtherAndWithTheBase)
+{
+    tracking.modulesBeforeFirstCommand = {setOf("xy"), ModuleSet()};
+    record("x");
+    record("a");
+    record("a");
+    const ModuleSet& base0 = tracking.modulesBeforeFirstCommand[0];
+    EXPECT_TRUE(undoQueue[0].modules().modulesBefore[0].isSharedWith(base0));
+    EXPECT_TRUE(undoQueue[0].modules().modulesAfter[0].isSharedWith(base0));
+    EXPECT_TRUE(undoQueue[0].modules().modulesAfter[1].isSharedWith(undoQueue[0].modules().modulesOfCommand));
+    for (const std::size_t tracker : {0U, 1U})
+    {
+        EXPECT_TRUE(undoQueue[1].modules().modulesBefore[tracker].isSharedWith(
+            undoQueue[0].modules().modulesAfter[tracker]));
+        EXPECT_TRUE(undoQueue[2].modules().modulesBefore[tracker].isSharedWith(
+            undoQueue[1].modules().modulesAfter[tracker]));
+        EXPECT_TRUE(undoQueue[2].modules().modulesAfter[tracker].isSharedWith(
+            undoQueue[1].modules().modulesAfter[tracker]));
+    }
+}
+
+TEST_F(ChangeTrackingTest, AnEntryKeepsNothingWhileNoModuleIsModified)
+{
+    record("");
+    record("");
+    EXPECT_EQ(undoQueue[0].sharedModules, nullptr);
+    EXPECT_EQ(undoQueue[1].sharedModules, nullptr);
+
+    record("a");
+    record("");
+    EXPECT_EQ(entries(0), "> > >a a>a");
+    tracking.adjustOnSave(0, undoQueue, redoQueue);
+    EXPECT_EQ(entries(0), "a>a a>a a> >");
+    tracking.adjustOnSave(1, undoQueue, redoQueue);
+    EXPECT_EQ(undoQueue[3].sharedModules, nullptr);
+}
+
+TEST_F(ChangeTrackingTest, NeighboursWithTheSameSetsShareThemAll)
+{
+    record("a");
+    record("a");
+    record("a");
+    record("b");
+    record("a");
+    record("a");
+    EXPECT_NE(undoQueue[1].sharedModules, undoQueue[0].sharedModules);
+    EXPECT_EQ(undoQueue[2].sharedModules, undoQueue[1].sharedModules);
+    EXPECT_NE(undoQueue[3].sharedModules, undoQueue[2].sharedModules);
+    EXPECT_NE(undoQueue[4].sharedModules, undoQueue[3].sharedModules);
+    EXPECT_EQ(undoQueue[5].sharedModules, undoQueue[4].sharedModules);
+
+    tracking.adjustOnSave(0, undoQueue, redoQueue);
+    EXPECT_EQ(entries(0), "ab>ab ab>ab ab>ab ab>a a>a a>");
+    EXPECT_EQ(entries(1), ">a a>a a>a a>ab ab>ab ab>ab");
+    EXPECT_EQ(undoQueue[2].sharedModules, undoQueue[1].sharedModules);
+    EXPECT_NE(undoQueue[4].sharedModules, undoQueue[5].sharedModules);
+}
+
+TEST_F(ChangeTrackingTest, TrackersThatStandAtTheSameSavePointShareTheirSets)
+{
+    record("a");
+    record("b");
+    record("c");
+    for (std::size_t i = 0; i < undoQueue.size(); ++i)
+    {
+        EXPECT_TRUE(
+            undoQueue[i].modules().modulesBefore[0].isSharedWith(undoQueue[i].modules().modulesBefore[1]))
+            << i;
+        EXPECT_TRUE(
+            undoQueue[i].modules().modulesAfter[0].isSharedWith(undoQueue[i].modules().modulesAfter[1]))
+            << i;
+    }
+}
+
+TEST_F(ChangeTrackingTest, ThePositionIsReadOffTheNeighbourOnTheUndoSideFirst)
+{
+    tracking.modulesBeforeFirstCommand = {setOf("x"), setOf("y")};
+    EXPECT_EQ(position(0), "x");
+    EXPECT_EQ(position(1), "y");
+    record("a");
+    tracking.modulesBeforeFirstCommand = {setOf("z"), setOf("z")};
+    EXPECT_EQ(position(0), "ax");
+    undo();
+    EXPECT_EQ(position(0), "x");
+    EXPECT_EQ(position(1), "y");
+    redo();
+    record("b");
+    undo();
+    EXPECT_EQ(position(1), "ay");
+}
+
+TEST_F(ChangeTrackingTest, ThePositionIsKeptOnlyWhereTheRedoQueueAloneKnowsIt)
+{
+    tracking.keepPosition(undoQueue, redoQueue);
+    EXPECT_EQ(base(0), "");
+    tracking.modulesBeforeFirstCommand = {setOf("x"), setOf("y")};
+    tracking.keepPosition(undoQueue, redoQueue);
+    EXPECT_EQ(base(0), "x");
+    record("a");
+    record("b");
+    tracking.modulesBeforeFirstCommand = {setOf("z"), setOf("z")};
+    tracking.keepPosition(undoQueue, redoQueue);
+    undo();
+    tracking.keepPosition(undoQueue, redoQueue);
+    EXPECT_EQ(base(0), "z");
+    undo();
+    tracking.keepPosition(undoQueue, redoQueue);
+    EXPECT_EQ(base(0), "x");
+    EXPECT_EQ(base(1), "y");
+}
+
+TEST_F(ChangeTrackingTest, ASaveWalksBothSidesOfOneTracker)
+{
+    tracking.modulesBeforeFirstCommand = {setOf("x"), setOf("x")};
+    record("a");
+    record("b");
+    record("c");
+    record("d");
+    undo();
+    undo();
+
+    tracking.adjustOnSave(0, undoQueue, redoQueue);
+
+    EXPECT_EQ(entries(0), "ab>b b> >c c>cd");
+    EXPECT_EQ(entries(1), "x>ax ax>abx abx>abcx abcx>abcdx");
+    EXPECT_EQ(base(0), "x");
+    EXPECT_EQ(lettersOf(undoQueue[1].modules().modulesOfCommand), "b");
+}
+
+TEST_F(ChangeTrackingTest, ASaveWithNothingToUndoClearsTheBaseSetOfOneTracker)
+{
+    tracking.modulesBeforeFirstCommand = {setOf("x"), setOf("y")};
+    tracking.adjustOnSave(1, undoQueue, redoQueue);
+    EXPECT_EQ(base(0), "x");
+    EXPECT_EQ(base(1), "");
+    record("a");
+    undo();
+    tracking.adjustOnSave(0, undoQueue, redoQueue);
+    EXPECT_EQ(base(0), "");
+    EXPECT_EQ(entries(0), ">a");
+    EXPECT_EQ(entries(1), ">a");
+}
+
+TEST_F(ChangeTrackingTest, ASaveReusesSetsWhereNoModuleJoins)
+{
+    record("a");
+    record("b");
+    for (int i = 0; i < 10; ++i)
+    {
+        record(i % 2 == 0 ? "a" : "b");
+    }
+    undo();
+    undo();
+    undo();
+    undo();
+
+    tracking.adjustOnSave(0, undoQueue, redoQueue);
+
+    for (std::size_t i = 0; i + 2 < undoQueue.size(); ++i)
+    {
+        EXPECT_TRUE(
+            undoQueue[i].modules().modulesBefore[0].isSharedWith(undoQueue[i].modules().modulesAfter[0]))
+            << i;
+        EXPECT_TRUE(
+            undoQueue[i].modules().modulesAfter[0].isSharedWith(undoQueue[i + 1].modules().modulesBefore[0]))
+            << i;
+    }
+    // On the redo side the back comes first: the first module of a command is the whole set.
+    EXPECT_TRUE(redoQueue[3].modules().modulesAfter[0].isSharedWith(redoQueue[3].modules().modulesOfCommand));
+    EXPECT_TRUE(redoQueue[1].modules().modulesAfter[0].isSharedWith(redoQueue[2].modules().modulesAfter[0]));
+    EXPECT_TRUE(redoQueue[0].modules().modulesAfter[0].isSharedWith(redoQueue[2].modules().modulesAfter[0]));
+}
+
+TEST_F(ChangeTrackingTest, TheLimitKeepsTheSetBeforeTheLastEntryDropped)
+{
+    record("a");
+    record("b");
+    record("c");
+    record("d");
+    tracking.adjustOnSave(1, undoQueue, redoQueue);
+    const ModuleSet expected = undoQueue[1].modules().modulesBefore[0];
+    limit = {2, true};
+
+    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);
+
+    EXPECT_EQ(undoQueue.size(), 2U);
+    EXPECT_TRUE(tracking.modulesBeforeFirstCommand[0].isSharedWith(expected));
+    EXPECT_EQ(base(0), "a");
+    EXPECT_EQ(base(1), "bcd");
+    EXPECT_EQ(entries(0), "ab>abc abc>abcd");
+}
+
+TEST_F(ChangeTrackingTest, TheLimitCountsTheRedoQueueAndDropsFromTheUndoQueue)
+{
+    record("a");
+    record("b");
+    record("c");
+    undo();
+    limit = {1, true};
+
+    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);
+
+    EXPECT_TRUE(undoQueue.empty());
+    EXPECT_EQ(base(0), "a");
+    EXPECT_EQ(position(0), "ab");
+}
+
+TEST_F(ChangeTrackingTest, TheLimitLeavesTheBaseSetsAloneWhenItDropsNothingOrEverything)
+{
+    tracking.modulesBeforeFirstCommand = {setOf("x"), setOf("y")};
+    record("a");
+    record("b");
+    record("c");
+    undo();
+    undo();
+    limit = {3, true};
+    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);
+    EXPECT_EQ(base(0), "x");
+    EXPECT_EQ(entries(0), "x>ax ax>abx abx>abcx");
+
+    limit = {1, true};
+    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);
+    EXPECT_TRUE(undoQueue.empty());
+    EXPECT_TRUE(redoQueue.empty());
+    EXPECT_EQ(base(0), "x");
+    EXPECT_EQ(base(1), "y");
+}
+
+TEST_F(ChangeTrackingTest, ALimitThatIsNotInUseDropsNothing)
+{
+    record("a");
+    limit = {0, false};
+    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);
+    EXPECT_EQ(entries(0), ">a");
+}
+
+} // namespace
+} // namespace Valdane
