@@ -12,6 +12,7 @@
 #include <functional>
 #include <iostream>
 #include <map>
+#include <memory>
 #include <string>
 
 namespace Valdane::Benchmarks
@@ -63,6 +64,22 @@ void redo(std::size_t times, const Setting& setting)
     }
 }
 
+/// Takes a memory block with each undo. Whoever compares the instructions with those of "undo" must notice it.
+class SlowerHistory : public ValdaneHistory
+{
+public:
+    using ValdaneHistory::ValdaneHistory;
+
+    void undo()
+    {
+        ValdaneHistory::undo();
+        block = std::make_unique<int>(0);
+    }
+
+private:
+    std::unique_ptr<int> block;
+};
+
 using Work = std::function<void(std::size_t times)>;
 
 template <typename History>
@@ -99,6 +116,10 @@ int run(const std::string& name, std::size_t times)
 {
     std::map<std::string, Work> works;
     addWorks<ValdaneHistory>(works, "");
+    works["slower-undo"] = [](std::size_t times)
+    {
+        undo<SlowerHistory>(times, {});
+    };
 #ifdef VALDANE_BENCHMARKS_QT
     addWorks<QtHistory>(works, "qt-");
 #endif

@@ -1,4 +1,6 @@
-# Sourced by run-demo and run-tests: installs the Debian packages that are missing.
+# Sourced by run-demo, run-tests and the campaigns: installs the Debian packages that are missing.
+
+. "$(dirname "${BASH_SOURCE[0]}")/progress.sh"
 
 build_packages=(g++ cmake ninja-build pkg-config libboost-dev libspdlog-dev libpugixml-dev libedit-dev)
 test_packages=(libgtest-dev libgmock-dev librapidcheck-dev)
@@ -21,12 +23,18 @@ require_packages() {
     as_root=(sudo)
   fi
   echo "Installing: ${missing[*]}"
-  "${as_root[@]}" apt-get update -qq
-  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" \
-    >/dev/null
+  local log status=0
+  log=$(mktemp)
+  with_progress "$log" "${as_root[@]}" apt-get update &&
+    with_progress "$log" "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+      apt-get install -y --no-install-recommends "${missing[@]}" || status=$?
+  [ $status -eq 0 ] || tail -n 20 "$log"
+  rm -f "$log"
+  return $status
 }
 
-# A compiler cache is used where there is one.
+# A compiler cache is used where there is one, also for sources with precompiled headers.
 if command -v ccache >/dev/null; then
   export CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER-ccache}
+  export CCACHE_SLOPPINESS=${CCACHE_SLOPPINESS-pch_defines,time_macros,include_file_mtime,include_file_ctime}
 fi
