@@ -63,6 +63,7 @@ class Mutant:
     before: str  # the lines that are concerned, with single blanks
     after: str
     number: int  # tells those apart that are equal in all of this
+    context: str  # stands for the text of the function
 
     @property
     def key(self):
@@ -458,6 +459,29 @@ class Source:
                 return name
         return ""
 
+    def context_of(self, index):
+        """Changes with the function, but not with its layout and its comments."""
+        for first, last, _, _ in self.functions:
+            if first <= index <= last:
+                text = " ".join(token.text for token in self.tokens[first : last + 1])
+                return hashlib.sha1(text.encode()).hexdigest()[:8]
+        return ""
+
+    def planted(self, name, code):
+        """The file with this code at the start of every function of that name; nothing if it has none."""
+        self.scope(0, len(self.tokens), [])
+        places = []
+        for _, last, function, _ in self.functions:
+            if function == name:
+                opening = next(index for index, partner in self.partner.items() if partner == last)
+                places.append(self.tokens[opening].end)
+        changed = self.text
+        for place in sorted(places, reverse=True):
+            changed = f"{changed[:place]} {code} {changed[place:]}"
+        if not places:
+            return None
+        return Mutant(self.file, name, "control", 0, len(self.text), changed, 1, "", "", 0, "")
+
     def numbered(self):
         counts, result = defaultdict(int), []
         starts = [token.begin for token in self.tokens]
@@ -475,8 +499,11 @@ class Source:
             function = self.function_of(bisect.bisect_left(starts, begin)) or "-"
             same = (operator, function, before, after)
             result.append(
-                Mutant(self.file, function, operator, begin, end, replacement, line, before, after, counts[same])
-            )
+                Mutant(
+                    self.file, function, operator, begin, end, replacement, line, before, after, counts[same],
+                    self.context_of(bisect.bisect_left(starts, begin)),
+                )
+            )  # fmt: skip
             counts[same] += 1
         return result
 
@@ -498,6 +525,15 @@ def generate(root, folder, further_headers=()):
     files = sorted(path for path in (root / folder).iterdir() if path.suffix in (".cpp", ".h"))
     enumerators = enumerators_in([path.read_text() for path in [*files, *(root / name for name in further_headers)]])
     return [mutant for path in files for mutant in Source(path.name, path.read_text(), enumerators).mutants()]
+
+
+def plant(root, folder, function, code):
+    """A defect for a control: the function begins with this code, on the line of its opening brace."""
+    for path in sorted((root / folder).glob("*.cpp")):
+        found = Source(path.name, path.read_text(), {}).planted(function, code)
+        if found is not None:
+            return found
+    raise SystemExit(f"No source of {folder} has {function}: name another function for the control.")
 
 
 def sample(mutants, count, seed):
