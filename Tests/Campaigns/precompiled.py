@@ -37,9 +37,10 @@ class Precompiled:
         command, source = self.base.compilations[object_file]
         header = result.with_suffix(".h")
         header.write_text("".join(self.includes(object_file, source, mutated_header)))
+        # Instances of templates that the headers need are made once.
         plain = [part for part in replace_option(command, "-o", str(result)) if part not in ("-c", source)]
         try:
-            build([*plain, "-x", "c++-header", str(header)], self.base.binary)
+            build([*plain, "-fpch-instantiate-templates", "-x", "c++-header", str(header)], self.base.binary)
         except BuildFailure:
             result.write_bytes(b"")  # it is compiled without
 

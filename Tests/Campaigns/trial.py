@@ -7,33 +7,47 @@ compilation of that one file and a link; the test programs stay. A mutated heade
 import re
 import shutil
 import threading
-from collections import Counter
+from collections import Counter, defaultdict
 from dataclasses import dataclass
 from pathlib import Path
 
 from ninjabuild import LIBRARY, BuildFailure, build, replace_option, run
 from testbuild import MODEL, QUICK_OPERATIONS
 
+LIKELY_TESTS = 6
 MANY_OPERATIONS = {"VALDANE_MODEL_OPERATIONS": "100000"}
 
 
 @dataclass
 class Verdict:
     kind: str  # "killed", "hang", "survived" or "invalid"
-    by: str = ""
+    program: str = ""
+    test: str = ""
     output: str = ""
 
 
 class Experience:
-    """Which programs have noticed mutants, so that the next mutant meets the likeliest one first."""
+    """Which programs and tests have noticed mutants, so that the next mutant meets the likeliest ones first."""
 
     def __init__(self):
-        self.kills, self.lock = Counter(), threading.Lock()
+        self.kills, self.tests, self.lock = Counter(), defaultdict(Counter), threading.Lock()
 
-    def note(self, mutant, program):
+    def note(self, mutant, program, test):
         with self.lock:
             for scope in ((mutant.file, mutant.function), (mutant.file,), ()):
                 self.kills[scope, program.name] += 1
+            for scope in ((mutant.file, mutant.function), (mutant.file,)):
+                self.tests[scope, program.name][test] += 1
+
+    def likely_tests(self, mutant, program):
+        """Those that have noticed most mutants of this function, then of this file."""
+        with self.lock:
+            found = [
+                test
+                for scope in ((mutant.file, mutant.function), (mutant.file,))
+                for test, _ in self.tests[scope, program.name].most_common(LIKELY_TESTS)
+            ]
+        return list(dict.fromkeys(found))
 
     def order(self, mutant, programs):
         """The programs by what they cost for each mutant of this function, of its file, or of all that they notice."""
@@ -56,7 +70,7 @@ class Worker:
 
     def __init__(self, base, precompiled, experience, name, with_slow_tests):
         self.base, self.precompiled, self.experience = base, precompiled, experience
-        self.rounds = (True, False) if with_slow_tests else (True,)
+        self.with_slow_tests = with_slow_tests
         self.folder = base.folder / name
         self.overlay = self.folder / "overlay"
 
@@ -69,16 +83,30 @@ class Worker:
             if only_program in (None, program.name)
         ]
         try:
-            for quick in self.rounds:
-                for variant, program in self.experience.order(mutant, pairs):
-                    self.link_library(variant)
-                    verdict = self.test(variant, program, quick)
-                    if verdict is not None:
-                        self.experience.note(mutant, program)
-                        return verdict
+            for variant, program, filters, quick in self.plan(mutant, pairs):
+                self.link_library(variant)
+                verdict = self.test(variant, program, filters, quick)
+                if verdict is not None:
+                    self.experience.note(mutant, program, verdict.test)
+                    return verdict
         except BuildFailure as failure:
-            return Verdict("invalid", "", str(failure))
+            return Verdict("invalid", output=str(failure))
         return Verdict("survived")
+
+    def plan(self, mutant, pairs):
+        """What is run: the likeliest tests, then all that are quick, then the slow ones."""
+        pairs = self.experience.order(mutant, pairs)
+        for variant, program in pairs[:2]:
+            tests = self.experience.likely_tests(mutant, program)
+            if tests:
+                yield variant, program, ":".join(tests), True
+        for variant, program in pairs:
+            yield variant, program, "-" + ":".join(program.slow), True
+        for variant, program in pairs if self.with_slow_tests else []:
+            if "Model" in program.name:
+                yield variant, program, "*", False
+            elif program.slow:
+                yield variant, program, ":".join(program.slow), False
 
     def begin(self, mutant):
         shutil.rmtree(self.folder, ignore_errors=True)
@@ -120,27 +148,23 @@ class Worker:
         header = f"/{LIBRARY}/{self.mutant.file}"
         return any(name.endswith(header) for name in self.base.dependencies[object_file])
 
-    def test(self, variant, program, quick):
-        is_model = "Model" in program.name
-        if not quick and not program.slow and not is_model:
-            return None
-        filters = "*" if not quick and is_model else ("-" if quick else "") + ":".join(program.slow)
+    def test(self, variant, program, filters, quick):
         try:
             path = self.program_path(program)
         except BuildFailure as failure:
-            return Verdict("killed", f"compilation of {program.name}", str(failure))
+            return Verdict("killed", program.name, "compilation", str(failure))
         operations = QUICK_OPERATIONS if quick else MANY_OPERATIONS
         environment = {**MODEL, **operations, "LD_LIBRARY_PATH": str(self.built[variant.name]), "GTEST_FAIL_FAST": "1"}
-        seconds = program.seconds if quick else program.slow_seconds + 5 * program.seconds * is_model
+        seconds = program.seconds if quick else program.slow_seconds + 5 * program.seconds
         command = [*self.limits(seconds), str(path), f"--gtest_filter={filters}"]
         output, status = run(command, self.base.binary, 10 + 10 * seconds, environment)
         if status == 0:
             return None
         failed = re.findall(r"^\[  FAILED  \] (\S+?)(?:,| \()", output, re.M)
         started = re.findall(r"^\[ RUN      \] (\S+)", output, re.M)
-        by = failed[0] if failed else started[-1] if started else "start"
+        test = failed[0] if failed else started[-1] if started else "start"
         no_end = status is None or (status == -9 and not failed)  # the limit of processor time has killed it
-        return Verdict("hang" if no_end else "killed", f"{program.name}: {by}", output)
+        return Verdict("hang" if no_end else "killed", program.name, test, output)
 
     def limits(self, seconds):
         """What a mutant may take: processor time, memory, no core dump, and a log of bounded size."""
