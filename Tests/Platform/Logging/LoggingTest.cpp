@@ -2,6 +2,7 @@
 
 #include "Tests/Support/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
+#include "Tests/Support/MeetingPoint.h"
 #include "Tests/Support/RecordingSink.h"
 
 #include <gmock/gmock.h>
@@ -12,10 +13,8 @@
 #include <spdlog/spdlog.h>
 
 #include <algorithm>
-#include <barrier>
 #include <cstddef>
 #include <cstdlib>
-#include <latch>
 #include <memory>
 #include <new>
 #include <sstream>
@@ -384,7 +383,7 @@ TEST_F(LoggingTest, ThreadsThatMakeObjectsOfOneNameAtOnceShareTheLogger)
 {
     constexpr int Threads = 4;
     constexpr int Names = 500;
-    std::barrier<> everybody(Threads);
+    ValdaneTests::MeetingPoint everybody(Threads);
     std::vector<std::vector<Logging>> made(Threads);
     std::vector<std::thread> threads;
     threads.reserve(Threads);
@@ -395,7 +394,7 @@ TEST_F(LoggingTest, ThreadsThatMakeObjectsOfOneNameAtOnceShareTheLogger)
             {
                 for (int i = 0; i < Names; ++i)
                 {
-                    everybody.arrive_and_wait();
+                    everybody.arriveAndWait();
                     mine.emplace_back("Name/" + std::to_string(i));
                     logError(mine.back(), "made");
                 }
@@ -422,7 +421,7 @@ TEST_F(LoggingTest, ThreadsWriteThroughOneObjectWhileTheLevelChanges)
     constexpr int Lines = 500;
     const Logging logging("Service/Pump");
     const auto logger = spdlog::get("Service/Pump");
-    std::latch start(Threads + 1);
+    ValdaneTests::MeetingPoint start(Threads + 1);
     std::vector<std::thread> threads;
     threads.reserve(Threads);
     for (int t = 0; t < Threads; ++t)
@@ -430,7 +429,7 @@ TEST_F(LoggingTest, ThreadsWriteThroughOneObjectWhileTheLevelChanges)
         threads.emplace_back(
             [&start, &logging]
             {
-                start.arrive_and_wait();
+                start.arriveAndWait();
                 for (int i = 0; i < Lines; ++i)
                 {
                     logTrace(logging, "turning");
@@ -438,7 +437,7 @@ TEST_F(LoggingTest, ThreadsWriteThroughOneObjectWhileTheLevelChanges)
                 }
             });
     }
-    start.arrive_and_wait();
+    start.arriveAndWait();
     for (int i = 0; i < Lines; ++i)
     {
         logger->set_level(i % 2 == 0 ? spdlog::level::trace : spdlog::level::info);

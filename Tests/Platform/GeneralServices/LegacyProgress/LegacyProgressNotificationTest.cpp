@@ -1,13 +1,13 @@
 #include "Platform/GeneralServices/LegacyProgress.h"
 #include "Platform/Logging/LogMessage.h"
 #include "Tests/Support/ElementsAre.h"
+#include "Tests/Support/MeetingPoint.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <functional>
-#include <latch>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -323,10 +323,10 @@ TEST_F(LegacyProgressNotification, ThreadsThatSetCallbacksAtOnceLeaveOneOfThem)
     {
         LegacyProgress fresh;
         std::atomic<int> calls{0};
-        std::latch start(2);
+        ValdaneTests::MeetingPoint start(2);
         const auto set = [&]
         {
-            start.arrive_and_wait();
+            start.arriveAndWait();
             fresh.setChangeCallback([&calls] { ++calls; });
         };
         std::thread other(set);
