@@ -73,15 +73,21 @@ private:
         {
             if (tracked().isEmpty())
             {
-                callable(args...);
+                callFunction(args...);
             }
-            else if (!tracked().callLocked([&] { callable(args...); }))
+            else if (!tracked().callLocked([&] { callFunction(args...); }))
             {
                 SlotList::disconnect(*this);
             }
         }
 
     private:
+        void callFunction(SlotArgument<Args>... args)
+        {
+            const SlotList::Call running(*this);
+            callable(args...);
+        }
+
         void destroyCallable() noexcept override
         {
             callable = nullptr;

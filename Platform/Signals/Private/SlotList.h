@@ -24,6 +24,7 @@ class SlotList : public boost::intrusive_ref_counter<SlotList, boost::thread_uns
 {
 public:
     class Cursor;
+    class Call;
 
     SlotList() noexcept = default;
     SlotList(const SlotList&) = delete;
@@ -57,11 +58,13 @@ public:
         {
             return;
         }
+        const boost::intrusive_ptr<SlotNode> disconnected(&node);
         node.connected = false;
         if (node.cursors == 0)
         {
-            node.list->remove(node);
+            node.list->unlink(node);
         }
+        destroyIdleCallable(node);
     }
 
     /// Disconnects all nodes, for good.
@@ -87,7 +90,15 @@ private:
     {
         const boost::intrusive_ptr<SlotNode> removed(&node);
         unlink(node);
-        removed->destroyCallable();
+        destroyIdleCallable(node);
+    }
+
+    static void destroyIdleCallable(SlotNode& node) noexcept
+    {
+        if (node.calls == 0 && std::exchange(node.hasCallable, false))
+        {
+            node.destroyCallable();
+        }
     }
 
     void unlink(SlotNode& node) noexcept
@@ -169,6 +180,33 @@ private:
     SlotNode* current;
 };
 
+/// A call of a node's callable, which is not destroyed before the outermost one ends.
+///
+/// @pre a cursor stands on the node (not checked).
+class SlotList::Call
+{
+public:
+    explicit Call(SlotNode& called) noexcept : node(called)
+    {
+        ++node.calls;
+    }
+
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+
+    ~Call()
+    {
+        --node.calls;
+        if (!node.connected)
+        {
+            destroyIdleCallable(node);
+        }
+    }
+
+private:
+    SlotNode& node;
+};
+
 inline void SlotList::close() noexcept
 {
     closed = true;
@@ -176,9 +214,9 @@ inline void SlotList::close() noexcept
     {
         node->connected = false;
     }
-    for (Cursor cursor(*this); !cursor.atEnd();)
+    for (Cursor cursor(*this); !cursor.atEnd(); cursor.advance())
     {
-        cursor.advance();
+        destroyIdleCallable(cursor.node());
     }
 }
 

@@ -44,12 +44,14 @@ private:
     /// Destroys the callable; user code may run before it returns.
     virtual void destroyCallable() noexcept = 0;
 
+    std::uint32_t calls = 0;  ///< of the callable that have not returned
     SlotList* list = nullptr; ///< valid while linked
     SlotNode* previous = nullptr;
     boost::intrusive_ptr<SlotNode> next;
     std::uint64_t serial = 0;
     std::uint32_t cursors = 0; ///< that stand on this node; while there are any it is not unlinked
     bool connected = false;
+    bool hasCallable = true;
     TrackedObjects trackedObjects;
 };
 
