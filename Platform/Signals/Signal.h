@@ -66,7 +66,8 @@ public:
     /// any more; the result is then connected to nothing.
     ///
     /// @return the connection; the slot is disconnected when it is destroyed.
-    /// @throws std::bad_alloc, or what copying the callable throws; the signal is unchanged then.
+    /// @throws std::bad_function_call if @p slot was moved from; std::bad_alloc; what copying the callable
+    ///         throws. The signal is unchanged then.
     /// Complexity: O(1).
     [[nodiscard]] Connection connect(const Slot<void(Args...)>& slot,
                                      ConnectPosition position = ConnectPosition::Back)

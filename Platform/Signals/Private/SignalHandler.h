@@ -48,6 +48,10 @@ protected:
 
     Connection connectSlot(const Slot<void(Args...)>& slot, bool atFront)
     {
+        if (slot.callable == nullptr)
+        {
+            throw std::bad_function_call();
+        }
         // The node first: if the list was made and the node failed, the signal would be left changed.
         auto node = std::make_unique<Node>(slot);
         SlotList& list = static_cast<Signal<void(Args...)>&>(*this).makeSlotList();
