@@ -169,14 +169,15 @@ Path Object::getPath(const Object* relativeTo, const std::string& attributeName,
 
 std::shared_ptr<Object> Object::getObject(const Path& path, GetObjectBehavior /*behavior*/)
 {
-    auto object = shared_from_this();
-    for (const auto step : path.getKeys())
+    const auto keys = path.getKeys();
+    if (keys.empty())
     {
-        object = object->findChild(step);
-        if (object == nullptr)
-        {
-            break;
-        }
+        return shared_from_this();
+    }
+    auto object = findChild(keys.front());
+    for (std::size_t level = 1; object != nullptr && level < keys.size(); ++level)
+    {
+        object = object->findChild(keys[level]);
     }
     return object;
 }
