@@ -16,9 +16,13 @@ class Object;
 ///
 /// An attribute that has a command creator of its own gets that one's command, all others a SetAttributeCmd.
 ///
-/// The text is converted with `boost::lexical_cast`, which wants all of it, without blanks: for the integers
-/// an optional sign and decimal digits (a sign before an unsigned one wraps it around as C++ does), for
-/// double also "nan" and "inf", for bool the number 0 or 1. A string takes every text as it is.
+/// The text is converted as `boost::lexical_cast` does in the classic locale, whatever the global locale is. All
+/// of the text must be the value; blanks are refused.
+/// - An integer is an optional sign and decimal digits. A minus before an unsigned one wraps it around, as C++
+///   does.
+/// - A double is a decimal number with a point, or "nan" or "inf".
+/// - A bool is the number 0 or 1.
+/// - A string is any text, taken as it is.
 ///
 /// Thread: as CommandManager.
 class VALDANE_COMMANDPATTERN_EXPORT SetAttributecommandFactory : public CommandCreatorInterface
