@@ -53,15 +53,17 @@ public:
     void setCommandCreator(CommandCreator creator) noexcept;
 
 private:
-    Getter getter;
-    Setter setter;
-    CommandCreator commandCreator;
-    Signals::Signal<void(const T&)> sigChanged;
+    Getter valdaneGetter;
+    Setter valdaneSetter;
+    CommandCreator valdaneCommandCreator;
+    Signals::Signal<void(const T&)> valdaneSigChanged;
 };
 
 template <typename T>
 AttributeDescription<T>::AttributeDescription(std::string name, Getter read, Setter write)
-    : AttributeDescriptionBase(std::move(name)), getter(std::move(read)), setter(std::move(write))
+    : AttributeDescriptionBase(std::move(name)),
+      valdaneGetter(std::move(read)),
+      valdaneSetter(std::move(write))
 {
 }
 
@@ -71,32 +73,32 @@ AttributeDescription<T>::~AttributeDescription() = default;
 template <typename T>
 const typename AttributeDescription<T>::Getter& AttributeDescription<T>::getGetter() const noexcept
 {
-    return getter;
+    return valdaneGetter;
 }
 
 template <typename T>
 const typename AttributeDescription<T>::Setter& AttributeDescription<T>::getSetter() const noexcept
 {
-    return setter;
+    return valdaneSetter;
 }
 
 template <typename T>
 Signals::Signal<void(const T&)>& AttributeDescription<T>::getSigChanged() noexcept
 {
-    return sigChanged;
+    return valdaneSigChanged;
 }
 
 template <typename T>
 const typename AttributeDescription<T>::CommandCreator&
 AttributeDescription<T>::getCommandCreator() const noexcept
 {
-    return commandCreator;
+    return valdaneCommandCreator;
 }
 
 template <typename T>
 void AttributeDescription<T>::setCommandCreator(CommandCreator creator) noexcept
 {
-    commandCreator = std::move(creator);
+    valdaneCommandCreator = std::move(creator);
 }
 
 extern template class VALDANE_PARAMETERIZATION_EXPORT AttributeDescription<bool>;

@@ -5,7 +5,9 @@
 namespace Valdane
 {
 
-AttributeDescriptionBase::AttributeDescriptionBase(std::string name) : attributeName(std::move(name)) {}
+AttributeDescriptionBase::AttributeDescriptionBase(std::string name) : valdaneAttributeName(std::move(name))
+{
+}
 
 AttributeDescriptionBase::~AttributeDescriptionBase() = default;
 
@@ -16,17 +18,17 @@ bool AttributeDescriptionBase::emitsChangedSignal() const
 
 const std::string& AttributeDescriptionBase::getName() const noexcept
 {
-    return attributeName;
+    return valdaneAttributeName;
 }
 
 bool AttributeDescriptionBase::isForStandardEnabled() const noexcept
 {
-    return forStandardEnabled;
+    return valdaneForStandardEnabled;
 }
 
 void AttributeDescriptionBase::setForStandardEnabled(bool enabled) noexcept
 {
-    forStandardEnabled = enabled;
+    valdaneForStandardEnabled = enabled;
 }
 
 } // namespace Valdane

@@ -38,8 +38,8 @@ protected:
     explicit AttributeDescriptionBase(std::string name);
 
 private:
-    std::string attributeName;
-    bool forStandardEnabled = true;
+    std::string valdaneAttributeName;
+    bool valdaneForStandardEnabled = true;
 };
 
 } // namespace Valdane

@@ -20,45 +20,45 @@ auto withName(std::string_view name)
 
 void DynamicAttributeCollection::set(std::string_view name, std::string_view text)
 {
-    const auto found = std::ranges::find_if(entries, withName(name));
-    if (found != entries.end())
+    const auto found = std::ranges::find_if(valdaneEntries, withName(name));
+    if (found != valdaneEntries.end())
     {
         found->text = text;
         return;
     }
-    entries.push_back({.name = std::string(name), .text = std::string(text)});
+    valdaneEntries.push_back({.name = std::string(name), .text = std::string(text)});
 }
 
 std::optional<std::string> DynamicAttributeCollection::get(std::string_view name) const
 {
-    const auto found = std::ranges::find_if(entries, withName(name));
-    return found == entries.end() ? std::nullopt : std::optional(found->text);
+    const auto found = std::ranges::find_if(valdaneEntries, withName(name));
+    return found == valdaneEntries.end() ? std::nullopt : std::optional(found->text);
 }
 
 bool DynamicAttributeCollection::remove(std::string_view name)
 {
-    const auto found = std::ranges::find_if(entries, withName(name));
-    if (found == entries.end())
+    const auto found = std::ranges::find_if(valdaneEntries, withName(name));
+    if (found == valdaneEntries.end())
     {
         return false;
     }
-    entries.erase(found);
+    valdaneEntries.erase(found);
     return true;
 }
 
 std::size_t DynamicAttributeCollection::size() const noexcept
 {
-    return entries.size();
+    return valdaneEntries.size();
 }
 
 DynamicAttributeCollection::const_iterator DynamicAttributeCollection::begin() const noexcept
 {
-    return entries.begin();
+    return valdaneEntries.begin();
 }
 
 DynamicAttributeCollection::const_iterator DynamicAttributeCollection::end() const noexcept
 {
-    return entries.end();
+    return valdaneEntries.end();
 }
 
 } // namespace Valdane

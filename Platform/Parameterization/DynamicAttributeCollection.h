@@ -51,7 +51,7 @@ public:
     const_iterator end() const noexcept;
 
 private:
-    std::vector<Entry> entries;
+    std::vector<Entry> valdaneEntries;
 };
 
 } // namespace Valdane

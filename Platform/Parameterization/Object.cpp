@@ -62,48 +62,48 @@ struct Object::Extras
     Signals::Signal<void()> sigChanged;
 };
 
-Object::Object(std::string key) : keyInOwner(std::move(key)) {}
+Object::Object(std::string key) : valdaneKeyInOwner(std::move(key)) {}
 
 Object::~Object()
 {
-    if (children == nullptr)
+    if (valdaneChildren == nullptr)
     {
         return;
     }
-    for (const auto& child : children->inOrder())
+    for (const auto& child : valdaneChildren->inOrder())
     {
-        child->owner = nullptr;
+        child->valdaneOwner = nullptr;
     }
-    releaseWithoutNesting(children->release());
+    releaseWithoutNesting(valdaneChildren->release());
 }
 
 const std::string& Object::getKey() const noexcept
 {
-    return keyInOwner;
+    return valdaneKeyInOwner;
 }
 
 void Object::addChild(std::shared_ptr<Object> child)
 {
     requireAdoptable(child.get());
-    if (findChild(child->keyInOwner) != nullptr)
+    if (findChild(child->valdaneKeyInOwner) != nullptr)
     {
-        throw VdException(describe() + " has a child '" + child->keyInOwner + "' already");
+        throw VdException(describe() + " has a child '" + child->valdaneKeyInOwner + "' already");
     }
-    if (children == nullptr)
+    if (valdaneChildren == nullptr)
     {
-        children = std::make_unique<Children>();
+        valdaneChildren = std::make_unique<Children>();
     }
     Object& added = *child;
-    children->append(std::move(child));
-    added.owner = this;
+    valdaneChildren->append(std::move(child));
+    added.valdaneOwner = this;
 }
 
 std::shared_ptr<Object> Object::removeChild(std::string_view key)
 {
-    auto child = children == nullptr ? nullptr : children->remove(key);
+    auto child = valdaneChildren == nullptr ? nullptr : valdaneChildren->remove(key);
     if (child != nullptr)
     {
-        child->owner = nullptr;
+        child->valdaneOwner = nullptr;
     }
     return child;
 }
@@ -111,47 +111,47 @@ std::shared_ptr<Object> Object::removeChild(std::string_view key)
 std::shared_ptr<Object> Object::replaceChild(std::shared_ptr<Object> child)
 {
     requireAdoptable(child.get());
-    if (findChild(child->keyInOwner) == nullptr)
+    if (findChild(child->valdaneKeyInOwner) == nullptr)
     {
-        throw VdException(describe() + " has no child '" + child->keyInOwner + "' to replace");
+        throw VdException(describe() + " has no child '" + child->valdaneKeyInOwner + "' to replace");
     }
-    child->owner = this;
-    auto replaced = children->replace(std::move(child));
-    replaced->owner = nullptr;
+    child->valdaneOwner = this;
+    auto replaced = valdaneChildren->replace(std::move(child));
+    replaced->valdaneOwner = nullptr;
     return replaced;
 }
 
 std::shared_ptr<Object> Object::findChild(std::string_view key) const
 {
-    const auto* found = children == nullptr ? nullptr : children->find(key);
+    const auto* found = valdaneChildren == nullptr ? nullptr : valdaneChildren->find(key);
     return found == nullptr ? nullptr : *found;
 }
 
 std::vector<std::shared_ptr<Object>> Object::getChildren() const
 {
-    if (children == nullptr)
+    if (valdaneChildren == nullptr)
     {
         return {};
     }
-    return {children->inOrder().begin(), children->inOrder().end()};
+    return {valdaneChildren->inOrder().begin(), valdaneChildren->inOrder().end()};
 }
 
 std::size_t Object::getChildCount() const noexcept
 {
-    return children == nullptr ? 0 : children->inOrder().size();
+    return valdaneChildren == nullptr ? 0 : valdaneChildren->inOrder().size();
 }
 
 std::shared_ptr<Object> Object::getOwner() const
 {
-    return owner == nullptr ? nullptr : owner->weak_from_this().lock();
+    return valdaneOwner == nullptr ? nullptr : valdaneOwner->weak_from_this().lock();
 }
 
 std::shared_ptr<Object> Object::getRootObjectAlt()
 {
     Object* root = this;
-    while (root->owner != nullptr)
+    while (root->valdaneOwner != nullptr)
     {
-        root = root->owner;
+        root = root->valdaneOwner;
     }
     return root->shared_from_this();
 }
@@ -197,22 +197,22 @@ void Object::addAttributeDescription(std::shared_ptr<AttributeDescriptionBase> d
 
 std::shared_ptr<AttributeDescriptionBase> Object::getAttributeDescription(const std::string& name)
 {
-    if (extras == nullptr)
+    if (valdaneExtras == nullptr)
     {
         return {};
     }
-    const auto found = extras->attributes.find(name);
-    return found == extras->attributes.end() ? nullptr : found->second;
+    const auto found = valdaneExtras->attributes.find(name);
+    return found == valdaneExtras->attributes.end() ? nullptr : found->second;
 }
 
 std::shared_ptr<DynamicAttributeCollection> Object::getDynamicAttributeCollection()
 {
-    return extras == nullptr ? nullptr : extras->dynamicAttributes;
+    return valdaneExtras == nullptr ? nullptr : valdaneExtras->dynamicAttributes;
 }
 
 void Object::setDynamicAttributeCollection(std::shared_ptr<DynamicAttributeCollection> collection)
 {
-    if (collection != nullptr || extras != nullptr)
+    if (collection != nullptr || valdaneExtras != nullptr)
     {
         requireExtras().dynamicAttributes = std::move(collection);
     }
@@ -220,9 +220,9 @@ void Object::setDynamicAttributeCollection(std::shared_ptr<DynamicAttributeColle
 
 void Object::emitSigChanged() const
 {
-    if (extras != nullptr)
+    if (valdaneExtras != nullptr)
     {
-        extras->sigChanged();
+        valdaneExtras->sigChanged();
     }
 }
 
@@ -233,21 +233,21 @@ Signals::Connection Object::connectToSigChanged(const Signals::Slot<void()>& slo
 
 bool Object::isApplyStandardRunning() const
 {
-    return applyStandardRunning;
+    return valdaneApplyStandardRunning;
 }
 
 void Object::setApplyStandardRunning(const bool& running)
 {
-    applyStandardRunning = running;
+    valdaneApplyStandardRunning = running;
 }
 
 std::vector<std::string_view> Object::keysFrom(const Object* top) const
 {
     std::vector<std::string_view> keys;
     const Object* object = this;
-    for (; object != top && object->owner != nullptr; object = object->owner)
+    for (; object != top && object->valdaneOwner != nullptr; object = object->valdaneOwner)
     {
-        keys.emplace_back(object->keyInOwner);
+        keys.emplace_back(object->valdaneKeyInOwner);
     }
     if (top != nullptr && object != top)
     {
@@ -261,14 +261,14 @@ std::vector<std::string_view> Object::keysFrom(const Object* top) const
 // only if there is something below it at all.
 bool Object::isAboveOrSame(const Object& other) const noexcept
 {
-    if (children == nullptr)
+    if (valdaneChildren == nullptr)
     {
         return this == &other;
     }
     const Object* object = &other;
-    while (object != this && object->owner != nullptr)
+    while (object != this && object->valdaneOwner != nullptr)
     {
-        object = object->owner;
+        object = object->valdaneOwner;
     }
     return object == this;
 }
@@ -279,7 +279,7 @@ void Object::requireAdoptable(const Object* child) const
     {
         throw VdException(describe() + " cannot take an empty pointer as a child");
     }
-    if (child->owner != nullptr)
+    if (child->valdaneOwner != nullptr)
     {
         throw VdException(describe() + " cannot take " + child->describe() + " as a child: it has an owner");
     }
@@ -291,22 +291,22 @@ void Object::requireAdoptable(const Object* child) const
 
 Object::Extras& Object::requireExtras()
 {
-    if (extras == nullptr)
+    if (valdaneExtras == nullptr)
     {
-        extras = std::make_unique<Extras>();
+        valdaneExtras = std::make_unique<Extras>();
     }
-    return *extras;
+    return *valdaneExtras;
 }
 
 std::string Object::describe() const
 {
     const Object* root = this;
-    while (root->owner != nullptr)
+    while (root->valdaneOwner != nullptr)
     {
-        root = root->owner;
+        root = root->valdaneOwner;
     }
-    return "Object '" + getPath(RequestedPathType::FromRoot).toString() + "' of tree '" + root->keyInOwner +
-           "'";
+    return "Object '" + getPath(RequestedPathType::FromRoot).toString() + "' of tree '" +
+           root->valdaneKeyInOwner + "'";
 }
 
 } // namespace Valdane

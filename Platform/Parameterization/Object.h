@@ -152,11 +152,11 @@ private:
     Extras& requireExtras();
     std::string describe() const;
 
-    std::string keyInOwner;
-    Object* owner = nullptr;
-    std::unique_ptr<Children> children;
-    std::unique_ptr<Extras> extras;
-    bool applyStandardRunning = false;
+    std::string valdaneKeyInOwner;
+    Object* valdaneOwner = nullptr;
+    std::unique_ptr<Children> valdaneChildren;
+    std::unique_ptr<Extras> valdaneExtras;
+    bool valdaneApplyStandardRunning = false;
 };
 
 } // namespace Valdane

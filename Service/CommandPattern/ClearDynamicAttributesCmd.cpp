@@ -23,7 +23,9 @@ void announceChangeOf(const Object& object)
 } // namespace
 
 ClearDynamicAttributesCmd::ClearDynamicAttributesCmd(std::shared_ptr<Object> object, std::string text)
-    : CommandBase(std::move(text)), root(rootOf(object)), path(object->getPath(RequestedPathType::FromRoot))
+    : CommandBase(std::move(text)),
+      valdaneRoot(rootOf(object)),
+      valdanePath(object->getPath(RequestedPathType::FromRoot))
 {
 }
 
@@ -34,10 +36,10 @@ ClearDynamicAttributesCmd::~ClearDynamicAttributesCmd() = default;
 
 void ClearDynamicAttributesCmd::execute()
 {
-    const std::shared_ptr<Object> object = findObject(root, path);
+    const std::shared_ptr<Object> object = findObject(valdaneRoot, valdanePath);
     std::shared_ptr<DynamicAttributeCollection> collection = object->getDynamicAttributeCollection();
     object->setDynamicAttributeCollection(nullptr);
-    savedCollection = std::move(collection);
+    valdaneSavedCollection = std::move(collection);
     try
     {
         announceChangeOf(*object);
@@ -45,18 +47,18 @@ void ClearDynamicAttributesCmd::execute()
     catch (...)
     {
         // Nobody undoes a command that failed, and one that is redone would save the empty collection.
-        object->setDynamicAttributeCollection(std::exchange(savedCollection, nullptr));
+        object->setDynamicAttributeCollection(std::exchange(valdaneSavedCollection, nullptr));
         throw;
     }
 }
 
 void ClearDynamicAttributesCmd::undo()
 {
-    const std::shared_ptr<Object> object = findObject(root, path);
-    if (savedCollection != nullptr)
+    const std::shared_ptr<Object> object = findObject(valdaneRoot, valdanePath);
+    if (valdaneSavedCollection != nullptr)
     {
-        object->setDynamicAttributeCollection(savedCollection);
-        savedCollection.reset();
+        object->setDynamicAttributeCollection(valdaneSavedCollection);
+        valdaneSavedCollection.reset();
     }
     announceChangeOf(*object);
 }

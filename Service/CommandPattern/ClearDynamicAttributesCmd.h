@@ -44,9 +44,9 @@ public:
     void undo() override;
 
 private:
-    std::weak_ptr<Object> root;
-    Path path;
-    std::shared_ptr<DynamicAttributeCollection> savedCollection;
+    std::weak_ptr<Object> valdaneRoot;
+    Path valdanePath;
+    std::shared_ptr<DynamicAttributeCollection> valdaneSavedCollection;
 };
 
 } // namespace Valdane

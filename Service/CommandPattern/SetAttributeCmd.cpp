@@ -27,13 +27,13 @@ void announce(AttributeDescription<T>& attribute, const T& value)
 template <typename T>
 SetAttributeCmd<T>::SetAttributeCmd(std::weak_ptr<Object> root, Path attributePath, T value, std::string text)
     : CommandBase(std::move(text)),
-      object(std::move(root)),
-      path(std::move(attributePath)),
-      newValue(std::move(value))
+      valdaneObject(std::move(root)),
+      valdanePath(std::move(attributePath)),
+      valdaneNewValue(std::move(value))
 {
     if (getDescription().empty())
     {
-        setDescription("Set " + path.getAttributeName());
+        setDescription("Set " + valdanePath.getAttributeName());
     }
 }
 
@@ -47,32 +47,32 @@ SetAttributeCmd<T>::~SetAttributeCmd() = default;
 template <typename T>
 void SetAttributeCmd<T>::execute()
 {
-    if (object.expired())
+    if (valdaneObject.expired())
     {
         return;
     }
     getProgressPtr()->reset();
-    const std::shared_ptr<Object> target = findObject(object, path);
+    const std::shared_ptr<Object> target = findObject(valdaneObject, valdanePath);
     if (target->isApplyStandardRunning())
     {
-        applyStandardRunning = true;
+        valdaneApplyStandardRunning = true;
     }
     const std::shared_ptr<AttributeDescription<T>> attribute = findDescription(*target);
     if (attribute == nullptr)
     {
-        throw VdException("There is no attribute of the expected type at '" + path.toString() + "'.");
+        throw VdException("There is no attribute of the expected type at '" + valdanePath.toString() + "'.");
     }
-    oldValue = attribute->getGetter()();
-    attribute->getSetter()(newValue);
+    valdaneOldValue = attribute->getGetter()();
+    attribute->getSetter()(valdaneNewValue);
     try
     {
-        announce(*attribute, newValue);
+        announce(*attribute, valdaneNewValue);
     }
     catch (...)
     {
         // Nobody undoes a command that failed, and one that is redone would take the new value for the old
         // one.
-        attribute->getSetter()(oldValue);
+        attribute->getSetter()(valdaneOldValue);
         throw;
     }
     getProgressPtr()->setComplete();
@@ -81,20 +81,20 @@ void SetAttributeCmd<T>::execute()
 template <typename T>
 void SetAttributeCmd<T>::undo()
 {
-    if (object.expired())
+    if (valdaneObject.expired())
     {
         return;
     }
     getProgressPtr()->reset();
-    const std::shared_ptr<Object> target = findObject(object, path);
+    const std::shared_ptr<Object> target = findObject(valdaneObject, valdanePath);
     const bool previousState = target->isApplyStandardRunning();
-    target->setApplyStandardRunning(applyStandardRunning);
+    target->setApplyStandardRunning(valdaneApplyStandardRunning);
     try
     {
         if (const std::shared_ptr<AttributeDescription<T>> attribute = findDescription(*target))
         {
-            attribute->getSetter()(oldValue);
-            announce(*attribute, oldValue);
+            attribute->getSetter()(valdaneOldValue);
+            announce(*attribute, valdaneOldValue);
         }
     }
     catch (...)
@@ -110,7 +110,7 @@ template <typename T>
 std::shared_ptr<AttributeDescription<T>> SetAttributeCmd<T>::findDescription(Object& target) const
 {
     return std::dynamic_pointer_cast<AttributeDescription<T>>(
-        target.getAttributeDescription(path.getAttributeName()));
+        target.getAttributeDescription(valdanePath.getAttributeName()));
 }
 
 template class SetAttributeCmd<int>;

@@ -54,11 +54,11 @@ public:
 private:
     std::shared_ptr<AttributeDescription<T>> findDescription(Object& target) const;
 
-    std::weak_ptr<Object> object;
-    Path path;
-    T newValue;
-    T oldValue{};
-    bool applyStandardRunning = false;
+    std::weak_ptr<Object> valdaneObject;
+    Path valdanePath;
+    T valdaneNewValue;
+    T valdaneOldValue{};
+    bool valdaneApplyStandardRunning = false;
 };
 
 extern template class SetAttributeCmd<int>;

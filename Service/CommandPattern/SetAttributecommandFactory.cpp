@@ -148,7 +148,7 @@ T convert(const std::string& text)
 } // namespace
 
 SetAttributecommandFactory::SetAttributecommandFactory(std::shared_ptr<Object> object)
-    : rootObject(rootOf(object)), objectPath(object->getPath(RequestedPathType::FromRoot))
+    : valdaneRootObject(rootOf(object)), valdaneObjectPath(object->getPath(RequestedPathType::FromRoot))
 {
 }
 
@@ -200,19 +200,20 @@ std::shared_ptr<CommandBase> SetAttributecommandFactory::create(const AttributeD
                                                                 const std::string& valueText,
                                                                 const std::string& commandDescription) const
 {
-    const std::shared_ptr<Object> object = findObject(rootObject, objectPath);
+    const std::shared_ptr<Object> object = findObject(valdaneRootObject, valdaneObjectPath);
     if (description == nullptr)
     {
-        throw VdException("No attribute of '" + objectPath.toString() + "' was given.");
+        throw VdException("No attribute of '" + valdaneObjectPath.toString() + "' was given.");
     }
-    const std::shared_ptr<Object> root = rootObject.lock();
+    const std::shared_ptr<Object> root = valdaneRootObject.lock();
     const Path attributePath =
         object->getPath(root.get(), description->getName(), RequestedPathType::FromRoot);
     const T value = convert<T>(valueText);
     const auto createOwn = description->getCommandCreator();
     if (!createOwn)
     {
-        return std::make_shared<SetAttributeCmd<T>>(rootObject, attributePath, value, commandDescription);
+        return std::make_shared<SetAttributeCmd<T>>(valdaneRootObject, attributePath, value,
+                                                    commandDescription);
     }
     return createOwn(root, attributePath, value, commandDescription);
 }

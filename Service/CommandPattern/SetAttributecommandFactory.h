@@ -73,8 +73,8 @@ private:
                                         const std::string& valueText,
                                         const std::string& commandDescription) const;
 
-    std::weak_ptr<Object> rootObject;
-    Path objectPath;
+    std::weak_ptr<Object> valdaneRootObject;
+    Path valdaneObjectPath;
 };
 
 } // namespace Valdane

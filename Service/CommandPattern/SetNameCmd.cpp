@@ -9,9 +9,9 @@ namespace Valdane
 
 SetNameCmd::SetNameCmd(std::shared_ptr<Object> object, const std::string& name, const std::string& text)
     : CommandBase(text),
-      root(rootOf(object)),
-      path(object->getPath(RequestedPathType::FromRoot)),
-      newName(name)
+      valdaneRoot(rootOf(object)),
+      valdanePath(object->getPath(RequestedPathType::FromRoot)),
+      valdaneNewName(name)
 {
 }
 
@@ -23,13 +23,13 @@ void SetNameCmd::execute()
 {
     if (const std::shared_ptr<NameInterface> named = getNameInterface())
     {
-        oldName = named->getName();
-        named->setName(newName, true);
+        valdaneOldName = named->getName();
+        named->setName(valdaneNewName, true);
     }
     else
     {
-        oldName = getName();
-        setName(newName);
+        valdaneOldName = getName();
+        setName(valdaneNewName);
     }
 }
 
@@ -37,11 +37,11 @@ void SetNameCmd::undo()
 {
     if (const std::shared_ptr<NameInterface> named = getNameInterface())
     {
-        named->setName(oldName, true);
+        named->setName(valdaneOldName, true);
     }
     else
     {
-        setName(oldName);
+        setName(valdaneOldName);
     }
 }
 
@@ -54,17 +54,17 @@ void SetNameCmd::setName(const std::string& /*name*/) {}
 
 std::shared_ptr<Object> SetNameCmd::getRoot()
 {
-    return root.lock();
+    return valdaneRoot.lock();
 }
 
 std::shared_ptr<Object> SetNameCmd::getObjectToName()
 {
-    return findObject(root, path);
+    return findObject(valdaneRoot, valdanePath);
 }
 
 std::string SetNameCmd::getOldName()
 {
-    return oldName;
+    return valdaneOldName;
 }
 
 std::shared_ptr<NameInterface> SetNameCmd::getNameInterface()

@@ -62,10 +62,10 @@ protected:
 private:
     std::shared_ptr<NameInterface> getNameInterface();
 
-    std::weak_ptr<Object> root;
-    Path path;
-    std::string newName;
-    std::string oldName;
+    std::weak_ptr<Object> valdaneRoot;
+    Path valdanePath;
+    std::string valdaneNewName;
+    std::string valdaneOldName;
 };
 
 } // namespace Valdane
