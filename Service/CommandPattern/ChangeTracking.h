@@ -9,10 +9,10 @@
 namespace Valdane
 {
 
-/// Tells, for each change tracker, which modules differ from its save point at any position in the history.
+/// Tells for each change tracker which modules differ from its save point, at any position in the history.
 ///
-/// The entries of the queues carry the sets; this is what is known about the position before the oldest
-/// entry, and the rules by which the sets follow from one another.
+/// The entries of the queues carry the sets. This class knows the set before the oldest entry, and the rules
+/// by which the sets follow from one another.
 ///
 /// Thread: as CommandManager.
 struct ChangeTracking
@@ -20,24 +20,25 @@ struct ChangeTracking
     /// The modules that differ at the position before the oldest entry of the undo queue.
     TrackedModules modulesBeforeFirstCommand;
 
-    /// Takes over what is known about the position where everything is undone, which only the redo queue
-    /// knows while the undo queue is empty. To be called before the redo queue is cleared.
+    /// Saves the sets of the position at which everything is undone. If the undo queue is empty, only the redo
+    /// queue has them. To be called before the redo queue is cleared.
     void keepPosition(const CommandQueue& undoQueue, const CommandQueue& redoQueue);
 
-    /// An entry for a command that modified @p modules, to be put on top of @p undoQueue. If that fails,
-    /// @p command stays with the caller.
+    /// Makes an entry for a command that modified @p modules. The entry is to be put on top of @p undoQueue.
     ///
-    /// Its sets are those of its neighbours where no module joins, and one for all trackers where those are.
+    /// Reuses the neighbour's sets if no module is added. Trackers that shared a set keep sharing it.
+    /// @throws std::bad_alloc. @p command then stays with the caller.
     QueuedCommand makeEntry(std::shared_ptr<CommandBase>&& command, const ModuleSet& modules,
                             const CommandQueue& undoQueue) const;
 
-    /// The modules that differ at the position between the queues.
+    /// Returns the modules that differ at the position between the queues.
     const ModuleSet& modulesAtPosition(std::size_t tracker, const CommandQueue& undoQueue,
                                        const CommandQueue& redoQueue) const;
 
     /// Makes the position between the queues the save point of @p tracker.
     ///
-    /// Complexity: linear in the queues; a new set only where a module joins.
+    /// Shares sets with the other tracker if that one was saved at the same position.
+    /// Complexity: linear in the queues. Each module that joins a set takes O(log n) memory for n modules.
     /// @throws std::bad_alloc, with nothing changed.
     void adjustOnSave(std::size_t tracker, CommandQueue& undoQueue, CommandQueue& redoQueue);
 };

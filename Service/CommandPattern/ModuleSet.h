@@ -1,19 +1,24 @@
 #pragma once
 
-#include <boost/container/small_vector.hpp>
 #include <boost/smart_ptr/intrusive_ptr.hpp>
 #include <boost/smart_ptr/intrusive_ref_counter.hpp>
 
+#include <cstddef>
+#include <cstdint>
 #include <set>
+#include <span>
 
 namespace Valdane
 {
 
 class Object;
 
-/// An immutable set of modules, shared by all its copies: one pointer wide, which is null for the empty set.
+/// An immutable set of modules. It is one pointer wide, which is null for the empty set.
 ///
-/// Thread: all copies of a set on one thread.
+/// Copies share everything. A union shares with the larger of its sets what the two have in common, so that
+/// a series of sets that grow by one module takes little memory.
+///
+/// Thread: all sets that share anything on one thread.
 class ModuleSet
 {
 public:
@@ -28,44 +33,81 @@ public:
 
     bool isEmpty() const noexcept
     {
-        return shared == nullptr;
+        return first == nullptr;
     }
 
-    /// Whether both have the same modules. Cost: linear, where they are not the same shared set.
+    /// True if both sets have the same modules.
+    ///
+    /// Complexity: linear in what the sets do not share if they were made by the same unions; logarithmic if
+    /// their sizes differ; else O(n log(n)^2).
     bool operator==(const ModuleSet& other) const noexcept;
 
     /// Adds the modules to @p objects.
+    ///
+    /// Complexity: linear if @p objects is empty.
+    /// @throws std::bad_alloc
     void insertInto(std::set<const Object*>& objects) const;
 
-    /// Whether both are the same shared set; equal sets need not be.
+    /// True if both are the same shared set. Equal sets need not be.
     bool isSharedWith(const ModuleSet& other) const noexcept
     {
-        return shared == other.shared;
+        return first == other.first;
     }
 
-    /// Both sets together: a new set only if neither contains the other.
+    /// Returns the union of both sets. If this set contains @p added, that is this set itself, shared;
+    /// otherwise, if @p added contains this set, it is @p added itself.
     ///
-    /// Cost: where @p added is the smaller one and is contained, its size times the logarithm of the other's;
-    /// else linear.
+    /// Complexity: O(log(n)^2) for each module of @p added to look it up. The modules that join take
+    /// O(log n) each in time and memory, amortised over the unions by which a set grows.
+    /// @throws std::bad_alloc
     ModuleSet unitedWith(const ModuleSet& added) const;
 
 private:
-    // Most commands change one module, which then needs no second allocation.
-    using Modules = boost::container::small_vector<const Object*, 1>;
+    struct Part;
+    using PartPointer = boost::intrusive_ptr<const Part>;
 
-    struct Shared : boost::intrusive_ref_counter<Shared, boost::thread_unsafe_counter>
+    /// Some of the modules in ascending order, and the larger parts of the set.
+    ///
+    /// The modules lie behind this object in the same block of memory.
+    struct Part : boost::intrusive_ref_counter<Part, boost::thread_unsafe_counter>
     {
-        explicit Shared(const std::set<const Object*>& objects);
-        /// Both together.
-        Shared(const Modules& first, const Modules& second);
+        /// Makes a part for @p count modules, which the caller fills in.
+        static Part* make(std::size_t count);
 
-        Modules sorted;
+        void operator delete(void* memory)
+        {
+            ::operator delete(memory);
+        }
+
+        std::span<const Object* const> modules() const noexcept
+        {
+            return {reinterpret_cast<const Object* const*>(this + 1), count};
+        }
+
+        std::span<const Object*> modules() noexcept
+        {
+            return {reinterpret_cast<const Object**>(this + 1), count};
+        }
+
+        std::uint32_t count;
+        PartPointer next;
+
+    private:
+        explicit Part(std::uint32_t moduleCount) noexcept : count(moduleCount) {}
     };
 
-    explicit ModuleSet(const Shared* newlyMade) noexcept;
-    bool contains(const ModuleSet& other) const;
+    /// True if @p part or a part behind it has @p module.
+    static bool contains(const Part* part, const Object* module) noexcept;
 
-    boost::intrusive_ptr<const Shared> shared;
+    /// True if this set has all modules of @p part and of the parts behind it.
+    bool containsAll(const Part* part) const noexcept;
+
+    std::size_t size() const noexcept;
+
+    /// Returns this set with @p modules, none of which it has.
+    ModuleSet withNewModules(std::span<const Object* const> modules) const;
+
+    PartPointer first;
 };
 
 } // namespace Valdane

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <functional>
+#include <new>
 #include <random>
 #include <set>
 #include <type_traits>
@@ -31,7 +31,7 @@ static_assert(std::is_nothrow_move_assignable_v<ModuleSet>);
 /// Only the addresses matter.
 const Object* module(std::size_t number)
 {
-    static const char modules[64] = {};
+    static const char modules[40'000] = {};
     return reinterpret_cast<const Object*>(modules + number);
 }
 
@@ -164,6 +164,133 @@ TEST(ModuleSet, AUnionNeedsNoMoreAllocationsTheLargerItIs)
     const ModuleSet both = first.unitedWith(second);
     EXPECT_LE(HeapUse::now().allocations - before.allocations, 2U);
     EXPECT_EQ(objectsOf(both), united(one, many));
+}
+
+struct SeriesUse
+{
+    double allocations = 0;
+    double bytes = 0;
+};
+
+/// What each set of a series takes if it has one module more than the set before it and all are kept.
+SeriesUse useOfSeries(std::size_t length)
+{
+    std::vector<ModuleSet> series(length);
+    std::vector<ModuleSet> added(length);
+    for (std::size_t number = 0; number < length; ++number)
+    {
+        // In another order than that of the addresses; 7919 has no factor in common with the lengths.
+        added[number] = ModuleSet(Objects{module(number * 7919 % length)});
+    }
+    const HeapUse before = HeapUse::now();
+    ModuleSet grown;
+    for (std::size_t number = 0; number < length; ++number)
+    {
+        grown = grown.unitedWith(added[number]);
+        series[number] = grown;
+    }
+    const HeapUse after = HeapUse::now();
+    EXPECT_EQ(objectsOf(grown).size(), length);
+    EXPECT_EQ(objectsOf(series[length / 3]).size(), length / 3 + 1);
+    const auto each = static_cast<double>(length);
+    return {.allocations = static_cast<double>(after.allocations - before.allocations) / each,
+            .bytes = static_cast<double>(after.bytes - before.bytes) / each};
+}
+
+TEST(ModuleSet, ASeriesOfSetsThatGrowByOneModuleTakesAFewBytesForEach)
+{
+    EXPECT_LE(useOfSeries(1'000).bytes, 70);
+    EXPECT_LE(useOfSeries(20'000).bytes, 90);
+    // Ten times as many are three to four times doubled, and each doubling copies half of the modules once.
+    EXPECT_LE(useOfSeries(40'000).bytes, useOfSeries(4'000).bytes + 4 * sizeof(void*) / 2);
+    EXPECT_LE(useOfSeries(20'000).allocations, 2);
+}
+
+TEST(ModuleSet, SetsThatGrewByTheSameUnionsAreEqualAndThoseOfOtherModulesAreNot)
+{
+    ModuleSet first;
+    ModuleSet second;
+    ModuleSet backwards;
+    ModuleSet other;
+    for (std::size_t number = 0; number < 1000; ++number)
+    {
+        first = first.unitedWith(ModuleSet(Objects{module(number)}));
+        second = second.unitedWith(ModuleSet(Objects{module(number)}));
+        backwards = backwards.unitedWith(ModuleSet(Objects{module(999 - number)}));
+        other = other.unitedWith(ModuleSet(Objects{module(number + 1)}));
+        EXPECT_EQ(first, second);
+    }
+    EXPECT_FALSE(first.isSharedWith(second));
+    EXPECT_EQ(first, backwards);
+    EXPECT_NE(first, other);
+    EXPECT_NE(other, first);
+    EXPECT_TRUE(first.unitedWith(backwards).isSharedWith(first));
+}
+
+/// A set beside the one that it should be.
+struct Twin
+{
+    ModuleSet set;
+    Objects objects;
+};
+
+TEST(ModuleSet, SetsThatGrowFromOneAnotherAreWhatTheyShouldBe)
+{
+    std::mt19937 random(21);
+    std::vector<Twin> twins(1);
+    for (int round = 0; round < 3000; ++round)
+    {
+        const Twin& from = twins[random() % twins.size()];
+        Twin added = twins[random() % twins.size()];
+        if (round % 4 != 0)
+        {
+            added.objects.clear();
+            for (std::size_t count = random() % 8 == 0 ? random() % 200 : random() % 3; count != 0; --count)
+            {
+                added.objects.insert(module(random() % 2000));
+            }
+            added.set = ModuleSet(added.objects);
+        }
+        Twin both{.set = from.set.unitedWith(added.set), .objects = united(from.objects, added.objects)};
+        ASSERT_EQ(objectsOf(both.set), both.objects);
+        ASSERT_EQ(both.set.isSharedWith(from.set), both.objects == from.objects);
+        if (both.objects == added.objects && both.objects != from.objects)
+        {
+            ASSERT_TRUE(both.set.isSharedWith(added.set));
+        }
+        const Twin& compared = twins[random() % twins.size()];
+        ASSERT_EQ(both.set == compared.set, both.objects == compared.objects);
+        // Now and then all begin from small sets again.
+        if (round % 100 == 0)
+        {
+            twins.resize(1);
+        }
+        twins.push_back(std::move(both));
+    }
+}
+
+TEST(ModuleSet, AUnionForWhichThereIsNoMemoryChangesNothing)
+{
+    const ModuleSet first(oneTwo);
+    const ModuleSet second(twoThree);
+    ModuleSet both;
+    std::size_t failures = 0;
+    while (both.isEmpty())
+    {
+        const ValdaneTests::FailingAllocation failing(failures);
+        try
+        {
+            both = first.unitedWith(second);
+        }
+        catch (const std::bad_alloc&)
+        {
+            ++failures;
+        }
+    }
+    EXPECT_GE(failures, 1U);
+    EXPECT_EQ(objectsOf(first), oneTwo);
+    EXPECT_EQ(objectsOf(second), twoThree);
+    EXPECT_EQ(objectsOf(both), united(oneTwo, twoThree));
 }
 
 TEST(ModuleSet, UnionsOfAnySetsAreWhatTheyShouldBe)

@@ -139,10 +139,12 @@ private:
     std::int64_t& number;
 };
 
-/// Reports one of a thousand modules at a time, each in its turn.
+/// Reports one module at a time, each in its turn.
 class ModulesInTurn : public ModuleAccessInterface
 {
 public:
+    explicit ModulesInTurn(std::size_t count) : modules(count) {}
+
     std::set<const Object*> getModifiedModulesFromBusiness() override
     {
         ++turn;
@@ -150,7 +152,7 @@ public:
     }
 
 private:
-    std::vector<std::uint64_t> modules = std::vector<std::uint64_t>(1000);
+    std::vector<std::uint64_t> modules;
     std::size_t turn = 0;
 };
 
@@ -191,7 +193,12 @@ void history(std::size_t size, Meter& meter)
 
 void historyOfModules(std::size_t size, Meter& meter)
 {
-    runHistory(size, meter, std::make_shared<ModulesInTurn>());
+    runHistory(size, meter, std::make_shared<ModulesInTurn>(1000));
+}
+
+void historyOfModulesOfTheirOwn(std::size_t size, Meter& meter)
+{
+    runHistory(size, meter, std::make_shared<ModulesInTurn>(size));
 }
 
 void limitedHistory(std::size_t size, Meter& meter)
@@ -439,6 +446,7 @@ TEST_P(ScaleTest, GrowsInProportionAndNeedsNoStack)
 const std::vector<Case> cases = {
     {.name = "History", .run = history},
     {.name = "HistoryOfModules", .run = historyOfModules},
+    {.name = "HistoryOfModulesOfTheirOwn", .run = historyOfModulesOfTheirOwn},
     {.name = "LimitedHistory", .run = limitedHistory},
     {.name = "Macro", .run = macro},
     {.name = "ThreadedMacro", .run = threadedMacro},

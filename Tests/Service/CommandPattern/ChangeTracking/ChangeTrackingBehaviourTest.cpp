@@ -15,6 +15,7 @@
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -242,9 +243,12 @@ public:
 class Walk
 {
 public:
-    explicit Walk(unsigned seed) : random(seed)
+    Walk(unsigned seed, std::size_t modules) : random(seed), moduleCount(modules)
     {
-        business->all = {module(0), module(1), module(2), module(3), module(4), module(5)};
+        for (std::size_t number = 0; number < moduleCount; ++number)
+        {
+            business->all.insert(module(number));
+        }
         manager.setModuleAccessInterface(business);
     }
 
@@ -312,9 +316,10 @@ private:
     Modules pickModules()
     {
         Modules modules;
-        for (std::size_t count = pick(4); count != 0; --count)
+        // Of many modules a command sometimes modifies a large part.
+        for (std::size_t count = pick(pick(10) == 0 ? 1 + moduleCount / 2 : 4); count != 0; --count)
         {
-            modules.insert(module(pick(6)));
+            modules.insert(module(pick(moduleCount)));
         }
         return modules;
     }
@@ -479,19 +484,21 @@ private:
     }
 
     std::mt19937 random;
+    std::size_t moduleCount;
     std::shared_ptr<Business> business = std::make_shared<Business>();
     CommandManager manager;
     Model model;
     bool pendingAreRedoCapable = true;
 };
 
-class ChangeTrackingWalk : public testing::TestWithParam<unsigned>
+class ChangeTrackingWalk : public testing::TestWithParam<std::tuple<unsigned, std::size_t>>
 {
 };
 
 TEST_P(ChangeTrackingWalk, AgreesWithThePlainRulesAfterEveryOperation)
 {
-    Walk walk(GetParam());
+    const auto [seed, modules] = GetParam();
+    Walk walk(seed, modules);
     std::vector<std::string> operations;
     for (int step = 0; step < 1500; ++step)
     {
@@ -504,7 +511,10 @@ TEST_P(ChangeTrackingWalk, AgreesWithThePlainRulesAfterEveryOperation)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, ChangeTrackingWalk, testing::Range(1U, 25U));
+INSTANTIATE_TEST_SUITE_P(FewModules, ChangeTrackingWalk,
+                         testing::Combine(testing::Range(1U, 25U), testing::Values(6)));
+INSTANTIATE_TEST_SUITE_P(ManyModules, ChangeTrackingWalk,
+                         testing::Combine(testing::Range(1U, 9U), testing::Values(150)));
 
 class ChangeTrackingBehaviour : public testing::Test
 {

@@ -8,11 +8,13 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <new>
 #include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace Valdane
 {
@@ -316,6 +318,119 @@ TEST_F(ChangeTrackingTest, ASaveReusesSetsWhereNoModuleJoins)
     EXPECT_TRUE(redoQueue[3].modules().modulesAfter[0].isSharedWith(redoQueue[3].modules().modulesOfCommand));
     EXPECT_TRUE(redoQueue[1].modules().modulesAfter[0].isSharedWith(redoQueue[2].modules().modulesAfter[0]));
     EXPECT_TRUE(redoQueue[0].modules().modulesAfter[0].isSharedWith(redoQueue[2].modules().modulesAfter[0]));
+}
+
+/// Many commands, each of which modifies a module of its own.
+class ChangeTrackingOfManyModules : public ChangeTrackingTest
+{
+protected:
+    static constexpr std::size_t count = 20'000;
+
+    ChangeTrackingOfManyModules()
+    {
+        for (const char& module : modules)
+        {
+            const std::set<const Object*> ofCommand = {reinterpret_cast<const Object*>(&module)};
+            undoQueue.pushBack(tracking.makeEntry(nullptr, ModuleSet(ofCommand), undoQueue));
+        }
+    }
+
+    double bytesOfAnEntry() const
+    {
+        return static_cast<double>(ValdaneTests::HeapUse::now().bytes - before.bytes) / count;
+    }
+
+    std::size_t modifiedModules(std::size_t tracker) const
+    {
+        std::set<const Object*> modified;
+        tracking.modulesAtPosition(tracker, undoQueue, redoQueue).insertInto(modified);
+        return modified.size();
+    }
+
+private:
+    std::vector<char> modules = std::vector<char>(count);
+    ValdaneTests::HeapUse before = ValdaneTests::HeapUse::now();
+};
+
+TEST_F(ChangeTrackingOfManyModules, EntriesStaySmall)
+{
+    EXPECT_LE(bytesOfAnEntry(), 200);
+    tracking.adjustOnSave(0, undoQueue, redoQueue);
+    EXPECT_LE(bytesOfAnEntry(), 280);
+    tracking.adjustOnSave(1, undoQueue, redoQueue);
+    EXPECT_LE(bytesOfAnEntry(), 200) << "of trackers that share their sets";
+    for (std::size_t undone = 0; undone < count / 2; ++undone)
+    {
+        undo();
+    }
+    EXPECT_EQ(modifiedModules(0), count / 2);
+    tracking.adjustOnSave(1, undoQueue, redoQueue);
+    EXPECT_LE(bytesOfAnEntry(), 330) << "of trackers with save points apart";
+    EXPECT_EQ(modifiedModules(0), count / 2);
+    EXPECT_EQ(modifiedModules(1), 0U);
+    undo();
+    EXPECT_EQ(modifiedModules(0), count / 2 + 1);
+    EXPECT_EQ(modifiedModules(1), 1U);
+}
+
+TEST_F(ChangeTrackingOfManyModules, ASaveAllocatesAFewTimesForAnEntry)
+{
+    const std::uint64_t allocations = ValdaneTests::HeapUse::now().allocations;
+    tracking.adjustOnSave(0, undoQueue, redoQueue);
+    EXPECT_LE(ValdaneTests::HeapUse::now().allocations - allocations, 3 * count + 10);
+}
+
+TEST_F(ChangeTrackingTest, ASaveAtThePositionOfTheOtherTrackersSaveSharesItsSets)
+{
+    for (const char* const modules : {"a", "b", "ab", "", "c"})
+    {
+        record(modules);
+    }
+    undo();
+    undo();
+    tracking.adjustOnSave(0, undoQueue, redoQueue);
+    EXPECT_NE(entries(0), entries(1));
+    tracking.adjustOnSave(1, undoQueue, redoQueue);
+    EXPECT_EQ(entries(0), "ab>ab ab>ab ab> > >c");
+    EXPECT_EQ(entries(1), entries(0));
+    for (const CommandQueue* const queue : {&undoQueue, &redoQueue})
+    {
+        for (std::size_t i = 0; i < queue->size(); ++i)
+        {
+            const EntryModules& modules = (*queue)[i].modules();
+            EXPECT_TRUE(modules.modulesBefore[0].isSharedWith(modules.modulesBefore[1])) << i;
+            EXPECT_TRUE(modules.modulesAfter[0].isSharedWith(modules.modulesAfter[1])) << i;
+        }
+    }
+}
+
+TEST_F(ChangeTrackingTest, ASaveForWhichThereIsNoMemoryChangesNothing)
+{
+    tracking.modulesBeforeFirstCommand = {setOf("x"), setOf("y")};
+    for (const char* const modules : {"a", "bc", "d", "e"})
+    {
+        record(modules);
+    }
+    undo();
+    undo();
+    const std::string before = entries(0);
+    std::size_t failures = 0;
+    for (bool isSaved = false; !isSaved;)
+    {
+        const ValdaneTests::FailingAllocation failing(failures);
+        try
+        {
+            tracking.adjustOnSave(0, undoQueue, redoQueue);
+            isSaved = true;
+        }
+        catch (const std::bad_alloc&)
+        {
+            ++failures;
+            ASSERT_EQ(entries(0), before) << failures;
+        }
+    }
+    EXPECT_GE(failures, 4U);
+    EXPECT_EQ(entries(0), "abc>bc bc> >d d>de");
 }
 
 TEST_F(ChangeTrackingTest, TheLimitKeepsTheSetBeforeTheLastEntryDropped)
