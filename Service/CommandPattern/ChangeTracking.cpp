@@ -1,11 +1,15 @@
 #include "Service/CommandPattern/ChangeTracking.h"
 
+#include "Service/CommandPattern/CommandManager.h"
+
 #include <algorithm>
 #include <utility>
 #include <vector>
 
 namespace Valdane
 {
+
+static_assert(TrackerCount == CommandManager::ChangeTrackerCount);
 
 const EntryModules EntryModules::none;
 
@@ -46,8 +50,8 @@ SharedModules share(const EntryModules& modules, const SharedModules& neighbour,
 // Tells which set of an entry is nearer to the save point and which is farther from it.
 struct Sides
 {
-    TrackedModules EntryModules::*near;
-    TrackedModules EntryModules::*far;
+    TrackedModules EntryModules::*nearer;
+    TrackedModules EntryModules::*farther;
 };
 
 // Returns the union of what was passed and of the modules of the entry's command.
@@ -57,10 +61,10 @@ struct Sides
 ModuleSet pass(const EntryModules& modules, const ModuleSet& passed, const Sides& sides)
 {
     ModuleSet united = passed.unitedWith(modules.modulesOfCommand);
-    for (std::size_t tracker = 0; tracker < modules.modulesBefore.size(); ++tracker)
+    for (std::size_t tracker = 0; tracker < TrackerCount; ++tracker)
     {
-        const ModuleSet& known = (modules.*sides.far)[tracker];
-        if ((modules.*sides.near)[tracker].isSharedWith(passed) && known == united)
+        const ModuleSet& known = (modules.*sides.farther)[tracker];
+        if ((modules.*sides.nearer)[tracker].isSharedWith(passed) && known == united)
         {
             return known;
         }
@@ -79,9 +83,9 @@ std::vector<SharedModules> accumulate(const CommandQueue& queue, std::size_t tra
     {
         const QueuedCommand& entry = queue[index - 1];
         EntryModules modules = entry.modules();
-        const ModuleSet near = std::exchange(passed, pass(modules, passed, sides));
-        (modules.*sides.near)[tracker] = near;
-        (modules.*sides.far)[tracker] = passed;
+        const ModuleSet passedBefore = std::exchange(passed, pass(modules, passed, sides));
+        (modules.*sides.nearer)[tracker] = passedBefore;
+        (modules.*sides.farther)[tracker] = passed;
         neighbour = share(modules, entry.sharedModules, neighbour);
         accumulated[index - 1] = neighbour;
     }
@@ -119,7 +123,7 @@ QueuedCommand ChangeTracking::makeEntry(std::shared_ptr<CommandBase>&& command, 
     EntryModules made;
     made.modulesBefore = before;
     made.modulesAfter.fill(made.modulesBefore.front().unitedWith(modules));
-    for (std::size_t tracker = 1; tracker < made.modulesAfter.size(); ++tracker)
+    for (std::size_t tracker = 1; tracker < TrackerCount; ++tracker)
     {
         if (!made.modulesBefore[tracker].isSharedWith(made.modulesBefore.front()))
         {
@@ -146,9 +150,9 @@ const ModuleSet& ChangeTracking::modulesAtPosition(std::size_t tracker, const Co
 void ChangeTracking::adjustOnSave(std::size_t tracker, CommandQueue& undoQueue, CommandQueue& redoQueue)
 {
     std::vector<SharedModules> undone = accumulate(
-        undoQueue, tracker, {.near = &EntryModules::modulesAfter, .far = &EntryModules::modulesBefore});
+        undoQueue, tracker, {.nearer = &EntryModules::modulesAfter, .farther = &EntryModules::modulesBefore});
     std::vector<SharedModules> redone = accumulate(
-        redoQueue, tracker, {.near = &EntryModules::modulesBefore, .far = &EntryModules::modulesAfter});
+        redoQueue, tracker, {.nearer = &EntryModules::modulesBefore, .farther = &EntryModules::modulesAfter});
     // From here on nothing fails.
     if (undoQueue.empty())
     {
