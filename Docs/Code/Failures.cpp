@@ -1,4 +1,4 @@
-// What failures leave: of commands, macros, listeners and threads.
+// What failures leave: of commands, macros, slots and threads.
 
 #include "Platform/Signals/Connection.h"
 #include "Service/CommandPattern/CommandBase.h"
@@ -67,7 +67,7 @@ public:
         {
             throw std::runtime_error("is locked");
         }
-        // Where failures are passed over, this is called for what has failed, too.
+        // A macro that skips failures calls this for a sub-command that failed, too.
         if (isAppended)
         {
             text.pop_back();
@@ -102,7 +102,7 @@ std::string joined(const std::list<std::string>& texts)
     return line.empty() ? "nothing" : line;
 }
 
-// A text, its history, and who hears of failures.
+// A text, its history, and a slot for failures.
 struct World
 {
     explicit World(const std::string& title) { std::cout << "== " << title << "\n"; }
@@ -174,9 +174,9 @@ void aMacroFails(const std::string& title, Fails how)
     world.show();
 }
 
-void aListenerFails()
+void aSlotFails()
 {
-    World world("a listener fails");
+    World world("a slot fails");
     const auto connection = world.manager.connectToSigCommandQueueChanged(
         [](CommandManager::QueueChangeReason) { throw std::runtime_error("window is closed"); });
     try
@@ -194,9 +194,9 @@ void aThreadFails()
 {
     World world("a thread fails on the worker");
     world.manager.addThreadedCommand(std::make_shared<Measure>());
-    std::cout << "under way: " << world.manager.isProcessingCommand() << "\n";
+    std::cout << "running: " << world.manager.isProcessingCommand() << "\n";
     world.manager.finalizeThread();
-    std::cout << "under way: " << world.manager.isProcessingCommand() << "\n";
+    std::cout << "running: " << world.manager.isProcessingCommand() << "\n";
     world.show();
 }
 
@@ -231,8 +231,8 @@ int main()
     aCommandFails();
     anUndoFails();
     aMacroFails("the third command of a macro fails", Fails::OnExecute);
-    aMacroFails("the third command of a macro throws what is no std::exception", Fails::Strangely);
-    aListenerFails();
+    aMacroFails("the third command of a macro throws a type of its own", Fails::Strangely);
+    aSlotFails();
     aThreadFails();
     someOfManyFail(3);
     someOfManyFail(2);

@@ -1,4 +1,4 @@
-// Threaded macros: which thread does what, progress, abort, failures that are passed over.
+// Threaded macros: which thread does what, progress, abort, failures that are skipped.
 
 #include "Platform/GeneralServices/LegacyProgress.h"
 #include "Platform/Multitasking/ThreadManager.h"
@@ -55,13 +55,22 @@ public:
         getProgress()->setComplete();
     }
 
-    void finishRun() override
+    void finishRun() override {}
+
+    // The parts belong to the caller's thread.
+    void sendFinishSignal(bool ok) override
     {
-        if (!isAborted())
+        if (ok)
         {
-            parts.push_back(part);
-            isDone = true;
+            handOver();
         }
+        ThreadedCommand::sendFinishSignal(ok);
+    }
+
+    void execute() override
+    {
+        ThreadedCommand::execute();
+        handOver();
     }
 
     void undo() override
@@ -77,11 +86,18 @@ public:
     {
         if (isDone)
         {
-            parts.push_back(part);
+            handOver();
         }
     }
 
 private:
+    void handOver()
+    {
+        note("keep " + part);
+        parts.push_back(part);
+        isDone = true;
+    }
+
     Parts& parts;
     std::string part;
     bool isDone = false;
@@ -145,6 +161,15 @@ void runMacro()
     manager.undo(1);
 }
 
+void runAsAnOrdinaryCommand()
+{
+    Parts parts;
+    Valdane::CommandManager manager;
+    manager.addCommand(std::make_shared<Load>(parts, "base"));
+    manager.undo(1);
+    manager.redo(1);
+}
+
 void runSynchronously()
 {
     Parts parts;
@@ -200,7 +225,7 @@ void abortInANestedMacro()
     note(manager.canUndo() ? "there is something to undo" : "there is nothing to undo");
 }
 
-void passOverFailures()
+void skipFailures()
 {
     Parts parts;
     Valdane::CommandManager manager;
@@ -232,12 +257,14 @@ int main()
     runMacro();
     std::cout << "Synchronous mode:\n";
     runSynchronously();
+    std::cout << "An ordinary command:\n";
+    runAsAnOrdinaryCommand();
     std::cout << "Progress:\n";
     showProgress();
     std::cout << "Abort:\n";
     abortHalfWay();
     std::cout << "Abort in a nested macro:\n";
     abortInANestedMacro();
-    std::cout << "Failures are passed over:\n";
-    passOverFailures();
+    std::cout << "Failures are skipped:\n";
+    skipFailures();
 }

@@ -23,7 +23,7 @@
 namespace
 {
 
-// Sums up one column of numbers. What it changes is only set by finishRun(), so that an abort leaves nothing behind.
+// Sums up one column of numbers on the worker, and adds the sum to the total on the caller's thread.
 class SumUp : public Valdane::ThreadedCommand
 {
 public:
@@ -45,16 +45,20 @@ public:
         }
     }
 
-    void finishRun() override
+    void finishRun() override {}
+
+    // On the caller's thread. False after an abort, even one that comes after the run.
+    void sendFinishSignal(bool ok) override
     {
-        if (!isAborted())
+        if (ok)
         {
             total += sum;
             isDone = true;
         }
+        ThreadedCommand::sendFinishSignal(ok);
     }
 
-    // Called after an abort, too, whether the run has seen it or not.
+    // A macro calls this for an aborted thread, too.
     void undo() override
     {
         if (isDone)
@@ -70,17 +74,6 @@ public:
         {
             total += sum;
         }
-    }
-
-    // An abort may come when the run is over.
-    void sendFinishSignal(bool ok) override
-    {
-        if (!ok)
-        {
-            undo();
-            isDone = false;
-        }
-        ThreadedCommand::sendFinishSignal(ok);
     }
 
 private:

@@ -30,9 +30,9 @@ public:
     {
     }
 
+    // On the worker: reads and writes nothing but what belongs to this command.
     void run() override
     {
-        // What an abort leaves unfinished is nowhere to be seen: the result is only set by finishRun().
         isDone = false;
         sum = 0;
         for (std::uint64_t i = 1; i <= last && !isAborted(); ++i)
@@ -41,16 +41,30 @@ public:
         }
     }
 
-    void finishRun() override
+    void finishRun() override {}
+
+    // On the caller's thread, to which the total belongs. False after an abort, even one that comes after the run.
+    void sendFinishSignal(bool ok) override
     {
-        if (!isAborted())
+        if (ok)
         {
-            std::swap(total, sum);
-            isDone = true;
+            handOver();
         }
+        else
+        {
+            takeBack();
+        }
+        ThreadedCommand::sendFinishSignal(ok);
     }
 
-    // A macro that is aborted calls this for what was aborted, too.
+    // addCommand() and a plain macro call this, and send no finish signal.
+    void execute() override
+    {
+        ThreadedCommand::execute();
+        handOver();
+    }
+
+    // A macro calls this for an aborted or failed thread, too.
     void undo() override
     {
         if (isDone)
@@ -65,18 +79,20 @@ public:
         undo();
     }
 
-    // An abort may come when the run is over: what finishRun() did is taken back, for good.
-    void sendFinishSignal(bool ok) override
+private:
+    void handOver()
     {
-        if (!ok)
-        {
-            undo();
-            isDone = false;
-        }
-        ThreadedCommand::sendFinishSignal(ok);
+        std::swap(total, sum);
+        isDone = true;
     }
 
-private:
+    // There is something to take back only if a slot that was told true has thrown.
+    void takeBack()
+    {
+        undo();
+        isDone = false;
+    }
+
     std::uint64_t& total;
     std::uint64_t last;
     std::uint64_t sum = 0;
@@ -159,4 +175,7 @@ int main()
     macro->addCommand(std::make_shared<AddUp>(total, 5'000'000));
     abortLate(macro);
     std::cout << "aborted macro: " << total << "\n";
+    Valdane::CommandManager manager;
+    manager.addCommand(std::make_shared<AddUp>(total, 10));
+    std::cout << "without a worker: " << total << "\n";
 }
