@@ -15,6 +15,7 @@
 #include <spdlog/sinks/base_sink.h>
 #include <spdlog/spdlog.h>
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <iostream>
@@ -40,12 +41,32 @@ using Valdane::ThreadedMacroCommand;
 namespace
 {
 
+// A document of one module, with its mark.
+class Document : public Valdane::ModuleAccessInterface
+{
+public:
+    std::set<const Object*> getModifiedModulesFromBusiness() override
+    {
+        return isMarked ? std::set<const Object*>{&module} : std::set<const Object*>{};
+    }
+
+    void markAllModulesInBusinessAsUnmodified() override { isMarked = false; }
+
+    bool isMarked = false;
+
+private:
+    Object module{"document"};
+};
+
 // Appends letters to a text, but no question mark.
 class TypeCmd : public CommandBase
 {
 public:
-    TypeCmd(std::string& changedText, const std::string& typed)
-        : CommandBase("Type '" + typed + "'"), text(changedText), letters(typed)
+    TypeCmd(std::string& changedText, const std::string& typed, Document* changedDocument)
+        : CommandBase("Type '" + typed + "'"),
+          text(changedText),
+          letters(typed),
+          document(changedDocument)
     {
     }
 
@@ -56,25 +77,37 @@ public:
             throw std::runtime_error("no questions");
         }
         text += letters;
+        if (document != nullptr)
+        {
+            document->isMarked = true;
+        }
     }
 
     void undo() override { text.resize(text.size() - letters.size()); }
 
-    // One command that does what this one and the next do; empty after the end of a word.
-    std::shared_ptr<TypeCmd> joinedWith(const TypeCmd& next) const
+    // Makes this command do what the next one did, too. False after the end of a word, and if the
+    // next one changes something else.
+    bool takeUp(const TypeCmd& next)
     {
-        return letters.back() == ' ' ? nullptr
-                                     : std::make_shared<TypeCmd>(text, letters + next.letters);
+        if (letters.back() == ' ' || &next.text != &text || next.document != document)
+        {
+            return false;
+        }
+        letters += next.letters;
+        setDescription("Type '" + letters + "'");
+        return true;
     }
 
 private:
     std::string& text;
     std::string letters;
+    Document* document;
 };
 
-std::shared_ptr<TypeCmd> typing(std::string& text, const std::string& letters)
+std::shared_ptr<TypeCmd> typing(std::string& text, const std::string& letters,
+                                Document* document = nullptr)
 {
-    return std::make_shared<TypeCmd>(text, letters);
+    return std::make_shared<TypeCmd>(text, letters, document);
 }
 
 void title(const std::string& text)
@@ -199,23 +232,6 @@ void showTheHistory()
     print(historyRows(manager, mark));
 }
 
-// A document of one module, with its mark.
-class Document : public Valdane::ModuleAccessInterface
-{
-public:
-    std::set<const Object*> getModifiedModulesFromBusiness() override
-    {
-        return isMarked ? std::set<const Object*>{&module} : std::set<const Object*>{};
-    }
-
-    void markAllModulesInBusinessAsUnmodified() override { isMarked = false; }
-
-    bool isMarked = false;
-
-private:
-    Object module{"document"};
-};
-
 bool mustAskBeforeClosing(const CommandManager& manager)
 {
     return !manager.getModifiedModules(0).empty();
@@ -295,20 +311,28 @@ void record()
     std::cout << "'" << text << "'\n";
 }
 
+// What differs from each of the two save points.
+std::array<std::set<const Object*>, 2> modifiedModules(const CommandManager& manager)
+{
+    return {manager.getModifiedModules(0), manager.getModifiedModules(1)};
+}
+
 // Executes the next letters, and makes one step of them and the letters before.
 bool type(CommandManager& manager, const std::shared_ptr<TypeCmd>& next)
 {
-    const auto last = std::dynamic_pointer_cast<const TypeCmd>(manager.getUndoCommand());
-    const auto both = last == nullptr ? nullptr : last->joinedWith(*next);
+    const auto top = std::const_pointer_cast<CommandBase>(manager.getUndoCommand());
+    const auto last = std::dynamic_pointer_cast<TypeCmd>(top);
+    const auto modifiedBefore = modifiedModules(manager);
     if (!manager.addCommand(next))
     {
         return false;
     }
-    if (both != nullptr)
+    // At a save point the sets differ: the step would begin before the save and end after it.
+    const bool mayJoin =
+        manager.getUndoCommand() == next && modifiedModules(manager) == modifiedBefore;
+    if (last != nullptr && mayJoin && last->takeUp(*next))
     {
         manager.takeLastExecutedCommand();
-        manager.takeLastExecutedCommand();
-        manager.addExecutedCommand(both);
     }
     return true;
 }
@@ -325,6 +349,36 @@ void typeWords()
     print(manager.collectUndoCommandDescriptions());
     manager.undo(1);
     std::cout << "'" << text << "'\n";
+}
+
+void saveWhileTyping()
+{
+    title("typing and saving");
+    std::string text;
+    CommandManager manager;
+    const auto document = std::make_shared<Document>();
+    manager.setModuleAccessInterface(document);
+    const auto show = [&](const std::string& done)
+    {
+        std::cout << done << ": '" << text << "', modified: " << mustAskBeforeClosing(manager)
+                  << "\n";
+    };
+    type(manager, typing(text, "t", document.get()));
+    type(manager, typing(text, "o", document.get()));
+    show("typed");
+    onSaved(manager, *document);
+    show("saved");
+    type(manager, typing(text, "d", document.get()));
+    type(manager, typing(text, "o", document.get()));
+    show("typed");
+    print(manager.collectUndoCommandDescriptions());
+    manager.undo(1);
+    show("undone");
+    manager.undo(1);
+    show("undone");
+    type(manager, typing(text, "x", document.get()));
+    manager.undo(1);
+    show("typed, undone");
 }
 
 // Executes a command for each letter, one after another: all of them, or none.
@@ -528,6 +582,7 @@ int main()
     showTheProgressOfAnUndo();
     record();
     typeWords();
+    saveWhileTyping();
     typeGroups();
     limitTheHistory();
     refuseEdits();

@@ -1,13 +1,16 @@
 // Commands of another framework, first as they are, then rewritten; and states that are copied.
 
+#include "Platform/Parameterization/Object.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandPattern/ModuleAccessInterface.h"
 
 #include <spdlog/spdlog.h>
 
 #include <functional>
 #include <iostream>
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -15,6 +18,7 @@
 
 using Valdane::CommandBase;
 using Valdane::CommandManager;
+using Valdane::Object;
 
 namespace Before
 {
@@ -94,16 +98,38 @@ private:
 namespace
 {
 
+// The whole document is one module; every command marks it.
+class Document : public Valdane::ModuleAccessInterface
+{
+public:
+    std::set<const Object*> getModifiedModulesFromBusiness() override
+    {
+        return isMarked ? std::set<const Object*>{&module} : std::set<const Object*>{};
+    }
+
+    void markAllModulesInBusinessAsUnmodified() override { isMarked = false; }
+
+    bool isMarked = false;
+
+private:
+    Object module{"document"};
+};
+
 // A command of before, run by the manager of now.
 class AdaptedCmd : public CommandBase
 {
 public:
-    explicit AdaptedCmd(std::unique_ptr<Before::UndoCommand> old)
-        : CommandBase(old->text), command(std::move(old))
+    AdaptedCmd(std::unique_ptr<Before::UndoCommand> old, Document& changed)
+        : CommandBase(old->text), command(std::move(old)), document(changed)
     {
     }
 
-    void execute() override { command->redo(); }
+    void execute() override
+    {
+        command->redo();
+        document.isMarked = true;
+    }
+
     void undo() override { command->undo(); }
 
     // Whether this command does now what the next one did.
@@ -115,14 +141,24 @@ public:
 
 private:
     std::unique_ptr<Before::UndoCommand> command;
+    Document& document;
 };
 
+// Both save points.
+bool isModified(const CommandManager& manager)
+{
+    return !manager.getModifiedModules(0).empty() && !manager.getModifiedModules(1).empty();
+}
+
 // What push() did.
-void push(CommandManager& manager, std::unique_ptr<Before::UndoCommand> command)
+void push(CommandManager& manager, Document& document, std::unique_ptr<Before::UndoCommand> command)
 {
     const auto last = std::dynamic_pointer_cast<const AdaptedCmd>(manager.getUndoCommand());
-    const auto next = std::make_shared<AdaptedCmd>(std::move(command));
-    if (manager.addCommand(next) && last != nullptr && last->mergeWith(*next))
+    const auto next = std::make_shared<AdaptedCmd>(std::move(command), document);
+    // A command that was saved stays as it is.
+    const bool mayMerge = last != nullptr && isModified(manager);
+    if (manager.addCommand(next) && mayMerge && manager.getUndoCommand() == next &&
+        last->mergeWith(*next))
     {
         manager.takeLastExecutedCommand();
     }
@@ -160,13 +196,37 @@ void pushCommandsOfBefore()
     std::cout << "== commands of before\n";
     std::string title = "Untitled";
     CommandManager manager;
-    push(manager, std::make_unique<Before::SetTitle>(title, "P"));
-    push(manager, std::make_unique<Before::SetTitle>(title, "Plan"));
+    const auto document = std::make_shared<Document>();
+    manager.setModuleAccessInterface(document);
+    push(manager, *document, std::make_unique<Before::SetTitle>(title, "P"));
+    push(manager, *document, std::make_unique<Before::SetTitle>(title, "Plan"));
     std::cout << title << ", steps: " << manager.getQueueSize() << "\n";
     manager.undo(1);
     std::cout << title << "\n";
     manager.redo(1);
     std::cout << title << "\n";
+}
+
+void saveBetweenTwoPushes()
+{
+    std::cout << "== a save between two pushes\n";
+    std::string title = "Untitled";
+    CommandManager manager;
+    const auto document = std::make_shared<Document>();
+    manager.setModuleAccessInterface(document);
+    const auto show = [&](const std::string& done)
+    {
+        const bool isSaved = manager.getModifiedModules(0).empty();
+        std::cout << done << ": " << title << ", steps: " << manager.getQueueSize()
+                  << ", clean: " << isSaved << "\n";
+    };
+    push(manager, *document, std::make_unique<Before::SetTitle>(title, "P"));
+    manager.adjustOnSave(0);
+    show("saved");
+    push(manager, *document, std::make_unique<Before::SetTitle>(title, "Plan"));
+    show("pushed");
+    manager.undo(1);
+    show("undone");
 }
 
 void addRewrittenCommand()
@@ -231,6 +291,7 @@ int main()
     spdlog::set_level(spdlog::level::off);
     std::cout << std::boolalpha;
     pushCommandsOfBefore();
+    saveBetweenTwoPushes();
     addRewrittenCommand();
     copyStates();
 }

@@ -52,16 +52,20 @@ public:
         }
     }
 
-    void finishRun() override
+    void finishRun() override {}
+
+    // On the caller's thread, to which the total belongs.
+    void sendFinishSignal(bool ok) override
     {
-        if (!isAborted())
+        if (ok)
         {
             std::swap(total, sum);
             isDone = true;
         }
+        ThreadedCommand::sendFinishSignal(ok);
     }
 
-    // A macro calls both for what was aborted or failed, too.
+    // A macro calls both for an aborted or failed thread, too.
     void undo() override
     {
         if (isDone)
@@ -73,17 +77,6 @@ public:
     void redo() override
     {
         undo();
-    }
-
-    // An abort may come when the run is over.
-    void sendFinishSignal(bool ok) override
-    {
-        if (!ok)
-        {
-            undo();
-            isDone = false;
-        }
-        ThreadedCommand::sendFinishSignal(ok);
     }
 
     std::thread::id caller = std::this_thread::get_id();
