@@ -8,6 +8,7 @@
 
 #include <spdlog/spdlog.h>
 
+#include <cstdint>
 #include <iomanip>
 #include <iostream>
 #include <memory>
@@ -66,6 +67,15 @@ private:
     const Object& module;
 };
 
+// Changes something that can be undone, but not redone.
+class EditOnce : public Edit
+{
+public:
+    using Edit::Edit;
+
+    bool isRedoCapable() override { return false; }
+};
+
 // Does not work.
 class Failing : public Valdane::CommandBase
 {
@@ -94,6 +104,17 @@ public:
     std::shared_ptr<Edit> edit(const std::shared_ptr<Object>& module) const
     {
         return std::make_shared<Edit>(*marks, *module);
+    }
+
+    std::shared_ptr<Edit> editOnce(const std::shared_ptr<Object>& module) const
+    {
+        return std::make_shared<EditOnce>(*marks, *module);
+    }
+
+    void limitTo(std::uint32_t size)
+    {
+        manager.setMaxQueueSize(size);
+        manager.setUsesMaxQueueSize(true);
     }
 
     void after(const std::string& step) const { line(step, modified(Saved), modified(Exported)); }
@@ -192,21 +213,20 @@ void aFailure()
     marks->markAllModulesInBusinessAsUnmodified();
     session.after("reset the marks");
 
-    const auto resetMarks = [&marks = *session.marks](const char*, const std::string&)
+    const auto resetMarks = [&own = *session.marks](const char*, const std::string&)
     {
-        marks.markAllModulesInBusinessAsUnmodified();
+        own.markAllModulesInBusinessAsUnmodified();
     };
     const auto connection = manager.connectToSigCommandFailed(resetMarks);
     manager.addCommand(macro);
-    session.after("macro, with a listener");
+    session.after("macro, with such a slot");
 }
 
 void theLimit()
 {
     Session session("a limit of one command");
     auto& [marks, manager] = session;
-    manager.setMaxQueueSize(1);
-    manager.setUsesMaxQueueSize(true);
+    session.limitTo(1);
     manager.addCommand(session.edit(marks->pumps));
     session.after("edit pumps");
     manager.addCommand(session.edit(marks->pipes));
@@ -231,8 +251,7 @@ void clearing()
     session.after("edit pumps, save, edit pipes");
     manager.clear();
     session.after("clear");
-    manager.setMaxQueueSize(0);
-    manager.setUsesMaxQueueSize(true);
+    session.limitTo(0);
     session.after("limit 0 after that");
 }
 
@@ -284,6 +303,78 @@ void twoCommandsReplacedByOne()
     session.after("undo");
 }
 
+void theOnlyCommandCannotBeRedone()
+{
+    Session session("the only command is undone and cannot be redone");
+    auto& [marks, manager] = session;
+    manager.addCommand(session.editOnce(marks->pumps));
+    manager.adjustOnSave(Saved);
+    session.after("edit pumps, save");
+    manager.undo(1);
+    session.after("undo: pumps differ");
+    marks->mark(*marks->pumps);
+    manager.clear();
+    marks->markAllModulesInBusinessAsUnmodified();
+    session.after("mark, clear, reset the marks");
+}
+
+void oneOfTwoCommandsCannotBeRedone()
+{
+    Session session("the same with an older command below it");
+    auto& [marks, manager] = session;
+    manager.addCommand(session.edit(marks->pipes));
+    manager.addCommand(session.editOnce(marks->pumps));
+    manager.adjustOnSave(Saved);
+    session.after("edit pipes, edit pumps, save");
+    manager.undo(1);
+    session.after("undo");
+}
+
+void theLimitAndTheOnlyCommandIsTaken()
+{
+    Session session("a limit of one command, which is taken");
+    auto& [marks, manager] = session;
+    session.limitTo(1);
+    manager.addCommand(session.edit(marks->pumps));
+    manager.addCommand(session.edit(marks->pipes));
+    session.after("edit pumps, edit pipes");
+    manager.takeLastExecutedCommand();
+    session.after("take: both differ");
+}
+
+void theLimitAndTheOnlyCommandIsUndone()
+{
+    Session session("a limit of one command, which is undone and cannot be redone");
+    auto& [marks, manager] = session;
+    session.limitTo(1);
+    manager.addCommand(session.edit(marks->pumps));
+    manager.addCommand(session.editOnce(marks->pipes));
+    session.after("edit pumps, edit pipes");
+    manager.undo(1);
+    session.after("undo: pumps differ");
+}
+
+void theSavedCommandIsTaken()
+{
+    Session session("loaded to be saved, and the only command is taken after the save");
+    auto& [marks, manager] = session;
+    manager.markAllModulesBeforeFirstCommandAsModified();
+    manager.addCommand(session.edit(marks->pumps));
+    manager.adjustOnSave(Saved);
+    session.after("edit pumps, save");
+    manager.takeLastExecutedCommand();
+    session.after("take: nothing differs");
+}
+
+void aLimitOfNone()
+{
+    Session session("a limit of no command");
+    auto& [marks, manager] = session;
+    session.limitTo(0);
+    manager.addCommand(session.edit(marks->pumps));
+    session.after("edit pumps: pumps differ");
+}
+
 } // namespace
 
 int main()
@@ -299,4 +390,10 @@ int main()
     loadedToBeSaved();
     changedByNoCommand();
     twoCommandsReplacedByOne();
+    theOnlyCommandCannotBeRedone();
+    oneOfTwoCommandsCannotBeRedone();
+    theLimitAndTheOnlyCommandIsTaken();
+    theLimitAndTheOnlyCommandIsUndone();
+    theSavedCommandIsTaken();
+    aLimitOfNone();
 }
