@@ -155,8 +155,8 @@ public:
 
     void onSaved() { ahead = 0; }
 
-    // How many steps lead there: to be redone or, negative, to be undone. None do where this is
-    // empty, or leads past the ends of the history.
+    // The number of steps that lead there: to be redone or, if negative, to be undone. No steps do
+    // if this is empty or leads past the ends of the history.
     std::optional<std::int64_t> getAhead() const { return ahead; }
 
 private:
@@ -461,12 +461,12 @@ void refuseEdits()
 
 bool mayEdit(const CommandManager& manager)
 {
-    const auto underWay = manager.getCurrentThreadedCommand();
-    if (underWay == nullptr)
+    const auto running = manager.getCurrentThreadedCommand();
+    if (running == nullptr)
     {
         return !manager.isProcessingCommand();
     }
-    const auto* thread = dynamic_cast<const Thread*>(underWay.get());
+    const auto* thread = dynamic_cast<const Thread*>(running.get());
     return thread != nullptr && thread->blockingLevel() == Thread::BlockingLevel::None;
 }
 
@@ -493,7 +493,7 @@ private:
     BlockingLevel blocked;
 };
 
-// For closing a document: nothing is under way any more afterwards.
+// For closing a document: no threaded command is running afterwards.
 void stopThreadedCommand(CommandManager& manager)
 {
     while (manager.getCurrentThreadedCommand() != nullptr)
@@ -511,7 +511,7 @@ void blockWhileWorking()
     for (const auto level : {Thread::BlockingLevel::Everything, Thread::BlockingLevel::None})
     {
         manager.addThreadedCommand(std::make_shared<WorkCmd>(level));
-        std::cout << "under way: " << mayEdit(manager) << "\n";
+        std::cout << "running: " << mayEdit(manager) << "\n";
         stopThreadedCommand(manager);
     }
     const auto macro = std::make_shared<ThreadedMacroCommand>("Work twice");
@@ -522,12 +522,12 @@ void blockWhileWorking()
     manager.addThreadedCommand(macro);
     manager.addCommand(typing(text, "a"));
     manager.undo(1);
-    std::cout << "a macro under way: " << mayEdit(manager) << "\n";
+    std::cout << "a macro is running: " << mayEdit(manager) << "\n";
     stopThreadedCommand(manager);
     std::cout << "afterwards: " << mayEdit(manager) << ", can undo: " << manager.canUndo() << "\n";
 }
 
-// Hands each line on to the application's own log, which here is a list.
+// Writes each line to the application's own log, which here is a list.
 class OwnSink : public spdlog::sinks::base_sink<std::mutex>
 {
 public:
