@@ -194,7 +194,7 @@ public:
     }
 
 private:
-    // What the verb stands for; empty if it is not one that edits.
+    // The command for the verb; empty if the verb does not edit.
     std::shared_ptr<CommandBase> makeCommand(const std::string& verb, std::istream& words)
     {
         std::size_t number = 0;

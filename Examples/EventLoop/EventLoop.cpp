@@ -1,5 +1,5 @@
-// An application around an event loop that goes on while commands work on another thread: it shows how far they have
-// come, finalizes them when the loop gets there, and aborts them with Ctrl-C.
+// An application around an event loop. Its commands work on another thread. The loop shows their progress,
+// finalizes them, and aborts them on Ctrl-C.
 
 #include "Platform/Multitasking/ThreadManager.h"
 #include "Service/CommandPattern/CommandManager.h"
@@ -23,7 +23,8 @@
 namespace
 {
 
-// Sums up one column of numbers on the worker, and adds the sum to the total on the caller's thread.
+// Sums up one column of numbers on the worker, and adds the sum to the total on the caller's thread. Not for
+// addCommand(), which sends no finish signal.
 class SumUp : public Valdane::ThreadedCommand
 {
 public:
@@ -83,7 +84,7 @@ private:
     bool isDone = false;
 };
 
-// Has no end of its own: somebody must press Ctrl-C, which it does itself here.
+// Runs until Ctrl-C is pressed. Here it presses Ctrl-C itself.
 class WaitForever : public Valdane::ThreadedCommand
 {
 public:
@@ -114,7 +115,7 @@ public:
         waitForInterrupt();
     }
 
-    // Each step begins when the work of the one before it is over; the last one quits.
+    // Each step begins when the work of the one before has ended; the last one quits.
     void play(std::vector<std::function<void()>> session)
     {
         steps = std::move(session);
@@ -129,7 +130,7 @@ public:
         finalizeWhatHasEnded();
     }
 
-    // What waits for Ctrl-C is the last that keeps the loop running.
+    // Waiting for Ctrl-C is the last thing that keeps the loop running.
     void quit()
     {
         interrupt.cancel();
@@ -148,19 +149,19 @@ private:
 
     void finalizeWhatHasEnded()
     {
-        // Somebody may have finalized that run and started another one, which would be waited for.
+        // Somebody may have finalized that run and started another one, and finalizeThread() would wait for it.
         if (manager.getThreadManager()->isRunEnded())
         {
             manager.finalizeThread();
         }
-        // A macro may pass over a thread that could not be started, and no callback comes of that.
+        // A macro may have skipped a thread that could not be started. No callback comes then.
         while (manager.getCurrentThreadedCommand() && !manager.getThreadManager()->getCurrentThread())
         {
             manager.finalizeThread();
         }
     }
 
-    // The progress is driven by whichever thread works just then, and told there: so read it there, and post.
+    // The callback runs on the thread that is doing the work, so it reads the progress there and posts.
     void showProgressOf(Valdane::ThreadedMacroCommand& macro)
     {
         const auto show = [this, shown = 0, &progress = *macro.getProgress()]() mutable
@@ -194,7 +195,7 @@ private:
         steps.at(next++)();
     }
 
-    // The manager dies first, and waits for its worker: what that posts last finds the loop.
+    // The manager is destroyed first and waits for its worker, so the worker's last post finds the loop.
     boost::asio::io_context loop;
     boost::asio::signal_set interrupt{loop, SIGINT};
     std::vector<std::function<void()>> steps;
@@ -222,7 +223,7 @@ int main()
         std::cout << what << ": total " << total << ", to undo: " << manager.getQueueSize() << "\n";
     };
 
-    // The loop has no turn before the run is over, and finalizes it only then.
+    // Keeps the loop waiting until the run has ended, so that the abort comes before the loop finalizes.
     const auto abortLate = [&]
     {
         while (!manager.getThreadManager()->isRunEnded())

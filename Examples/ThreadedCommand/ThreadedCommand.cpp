@@ -1,5 +1,5 @@
-// A command that works on another thread, three ways to learn that it is time to finalize it, and an abort that comes
-// late.
+// A command that works on another thread, three ways to learn that it is time to finalize it, and an abort that
+// comes late.
 
 #include "Service/CommandPattern/ThreadedCommand.h"
 
@@ -43,7 +43,7 @@ public:
 
     void finishRun() override {}
 
-    // On the caller's thread, to which the total belongs. False after an abort, even one that comes after the run.
+    // On the caller's thread, to which the total belongs. False after an abort, even one that comes late.
     void sendFinishSignal(bool ok) override
     {
         if (ok)

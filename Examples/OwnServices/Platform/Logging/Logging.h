@@ -12,7 +12,7 @@ namespace Valdane
 class Logging
 {
 public:
-    /// @param sourceFile  path of the source file that logs; its last part stands before every line.
+    /// @param sourceFile  path of the source file that logs; its last part is put before every line.
     explicit Logging(const std::string& sourceFile);
 
     /// Writes @p text if the journal wants details. The place in the source is not shown.

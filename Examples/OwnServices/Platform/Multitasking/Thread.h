@@ -41,7 +41,7 @@ public:
 protected:
     virtual void prepareRun() {}
 
-    /// Told of an abort, while the run goes on.
+    /// Called on an abort, while the run is running.
     virtual void abortRun() {}
 
 private:

@@ -29,26 +29,26 @@ public:
     /// Aborts the run and waits for its end.
     ~ThreadManager();
 
-    /// Has what is added from now on run by @p where, which outlives this manager.
+    /// Makes @p where, which outlives this manager, run all threads that are added from now on.
     ///
     /// @param whenEnded  called on the worker after every run; not empty, and must not throw.
-    /// @pre no run is under way (not checked).
+    /// @pre there is no thread (not checked).
     void runOn(Workshop::Worker& where, std::function<void()> whenEnded);
 
-    /// Starts the run of @p thread. Without a worker, runs it and tells it that it is over; lets out what it
-    /// throws.
+    /// Starts the run of @p thread. Without a worker, runs it to its end and calls its sendFinishSignal().
     ///
-    /// @throws VdException if a run is under way, which goes on then.
+    /// @throws VdException if there is a thread already, which is left alone; without a worker, what the run
+    ///         throws.
     void addThread(std::shared_ptr<Thread> thread);
 
-    /// Waits for the end of the run under way, if there is one. Then lets out what it threw, or tells it that
-    /// it is over.
+    /// Waits for the end of the run, if there is one. Then throws what the run threw, or calls
+    /// sendFinishSignal().
     void finalizeThread();
 
-    /// Asks the run under way, if there is one, to end early.
+    /// Asks the run, if there is one, to end early.
     void abortThreadExecution();
 
-    /// The thread under way, until finalizeThread(); empty if there is none.
+    /// The thread from addThread() until finalizeThread(); empty if there is none.
     std::shared_ptr<Thread> getCurrentThread() const;
 
     /// 0 without a worker, 1 with one.
