@@ -11,22 +11,22 @@ namespace Valdane
 class CommandManager;
 class MacroCommand;
 
-/// Records what a piece of code does: commands that are executed through the collector's own manager land in
-/// a target manager, one by one, and can be taken from there as one macro.
+/// Records what a piece of code does. The code executes its commands through the collector's own manager. The
+/// collector hands them to a target manager, one by one. They can be taken from there as one macro.
 ///
 ///     CommandCollector collector(manager);
 ///     collector.connect(true);
 ///     edit(*collector.getCommandManager());
 ///     std::shared_ptr<MacroCommand> recorded = collector.getExecutedCommands();
 ///
-/// While it is connected, the collector's manager hands each command over as soon as it is queued there, so
-/// that it is undone and redone in the target manager. What the target's addExecutedCommand() throws comes out
-/// of the operation of the collector's manager; the command is then in the target, as promised there, or,
-/// where it was not queued, in neither manager, although it was executed. In both cases it is not recorded;
-/// nor is one for which there is no memory.
+/// While it is connected, the collector hands each command over as soon as its manager has queued it. So the
+/// command is undone and redone in the target manager. The operation of the collector's manager throws what
+/// the target's addExecutedCommand() throws. The command is then in the target but not recorded or, if the
+/// target could not queue it, executed and in neither manager. A command for which there is no memory is not
+/// recorded either.
 ///
 /// Ownership: owns its manager, and shares the recorded commands. The target manager is not owned and must
-/// outlive the collector. Destroy the collector only when none of its manager's operations is under way.
+/// outlive the collector. Destroy the collector only while none of its manager's operations is running.
 /// Thread: the thread of both managers.
 class VALDANE_COMMANDPATTERN_EXPORT CommandCollector
 {
@@ -37,24 +37,22 @@ public:
     CommandCollector& operator=(const CommandCollector&) = delete;
     ~CommandCollector();
 
-    /// The manager through which to execute what is to be recorded; never null, lives as long as the
+    /// The manager through which to execute the commands to be recorded; never null, valid as long as the
     /// collector.
     CommandManager* getCommandManager() const;
 
-    /// Starts (true) or stops (false) handing over and recording. Either may be repeated.
-    /// @throws std::bad_alloc, nothing having changed.
+    /// Starts (true) or stops (false) handing over and recording. Both may be repeated.
+    /// @throws std::bad_alloc; nothing has changed then.
     void connect(bool connect);
 
     /// Ends one recording, and leaves the collector ready for the next.
     ///
-    /// Takes all commands out of the target manager, which is cleared by that; those that were not recorded
-    /// here are dropped.
+    /// Takes all commands out of the target manager and clears it. Drops those that were not recorded here.
     ///
-    /// @return a macro, never empty as a pointer, of the recorded commands that were in the target's undo
-    ///         queue, oldest first. One that was undone, dropped by the limit or merged into another is not
-    ///         among them.
-    /// @throws as CommandManager::takeExecutedCommands(), the recording then going on; std::bad_alloc, also
-    ///         after that: the commands have left the target then.
+    /// @return a macro, never a null pointer, of the recorded commands that were in the target's undo queue,
+    ///         oldest first; without those that were undone, dropped by the limit or merged into another.
+    /// @throws as CommandManager::takeExecutedCommands(); the recording then continues.
+    /// @throws std::bad_alloc, also when the commands have left the target already.
     /// Cost: linear in the target's undo queue, with a logarithm.
     std::shared_ptr<MacroCommand> getExecutedCommands();
 

@@ -15,19 +15,21 @@ namespace Valdane
 /// Sub-commands execute and redo first to last. They are undone last to first or, with the forward undo
 /// order, first to last.
 ///
-/// Failures. When a sub-command throws what is derived from `std::exception`, the macro writes an error line,
-/// rolls back the sub-commands that it has already passed, and lets the same exception object go on to the
-/// caller. The one that failed is not rolled back, so it should have left the data as it found them. What a
-/// roll-back throws takes the exception's place. Exceptions of other types pass through without a roll-back.
-/// Trace lines and the completion of its progress belong to a sub-command's work, so one that fails there has
-/// been done, and stays so. An error line that cannot be written is lost, and nothing else.
+/// Failures. If a sub-command throws an exception derived from `std::exception`, the macro writes an error
+/// line, rolls back the sub-commands before it, and rethrows the same exception object. It does not roll back
+/// the sub-command that failed: that must leave the data as it found them. Exceptions of other types pass
+/// through without a roll-back. Docs/failures.md has the whole table, for a failing roll-back too.
 ///
-/// All other operations change nothing if they fail; those that remove, look or move do not fail.
+/// All other operations change nothing if they throw. Those that remove, query or move sub-commands do not
+/// throw.
 ///
-/// Progress. Each sub-command owns a part of the macro's progress, the larger the slower it is.
+/// Progress. Each sub-command has a part of the macro's progress; a slower one has a larger part.
+///
+/// Cost: a nested macro takes stack for each level when it runs. Rates are asked for on every level, so the
+/// time for them grows with the square of the depth.
 ///
 /// @pre for all operations that run or query sub-commands (not checked): no sub-command is an empty pointer
-///      or moved from, and none adds commands to or removes them from the macro that is running it.
+///      or moved from. No sub-command adds commands to the macro that is running it, or removes some.
 ///
 /// Ownership: shares its sub-commands.
 /// Thread: as CommandBase.
@@ -46,28 +48,28 @@ public:
     /// No description. @param commands  the sub-commands in the order of execution, kept as they are.
     explicit MacroCommand(CommandList commands);
 
-    /// Takes over the sub-commands and the undo order too; see CommandBase.
+    /// Also takes over the sub-commands and the undo order; see CommandBase.
     MacroCommand(MacroCommand&&) noexcept;
     MacroCommand& operator=(MacroCommand&&) noexcept;
     ~MacroCommand() override;
 
-    /// Executes all sub-commands; on failure undoes those that were executed, in the macro's undo order.
+    /// Executes all sub-commands. On failure undoes those that were executed, in the macro's undo order.
     void execute() override;
 
-    /// Undoes all sub-commands; on failure redoes those that were undone, first to last.
+    /// Undoes all sub-commands. On failure redoes those that were undone, first to last.
     void undo() override;
 
-    /// Redoes all sub-commands; on failure undoes those that were redone, in the macro's undo order.
+    /// Redoes all sub-commands. On failure undoes those that were redone, in the macro's undo order.
     void redo() override;
 
-    /// The macro's own description or, where that is empty, the first one that is not among the
-    /// sub-commands'. The reference holds until descriptions or sub-commands change. Cost: up to linear.
+    /// The macro's own description or, if that is empty, the first sub-command's description that is not. The
+    /// reference is valid until a description or the list of sub-commands changes. Cost: up to linear.
     const std::string& getDescription() const override;
 
     /// The average of the sub-commands' rates. Cost: linear.
     LegacyProgress::Speed::Rate getSpeedRate() const override;
 
-    /// Whether all sub-commands are redo-capable; asks them in order, up to the first that is not.
+    /// Whether all sub-commands are redo-capable. Asks them in order, up to the first that is not.
     bool isRedoCapable() override;
 
     /// Appends @p command; empty is ignored.
@@ -79,11 +81,11 @@ public:
     /// Appends all of @p added, as they are. @throws std::bad_alloc, nothing being added then.
     void addCommands(const CommandList& added);
 
-    /// Executes @p command and then appends it; empty is ignored.
+    /// Executes @p command and then appends it; empty is ignored. The macro's own progress does not move.
     ///
-    /// The macro's own progress does not move. If @p command throws what is derived from `std::exception`,
-    /// all sub-commands of the macro are undone (by the virtual undo(), they stay in it), @p command is not
-    /// added, and the exception goes on to the caller.
+    /// If @p command throws an exception derived from `std::exception`, the macro undoes all its sub-commands
+    /// with the virtual undo() and rethrows the exception. The sub-commands stay in the macro, and @p command
+    /// is not added.
     void executeAndAdd(std::shared_ptr<CommandBase> command);
 
     /// Removes the last sub-command, if there is one.
@@ -106,40 +108,41 @@ public:
     std::shared_ptr<CommandBase> getLastCommand();
     std::shared_ptr<const CommandBase> getLastCommand() const;
 
-    /// Whether undo() goes first to last; false at first. The macro's progress is of no use during such an
-    /// undo: its parts lie the other way round, so that it is full after the first step.
+    /// Whether undo() undoes first to last; false at first. The macro's progress is of no use during such an
+    /// undo: its parts are in the opposite order, so it is full after the first step.
     bool getUseForwardUndoOrder() const;
     void setUseForwardUndoOrder(bool use);
 
     /// One command for a list of them.
     ///
-    /// @return empty for an empty list, the command itself for a list of one, else a macro of the list, which
-    ///         has no description.
+    /// @return empty for an empty list, the command itself for a list of one, else a macro of the list,
+    ///         without a description.
     static std::shared_ptr<CommandBase> getOrCreateSingleCommand(const CommandList& commands);
 
 protected:
-    /// Which way the sub-commands' parts of the progress lie.
+    /// The order of the sub-commands' parts of the progress.
     enum Prepare : int
     {
         Execute = 0, ///< first to last
         Undo = 1,    ///< last to first, whatever the undo order is
     };
 
-    /// Called before each sub-command's execute(), after its first trace line; not on undo and redo. What it
-    /// throws counts as the sub-command's failure. Does nothing, unless overridden.
+    /// Called before each sub-command's execute(), after its first trace line; not on undo and redo. An
+    /// exception of it is a failure of the sub-command. Does nothing, unless overridden.
     virtual void prepareExecute(std::shared_ptr<CommandBase> command);
 
     /// Called after each sub-command's execute(), before its second trace line; otherwise as
     /// prepareExecute().
     virtual void finalizeExecute(std::shared_ptr<CommandBase> command);
 
-    /// Run one sub-command between two trace lines with its log description, then complete its progress.
+    /// Run one sub-command between two trace lines with its log description, then complete its progress. A
+    /// trace line or a progress that throws is a failure of the sub-command, which stays done then.
     void executeCommand(std::shared_ptr<CommandBase> command);
     void undoCommand(std::shared_ptr<CommandBase> command);
     void redoCommand(std::shared_ptr<CommandBase> command);
 
-    /// Resets the macro's progress and hangs the sub-commands' progresses under it, each with the share that
-    /// its rate gets. Each sub-command is asked twice for its rate, and must answer the same.
+    /// Resets the macro's progress and puts the sub-commands' progresses under it, each with the share for
+    /// its rate. Asks each sub-command twice for its rate; the answers must be the same.
     void prepareProgress(Prepare layout);
 
 private:

@@ -12,29 +12,32 @@
 namespace Valdane
 {
 
-/// A command whose work is a thread's run, so that it need not hold up the caller's thread.
+/// A command whose work is a thread's run, so that the caller's thread need not wait for it.
 ///
-/// Derive from it, implement run() (the work), finishRun() (its closing step) and undo(), and hand the
-/// command to CommandManager::addThreadedCommand(). Handed to CommandManager::addCommand(), or as part of a
-/// plain MacroCommand, it runs on the caller's thread like any other command.
+/// Derive from it, implement run() (the work), finishRun() (its last step on the worker) and undo(), and pass
+/// the command to CommandManager::addThreadedCommand(). In CommandManager::addCommand() and in a plain
+/// MacroCommand it runs on the caller's thread like any other command.
 ///
-/// A run that is aborted is not kept for undo by the manager and nobody calls its undo(), so run() should
-/// leave the data as it found them when it returns because of isAborted(), and so should finishRun(), which
-/// is called after it all the same. An abort counts until CommandManager::finalizeThread(), so one can come
-/// too late for the run to see it; an overridden sendFinishSignal(), which is told false then, can revert
-/// what was done.
+/// Result. run() and finishRun() should use data of the command's own only. Hand the result over to the
+/// application's data in an overridden sendFinishSignal(true), which runs on the caller's thread before the
+/// command is queued. Override execute() to do the same after ThreadedCommand::execute(), which sends no
+/// finish signal.
 ///
-/// As part of a ThreadedMacroCommand its undo() is called after an abort, whether the run has seen it or
-/// not. So undo() must know whether there is something to undo.
+/// Abort. The manager does not queue an aborted command, and nobody calls its undo(). An abort counts until
+/// CommandManager::finalizeThread(), so it may come after the run has ended; sendFinishSignal() is told false
+/// then. finishRun() is also called after an aborted run().
+///
+/// In a ThreadedMacroCommand, undo() is also called for a thread that was aborted or whose failure was
+/// skipped. So undo() must know whether there is something to undo.
 ///
 /// redo() is execute() unless overridden: a whole run on the caller's thread. Neither resets isAborted().
 ///
-/// Neither copied nor moved: a run refers to its object while it goes on.
+/// Neither copied nor moved: a run refers to its object.
 ///
-/// Ownership: held by `std::shared_ptr`; the thread manager keeps it alive until the run is concluded.
-/// Thread: prepareRun(), run() and finishRun() on a worker thread, or on the caller's in synchronous mode and
-/// through execute(); redo(), undo() and all that is CommandBase's on the caller's thread. Drive the
-/// command's progress from the run only.
+/// Ownership: held by `std::shared_ptr`; the thread manager keeps it alive until the run is finalized.
+/// Thread: prepareRun(), run() and finishRun() on a worker thread; on the caller's in synchronous mode and
+/// through execute(). All other operations but isAborted() on the caller's thread. Drive the command's
+/// progress from the run only.
 class VALDANE_COMMANDPATTERN_EXPORT ThreadedCommand : public CommandBase, public Thread
 {
 public:
@@ -42,27 +45,29 @@ public:
     explicit ThreadedCommand(const std::string& description);
     ~ThreadedCommand() override;
 
-    /// Runs prepareRun(), run(), finishRun() on the calling thread, and sends no finish signal. Throws what
-    /// they throw.
+    /// Runs prepareRun(), run(), finishRun() on the calling thread. Sends no finish signal.
+    /// @throws what they throw.
     void execute() override;
 
     /// Whether CommandManager::addThreadedCommand() and finalizeThread() keep the command for undo; true,
-    /// unless overridden. Asked after each run that went well.
+    /// unless overridden. Asked after each run that succeeded.
     virtual bool isAddableToCommandManager() const;
 
-    /// Has @p slot told of the end of the next run: with true, or with false if it was aborted or failed, and
-    /// with this command. The slot is told once; a later run needs another connection, which the slot itself
-    /// may make. @throws std::bad_alloc, nobody being connected then.
+    /// Calls @p slot at the end of the next run, with this command: with true, or with false if the run was
+    /// aborted or failed. A thread of a ThreadedMacroCommand that fails on the worker tells nobody; the slot
+    /// then waits for the next run. The slot is called once. A later run needs another connection, which the
+    /// slot itself may make.
     ///
-    /// Runs on the thread that calls sendFinishSignal(): the caller's, with the thread manager of this
-    /// project.
+    /// The slot runs on the thread that calls sendFinishSignal(): with this project's thread manager the
+    /// caller's thread. @throws std::bad_alloc; nobody is connected then.
     void connectToRunFinishedSignal(const Signals::Slot<void(bool, const CommandBase*)>& slot);
 
-    /// Tells those who wait for the end of the run, and forgets them. Called by the thread manager and by
-    /// CommandManager::finalizeThread(); a second call tells nobody.
+    /// Calls the slots that wait for the end of the run, and disconnects them. The thread manager and
+    /// CommandManager::finalizeThread() call this. A second call tells nobody.
     ///
-    /// @param ok  whether the run came to its end and was not aborted.
-    /// @throws what a slot throws; the slots after it are not told then.
+    /// @param ok  true if the run came to its end and was not aborted. False follows true if a slot throws;
+    ///            not in a macro, and not in synchronous mode.
+    /// @throws what a slot throws; the slots after it are not called then.
     void sendFinishSignal(bool ok) override;
 
 protected:
