@@ -31,8 +31,8 @@ std::exception_ptr exceptionOf(const Call& call) noexcept
 
 } // namespace
 
-// The run under way. The worker shares it, and so never touches a manager that its run destroyed.
-struct VALDANE_MULTITASKING_NO_EXPORT ThreadManager::Slot
+// The manager's run, if there is one. The worker shares it, and so never touches a manager that its run destroyed.
+struct VALDANE_MULTITASKING_NO_EXPORT ThreadManager::Run
 {
     enum class Phase
     {
@@ -59,6 +59,7 @@ struct VALDANE_MULTITASKING_NO_EXPORT ThreadManager::Slot
     void end() noexcept;
     void abandon();
 
+    bool isAbandoned() const;
     bool isRunByThisThread() const;
     bool isEnded() const;
     bool waitForEnd(std::chrono::milliseconds timeout);
@@ -76,7 +77,7 @@ struct VALDANE_MULTITASKING_NO_EXPORT ThreadManager::Slot
     bool abandoned = false;
 };
 
-void ThreadManager::Slot::Outcome::conclude() const
+void ThreadManager::Run::Outcome::conclude() const
 {
     if (exception)
     {
@@ -88,7 +89,7 @@ void ThreadManager::Slot::Outcome::conclude() const
     }
 }
 
-void ThreadManager::Slot::fill(std::shared_ptr<Thread> newThread, std::function<void()> newRunEnded)
+void ThreadManager::Run::fill(std::shared_ptr<Thread> newThread, std::function<void()> newRunEnded)
 {
     thread = std::move(newThread);
     runEnded = std::move(newRunEnded);
@@ -96,7 +97,7 @@ void ThreadManager::Slot::fill(std::shared_ptr<Thread> newThread, std::function<
     phase = Phase::Running;
 }
 
-ThreadManager::Slot::Outcome ThreadManager::Slot::clear()
+ThreadManager::Run::Outcome ThreadManager::Run::clear()
 {
     const std::scoped_lock lock(mutex);
     phase = Phase::Idle;
@@ -107,7 +108,7 @@ ThreadManager::Slot::Outcome ThreadManager::Slot::clear()
             .abandoned = abandoned};
 }
 
-void ThreadManager::Slot::run()
+void ThreadManager::Run::run()
 {
     {
         const std::scoped_lock lock(mutex);
@@ -116,7 +117,7 @@ void ThreadManager::Slot::run()
     exception = exceptionOf([this] { thread->runAllSteps(); });
 }
 
-void ThreadManager::Slot::end() noexcept
+void ThreadManager::Run::end() noexcept
 {
     bool tell = false;
     {
@@ -131,29 +132,35 @@ void ThreadManager::Slot::end() noexcept
     }
 }
 
-void ThreadManager::Slot::abandon()
+void ThreadManager::Run::abandon()
 {
     {
         const std::scoped_lock lock(mutex);
         abandoned = true;
     }
-    // Nobody is left to be told of an exception.
-    exceptionOf([this] { thread->abort(); });
+    // abortRun may finalize the thread. Nobody is left to be told of an exception.
+    exceptionOf([aborted = thread] { aborted->abort(); });
 }
 
-bool ThreadManager::Slot::isRunByThisThread() const
+bool ThreadManager::Run::isAbandoned() const
+{
+    const std::scoped_lock lock(mutex);
+    return abandoned;
+}
+
+bool ThreadManager::Run::isRunByThisThread() const
 {
     const std::scoped_lock lock(mutex);
     return runner == std::this_thread::get_id();
 }
 
-bool ThreadManager::Slot::isEnded() const
+bool ThreadManager::Run::isEnded() const
 {
     const std::scoped_lock lock(mutex);
     return phase == Phase::Ended;
 }
 
-bool ThreadManager::Slot::waitForEnd(std::chrono::milliseconds timeout)
+bool ThreadManager::Run::waitForEnd(std::chrono::milliseconds timeout)
 {
     // The longest durations would overflow the clock's time point.
     constexpr std::chrono::milliseconds year = std::chrono::years(1);
@@ -163,16 +170,16 @@ bool ThreadManager::Slot::waitForEnd(std::chrono::milliseconds timeout)
     return ended.wait_until(lock, deadline, [this] { return phase != Phase::Running; });
 }
 
-ThreadManager::ThreadManager() : slot(std::make_shared<Slot>()) {}
+ThreadManager::ThreadManager() : current(std::make_shared<Run>()) {}
 
 ThreadManager::~ThreadManager()
 {
-    if (!slot->thread)
+    if (!current->thread)
     {
         return;
     }
-    slot->abandon();
-    if (worker.joinable() && slot->isRunByThisThread())
+    current->abandon();
+    if (worker.joinable() && current->isRunByThisThread())
     {
         worker.detach();
     }
@@ -188,13 +195,18 @@ void ThreadManager::addThread(std::shared_ptr<Thread> thread)
     {
         throw VdException("An empty thread cannot be run");
     }
-    if (slot->thread)
+    if (current->isAbandoned())
+    {
+        throw VdException("Thread '" + thread->getName() +
+                          "' cannot be run by a manager that is being destroyed");
+    }
+    if (current->thread)
     {
         throw VdException("Thread '" + thread->getName() + "' cannot be run while thread '" +
-                          slot->thread->getName() + "' is under way");
+                          current->thread->getName() + "' is under way");
     }
     thread->clearAborted();
-    slot->fill(std::move(thread), runEnded);
+    current->fill(std::move(thread), runEnded);
     if (threadingMode == 0)
     {
         runSynchronously();
@@ -207,18 +219,22 @@ void ThreadManager::addThread(std::shared_ptr<Thread> thread)
 
 void ThreadManager::startWorker()
 {
+    // The worker waits for this lock, since its run may destroy the manager: that is not touched after unlocking.
+    const auto kept = current;
+    std::unique_lock lock(kept->mutex);
     try
     {
         worker = std::thread(
-            [run = slot]
+            [kept]
             {
-                run->run();
-                run->end();
+                kept->run();
+                kept->end();
             });
     }
     catch (...)
     {
-        slot->clear();
+        lock.unlock();
+        kept->clear();
         throw;
     }
 }
@@ -226,7 +242,7 @@ void ThreadManager::startWorker()
 void ThreadManager::runSynchronously()
 {
     // The run or sendFinishSignal may destroy this manager.
-    const auto kept = slot;
+    const auto kept = current;
     kept->run();
     const auto outcome = kept->clear();
     if (outcome.exception && !outcome.abandoned)
@@ -239,24 +255,24 @@ void ThreadManager::runSynchronously()
 
 void ThreadManager::finalizeThread()
 {
-    if (!slot->thread)
+    if (!current->thread)
     {
         return;
     }
-    if (slot->isRunByThisThread())
+    if (current->isRunByThisThread())
     {
-        throw VdException("Thread '" + slot->thread->getName() +
+        throw VdException("Thread '" + current->thread->getName() +
                           "' cannot be finalized from within its own run");
     }
     worker.join();
-    const auto outcome = slot->clear();
+    const auto outcome = current->clear();
     outcome.conclude();
 }
 
 void ThreadManager::abortThreadExecution()
 {
     // abortRun may finalize the thread or destroy this manager.
-    if (const auto thread = slot->thread)
+    if (const auto thread = current->thread)
     {
         thread->abort();
     }
@@ -264,7 +280,7 @@ void ThreadManager::abortThreadExecution()
 
 std::shared_ptr<Thread> ThreadManager::getCurrentThread() const
 {
-    return slot->thread;
+    return current->thread;
 }
 
 std::int32_t ThreadManager::getThreadingMode() const
@@ -274,9 +290,9 @@ std::int32_t ThreadManager::getThreadingMode() const
 
 void ThreadManager::setThreadingMode(std::int32_t mode)
 {
-    if (slot->thread)
+    if (current->thread)
     {
-        throw VdException("The threading mode cannot be changed while thread '" + slot->thread->getName() +
+        throw VdException("The threading mode cannot be changed while thread '" + current->thread->getName() +
                           "' is under way");
     }
     threadingMode = mode;
@@ -290,16 +306,16 @@ void ThreadManager::setRunEndedCallback(std::function<void()> callback)
 
 bool ThreadManager::isRunEnded() const
 {
-    return slot->isEnded();
+    return current->isEnded();
 }
 
 bool ThreadManager::waitForRunEnd(std::chrono::milliseconds timeout)
 {
-    if (slot->isRunByThisThread())
+    if (current->isRunByThisThread())
     {
         return isRunEnded();
     }
-    return slot->waitForEnd(timeout);
+    return current->waitForEnd(timeout);
 }
 
 } // namespace Valdane

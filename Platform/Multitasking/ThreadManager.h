@@ -118,12 +118,12 @@ public:
     bool waitForRunEnd(std::chrono::milliseconds timeout);
 
 private:
-    struct Slot;
+    struct Run;
 
     void startWorker();
     void runSynchronously();
 
-    std::shared_ptr<Slot> slot;
+    std::shared_ptr<Run> current;
     std::thread worker;
     std::function<void()> runEnded;
     std::atomic<std::int32_t> threadingMode = 1;
