@@ -16,6 +16,10 @@ namespace
 
 using Callback = std::function<void()>;
 
+// Held by the watch alone, and so gone when the callback is replaced or its progress destroyed. The callback inside may
+// still be running then, and is held by who runs it.
+using Registration = std::shared_ptr<const Callback>;
+
 // One of the rates there are.
 int nearest(int rate) noexcept
 {
@@ -33,7 +37,7 @@ struct LegacyProgress::Watch
 {
     std::mutex mutex;
     std::shared_ptr<const LogMessage> message;
-    std::shared_ptr<const Callback> callback;
+    std::shared_ptr<const Registration> registration;
 };
 
 // Whom to tell of a change. It holds no progress, so that a callback may destroy any of them, and no callback
@@ -46,16 +50,16 @@ public:
         if (auto* record = changed.watch.load(std::memory_order_acquire))
         {
             const std::lock_guard lock(record->mutex);
-            if (record->callback)
+            if (record->registration)
             {
-                callbacks.emplace_back(record->callback);
+                registrations.emplace_back(record->registration);
             }
         }
     }
 
     void tell() const
     {
-        if (!callbacks.empty())
+        if (!registrations.empty())
         {
             tellAll();
         }
@@ -64,16 +68,22 @@ public:
 private:
     void tellAll() const
     {
-        for (const auto& listed : callbacks)
+        for (const auto& listed : registrations)
         {
-            if (const auto callback = listed.lock())
+            if (const auto callback = callbackOf(listed))
             {
                 (*callback)();
             }
         }
     }
 
-    std::vector<std::weak_ptr<const Callback>> callbacks;
+    static std::shared_ptr<const Callback> callbackOf(const std::weak_ptr<const Registration>& listed)
+    {
+        const auto registration = listed.lock();
+        return registration ? *registration : nullptr;
+    }
+
+    std::vector<std::weak_ptr<const Registration>> registrations;
 };
 
 // These are needed for each undo and redo, hence inline and before their uses.
@@ -273,11 +283,16 @@ std::shared_ptr<const LogMessage> LegacyProgress::getLastMessage() const
 
 void LegacyProgress::setChangeCallback(std::function<void()> callback)
 {
-    auto shared = callback ? std::make_shared<const Callback>(std::move(callback)) : nullptr;
+    std::shared_ptr<const Registration> registration;
+    if (callback)
+    {
+        registration =
+            std::make_shared<const Registration>(std::make_shared<const Callback>(std::move(callback)));
+    }
     auto& record = getOrMakeWatch();
     // What is exchanged dies after the lock: the destructor of a callback may do anything.
     const std::lock_guard lock(record.mutex);
-    record.callback.swap(shared);
+    record.registration.swap(registration);
 }
 
 // Exact at both ends, also where the range is narrow.
