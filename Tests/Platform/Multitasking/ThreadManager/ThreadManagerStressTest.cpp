@@ -1,5 +1,6 @@
 #include "Platform/Multitasking/Thread.h"
 #include "Platform/Multitasking/ThreadManager.h"
+#include "Tests/Support/Poller.h"
 
 #include <gtest/gtest.h>
 
@@ -61,38 +62,6 @@ protected:
     }
 };
 
-// Polls a manager from a thread of its own, as a progress display would.
-class Observer
-{
-public:
-    explicit Observer(const ThreadManager& manager)
-        : poller(
-              [this, &manager]
-              {
-                  while (!done)
-                  {
-                      polls += manager.isRunEnded() && manager.getThreadingMode() == 1 ? 1 : 0;
-                      std::this_thread::yield();
-                  }
-              })
-    {
-    }
-
-    Observer(const Observer&) = delete;
-    Observer& operator=(const Observer&) = delete;
-
-    ~Observer()
-    {
-        done = true;
-        poller.join();
-    }
-
-private:
-    std::atomic<bool> done = false;
-    std::atomic<int> polls = 0;
-    std::thread poller;
-};
-
 struct Outcome
 {
     bool aborted = false;
@@ -129,7 +98,8 @@ TEST(ThreadManagerStress, ThousandsOfShortRunsWithRacingAbortsAreAllConcluded)
     ThreadManager manager;
     std::atomic<int> callbacks = 0;
     manager.setRunEndedCallback([&callbacks] { ++callbacks; });
-    const Observer observer(manager);
+    const ValdaneTests::Poller display([&manager]
+                                       { return manager.isRunEnded() && manager.getThreadingMode() == 1; });
     for (int i = 0; i < runs; ++i)
     {
         const auto thread = std::make_shared<CountingThread>(i % 5 == 0);

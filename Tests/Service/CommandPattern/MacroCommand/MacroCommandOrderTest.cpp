@@ -5,6 +5,7 @@
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/Failures.h"
 #include "Tests/Support/RecordingCommand.h"
+#include "Tests/Support/SameObject.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -149,35 +150,6 @@ protected:
         Lines lines = step(operation, name);
         lines.resize(2);
         return lines;
-    }
-
-    /// Has what comes out of @p operation compared with what @p command throws in it: it must be one object.
-    static void expectSameObject(std::function<void()>& thrower, const std::function<void()>& operation)
-    {
-        const std::exception* thrown = nullptr;
-        thrower = [&]
-        {
-            try
-            {
-                fail();
-            }
-            catch (const std::exception& exception)
-            {
-                thrown = &exception;
-                throw;
-            }
-        };
-        try
-        {
-            operation();
-            FAIL() << "nothing thrown";
-        }
-        catch (const std::exception& exception)
-        {
-            EXPECT_EQ(&exception, thrown);
-            EXPECT_STREQ(exception.what(), "no power");
-        }
-        thrower = nullptr;
     }
 
     std::shared_ptr<RecordingCommand> a = std::make_shared<RecordingCommand>("A");

@@ -2,6 +2,7 @@
 #include "Service/CommandPattern/DelayedInitializedCommand.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
+#include "Tests/Support/Poller.h"
 #include "Tests/Support/ThreadingTest.h"
 
 #include <gtest/gtest.h>
@@ -125,38 +126,6 @@ private:
     int number;
 };
 
-/// Polls what may be polled from any thread, as a progress display would.
-class Display
-{
-public:
-    Display(const ThreadManager& threads, std::shared_ptr<const LegacyProgress> progress)
-        : poller(
-              [this, &threads, progress = std::move(progress)]
-              {
-                  while (!done)
-                  {
-                      polls += threads.isRunEnded() && progress->fraction() > 0 ? 1 : 0;
-                      std::this_thread::yield();
-                  }
-              })
-    {
-    }
-
-    Display(const Display&) = delete;
-    Display& operator=(const Display&) = delete;
-
-    ~Display()
-    {
-        done = true;
-        poller.join();
-    }
-
-private:
-    std::atomic<bool> done = false;
-    std::atomic<int> polls = 0;
-    std::thread poller;
-};
-
 class ThreadingStress : public ThreadingTest
 {
 protected:
@@ -227,7 +196,8 @@ protected:
         }
         manager->addThreadedCommand(run);
         {
-            const Display display(*threads, run->getProgress());
+            const ValdaneTests::Poller display([this, progress = run->getProgress()]
+                                               { return threads->isRunEnded() && progress->fraction() > 0; });
             if (below(8) == 0)
             {
                 manager->addThreadedCommand(makeRun(Fate::Succeeds));

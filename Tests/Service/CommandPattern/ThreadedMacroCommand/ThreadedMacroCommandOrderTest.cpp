@@ -1,5 +1,6 @@
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/RecordingCommand.h"
+#include "Tests/Support/SameObject.h"
 #include "Tests/Support/SmallStack.h"
 #include "Tests/Support/ThreadJournal.h"
 
@@ -149,35 +150,6 @@ protected:
     {
         EXPECT_FALSE(manager.isProcessingCommand());
         EXPECT_EQ(manager.getCurrentThreadedCommand(), nullptr);
-    }
-
-    /// Has what comes out of @p operation compared with what @p thrower throws in it: it must be one object.
-    static void expectSameObject(std::function<void()>& thrower, const std::function<void()>& operation)
-    {
-        const std::exception* thrown = nullptr;
-        thrower = [&]
-        {
-            try
-            {
-                fail();
-            }
-            catch (const std::exception& exception)
-            {
-                thrown = &exception;
-                throw;
-            }
-        };
-        try
-        {
-            operation();
-            FAIL() << "nothing thrown";
-        }
-        catch (const std::exception& exception)
-        {
-            EXPECT_EQ(&exception, thrown);
-            EXPECT_STREQ(exception.what(), "no power");
-        }
-        thrower = nullptr;
     }
 
     /// One sub-command, each line with the state @p at before it.
