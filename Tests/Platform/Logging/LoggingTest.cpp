@@ -96,6 +96,26 @@ private:
     bool throwsStandardException;
 };
 
+/// Throws a std::exception whose what() is null.
+class SpeechlessSink : public RecordingSink
+{
+public:
+    class Speechless : public std::exception
+    {
+    public:
+        const char* what() const noexcept override
+        {
+            return nullptr;
+        }
+    };
+
+protected:
+    void sink_it_(const spdlog::details::log_msg& /*message*/) override
+    {
+        throw Speechless();
+    }
+};
+
 /// Every test has a registry with nothing in it but a default logger that records.
 class LoggingTest : public testing::Test
 {
@@ -323,6 +343,16 @@ TEST_F(LoggingTest, WhatIsThrownThatIsNoStandardExceptionDoesNotReachTheCaller)
     const Logging logging("Service/Pump");
     EXPECT_NO_THROW(logError(logging, "leak"));
     EXPECT_EQ(errors.size(), 1U);
+}
+
+TEST_F(LoggingTest, AnExceptionWithoutTextDoesNotReachTheCallerAndTheLoggerCanStillBeUsed)
+{
+    spdlog::set_error_handler([](const std::string& /*error*/) {});
+    spdlog::get("common")->sinks() = {sink, std::make_shared<SpeechlessSink>()};
+    const Logging logging("Service/Pump");
+    EXPECT_NO_THROW(logError(logging, "leak"));
+    EXPECT_NO_THROW(logging.logERROR("burst", nullptr, nullptr, 0));
+    EXPECT_THAT(sink->texts(), ElementsAre("leak", "burst"));
 }
 
 TEST_F(LoggingTest, WhatTheErrorHandlerThrowsDoesNotReachTheCaller)

@@ -283,12 +283,13 @@ TEST_F(LegacyProgressNotification, OthersReadAndListenWhileOneThreadDrives)
     constexpr int Steps = 2000;
     std::atomic<int> calls{0};
     std::atomic<int> callsOfPart{0};
-    std::atomic<bool> isReading{false};
+    ValdaneTests::Rendezvous listening(2);
     std::atomic<bool> isDriven{false};
     std::thread reader(
         [&]
         {
             bar.setChangeCallback([&calls] { ++calls; });
+            listening.meet();
             double last = 0.0;
             do
             {
@@ -299,11 +300,9 @@ TEST_F(LegacyProgressNotification, OthersReadAndListenWhileOneThreadDrives)
                 last = now;
                 const auto text = lastTextOf(bar);
                 EXPECT_TRUE(text == "none" || text.starts_with("step ")) << text;
-                isReading = true;
-                isReading.notify_one();
             } while (!isDriven);
         });
-    isReading.wait(false);
+    listening.meet();
     for (int step = 1; step <= Steps; ++step)
     {
         part->moveTo(static_cast<double>(Full) / Steps * step);
