@@ -4,7 +4,7 @@ namespace Valdane
 {
 
 VdException::VdException(const std::string& text, const std::source_location& place)
-    : message(std::make_shared<const std::string>(text)), location(place)
+    : valdaneMessage(std::make_shared<const std::string>(text)), valdaneLocation(place)
 {
 }
 
@@ -12,13 +12,13 @@ VdException::~VdException() = default;
 
 const char* VdException::what() const noexcept
 {
-    return message->c_str();
+    return valdaneMessage->c_str();
 }
 
 std::string VdException::getLocation() const
 {
-    return std::string(location.file_name()) + ":" + std::to_string(location.line()) + " (" +
-           location.function_name() + ")";
+    return std::string(valdaneLocation.file_name()) + ":" + std::to_string(valdaneLocation.line()) + " (" +
+           valdaneLocation.function_name() + ")";
 }
 
 } // namespace Valdane

@@ -19,7 +19,7 @@ class VALDANE_EXCEPTIONHANDLING_EXPORT VdException : public std::exception
 {
 public:
     /// @param message   what went wrong, for a person; may be empty.
-    /// @param location  the place of the throw; leave it at its default.
+    /// @param location  the place of the throw; the default is the line that calls this constructor.
     /// @throws std::bad_alloc
     explicit VdException(const std::string& message,
                          const std::source_location& location = std::source_location::current());
@@ -36,8 +36,8 @@ public:
     std::string getLocation() const;
 
 private:
-    std::shared_ptr<const std::string> message;
-    std::source_location location;
+    std::shared_ptr<const std::string> valdaneMessage;
+    std::source_location valdaneLocation;
 };
 
 } // namespace Valdane

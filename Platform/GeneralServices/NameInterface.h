@@ -7,22 +7,22 @@
 namespace Valdane
 {
 
-/// An object that has a name a person may change.
+/// An object with a name that users may change.
 ///
-/// Thread: as the implementing object says.
+/// Thread: the implementing class says.
 class VALDANE_GENERALSERVICES_EXPORT NameInterface
 {
 public:
     virtual ~NameInterface();
 
-    /// The present name; may be empty.
+    /// The name; may be empty.
     virtual std::string getName() const = 0;
 
     /// Gives the object the name @p name.
     ///
     /// @param name    the new name.
-    /// @param notify  whether those who watch the object are told.
-    /// @throws what the implementing object says, for example for a name that it does not accept.
+    /// @param notify  true if those who watch the object are told.
+    /// @throws as the implementing class says, for example if it does not accept the name.
     virtual void setName(const std::string& name, bool notify) = 0;
 };
 

@@ -7,9 +7,9 @@
 namespace Valdane
 {
 
-/// What other progresses can be hung under: the least that a progress display has to be.
+/// The interface of everything that follows a progress, for example a progress display.
 ///
-/// Thread: the thread that drives the progress; derived classes may allow more.
+/// Thread: the thread that changes the progress; derived classes may allow more.
 class VALDANE_GENERALSERVICES_EXPORT Progress
 {
 public:
@@ -18,10 +18,10 @@ public:
     Progress& operator=(const Progress&) = delete;
     virtual ~Progress();
 
-    /// Hangs @p child under this progress. Here it does nothing.
+    /// Attaches @p child below this progress. By default does nothing.
     ///
     /// @param child         the progress to follow.
-    /// @param followsReset  whether this progress starts anew when the child does.
+    /// @param followsReset  true if this progress goes back when the child is reset.
     virtual void addProgress(std::shared_ptr<Progress> child, bool followsReset);
 };
 

@@ -4,23 +4,23 @@ namespace Valdane
 {
 
 LogMessage::LogMessage(const std::string& text, Type type, const std::string& second)
-    : message(text), details(second), seriousness(type)
+    : valdaneText(text), valdaneSecondText(second), valdaneType(type)
 {
 }
 
 const std::string& LogMessage::getText() const noexcept
 {
-    return message;
+    return valdaneText;
 }
 
 LogMessage::Type LogMessage::getType() const noexcept
 {
-    return seriousness;
+    return valdaneType;
 }
 
 const std::string& LogMessage::getSecondText() const noexcept
 {
-    return details;
+    return valdaneSecondText;
 }
 
 } // namespace Valdane

@@ -7,9 +7,9 @@
 namespace Valdane
 {
 
-/// A message for the person at the application, as a progress hands it on.
+/// A message for the user of the application; see LegacyProgress::sendMessage().
 ///
-/// Thread: safe from any thread as long as nobody assigns to it.
+/// Thread: any number of threads may read it; assigning to it needs a lock.
 class VALDANE_LOGGING_EXPORT LogMessage
 {
 public:
@@ -21,7 +21,7 @@ public:
         Error = 2
     };
 
-    /// @param text    the message in a sentence; may be empty.
+    /// @param text    the message, one sentence; may be empty.
     /// @param type    how serious it is.
     /// @param second  details, for example what an exception said; may be empty.
     /// @throws std::bad_alloc
@@ -37,9 +37,9 @@ public:
     const std::string& getSecondText() const noexcept;
 
 private:
-    std::string message;
-    std::string details;
-    Type seriousness;
+    std::string valdaneText;
+    std::string valdaneSecondText;
+    Type valdaneType;
 };
 
 } // namespace Valdane

@@ -34,9 +34,9 @@ std::vector<spdlog::sink_ptr> sinksOfNewLoggers()
     return {std::make_shared<spdlog::sinks::stderr_color_sink_mt>()};
 }
 
-// What spdlog gives to a new logger includes the format for its sinks. The sinks are shared here, and have
-// the format that the application wants: so a logger without sinks is given everything, and the one to use is
-// made after it.
+// spdlog sets up a new logger, and also sets the format of its sinks. These sinks are shared, and have the
+// format that the application wants. So spdlog sets up a model without sinks, and the logger is a copy of
+// the model.
 std::shared_ptr<spdlog::logger> makeLogger(const std::string& name)
 {
     const auto model = std::make_shared<spdlog::logger>(name);
@@ -50,8 +50,10 @@ std::shared_ptr<spdlog::logger> makeLogger(const std::string& name)
 
 } // namespace
 
-// The records are never freed: static objects of any library may log in their destructors, after ours would
-// have run.
+// The records are never freed. Static objects of any library may log in their destructors, after the
+// records would have been destroyed.
+//
+// spdlog's registry is locked and unlocked inside this lock, never the other way round.
 const Logging::Record* Logging::Record::of(const std::string& name)
 {
     static std::mutex mutex;
@@ -80,23 +82,24 @@ void Logging::Record::write(spdlog::level::level_enum level, const std::string& 
     }
 }
 
-Logging::Logging(const std::string& sourceFile) : record(Record::of(sourceFile)) {}
+Logging::Logging(const std::string& sourceFile) : valdaneRecord(Record::of(sourceFile)) {}
 
 void Logging::logTRACE(const std::string& text, const char* file, const char* function,
                        int line) const noexcept
 {
-    record->write(spdlog::level::trace, text, file, function, line);
+    valdaneRecord->write(spdlog::level::trace, text, file, function, line);
 }
 
 void Logging::logERROR(const std::string& text, const char* file, const char* function,
                        int line) const noexcept
 {
-    record->write(spdlog::level::err, text, file, function, line);
+    valdaneRecord->write(spdlog::level::err, text, file, function, line);
 }
 
 bool Logging::isTraceEnabled() const noexcept
 {
-    return record->logger->should_log(spdlog::level::trace) || record->logger->should_backtrace();
+    return valdaneRecord->logger->should_log(spdlog::level::trace) ||
+           valdaneRecord->logger->should_backtrace();
 }
 
 } // namespace Valdane

@@ -7,58 +7,63 @@
 namespace Valdane
 {
 
-/// Writes the log lines of one source file; one static object per logging source file.
+/// Writes the log lines of one source file; each source file that logs has one static object.
 ///
-/// Each object writes to the spdlog logger that has its name, at spdlog's levels `trace` and `err`. Levels,
-/// sinks and format are set with spdlog itself:
+/// The object writes to the spdlog logger of its name, at spdlog's levels `trace` and `err`. Use spdlog to
+/// set levels, sinks and format:
 ///
 ///     spdlog::get("Service/CommandPattern/MacroCommand")->set_level(spdlog::level::trace);
 ///
-/// The registry is the one of the shared spdlog library: link the compiled spdlog (`spdlog::spdlog` in
-/// CMake), because a header-only spdlog is a second one that does not know these loggers.
+/// The loggers are in the registry of the shared spdlog library. So link the compiled spdlog
+/// (`spdlog::spdlog` in CMake): a header-only spdlog has a registry of its own, which does not know these
+/// loggers.
 ///
-/// Trace lines are off until the application lowers the logger's level, and then cost the test of a level.
+/// Trace lines are off until the application lowers the logger's level. While they are off, a trace line
+/// costs the test of a level.
 ///
-/// Lifetime: destroying a Logging object does nothing, so it can be used until the end of static destruction,
-/// and after `spdlog::drop_all()` and `spdlog::shutdown()`: its logger and the sinks of it are never freed.
-/// Thread: any thread, with sinks that are safe for several threads (`_mt`). Change the list of a logger's
-/// sinks only while nobody writes.
+/// Lifetime: destroying a Logging object does nothing. The logger and its sinks are never freed. So the
+/// object can be used until the end of static destruction, and after `spdlog::drop_all()` and
+/// `spdlog::shutdown()`. Thread: any thread, with sinks that are safe for several threads (`_mt`). Change
+/// the list of a logger's sinks only while nobody writes.
 class VALDANE_LOGGING_EXPORT Logging
 {
 public:
-    /// Takes the spdlog logger named @p sourceFile, or makes and registers it where there is none: with the
-    /// sinks of spdlog's default logger as they are (with one to stderr where that logger has been dropped),
-    /// and with the level, flush level, backtrace and error handler that spdlog gives to new loggers.
+    /// Takes the spdlog logger named @p sourceFile. If there is none, makes and registers it.
+    ///
+    /// A new logger shares the sinks of spdlog's default logger, whose format stays as it is. If the default
+    /// logger was dropped, the new one writes to stderr. Level, flush level, backtrace and error handler are
+    /// those that spdlog gives to new loggers.
     ///
     /// Safe during static initialisation, in any order. Not during static destruction.
     ///
-    /// @param sourceFile  name of the logger, by custom the path of the source file without its ending.
-    /// @throws std::bad_alloc, or what spdlog throws when it cannot make the logger.
+    /// @param sourceFile  name of the logger; usually the path of the source file without its ending.
+    /// @throws std::bad_alloc, or what spdlog throws if it cannot make or register the logger.
     explicit Logging(const std::string& sourceFile);
 
-    /// Writes @p text as it is at level `trace`; format placeholders, line ends and NULs in it mean nothing.
+    /// Writes @p text at level `trace`, unchanged: placeholders, line ends and NULs in it have no meaning.
     ///
-    /// The place reaches the sinks as `spdlog::source_loc`. A null @p file is "no place" and a null @p
-    /// function is empty. Both texts are kept by pointer: asynchronous loggers and backtraces read them
-    /// later, so pass literals.
+    /// The sinks get the place as `spdlog::source_loc`. A null @p file means no place, a null @p function
+    /// an empty name. Pass literals for both: asynchronous loggers and backtraces keep the pointers and
+    /// read them later.
     ///
-    /// What a sink throws goes to spdlog's error handler and not to the caller, and the other sinks still get
-    /// the line; for what is no std::exception they may miss it. What the error handler throws is dropped.
+    /// Never throws. If a sink throws a `std::exception`, spdlog's error handler is called, and the other
+    /// sinks still get the line. They may miss it if the exception is of another type, if its what() is
+    /// null, or if the error handler throws; what the error handler throws is dropped. For a what() that is
+    /// null, the error handler may not be called.
     ///
     /// Does not allocate while trace is off.
     void logTRACE(const std::string& text, const char* file, const char* function, int line) const noexcept;
 
-    /// Writes @p text at level `err`; all else as for logTRACE.
+    /// Writes @p text at level `err`; otherwise as logTRACE().
     void logERROR(const std::string& text, const char* file, const char* function, int line) const noexcept;
 
-    /// Whether logTRACE does anything now: the level lets trace lines pass, or spdlog's backtrace collects
-    /// them.
+    /// True if logTRACE() has an effect now: the level is `trace`, or spdlog's backtrace collects the lines.
     bool isTraceEnabled() const noexcept;
 
 private:
     struct Record;
 
-    const Record* record;
+    const Record* valdaneRecord;
 };
 
 } // namespace Valdane

@@ -3,7 +3,7 @@
 namespace Valdane
 {
 
-Thread::Thread(const std::string& name) : threadName(name) {}
+Thread::Thread(const std::string& name) : valdaneThreadName(name) {}
 
 Thread::~Thread() = default;
 
@@ -16,12 +16,12 @@ Thread::BlockingLevel Thread::blockingLevel() const
 
 const std::string& Thread::getName() const
 {
-    return threadName;
+    return valdaneThreadName;
 }
 
 bool Thread::isAborted() const
 {
-    return abortedState;
+    return valdaneAbortedState;
 }
 
 void Thread::prepareRun() {}
@@ -30,12 +30,12 @@ void Thread::abortRun() {}
 
 void Thread::clearAborted()
 {
-    abortedState = false;
+    valdaneAbortedState = false;
 }
 
 void Thread::abort()
 {
-    abortedState = true;
+    valdaneAbortedState = true;
     abortRun();
 }
 

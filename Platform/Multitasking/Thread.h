@@ -9,26 +9,26 @@
 namespace Valdane
 {
 
-/// A named run that a ThreadManager carries out: prepareRun(), run(), finishRun(), in this order on one
+/// A named run for a ThreadManager, which calls prepareRun(), run() and finishRun(), in this order and on one
 /// thread.
 ///
-/// The first of the three that throws ends the run; those after it are left out. A run that can be aborted
-/// asks isAborted() at every good place to stop and then returns, or is woken up by its own abortRun().
+/// The first of the three that throws ends the run; the rest are not called. To stop early, a run asks
+/// isAborted() wherever it can stop, and returns. A run that waits is woken up by its own abortRun().
 ///
-/// Neither copied nor moved: a run refers to its object while it goes on.
+/// Not copyable and not movable, because the manager calls this very object.
 ///
-/// Ownership: held by `std::shared_ptr`; the ThreadManager keeps it alive until the run is concluded.
+/// Ownership: held by `std::shared_ptr`; the ThreadManager keeps it alive until the run is finalized.
 ///
 /// Thread: getName() and isAborted() from any thread; every virtual operation says where it is called.
 class VALDANE_MULTITASKING_EXPORT Thread : public Runnable
 {
 public:
-    /// What an application should block while a run goes on, progress display and abort always excepted.
+    /// What an application should block during a run. Progress display and abort always stay possible.
     enum class BlockingLevel
     {
-        None,      ///< nothing: the run works on data of its own.
-        Editing,   ///< changes: the run reads shared data, others may read it too.
-        Everything ///< all use of the data: the run changes it.
+        None,      ///< Nothing: the run works on its own data.
+        Editing,   ///< Changes: the run reads shared data, which others may read too.
+        Everything ///< All use of the data: the run changes it.
     };
 
     /// @param name  for people; may be empty.
@@ -39,17 +39,18 @@ public:
     Thread& operator=(const Thread&) = delete;
     ~Thread() override;
 
-    /// Told that the run is over, on the caller's thread; by default does nothing.
+    /// Called on the caller's thread when the run is over; by default does nothing.
     ///
-    /// The ThreadManager is idle again by then: this may add the next thread, this one again, or destroy the
-    /// manager. What it throws reaches the caller of the operation that called it; see ThreadManager.
+    /// The ThreadManager is already idle. So this may add the next thread, add this one again, or destroy
+    /// the manager. Exceptions reach the caller of ThreadManager::finalizeThread() or addThread(), which
+    /// say when.
     ///
-    /// @param ok  true when the run came to its end and was not aborted.
+    /// @param ok  true if the run threw nothing and was not aborted.
     virtual void sendFinishSignal(bool ok);
 
     /// What the application should block while this runs; by default BlockingLevel::Everything.
     ///
-    /// For the application to ask, on the caller's thread; a ThreadManager blocks nothing.
+    /// The application asks this on the caller's thread; a ThreadManager blocks nothing.
     virtual BlockingLevel blockingLevel() const;
 
     /// The name given at construction, valid as long as this object.
@@ -62,10 +63,13 @@ protected:
     /// Called before run() on the same thread; by default does nothing. May throw anything.
     virtual void prepareRun();
 
-    /// Told of every abort, after isAborted() has become true; by default does nothing.
+    /// Called at every abort, after isAborted() has become true; by default does nothing.
     ///
-    /// Runs on the caller's thread, at the same time as the run or before or after it, so what both touch
-    /// needs protection. What it throws reaches the caller of ThreadManager::abortThreadExecution().
+    /// It is called on the thread that aborts, before, during or after the run. Data that the run uses too
+    /// needs a lock. Exceptions reach the caller of ThreadManager::abortThreadExecution(); the manager's
+    /// destructor drops them.
+    ///
+    /// It may finalize the thread. The object lives until this returns.
     virtual void abortRun();
 
 private:
@@ -75,8 +79,8 @@ private:
     void abort();
     void runAllSteps();
 
-    std::string threadName;
-    std::atomic<bool> abortedState = false;
+    std::string valdaneThreadName;
+    std::atomic<bool> valdaneAbortedState = false;
 };
 
 } // namespace Valdane

@@ -1,3 +1,13 @@
+// The manager and its worker share the Run: what is being run, how far it is, and how it ended.
+//
+// The run, its callback, abortRun(), sendFinishSignal() and the destructors of all of them may destroy the
+// manager. So an operation takes what it needs out of the manager first, then calls one of them, and does
+// not touch the manager again. The worker never touches it.
+//
+// Between addThread() and the end of the run the caller's thread reads the Run's thread, and the worker
+// writes its exception. The start of the worker and join() order these. The phase, the runner and the
+// abandoned flag are read by several threads at once, and are guarded by the mutex.
+
 #include "Platform/Multitasking/ThreadManager.h"
 
 #include "Platform/ExceptionHandling/VdException.h"
@@ -31,7 +41,7 @@ std::exception_ptr exceptionOf(const Call& call) noexcept
 
 } // namespace
 
-// The manager's run, if there is one. The worker shares it, and so never touches a manager that its run destroyed.
+// The manager's run, if there is one. It outlives a manager that its run destroys.
 struct VALDANE_MULTITASKING_NO_EXPORT ThreadManager::Run
 {
     enum class Phase
@@ -47,7 +57,7 @@ struct VALDANE_MULTITASKING_NO_EXPORT ThreadManager::Run
 
         std::shared_ptr<Thread> thread;
         std::exception_ptr exception;
-        // Destroyed with the outcome, last of all: what it holds may destroy the manager.
+        // Destroyed with the outcome, when the operation has done everything else: it may own the manager.
         std::function<void()> runEnded;
         bool abandoned = false;
     };
@@ -64,7 +74,8 @@ struct VALDANE_MULTITASKING_NO_EXPORT ThreadManager::Run
     bool isEnded() const;
     bool waitForEnd(std::chrono::milliseconds timeout);
 
-    // Written before the run starts and after it was joined; the exception by the run itself.
+    // The caller's thread writes these before the run starts and after the join; the run writes the
+    // exception.
     std::shared_ptr<Thread> thread;
     std::function<void()> runEnded;
     std::exception_ptr exception;
@@ -138,7 +149,7 @@ void ThreadManager::Run::abandon()
         const std::scoped_lock lock(mutex);
         abandoned = true;
     }
-    // abortRun may finalize the thread. Nobody is left to be told of an exception.
+    // abortRun() may finalize the thread, hence the copy. Nobody is left who could be told of an exception.
     exceptionOf([aborted = thread] { aborted->abort(); });
 }
 
@@ -162,7 +173,7 @@ bool ThreadManager::Run::isEnded() const
 
 bool ThreadManager::Run::waitForEnd(std::chrono::milliseconds timeout)
 {
-    // The longest durations would overflow the clock's time point.
+    // Longer durations could overflow the clock's time point.
     constexpr std::chrono::milliseconds year = std::chrono::years(1);
     const auto limited = std::clamp(timeout, std::chrono::milliseconds::zero(), year);
     const auto deadline = std::chrono::steady_clock::now() + limited;
@@ -219,7 +230,8 @@ void ThreadManager::addThread(std::shared_ptr<Thread> thread)
 
 void ThreadManager::startWorker()
 {
-    // The worker waits for this lock, since its run may destroy the manager: that is not touched after unlocking.
+    // The run may destroy the manager, and needs the worker for that. So it waits for this lock before it
+    // begins, and the manager is not touched after the unlock.
     const auto kept = current;
     std::unique_lock lock(kept->mutex);
     try
@@ -241,13 +253,13 @@ void ThreadManager::startWorker()
 
 void ThreadManager::runSynchronously()
 {
-    // The run or sendFinishSignal may destroy this manager.
+    // The run or sendFinishSignal() may destroy this manager.
     const auto kept = current;
     kept->run();
     const auto outcome = kept->clear();
     if (outcome.exception && !outcome.abandoned)
     {
-        // The exception to report is the one of the run.
+        // The caller gets the exception of the run, not that of sendFinishSignal().
         exceptionOf([&outcome] { outcome.thread->sendFinishSignal(false); });
     }
     outcome.conclude();
@@ -271,7 +283,7 @@ void ThreadManager::finalizeThread()
 
 void ThreadManager::abortThreadExecution()
 {
-    // abortRun may finalize the thread or destroy this manager.
+    // abortRun() may finalize the thread or destroy this manager.
     if (const auto thread = current->thread)
     {
         thread->abort();
@@ -300,7 +312,7 @@ void ThreadManager::setThreadingMode(std::int32_t mode)
 
 void ThreadManager::setRunEndedCallback(std::function<void()> callback)
 {
-    // The old one dies with the parameter: what it holds may destroy this manager.
+    // The old callback is destroyed with the parameter: it may own this manager.
     runEnded.swap(callback);
 }
 

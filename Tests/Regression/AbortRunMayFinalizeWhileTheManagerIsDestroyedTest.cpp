@@ -1,6 +1,6 @@
-// The destructor of the thread manager called abortRun() without keeping the thread. An abortRun() that finalized the
-// thread destroyed the object that it was running in, and one that then added another thread had the destructor wait
-// for a run that nobody aborts.
+// The destructor of the thread manager called abortRun() without keeping the thread. An abortRun() that
+// finalized the thread destroyed the object that it was running in, and one that then added another thread
+// had the destructor wait for a run that nobody aborts.
 
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Multitasking/Thread.h"

@@ -1,6 +1,7 @@
-// A run or its callback may destroy the thread manager. The worker could do so before addThread() had stored the handle
-// of the worker: addThread() then wrote into a manager that was gone, and nobody detached the worker. Address and
-// thread sanitizer see it within these rounds; without them memory is written that is free, which may show nothing.
+// A run or its callback may destroy the thread manager. The worker could do so before addThread() had
+// stored the handle of the worker: addThread() then wrote into a manager that was gone, and nobody detached
+// the worker. Address and thread sanitizer see it within these rounds; without them memory is written that
+// is free, which may show nothing.
 
 #include "Platform/Multitasking/Thread.h"
 #include "Platform/Multitasking/ThreadManager.h"

@@ -1,6 +1,6 @@
-// The change callback of a progress drives one below it, whose callback replaces that of the first or destroys the
-// first. The running callback is still in memory then, and was taken for the present one: it was called again, by a
-// progress that had another callback, or was gone.
+// The change callback of a progress drives one below it, whose callback replaces that of the first or
+// destroys the first. The running callback is still in memory then, and was taken for the present one: it
+// was called again, by a progress that had another callback, or was gone.
 
 #include "Platform/GeneralServices/LegacyProgress.h"
 
