@@ -55,7 +55,7 @@ struct LegacyProgress::Watch
 
 // Whom to tell of a change. It refers to no progress, and keeps no callback alive, so that a callback may
 // destroy or replace any of them.
-class LegacyProgress::Changes
+class VALDANE_GENERALSERVICES_NO_EXPORT LegacyProgress::Changes
 {
 public:
     void add(const LegacyProgress& changed)
