@@ -6,7 +6,6 @@
 #include "Platform/Parameterization/Private/ChildTable.h"
 #include "Platform/Signals/Signal.h"
 
-#include <algorithm>
 #include <list>
 #include <unordered_map>
 #include <utility>
@@ -243,17 +242,22 @@ void Object::setApplyStandardRunning(const bool& running)
 
 std::vector<std::string_view> Object::keysFrom(const Object* top) const
 {
-    std::vector<std::string_view> keys;
     const Object* object = this;
+    std::size_t count = 0;
     for (; object != top && object->valdaneOwner != nullptr; object = object->valdaneOwner)
     {
-        keys.emplace_back(object->valdaneKeyInOwner);
+        ++count;
     }
     if (top != nullptr && object != top)
     {
         throw VdException(describe() + " is neither below nor the same as " + top->describe());
     }
-    std::ranges::reverse(keys);
+    std::vector<std::string_view> keys(count);
+    object = this;
+    for (auto key = keys.rbegin(); key != keys.rend(); ++key, object = object->valdaneOwner)
+    {
+        *key = object->valdaneKeyInOwner;
+    }
     return keys;
 }
 
