@@ -16,10 +16,10 @@ class CommandBase;
 class Object;
 class Path;
 
-/// How to read, write and watch an attribute of type @p T, and how to make the command that sets it.
+/// Reads, writes and watches an attribute of type @p T, and makes the command that sets it.
 ///
-/// The library has it for `bool`, `double`, `std::string`, `unsigned int` and `int`; an application may use
-/// any copyable type that is visible outside its own library.
+/// The library instantiates it for `bool`, `double`, `std::string`, `unsigned int` and `int`. An application may
+/// use any copyable type that is visible outside its own library.
 ///
 /// Thread: the application's main thread only.
 template <typename T>
@@ -36,19 +36,19 @@ public:
                                                    const T& value, const std::string& commandDescription)>;
 
     /// @param name   see AttributeDescriptionBase::getName().
-    /// @param read   reads the value; without one (empty) the attribute cannot be read.
-    /// @param write  writes the value, emits nothing; without one (empty) the attribute cannot be written.
+    /// @param read   reads the value; if it is empty, the attribute cannot be read.
+    /// @param write  writes the value, emits nothing; if it is empty, the attribute cannot be written.
     AttributeDescription(std::string name, Getter read, Setter write);
     ~AttributeDescription() override;
 
-    /// Valid while this description lives; calling an empty one throws `std::bad_function_call`.
+    /// Valid until this description is destroyed. Calling an empty one throws `std::bad_function_call`.
     const Getter& getGetter() const noexcept;
     const Setter& getSetter() const noexcept;
 
-    /// What whoever changes the value emits with the new one; see AttributeDescriptionBase for when.
+    /// The code that changes the value emits this signal with the new value; AttributeDescriptionBase says when.
     Signals::Signal<void(const T&)>& getSigChanged() noexcept;
 
-    /// Makes the commands for this attribute in place of the ordinary ones; empty at first.
+    /// Makes this attribute's commands instead of the ordinary ones; empty at first.
     const CommandCreator& getCommandCreator() const noexcept;
     void setCommandCreator(CommandCreator creator) noexcept;
 

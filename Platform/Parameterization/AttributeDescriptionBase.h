@@ -7,12 +7,13 @@
 namespace Valdane
 {
 
-/// What is known of an attribute whatever its type: its name, and when a change of it is announced.
+/// The part of an attribute's description that does not depend on its type: the name, and when a change is
+/// announced.
 ///
-/// A change is announced through `AttributeDescription<T>::getSigChanged()` by whoever makes it, if the
-/// attribute is enabled for standard values or emitsChangedSignal() says so.
+/// The code that changes the value announces that through `AttributeDescription<T>::getSigChanged()`, if the
+/// attribute is enabled for standard values or emitsChangedSignal() returns true.
 ///
-/// Ownership: held by `std::shared_ptr`, by the object that has the attribute or by who asked for it.
+/// Ownership: held by `std::shared_ptr`, by the object that has the attribute and by its callers.
 /// Thread: the application's main thread only.
 class VALDANE_PARAMETERIZATION_EXPORT AttributeDescriptionBase
 {
@@ -23,7 +24,7 @@ public:
 
     /// Whether a change is announced even though the attribute is not enabled for standard values.
     ///
-    /// This class answers false; override it for an attribute that has listeners all the same.
+    /// Returns false, unless overridden for an attribute that has listeners all the same.
     virtual bool emitsChangedSignal() const;
 
     /// The name under which the object knows the attribute; any text.

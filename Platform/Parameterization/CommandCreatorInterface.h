@@ -14,9 +14,8 @@ class AttributeDescription;
 
 /// Makes commands that set an attribute, given its description and the new value as text.
 ///
-/// Every overload takes a description that must not be null (not checked), the value's text, and the
-/// description that the command is to have. An implementation says which texts it takes, and what it throws
-/// for others.
+/// Every overload takes a description that must not be null (not checked), the value's text, and the description
+/// of the new command. An implementation documents the texts that it takes, and what it throws for others.
 ///
 /// Thread: the application's main thread only.
 class VALDANE_PARAMETERIZATION_EXPORT CommandCreatorInterface
@@ -34,7 +33,7 @@ public:
     virtual std::shared_ptr<CommandBase> createCommand(const void* description, const std::string& valueText,
                                                        const std::string& commandDescription);
 
-    /// Makes the command that sets the attribute to what @p valueText says.
+    /// Makes the command that sets the attribute to the value of @p valueText.
     virtual std::shared_ptr<CommandBase> createCommand(const AttributeDescription<bool>* description,
                                                        const std::string& valueText,
                                                        const std::string& commandDescription) = 0;

@@ -11,9 +11,10 @@
 namespace Valdane
 {
 
-/// The attributes that an object got at run time: texts with names, in the order in which they were added.
+/// The attributes that an object got at run time: named texts, in the order in which they were added.
 ///
-/// Any text is a name. Operations that take a name cost a comparison per attribute: meant for tens of them.
+/// Any text is a name. An operation that takes a name compares it with every attribute; the collection is meant
+/// for tens of them.
 ///
 /// Thread: the application's main thread only.
 class VALDANE_PARAMETERIZATION_EXPORT DynamicAttributeCollection
@@ -32,9 +33,9 @@ public:
     /// Over the entries in order.
     using const_iterator = std::vector<Entry>::const_iterator;
 
-    /// Gives the attribute @p name the @p text: in its place if it exists, otherwise after all others.
+    /// Sets the attribute @p name to @p text. A new attribute comes after all others.
     ///
-    /// @throws std::bad_alloc, the collection then unchanged.
+    /// @throws std::bad_alloc; the collection is then unchanged.
     void set(std::string_view name, std::string_view text);
 
     /// The text of the attribute @p name, or nothing.
@@ -46,7 +47,7 @@ public:
     /// The number of attributes.
     std::size_t size() const noexcept;
 
-    /// Iteration over all entries in order; any change of the collection invalidates the iterators.
+    /// Iterate over all entries in order. Any change of the collection invalidates the iterators.
     const_iterator begin() const noexcept;
     const_iterator end() const noexcept;
 

@@ -19,17 +19,17 @@ class DynamicAttributeCollection;
 
 /// A node of the parameter tree. Applications derive their objects from it.
 ///
-/// An object is known to its owner by its key, which it keeps for life; whatever else an application calls
-/// the object is no part of any path. Any text is a key. The key of a root is in no path: the root resolves
-/// the path without keys to itself.
+/// The owner finds an object by its key. The key never changes, and any text is a key. Paths are made of keys;
+/// other names of an object are in no path. The key of a root is in no path either: the root resolves the path
+/// without keys to itself.
 ///
 /// Ownership: always held by `std::shared_ptr`. An object owns its children and links weakly to its owner. A
-/// child that is still held elsewhere when its owner dies becomes a root. Neither destroying a tree nor any
-/// other operation uses stack that grows with the depth of the tree. The destructor of a derived class still
-/// sees its object's children; they are released after it.
+/// child that is held elsewhere when its owner is destroyed becomes a root. The destructor of a derived class
+/// still sees the children; they are released after it. No operation uses stack that grows with the depth of the
+/// tree, and neither does destroying the tree.
 ///
-/// Small: an object without children, attributes, dynamic attributes and listeners is one block of memory
-/// (and a second one for a key of more than 15 bytes).
+/// Memory: one block for an object without children, attributes, dynamic attributes and listeners; a second one
+/// for a key of more than 15 bytes.
 ///
 /// Thread: the application's main thread only. Separate trees may live on separate threads.
 class VALDANE_PARAMETERIZATION_EXPORT Object : public std::enable_shared_from_this<Object>
@@ -42,46 +42,47 @@ public:
     Object& operator=(const Object&) = delete;
     virtual ~Object();
 
-    /// What the owner knows this object by.
+    /// The key by which the owner finds this object.
     const std::string& getKey() const noexcept;
 
     /// Appends @p child to the children.
     ///
-    /// Cost: independent of the number of children; a child that has children itself costs a step for every
-    /// level above this object.
+    /// Cost: independent of the number of children. If @p child has children, also a step for every level above
+    /// this object.
     /// @throws VdException if @p child is empty, has an owner, is this object or the root of its tree, or if
-    ///         there is a child with the same key; std::bad_alloc. Nothing has changed then.
+    ///         there is a child with the same key; std::bad_alloc. Nothing is then changed.
     void addChild(std::shared_ptr<Object> child);
 
-    /// Takes the child with @p key out of the tree, as the root of what is below it.
+    /// Takes the child with @p key out of the tree. It becomes the root of its own tree.
     ///
-    /// @return the child, empty if there is none.
+    /// @return the child; empty if there is none.
     /// Cost: independent of the number of children.
     std::shared_ptr<Object> removeChild(std::string_view key);
 
-    /// Puts @p child in the place of the child with the same key. Paths then lead to the new one.
+    /// Replaces the child that has the key of @p child. Paths then lead to the new one.
     ///
     /// @return the child that was replaced, now a root.
     /// Cost: as for addChild.
     /// @throws VdException if @p child is empty, has an owner, is this object or the root of its tree, or if
-    ///         there is no child with the same key. Nothing has changed then.
+    ///         there is no child with the same key. Nothing is then changed.
     std::shared_ptr<Object> replaceChild(std::shared_ptr<Object> child);
 
     /// The child with @p key, empty if there is none. Cost: one hash lookup, however many children there are.
     std::shared_ptr<Object> findChild(std::string_view key) const;
 
-    /// The children in the order in which they were added; a replacement has the place of what it replaced.
+    /// The children in the order in which they were added. A replacement has the place of the child it replaced.
     ///
-    /// A copy, so that the tree may be changed while walking it. Cost: linear in the number of children.
+    /// The result is a copy, so that the caller may change the tree while walking it. Cost: linear in the number
+    /// of children.
     std::vector<std::shared_ptr<Object>> getChildren() const;
 
     /// The number of children.
     std::size_t getChildCount() const noexcept;
 
-    /// The object that has this one as a child; empty at the root, and while the owner is being destroyed.
+    /// The object that has this one as a child; empty for a root, and while the owner is being destroyed.
     std::shared_ptr<Object> getOwner() const;
 
-    /// The root of the tree, which is this object if it has no owner. Cost: a step for every level.
+    /// The root of the tree; this object if it has no owner. Cost: a step for every level.
     ///
     /// @throws std::bad_weak_ptr if the root is still being constructed or already being destroyed.
     std::shared_ptr<Object> getRootObjectAlt();
@@ -125,19 +126,19 @@ public:
     /// Emits nothing.
     virtual void setDynamicAttributeCollection(std::shared_ptr<DynamicAttributeCollection> collection);
 
-    /// Tells the listeners of connectToSigChanged that this object, or what it owns, has changed.
+    /// Tells the listeners of connectToSigChanged that this object, or something that it owns, has changed.
     ///
-    /// They are called in the order in which they connected. A listener may destroy this object; the ones
-    /// after it are not called then. Without listeners it costs a test.
-    /// @throws whatever a listener throws; the ones after it are not called then.
+    /// Calls them in the order in which they connected. A listener may destroy this object; the listeners after
+    /// it are then not called. Cost: one test without listeners.
+    /// @throws whatever a listener throws; the listeners after it are then not called.
     virtual void emitSigChanged() const;
 
-    /// Has @p slot called on every emitSigChanged while the connection lives.
+    /// Calls @p slot on every emitSigChanged until the connection is destroyed.
     [[nodiscard]] Signals::Connection connectToSigChanged(const Signals::Slot<void()>& slot);
 
-    /// Whether the application is applying standard values to this object just now; false at first.
+    /// Whether the application is applying standard values to this object; false at first.
     ///
-    /// The application sets the state around that; a setter that is called in it may tell a standard value
+    /// The application sets the state before and resets it after. A setter asks for it to tell a standard value
     /// from one that a user entered.
     virtual bool isApplyStandardRunning() const;
     virtual void setApplyStandardRunning(const bool& running);

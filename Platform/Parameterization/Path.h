@@ -11,13 +11,13 @@
 namespace Valdane
 {
 
-/// Which path an object is asked for.
+/// The kind of path that Object::getPath gives.
 enum class RequestedPathType
 {
     FromRoot = 0, ///< from the root of the tree, or from the object that the call names
 };
 
-/// What a search for an object answers when there is none.
+/// The result of a search for an object that does not exist.
 enum class GetObjectBehavior
 {
     EmptyIfMissing = 0, ///< an empty pointer
@@ -29,9 +29,9 @@ enum class GetObjectBehavior
 /// attribute name: the empty one, one with slashes, quotes or control characters, UTF-8. Renaming an object
 /// changes no path.
 ///
-/// A path cannot be changed, only assigned over. Copies share their text, so that copying allocates nothing
-/// and never throws; a path is a handle of 24 bytes and one block of memory of about the size of its texts.
-/// The path without keys and attribute name needs no memory, and is what a moved-from path is.
+/// A path cannot be changed, only assigned over. Copies share their texts, so copying allocates nothing and never
+/// throws. A path is a handle of 24 bytes and one block of memory of about the size of its texts. The path without
+/// keys and attribute name has no block. A moved-from path is such a path.
 ///
 /// Thread: safe to read from any thread.
 class VALDANE_PARAMETERIZATION_EXPORT Path
@@ -62,9 +62,9 @@ public:
 
     /// The path as one line for messages, such as `/robot/link[2]/mass.value`.
     ///
-    /// Every key follows a `/`, the attribute name a `.`; the path without keys starts with `/`. A text that
-    /// is empty or contains `/`, `.`, `"`, `\` or a control character stands in double quotes, in which a
-    /// backslash precedes `"` and `\`, and a control character is `\x` with two hexadecimal digits:
+    /// Every key follows a `/`, the attribute name a `.`; the path without keys starts with `/`. Double quotes
+    /// enclose a text that is empty or contains `/`, `.`, `"`, `\` or a control character. Inside the quotes a
+    /// backslash precedes `"` and `\`, and a control character is `\x` with two hexadecimal digits. For example,
     /// `/"a.b"/"line\x0a".""` ends in an attribute with an empty name. Different paths give different texts.
     std::string toString() const;
 

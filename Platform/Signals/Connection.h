@@ -16,17 +16,17 @@ template <typename Signature>
 class SignalHandler;
 } // namespace Private
 
-/// Owns the connection of one slot to one signal: when it goes, the slot is disconnected.
+/// Owns the connection of one slot to one signal, and disconnects the slot when it is destroyed.
 ///
-/// A slot that is disconnected is not called any more, not even by an emission that is under way. Its
-/// callable is destroyed before the disconnecting operation returns, or, if it is running, when that call
-/// (the outermost one, if it runs recursively) returns. The callable's destructor may connect, disconnect and
-/// destroy whatever it likes.
+/// A disconnected slot is not called again, not even by an emission that is running. Its callable is destroyed
+/// before the disconnecting operation returns. A callable that is running is destroyed when its call returns, or
+/// the outermost call if it runs recursively. The callable's destructor may connect, disconnect and destroy
+/// whatever it likes.
 ///
 /// A connection may outlive its signal, and may be destroyed by its own slot. Connecting, disconnecting and
-/// moving never block; nothing here throws.
+/// moving never block. No operation of this class throws.
 ///
-/// Ownership: shares nothing with the caller; is one pointer wide.
+/// Ownership: shares nothing with the caller. Size: one pointer.
 /// Thread: one thread at a time, together with its signal; a hand-over to another thread needs
 /// synchronisation.
 class [[nodiscard]] Connection
@@ -41,7 +41,7 @@ public:
     /// Takes over @p other, which is then connected to nothing.
     Connection(Connection&& other) noexcept = default;
 
-    /// Takes over @p other, which is then connected to nothing, and disconnects what it had before.
+    /// Takes over @p other, which is then connected to nothing, and disconnects the previous slot.
     ///
     /// Assigning a connection to itself changes nothing.
     Connection& operator=(Connection&& other) noexcept
@@ -68,14 +68,14 @@ public:
         }
     }
 
-    /// Whether the slot would be called: it has not been disconnected, its signal lives and so does all that
-    /// it tracks.
+    /// Whether an emission would call the slot: it is not disconnected, and its signal and all objects that it
+    /// tracks exist.
     bool connected() const noexcept
     {
         return node != nullptr && node->isConnected();
     }
 
-    /// Leaves the slot connected as long as its signal lives, and is then connected to nothing itself.
+    /// Leaves the slot connected until its signal is destroyed. This connection is then connected to nothing.
     void releaseWithoutDisconnect() noexcept
     {
         node.reset();

@@ -19,7 +19,7 @@ enum class ConnectPosition
 template <typename Signature>
 class Signal;
 
-/// Calls the slots that are connected to it: synchronously, on the calling thread, one after another.
+/// Calls its connected slots one after another, synchronously and on the calling thread.
 ///
 /// ```
 /// Signal<void(const std::string&)> changed;
@@ -27,23 +27,23 @@ class Signal;
 /// changed("pump");
 /// ```
 ///
-/// A slot may do all of this while it is called, to the signal that calls it too: connect, disconnect itself
-/// or others, destroy connections, emit the signal again, destroy the signal.
-/// - A slot that is connected during an emission is first called in the next one; one that is begun from
-///   within a slot is a next one.
-/// - A slot that is disconnected during an emission is not called any more.
-/// - When the signal is destroyed all its slots are disconnected, so an emission under way ends with the slot
-///   that did it.
+/// A slot may connect, disconnect itself or others, destroy connections, emit the signal again and destroy the
+/// signal, also the one that calls it.
+/// - A slot that is connected during an emission is first called in the next one. An emission that a slot starts
+///   is a next one.
+/// - A slot that is disconnected during an emission is not called again.
+/// - Destroying the signal disconnects all slots. A running emission then ends with the current slot.
 ///
-/// Deliberately unlike Boost.Signals2, whose behaviour it has otherwise: there are no locks, groups,
-/// combiners and results; an empty function is refused when the slot is made; arguments by value are shared
-/// by all slots (see Slot); connections disconnect when they are destroyed; an emission ends when its signal
-/// is destroyed.
+/// It behaves as Boost.Signals2, except for these:
+/// - There are no locks, groups, combiners and results.
+/// - An empty function is refused when the slot is made.
+/// - All slots share an argument by value (see Slot).
+/// - A connection disconnects when it is destroyed.
+/// - An emission ends when its signal is destroyed.
 ///
-/// Neither copied nor moved. One pointer wide; allocates nothing until the first connect. No lock is ever
-/// taken.
+/// Cannot be copied or moved. Size: one pointer. Allocates nothing until the first connect. Never takes a lock.
 ///
-/// Ownership: owns copies of the slots; connections own nothing of it and may outlive it.
+/// Ownership: owns copies of the slots. Connections own nothing of it and may outlive it.
 /// Thread: one thread at a time, together with its connections; a hand-over to another thread needs
 /// synchronisation. Different signals are independent.
 template <typename... Args>
@@ -54,7 +54,7 @@ public:
     Signal(const Signal&) = delete;
     Signal& operator=(const Signal&) = delete;
 
-    /// Disconnects all slots; see Connection for what happens to their callables.
+    /// Disconnects all slots, and destroys their callables as Connection says.
     ~Signal()
     {
         this->close();
@@ -62,12 +62,12 @@ public:
 
     /// Connects a copy of @p slot.
     ///
-    /// From within the destructor of the signal (by the destructor of a callable) nothing can be connected
-    /// any more; the result is then connected to nothing.
+    /// During the destruction of the signal a callable's destructor can connect nothing; the result is then
+    /// connected to nothing.
     ///
-    /// @return the connection; the slot is disconnected when it is destroyed.
-    /// @throws std::bad_function_call if @p slot was moved from; std::bad_alloc; what copying the callable
-    ///         throws. The signal is unchanged then.
+    /// @return the connection, which disconnects the slot when it is destroyed.
+    /// @throws std::bad_function_call if @p slot was moved from; std::bad_alloc; whatever copying the
+    ///         callable throws. The signal is then unchanged.
     /// Complexity: O(1).
     [[nodiscard]] Connection connect(const Slot<void(Args...)>& slot,
                                      ConnectPosition position = ConnectPosition::Back)
@@ -79,8 +79,8 @@ public:
     ///
     /// An argument declared by value is copied once, into this call, and all slots see that copy.
     ///
-    /// @throws what a slot throws; the slots after it are not called then, and all stay connected.
-    /// Complexity: one test without slots; never allocates itself.
+    /// @throws whatever a slot throws. The slots after it are not called; all stay connected.
+    /// Complexity: one test without slots. Allocates nothing itself.
     using Private::SignalHandler<void(Args...)>::operator();
 
 private:

@@ -19,13 +19,13 @@ namespace Private
 template <typename Signature>
 class SignalHandler;
 
-/// How an argument of a signal reaches its slots: never so that one slot could change it for the next, unless
-/// the signature says so by a reference to non-const.
+/// How an argument of a signal reaches its slots. A slot cannot change it for the next one, unless the signature
+/// has a reference to non-const.
 template <typename Argument>
 using SlotArgument = std::conditional_t<std::is_reference_v<Argument> || std::is_scalar_v<Argument>, Argument,
                                         const Argument&>;
 
-/// What a slot is made of: a copyable callable that takes the arguments, and not a slot itself.
+/// A function that makes a slot: a copyable callable that takes the arguments, and not a slot itself.
 template <typename Function, typename Slot, typename... Args>
 concept FunctionOfSlot =
     !std::same_as<std::remove_cvref_t<Function>, Slot> && std::copy_constructible<std::decay_t<Function>> &&
@@ -36,16 +36,17 @@ concept FunctionOfSlot =
 template <typename Signature>
 class Slot;
 
-/// A callable that can be connected to a signal, and the objects on whose life that depends.
+/// A callable that can be connected to a signal, and the objects that it tracks.
 ///
-/// Made implicitly from any copyable callable that takes the arguments (its result is ignored), so that a
-/// lambda can be passed to `connect` as it is. A callable that does not fit takes part in no overload
+/// A slot is made implicitly from any copyable callable that takes the arguments, so that a lambda can be passed
+/// to `connect`. The callable's result is ignored. A callable that does not fit takes no part in overload
 /// resolution.
 ///
-/// An argument declared by value reaches the callable as a const lvalue: all slots of an emission see the
-/// same object, and one that wants its own copy takes it by value.
+/// An argument declared by value reaches the callable as a const lvalue. All slots of an emission see the same
+/// object; a callable that wants its own copy takes it by value.
 ///
-/// Ownership: holds a copy of the callable, and weak references to what it tracks. Copies are independent.
+/// Ownership: holds a copy of the callable, and weak references to the tracked objects. Copies are independent.
+/// A slot that was moved from cannot be connected until it is assigned to.
 /// Thread: as a standard container.
 template <typename... Args>
 class Slot<void(Args...)>
@@ -56,7 +57,7 @@ class Slot<void(Args...)>
 public:
     /// @param function  called on every emission.
     /// @throws std::bad_function_call if @p function is empty (a null pointer or an empty std::function).
-    /// @throws what copying @p function throws.
+    /// @throws whatever copying @p function throws.
     template <Private::FunctionOfSlot<Slot, Args...> Function>
     Slot(Function&& function) : callable(std::forward<Function>(function))
     {
@@ -66,13 +67,12 @@ public:
         }
     }
 
-    /// Makes connections of this slot end when @p object is destroyed.
+    /// Ends connections of this slot when @p object is destroyed.
     ///
-    /// Takes weak and shared pointers, and keeps a weak one. From the time on when the object has no owner
-    /// left the slot is not called, and counts as disconnected; its callable is destroyed by the next
-    /// emission, or by disconnecting. During a call of the slot the object is kept alive. A pointer that
-    /// never owned anything counts as expired. Several objects can be tracked: the first that expires ends
-    /// it.
+    /// Takes weak and shared pointers, and keeps a weak one. Once the object has no owner, the slot is not called
+    /// and counts as disconnected. The next emission, or a disconnect, then destroys the callable. The object is
+    /// kept alive during a call of the slot. A pointer that never owned anything counts as expired. Several
+    /// objects can be tracked; the first that expires ends the connection.
     ///
     /// Connections that were made before are not affected.
     ///

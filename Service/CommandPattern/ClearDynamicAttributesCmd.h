@@ -12,35 +12,34 @@ namespace Valdane
 class DynamicAttributeCollection;
 class Object;
 
-/// Takes all dynamic attributes from one object of the parameter tree, and gives the same collection back on
-/// undo.
+/// Takes all dynamic attributes from one object of the parameter tree. Undo gives the same collection back.
 ///
-/// The object is looked up by its path at every execute and undo. The change is announced by the object's
-/// owner (Object::emitSigChanged), as an undo is even where there is nothing to give back; at the root nobody
-/// announces it.
+/// Every execute and undo looks up the object by its path, and the object's owner announces the change
+/// (Object::emitSigChanged). An undo is announced even if it has nothing to give back. A change of the root is not
+/// announced.
 ///
-/// Executing and undoing throw VdException, naming the path, if the tree is gone or has no object there. What
-/// a listener of the owner throws passes through: an execution has then changed nothing, an undo has been
-/// done.
+/// Executing and undoing throw VdException, naming the path, if the tree no longer exists or has no object there,
+/// and whatever a listener of the owner throws. If a listener throws, execute() has changed nothing; the work of
+/// undo() is done.
 ///
 /// Thread: as CommandBase.
 class VALDANE_COMMANDPATTERN_EXPORT ClearDynamicAttributesCmd : public CommandBase
 {
 public:
-    /// @param object       the object to clear; nothing but its root (weakly) and its path are kept.
+    /// @param object       the object to clear. The command keeps only its path and, weakly, its root.
     /// @param description  as in CommandBase.
     /// @throws VdException if @p object is empty.
     ClearDynamicAttributesCmd(std::shared_ptr<Object> object, std::string description);
 
-    /// Takes over what was given and what is remembered; see CommandBase.
+    /// Takes over the arguments and the remembered state; see CommandBase.
     ClearDynamicAttributesCmd(ClearDynamicAttributesCmd&&) noexcept;
     ClearDynamicAttributesCmd& operator=(ClearDynamicAttributesCmd&&) noexcept;
     ~ClearDynamicAttributesCmd() override;
 
-    /// Keeps the object's collection in the command and leaves the object without one.
+    /// Moves the object's collection into the command and leaves the object without one.
     void execute() override;
 
-    /// Gives the collection back, if there was one, and lets go of it.
+    /// Gives the collection back, if there was one; the command no longer holds it.
     void undo() override;
 
 private:

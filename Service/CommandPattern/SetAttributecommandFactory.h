@@ -12,9 +12,9 @@ namespace Valdane
 
 class Object;
 
-/// Makes the commands that set attributes of one object from texts, as a user types them.
+/// Makes commands that set attributes of one object, from texts as a user types them.
 ///
-/// An attribute that has a command creator of its own gets that one's command, all others a SetAttributeCmd.
+/// If the attribute has a command creator, that makes the command. Otherwise the command is a SetAttributeCmd.
 ///
 /// The text is converted as `boost::lexical_cast` does in the classic locale, whatever the global locale is. All
 /// of the text must be the value; blanks are refused.
@@ -28,8 +28,7 @@ class Object;
 class VALDANE_COMMANDPATTERN_EXPORT SetAttributecommandFactory : public CommandCreatorInterface
 {
 public:
-    /// @param object  the object that has the attributes; nothing but its root (weakly) and its path are
-    /// kept.
+    /// @param object  the object that has the attributes. The factory keeps only its path and, weakly, its root.
     /// @throws VdException if @p object is empty.
     explicit SetAttributecommandFactory(std::shared_ptr<Object> object);
 
@@ -40,17 +39,16 @@ public:
     SetAttributecommandFactory& operator=(SetAttributecommandFactory&&) noexcept;
     ~SetAttributecommandFactory() override;
 
-    /// For descriptions of types that have no overload (a pointer to the base class too): gives an empty
-    /// pointer.
+    /// Returns an empty pointer for descriptions of other types, and for a pointer to the base class.
     using CommandCreatorInterface::createCommand;
 
     /// @param description         an attribute of the object.
     /// @param valueText           the value to set.
-    /// @param commandDescription  as in CommandBase; where it is empty a SetAttributeCmd makes one.
-    /// @return a command that was not executed yet; empty only if the attribute's own creator gives that.
+    /// @param commandDescription  as in CommandBase; if it is empty, a SetAttributeCmd makes one.
+    /// @return a command that was not executed yet; empty only if the attribute's own creator returns that.
     /// @throws boost::bad_lexical_cast if @p valueText cannot be converted; VdException naming the path, if
-    ///         the object is gone, or if @p description is null; what the attribute's own creator throws.
-    ///         Nothing is changed in any case.
+    ///         the object does not exist, or if @p description is null; whatever the attribute's own creator
+    ///         throws. Nothing is then changed.
     std::shared_ptr<CommandBase> createCommand(const AttributeDescription<bool>* description,
                                                const std::string& valueText,
                                                const std::string& commandDescription) override;

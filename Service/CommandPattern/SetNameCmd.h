@@ -14,23 +14,23 @@ class Object;
 
 /// Renames one object of the parameter tree.
 ///
-/// The object is looked up by its path at every execute and undo, so that the command neither keeps it alive
-/// nor minds if another object takes its place in between. An object with a NameInterface is renamed through
-/// that, with notification. For other objects derive from this class and override getName() and setName().
+/// Every execute and undo looks up the object by its path. So the command does not keep the object alive, and
+/// another object may take its place in between. The command renames an object through its NameInterface, with
+/// notification. For objects without one, derive from this class and override getName() and setName().
 ///
-/// Executing and undoing throw VdException, naming the path, if the tree is gone or has no object there. If
-/// they fail, the object is as what gives it its name leaves it; an execution may have remembered a name.
+/// Executing and undoing throw VdException, naming the path, if the tree no longer exists or has no object there.
+/// If setting the name fails, the object stays as that operation leaves it; execute() may have remembered a name.
 /// Thread: as CommandBase.
 class VALDANE_COMMANDPATTERN_EXPORT SetNameCmd : public CommandBase
 {
 public:
-    /// @param object       the object to rename; nothing but its root (weakly) and its path are kept.
+    /// @param object       the object to rename. The command keeps only its path and, weakly, its root.
     /// @param newName      the name to give it.
     /// @param description  as in CommandBase.
     /// @throws VdException if @p object is empty.
     SetNameCmd(std::shared_ptr<Object> object, const std::string& newName, const std::string& description);
 
-    /// Takes over what was given and what is remembered; see CommandBase.
+    /// Takes over the arguments and the remembered state; see CommandBase.
     SetNameCmd(SetNameCmd&&) noexcept;
     SetNameCmd& operator=(SetNameCmd&&) noexcept;
     ~SetNameCmd() override;
@@ -38,7 +38,7 @@ public:
     /// Remembers the present name, then sets the new one.
     void execute() override;
 
-    /// Sets the name that execute() remembered last; before any execute() that is the empty name.
+    /// Sets the name that execute() remembered last; the empty name before any execute().
     void undo() override;
 
 protected:
@@ -53,7 +53,7 @@ protected:
 
     /// The object at the path now, never empty.
     ///
-    /// @throws VdException naming the path, if the tree is gone or has no object there.
+    /// @throws VdException naming the path, if the tree no longer exists or has no object there.
     std::shared_ptr<Object> getObjectToName();
 
     /// The name that execute() remembered last; empty before.

@@ -11,12 +11,15 @@
 namespace Valdane::Signals::Private
 {
 
-/// The slots of a signal, in calling order; what is left of the signal if a slot destroys it.
+/// The slots of a signal, in calling order. Survives the signal if a slot destroys it.
 ///
-/// A disconnected node is unlinked and its callable destroyed at once, unless a cursor stands on it: then
-/// when the last cursor moves on. So a cursor can always move on, and no callable is destroyed while it runs.
-/// Bookkeeping is complete before a callable is destroyed, because its destructor may come back to any of
-/// this.
+/// Two things keep a disconnected node. A cursor on it keeps it linked, so that every emission finds the next node.
+/// A running call keeps its callable. Without a call the callable is destroyed at once; without a cursor the node
+/// is unlinked at once. A callable's destructor may come back to any of this, so all fields are set before it runs.
+///
+/// The list is our own because every command emits two signals. In turns with Boost.Signals2, in one process, an
+/// emission to one slot took 0.07 to 0.09 of its time (medians of three runs; Benchmarks/README.md has another
+/// measurement).
 ///
 /// Ownership: shared by the signal and its running emissions.
 /// Thread: as the signal.
