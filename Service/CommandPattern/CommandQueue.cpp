@@ -14,7 +14,7 @@ CommandQueue::~CommandQueue()
 QueuedCommand CommandQueue::takeFront() noexcept
 {
     endHold();
-    QueuedCommand taken = takeFrom(placeAt(0));
+    QueuedCommand taken = std::move(placeAt(0));
     --count;
     ++skipped;
     if (skipped == BlockSize)

@@ -45,12 +45,12 @@ public:
     /// The entry that has @p index older ones in the queue. @pre there is one (not checked).
     const QueuedCommand& operator[](std::size_t index) const noexcept
     {
-        return placeAt(index).entry;
+        return placeAt(index);
     }
 
     QueuedCommand& operator[](std::size_t index) noexcept
     {
-        return placeAt(index).entry;
+        return placeAt(index);
     }
 
     /// @pre not empty (not checked).
@@ -62,7 +62,7 @@ public:
     /// @pre not empty (not checked).
     const QueuedCommand& back() const noexcept
     {
-        return last->entry;
+        return *last;
     }
 
     /// Makes sure that the next pushBack() does not fail. @throws std::bad_alloc
@@ -83,7 +83,7 @@ public:
         reserveOne(*this);
         endHold();
         last = isBlockLimit() ? &placeAt(count) : last + 1;
-        std::construct_at(&last->entry, std::move(entry));
+        *last = std::move(entry);
         ++count;
     }
 
@@ -94,7 +94,7 @@ public:
     QueuedCommand takeBack() noexcept
     {
         endHold();
-        QueuedCommand taken = takeFrom(*last);
+        QueuedCommand taken = std::move(*last);
         --count;
         if (isBlockLimit())
         {
@@ -114,20 +114,8 @@ public:
 private:
     static constexpr std::size_t BlockSize = 32;
 
-    /// Room for an entry, which is made when it is put in and destroyed when it is taken out.
-    union Place
-    {
-        Place() noexcept {}
-
-        Place(const Place&) = delete;
-        Place& operator=(const Place&) = delete;
-
-        ~Place() {}
-
-        QueuedCommand entry;
-    };
-
-    using Block = std::array<Place, BlockSize>;
+    /// An entry that was taken out leaves an empty one.
+    using Block = std::array<QueuedCommand, BlockSize>;
 
     /// Whether the place behind the entries is not in the same block as the last of them.
     bool isBlockLimit() const noexcept
@@ -135,16 +123,9 @@ private:
         return count == 0 || (skipped + count) % BlockSize == 0;
     }
 
-    Place& placeAt(std::size_t index) const noexcept
+    QueuedCommand& placeAt(std::size_t index) const noexcept
     {
         return (*blocks[(skipped + index) / BlockSize])[(skipped + index) % BlockSize];
-    }
-
-    static QueuedCommand takeFrom(Place& place) noexcept
-    {
-        QueuedCommand taken = std::move(place.entry);
-        std::destroy_at(&place.entry);
-        return taken;
     }
 
     void endHold() noexcept;
@@ -158,7 +139,7 @@ private:
     std::size_t skipped = 0;
     std::size_t count = 0;
     /// The place of the entry at the back, if there is one.
-    Place* last = nullptr;
+    QueuedCommand* last = nullptr;
     /// What holds the entry at the back; null if nothing does.
     Hold* hold = nullptr;
 };
