@@ -141,8 +141,9 @@ bool CommandManager::undo(std::uint64_t count)
     {
         // First, so that no command is undone that could not be kept for redo.
         d->redoQueue.reserveOne(d->undoQueue);
-        CommandBase& command = *d->undoQueue.back().command;
-        CommandQueue::Hold undone(d->undoQueue);
+        // The copy keeps the command alive until all listeners have heard of it.
+        const QueuedCommand undone = d->undoQueue.back();
+        CommandBase& command = *undone.command;
         const auto work = [&]
         {
             d->progress->setSubProgress(command.getProgress(), 100, 1);
@@ -154,9 +155,7 @@ bool CommandManager::undo(std::uint64_t count)
         {
             return false;
         }
-        // If it is not kept, it dies when the listeners have heard of it.
-        QueuedCommand entry = undone.take();
-        d->keepForRedo(std::move(entry));
+        d->keepForRedo(d->undoQueue.take(undone));
         d->moduleAccess()->markAllModulesInBusinessAsUnmodified();
         d->sigCommandUndone();
         d->sigCommandQueueChanged(CommandUndone);
@@ -171,8 +170,9 @@ bool CommandManager::redo(std::uint64_t count)
     {
         // First, so that no command is redone that could not be kept for undo.
         d->undoQueue.reserveOne(d->redoQueue);
-        CommandBase& command = *d->redoQueue.back().command;
-        CommandQueue::Hold redone(d->redoQueue);
+        // The copy keeps the command alive until all listeners have heard of it.
+        const QueuedCommand redone = d->redoQueue.back();
+        CommandBase& command = *redone.command;
         const auto work = [&]
         {
             d->progress->setSubProgress(command.getProgress(), 100, 1);
@@ -186,9 +186,7 @@ bool CommandManager::redo(std::uint64_t count)
         }
         // Again, as the command may have used up the place: taking and putting cannot fail then.
         d->undoQueue.reserveOne(d->redoQueue);
-        d->undoQueue.pushBack(redone.take());
-        // Even if a listener throws it out of the queue, it dies when all have heard of it.
-        const CommandQueue::Hold kept(d->undoQueue);
+        d->undoQueue.pushBack(d->redoQueue.take(redone));
         d->moduleAccess()->markAllModulesInBusinessAsUnmodified();
         d->sigCommandExecuted();
         d->sigCommandQueueChanged(CommandRedone);

@@ -1,5 +1,15 @@
 #include "Service/CommandPattern/CommandQueue.h"
 
+// A command must not run if its entry could not be queued afterwards, and undo and redo must not lose an entry. So a
+// queue can reserve a place before the command runs.
+//
+// The entries lie in blocks of 32. A queue that gets shorter keeps one empty block at its end. If the other queue needs
+// a block, it takes over that one before it allocates: undo and redo move a long history from one queue to the other
+// within the memory that it has.
+//
+// A circular buffer that doubles was measured instead. An add took 138 ns instead of 99 and an undo 47 ns instead of 42
+// (1,000 commands); the manager's bytes for an entry of 100,000 were 31.5 instead of 24.6, and 63 after an undo of all.
+
 namespace Valdane
 {
 
@@ -13,7 +23,6 @@ CommandQueue::~CommandQueue()
 
 QueuedCommand CommandQueue::takeFront() noexcept
 {
-    endHold();
     QueuedCommand taken = std::move(placeAt(0));
     --count;
     ++skipped;
@@ -35,7 +44,6 @@ void CommandQueue::dropAll() noexcept
     {
         return;
     }
-    endHold();
     CommandQueue dropped;
     std::swap(dropped.blocks, blocks);
     std::swap(dropped.skipped, skipped);

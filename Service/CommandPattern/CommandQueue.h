@@ -12,19 +12,17 @@
 namespace Valdane
 {
 
-/// A queue of entries: the oldest at the front, the one to be undone or redone next at the back.
+/// A queue of entries. The oldest is at the front. The one to be undone or redone next is at the back.
 ///
-/// Only growing can fail. What is taken out has left the queue before its command can die, because a
-/// command's destructor may call the manager.
+/// Only growing can fail. An entry that is taken out leaves the queue before its command can be destroyed,
+/// because a command's destructor may call the manager.
 ///
-/// Cost: constant, amortised for pushBack(). One allocation for 32 entries; none where as many are taken, at
-/// either end, as are put in, nor for a queue that was never filled.
+/// Cost: constant, amortised for pushBack(). One allocation for 32 entries. No allocation if as many entries are
+/// taken, at either end, as are put in, nor for a queue that was never filled.
 /// Thread: as CommandManager.
 class CommandQueue
 {
 public:
-    class Hold;
-
     CommandQueue() noexcept = default;
     CommandQueue(const CommandQueue&) = delete;
     CommandQueue& operator=(const CommandQueue&) = delete;
@@ -65,10 +63,11 @@ public:
         return *last;
     }
 
-    /// Makes sure that the next pushBack() does not fail. @throws std::bad_alloc
+    /// Makes sure that the next pushBack() does not fail.
     ///
-    /// @param other  gives a block that it does not need, so that entries can move between two queues without
+    /// @param other  gives away a block that it does not need. Entries can so move between two queues without
     ///               an allocation.
+    /// @throws std::bad_alloc, with nothing changed.
     void reserveOne(CommandQueue& other)
     {
         if (skipped + count == blocks.size() * BlockSize)
@@ -81,7 +80,6 @@ public:
     void pushBack(QueuedCommand&& entry)
     {
         reserveOne(*this);
-        endHold();
         last = isBlockLimit() ? &placeAt(count) : last + 1;
         *last = std::move(entry);
         ++count;
@@ -93,7 +91,6 @@ public:
     /// @pre not empty (not checked).
     QueuedCommand takeBack() noexcept
     {
-        endHold();
         QueuedCommand taken = std::move(*last);
         --count;
         if (isBlockLimit())
@@ -105,6 +102,20 @@ public:
         {
             --last;
         }
+        return taken;
+    }
+
+    /// Removes the entry of which @p copy was made, if it is at the back, or is there again.
+    ///
+    /// @return the entry as it was when it was copied, even if it has left the queue.
+    QueuedCommand take(const QueuedCommand& copy) noexcept
+    {
+        if (empty() || back().command != copy.command)
+        {
+            return copy;
+        }
+        QueuedCommand taken = takeBack();
+        taken.sharedModules = copy.sharedModules;
         return taken;
     }
 
@@ -128,7 +139,6 @@ private:
         return (*blocks[(skipped + index) / BlockSize])[(skipped + index) % BlockSize];
     }
 
-    void endHold() noexcept;
     void addBlock(CommandQueue& other);
     bool hasSpareBlock() const noexcept;
     void dropSpareBlock() noexcept;
@@ -140,72 +150,6 @@ private:
     std::size_t count = 0;
     /// The place of the entry at the back, if there is one.
     QueuedCommand* last = nullptr;
-    /// What holds the entry at the back; null if nothing does.
-    Hold* hold = nullptr;
 };
-
-/// The entry at the back of a queue, whose command stays alive while it runs, whatever it does with the
-/// queues.
-///
-/// The command's pointer is copied only when the queue is about to change: copying a shared pointer is dear.
-class CommandQueue::Hold
-{
-public:
-    /// @pre @p heldQueue is not empty, and outlives this (not checked).
-    explicit Hold(CommandQueue& heldQueue) noexcept
-        : queue(heldQueue), modules(heldQueue.back().sharedModules)
-    {
-        queue.endHold();
-        queue.hold = this;
-    }
-
-    Hold(const Hold&) = delete;
-    Hold& operator=(const Hold&) = delete;
-
-    ~Hold()
-    {
-        if (isInQueue())
-        {
-            queue.hold = nullptr;
-        }
-    }
-
-    /// The entry as it was in the beginning. Removes it from the queue if it is, or is again, at the back.
-    QueuedCommand take() noexcept
-    {
-        if (isInQueue())
-        {
-            queue.hold = nullptr;
-            QueuedCommand taken = queue.takeBack();
-            taken.sharedModules.swap(modules);
-            return taken;
-        }
-        if (!queue.empty() && queue.back().command == kept)
-        {
-            queue.takeBack();
-        }
-        return {std::move(kept), std::move(modules)};
-    }
-
-private:
-    friend class CommandQueue;
-
-    bool isInQueue() const noexcept
-    {
-        return queue.hold == this;
-    }
-
-    CommandQueue& queue;
-    boost::intrusive_ptr<const EntryModules> modules;
-    std::shared_ptr<CommandBase> kept;
-};
-
-inline void CommandQueue::endHold() noexcept
-{
-    if (hold != nullptr)
-    {
-        std::exchange(hold, nullptr)->kept = back().command;
-    }
-}
 
 } // namespace Valdane

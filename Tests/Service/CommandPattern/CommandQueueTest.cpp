@@ -6,14 +6,12 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <memory>
 #include <new>
-#include <optional>
 #include <random>
 #include <string>
 #include <utility>
@@ -239,50 +237,23 @@ TEST_F(CommandQueueTest, EntriesMoveBetweenTwoQueues)
     EXPECT_EQ(dead, "");
 }
 
-TEST_F(CommandQueueTest, AHeldEntryStaysInTheQueueUntilItIsTaken)
+TEST_F(CommandQueueTest, ACopiedEntryStaysInTheQueueUntilItIsTaken)
 {
     push("a");
     push("b");
     {
-        CommandQueue::Hold hold(queue);
+        const QueuedCommand copy = queue.back();
         EXPECT_EQ(names(), "a b ");
-        EXPECT_EQ(nameOf(hold.take()), "b");
+        EXPECT_EQ(nameOf(queue.take(copy)), "b");
         EXPECT_EQ(names(), "a ");
-        EXPECT_EQ(dead, "b ") << "nor does the hold keep what was taken from it";
+        EXPECT_EQ(dead, "") << "the copy keeps it";
     }
-    {
-        const CommandQueue::Hold hold(queue);
-    }
-    EXPECT_EQ(names(), "a ");
     EXPECT_EQ(dead, "b ");
-    queue.takeBack();
-    EXPECT_EQ(dead, "b a ");
-}
-
-TEST_F(CommandQueueTest, AHeldEntryStaysWhereItIsWhenTheQueueGetsABlock)
-{
-    pushNumbers(32);
-    CommandQueue::Hold hold(queue);
-    queue.reserveOne(queue);
-    EXPECT_EQ(queue.size(), 32U);
-    EXPECT_EQ(nameOf(hold.take()), "31");
-    EXPECT_EQ(queue.size(), 31U);
-}
-
-TEST_F(CommandQueueTest, AHeldEntryIsOnlySharedOnceTheQueueChanges)
-{
-    push("a");
-    const CommandQueue::Hold hold(queue);
-    EXPECT_EQ(queue.back().command.use_count(), 1);
-
-    push("b");
-    EXPECT_EQ(queue.front().command.use_count(), 2);
 }
 
 TEST_F(CommandQueueTest, AnEntryForWhichThereIsNoMemoryLeavesAllAsItWas)
 {
     pushNumbers(32);
-    CommandQueue::Hold hold(queue);
     QueuedCommand entry = makeEntry("new");
     {
         const FailingAllocation noMemory(0);
@@ -290,22 +261,10 @@ TEST_F(CommandQueueTest, AnEntryForWhichThereIsNoMemoryLeavesAllAsItWas)
     }
     EXPECT_NE(entry.command, nullptr);
     EXPECT_EQ(queue.size(), 32U);
-    EXPECT_EQ(queue.back().command.use_count(), 1) << "not even shared with the hold";
-    EXPECT_EQ(nameOf(hold.take()), "31");
+    EXPECT_EQ(nameOf(queue.takeBack()), "31");
 }
 
-TEST_F(CommandQueueTest, AHoldThatHasEndedKeepsNothingOfTheQueue)
-{
-    push("a");
-    std::optional<CommandQueue::Hold> hold;
-    hold.emplace(queue);
-    hold.reset();
-
-    queue.takeBack();
-    EXPECT_EQ(dead, "a ");
-}
-
-TEST_F(CommandQueueTest, AHeldEntryLivesHoweverItLeavesTheQueue)
+TEST_F(CommandQueueTest, ACopiedEntryIsTakenHoweverItHasLeftTheQueue)
 {
     const std::function<void()> removals[] = {
         [this] { queue.takeBack(); },
@@ -321,63 +280,47 @@ TEST_F(CommandQueueTest, AHeldEntryLivesHoweverItLeavesTheQueue)
     {
         push("a");
         {
-            CommandQueue::Hold hold(queue);
+            const QueuedCommand copy = queue.back();
             remove();
             EXPECT_EQ(dead.find('a'), std::string::npos);
             EXPECT_TRUE(queue.empty());
-            EXPECT_EQ(nameOf(hold.take()), "a");
+            EXPECT_EQ(nameOf(queue.take(copy)), "a");
+            EXPECT_TRUE(queue.empty());
         }
         EXPECT_NE(dead.find('a'), std::string::npos);
         dead.clear();
     }
 }
 
-TEST_F(CommandQueueTest, AHeldEntryThatIsNotTakenDiesWithItsHold)
+TEST_F(CommandQueueTest, TakingACopiedEntryRemovesItOnlyFromTheBack)
 {
     push("a");
-    {
-        const CommandQueue::Hold hold(queue);
-        queue.takeBack();
-        push("b");
-        EXPECT_EQ(dead, "");
-    }
-    EXPECT_EQ(dead, "a ");
-    queue.dropAll();
-    EXPECT_EQ(dead, "a b ");
-}
-
-TEST_F(CommandQueueTest, TakingAHeldEntryRemovesItOnlyFromTheBack)
-{
-    push("a");
-    CommandQueue::Hold below(queue);
+    const QueuedCommand below = queue.back();
     push("b");
-    EXPECT_EQ(nameOf(below.take()), "a");
+    EXPECT_EQ(nameOf(queue.take(below)), "a");
     EXPECT_EQ(names(), "a b ");
 
-    CommandQueue::Hold again(queue);
+    const QueuedCommand again = queue.back();
     queue.pushBack(queue.takeBack());
-    EXPECT_EQ(nameOf(again.take()), "b");
+    EXPECT_EQ(nameOf(queue.take(again)), "b");
     EXPECT_EQ(names(), "a ");
 }
 
-TEST_F(CommandQueueTest, TakingAHeldEntryLeavesAnyOtherAtTheBackWhereItIs)
+TEST_F(CommandQueueTest, TakingACopiedEntryLeavesAnyOtherAtTheBackWhereItIs)
 {
     const QueuedCommand a = makeEntry("a");
     const QueuedCommand b = makeEntry("b");
     // Whichever of them has the lower address.
-    for (const auto& [held, other] : {std::pair(&a, &b), std::pair(&b, &a)})
+    for (const auto& [copied, other] : {std::pair(&a, &b), std::pair(&b, &a)})
     {
-        queue.pushBack(QueuedCommand(*held));
-        CommandQueue::Hold hold(queue);
-        queue.takeBack();
         queue.pushBack(QueuedCommand(*other));
-        EXPECT_EQ(hold.take().command, held->command);
+        EXPECT_EQ(queue.take(*copied).command, copied->command);
         EXPECT_EQ(names(), nameOf(*other) + " ");
         queue.dropAll();
     }
 }
 
-TEST_F(CommandQueueTest, WhatIsTakenFromAHoldIsTheEntryAsItWas)
+TEST_F(CommandQueueTest, TheEntryThatIsTakenIsAsItWasCopied)
 {
     push("below");
     push("a");
@@ -385,60 +328,18 @@ TEST_F(CommandQueueTest, WhatIsTakenFromAHoldIsTheEntryAsItWas)
     const auto modules = queue.back().sharedModules;
     for (const bool leaves : {false, true})
     {
-        CommandQueue::Hold hold(queue);
+        const QueuedCommand copy = queue.back();
         queue[1].sharedModules = nullptr;
         if (leaves)
         {
             queue.takeBack();
         }
-        QueuedCommand taken = hold.take();
+        QueuedCommand taken = queue.take(copy);
         EXPECT_EQ(nameOf(taken), "a");
         EXPECT_EQ(taken.sharedModules, modules);
         queue.pushBack(std::move(taken));
     }
-}
-
-TEST_F(CommandQueueTest, HoldsMayNest)
-{
-    push("a");
-    push("b");
-    {
-        CommandQueue::Hold outer(queue);
-        CommandQueue::Hold inner(queue);
-        EXPECT_EQ(nameOf(inner.take()), "b");
-        EXPECT_EQ(names(), "a ");
-        EXPECT_EQ(nameOf(outer.take()), "b");
-        EXPECT_EQ(names(), "a ");
-        const CommandQueue::Hold other(queue);
-        queue.dropAll();
-        EXPECT_EQ(dead, "b ");
-    }
-    EXPECT_EQ(dead, "b a ");
-}
-
-TEST_F(CommandQueueTest, HoldsMayEndInAnyOrder)
-{
-    for (const std::size_t first : {0U, 1U})
-    {
-        push("a");
-        std::array<std::optional<CommandQueue::Hold>, 2> holds;
-        std::optional<CommandQueue::Hold>& earlier = holds[first];
-        std::optional<CommandQueue::Hold>& later = holds[1 - first];
-        earlier.emplace(queue);
-        later.emplace(queue);
-        EXPECT_EQ(nameOf(earlier->take()), "a");
-        EXPECT_TRUE(queue.empty());
-        EXPECT_EQ(nameOf(later->take()), "a");
-
-        push("b");
-        earlier.emplace(queue);
-        later.emplace(queue);
-        earlier.reset();
-        queue.dropAll();
-        EXPECT_EQ(dead, "a ");
-        EXPECT_EQ(nameOf(later->take()), "b");
-        dead.clear();
-    }
+    EXPECT_EQ(names(), "below a ");
 }
 
 TEST_F(CommandQueueTest, DoesWhatADequeDoes)
