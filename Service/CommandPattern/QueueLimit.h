@@ -15,13 +15,13 @@ struct QueueLimit
     std::uint32_t maxQueueSize = 25;
     bool usesMaxQueueSize = false;
 
-    /// Drops what is beyond the limit: both queues where the redo queue alone is, else the oldest entries of
-    /// the undo queue.
+    /// Drops entries until the limit holds. If the redo queue alone exceeds it, drops both queues; otherwise
+    /// drops the oldest entries of the undo queue.
     ///
-    /// @p modulesBeforeFirst then has what is known about the position before the last one dropped from the
-    /// front of the undo queue; it stays as it was where both queues are dropped.
+    /// @param modulesBeforeFirst  gets the sets before the last entry that was dropped from the front of the
+    ///                            undo queue. Does not change if both queues are dropped.
     ///
-    /// Entries leave their queue before they die.
+    /// Entries leave their queue before their commands are destroyed.
     void enforce(CommandQueue& undoQueue, CommandQueue& redoQueue, TrackedModules& modulesBeforeFirst) const;
 };
 
