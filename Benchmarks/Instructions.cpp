@@ -116,9 +116,9 @@ int run(const std::string& name, std::size_t times)
 {
     std::map<std::string, Work> works;
     addWorks<ValdaneHistory>(works, "");
-    works["slower-undo"] = [](std::size_t times)
+    works["slower-undo"] = [](std::size_t steps)
     {
-        undo<SlowerHistory>(times, {});
+        undo<SlowerHistory>(steps, {});
     };
 #ifdef VALDANE_BENCHMARKS_QT
     addWorks<QtHistory>(works, "qt-");
