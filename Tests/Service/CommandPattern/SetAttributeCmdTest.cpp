@@ -325,8 +325,8 @@ TYPED_TEST(SetAttributeCmdTest, AnObjectThatIsGoneIsAnErrorThatNamesThePath)
     command->execute();
     this->root->removeChild("pump");
 
-    EXPECT_EQ(this->messageOf([&] { command->execute(); }), "There is no object at '/pump.speed'.");
-    EXPECT_EQ(this->messageOf([&] { command->undo(); }), "There is no object at '/pump.speed'.");
+    EXPECT_EQ(messageOf([&] { command->execute(); }), "There is no object at '/pump.speed'.");
+    EXPECT_EQ(messageOf([&] { command->undo(); }), "There is no object at '/pump.speed'.");
     EXPECT_EQ(this->value, this->after);
 }
 
@@ -337,7 +337,7 @@ TYPED_TEST(SetAttributeCmdTest, AnAttributeThatIsGoneIsAnErrorOnExecuteAndNothin
     this->announced.clear();
     this->root->replaceChild(std::make_shared<Object>("pump"));
 
-    EXPECT_EQ(this->messageOf([&] { command->execute(); }),
+    EXPECT_EQ(messageOf([&] { command->execute(); }),
               "There is no attribute of the expected type at '/pump.speed'.");
     EXPECT_NO_THROW(command->undo());
     EXPECT_EQ(command->getProgressPtr()->fraction(), 1.0);
@@ -352,7 +352,7 @@ TYPED_TEST(SetAttributeCmdTest, AnAttributeOfAnotherTypeIsNotTheAttribute)
         "other", [] { return Other(); }, [](const Other&) { FAIL() << "written"; }));
     SetAttributeCmd<TypeParam> command(this->root, this->pathOf("other"), this->after, "");
 
-    EXPECT_EQ(this->messageOf([&] { command.execute(); }),
+    EXPECT_EQ(messageOf([&] { command.execute(); }),
               "There is no attribute of the expected type at '/pump.other'.");
     EXPECT_NO_THROW(command.undo());
 }
