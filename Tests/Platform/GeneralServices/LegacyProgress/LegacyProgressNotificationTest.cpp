@@ -283,13 +283,13 @@ TEST_F(LegacyProgressNotification, OthersReadAndListenWhileOneThreadDrives)
     constexpr int Steps = 2000;
     std::atomic<int> calls{0};
     std::atomic<int> callsOfPart{0};
-    ValdaneTests::Rendezvous listening(2);
+    ValdaneTests::MeetingPoint listening(2);
     std::atomic<bool> isDriven{false};
     std::thread reader(
         [&]
         {
             bar.setChangeCallback([&calls] { ++calls; });
-            listening.meet();
+            listening.arriveAndWait();
             double last = 0.0;
             do
             {
@@ -302,7 +302,7 @@ TEST_F(LegacyProgressNotification, OthersReadAndListenWhileOneThreadDrives)
                 EXPECT_TRUE(text == "none" || text.starts_with("step ")) << text;
             } while (!isDriven);
         });
-    listening.meet();
+    listening.arriveAndWait();
     for (int step = 1; step <= Steps; ++step)
     {
         part->moveTo(static_cast<double>(Full) / Steps * step);
