@@ -93,7 +93,7 @@ bool CommandManager::addCommandToMergeWithNextCommand(std::shared_ptr<CommandBas
     // As it was, unless it was set for a run that the command has ended.
     const auto flagAfterwards = [this, before = d->processingCommand, wasEmpty = d->workerSlot.isEmpty()]
     {
-        return before && (wasEmpty || !d->workerSlot.isEmpty());
+        return before && (wasEmpty || !d->workerSlot.isIdle());
     };
     // First, so that no command is executed that could not be kept.
     std::list<std::shared_ptr<CommandBase>> added{command};

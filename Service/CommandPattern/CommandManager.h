@@ -171,7 +171,7 @@ public:
     /// Executes @p command now and merges it into the command that is queued next: they become one macro.
     /// The macro has the description of the command queued next, which stands first in it; those that waited
     /// follow in the order of their execution. They cannot be undone until then.
-    /// @param useForwardUndoOrder  true if the command queued next must be undone first. One true is enough.
+    /// Pass @p useForwardUndoOrder if the command queued next must be undone first; once is enough.
     /// @return false if the command threw or is empty.
     bool addCommandToMergeWithNextCommand(std::shared_ptr<CommandBase> command, bool useForwardUndoOrder);
 

@@ -118,8 +118,6 @@ std::shared_ptr<CommandBase> CommandManager::Private::mergeWithPending(std::shar
 void CommandManager::Private::enqueue(std::shared_ptr<CommandBase>&& command)
 {
     const ModuleSet modules(moduleAccess()->getModifiedModulesFromBusiness());
-    // The application was called, and may have undone something.
-    forgetRedo();
     undoQueue.pushBack(tracking.makeEntry(std::move(command), modules, undoQueue));
 }
 

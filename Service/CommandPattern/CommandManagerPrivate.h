@@ -57,7 +57,7 @@ public:
     void logException(const std::exception& exception, const std::string& context,
                       const std::string& commandDescription);
 
-    /// Forgets what could be redone, also what a destructor or the module access interface has just undone.
+    /// Forgets what could be redone, also what a destructor of that has undone meanwhile.
     void forgetRedo();
 
     /// Drops what is beyond the limit.

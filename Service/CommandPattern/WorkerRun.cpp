@@ -9,13 +9,6 @@
 namespace Valdane
 {
 
-namespace
-{
-
-constexpr const char* threadedExecution = "Threaded execution";
-
-} // namespace
-
 WorkerSlot::CommandRun::CommandRun(std::shared_ptr<ThreadedCommand> threadedCommand,
                                    const std::source_location& location)
     : threaded(std::move(threadedCommand)), place(location)
@@ -59,11 +52,6 @@ bool WorkerSlot::CommandRun::isAddable() const
     return threaded->isAddableToCommandManager();
 }
 
-WorkerSlot::Failure WorkerSlot::CommandRun::failureOfStart(const WorkerSlot& /*slot*/) const
-{
-    return {threaded, "Execution", false};
-}
-
 void WorkerSlot::CommandRun::cleanUpStart(Owner& /*owner*/) {}
 
 void WorkerSlot::CommandRun::cleanUpStep(Owner& owner)
@@ -94,7 +82,7 @@ void WorkerSlot::MacroRun::start(WorkerSlot& slot)
     if (slot.isOnWorker())
     {
         // The run must not suffer from a listener's failure: half of it could not be undone here.
-        slot.owner.attempt(threadedExecution, macro.get(), [&] { slot.owner.tellStarted(); });
+        slot.owner.attempt(startContext, macro.get(), [&] { slot.owner.tellStarted(); });
     }
     if (hasEnded)
     {
@@ -112,16 +100,11 @@ bool WorkerSlot::MacroRun::isAddable() const
     return true;
 }
 
-WorkerSlot::Failure WorkerSlot::MacroRun::failureOfStart(const WorkerSlot& slot) const
-{
-    return {macro, threadedExecution, slot.isOnWorker()};
-}
-
 void WorkerSlot::MacroRun::cleanUpStart(Owner& owner)
 {
     if (!isStarted)
     {
-        owner.attempt(threadedExecution, macro.get(), [this] { macro->abortExecution(); });
+        owner.attempt(startContext, macro.get(), [this] { macro->abortExecution(); });
     }
 }
 

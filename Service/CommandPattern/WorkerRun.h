@@ -27,11 +27,8 @@ public:
 
     virtual bool isAddable() const = 0;
 
-    /// How the run ends if start() fails.
-    virtual Failure failureOfStart(const WorkerSlot& slot) const = 0;
+    /// Have the command clean up after a start, or a later step, that failed.
     virtual void cleanUpStart(Owner& owner) = 0;
-
-    /// Has the command clean up after a step that failed.
     virtual void cleanUpStep(Owner& owner) = 0;
 };
 
@@ -75,7 +72,6 @@ public:
     void start(WorkerSlot& slot) override;
     bool proceed(const std::shared_ptr<ThreadManager>& threadManager) override;
     bool isAddable() const override;
-    Failure failureOfStart(const WorkerSlot& slot) const override;
     void cleanUpStart(Owner& owner) override;
     void cleanUpStep(Owner& owner) override;
 
@@ -88,13 +84,15 @@ private:
 class WorkerSlot::MacroRun final : public Run
 {
 public:
+    /// What the error line calls a failure of the start.
+    static constexpr const char* startContext = "Threaded execution";
+
     explicit MacroRun(std::shared_ptr<ThreadedMacroCommand> threadedMacro);
 
     std::shared_ptr<CommandBase> command() const override;
     void start(WorkerSlot& slot) override;
     bool proceed(const std::shared_ptr<ThreadManager>& threadManager) override;
     bool isAddable() const override;
-    Failure failureOfStart(const WorkerSlot& slot) const override;
     void cleanUpStart(Owner& owner) override;
     void cleanUpStep(Owner& owner) override;
 

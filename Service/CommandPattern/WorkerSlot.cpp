@@ -1,10 +1,11 @@
 #include "Service/CommandPattern/WorkerSlot.h"
 
 #include "Platform/GeneralServices/LegacyProgress.h"
-#include "Platform/Multitasking/Thread.h"
 #include "Platform/Multitasking/ThreadManager.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandProgress.h"
+#include "Service/CommandPattern/ThreadedCommand.h"
+#include "Service/CommandPattern/ThreadedMacroCommand.h"
 #include "Service/CommandPattern/WorkerRun.h"
 
 #include <utility>
@@ -21,25 +22,36 @@ WorkerSlot::~WorkerSlot() = default;
 
 void WorkerSlot::start(std::shared_ptr<ThreadedCommand> command, const std::source_location& place)
 {
-    begin(std::make_shared<CommandRun>(std::move(command), place));
+    begin({command, "Execution", false}, [&] { return std::make_shared<CommandRun>(command, place); });
 }
 
 void WorkerSlot::start(std::shared_ptr<ThreadedMacroCommand> command)
 {
-    begin(std::make_shared<MacroRun>(std::move(command)));
+    begin({command, MacroRun::startContext, isOnWorker()},
+          [&] { return std::make_shared<MacroRun>(command); });
 }
 
-void WorkerSlot::begin(const RunPointer& run)
+template <typename MakeRun>
+void WorkerSlot::begin(const Failure& failure, const MakeRun& makeRun)
 {
-    owner.setProcessing(true);
-    // The run that loses its place is destroyed when the new one has it, because a destructor may call back.
-    RunPointer(run).swap(current);
-    const auto endFailed = [&](const std::exception& exception)
+    RunPointer run;
+    const auto start = [&]
     {
-        fail(exception, run.get(), run->failureOfStart(*this), [&] { run->cleanUpStart(owner); });
+        run = makeRun();
+        owner.setProcessing(true);
+        // The run that loses its place is destroyed when the new one has it, because a destructor may call back.
+        RunPointer(run).swap(current);
+        run->start(*this);
     };
-    endOnFailure(
-        run.get(), [&] { run->start(*this); }, endFailed);
+    const auto cleanUp = [&]
+    {
+        if (run != nullptr)
+        {
+            run->cleanUpStart(owner);
+        }
+    };
+    endOnFailure(run, start,
+                 [&](const std::exception& exception) { fail(exception, run.get(), failure, cleanUp); });
 }
 
 void WorkerSlot::finalize()
@@ -51,7 +63,7 @@ void WorkerSlot::finalize()
     }
     if (const RunPointer run = current)
     {
-        finalizeRun(*run, thread.get());
+        finalizeRun(run, thread.get());
     }
     else
     {
@@ -59,22 +71,22 @@ void WorkerSlot::finalize()
     }
 }
 
-void WorkerSlot::finalizeRun(Run& run, const Thread* thread)
+void WorkerSlot::finalizeRun(const RunPointer& run, const Thread* thread)
 {
     const auto cleanUp = [&]
     {
-        if (isInSlot(run))
+        if (current == run)
         {
-            run.cleanUpStep(owner);
+            run->cleanUpStep(owner);
         }
     };
     const auto endFailed = [&](const std::exception& exception)
     {
-        fail(exception, &run, {run.command(), finalization, true}, cleanUp);
+        fail(exception, run.get(), {run->command(), finalization, true}, cleanUp);
     };
-    const StepOfRun step(*this, &run);
+    const StepOfRun step(*this, run.get());
     endOnFailure(
-        &run, [&] { proceed(run, thread); }, endFailed);
+        run, [&] { proceed(*run, thread); }, endFailed);
 }
 
 void WorkerSlot::proceed(Run& run, const Thread* thread)
@@ -131,13 +143,18 @@ void WorkerSlot::shutDown()
     owned.reset();
 }
 
+bool WorkerSlot::isIdle() const
+{
+    return isEmpty() && threadManager->getCurrentThread() == nullptr;
+}
+
 std::shared_ptr<CommandBase> WorkerSlot::getCommand() const
 {
     return current == nullptr ? nullptr : current->command();
 }
 
 template <typename Work, typename EndFailed>
-void WorkerSlot::endOnFailure(const Run* run, const Work& work, const EndFailed& endFailed)
+void WorkerSlot::endOnFailure(const RunPointer& run, const Work& work, const EndFailed& endFailed)
 {
     try
     {
@@ -149,7 +166,7 @@ void WorkerSlot::endOnFailure(const Run* run, const Work& work, const EndFailed&
     }
     catch (...)
     {
-        release(run);
+        release(run.get());
         throw;
     }
 }
@@ -185,11 +202,6 @@ void WorkerSlot::release(const Run* run)
         owner.setProcessing(false);
         current.reset();
     }
-}
-
-bool WorkerSlot::isInSlot(const Run& run) const
-{
-    return current.get() == &run;
 }
 
 bool WorkerSlot::isOnWorker() const

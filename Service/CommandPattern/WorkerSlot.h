@@ -106,6 +106,9 @@ public:
         return current == nullptr;
     }
 
+    /// Whether it is empty and no thread is running either, not even one of a run that lost its place.
+    bool isIdle() const;
+
     /// The command in the worker slot; empty if there is none.
     std::shared_ptr<CommandBase> getCommand() const;
 
@@ -123,15 +126,18 @@ private:
 
     using RunPointer = std::shared_ptr<Run>;
 
-    void begin(const RunPointer& run);
-    void finalizeRun(Run& run, const Thread* thread);
+    /// Makes a run, puts it into the worker slot and starts it. If that fails, ends it as @p failure says.
+    template <typename MakeRun>
+    void begin(const Failure& failure, const MakeRun& makeRun);
+
+    void finalizeRun(const RunPointer& run, const Thread* thread);
     void proceed(Run& run, const Thread* thread);
     void finalizeDisplaced(const std::shared_ptr<Thread>& thread);
 
     /// Does @p work. @p endFailed ends the run if it throws what is derived from `std::exception`; anything
     /// else passes to the caller, with the run out of the worker slot.
     template <typename Work, typename EndFailed>
-    void endOnFailure(const Run* run, const Work& work, const EndFailed& endFailed);
+    void endOnFailure(const RunPointer& run, const Work& work, const EndFailed& endFailed);
 
     /// Ends a run that has failed. @p run is null if it is in no worker slot.
     template <typename CleanUp>
@@ -139,7 +145,6 @@ private:
               const CleanUp& cleanUp);
 
     void release(const Run* run);
-    bool isInSlot(const Run& run) const;
     bool isOnWorker() const;
 
     /// Whether a step of the run in the worker slot has called this, while no @p thread can be finalized.

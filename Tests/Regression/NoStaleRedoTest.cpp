@@ -1,19 +1,15 @@
 // A new command makes the manager forget what could be redone. If a command that was dropped by that undid another
-// one in its destructor, or the module access interface did so when it was asked, the new command was queued over
-// that one, which then could be redone on data that it did not know.
+// one in its destructor, the new command was queued over that one, which then could be redone on data that it did
+// not know.
 
 #include "Service/CommandPattern/CommandManager.h"
-#include "Service/CommandPattern/ModuleAccessInterface.h"
 #include "Tests/Support/ScriptedCommand.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
-#include <set>
 #include <string>
-#include <utility>
 
 namespace Valdane
 {
@@ -23,25 +19,11 @@ namespace
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class UndoingModules : public ModuleAccessInterface
-{
-public:
-    std::set<const Object*> getModifiedModulesFromBusiness() override
-    {
-        std::exchange(onAsk, [] {})();
-        return {};
-    }
-
-    std::function<void()> onAsk = [] {
-    };
-};
-
 class NoStaleRedo : public testing::Test
 {
 protected:
     NoStaleRedo()
     {
-        manager.setModuleAccessInterface(modules);
         add("A");
         add("B");
     }
@@ -53,7 +35,6 @@ protected:
         return command;
     }
 
-    std::shared_ptr<UndoingModules> modules = std::make_shared<UndoingModules>();
     CommandManager manager;
 };
 
@@ -87,19 +68,6 @@ TEST_F(NoStaleRedo, OfWhatTheDestructorsOfThatUndo)
     add("E");
 
     EXPECT_THAT(manager.collectUndoCommandDescriptions(), ElementsAre("E", "A"));
-    EXPECT_THAT(manager.collectRedoCommandDescriptions(), IsEmpty());
-}
-
-TEST_F(NoStaleRedo, OfWhatTheModuleAccessInterfaceUndoes)
-{
-    modules->onAsk = [this]
-    {
-        manager.undo(1);
-    };
-
-    add("C");
-
-    EXPECT_THAT(manager.collectUndoCommandDescriptions(), ElementsAre("C", "A"));
     EXPECT_THAT(manager.collectRedoCommandDescriptions(), IsEmpty());
 }
 

@@ -44,7 +44,7 @@ void ManagerModel::report(const std::string& context, const std::string& descrip
 }
 
 /// Does the work of a command with the flag up, which is @p flagAfter when it ends.
-bool ManagerModel::process(const std::string& context, const Command& command, bool flagAfter,
+bool ManagerModel::process(const std::string& context, const Command& command, const Flag& flagAfter,
                            const std::function<void()>& work)
 {
     isProcessing = true;
@@ -54,20 +54,20 @@ bool ManagerModel::process(const std::string& context, const Command& command, b
     }
     catch (const std::exception& exception)
     {
-        isProcessing = flagAfter;
+        isProcessing = flagAfter();
         report(context, descriptionOf(command), exception);
         return false;
     }
     catch (...)
     {
-        isProcessing = flagAfter;
+        isProcessing = flagAfter();
         throw;
     }
-    isProcessing = flagAfter;
+    isProcessing = flagAfter();
     return true;
 }
 
-bool ManagerModel::execute(const Command& command, bool flagAfter)
+bool ManagerModel::execute(const Command& command, const Flag& flagAfter)
 {
     return process("Execution", command, flagAfter,
                    [&]
@@ -83,7 +83,11 @@ bool ManagerModel::execute(const Command& command, bool flagAfter)
 /// Undoes or redoes a command.
 bool ManagerModel::step(const std::string& verb, const Command& command, Call call)
 {
-    return process(verb, command, false,
+    const Flag cleared = []
+    {
+        return false;
+    };
+    return process(verb, command, cleared,
                    [&]
                    {
                        note("progress.setSubProgress(" + progressOf(command) + ", 100, 1)");
@@ -95,7 +99,11 @@ bool ManagerModel::step(const std::string& verb, const Command& command, Call ca
 
 bool ManagerModel::addCommand(const CommandPtr& command)
 {
-    if (command == nullptr || !execute(*command, false))
+    const Flag cleared = []
+    {
+        return false;
+    };
+    if (command == nullptr || !execute(*command, cleared))
     {
         return false;
     }
@@ -106,7 +114,12 @@ bool ManagerModel::addCommand(const CommandPtr& command)
 
 bool ManagerModel::addCommandToMergeWithNextCommand(const CommandPtr& command, bool useForwardUndoOrder)
 {
-    if (command == nullptr || !execute(*command, isProcessing))
+    // As it was, unless it was set for a run that has come to its end meanwhile.
+    const auto flagAfter = [this, before = isProcessing, wasEmpty = slot == nullptr]
+    {
+        return before && (wasEmpty || slot != nullptr || threads.getCurrentThread() != nullptr);
+    };
+    if (command == nullptr || !execute(*command, flagAfter))
     {
         return false;
     }

@@ -74,6 +74,9 @@ public:
     ThreadManager threads;
 
 private:
+    /// What isProcessing becomes when a command's work has ended.
+    using Flag = std::function<bool()>;
+
     void emit(const std::string& signal) const;
     void report(const std::string& context, const std::string& description, const std::exception& exception);
     Modules positionOf(std::uint64_t tracker) const;
@@ -83,9 +86,9 @@ private:
     void applyLimit();
     void moveToRedo(const Entry& entry);
     static void dropTop(std::list<Entry>& queue, const Entry& entry);
-    bool process(const std::string& context, const Command& command, bool flagAfter,
+    bool process(const std::string& context, const Command& command, const Flag& flagAfter,
                  const std::function<void()>& work);
-    bool execute(const Command& command, bool flagAfter);
+    bool execute(const Command& command, const Flag& flagAfter);
     bool step(const std::string& verb, const Command& command, Call call);
     void keep(const CommandPtr& command);
     void release(const CommandPtr& command);
