@@ -7,7 +7,7 @@
 namespace Valdane::Benchmarks
 {
 
-/// Measures @p work, which does @p size operations on what @p prepare makes, anew for each repetition;
+/// Measures @p work, which does @p size operations on what @p prepare makes for each repetition;
 /// neither making that nor destroying it counts. The counter `each` is the time of one operation.
 template <typename Prepare, typename Work>
 void measureEach(benchmark::State& state, std::size_t size, const Prepare& prepare, const Work& work)

@@ -13,7 +13,7 @@ struct Setting
     std::size_t limit = 0;             ///< of the history's length; 0 for none
 };
 
-/// The text of every command, 24 characters, made anew for each.
+/// The text of every command, 24 characters, made for each one.
 inline constexpr const char* commandText = "Set the pump's flow rate";
 
 /// What listeners do, so that they are called and cost next to nothing.

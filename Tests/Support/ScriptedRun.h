@@ -60,7 +60,7 @@ private:
     }
 };
 
-/// A run that goes on until it is let go by the test, or aborted. Data that both sides touch without
+/// A run that lasts until the test releases it, or until it is aborted. Data that both sides touch without
 /// protection are handed over by the thread manager alone: the thread sanitizer watches it.
 class HeldRun : public ScriptedRun
 {

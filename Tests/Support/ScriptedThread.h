@@ -13,7 +13,7 @@
 namespace ValdaneTests
 {
 
-/// A place where one thread waits until another lets it go on; stays open once opened.
+/// A place where one thread waits until another one opens it; stays open once opened.
 class Gate
 {
 public:

@@ -29,7 +29,7 @@ public:
         threads.setThreadingMode(mode);
     }
 
-    /// Waits until the run under way, if there is one, has come to its end.
+    /// Waits until the run, if one is running, has come to its end.
     static void waitForRunEnd(ThreadManager& threads)
     {
         while (!threads.waitForRunEnd(std::chrono::hours(1)))

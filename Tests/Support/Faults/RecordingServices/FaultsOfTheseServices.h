@@ -56,7 +56,7 @@ public:
         threads.mode = mode;
     }
 
-    /// Has the run under way, if there is one, come to its end.
+    /// Has the run, if one is running, come to its end.
     static void waitForRunEnd(ThreadManager& threads)
     {
         if (threads.getCurrentThread() != nullptr)
