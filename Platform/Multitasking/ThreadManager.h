@@ -23,18 +23,18 @@ class Thread;
 /// |------------------------|---------------|---------------------------------|--------------------------|
 /// | addThread()            | starts a run  | throws VdException              | throws VdException       |
 /// | abortThreadExecution() | does nothing  | sets aborted, calls abortRun()  | the same                 |
-/// | finalizeThread()       | does nothing  | waits for the end, then as ended| finalizes, is then idle  |
+/// | finalizeThread()       | does nothing  | waits, then as in "ended"       | finalizes, is then idle  |
 /// | getCurrentThread()     | empty         | the thread                      | the thread               |
 /// | isRunEnded()           | false         | false                           | true                     |
 /// | waitForRunEnd()        | true          | waits for the end               | true                     |
 /// | setThreadingMode()     | sets it       | throws VdException              | throws VdException       |
-/// | setRunEndedCallback()  | sets it       | sets it for the next run        | sets it for the next run |
+/// | setRunEndedCallback()  | sets it       | for the next run                | for the next run         |
 /// | destructor             |               | aborts, waits for the end       | aborts                   |
 ///
 /// A run in synchronous mode is "running" until it is over, and never "ended". It may abort itself. From
 /// within a run, finalizeThread() throws a VdException and waitForRunEnd() returns false at once, because a
-/// run cannot wait for itself. An operation that is refused changes nothing, not even the aborted state of
-/// a thread.
+/// run cannot wait for itself. An operation that is refused changes nothing, not even the aborted state of a
+/// thread.
 ///
 /// Ownership: shares the Thread from addThread() until the manager is idle again, and releases it on the
 /// caller's thread. Only if the run or its callback destroys the manager may the worker release it.
@@ -53,23 +53,22 @@ public:
 
     /// Aborts the run, if there is one, and waits for its end.
     ///
-    /// Nothing that the run or its abortRun() throws gets out. sendFinishSignal() is not called. A run that
-    /// has not ended before the abort does not call its run-ended callback. A run that has ended may still
-    /// call it; the destructor then waits for the callback.
+    /// Nothing that the run or its abortRun() throws gets out. sendFinishSignal() is not called. The
+    /// run-ended callback is called only if the run ended before the abort; the destructor then waits for it.
     ///
     /// During the destructor's abortRun(), finalizeThread() works as ever, except that it does not call
     /// sendFinishSignal(), and addThread() throws a VdException.
     ///
-    /// The run, or its callback, may destroy the manager. Then the destructor aborts, but does not wait,
-    /// and the run continues to its end. This is safe even before addThread() has returned; no other
-    /// operation may be running on the caller's thread. In synchronous mode addThread() still throws what
-    /// the run throws.
+    /// The run, or its callback, may destroy the manager. Then the destructor aborts, but does not wait, and
+    /// the run continues to its end. This is safe even before addThread() has returned; no other operation
+    /// may be running on the caller's thread. In synchronous mode addThread() still throws what the run
+    /// throws.
     ~ThreadManager();
 
     /// Runs @p thread: prepareRun(), run(), finishRun(), up to the first that throws.
     ///
-    /// Clears the thread's aborted state first. Worker mode: starts the run and returns. An abort may come
-    /// before the worker calls prepareRun(). All three are still called, and can ask isAborted().
+    /// Clears the thread's aborted state first. Worker mode: starts the run and returns. Even if an abort
+    /// comes first, all three are called, and can ask isAborted().
     ///
     /// Synchronous mode: returns when the run is over. If the run threw nothing, calls
     /// sendFinishSignal(!isAborted()), whose exceptions pass through. If it threw, calls
@@ -91,8 +90,8 @@ public:
 
     /// Sets the thread's aborted state, then calls its abortRun(), whose exceptions pass through.
     ///
-    /// Does not wait, and does not replace finalizeThread(). That reports false even if the run had already
-    /// ended before the abort.
+    /// Does not wait: finalizeThread() must still follow. It calls sendFinishSignal(false) even if the run
+    /// had ended before the abort. A thread that has ended is also told.
     void abortThreadExecution();
 
     /// The thread from addThread() until finalizeThread(); empty when idle.
@@ -117,7 +116,7 @@ public:
     /// True if a run in worker mode has ended and finalizeThread() has not been called yet.
     bool isRunEnded() const;
 
-    /// Waits until nothing is running, but at most @p timeout (and never longer than a year).
+    /// Waits for the end of the run, at most @p timeout and never longer than a year.
     ///
     /// @return false if the time ran out first, or if called from within a run that has not ended.
     bool waitForRunEnd(std::chrono::milliseconds timeout);

@@ -29,15 +29,15 @@ class ThreadedMacroCommand;
 ///     manager.undo(1);
 ///     manager.redo(1);
 ///
-/// Failures: if a command throws what is derived from `std::exception`, the operation writes an error line,
-/// emits sigCommandFailed and returns false; that command changes neither queue. All else passes to the
-/// caller. An operation that throws has changed nothing, unless its `Guarantee:` says more. See
-/// Docs/failures.md.
+/// Failures: if a command throws an exception derived from `std::exception`, the operation writes an error
+/// line, emits sigCommandFailed and returns false, and the queues do not change. Any other exception passes
+/// to the caller. If a slot or the module access interface throws, what came before has taken effect.
+/// Docs/failures.md has the whole matrix.
 ///
-/// Re-entrancy: signals are emitted when all state is settled. A slot, a command, or a destructor of a
-/// command that is dropped, may call any operation, but must not destroy the manager.
+/// Re-entrancy: signals are emitted after the queues have their new state. A slot, a command, or the
+/// destructor of a command that is dropped, may call any operation, but must not destroy the manager.
 ///
-/// Ownership: shares the commands with its callers. Commands that die with the manager must not call it.
+/// Ownership: shares the commands with its callers. A command that dies with the manager must not call it.
 /// Thread: one thread, by custom the application's main thread. No locks.
 class VALDANE_COMMANDPATTERN_EXPORT CommandManager
 {
@@ -51,11 +51,11 @@ public:
         CommandAdded = 3,  ///< a command was put on top of the undo queue
     };
 
-    /// The number of change trackers: independent save points, one for saving and one for exporting, say. An
-    /// operation's tracker must be a number below it (not checked).
+    /// The number of change trackers: independent save points, for example of saving and of exporting. A
+    /// tracker argument must be less than it (not checked).
     static constexpr std::uint64_t ChangeTrackerCount = 2;
 
-    /// Has empty queues and a limit of 25 commands that is not in use.
+    /// Has empty queues and no limit; it is 25 if it is switched on.
     CommandManager();
     CommandManager(const CommandManager&) = delete;
     CommandManager& operator=(const CommandManager&) = delete;
@@ -67,30 +67,29 @@ public:
     // Run
 
     /// Executes @p command and puts it on top of the undo queue as addExecutedCommand() does; then emits
-    /// sigCommandExecuted. Resets the command's progress before and completes it after execution.
+    /// sigCommandExecuted. Resets the command's progress before execution and completes it after.
     /// @return false if the command threw or is empty.
-    /// Guarantee: a command that cannot be queued stays executed, and what could be redone is forgotten.
+    /// Guarantee: a command that cannot be queued stays executed, and the redo queue is emptied.
     bool addCommand(std::shared_ptr<CommandBase> command);
 
     /// Puts @p command, which its caller has executed, on top of the undo queue. Ignores an empty pointer.
-    /// Forgets what could be redone, merges the commands that wait for it, records the modified modules,
-    /// applies the limit, and emits sigCommandQueueChanged(CommandAdded).
-    /// Guarantee: what could be redone is forgotten. If a slot or markAllModulesInBusinessAsUnmodified()
-    /// throws, the command is queued.
+    /// Empties the redo queue, merges the commands that wait, records the modified modules, applies the
+    /// limit, and emits sigCommandQueueChanged(CommandAdded).
+    /// Guarantee: on failure the redo queue is emptied.
     void addExecutedCommand(std::shared_ptr<CommandBase> command);
 
     // Undo and redo
 
     /// Undoes up to @p count commands, newest first. Each step emits sigCommandUndone, then
-    /// sigCommandQueueChanged(CommandUndone).
-    /// A command that is not redo-capable empties the redo queue instead of moving there.
-    /// @return false if a command threw; it stays on top of the undo queue. True also if there were fewer.
+    /// sigCommandQueueChanged(CommandUndone). A command that is not redo-capable, or fails to tell, empties
+    /// the redo queue instead of moving there.
+    /// @return false if a command threw; it stays on top of the undo queue. True if fewer were there.
     /// Guarantee: earlier steps stay undone.
     bool undo(std::uint64_t count);
 
-    /// Redoes up to @p count commands, the one undone last first. Each step emits sigCommandExecuted, then
-    /// sigCommandQueueChanged(CommandRedone).
-    /// @return false if a command threw; it stays on top of the redo queue. True also if there were fewer.
+    /// Redoes up to @p count commands, starting with the one undone most recently. Each step emits
+    /// sigCommandExecuted, then sigCommandQueueChanged(CommandRedone).
+    /// @return false if a command threw; it stays on top of the redo queue. True if fewer were there.
     /// Guarantee: earlier steps stay redone.
     bool redo(std::uint64_t count);
 
@@ -107,7 +106,6 @@ public:
 
     // Ask
 
-    /// Whether there is a command to undo, or to redo.
     bool canUndo() const;
     bool canRedo() const;
 
@@ -123,21 +121,21 @@ public:
     std::uint64_t getQueueSize() const;
 
     /// Whether a command is being executed, undone or redone, or a threaded command is running. Informational
-    /// only: nothing is refused because of it. A nested operation clears it even while an outer one runs.
+    /// only: nothing is refused because of it, and a nested operation sets it to false.
     bool isProcessingCommand() const;
 
-    /// Hangs the manager's progress, which follows undone and redone commands, under @p progress.
+    /// Makes the manager's progress, which follows undo and redo, a child of @p progress; empty is ignored.
     void setProgress(std::shared_ptr<Progress> progress);
 
     // Limit
 
-    /// Sets the limit on getQueueSize(), and applies it if that is a change and the limit is in use.
-    /// It is also applied whenever a command is added, never by undo and redo. It drops the oldest commands
-    /// of the undo queue, or both queues if the redo queue alone is longer. Emits nothing.
+    /// Sets the limit on getQueueSize(), and applies it if the value changes and the limit is in use. It is
+    /// also applied whenever a command is added, never by undo and redo. It drops the oldest commands of the
+    /// undo queue, or both queues if the redo queue alone is longer than the limit. Emits nothing.
     void setMaxQueueSize(std::uint32_t size);
     std::uint32_t getMaxQueueSize() const;
 
-    /// Switches the limit on or off (off at first), and applies it if that is a change.
+    /// Switches the limit on or off (off at first), and applies it if the value changes.
     void setUsesMaxQueueSize(bool use);
     bool usesMaxQueueSize() const;
 
@@ -168,10 +166,10 @@ public:
 
     // Merge and take
 
-    /// Executes @p command now and merges it into the command that is queued next: they become one macro.
-    /// The macro has the description of the command queued next, which stands first in it; those that waited
-    /// follow in the order of their execution. They cannot be undone until then.
-    /// Pass @p useForwardUndoOrder if the command queued next must be undone first; once is enough.
+    /// Executes @p command now and merges it into the command that is queued next: they become one macro. The
+    /// macro has the description of the next one, which is first in it; those that waited follow as executed.
+    /// Until then undo() does not reach them, and clear() drops them. Pass @p useForwardUndoOrder, for one of
+    /// them, if the next one must be undone first.
     /// @return false if the command threw or is empty.
     bool addCommandToMergeWithNextCommand(std::shared_ptr<CommandBase> command, bool useForwardUndoOrder);
 
@@ -180,9 +178,9 @@ public:
     /// Guarantee: if a slot throws, the commands are lost.
     std::shared_ptr<MacroCommand> takeExecutedCommands();
 
-    /// Takes the newest command out of the undo queue. Emits nothing, and never throws.
-    /// The modified set becomes the one recorded after the previous command; without one, the one recorded
-    /// before the next command to redo, or else before the oldest command.
+    /// Takes the newest command out of the undo queue, still executed. The redo queue stays. Emits and throws
+    /// nothing. The modified set becomes the one recorded after the previous command; without one, the one
+    /// recorded before the next command to redo, or else before the oldest command.
     /// @return the command; empty if there is nothing to undo.
     std::shared_ptr<CommandBase> takeLastExecutedCommand();
 
@@ -192,9 +190,9 @@ public:
     void setModuleAccessInterface(std::shared_ptr<ModuleAccessInterface> moduleAccess);
 
     /// The modules that commands modified since the last save for @p tracker, and those that the module
-    /// access interface reports now. After an undo back to the save a module is unmodified again.
-    /// Not counted, although their data differ from the save: modules of an undone command that is not
-    /// redo-capable, and in some cases of dropped commands; see Docs/change-tracking.md.
+    /// access interface reports now. After an undo back to the save a module is unmodified again. Exact while
+    /// a queue holds a command, or after clear(). If both become empty otherwise, modules that differ from
+    /// the save may be missing; see Docs/change-tracking.md.
     std::set<const Object*> getModifiedModules(std::uint64_t tracker) const;
 
     /// The same, and the modules that the module access interface wants in the next save.
@@ -204,30 +202,32 @@ public:
     /// interface reports stays modified until it reports it no more. Cost: linear in both queues.
     void adjustOnSave(std::uint64_t tracker);
 
-    /// Has all modules count as modified before the oldest command, for all trackers: for data that must be
-    /// saved as they were loaded. Call it while both queues are empty.
+    /// Treats all modules as modified before the oldest command, for all trackers: for data that must be
+    /// saved as they were loaded. @pre both queues are empty (not checked).
     void markAllModulesBeforeFirstCommandAsModified();
 
     // Threaded commands: one at a time, in the worker slot. Its states, and how to learn of a run's end, are in
-    // Docs/threading.md. They throw nothing derived from `std::exception`, unless an abortRun() does.
+    // Docs/threading.md. These operations throw nothing derived from `std::exception`, unless an abortRun() does.
 
-    /// Puts @p command into the worker slot and runs it. Ignores an empty pointer.
-    /// Worker mode: emits sigThreadedCommandStarted and returns; finalizeThread() must follow. Synchronous
-    /// mode: runs the command to its end and queues it as addCommand() does. Failures are reported.
+    /// Puts @p command into the worker slot and runs it. Ignores an empty pointer. Worker mode: emits
+    /// sigThreadedCommandStarted and returns; finalizeThread() must follow. Synchronous mode: runs the
+    /// command to its end and queues it as addCommand() does. A failed start does not emit
+    /// sigThreadedCommandFinished.
     /// @pre getCurrentThreadedCommand() is empty; Docs/threading.md says what happens if it is not.
     /// Guarantee: as addCommand().
     void addThreadedCommand(std::shared_ptr<ThreadedCommand> command);
 
     /// The same for a macro, which runs up to its first thread on a worker; finalizeThread() must follow for
-    /// each of its threads. Without any, it is queued, and in worker mode sigThreadedCommandFinished follows.
+    /// each of its threads. A macro without threads is queued, followed in worker mode by
+    /// sigThreadedCommandFinished.
     /// Guarantee: if a sub-command fails, ThreadedMacroCommand::abortExecution() rolls the macro back, and in
     /// worker mode sigThreadedCommandFinished is emitted.
     void addThreadedCommand(std::shared_ptr<ThreadedMacroCommand> command);
 
-    /// Finalizes the running thread; waits for its end if it is still running.
-    /// A macro then runs up to its next thread. A command that has ended leaves the worker slot and is
-    /// queued, with sigCommandExecuted, unless it was aborted or is not addable; then
-    /// sigThreadedCommandFinished is emitted. Does nothing if no thread runs, or if the run itself calls it.
+    /// Finalizes the running thread; waits for its end if it is still running. A macro then runs up to its
+    /// next thread. A command that has ended leaves the worker slot and is queued, with sigCommandExecuted,
+    /// unless it was aborted or is not addable; then sigThreadedCommandFinished is emitted. Does nothing if
+    /// the worker slot is empty and no thread is running, or if a step of the run calls it.
     /// Guarantee: as for addThreadedCommand(); a command that failed is not queued.
     void finalizeThread();
 

@@ -40,8 +40,8 @@ public:
 
     /// Runs @p work, which is one command's own work, with processingCommand set.
     ///
-    /// The flag becomes @p flagAfterwards() when @p work has ended, in whatever way. An exception derived from
-    /// `std::exception` is reported as a failure of @p command; everything else passes through.
+    /// The flag becomes @p flagAfterwards() when @p work has ended, in whatever way. An exception derived
+    /// from `std::exception` is reported as a failure of @p command; everything else passes through.
     ///
     /// @return false if @p work failed.
     template <typename Work, typename Flag>
@@ -53,7 +53,8 @@ public:
     /// Writes the failure to the log and emits sigCommandFailed.
     void reportFailure(const std::exception& exception, const char* context, const CommandBase& command);
 
-    /// Writes the error line of a failed command.
+    /// Writes the error line of a failed command. MacroCommand and ThreadedMacroCommand have lines of their
+    /// own, for sub-commands; see logFailure() in their sources.
     void logException(const std::exception& exception, const std::string& context,
                       const std::string& commandDescription);
 
@@ -107,7 +108,7 @@ public:
     Signals::Signal<void(const char*, const std::string&)> sigCommandFailed;
 
 private:
-    /// Makes one entry of @p command and of all that waits to be merged with it.
+    /// Queues @p command, merged with all that waits for it. If that fails, these wait again.
     void record(std::shared_ptr<CommandBase>&& command);
     std::shared_ptr<CommandBase> mergeWithPending(std::shared_ptr<CommandBase>&& command);
     void enqueue(std::shared_ptr<CommandBase>&& command);

@@ -25,8 +25,8 @@ class ThreadManager;
 /// | operation           | idle                     | running: a sub-command is the current one          |
 /// |---------------------|--------------------------|----------------------------------------------------|
 /// | startExecution()    | runs, up to a thread     | not allowed (not checked)                          |
-/// | continueExecution() | tells that the run ended | finalizes the thread, then runs up to the next one |
-/// | abortExecution()    | see there                | undoes what was done, goes back to the beginning   |
+/// | continueExecution() | emits run-finished(true) | finalizes the thread, then runs up to the next one |
+/// | abortExecution()    | undoes everything        | undoes what was done, goes back to the beginning   |
 ///
 /// A sub-command is a thread if it is derived from Thread, as a ThreadedCommand is. A nested
 /// ThreadedMacroCommand is stepped in the same way. Unlike a MacroCommand, this calls neither
@@ -34,7 +34,7 @@ class ThreadManager;
 ///
 /// Failures: a sub-command that fails writes one error line; a nested macro has written its own. The
 /// exception ends the run and passes to the caller, unless setContinueOnException(true) has the failure
-/// skipped and counted. The N-th failure ends the run even so after setFailCountToThrow(N). CommandManager
+/// skipped and counted. After setFailCountToThrow(N) the N-th failure ends the run even so. CommandManager
 /// rolls a failed run back with abortExecution(); execute() does not: in CommandManager::addCommand(), or as
 /// part of a plain macro, sub-commands before the failure stay executed. A failed sub-command that was
 /// skipped stays in the macro, whose undo() undoes it with the others. Docs/failures.md says what a failure
@@ -43,8 +43,8 @@ class ThreadManager;
 /// Aborting: after CommandManager::abortThreadedCommand() the next finalizeThread() undoes the aborted
 /// thread, then the sub-commands before it. Docs/threading.md says what an abort in a nested macro does.
 ///
-/// Neither copied nor moved. As for MacroCommand, and: no sub-command is added or removed while the macro is
-/// running (after an abort it counts as running until the next startExecution()).
+/// Neither copied nor moved. The preconditions of MacroCommand apply. In addition, no sub-command is added or
+/// removed while the macro is running. After an abort it counts as running until the next startExecution().
 ///
 /// Ownership: as MacroCommand.
 /// Thread: the caller's; only the threads' own work is on the worker.
@@ -74,7 +74,6 @@ public:
     virtual bool startExecution(std::shared_ptr<ThreadManager> threadManager);
 
     /// Finalizes the running thread, waiting for its end if need be, and continues as startExecution() does.
-    /// The run itself does not call it between sub-commands.
     ///
     /// @param threadManager  the one that was given to startExecution().
     /// @return as startExecution(); true also after an abort.
@@ -83,8 +82,7 @@ public:
     virtual bool continueExecution(std::shared_ptr<ThreadManager> threadManager);
 
     /// Rolls a run back: undoes the sub-commands before the current one, newest first, without trace lines,
-    /// makes the first one the current one, emits the run-finished signal with false, and completes the
-    /// progress.
+    /// goes back to the first one, emits the run-finished signal with false, and completes the progress.
     ///
     /// The current sub-command is not undone. After a run that has ended there is none, and everything is
     /// undone.
@@ -99,7 +97,7 @@ public:
     bool continueOnException() const;
     void setContinueOnException(bool continues);
 
-    /// Has the @p count -th failure of a run end it, in spite of setContinueOnException(true). 0 is as 1. Any
+    /// Has the @p count -th failure of a run end it, in spite of setContinueOnException(true). 0 means 1. Any
     /// negative number is no limit; -1 at first. Failures that were counted stay counted.
     void setFailCountToThrow(int count);
 

@@ -20,12 +20,13 @@ class ThreadedMacroCommand;
 /// further: a ThreadedCommand has one step, a ThreadedMacroCommand one for each of its threads. The run ends
 /// after its last step, in start() itself if nothing runs on a worker, or when something fails.
 ///
-/// However a run fails, it ends in the same way: its command cleans up, the worker slot becomes empty, the
-/// owner reports the failure, and listeners hear that the run is finished.
+/// A run that fails with an exception derived from `std::exception` always ends in fail(): its command cleans
+/// up, the worker slot becomes empty, the owner reports the failure, and listeners hear that the run is
+/// finished. Any other exception only empties the worker slot, and passes to the caller.
 ///
-/// Everything that is called in between may call back: a slot of the manager's signals, a command, a
-/// destructor may finalize the run or start another one. So each operation holds the run that it works on,
-/// and asks whether that one is still in the worker slot.
+/// Slots of the manager's signals, commands and destructors are called in between. They may finalize the run
+/// or start another one. So each operation holds the run that it works on, and asks whether that one is still
+/// in the worker slot.
 ///
 /// Ownership: shares the command while it is in the worker slot. The owner must outlive this.
 /// Thread: as CommandManager.
@@ -84,21 +85,22 @@ public:
     WorkerSlot& operator=(const WorkerSlot&) = delete;
     ~WorkerSlot();
 
-    /// Begins a run of @p command, which takes the place of what is in the worker slot.
+    /// Begins a run of @p command. A run that is in the worker slot is displaced: nobody continues it.
     ///
     /// @param place  where the trace lines of a synchronous run say that they are written.
     void start(std::shared_ptr<ThreadedCommand> command, const std::source_location& place);
     void start(std::shared_ptr<ThreadedMacroCommand> command);
 
-    /// Takes the run in the worker slot one step further. If the slot is empty, finalizes the thread of a run
-    /// that lost its place. Does nothing if a step of the run calls it while no thread can be finalized.
+    /// Takes the run in the worker slot one step further. If the slot is empty, finalizes the thread of a
+    /// displaced run. Does nothing if it is called from within a step of the run and there is no thread to
+    /// finalize.
     void finalize();
 
     /// Asks the running thread to stop.
     void abort();
 
-    /// Aborts and ends what is running, unless the application shares the thread manager. All operations
-    /// work until this returns, so that abortRun() may call them.
+    /// Aborts and ends what is running, unless the application shares the thread manager. All operations work
+    /// until this returns, so that abortRun() may call them.
     void shutDown();
 
     bool isEmpty() const noexcept
@@ -106,7 +108,7 @@ public:
         return current == nullptr;
     }
 
-    /// Whether it is empty and no thread is running either, not even one of a run that lost its place.
+    /// Whether it is empty and no thread is running either, not even one of a displaced run.
     bool isIdle() const;
 
     /// The command in the worker slot; empty if there is none.
@@ -139,7 +141,7 @@ private:
     template <typename Work, typename EndFailed>
     void endOnFailure(const RunPointer& run, const Work& work, const EndFailed& endFailed);
 
-    /// Ends a run that has failed. @p run is null if it is in no worker slot.
+    /// Ends a run that has failed. @p run is null if it was displaced, or could not be made.
     template <typename CleanUp>
     void fail(const std::exception& exception, const Run* run, const Failure& failure,
               const CleanUp& cleanUp);
@@ -147,7 +149,7 @@ private:
     void release(const Run* run);
     bool isOnWorker() const;
 
-    /// Whether a step of the run in the worker slot has called this, while no @p thread can be finalized.
+    /// Whether a step of the run in the worker slot is on the stack, while there is no @p thread to finalize.
     bool isInItsOwnStep(const Thread* thread) const;
 
     /// What the error line calls a failure of finalize().
