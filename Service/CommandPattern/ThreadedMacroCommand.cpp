@@ -287,7 +287,6 @@ void ThreadedMacroCommand::finish()
     progressOf(*this).setComplete();
 }
 
-// To be called while an exception is handled: rethrows it, if it ends the run.
 void ThreadedMacroCommand::skipOrRethrow()
 {
     if (!valdaneContinuesOnException)

@@ -147,6 +147,10 @@ private:
     void executeOnThisThread(CommandBase& subCommand, const std::source_location& place);
     Next goToNext(const std::shared_ptr<ThreadManager>& threadManager);
     void finish();
+
+    /// Called while a failure that was thrown on this thread is handled: counts it, or rethrows it if it ends
+    /// the run. finalizeSubCommand() does the same for a failure on the worker, but throws another exception
+    /// at the limit.
     void skipOrRethrow();
 
     CommandList::const_iterator valdaneCurrentSubCommand;
