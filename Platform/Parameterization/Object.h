@@ -19,9 +19,9 @@ class DynamicAttributeCollection;
 
 /// A node of the parameter tree. Applications derive their objects from it.
 ///
-/// The owner finds an object by its key. The key never changes, and any text is a key. Paths are made of keys;
-/// other names of an object are in no path. The key of a root is in no path either: the root resolves the path
-/// without keys to itself.
+/// The owner finds an object by its key. The key never changes, and any text is a key. Paths consist of keys, so
+/// renaming an object changes no path. A root's key is in no path: from the root, the empty path leads to the
+/// root.
 ///
 /// Ownership: always held by `std::shared_ptr`. An object owns its children and links weakly to its owner. A
 /// child that is held elsewhere when its owner is destroyed becomes a root. The destructor of a derived class
@@ -47,8 +47,8 @@ public:
 
     /// Appends @p child to the children.
     ///
-    /// Cost: independent of the number of children. If @p child has children, also a step for every level above
-    /// this object.
+    /// Cost: independent of the number of children. If @p child has children, also time proportional to this
+    /// object's depth.
     /// @throws VdException if @p child is empty, has an owner, is this object or the root of its tree, or if
     ///         there is a child with the same key; std::bad_alloc. Nothing is then changed.
     void addChild(std::shared_ptr<Object> child);
@@ -82,12 +82,14 @@ public:
     /// The object that has this one as a child; empty for a root, and while the owner is being destroyed.
     std::shared_ptr<Object> getOwner() const;
 
-    /// The root of the tree; this object if it has no owner. Cost: a step for every level.
+    /// Returns the root of the tree: the object at the top, which has no owner. That may be this object. The
+    /// commands ask for the root under this name. Cost: proportional to this object's depth.
     ///
     /// @throws std::bad_weak_ptr if the root is still being constructed or already being destroyed.
     std::shared_ptr<Object> getRootObjectAlt();
 
-    /// The path of this object from the root. Cost: a step for every level and one allocation for the result.
+    /// The path of this object from the root. Cost: time proportional to this object's depth, and one
+    /// allocation for the result.
     Path getPath(RequestedPathType type) const;
 
     /// The path of the attribute @p attributeName of this object, which need not exist.
@@ -98,7 +100,7 @@ public:
     /// @throws VdException naming both objects, if @p relativeTo is neither.
     Path getPath(const Object* relativeTo, const std::string& attributeName, RequestedPathType type) const;
 
-    /// The object to which @p path leads from this one. An attribute name in the path plays no part.
+    /// The object to which @p path leads from this one. An attribute name in the path is ignored.
     ///
     /// @return the object; empty if a key on the way has no object.
     /// @throws std::bad_weak_ptr if the path has no keys and this object is not held by a shared pointer.
@@ -107,18 +109,19 @@ public:
 
     /// Adds an attribute under the name that @p description has.
     ///
-    /// The object shares ownership, so a getter or setter that holds it by a shared pointer keeps it forever.
-    /// @throws VdException if @p description is empty or there is an attribute of that name. Nothing has
-    ///         changed then.
+    /// The object shares ownership of @p description. So a getter or setter in it that holds the object by
+    /// `std::shared_ptr` makes a cycle and a leak.
+    /// @throws VdException if @p description is empty or there is an attribute of that name; std::bad_alloc.
+    ///         Nothing has changed then.
     void addAttributeDescription(std::shared_ptr<AttributeDescriptionBase> description);
 
-    /// The description of the attribute @p name, empty if there is none: one that was added.
+    /// The description that was added under @p name; an empty pointer if there is none.
     ///
-    /// Override it to make descriptions on demand. The listeners of an attribute are connected to its
-    /// description, so return the same one as long as it has any.
+    /// An override may make descriptions on demand. Listeners of an attribute are connected to its description,
+    /// so the override must return the same description as long as somebody is connected to it.
     virtual std::shared_ptr<AttributeDescriptionBase> getAttributeDescription(const std::string& name);
 
-    /// The dynamic attributes; an empty pointer if the object has none, as at first.
+    /// The dynamic attributes; an empty pointer if the object has none. A new object has none.
     virtual std::shared_ptr<DynamicAttributeCollection> getDynamicAttributeCollection();
 
     /// Shares ownership of @p collection from now on; an empty pointer means no dynamic attributes.
@@ -127,6 +130,10 @@ public:
     virtual void setDynamicAttributeCollection(std::shared_ptr<DynamicAttributeCollection> collection);
 
     /// Tells the listeners of connectToSigChanged that this object, or something that it owns, has changed.
+    ///
+    /// Listeners of this object only: the signal does not rise to the owner. The application calls this when it
+    /// has changed something. In this library only ClearDynamicAttributesCmd does, on the owner of the object
+    /// whose attributes it clears. addChild, removeChild, replaceChild and the setters of this class do not.
     ///
     /// Calls them in the order in which they connected. A listener may destroy this object; the listeners after
     /// it are then not called. Cost: one test without listeners.

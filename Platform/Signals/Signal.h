@@ -27,17 +27,17 @@ class Signal;
 /// changed("pump");
 /// ```
 ///
-/// A slot may connect, disconnect itself or others, destroy connections, emit the signal again and destroy the
-/// signal, also the one that calls it.
+/// A slot may connect slots, disconnect itself or others, destroy connections, emit this signal again, and
+/// destroy this signal, all while the signal is calling it.
 /// - A slot that is connected during an emission is first called in the next one. An emission that a slot starts
-///   is a next one.
-/// - A slot that is disconnected during an emission is not called again.
+///   counts as the next one.
+/// - A slot that is disconnected during an emission is not called any more, not even in this emission.
 /// - Destroying the signal disconnects all slots. A running emission then ends with the current slot.
 ///
 /// It behaves as Boost.Signals2, except for these:
 /// - There are no locks, groups, combiners and results.
 /// - An empty function is refused when the slot is made.
-/// - All slots share an argument by value (see Slot).
+/// - An argument that is declared by value is copied once for all slots, not once for each (see Slot).
 /// - A connection disconnects when it is destroyed.
 /// - An emission ends when its signal is destroyed.
 ///
@@ -62,8 +62,7 @@ public:
 
     /// Connects a copy of @p slot.
     ///
-    /// During the destruction of the signal a callable's destructor can connect nothing; the result is then
-    /// connected to nothing.
+    /// While the signal is being destroyed, this connects nothing and returns an empty connection.
     ///
     /// @return the connection, which disconnects the slot when it is destroyed.
     /// @throws std::bad_function_call if @p slot was moved from; std::bad_alloc; whatever copying the
@@ -80,7 +79,7 @@ public:
     /// An argument declared by value is copied once, into this call, and all slots see that copy.
     ///
     /// @throws whatever a slot throws. The slots after it are not called; all stay connected.
-    /// Complexity: one test without slots. Allocates nothing itself.
+    /// Complexity: linear in the number of slots; without slots it costs one test. Allocates nothing itself.
     using Private::SignalHandler<void(Args...)>::operator();
 
 private:

@@ -23,9 +23,10 @@ namespace Valdane
 /// command is queued. Override execute() to do the same after ThreadedCommand::execute(), which sends no
 /// finish signal.
 ///
-/// Abort. The manager does not queue an aborted command, and nobody calls its undo(). An abort counts until
-/// CommandManager::finalizeThread(), so it may come after the run has ended; sendFinishSignal() is told false
-/// then. finishRun() is also called after an aborted run().
+/// Abort. In worker mode the manager does not queue an aborted command, and nobody calls its undo(). An abort
+/// counts until CommandManager::finalizeThread(), so it may come after the run has ended; sendFinishSignal() is
+/// told false then. finishRun() is also called after an aborted run(). In synchronous mode a run can only abort
+/// itself. sendFinishSignal() is told false, too, but the manager queues the command all the same.
 ///
 /// In a ThreadedMacroCommand, undo() is also called for a thread that was aborted or whose failure was
 /// skipped. So undo() must know whether there is something to undo.
