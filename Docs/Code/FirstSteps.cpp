@@ -162,16 +162,18 @@ class Editor
 public:
     Editor()
     {
+        manager.setModuleAccessInterface(std::make_shared<TextModule>(text));
+        // Before the slot that draws.
+        editFailed = manager.connectToSigCommandFailed([this](const char*, const std::string&)
+                                                       { text.hasChanged = false; });
+
         queueChanged = manager.connectToSigCommandQueueChanged([this](auto) { draw(); });
         commandFailed = manager.connectToSigCommandFailed(
             [this](const char* what, const std::string& description)
             {
-                text.hasChanged = false; // of what was rolled back
                 std::cout << "    " << description << ": " << what << "\n";
                 draw();
             });
-
-        manager.setModuleAccessInterface(std::make_shared<TextModule>(text));
 
         manager.setMaxQueueSize(4);
         manager.setUsesMaxQueueSize(true);
@@ -276,6 +278,7 @@ private:
     Valdane::CommandManager manager;
     Valdane::Signals::Connection queueChanged;
     Valdane::Signals::Connection commandFailed;
+    Valdane::Signals::Connection editFailed;
 };
 
 const char* const inputs[] = {
