@@ -174,6 +174,14 @@ inline void LegacyProgress::place(double newPosition, Changes& changes)
 inline void LegacyProgress::restart(Changes& changes)
 {
     place(0.0, changes);
+    if (valdaneParent != nullptr && valdaneIsFollowedOnReset == 1)
+    {
+        restartParents(changes);
+    }
+}
+
+void LegacyProgress::restartParents(Changes& changes)
+{
     for (auto* child = this; child->valdaneParent != nullptr && child->valdaneIsFollowedOnReset == 1;
          child = child->valdaneParent)
     {

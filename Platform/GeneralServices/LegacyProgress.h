@@ -138,6 +138,7 @@ private:
     VALDANE_GENERALSERVICES_NO_EXPORT void place(double newPosition, Changes& changes);
     VALDANE_GENERALSERVICES_NO_EXPORT void report(Changes& changes);
     VALDANE_GENERALSERVICES_NO_EXPORT void restart(Changes& changes);
+    VALDANE_GENERALSERVICES_NO_EXPORT void restartParents(Changes& changes);
     VALDANE_GENERALSERVICES_NO_EXPORT Watch& getOrMakeWatch();
 
     std::atomic<double> valdanePosition{0.0};

@@ -214,7 +214,7 @@ void ThreadManager::addThread(std::shared_ptr<Thread> thread)
     if (current->thread)
     {
         throw VdException("Thread '" + thread->getName() + "' cannot be run while thread '" +
-                          current->thread->getName() + "' is under way");
+                          current->thread->getName() + "' is running");
     }
     thread->clearAborted();
     current->fill(std::move(thread), runEnded);
@@ -305,7 +305,7 @@ void ThreadManager::setThreadingMode(std::int32_t mode)
     if (current->thread)
     {
         throw VdException("The threading mode cannot be changed while thread '" + current->thread->getName() +
-                          "' is under way");
+                          "' is running");
     }
     threadingMode = mode;
 }

@@ -1,8 +1,10 @@
 #include "Service/CommandPattern/CommandManager.h"
 
+#include "Platform/ExceptionHandling/VdException.h"
+#include "Platform/Logging/Logging.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandManagerPrivate.h"
-#include "Service/CommandPattern/CommandTrace.h"
+#include "Service/CommandPattern/ExceptionText.h"
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
@@ -23,12 +25,6 @@ std::shared_ptr<const CommandBase> topOf(const CommandQueue& queue)
     return queue.empty() ? nullptr : queue.back().command;
 }
 
-// What isProcessingCommand() answers after most operations.
-bool notProcessing()
-{
-    return false;
-}
-
 std::list<std::string> collectDescriptions(const CommandQueue& queue)
 {
     std::list<std::string> descriptions;
@@ -40,6 +36,19 @@ std::list<std::string> collectDescriptions(const CommandQueue& queue)
 }
 
 } // namespace
+
+void CommandManager::Private::logException(const std::exception& exception, const std::string& context,
+                                           const std::string& commandDescription)
+{
+    std::string message =
+        context + " of command '" + commandDescription + "' failed with exception: " + textOf(exception);
+    if (const auto* located = dynamic_cast<const VdException*>(&exception))
+    {
+        message += "\n    Location: " + located->getLocation();
+    }
+    const std::source_location here = std::source_location::current();
+    managerLogger.logERROR(message, here.file_name(), here.function_name(), static_cast<int>(here.line()));
+}
 
 // For users who take its address: on Windows only what is defined here is exported.
 constexpr std::uint64_t CommandManager::ChangeTrackerCount;
@@ -65,7 +74,7 @@ bool CommandManager::addCommand(std::shared_ptr<CommandBase> command)
     {
         d->execute(*command, here);
     };
-    if (!d->process(*command, "Execution", work, notProcessing))
+    if (!d->process(*command, "Execution", work, [] { return false; }))
     {
         return false;
     }
@@ -136,62 +145,12 @@ std::shared_ptr<CommandBase> CommandManager::takeLastExecutedCommand()
 
 bool CommandManager::undo(std::uint64_t count)
 {
-    const std::source_location here = std::source_location::current();
-    for (; count != 0 && canUndo(); --count)
-    {
-        // First, so that no command is undone that could not be kept for redo.
-        d->redoQueue.reserveOne(d->undoQueue);
-        // The copy keeps the command alive until all listeners have heard of it.
-        const QueuedCommand undone = d->undoQueue.back();
-        CommandBase& command = *undone.command;
-        const auto work = [&]
-        {
-            d->progress->setSubProgress(command.getProgress(), 100, 1);
-            trace(managerLogger, "Execute Undo command '", descriptionOf(command), "'...", here);
-            command.undo();
-            trace(managerLogger, "Undo command '", descriptionOf(command), "' executed.", here);
-        };
-        if (!d->process(command, "Undo", work, notProcessing))
-        {
-            return false;
-        }
-        d->keepForRedo(d->undoQueue.take(undone));
-        d->moduleAccess()->markAllModulesInBusinessAsUnmodified();
-        d->sigCommandUndone();
-        d->sigCommandQueueChanged(CommandUndone);
-    }
-    return true;
+    return d->undo(count, std::source_location::current());
 }
 
 bool CommandManager::redo(std::uint64_t count)
 {
-    const std::source_location here = std::source_location::current();
-    for (; count != 0 && canRedo(); --count)
-    {
-        // First, so that no command is redone that could not be kept for undo.
-        d->undoQueue.reserveOne(d->redoQueue);
-        // The copy keeps the command alive until all listeners have heard of it.
-        const QueuedCommand redone = d->redoQueue.back();
-        CommandBase& command = *redone.command;
-        const auto work = [&]
-        {
-            d->progress->setSubProgress(command.getProgress(), 100, 1);
-            trace(managerLogger, "Execute Redo command '", descriptionOf(command), "'...", here);
-            command.redo();
-            trace(managerLogger, "Redo command '", descriptionOf(command), "' executed.", here);
-        };
-        if (!d->process(command, "Redo", work, notProcessing))
-        {
-            return false;
-        }
-        // Again, as the command may have used up the place: taking and putting cannot fail then.
-        d->undoQueue.reserveOne(d->redoQueue);
-        d->undoQueue.pushBack(d->redoQueue.take(redone));
-        d->moduleAccess()->markAllModulesInBusinessAsUnmodified();
-        d->sigCommandExecuted();
-        d->sigCommandQueueChanged(CommandRedone);
-    }
-    return true;
+    return d->redo(count, std::source_location::current());
 }
 
 void CommandManager::undoAll()

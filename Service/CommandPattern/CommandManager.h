@@ -38,7 +38,7 @@ class ThreadedMacroCommand;
 /// destructor of a command that is dropped, may call any operation, but must not destroy the manager.
 ///
 /// Ownership: shares the commands with its callers. A command that dies with the manager must not call it.
-/// Thread: one thread, by custom the application's main thread. No locks.
+/// Thread: one thread, usually the application's main thread. No locks.
 class VALDANE_COMMANDPATTERN_EXPORT CommandManager
 {
 public:
@@ -51,8 +51,7 @@ public:
         CommandAdded = 3,  ///< a command was put on top of the undo queue
     };
 
-    /// The number of change trackers: independent save points, for example of saving and of exporting. A
-    /// tracker argument must be less than it (not checked).
+    /// The number of independent save points. A tracker argument must be less than it (not checked).
     static constexpr std::uint64_t ChangeTrackerCount = 2;
 
     /// Has empty queues and no limit; it is 25 if it is switched on.
@@ -81,8 +80,8 @@ public:
     // Undo and redo
 
     /// Undoes up to @p count commands, newest first. Each step emits sigCommandUndone, then
-    /// sigCommandQueueChanged(CommandUndone). A command that is not redo-capable, or fails to tell, empties
-    /// the redo queue instead of moving there.
+    /// sigCommandQueueChanged(CommandUndone). A command that is not redo-capable, or whose isRedoCapable()
+    /// throws, empties the redo queue instead of moving there.
     /// @return false if a command threw; it stays on top of the undo queue. True if fewer were there.
     /// Guarantee: earlier steps stay undone.
     bool undo(std::uint64_t count);
@@ -106,6 +105,7 @@ public:
 
     // Ask
 
+    /// Whether there is a command to undo, or to redo.
     bool canUndo() const;
     bool canRedo() const;
 
@@ -199,7 +199,7 @@ public:
     std::set<const Object*> getModifiedOrSaveOnNextSaveModules(std::uint64_t tracker) const;
 
     /// Makes the present state the save point of @p tracker; call it after a save. What the module access
-    /// interface reports stays modified until it reports it no more. Cost: linear in both queues.
+    /// interface reports stays modified as long as it reports it. Cost: linear in both queues.
     void adjustOnSave(std::uint64_t tracker);
 
     /// Treats all modules as modified before the oldest command, for all trackers: for data that must be
@@ -238,7 +238,7 @@ public:
     /// The command in the worker slot; empty if none is running.
     std::shared_ptr<CommandBase> getCurrentThreadedCommand() const;
 
-    /// What runs the threads, sets the threading mode and tells when a run has ended. Shared with the caller.
+    /// What runs the threads and tells when a run has ended. Shared, but not during the destructor.
     std::shared_ptr<ThreadManager> getThreadManager() const;
 
 private:

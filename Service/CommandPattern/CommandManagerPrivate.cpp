@@ -1,6 +1,5 @@
 #include "Service/CommandPattern/CommandManagerPrivate.h"
 
-#include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Logging/Logging.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandProgress.h"
@@ -45,19 +44,100 @@ void CommandManager::Private::reportFailure(const std::exception& exception, con
     sigCommandFailed(textOf(exception), description);
 }
 
-void CommandManager::Private::logException(const std::exception& exception, const std::string& context,
-                                           const std::string& commandDescription)
+inline void CommandManager::Private::keepForRedo(QueuedCommand&& entry)
 {
-    std::string message =
-        context + " of command '" + commandDescription + "' failed with exception: " + textOf(exception);
-    if (const auto* located = dynamic_cast<const VdException*>(&exception))
+    try
     {
-        message += "\n    Location: " + located->getLocation();
+        if (entry.command->isRedoCapable())
+        {
+            redoQueue.pushBack(std::move(entry));
+            return;
+        }
     }
-    const std::source_location here = std::source_location::current();
-    // All lines of the manager name the same file, which is the logger's.
-    managerLogger.logERROR(message, "Service/CommandPattern/CommandManager.cpp", here.function_name(),
-                           static_cast<int>(here.line()));
+    catch (...)
+    {
+        redoQueue.dropAll();
+        throw;
+    }
+    redoQueue.dropAll();
+}
+
+inline bool CommandManager::Private::undoOne(const std::source_location& place)
+{
+    // First, so that no command is undone that could not be kept for redo.
+    redoQueue.reserveOne(undoQueue);
+    // The copy keeps the command alive until all slots have been called.
+    const QueuedCommand undone = undoQueue.back();
+    CommandBase& command = *undone.command;
+    const auto work = [&]
+    {
+        const auto name = descriptionOf(command);
+        progress->setSubProgress(command.getProgress(), 100, 1);
+        trace(managerLogger, "Execute Undo command '", name, "'...", place);
+        command.undo();
+        trace(managerLogger, "Undo command '", name, "' executed.", place);
+    };
+    if (!process(command, "Undo", work, [] { return false; }))
+    {
+        return false;
+    }
+    keepForRedo(undoQueue.take(undone));
+    moduleAccess()->markAllModulesInBusinessAsUnmodified();
+    sigCommandUndone();
+    sigCommandQueueChanged(CommandUndone);
+    return true;
+}
+
+bool CommandManager::Private::undo(std::uint64_t count, const std::source_location& place)
+{
+    for (; count != 0 && !undoQueue.empty(); --count)
+    {
+        if (!undoOne(place))
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+inline bool CommandManager::Private::redoOne(const std::source_location& place)
+{
+    // First, so that no command is redone that could not be kept for undo.
+    undoQueue.reserveOne(redoQueue);
+    // The copy keeps the command alive until all slots have been called.
+    const QueuedCommand redone = redoQueue.back();
+    CommandBase& command = *redone.command;
+    const auto work = [&]
+    {
+        const auto name = descriptionOf(command);
+        progress->setSubProgress(command.getProgress(), 100, 1);
+        trace(managerLogger, "Execute Redo command '", name, "'...", place);
+        command.redo();
+        trace(managerLogger, "Redo command '", name, "' executed.", place);
+    };
+    if (!process(command, "Redo", work, [] { return false; }))
+    {
+        return false;
+    }
+    // Again: the command may have filled the reserved place. Moving the entry then cannot fail.
+    undoQueue.reserveOne(redoQueue);
+    undoQueue.pushBack(redoQueue.take(redone));
+    moduleAccess()->markAllModulesInBusinessAsUnmodified();
+    sigCommandExecuted();
+    sigCommandQueueChanged(CommandRedone);
+    return true;
+}
+
+bool CommandManager::Private::redo(std::uint64_t count, const std::source_location& place)
+{
+    for (; count != 0 && !redoQueue.empty(); --count)
+    {
+        if (!redoOne(place))
+        {
+            return false;
+        }
+    }
+    return true;
 }
 
 void CommandManager::Private::queue(std::shared_ptr<CommandBase> command)
@@ -131,24 +211,6 @@ std::set<const Object*> CommandManager::Private::modifiedModules(std::uint64_t t
     std::set<const Object*> modules = moduleAccess()->getModifiedModulesFromBusiness();
     tracking.modulesAtPosition(tracker, undoQueue, redoQueue).insertInto(modules);
     return modules;
-}
-
-void CommandManager::Private::keepForRedo(QueuedCommand&& entry)
-{
-    try
-    {
-        if (entry.command->isRedoCapable())
-        {
-            redoQueue.pushBack(std::move(entry));
-            return;
-        }
-    }
-    catch (...)
-    {
-        redoQueue.dropAll();
-        throw;
-    }
-    redoQueue.dropAll();
 }
 
 void CommandManager::Private::setProcessing(bool processing)

@@ -40,7 +40,7 @@ public:
 
     /// Runs @p work, which is one command's own work, with processingCommand set.
     ///
-    /// The flag becomes @p flagAfterwards() when @p work has ended, in whatever way. An exception derived
+    /// The flag becomes @p flagAfterwards() when @p work has ended, also if it threw. An exception derived
     /// from `std::exception` is reported as a failure of @p command; everything else passes through.
     ///
     /// @return false if @p work failed.
@@ -50,15 +50,20 @@ public:
     /// Executes @p command between two trace lines, resetting and completing its progress.
     void execute(CommandBase& command, const std::source_location& place) const;
 
+    /// CommandManager::undo() and redo(). @param place  where the trace lines say that they are written
+    bool undo(std::uint64_t count, const std::source_location& place);
+    bool redo(std::uint64_t count, const std::source_location& place);
+
     /// Writes the failure to the log and emits sigCommandFailed.
     void reportFailure(const std::exception& exception, const char* context, const CommandBase& command);
 
-    /// Writes the error line of a failed command. MacroCommand and ThreadedMacroCommand have lines of their
-    /// own, for sub-commands; see logFailure() in their sources.
+    /// Writes the error line of a failed command; in CommandManager.cpp, because the line names its place.
+    /// MacroCommand and ThreadedMacroCommand have lines of their own, for sub-commands; see logFailure() in
+    /// their sources.
     void logException(const std::exception& exception, const std::string& context,
                       const std::string& commandDescription);
 
-    /// Forgets what could be redone, also what a destructor of that has undone meanwhile.
+    /// Empties the redo queue, again if a destructor of a dropped command fills it.
     void forgetRedo();
 
     /// Drops what is beyond the limit.
@@ -72,10 +77,6 @@ public:
 
     /// The modules that differ from the save point of @p tracker.
     std::set<const Object*> modifiedModules(std::uint64_t tracker) const;
-
-    /// Puts an undone entry on top of the redo queue. If its command is not redo-capable, or fails to tell,
-    /// empties the redo queue instead: the older entries there could not be redone without this one.
-    void keepForRedo(QueuedCommand&& entry);
 
     /// Puts a command that was executed on the undo queue: the whole intake, up to its signal.
     void queue(std::shared_ptr<CommandBase> command) override;
@@ -109,6 +110,15 @@ public:
     Signals::Signal<void(const char*, const std::string&)> sigCommandFailed;
 
 private:
+    /// One step, up to its signals. @return false if the command failed
+    bool undoOne(const std::source_location& place);
+    bool redoOne(const std::source_location& place);
+
+    /// Puts an undone entry on top of the redo queue. If its command is not redo-capable, or its
+    /// isRedoCapable() throws, empties the redo queue instead: the older entries there could not be redone
+    /// without this one.
+    void keepForRedo(QueuedCommand&& entry);
+
     /// Queues @p command, merged with all that waits for it. If that fails, these wait again.
     void record(std::shared_ptr<CommandBase>&& command);
     std::shared_ptr<CommandBase> mergeWithPending(std::shared_ptr<CommandBase>&& command);

@@ -29,16 +29,23 @@ inline auto logDescriptionOf(CommandBase& command)
 
 /// Writes the trace line @p before + name() + @p after, as written at @p place.
 ///
-/// @param name  gives the command's text, as descriptionOf() or logDescriptionOf() does. It is not called
-///              while trace is off; a call then costs a test.
+/// @param name  gives the command's text, as descriptionOf() or logDescriptionOf() does.
+template <typename Name>
+[[gnu::noinline]] void writeTrace(const Logging& logger, const char* before, const Name& name,
+                                  const char* after, const std::source_location& place)
+{
+    logger.logTRACE(before + name() + after, place.file_name(), place.function_name(),
+                    static_cast<int>(place.line()));
+}
+
+/// The same if trace is on. Apart from the writing, so that the test is inlined: that saves 10 instructions of an undo.
 template <typename Name>
 inline void trace(const Logging& logger, const char* before, const Name& name, const char* after,
                   const std::source_location& place)
 {
     if (logger.isTraceEnabled())
     {
-        logger.logTRACE(before + name() + after, place.file_name(), place.function_name(),
-                        static_cast<int>(place.line()));
+        writeTrace(logger, before, name, after, place);
     }
 }
 

@@ -32,7 +32,7 @@ void DelayedInitializedCommand::makeCommand()
     {
         return;
     }
-    // What was set, that is, and not what another command may lend its text for.
+    // Compares the text that was set, not getDescription(), which may be a sub-command's.
     const bool isToBeDescribed =
         getLogDescription() == valdaneDefaultDescription && !command->getDescription().empty();
     std::string text = isToBeDescribed ? command->getDescription() : std::string();

@@ -4,6 +4,7 @@
 #include "Service/CommandPattern/CommandProgress.h"
 #include "Service/CommandPattern/CommandTrace.h"
 #include "Service/CommandPattern/ExceptionText.h"
+#include "Service/CommandPattern/MacroDestruction.h"
 
 #include <algorithm>
 #include <iterator>
@@ -19,35 +20,7 @@ namespace
 
 const Logging logger("Service/CommandPattern/MacroCommand");
 
-// Sub-commands that a macro's destructor destroys, one after the other.
-//
-// A macro that is destroyed by this leaves its own sub-commands here, instead of destroying them itself: they
-// are next, in the order in which they would have been destroyed. So the stack does not grow with the depth.
-struct Destruction
-{
-    MacroCommand::CommandList pending;
-    /// The command that is destroyed next, if this has its last owner.
-    const CommandBase* released = nullptr;
-};
-
-thread_local Destruction* innermostDestruction = nullptr;
-
-void destroyAll(MacroCommand::CommandList&& commands)
-{
-    Destruction destruction{.pending = std::move(commands)};
-    Destruction* const outer = std::exchange(innermostDestruction, &destruction);
-    while (!destruction.pending.empty())
-    {
-        std::shared_ptr<CommandBase> command = std::move(destruction.pending.front());
-        destruction.pending.pop_front();
-        destruction.released = command.get();
-        command.reset();
-        destruction.released = nullptr;
-    }
-    innermostDestruction = outer;
-}
-
-// What has been done is rolled back also where there is no memory for the line, or the log fails.
+// The roll-back must happen even if the line cannot be written.
 void logFailure(const char* operation, CommandBase& failed, const std::exception& exception,
                 const std::source_location& place)
 {
@@ -76,15 +49,7 @@ MacroCommand& MacroCommand::operator=(MacroCommand&&) noexcept = default;
 
 MacroCommand::~MacroCommand()
 {
-    if (innermostDestruction != nullptr && innermostDestruction->released == this)
-    {
-        innermostDestruction->released = nullptr;
-        innermostDestruction->pending.splice(innermostDestruction->pending.begin(), valdaneCommands);
-    }
-    else if (!valdaneCommands.empty())
-    {
-        destroyAll(std::move(valdaneCommands));
-    }
+    MacroDestruction::destroySubCommands(*this, std::move(valdaneCommands));
 }
 
 void MacroCommand::execute()

@@ -84,7 +84,7 @@ private:
 class WorkerSlot::MacroRun final : public Run
 {
 public:
-    /// What the error line calls a failure of the start.
+    /// The context of the error line for a failed start.
     static constexpr const char* startContext = "Threaded execution";
 
     explicit MacroRun(std::shared_ptr<ThreadedMacroCommand> threadedMacro);

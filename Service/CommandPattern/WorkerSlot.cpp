@@ -22,25 +22,28 @@ WorkerSlot::~WorkerSlot() = default;
 
 void WorkerSlot::start(std::shared_ptr<ThreadedCommand> command, const std::source_location& place)
 {
-    begin({command, "Execution", false}, [&] { return std::make_shared<CommandRun>(command, place); });
+    begin([&] { return std::make_shared<CommandRun>(command, place); },
+          [&] {
+              return Failure{command, "Execution", false};
+          });
 }
 
 void WorkerSlot::start(std::shared_ptr<ThreadedMacroCommand> command)
 {
-    begin({command, MacroRun::startContext, isOnWorker()},
-          [&] { return std::make_shared<MacroRun>(command); });
+    begin([&] { return std::make_shared<MacroRun>(command); },
+          [&] {
+              return Failure{command, MacroRun::startContext, isOnWorker()};
+          });
 }
 
-template <typename MakeRun>
-void WorkerSlot::begin(const Failure& failure, const MakeRun& makeRun)
+template <typename MakeRun, typename DescribeFailure>
+void WorkerSlot::begin(const MakeRun& makeRun, const DescribeFailure& describeFailure)
 {
     RunPointer run;
     const auto start = [&]
     {
         run = makeRun();
-        owner.setProcessing(true);
-        // The run that loses its place is destroyed when the new one has it, because a destructor may call back.
-        RunPointer(run).swap(current);
+        displace(run);
         run->start(*this);
     };
     const auto cleanUp = [&]
@@ -50,24 +53,39 @@ void WorkerSlot::begin(const Failure& failure, const MakeRun& makeRun)
             run->cleanUpStart(owner);
         }
     };
-    endOnFailure(run, start,
-                 [&](const std::exception& exception) { fail(exception, run.get(), failure, cleanUp); });
+    const auto endFailed = [&](const std::exception& exception)
+    {
+        fail(exception, run.get(), describeFailure(), cleanUp);
+    };
+    endOnFailure(run, start, endFailed);
+}
+
+void WorkerSlot::displace(const RunPointer& run)
+{
+    const StepOfRun step(*this, run.get());
+    displacedThread = threadManager->getCurrentThread();
+    owner.setProcessing(true);
+    // The run that loses its place is destroyed when the new one has it, because a destructor may call back.
+    RunPointer(run).swap(current);
 }
 
 void WorkerSlot::finalize()
 {
     const std::shared_ptr<Thread> thread = threadManager->getCurrentThread();
-    if (isInItsOwnStep(thread.get()))
+    const bool isInStep = current != nullptr && current.get() == stepped;
+    if (isInStep && (thread == nullptr || !isOnWorker()))
     {
+        // The step ends the run itself, which would otherwise end twice.
         return;
     }
-    if (const RunPointer run = current)
+    const bool isDisplaced = isInStep && thread == displacedThread.lock();
+    if (current == nullptr || isDisplaced)
     {
-        finalizeRun(run, thread.get());
+        finalizeDisplaced(thread);
     }
     else
     {
-        finalizeDisplaced(thread);
+        finalizeRun(RunPointer(current), thread.get());
     }
 }
 
@@ -91,7 +109,7 @@ void WorkerSlot::finalizeRun(const RunPointer& run, const Thread* thread)
 
 void WorkerSlot::proceed(Run& run, const Thread* thread)
 {
-    // Asked before and after: a command that starts again when it hears of its end clears the state.
+    // Asked before and after: a slot of the run-finished signal may start the command again, which clears the state.
     const bool wasAborted = thread != nullptr && thread->isAborted();
     const bool hasEnded = run.proceed(threadManager);
     const bool isAborted = wasAborted || (thread != nullptr && thread->isAborted());
@@ -207,12 +225,6 @@ void WorkerSlot::release(const Run* run)
 bool WorkerSlot::isOnWorker() const
 {
     return threadManager->getThreadingMode() != 0;
-}
-
-// Such a step ends the run itself, which would otherwise end twice.
-bool WorkerSlot::isInItsOwnStep(const Thread* thread) const
-{
-    return current != nullptr && current.get() == stepped && (thread == nullptr || !isOnWorker());
 }
 
 } // namespace Valdane

@@ -128,9 +128,12 @@ private:
 
     using RunPointer = std::shared_ptr<Run>;
 
-    /// Makes a run, puts it into the worker slot and starts it. If that fails, ends it as @p failure says.
-    template <typename MakeRun>
-    void begin(const Failure& failure, const MakeRun& makeRun);
+    /// Makes a run, puts it into the worker slot and starts it.
+    template <typename MakeRun, typename DescribeFailure>
+    void begin(const MakeRun& makeRun, const DescribeFailure& describeFailure);
+
+    /// Gives the worker slot to @p run.
+    void displace(const RunPointer& run);
 
     void finalizeRun(const RunPointer& run, const Thread* thread);
     void proceed(Run& run, const Thread* thread);
@@ -149,10 +152,7 @@ private:
     void release(const Run* run);
     bool isOnWorker() const;
 
-    /// Whether a step of the run in the worker slot is on the stack, while there is no @p thread to finalize.
-    bool isInItsOwnStep(const Thread* thread) const;
-
-    /// What the error line calls a failure of finalize().
+    /// The context of the error line for a failed finalize().
     static constexpr const char* finalization = "Thread finalization";
 
     Owner& owner;
@@ -162,6 +162,8 @@ private:
     RunPointer current;
     /// The run of which a step is on the stack just now; null if none is.
     const Run* stepped = nullptr;
+    /// The thread that was running when the run in the worker slot got its place.
+    std::weak_ptr<Thread> displacedThread;
 };
 
 } // namespace Valdane

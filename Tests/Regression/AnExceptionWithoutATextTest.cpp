@@ -6,6 +6,7 @@
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
+#include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/ScriptedCommand.h"
 
 #include <gmock/gmock.h>
@@ -21,7 +22,7 @@ namespace Valdane
 namespace
 {
 
-using testing::ElementsAre;
+using ValdaneTests::ElementsAre;
 
 class WithoutText : public std::exception
 {

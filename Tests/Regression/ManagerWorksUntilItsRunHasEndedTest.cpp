@@ -3,6 +3,7 @@
 
 #include "Platform/Multitasking/ThreadManager.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/ScriptedCommand.h"
 #include "Tests/Support/ScriptedRun.h"
 
@@ -19,7 +20,7 @@ namespace Valdane
 namespace
 {
 
-using testing::ElementsAre;
+using ValdaneTests::ElementsAre;
 
 class ManagerWorksUntilItsRunHasEnded : public testing::Test
 {

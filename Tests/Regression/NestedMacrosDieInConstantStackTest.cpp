@@ -3,6 +3,7 @@
 
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
+#include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/ScriptedCommand.h"
 #include "Tests/Support/SmallStack.h"
 
@@ -19,7 +20,7 @@ namespace Valdane
 namespace
 {
 
-using testing::ElementsAre;
+using ValdaneTests::ElementsAre;
 
 template <typename Macro>
 std::shared_ptr<MacroCommand> makeChain(int depth)

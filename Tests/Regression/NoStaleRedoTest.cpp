@@ -3,6 +3,7 @@
 // not know.
 
 #include "Service/CommandPattern/CommandManager.h"
+#include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/ScriptedCommand.h"
 
 #include <gmock/gmock.h>
@@ -16,8 +17,8 @@ namespace Valdane
 namespace
 {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
+using ValdaneTests::ElementsAre;
 
 class NoStaleRedo : public testing::Test
 {

@@ -88,6 +88,24 @@ void* operator new(std::size_t size, std::align_val_t alignment)
     return counted(isToFail() ? nullptr : allocateAligned((size + step - 1) / step * step, step));
 }
 
+// Algorithms of the standard library get their temporary room by this.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    try
+    {
+        return operator new(size);
+    }
+    catch (const std::bad_alloc&)
+    {
+        return nullptr;
+    }
+}
+
+void operator delete(void* block, const std::nothrow_t&) noexcept
+{
+    release(block);
+}
+
 void operator delete(void* block) noexcept
 {
     release(block);

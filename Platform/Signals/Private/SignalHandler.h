@@ -33,7 +33,8 @@ public:
     SignalHandler(const SignalHandler&) = delete;
     SignalHandler& operator=(const SignalHandler&) = delete;
 
-    void operator()(Args... args) const
+    // The test for slots is inlined wherever a signal is emitted: that saves 8 instructions of an emission to nobody.
+    [[gnu::always_inline]] void operator()(Args... args) const
     {
         SlotList* const list = static_cast<const Signal<void(Args...)>&>(*this).slotList();
         if (list != nullptr && !list->isEmpty())

@@ -486,6 +486,19 @@ TEST_F(Reentrancy, DyingCommandsMayUseTheManagerWhenTheRedoQueueIsLost)
     EXPECT_EQ(queues(), "[C|]");
 }
 
+TEST_F(Reentrancy, WhatADyingCommandUndoesWhileTheRedoQueueIsLostStaysModified)
+{
+    add("B", {module(1)});
+    manager.adjustOnSave(0);
+    addDying("C", [this] { manager.undo(1); });
+    manager.undo(1);
+
+    add("D");
+
+    EXPECT_EQ(queues(), "[D|]");
+    EXPECT_EQ(modifiedOf(0), "b");
+}
+
 TEST_F(Reentrancy, DyingCommandsMayUseTheManagerWhenTheyCannotBeRedone)
 {
     add("A")->redoCapable = false;

@@ -203,6 +203,47 @@ protected:
                           " - executed [M|]", " - finished [M|]"};
 };
 
+TEST_F(ThreadedMacroCommandOrder, FinalizingFromTheRollBackOfAFailedStartDoesNothing)
+{
+    const auto x = makeOrdinary("X");
+    x->onUndo = [this]
+    {
+        manager.finalizeThread();
+    };
+    fill({x, makeFailing("Y")});
+    noteEndOf(macro, [this] { manager.finalizeThread(); });
+
+    manager.addThreadedCommand(macro);
+
+    const Lines steps = takeSteps();
+    EXPECT_EQ(std::ranges::count(steps, "*M X.execute"), 1);
+    EXPECT_EQ(std::ranges::count_if(steps, [](const std::string& line)
+                                    { return line.ends_with("threads.finalizeThread"); }),
+              0);
+    EXPECT_EQ(queues(), "[|]");
+    EXPECT_EQ(manager.getCurrentThreadedCommand(), nullptr);
+}
+
+TEST_F(ThreadedMacroCommandOrder, TheModeAtTheFailureDecidesWhetherTheEndOfAFailedStartIsTold)
+{
+    for (const int atFailure : {0, 1})
+    {
+        threads->mode = 1 - atFailure;
+        macro->clear();
+        const auto x = makeOrdinary("X");
+        x->onExecute = [this, atFailure]
+        {
+            threads->mode = atFailure;
+            fail();
+        };
+        fill({x});
+
+        manager.addThreadedCommand(macro);
+
+        EXPECT_EQ(takeSteps().back(), atFailure != 0 ? " - finished [|]" : " - failed(no power, M) [|]");
+    }
+}
+
 TEST_F(ThreadedMacroCommandOrder, ThreadsOnAWorkerAreSteppedByFinalizations)
 {
     fill({a, makeOrdinary("X"), b});

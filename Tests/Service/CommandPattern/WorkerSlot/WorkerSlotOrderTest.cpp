@@ -112,6 +112,35 @@ TEST_F(WorkerSlotOrder, ARunOnTheWorkerIsOneSequenceFromItsStartToItsFinalizatio
     expectIdle();
 }
 
+TEST_F(WorkerSlotOrder, ASubCommandOfASecondMacroMayFinalizeTheFirstCommand)
+{
+    startA();
+    const auto x = std::make_shared<RecordingCommand>("X");
+    x->onExecute = [this]
+    {
+        manager.finalizeThread();
+    };
+    auto macro = std::make_shared<OpenMacro>("M");
+    macro->addCommand(x);
+
+    manager.addThreadedCommand(macro);
+
+    EXPECT_EQ(queues(), "[M|]");
+    EXPECT_EQ(threads->getCurrentThread(), nullptr);
+    expectIdle();
+}
+
+TEST_F(WorkerSlotOrder, TheProgressOfAnAbortedRunIsCompletedThoughAnotherCommandWasStarted)
+{
+    noteEndOf(a, [this] { manager.addThreadedCommand(b); });
+    startA();
+    manager.abortThreadedCommand();
+
+    manager.finalizeThread();
+
+    EXPECT_THAT(takeJournal(), Contains("*B A.progress.setComplete"));
+}
+
 TEST_F(WorkerSlotOrder, EveryModeButZeroIsAWorkerMode)
 {
     for (const std::int32_t mode :
