@@ -48,7 +48,8 @@ class ThreadManager;
 ///
 /// Ownership: as MacroCommand.
 /// Thread: the caller's; only the threads' own work is on the worker.
-/// Cost: no stack per sub-command; each level of nested macros takes some.
+/// Cost: no stack per sub-command. Each level of nested macros takes some 300 bytes of stack, and 600 in
+/// execute() (g++ 12, -O2, x86-64).
 class VALDANE_COMMANDPATTERN_EXPORT ThreadedMacroCommand : public MacroCommand
 {
 public:
