@@ -91,9 +91,9 @@ public:
     void start(std::shared_ptr<ThreadedCommand> command, const std::source_location& place);
     void start(std::shared_ptr<ThreadedMacroCommand> command);
 
-    /// Takes the run in the worker slot one step further. If the slot is empty, finalizes the thread of a
-    /// displaced run. Does nothing if it is called from within a step of the run and there is no thread to
-    /// finalize.
+    /// Takes the run in the worker slot one step further. Finalizes the thread of a displaced run if the slot is
+    /// empty, or if a step of the run calls this while that thread is there. Does nothing if a step calls this and
+    /// there is no thread to finalize.
     void finalize();
 
     /// Asks the running thread to stop.
