@@ -54,7 +54,7 @@ function(valdane_add_library name)
     # of other libraries without the one that looks for them at the first call.
     target_compile_options(${target} PRIVATE -fno-semantic-interposition -fno-plt)
     target_link_options(${target} PRIVATE LINKER:-Bsymbolic-functions)
-    if(NOT VALDANE_FUZZERS) # whose run-time library is in the executable
+    if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize") # whose run-time library is in the executable with clang++
       target_link_options(${target} PRIVATE LINKER:--no-undefined)
     endif()
     valdane_private_flags(${target})

@@ -7,7 +7,7 @@ test_packages=(libgtest-dev libgmock-dev librapidcheck-dev)
 benchmark_packages=(valgrind python3)
 docs_packages=(doxygen graphviz python3)
 packaging_packages=(dpkg-dev file)
-fuzz_packages=(clang-19 libclang-rt-19-dev)
+sanitizer_packages=(clang-19 libclang-rt-19-dev)
 windows_packages=(g++-mingw-w64-x86-64-posix wine wine64 googletest libfmt-dev)
 
 # require_packages NAME...: returns when all of them are there; asks for rights only if one is missing.

@@ -89,13 +89,14 @@ bool ModuleSet::containsAll(const Part* part) const noexcept
 
 void ModuleSet::insertInto(std::set<const Object*>& objects) const
 {
+    // Part by part, each at least twice the one before it, so that the copies are linear.
     std::vector<const Object*> sorted;
-    sorted.reserve(size());
+    std::vector<const Object*> merged;
     for (const Part* part = first.get(); part != nullptr; part = part->next.get())
     {
-        const auto end = static_cast<std::ptrdiff_t>(sorted.size());
-        sorted.insert(sorted.end(), part->modules().begin(), part->modules().end());
-        std::inplace_merge(sorted.begin(), sorted.begin() + end, sorted.end(), std::less<>());
+        merged.resize(sorted.size() + part->count);
+        std::ranges::merge(sorted, part->modules(), merged.begin(), std::less<>());
+        sorted.swap(merged);
     }
     objects.insert(sorted.begin(), sorted.end());
 }

@@ -41,9 +41,9 @@ void WorkerSlot::CommandRun::start(WorkerSlot& slot)
     }
 }
 
-bool WorkerSlot::CommandRun::proceed(const std::shared_ptr<ThreadManager>& threadManager)
+bool WorkerSlot::CommandRun::proceed(const std::shared_ptr<ThreadManager>& threads)
 {
-    threadManager->finalizeThread();
+    threads->finalizeThread();
     return true;
 }
 
@@ -52,12 +52,12 @@ bool WorkerSlot::CommandRun::isAddable() const
     return threaded->isAddableToCommandManager();
 }
 
-void WorkerSlot::CommandRun::cleanUpStart(Owner& /*owner*/) {}
+void WorkerSlot::CommandRun::cleanUpStart(Owner& /*manager*/) {}
 
-void WorkerSlot::CommandRun::cleanUpStep(Owner& owner)
+void WorkerSlot::CommandRun::cleanUpStep(Owner& manager)
 {
-    owner.attempt(finalization, threaded.get(), [this] { progressOf(*threaded).setComplete(); });
-    owner.attempt(finalization, threaded.get(), [this] { threaded->sendFinishSignal(false); });
+    manager.attempt(finalization, threaded.get(), [this] { progressOf(*threaded).setComplete(); });
+    manager.attempt(finalization, threaded.get(), [this] { threaded->sendFinishSignal(false); });
 }
 
 WorkerSlot::MacroRun::MacroRun(std::shared_ptr<ThreadedMacroCommand> threadedMacro)
@@ -90,9 +90,9 @@ void WorkerSlot::MacroRun::start(WorkerSlot& slot)
     }
 }
 
-bool WorkerSlot::MacroRun::proceed(const std::shared_ptr<ThreadManager>& threadManager)
+bool WorkerSlot::MacroRun::proceed(const std::shared_ptr<ThreadManager>& threads)
 {
-    return macro->continueExecution(threadManager);
+    return macro->continueExecution(threads);
 }
 
 bool WorkerSlot::MacroRun::isAddable() const
@@ -100,17 +100,17 @@ bool WorkerSlot::MacroRun::isAddable() const
     return true;
 }
 
-void WorkerSlot::MacroRun::cleanUpStart(Owner& owner)
+void WorkerSlot::MacroRun::cleanUpStart(Owner& manager)
 {
     if (!isStarted)
     {
-        owner.attempt(startContext, macro.get(), [this] { macro->abortExecution(); });
+        manager.attempt(startContext, macro.get(), [this] { macro->abortExecution(); });
     }
 }
 
-void WorkerSlot::MacroRun::cleanUpStep(Owner& owner)
+void WorkerSlot::MacroRun::cleanUpStep(Owner& manager)
 {
-    owner.attempt(finalization, macro.get(), [this] { macro->abortExecution(); });
+    manager.attempt(finalization, macro.get(), [this] { macro->abortExecution(); });
 }
 
 void WorkerSlot::MacroRun::end(WorkerSlot& slot)

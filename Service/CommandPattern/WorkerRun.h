@@ -23,13 +23,13 @@ public:
     virtual void start(WorkerSlot& slot) = 0;
 
     /// Does the next step. @return whether it was the last.
-    virtual bool proceed(const std::shared_ptr<ThreadManager>& threadManager) = 0;
+    virtual bool proceed(const std::shared_ptr<ThreadManager>& threads) = 0;
 
     virtual bool isAddable() const = 0;
 
     /// Have the command clean up after a start, or a later step, that failed.
-    virtual void cleanUpStart(Owner& owner) = 0;
-    virtual void cleanUpStep(Owner& owner) = 0;
+    virtual void cleanUpStart(Owner& manager) = 0;
+    virtual void cleanUpStep(Owner& manager) = 0;
 };
 
 /// How a run that has failed ends.
@@ -70,10 +70,10 @@ public:
 
     std::shared_ptr<CommandBase> command() const override;
     void start(WorkerSlot& slot) override;
-    bool proceed(const std::shared_ptr<ThreadManager>& threadManager) override;
+    bool proceed(const std::shared_ptr<ThreadManager>& threads) override;
     bool isAddable() const override;
-    void cleanUpStart(Owner& owner) override;
-    void cleanUpStep(Owner& owner) override;
+    void cleanUpStart(Owner& manager) override;
+    void cleanUpStep(Owner& manager) override;
 
 private:
     std::shared_ptr<ThreadedCommand> threaded;
@@ -91,10 +91,10 @@ public:
 
     std::shared_ptr<CommandBase> command() const override;
     void start(WorkerSlot& slot) override;
-    bool proceed(const std::shared_ptr<ThreadManager>& threadManager) override;
+    bool proceed(const std::shared_ptr<ThreadManager>& threads) override;
     bool isAddable() const override;
-    void cleanUpStart(Owner& owner) override;
-    void cleanUpStep(Owner& owner) override;
+    void cleanUpStart(Owner& manager) override;
+    void cleanUpStep(Owner& manager) override;
 
 private:
     void end(WorkerSlot& slot);

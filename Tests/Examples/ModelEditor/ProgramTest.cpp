@@ -1,6 +1,7 @@
 #include "Tests/Examples/ModelEditor/ProgramRun.h"
 #include "Tests/Examples/ModelEditor/TestFiles.h"
 #include "Tests/Support/ElementsAre.h"
+#include "Tests/Support/Sanitizers.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,12 +15,6 @@ namespace
 using testing::HasSubstr;
 using testing::StartsWith;
 using ValdaneTests::ElementsAre;
-
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool canLimitMemory = false;
-#else
-constexpr bool canLimitMemory = true;
-#endif
 
 const std::string file = "<a x='1'>\n<b y='2.0'/></a>\n";
 
@@ -95,7 +90,7 @@ TEST_F(Program, AModelThatCannotBeOpenedGetsOneMessage)
 
 TEST_F(Program, AModelThatMemoryDoesNotSufficeForGetsOneMessage)
 {
-    if (!canLimitMemory)
+    if (ValdaneTests::sanitizesAddresses)
     {
         GTEST_SKIP() << "the address sanitizer needs all address space";
     }

@@ -17,6 +17,9 @@ using Create = int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
 // An executable's own symbol comes before the one of the system, for the libraries too.
 extern "C" Create createUnlessRefused __asm__("pthread_create");
 
+// A sanitizer must know of each thread. With clang++ its function is in the executable, where dlsym() does not find it.
+extern "C" [[gnu::weak]] Create createOfSanitizer __asm__("__interceptor_pthread_create");
+
 int createUnlessRefused(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*),
                         void* argument)
 {
@@ -24,7 +27,9 @@ int createUnlessRefused(pthread_t* thread, const pthread_attr_t* attributes, voi
     {
         return EAGAIN;
     }
-    static const auto create = reinterpret_cast<Create*>(dlsym(RTLD_NEXT, "pthread_create"));
+    static Create* const create = createOfSanitizer != nullptr
+                                      ? createOfSanitizer
+                                      : reinterpret_cast<Create*>(dlsym(RTLD_NEXT, "pthread_create"));
     return create(thread, attributes, start, argument);
 }
 

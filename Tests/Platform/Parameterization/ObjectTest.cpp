@@ -6,6 +6,7 @@
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
 #include "Tests/Support/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
+#include "Tests/Support/Sanitizers.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -42,12 +43,8 @@ using namespace std::string_view_literals;
 
 constexpr auto fromRoot = RequestedPathType::FromRoot;
 constexpr auto emptyIfMissing = GetObjectBehavior::EmptyIfMissing;
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-// Enough to overflow the stack many times over, and the sanitizers are slow.
-constexpr int deep = 100'000;
-#else
-constexpr int deep = 1'000'000;
-#endif
+/// Enough to overflow the stack many times over; the sanitizers are slow.
+constexpr int deep = ValdaneTests::isSanitized ? 100'000 : 1'000'000;
 constexpr int wide = 100'000;
 
 std::shared_ptr<Object> make(const std::string& key)

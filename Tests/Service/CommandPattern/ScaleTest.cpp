@@ -9,6 +9,7 @@
 #include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
 #include "Tests/Support/Allocations.h"
+#include "Tests/Support/Sanitizers.h"
 #include "Tests/Support/SmallStack.h"
 
 #include <gtest/gtest.h>
@@ -39,13 +40,8 @@ namespace
 
 using ValdaneTests::HeapUse;
 
-/// What n is at first.
-#ifdef __SANITIZE_ADDRESS__
-// Ten times as many still overflow the stack if they need any, and the sanitizers are slow.
-constexpr std::size_t smallest = 1'000;
-#else
-constexpr std::size_t smallest = 10'000;
-#endif
+/// What n is at first. Ten times as many overflow the stack if they need any, and the sanitizers are slow.
+constexpr std::size_t smallest = ValdaneTests::sanitizesAddresses ? 1'000 : 10'000;
 
 /// What one phase of a case cost.
 struct Phase

@@ -2,6 +2,7 @@
 
 #include "Service/CommandPattern/DelayedInitializedCommand.h"
 #include "Tests/Support/ElementsAre.h"
+#include "Tests/Support/Sanitizers.h"
 #include "Tests/Support/ScriptedCommand.h"
 #include "Tests/Support/ScriptedRun.h"
 #include "Tests/Support/SmallStack.h"
@@ -232,14 +233,10 @@ TEST_F(AThreadedMacro, GoesOnBehindANestedOneThatWasAborted)
     EXPECT_EQ(manager->getUndoCommand(), macro);
 }
 
-// Depth: a million sub-commands on a stack that a few thousand nested calls would overflow.
+// Depth: a million sub-commands on a stack that a few thousand nested calls would overflow. A tenth of them overflow it many
+// times over as well, and the sanitizers are slow.
 
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-// Enough to overflow the stack many times over, and the sanitizers are slow.
-constexpr int aMillion = 100'000;
-#else
-constexpr int aMillion = 1'000'000;
-#endif
+constexpr int aMillion = ValdaneTests::isSanitized ? 100'000 : 1'000'000;
 
 class AThreadedMacroOfAMillion : public ThreadingTest
 {

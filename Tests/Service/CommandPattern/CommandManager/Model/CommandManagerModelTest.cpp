@@ -2,6 +2,7 @@
 #include "Journal.h"
 #include "Operation.h"
 #include "Platform/Logging/Logging.h"
+#include "Tests/Support/Sanitizers.h"
 
 #include <gtest/gtest.h>
 
@@ -19,11 +20,7 @@ namespace
 {
 
 /// About twenty seconds of a debug build; fewer under a sanitizer.
-#ifdef __SANITIZE_ADDRESS__
-constexpr std::uint64_t usualNumber = 50'000;
-#else
-constexpr std::uint64_t usualNumber = 1'000'000;
-#endif
+constexpr std::uint64_t usualNumber = ValdaneTests::sanitizesAddresses ? 50'000 : 1'000'000;
 
 /// The number in an environment variable.
 std::uint64_t numberFrom(const char* variable, std::uint64_t otherwise)
