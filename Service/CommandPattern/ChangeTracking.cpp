@@ -136,6 +136,17 @@ QueuedCommand ChangeTracking::makeEntry(std::shared_ptr<CommandBase>&& command, 
     return {std::move(command), std::move(shared)};
 }
 
+SharedModules ChangeTracking::mergeModules(const QueuedCommand& entry, const ModuleSet& modules)
+{
+    EntryModules merged = entry.modules();
+    for (ModuleSet& after : merged.modulesAfter)
+    {
+        after = after.unitedWith(modules);
+    }
+    merged.modulesOfCommand = merged.modulesOfCommand.unitedWith(modules);
+    return share(merged, entry.sharedModules, nullptr);
+}
+
 const ModuleSet& ChangeTracking::modulesAtPosition(std::size_t tracker, const CommandQueue& undoQueue,
                                                    const CommandQueue& redoQueue) const
 {

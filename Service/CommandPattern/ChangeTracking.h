@@ -31,6 +31,11 @@ struct ChangeTracking
     QueuedCommand makeEntry(std::shared_ptr<CommandBase>&& command, const ModuleSet& modules,
                             const CommandQueue& undoQueue) const;
 
+    /// The sets of the entry at the back of the undo queue, whose command has taken in another one that modified
+    /// @p modules. @throws std::bad_alloc
+    static boost::intrusive_ptr<const EntryModules> mergeModules(const QueuedCommand& entry,
+                                                                 const ModuleSet& modules);
+
     /// Returns the modules that differ at the position between the queues.
     const ModuleSet& modulesAtPosition(std::size_t tracker, const CommandQueue& undoQueue,
                                        const CommandQueue& redoQueue) const;

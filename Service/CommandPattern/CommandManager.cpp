@@ -5,6 +5,7 @@
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandManagerPrivate.h"
 #include "Service/CommandPattern/ExceptionText.h"
+#include "Service/CommandPattern/HistoryChange.h"
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
@@ -69,7 +70,7 @@ bool CommandManager::addCommand(std::shared_ptr<CommandBase> command)
     }
     const std::source_location here = std::source_location::current();
     // First, so that no command is executed that could not be queued.
-    d->undoQueue.reserveOne(d->redoQueue);
+    d->reserveOne();
     const auto work = [&]
     {
         d->execute(*command, here);
@@ -79,6 +80,28 @@ bool CommandManager::addCommand(std::shared_ptr<CommandBase> command)
         return false;
     }
     d->queue(std::move(command));
+    d->sigCommandExecuted();
+    return true;
+}
+
+bool CommandManager::addOrMergeCommand(std::shared_ptr<CommandBase> command)
+{
+    if (command == nullptr)
+    {
+        return false;
+    }
+    const std::source_location here = std::source_location::current();
+    const bool mayMerge = d->redoQueue.empty() || !d->groups.empty();
+    d->reserveOne();
+    const auto work = [&]
+    {
+        d->execute(*command, here);
+    };
+    if (!d->process(*command, "Execution", work, [] { return false; }))
+    {
+        return false;
+    }
+    d->queueOrMerge(std::move(command), mayMerge);
     d->sigCommandExecuted();
     return true;
 }
@@ -114,13 +137,16 @@ bool CommandManager::addCommandToMergeWithNextCommand(std::shared_ptr<CommandBas
     {
         return false;
     }
-    d->commandsToMerge.splice(d->commandsToMerge.end(), added);
-    d->useForwardUndoOrderForMerge |= useForwardUndoOrder;
+    WaitingCommands& waiting = d->waiting();
+    waiting.commands.splice(waiting.commands.end(), added);
+    waiting.useForwardUndoOrder |= useForwardUndoOrder;
+    d->tellHistory();
     return true;
 }
 
 std::shared_ptr<MacroCommand> CommandManager::takeExecutedCommands()
 {
+    d->requireNoGroup("takeExecutedCommands", std::source_location::current());
     if (!canUndo())
     {
         return nullptr;
@@ -136,11 +162,8 @@ std::shared_ptr<MacroCommand> CommandManager::takeExecutedCommands()
 
 std::shared_ptr<CommandBase> CommandManager::takeLastExecutedCommand()
 {
-    if (!canUndo())
-    {
-        return nullptr;
-    }
-    return d->undoQueue.takeBack().command;
+    d->requireNoGroup("takeLastExecutedCommand", std::source_location::current());
+    return canUndo() ? d->takeNewest() : nullptr;
 }
 
 bool CommandManager::undo(std::uint64_t count)
@@ -155,22 +178,68 @@ bool CommandManager::redo(std::uint64_t count)
 
 void CommandManager::undoAll()
 {
+    d->requireNoGroup("undoAll", std::source_location::current());
     undo(std::numeric_limits<std::uint64_t>::max());
 }
 
 void CommandManager::redoAll()
 {
+    d->requireNoGroup("redoAll", std::source_location::current());
     redo(std::numeric_limits<std::uint64_t>::max());
+}
+
+void CommandManager::forgetRedoCommands()
+{
+    d->changeHistory([this] { d->forgetRedo(); });
+}
+
+void CommandManager::beginGroup(std::string description)
+{
+    if (!d->workerSlot.isIdle())
+    {
+        Private::refuse("beginGroup() is refused while a threaded command is running",
+                        std::source_location::current());
+    }
+    d->groups.emplace_back(std::move(description));
+}
+
+void CommandManager::endGroup()
+{
+    if (d->groups.empty())
+    {
+        Private::refuse("endGroup() is refused because no group is open", std::source_location::current());
+    }
+    d->endGroup();
+}
+
+bool CommandManager::abandonGroup()
+{
+    const std::source_location here = std::source_location::current();
+    if (d->groups.empty())
+    {
+        Private::refuse("abandonGroup() is refused because no group is open", here);
+    }
+    return d->abandonGroup(here);
+}
+
+std::list<std::string> CommandManager::getOpenGroups() const
+{
+    std::list<std::string> descriptions;
+    for (const OpenGroup& group : d->groups)
+    {
+        descriptions.push_back(group.getDescription());
+    }
+    return descriptions;
 }
 
 bool CommandManager::canUndo() const
 {
-    return !d->undoQueue.empty();
+    return d->groups.empty() && !d->undoQueue.empty();
 }
 
 bool CommandManager::canRedo() const
 {
-    return !d->redoQueue.empty();
+    return d->groups.empty() && !d->redoQueue.empty();
 }
 
 std::shared_ptr<const CommandBase> CommandManager::getUndoCommand() const
@@ -195,17 +264,49 @@ std::list<std::string> CommandManager::collectRedoCommandDescriptions() const
 
 void CommandManager::clear()
 {
+    d->requireNoGroup("clear", std::source_location::current());
     TrackedModules modified;
     for (std::uint64_t tracker = 0; tracker < ChangeTrackerCount; ++tracker)
     {
         modified[tracker] = ModuleSet(getModifiedModules(tracker));
     }
-    d->tracking.modulesBeforeFirstCommand = modified;
-    d->undoQueue.dropAll();
-    d->redoQueue.dropAll();
-    // Out of the list before they die, because a command's destructor may call the manager.
-    std::exchange(d->commandsToMerge, {});
+    d->changeHistory(
+        [&]
+        {
+            d->willDropAll();
+            d->savePoints.dropLoose(d->looseCommands());
+            d->tracking.modulesBeforeFirstCommand = modified;
+            d->undoQueue.dropAll();
+            d->redoQueue.dropAll();
+            // Out of the list before they die, because a command's destructor may call the manager.
+            std::exchange(d->commandsToMerge.commands, {});
+        });
     d->sigCommandQueueChanged(QueueCleared);
+}
+
+std::uint64_t CommandManager::getPosition() const
+{
+    return d->undoQueue.size();
+}
+
+std::shared_ptr<const CommandBase> CommandManager::getCommand(std::uint64_t index) const
+{
+    return index < getQueueSize() ? d->entryAt(index).command : nullptr;
+}
+
+std::set<const Object*> CommandManager::getModulesOfCommand(std::uint64_t index) const
+{
+    std::set<const Object*> modules;
+    if (index < getQueueSize())
+    {
+        d->entryAt(index).modules().modulesOfCommand.insertInto(modules);
+    }
+    return modules;
+}
+
+std::optional<std::uint64_t> CommandManager::getSavedPosition(std::uint64_t tracker) const
+{
+    return d->savePoints.positions(d->looseCommands())[tracker];
 }
 
 std::uint64_t CommandManager::getQueueSize() const
@@ -222,7 +323,7 @@ void CommandManager::setMaxQueueSize(std::uint32_t size)
 {
     if (std::exchange(d->limit.maxQueueSize, size) != size)
     {
-        d->enforceLimit();
+        d->changeHistory([this] { d->enforceLimit(); });
     }
 }
 
@@ -235,7 +336,7 @@ void CommandManager::setUsesMaxQueueSize(bool use)
 {
     if (std::exchange(d->limit.usesMaxQueueSize, use) != use)
     {
-        d->enforceLimit();
+        d->changeHistory([this] { d->enforceLimit(); });
     }
 }
 
@@ -274,18 +375,24 @@ std::set<const Object*> CommandManager::getModifiedOrSaveOnNextSaveModules(std::
 void CommandManager::adjustOnSave(std::uint64_t tracker)
 {
     d->tracking.adjustOnSave(tracker, d->undoQueue, d->redoQueue);
+    d->savePoints.save(tracker, d->saveState());
+    d->tellHistory();
 }
 
 void CommandManager::markAllModulesBeforeFirstCommandAsModified()
 {
     d->tracking.modulesBeforeFirstCommand.fill(ModuleSet(d->moduleAccess()->getAllModulesAsModified()));
+    d->savePoints.loseAll();
+    d->tellHistory();
 }
 
 void CommandManager::addThreadedCommand(std::shared_ptr<ThreadedCommand> command)
 {
     if (command != nullptr)
     {
-        d->workerSlot.start(std::move(command), std::source_location::current());
+        const std::source_location here = std::source_location::current();
+        d->requireNoGroup("addThreadedCommand", here);
+        d->workerSlot.start(std::move(command), here);
     }
 }
 
@@ -293,6 +400,7 @@ void CommandManager::addThreadedCommand(std::shared_ptr<ThreadedMacroCommand> co
 {
     if (command != nullptr)
     {
+        d->requireNoGroup("addThreadedCommand", std::source_location::current());
         d->workerSlot.start(std::move(command));
     }
 }
@@ -337,6 +445,12 @@ Signals::Connection CommandManager::connectToSigCommandQueueChanged(
 Signals::Connection CommandManager::connectToSigCommandUndone(const Signals::Slot<void()>& slot)
 {
     return d->sigCommandUndone.connect(slot, Signals::ConnectPosition::Back);
+}
+
+Signals::Connection
+CommandManager::connectToSigHistoryChanged(const Signals::Slot<void(const HistoryChange&)>& slot)
+{
+    return d->historyChanges.connect(slot, d->historyState());
 }
 
 Signals::Connection CommandManager::connectToSigThreadedCommandFinished(const Signals::Slot<void()>& slot)

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -21,6 +22,7 @@ class Progress;
 class ThreadManager;
 class ThreadedCommand;
 class ThreadedMacroCommand;
+struct HistoryChange;
 
 /// Executes commands, keeps them for undo and redo, and tells listeners what happened.
 ///
@@ -77,6 +79,26 @@ public:
     /// Guarantee: on failure the redo queue is emptied.
     void addExecutedCommand(std::shared_ptr<CommandBase> command);
 
+    // Groups: while one is open, what would be queued becomes part of it, with sigCommandExecuted only. Undo, redo,
+    // clear(), the takes and threaded commands are refused meanwhile: with an error line, and false or a VdException.
+
+    /// Opens a group, in the open one if there is one. Commands that wait to be merged wait for the outermost group.
+    /// @throws VdException while a threaded command is running.
+    void beginGroup(std::string description);
+
+    /// Closes the innermost group. It becomes one entry, a macro that is queued as addExecutedCommand() does, or a part
+    /// of the group around it; nothing if it is empty. @throws VdException if none is open.
+    /// Guarantee: if it cannot be queued it stays open.
+    void endGroup();
+
+    /// Closes the innermost group and undoes what is in it, with sigCommandUndone; the history does not change.
+    /// @return false if that failed: it is reported as a failed undo, and the group is as it was.
+    /// @throws VdException if none is open.
+    bool abandonGroup();
+
+    /// The descriptions of the open groups, the outermost first.
+    std::list<std::string> getOpenGroups() const;
+
     // Undo and redo
 
     /// Undoes up to @p count commands, newest first. Each step emits sigCommandUndone, then
@@ -92,9 +114,12 @@ public:
     /// Guarantee: earlier steps stay redone.
     bool redo(std::uint64_t count);
 
-    /// Undo or redo all there is, up to the first command that throws.
+    /// Undo or redo all there is, up to the first command that throws. @throws VdException while a group is open.
     void undoAll();
     void redoAll();
+
+    /// Forgets what could be redone; told by sigHistoryChanged alone.
+    void forgetRedoCommands();
 
     /// Forgets all commands, also those that wait to be merged, but not which modules are modified; then
     /// emits sigCommandQueueChanged(QueueCleared).
@@ -105,7 +130,7 @@ public:
 
     // Ask
 
-    /// Whether there is a command to undo, or to redo.
+    /// Whether there is a command to undo, or to redo, and no group is open.
     bool canUndo() const;
     bool canRedo() const;
 
@@ -117,8 +142,15 @@ public:
     std::list<std::string> collectUndoCommandDescriptions() const;
     std::list<std::string> collectRedoCommandDescriptions() const;
 
-    /// The number of commands in both queues.
+    /// The number of commands in both queues, which are the history.
     std::uint64_t getQueueSize() const;
+
+    /// How many commands of the history are done. Cost: constant.
+    std::uint64_t getPosition() const;
+
+    /// The command at a place of the history: 0 is the oldest, getPosition() the next to redo; empty past the end.
+    /// Cost: constant.
+    std::shared_ptr<const CommandBase> getCommand(std::uint64_t index) const;
 
     /// Whether a command is being executed, undone or redone, or a threaded command is running. Informational
     /// only: nothing is refused because of it, and a nested operation sets it to false.
@@ -161,6 +193,11 @@ public:
     /// After a threaded command was started on a worker.
     [[nodiscard]] Signals::Connection connectToSigThreadedCommandStarted(const Signals::Slot<void()>& slot);
 
+    /// After each change of the history of whatever cause, when all state is settled, and before the other signals of
+    /// that change. A slot that changes the history itself is told of that when all slots have been told of this change.
+    [[nodiscard]] Signals::Connection
+    connectToSigHistoryChanged(const Signals::Slot<void(const HistoryChange&)>& slot);
+
     /// When the application calls emitSigUndoRedoProcessCompleted().
     [[nodiscard]] Signals::Connection connectToSigUndoRedoProcessCompleted(const Signals::Slot<void()>& slot);
 
@@ -173,13 +210,19 @@ public:
     /// @return false if the command threw or is empty.
     bool addCommandToMergeWithNextCommand(std::shared_ptr<CommandBase> command, bool useForwardUndoOrder);
 
+    /// Executes @p command as addCommand() does. If then the newest command is a MergeableCommand that takes it in, the
+    /// two are one entry, and @p command is let go. Not across a save point of any tracker, not if something could be
+    /// redone, not while commands wait to be merged; in a group with its last command.
+    /// Guarantee: if mergeWith() throws, @p command is queued; an exception not derived from `std::exception` passes on.
+    bool addOrMergeCommand(std::shared_ptr<CommandBase> command);
+
     /// Takes all commands out of the undo queue, oldest first, then does what clear() does.
     /// @return a macro without a description; empty, with nothing changed, if there is nothing to undo.
     /// Guarantee: if a slot throws, the commands are lost.
     std::shared_ptr<MacroCommand> takeExecutedCommands();
 
-    /// Takes the newest command out of the undo queue, still executed. The redo queue stays. Emits and throws
-    /// nothing. The modified set becomes the one recorded after the previous command; without one, the one
+    /// Takes the newest command out of the undo queue, still executed. The redo queue stays. Emits sigHistoryChanged
+    /// only, and throws what its slots do; the command is lost then. The modified set becomes the one recorded after the previous command; without one, the one
     /// recorded before the next command to redo, or else before the oldest command.
     /// @return the command; empty if there is nothing to undo.
     std::shared_ptr<CommandBase> takeLastExecutedCommand();
@@ -198,16 +241,24 @@ public:
     /// The same, and the modules that the module access interface wants in the next save.
     std::set<const Object*> getModifiedOrSaveOnNextSaveModules(std::uint64_t tracker) const;
 
-    /// Makes the present state the save point of @p tracker; call it after a save. What the module access
+    /// The modules that the command at that place of the history modified; empty past the end.
+    std::set<const Object*> getModulesOfCommand(std::uint64_t index) const;
+
+    /// Where in the history the last save for @p tracker lies. Empty if nothing was saved, or no undo or redo leads there:
+    /// also while commands wait to be merged, or are in an open group, that were not there when it was saved.
+    std::optional<std::uint64_t> getSavedPosition(std::uint64_t tracker) const;
+
+    /// Makes the present state the save point of @p tracker; call it after a save, and after loading. What the module access
     /// interface reports stays modified as long as it reports it. Cost: linear in both queues.
     void adjustOnSave(std::uint64_t tracker);
 
-    /// Treats all modules as modified before the oldest command, for all trackers: for data that must be
-    /// saved as they were loaded. @pre both queues are empty (not checked).
+    /// Treats all modules as modified before the oldest command, for all trackers, and forgets their save points: for
+    /// data that must be saved as they were loaded. @pre both queues are empty (not checked).
     void markAllModulesBeforeFirstCommandAsModified();
 
     // Threaded commands: one at a time, in the worker slot. Its states, and how to learn of a run's end, are in
-    // Docs/threading.md. These operations throw nothing derived from `std::exception`, unless an abortRun() does.
+    // Docs/threading.md. These operations throw nothing derived from `std::exception`, unless an abortRun()
+    // does, or addThreadedCommand() is refused because a group is open.
 
     /// Puts @p command into the worker slot and runs it. Ignores an empty pointer. Worker mode: emits
     /// sigThreadedCommandStarted and returns; finalizeThread() must follow. Synchronous mode: runs the

@@ -1,14 +1,17 @@
 #include "Service/CommandPattern/CommandManagerPrivate.h"
 
+#include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Logging/Logging.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandProgress.h"
 #include "Service/CommandPattern/CommandTrace.h"
 #include "Service/CommandPattern/ExceptionText.h"
 #include "Service/CommandPattern/MacroCommand.h"
+#include "Service/CommandPattern/MergeableCommand.h"
 
 #include <boost/smart_ptr/make_local_shared.hpp>
 
+#include <cstddef>
 #include <utility>
 
 namespace Valdane
@@ -46,6 +49,23 @@ void CommandManager::Private::reportFailure(const std::exception& exception, con
 
 inline void CommandManager::Private::keepForRedo(QueuedCommand&& entry)
 {
+    // The older entries for redo are gone when this ends early.
+    const auto forget = [&]
+    {
+        savePoints.dropAfter(undoQueue.size());
+        historyChanges.replaceRows(undoQueue.size(), 1 + redoQueue.size(), 0);
+        try
+        {
+            historyChanges.addModules(entry.modules().modulesOfCommand);
+            noteModulesOf(redoQueue);
+        }
+        catch (...)
+        {
+            redoQueue.dropAll();
+            throw;
+        }
+        redoQueue.dropAll();
+    };
     try
     {
         if (entry.command->isRedoCapable())
@@ -56,10 +76,19 @@ inline void CommandManager::Private::keepForRedo(QueuedCommand&& entry)
     }
     catch (...)
     {
-        redoQueue.dropAll();
+        forget();
         throw;
     }
-    redoQueue.dropAll();
+    forget();
+}
+
+inline void CommandManager::Private::runUndo(CommandBase& command, const std::source_location& place) const
+{
+    const auto name = descriptionOf(command);
+    progress->setSubProgress(command.getProgress(), 100, 1);
+    trace(managerLogger, "Execute Undo command '", name, "'...", place);
+    command.undo();
+    trace(managerLogger, "Undo command '", name, "' executed.", place);
 }
 
 inline bool CommandManager::Private::undoOne(const std::source_location& place)
@@ -71,33 +100,56 @@ inline bool CommandManager::Private::undoOne(const std::source_location& place)
     CommandBase& command = *undone.command;
     const auto work = [&]
     {
-        const auto name = descriptionOf(command);
-        progress->setSubProgress(command.getProgress(), 100, 1);
-        trace(managerLogger, "Execute Undo command '", name, "'...", place);
-        command.undo();
-        trace(managerLogger, "Undo command '", name, "' executed.", place);
+        runUndo(command, place);
     };
     if (!process(command, "Undo", work, [] { return false; }))
     {
         return false;
     }
-    keepForRedo(undoQueue.take(undone));
-    moduleAccess()->markAllModulesInBusinessAsUnmodified();
+    changeHistory(
+        [&]
+        {
+            keepForRedo(undoQueue.take(undone));
+            moduleAccess()->markAllModulesInBusinessAsUnmodified();
+        });
     sigCommandUndone();
     sigCommandQueueChanged(CommandUndone);
     return true;
 }
 
+inline bool CommandManager::Private::isRefusedInGroup(const char* operation,
+                                                      const std::source_location& place) const
+{
+    if (groups.empty())
+    {
+        return false;
+    }
+    try
+    {
+        requireNoGroup(operation, place);
+        return false;
+    }
+    catch (const VdException&)
+    {
+        return true;
+    }
+}
+
 bool CommandManager::Private::undo(std::uint64_t count, const std::source_location& place)
 {
-    for (; count != 0 && !undoQueue.empty(); --count)
+    // Asked for each step, because a slot may open a group.
+    while (!isRefusedInGroup("undo", place))
     {
+        if (count-- == 0 || undoQueue.empty())
+        {
+            return true;
+        }
         if (!undoOne(place))
         {
             return false;
         }
     }
-    return true;
+    return false;
 }
 
 inline bool CommandManager::Private::redoOne(const std::source_location& place)
@@ -121,8 +173,12 @@ inline bool CommandManager::Private::redoOne(const std::source_location& place)
     }
     // Again: the command may have filled the reserved place. Moving the entry then cannot fail.
     undoQueue.reserveOne(redoQueue);
-    undoQueue.pushBack(redoQueue.take(redone));
-    moduleAccess()->markAllModulesInBusinessAsUnmodified();
+    changeHistory(
+        [&]
+        {
+            undoQueue.pushBack(redoQueue.take(redone));
+            moduleAccess()->markAllModulesInBusinessAsUnmodified();
+        });
     sigCommandExecuted();
     sigCommandQueueChanged(CommandRedone);
     return true;
@@ -130,24 +186,60 @@ inline bool CommandManager::Private::redoOne(const std::source_location& place)
 
 bool CommandManager::Private::redo(std::uint64_t count, const std::source_location& place)
 {
-    for (; count != 0 && !redoQueue.empty(); --count)
+    while (!isRefusedInGroup("redo", place))
     {
+        if (count-- == 0 || redoQueue.empty())
+        {
+            return true;
+        }
         if (!redoOne(place))
         {
             return false;
         }
     }
-    return true;
+    return false;
 }
 
 void CommandManager::Private::queue(std::shared_ptr<CommandBase> command)
 {
+    if (!groups.empty())
+    {
+        groups.back().append(std::move(command), 1);
+        tellHistory();
+        return;
+    }
+    changeHistory(
+        [&]
+        {
+            intake(std::move(command));
+            settle();
+        });
+    sigCommandQueueChanged(CommandAdded);
+}
+
+void CommandManager::Private::intake(std::shared_ptr<CommandBase>&& command)
+{
     undoQueue.reserveOne(redoQueue);
     forgetRedo();
     record(std::move(command));
+}
+
+void CommandManager::Private::settle()
+{
     moduleAccess()->markAllModulesInBusinessAsUnmodified();
     enforceLimit();
-    sigCommandQueueChanged(CommandAdded);
+}
+
+void CommandManager::Private::reserveOne()
+{
+    if (groups.empty())
+    {
+        undoQueue.reserveOne(redoQueue);
+    }
+    else
+    {
+        groups.back().reserveOne();
+    }
 }
 
 void CommandManager::Private::forgetRedo()
@@ -155,55 +247,269 @@ void CommandManager::Private::forgetRedo()
     // Again, as long as a destructor of what is dropped undoes another command.
     while (!redoQueue.empty())
     {
+        noteModulesOf(redoQueue);
         tracking.keepPosition(undoQueue, redoQueue);
+        savePoints.dropAfter(undoQueue.size());
+        historyChanges.replaceRows(undoQueue.size(), redoQueue.size(), 0);
         redoQueue.dropAll();
     }
 }
 
 void CommandManager::Private::record(std::shared_ptr<CommandBase>&& command)
 {
-    if (commandsToMerge.empty())
+    if (commandsToMerge.commands.empty())
     {
         enqueue(std::move(command));
         return;
     }
-    std::shared_ptr<CommandBase> merged = mergeWithPending(std::move(command));
+    std::shared_ptr<CommandBase> merged = commandsToMerge.mergeWith(command);
     // What waits is taken out of the list before the application is called, and put back if that fails.
-    std::list<std::shared_ptr<CommandBase>> waiting = std::exchange(commandsToMerge, {});
-    const bool forward = std::exchange(useForwardUndoOrderForMerge, false);
+    WaitingCommands taken = std::exchange(commandsToMerge, {});
     try
     {
         enqueue(std::move(merged));
     }
     catch (...)
     {
-        commandsToMerge.splice(commandsToMerge.begin(), waiting);
-        useForwardUndoOrderForMerge |= forward;
+        commandsToMerge.commands.splice(commandsToMerge.commands.begin(), taken.commands);
+        commandsToMerge.useForwardUndoOrder |= taken.useForwardUndoOrder;
         throw;
     }
-}
-
-std::shared_ptr<CommandBase> CommandManager::Private::mergeWithPending(std::shared_ptr<CommandBase>&& command)
-{
-    auto macro = std::make_shared<MacroCommand>(command->getDescription());
-    macro->addCommand(std::move(command));
-    for (const std::shared_ptr<CommandBase>& pending : commandsToMerge)
-    {
-        macro->addCommand(pending);
-    }
-    macro->setUseForwardUndoOrder(useForwardUndoOrderForMerge);
-    return macro;
 }
 
 void CommandManager::Private::enqueue(std::shared_ptr<CommandBase>&& command)
 {
     const ModuleSet modules(moduleAccess()->getModifiedModulesFromBusiness());
     undoQueue.pushBack(tracking.makeEntry(std::move(command), modules, undoQueue));
+    historyChanges.replaceRows(undoQueue.size() - 1, 0, 1);
+    savePoints.keepLoose(looseCommands());
 }
 
 void CommandManager::Private::enforceLimit()
 {
-    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);
+    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand, *this);
+}
+
+void CommandManager::Private::willDropOldest()
+{
+    historyChanges.addModules(undoQueue.front().modules().modulesOfCommand);
+    savePoints.dropOldest();
+    historyChanges.replaceRows(0, 1, 0);
+}
+
+void CommandManager::Private::willDropAll()
+{
+    noteModulesOf(undoQueue);
+    noteModulesOf(redoQueue);
+    savePoints.dropAll(undoQueue.size());
+    historyChanges.replaceRows(0, undoQueue.size() + redoQueue.size(), 0);
+}
+
+void CommandManager::Private::noteModulesOf(const CommandQueue& queue)
+{
+    for (std::size_t index = 0; historyChanges.areWatched() && index < queue.size(); ++index)
+    {
+        historyChanges.addModules(queue[index].modules().modulesOfCommand);
+    }
+}
+
+std::shared_ptr<CommandBase> CommandManager::Private::takeNewest()
+{
+    historyChanges.addModules(undoQueue.back().modules().modulesOfCommand);
+    savePoints.takeNewest(undoQueue.size());
+    historyChanges.replaceRows(undoQueue.size() - 1, 1, 0);
+    std::shared_ptr<CommandBase> taken = undoQueue.takeBack().command;
+    tellHistory();
+    return taken;
+}
+
+SavePoints::State CommandManager::Private::saveState() const noexcept
+{
+    return {.position = undoQueue.size(), .loose = looseCommands()};
+}
+
+HistoryChanges::State CommandManager::Private::historyState() const
+{
+    return {.size = undoQueue.size() + redoQueue.size(),
+            .position = undoQueue.size(),
+            .saved = savePoints.positions(looseCommands())};
+}
+
+std::uint64_t CommandManager::Private::looseCommands() const noexcept
+{
+    std::uint64_t count = commandsToMerge.commands.size();
+    for (const OpenGroup& group : groups)
+    {
+        count += group.executedCount();
+    }
+    return count;
+}
+
+const QueuedCommand& CommandManager::Private::entryAt(std::uint64_t index) const
+{
+    return index < undoQueue.size() ? undoQueue[index]
+                                    : redoQueue[undoQueue.size() + redoQueue.size() - 1 - index];
+}
+
+void CommandManager::Private::endGroup()
+{
+    if (groups.back().isEmpty())
+    {
+        groups.pop_back();
+        return;
+    }
+    const bool isOutermost = groups.size() == 1;
+    changeHistory(
+        [&]
+        {
+            ClosedGroup closed(groups);
+            if (!isOutermost)
+            {
+                groups.back().append(closed->makeMacro(), closed->executedCount());
+                closed.keepClosed();
+                return;
+            }
+            intake(closed->makeMacro());
+            closed.keepClosed();
+            settle();
+        });
+    if (isOutermost)
+    {
+        sigCommandQueueChanged(CommandAdded);
+    }
+}
+
+bool CommandManager::Private::abandonGroup(const std::source_location& place)
+{
+    if (groups.back().isEmpty())
+    {
+        groups.pop_back();
+        return true;
+    }
+    ClosedGroup closed(groups);
+    const std::shared_ptr<MacroCommand> macro = closed->makeMacro();
+    const auto work = [&]
+    {
+        runUndo(*macro, place);
+        closed.keepClosed();
+    };
+    const auto flagAfterwards = [&]
+    {
+        // Before the failure is told, because the group is as it was then.
+        closed.reopenUnlessKept();
+        return false;
+    };
+    if (!process(*macro, "Undo", work, flagAfterwards))
+    {
+        return false;
+    }
+    changeHistory(
+        [&]
+        {
+            savePoints.keepLoose(looseCommands());
+            if (looseCommands() == 0)
+            {
+                moduleAccess()->markAllModulesInBusinessAsUnmodified();
+            }
+        });
+    sigCommandUndone();
+    return true;
+}
+
+void CommandManager::Private::refuse(const std::string& text, const std::source_location& place)
+{
+    managerLogger.logERROR(text, place.file_name(), place.function_name(), static_cast<int>(place.line()));
+    throw VdException(text, place);
+}
+
+void CommandManager::Private::requireNoGroup(const char* operation, const std::source_location& place) const
+{
+    if (!groups.empty())
+    {
+        refuse(std::string(operation) + "() is refused while the group '" + groups.back().getDescription() +
+                   "' is open",
+               place);
+    }
+}
+
+bool CommandManager::Private::isTakenIn(CommandBase& newest, const CommandBase& command)
+{
+    auto* const mergeable = dynamic_cast<MergeableCommand*>(&newest);
+    try
+    {
+        return mergeable != nullptr && mergeable->mergeWith(command);
+    }
+    catch (const std::exception& exception)
+    {
+        logException(exception, "Merge", command.getDescription());
+        return false;
+    }
+}
+
+void CommandManager::Private::queueOrMerge(std::shared_ptr<CommandBase> command, bool mayMerge)
+{
+    bool isMerged = false;
+    try
+    {
+        const bool isOnItsOwn = !mayMerge || !waiting().commands.empty() || savePoints.isSaved(saveState());
+        isMerged =
+            !isOnItsOwn && (groups.empty() ? mergeIntoNewest(*command) : mergeIntoNewestOfGroup(*command));
+    }
+    catch (...)
+    {
+        queue(std::move(command));
+        throw;
+    }
+    if (!isMerged)
+    {
+        queue(std::move(command));
+    }
+    else if (groups.empty())
+    {
+        changeHistory([this] { moduleAccess()->markAllModulesInBusinessAsUnmodified(); });
+        sigCommandQueueChanged(CommandAdded);
+    }
+}
+
+bool CommandManager::Private::mergeIntoNewest(const CommandBase& command)
+{
+    if (undoQueue.empty() || !redoQueue.empty())
+    {
+        return false;
+    }
+    // What can fail comes before the two commands become one.
+    const ModuleSet modules(moduleAccess()->getModifiedModulesFromBusiness());
+    if (undoQueue.empty())
+    {
+        return false;
+    }
+    const std::shared_ptr<CommandBase> newest = undoQueue.back().command;
+    auto mergedModules = ChangeTracking::mergeModules(undoQueue.back(), modules);
+    if (!isTakenIn(*newest, command))
+    {
+        return false;
+    }
+    if (!undoQueue.empty() && undoQueue.back().command == newest)
+    {
+        undoQueue[undoQueue.size() - 1].sharedModules = std::move(mergedModules);
+        historyChanges.replaceRows(undoQueue.size() - 1, 1, 1);
+    }
+    return true;
+}
+
+bool CommandManager::Private::mergeIntoNewestOfGroup(const CommandBase& command)
+{
+    const std::shared_ptr<CommandBase> newest = groups.back().newest();
+    if (newest == nullptr || !isTakenIn(*newest, command))
+    {
+        return false;
+    }
+    if (!groups.empty())
+    {
+        groups.back().noteMerge();
+        tellHistory();
+    }
+    return true;
 }
 
 std::set<const Object*> CommandManager::Private::modifiedModules(std::uint64_t tracker) const

@@ -5,8 +5,11 @@
 #include "Service/CommandPattern/ChangeTracking.h"
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/CommandQueue.h"
+#include "Service/CommandPattern/HistoryChanges.h"
 #include "Service/CommandPattern/ModuleAccessInterface.h"
+#include "Service/CommandPattern/OpenGroup.h"
 #include "Service/CommandPattern/QueueLimit.h"
+#include "Service/CommandPattern/SavePoints.h"
 #include "Service/CommandPattern/WorkerSlot.h"
 
 #include <boost/smart_ptr/local_shared_ptr.hpp>
@@ -30,7 +33,7 @@ extern const Logging managerLogger;
 /// The state of a manager, and the steps that its operations have in common.
 ///
 /// Thread: as CommandManager.
-class CommandManager::Private final : public WorkerSlot::Owner
+class CommandManager::Private final : public WorkerSlot::Owner, public QueueLimit::Watcher
 {
 public:
     Private();
@@ -63,11 +66,66 @@ public:
     void logException(const std::exception& exception, const std::string& context,
                       const std::string& commandDescription);
 
+    /// Makes sure that the command that is executed next can be queued. @throws std::bad_alloc, with nothing changed.
+    void reserveOne();
+
+    /// Does @p work, which changes the history, and then tells what has changed, even if @p work fails.
+    template <typename Work>
+    void changeHistory(const Work& work);
+
+    /// Emits sigHistoryChanged if the history has changed.
+    void tellHistory()
+    {
+        if (historyChanges.areWatched())
+        {
+            historyChanges.tell(historyState());
+        }
+    }
+
+    HistoryChanges::State historyState() const;
+    SavePoints::State saveState() const noexcept;
+
+    /// How many commands were executed that are not in the history yet.
+    std::uint64_t looseCommands() const noexcept;
+
+    /// The entry at a place of the history. @pre there is one (not checked).
+    const QueuedCommand& entryAt(std::uint64_t index) const;
+
     /// Empties the redo queue, again if a destructor of a dropped command fills it.
     void forgetRedo();
 
     /// Drops what is beyond the limit.
     void enforceLimit();
+
+    /// What the limit and clear() drop.
+    void willDropOldest() override;
+    void willDropAll() override;
+
+    /// CommandManager::takeLastExecutedCommand(). @pre there is a command (not checked).
+    std::shared_ptr<CommandBase> takeNewest();
+
+    /// CommandManager::endGroup() and abandonGroup(). @pre a group is open (not checked).
+    void endGroup();
+    bool abandonGroup(const std::source_location& place);
+
+    /// The commands that wait to be merged: those of the innermost group, if one is open.
+    WaitingCommands& waiting()
+    {
+        return groups.empty() ? commandsToMerge : groups.back().waiting;
+    }
+
+    /// While a group is open, writes an error line that names @p operation. @return whether one is open
+    bool isRefusedInGroup(const char* operation, const std::source_location& place) const;
+
+    /// The same. @throws VdException while a group is open.
+    void requireNoGroup(const char* operation, const std::source_location& place) const;
+
+    /// Writes an error line. @throws VdException with the same text.
+    [[noreturn]] static void refuse(const std::string& text, const std::source_location& place);
+
+    /// Has the newest command take in @p command, which was executed after it; if it does not, queues that.
+    /// @param mayMerge  false if it is to be queued in any case
+    void queueOrMerge(std::shared_ptr<CommandBase> command, bool mayMerge);
 
     /// What tells about the modules, kept alive while it is called, as it may install another one.
     boost::local_shared_ptr<ModuleAccessInterface> moduleAccess() const
@@ -92,9 +150,12 @@ public:
     CommandQueue undoQueue;
     CommandQueue redoQueue;
     QueueLimit limit;
-    std::list<std::shared_ptr<CommandBase>> commandsToMerge;
-    bool useForwardUndoOrderForMerge = false;
+    WaitingCommands commandsToMerge;
+    /// The outermost first.
+    std::list<OpenGroup> groups;
     ChangeTracking tracking;
+    SavePoints savePoints;
+    HistoryChanges historyChanges;
     WorkerSlot workerSlot;
     std::shared_ptr<LegacyProgress> progress;
     /// Keeps the application's pointer, and is copied without atomic operations: a `std::shared_ptr` copied
@@ -121,9 +182,40 @@ private:
 
     /// Queues @p command, merged with all that waits for it. If that fails, these wait again.
     void record(std::shared_ptr<CommandBase>&& command);
-    std::shared_ptr<CommandBase> mergeWithPending(std::shared_ptr<CommandBase>&& command);
     void enqueue(std::shared_ptr<CommandBase>&& command);
+
+    /// What queue() does before and after the command is in the undo queue.
+    void intake(std::shared_ptr<CommandBase>&& command);
+    void settle();
+
+    /// Notes what the commands of a queue modified, before they leave it.
+    void noteModulesOf(const CommandQueue& queue);
+
+    /// Undoes @p command between two trace lines.
+    void runUndo(CommandBase& command, const std::source_location& place) const;
+
+    /// Has the newest command take in @p command, where the two can be one entry. @return whether it did.
+    bool mergeIntoNewest(const CommandBase& command);
+    bool mergeIntoNewestOfGroup(const CommandBase& command);
+
+    /// Whether @p newest has taken in @p command, which was executed after it. A standard exception is logged.
+    bool isTakenIn(CommandBase& newest, const CommandBase& command);
 };
+
+template <typename Work>
+void CommandManager::Private::changeHistory(const Work& work)
+{
+    try
+    {
+        work();
+    }
+    catch (...)
+    {
+        tellHistory();
+        throw;
+    }
+    tellHistory();
+}
 
 template <typename Work, typename Flag>
 bool CommandManager::Private::process(CommandBase& command, const char* context, const Work& work,

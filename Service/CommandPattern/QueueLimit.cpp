@@ -3,8 +3,8 @@
 namespace Valdane
 {
 
-void QueueLimit::enforce(CommandQueue& undoQueue, CommandQueue& redoQueue,
-                         TrackedModules& modulesBeforeFirst) const
+void QueueLimit::enforce(CommandQueue& undoQueue, CommandQueue& redoQueue, TrackedModules& modulesBeforeFirst,
+                         Watcher& watcher) const
 {
     if (!usesMaxQueueSize)
     {
@@ -12,6 +12,7 @@ void QueueLimit::enforce(CommandQueue& undoQueue, CommandQueue& redoQueue,
     }
     if (maxQueueSize < redoQueue.size())
     {
+        watcher.willDropAll();
         undoQueue.dropAll();
         redoQueue.dropAll();
         return;
@@ -19,6 +20,7 @@ void QueueLimit::enforce(CommandQueue& undoQueue, CommandQueue& redoQueue,
     const std::size_t room = maxQueueSize - redoQueue.size();
     while (undoQueue.size() > room)
     {
+        watcher.willDropOldest();
         if (undoQueue.size() == room + 1)
         {
             modulesBeforeFirst = undoQueue.front().modules().modulesBefore;

@@ -12,6 +12,18 @@ namespace Valdane
 /// Thread: as CommandManager.
 struct QueueLimit
 {
+    /// Is told of what leaves the history, while it is still there.
+    class Watcher
+    {
+    public:
+        /// @throws anything; nothing is dropped then.
+        virtual void willDropOldest() = 0;
+        virtual void willDropAll() = 0;
+
+    protected:
+        ~Watcher() = default;
+    };
+
     std::uint32_t maxQueueSize = 25;
     bool usesMaxQueueSize = false;
 
@@ -22,7 +34,8 @@ struct QueueLimit
     ///                            undo queue. Does not change if both queues are dropped.
     ///
     /// Entries leave their queue before their commands are destroyed.
-    void enforce(CommandQueue& undoQueue, CommandQueue& redoQueue, TrackedModules& modulesBeforeFirst) const;
+    void enforce(CommandQueue& undoQueue, CommandQueue& redoQueue, TrackedModules& modulesBeforeFirst,
+                 Watcher& watcher) const;
 };
 
 } // namespace Valdane

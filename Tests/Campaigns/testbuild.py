@@ -72,8 +72,8 @@ class Base(Build):
         require(
             ["cmake", "-S", self.source, "-B", self.binary, "-G", "Ninja", f"-DCMAKE_CXX_COMPILER={self.compiler}"]
             # The assertions of the standard library make it an abort what would be chance otherwise.
-            + ["-DCMAKE_CXX_FLAGS=-O0 -g0 -w -D_GLIBCXX_ASSERTIONS", "-DCMAKE_BUILD_TYPE="]
-            + ["-DCMAKE_POSITION_INDEPENDENT_CODE=ON", "-DVALDANE_BUILD_EXAMPLES=OFF", "-DVALDANE_INSTALL=OFF"]
+            + ["-DCMAKE_CXX_FLAGS=-O0 -g0 -w -fPIC -D_GLIBCXX_ASSERTIONS", "-DCMAKE_BUILD_TYPE="]
+            + ["-DVALDANE_BUILD_EXAMPLES=OFF", "-DVALDANE_INSTALL=OFF"]
             + [f"-DCMAKE_EXE_LINKER_FLAGS={' '.join(LINKER)}", f"-DCMAKE_SHARED_LINKER_FLAGS={' '.join(LINKER)}"]
             + ["-DCMAKE_EXPORT_COMPILE_COMMANDS=ON"],
             self.root,

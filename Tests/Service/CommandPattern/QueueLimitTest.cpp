@@ -30,6 +30,28 @@ struct Lengths
     }
 };
 
+/// Notes how long the queues are when it is told.
+class RecordingWatcher final : public QueueLimit::Watcher
+{
+public:
+    explicit RecordingWatcher(const CommandQueue& watched) : undoQueue(watched) {}
+
+    void willDropOldest() override
+    {
+        told += "oldest of " + std::to_string(undoQueue.size()) + ", ";
+    }
+
+    void willDropAll() override
+    {
+        told += "all and " + std::to_string(undoQueue.size()) + ", ";
+    }
+
+    std::string told;
+
+private:
+    const CommandQueue& undoQueue;
+};
+
 class QueueLimitTest : public testing::Test
 {
 protected:
@@ -51,7 +73,7 @@ protected:
     Lengths enforce()
     {
         TrackedModules modulesBeforeFirst;
-        limit.enforce(undoQueue, redoQueue, modulesBeforeFirst);
+        limit.enforce(undoQueue, redoQueue, modulesBeforeFirst, watcher);
         return {.undo = undoQueue.size(), .redo = redoQueue.size()};
     }
 
@@ -76,6 +98,7 @@ protected:
     QueueLimit limit;
     CommandQueue undoQueue;
     CommandQueue redoQueue;
+    RecordingWatcher watcher{undoQueue};
 };
 
 TEST_F(QueueLimitTest, Is25AndNotInUseAtFirst)
@@ -122,6 +145,20 @@ TEST_F(QueueLimitTest, HoldsAtEveryEdge)
         EXPECT_EQ(enforce(), one.after) << one.limit;
         EXPECT_EQ(dead, one.dead) << one.limit;
     }
+}
+
+TEST_F(QueueLimitTest, TellsWhatItDropsWhileThatIsThere)
+{
+    limit.usesMaxQueueSize = true;
+    limit.maxQueueSize = 1;
+    fill({.undo = 3, .redo = 0});
+    enforce();
+    EXPECT_EQ(watcher.told, "oldest of 3, oldest of 2, ");
+
+    watcher.told.clear();
+    fill({.undo = 1, .redo = 2});
+    enforce();
+    EXPECT_EQ(watcher.told, "all and 1, ");
 }
 
 TEST_F(QueueLimitTest, AnEntryHasLeftItsQueueWhenItsCommandDies)

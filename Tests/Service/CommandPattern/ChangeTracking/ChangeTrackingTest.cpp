@@ -53,6 +53,14 @@ std::string lettersOf(const ModuleSet& set)
     return letters;
 }
 
+/// Of no interest here.
+struct NoWatcher final : QueueLimit::Watcher
+{
+    void willDropOldest() override {}
+
+    void willDropAll() override {}
+};
+
 class ChangeTrackingTest : public testing::Test
 {
 protected:
@@ -106,6 +114,7 @@ protected:
     CommandQueue undoQueue;
     CommandQueue redoQueue;
     QueueLimit limit;
+    NoWatcher watcher;
 };
 
 TEST_F(ChangeTrackingTest, ACommandForWhoseSetsThereIsNoMemoryStaysWithTheCaller)
@@ -443,7 +452,7 @@ TEST_F(ChangeTrackingTest, TheLimitKeepsTheSetBeforeTheLastEntryDropped)
     const ModuleSet expected = undoQueue[1].modules().modulesBefore[0];
     limit = {2, true};
 
-    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);
+    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand, watcher);
 
     EXPECT_EQ(undoQueue.size(), 2U);
     EXPECT_TRUE(tracking.modulesBeforeFirstCommand[0].isSharedWith(expected));
@@ -460,7 +469,7 @@ TEST_F(ChangeTrackingTest, TheLimitCountsTheRedoQueueAndDropsFromTheUndoQueue)
     undo();
     limit = {1, true};
 
-    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);
+    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand, watcher);
 
     EXPECT_TRUE(undoQueue.empty());
     EXPECT_EQ(base(0), "a");
@@ -476,12 +485,12 @@ TEST_F(ChangeTrackingTest, TheLimitLeavesTheBaseSetsAloneWhenItDropsNothingOrEve
     undo();
     undo();
     limit = {3, true};
-    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);
+    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand, watcher);
     EXPECT_EQ(base(0), "x");
     EXPECT_EQ(entries(0), "x>ax ax>abx abx>abcx");
 
     limit = {1, true};
-    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);
+    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand, watcher);
     EXPECT_TRUE(undoQueue.empty());
     EXPECT_TRUE(redoQueue.empty());
     EXPECT_EQ(base(0), "x");
@@ -492,7 +501,7 @@ TEST_F(ChangeTrackingTest, ALimitThatIsNotInUseDropsNothing)
 {
     record("a");
     limit = {0, false};
-    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand);
+    limit.enforce(undoQueue, redoQueue, tracking.modulesBeforeFirstCommand, watcher);
     EXPECT_EQ(entries(0), ">a");
 }
 

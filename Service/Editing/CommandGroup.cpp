@@ -1,0 +1,82 @@
+#include "Service/Editing/CommandGroup.h"
+
+#include "Platform/ExceptionHandling/VdException.h"
+#include "Service/CommandPattern/CommandManager.h"
+
+#include <iterator>
+#include <utility>
+
+namespace Valdane
+{
+
+CommandGroup::CommandGroup(CommandManager& commandManager, std::string description) : manager(commandManager)
+{
+    manager.beginGroup(std::move(description));
+    depth = manager.getOpenGroups().size();
+}
+
+CommandGroup::~CommandGroup()
+{
+    while (isOpen())
+    {
+        const std::size_t before = manager.getOpenGroups().size();
+        try
+        {
+            if (!manager.abandonGroup())
+            {
+                manager.endGroup();
+            }
+        }
+        catch (...)
+        {
+            // A slot has failed after the group was closed, or the group cannot be closed.
+            if (manager.getOpenGroups().size() >= before)
+            {
+                return;
+            }
+        }
+    }
+}
+
+void CommandGroup::commit()
+{
+    if (isOpen())
+    {
+        requireInnermost("committed");
+        manager.endGroup();
+        depth = 0;
+    }
+}
+
+bool CommandGroup::abandon()
+{
+    if (!isOpen())
+    {
+        return true;
+    }
+    requireInnermost("abandoned");
+    if (!manager.abandonGroup())
+    {
+        return false;
+    }
+    depth = 0;
+    return true;
+}
+
+bool CommandGroup::isOpen() const
+{
+    return depth != 0 && manager.getOpenGroups().size() >= depth;
+}
+
+void CommandGroup::requireInnermost(const char* operation) const
+{
+    const auto groups = manager.getOpenGroups();
+    if (groups.size() > depth)
+    {
+        throw VdException("The group '" + *std::next(groups.begin(), static_cast<std::ptrdiff_t>(depth - 1)) +
+                          "' cannot be " + operation + " while the group '" + groups.back() +
+                          "' inside it is open");
+    }
+}
+
+} // namespace Valdane

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "Service/Editing/EditingExport.h"
+
+#include <cstddef>
+#include <string>
+
+namespace Valdane
+{
+
+class CommandManager;
+
+/// A group of commands that lasts as long as a scope. It becomes one step of undo if it is committed. Otherwise
+/// it is undone at the end of the scope, also if an exception ends it. Groups nest.
+///
+///     CommandGroup group(manager, "Align shapes");
+///     for (const auto& shape : selection)
+///     {
+///         manager.addCommand(std::make_shared<MoveCommand>(shape, target));
+///     }
+///     group.commit();
+///
+/// Ownership: the manager must outlive the group.
+/// Thread: as CommandManager.
+class VALDANE_EDITING_EXPORT CommandGroup
+{
+public:
+    /// Opens a group with CommandManager::beginGroup().
+    /// @throws VdException while a threaded command is running.
+    CommandGroup(CommandManager& commandManager, std::string description);
+    CommandGroup(const CommandGroup&) = delete;
+    CommandGroup& operator=(const CommandGroup&) = delete;
+
+    /// Abandons the group if it is open, and before it the groups inside that are. One that cannot be undone is
+    /// ended instead: it becomes a step, and the manager has reported the failure. Lets no exception out.
+    ~CommandGroup();
+
+    /// Ends the group with CommandManager::endGroup(). Does nothing if it is not open any more.
+    /// @throws VdException if a group inside is open still.
+    /// Guarantee: if it throws, the group stays open, unless it was queued already.
+    void commit();
+
+    /// Undoes what is in the group with CommandManager::abandonGroup(). Does nothing if it is not open any more.
+    /// @return false if that failed; the group stays open then, with all that is in it.
+    /// @throws VdException if a group inside is open still.
+    bool abandon();
+
+    /// Whether it was neither committed nor abandoned, nor ended by others through the manager.
+    bool isOpen() const;
+
+private:
+    void requireInnermost(const char* operation) const;
+
+    CommandManager& manager;
+    /// How many groups are open with this one; 0 when it was closed.
+    std::size_t depth;
+};
+
+} // namespace Valdane

@@ -1,0 +1,175 @@
+#include "Service/Editing/CommandGroup.h"
+
+#include "Service/CommandPattern/CommandManager.h"
+#include "Tests/Support/ElementsAre.h"
+#include "Tests/Support/MessageOf.h"
+#include "Tests/Support/ScriptedCommand.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace Valdane
+{
+namespace
+{
+
+using testing::IsEmpty;
+using ValdaneTests::ElementsAre;
+
+class CommandGroupTest : public testing::Test
+{
+protected:
+    std::shared_ptr<ScriptedCommand> add(const std::string& name)
+    {
+        auto command = std::make_shared<ScriptedCommand>(name);
+        command->onUndo = [this, name]
+        {
+            undone.push_back(name);
+        };
+        manager.addCommand(command);
+        return command;
+    }
+
+    CommandManager manager;
+    std::vector<std::string> undone;
+};
+
+TEST_F(CommandGroupTest, CommittedItIsOneStep)
+{
+    {
+        CommandGroup group(manager, "G");
+        EXPECT_TRUE(group.isOpen());
+        add("a");
+        add("b");
+        group.commit();
+        EXPECT_FALSE(group.isOpen());
+    }
+    EXPECT_THAT(manager.collectUndoCommandDescriptions(), ElementsAre("G"));
+    manager.undo(1);
+    EXPECT_THAT(undone, ElementsAre("b", "a"));
+}
+
+TEST_F(CommandGroupTest, LeftByAnExceptionItIsUndone)
+{
+    add("before");
+    try
+    {
+        const CommandGroup group(manager, "G");
+        add("a");
+        add("b");
+        throw std::runtime_error("left");
+    }
+    catch (const std::runtime_error&)
+    {
+        EXPECT_THAT(undone, ElementsAre("b", "a"));
+    }
+    EXPECT_THAT(manager.collectUndoCommandDescriptions(), ElementsAre("before"));
+    EXPECT_THAT(manager.getOpenGroups(), IsEmpty());
+}
+
+TEST_F(CommandGroupTest, AbandonedItIsUndoneOnce)
+{
+    {
+        CommandGroup group(manager, "G");
+        add("a");
+        EXPECT_TRUE(group.abandon());
+        EXPECT_TRUE(group.abandon()) << "does nothing";
+        group.commit();
+    }
+    EXPECT_THAT(undone, ElementsAre("a"));
+    EXPECT_EQ(manager.getQueueSize(), 0U);
+}
+
+TEST_F(CommandGroupTest, ThoseInsideArePartsOfTheOneAround)
+{
+    {
+        CommandGroup outer(manager, "outer");
+        add("a");
+        {
+            CommandGroup inner(manager, "inner");
+            add("b");
+            inner.commit();
+        }
+        {
+            const CommandGroup inner(manager, "dropped");
+            add("c");
+        }
+        outer.commit();
+    }
+    EXPECT_THAT(undone, ElementsAre("c"));
+    EXPECT_THAT(manager.collectUndoCommandDescriptions(), ElementsAre("outer"));
+    manager.undo(1);
+    EXPECT_THAT(undone, ElementsAre("c", "b", "a"));
+}
+
+TEST_F(CommandGroupTest, IsNotClosedBeforeAGroupInsideIt)
+{
+    CommandGroup outer(manager, "outer");
+    manager.beginGroup("inner");
+    add("a");
+    EXPECT_EQ(messageOf([&] { outer.commit(); }),
+              "The group 'outer' cannot be committed while the group 'inner' inside it is open");
+    EXPECT_EQ(messageOf([&] { outer.abandon(); }),
+              "The group 'outer' cannot be abandoned while the group 'inner' inside it is open");
+    EXPECT_THAT(manager.getOpenGroups(), ElementsAre("outer", "inner"));
+}
+
+TEST_F(CommandGroupTest, TheEndOfTheScopeClosesGroupsInsideItToo)
+{
+    {
+        const CommandGroup outer(manager, "outer");
+        add("a");
+        manager.beginGroup("inner");
+        add("b");
+    }
+    EXPECT_THAT(undone, ElementsAre("b", "a"));
+    EXPECT_THAT(manager.getOpenGroups(), IsEmpty());
+}
+
+TEST_F(CommandGroupTest, WhatCannotBeUndoneAtTheEndOfTheScopeBecomesAStep)
+{
+    {
+        CommandGroup group(manager, "G");
+        add("a")->onUndo = []
+        {
+            throw std::runtime_error("stuck");
+        };
+        EXPECT_FALSE(group.abandon());
+        EXPECT_TRUE(group.isOpen());
+    }
+    EXPECT_THAT(manager.collectUndoCommandDescriptions(), ElementsAre("G"));
+    EXPECT_THAT(manager.getOpenGroups(), IsEmpty());
+}
+
+TEST_F(CommandGroupTest, ASlotThatThrowsAtTheEndOfTheScopeDoesNotLeaveItOpen)
+{
+    const auto connection = manager.connectToSigCommandUndone([] { throw std::runtime_error("slot"); });
+    {
+        const CommandGroup group(manager, "G");
+        add("a");
+    }
+    EXPECT_THAT(undone, ElementsAre("a"));
+    EXPECT_THAT(manager.getOpenGroups(), IsEmpty());
+}
+
+TEST_F(CommandGroupTest, EndedThroughTheManagerItLeavesOthersAlone)
+{
+    add("before");
+    {
+        CommandGroup group(manager, "G");
+        add("a");
+        manager.endGroup();
+        EXPECT_FALSE(group.isOpen());
+        group.commit();
+    }
+    EXPECT_THAT(undone, IsEmpty());
+    EXPECT_THAT(manager.collectUndoCommandDescriptions(), ElementsAre("G", "before"));
+}
+
+} // namespace
+} // namespace Valdane
