@@ -140,6 +140,7 @@ bool CommandManager::addCommandToMergeWithNextCommand(std::shared_ptr<CommandBas
     WaitingCommands& waiting = d->waiting();
     waiting.commands.splice(waiting.commands.end(), added);
     waiting.useForwardUndoOrder |= useForwardUndoOrder;
+    waiting.newest = ++d->looseCount;
     d->tellHistory();
     return true;
 }
@@ -274,11 +275,12 @@ void CommandManager::clear()
         [&]
         {
             d->willDropAll();
-            d->savePoints.dropLoose(d->looseCommands());
+            d->savePoints.dropLoose(d->newestLoose());
             d->tracking.modulesBeforeFirstCommand = modified;
             d->undoQueue.dropAll();
             d->redoQueue.dropAll();
             // Out of the list before they die, because a command's destructor may call the manager.
+            d->commandsToMerge.newest = 0;
             std::exchange(d->commandsToMerge.commands, {});
         });
     d->sigCommandQueueChanged(QueueCleared);
@@ -306,7 +308,7 @@ std::set<const Object*> CommandManager::getModulesOfCommand(std::uint64_t index)
 
 std::optional<std::uint64_t> CommandManager::getSavedPosition(std::uint64_t tracker) const
 {
-    return d->savePoints.positions(d->looseCommands())[tracker];
+    return d->savePoints.positions(d->newestLoose())[tracker];
 }
 
 std::uint64_t CommandManager::getQueueSize() const

@@ -11,6 +11,7 @@
 
 #include <boost/smart_ptr/make_local_shared.hpp>
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 
@@ -47,6 +48,12 @@ void CommandManager::Private::reportFailure(const std::exception& exception, con
     sigCommandFailed(textOf(exception), description);
 }
 
+inline bool CommandManager::Private::askWhetherRedoCapable(CommandBase& command)
+{
+    const HistoryChanges::Hold hold(historyChanges);
+    return command.isRedoCapable();
+}
+
 inline void CommandManager::Private::keepForRedo(QueuedCommand&& entry)
 {
     // The older entries for redo are gone when this ends early.
@@ -68,7 +75,10 @@ inline void CommandManager::Private::keepForRedo(QueuedCommand&& entry)
     };
     try
     {
-        if (entry.command->isRedoCapable())
+        const Rows before = rows();
+        const bool isRedoCapable = askWhetherRedoCapable(*entry.command);
+        followStep(before);
+        if (isRedoCapable)
         {
             redoQueue.pushBack(std::move(entry));
             return;
@@ -97,6 +107,7 @@ inline bool CommandManager::Private::undoOne(const std::source_location& place)
     redoQueue.reserveOne(undoQueue);
     // The copy keeps the command alive until all slots have been called.
     const QueuedCommand undone = undoQueue.back();
+    const Rows before = rows();
     CommandBase& command = *undone.command;
     const auto work = [&]
     {
@@ -109,6 +120,7 @@ inline bool CommandManager::Private::undoOne(const std::source_location& place)
     changeHistory(
         [&]
         {
+            followStep(before);
             keepForRedo(undoQueue.take(undone));
             moduleAccess()->markAllModulesInBusinessAsUnmodified();
         });
@@ -158,6 +170,7 @@ inline bool CommandManager::Private::redoOne(const std::source_location& place)
     undoQueue.reserveOne(redoQueue);
     // The copy keeps the command alive until all slots have been called.
     const QueuedCommand redone = redoQueue.back();
+    const Rows before = rows();
     CommandBase& command = *redone.command;
     const auto work = [&]
     {
@@ -176,6 +189,7 @@ inline bool CommandManager::Private::redoOne(const std::source_location& place)
     changeHistory(
         [&]
         {
+            followStep(before);
             undoQueue.pushBack(redoQueue.take(redone));
             moduleAccess()->markAllModulesInBusinessAsUnmodified();
         });
@@ -204,7 +218,7 @@ void CommandManager::Private::queue(std::shared_ptr<CommandBase> command)
 {
     if (!groups.empty())
     {
-        groups.back().append(std::move(command), 1);
+        groups.back().append(std::move(command), ++looseCount);
         tellHistory();
         return;
     }
@@ -273,6 +287,7 @@ void CommandManager::Private::record(std::shared_ptr<CommandBase>&& command)
     {
         commandsToMerge.commands.splice(commandsToMerge.commands.begin(), taken.commands);
         commandsToMerge.useForwardUndoOrder |= taken.useForwardUndoOrder;
+        commandsToMerge.newest = std::max(commandsToMerge.newest, taken.newest);
         throw;
     }
 }
@@ -280,9 +295,12 @@ void CommandManager::Private::record(std::shared_ptr<CommandBase>&& command)
 void CommandManager::Private::enqueue(std::shared_ptr<CommandBase>&& command)
 {
     const ModuleSet modules(moduleAccess()->getModifiedModulesFromBusiness());
-    undoQueue.pushBack(tracking.makeEntry(std::move(command), modules, undoQueue));
+    QueuedCommand entry = tracking.makeEntry(std::move(command), modules, undoQueue);
+    // Also if nothing could be redone before: the application may have undone a command when it was asked, or one is on
+    // its way to the redo queue.
+    savePoints.dropAfter(undoQueue.size());
+    undoQueue.pushBack(std::move(entry));
     historyChanges.replaceRows(undoQueue.size() - 1, 0, 1);
-    savePoints.keepLoose(looseCommands());
 }
 
 void CommandManager::Private::enforceLimit()
@@ -325,24 +343,24 @@ std::shared_ptr<CommandBase> CommandManager::Private::takeNewest()
 
 SavePoints::State CommandManager::Private::saveState() const noexcept
 {
-    return {.position = undoQueue.size(), .loose = looseCommands()};
+    return {.position = undoQueue.size(), .loose = newestLoose()};
 }
 
 HistoryChanges::State CommandManager::Private::historyState() const
 {
     return {.size = undoQueue.size() + redoQueue.size(),
             .position = undoQueue.size(),
-            .saved = savePoints.positions(looseCommands())};
+            .saved = savePoints.positions(newestLoose())};
 }
 
-std::uint64_t CommandManager::Private::looseCommands() const noexcept
+std::uint64_t CommandManager::Private::newestLoose() const noexcept
 {
-    std::uint64_t count = commandsToMerge.commands.size();
+    std::uint64_t newest = commandsToMerge.newest;
     for (const OpenGroup& group : groups)
     {
-        count += group.executedCount();
+        newest = group.isEmpty() ? newest : group.newestNumber();
     }
-    return count;
+    return newest;
 }
 
 const QueuedCommand& CommandManager::Private::entryAt(std::uint64_t index) const
@@ -365,7 +383,7 @@ void CommandManager::Private::endGroup()
             ClosedGroup closed(groups);
             if (!isOutermost)
             {
-                groups.back().append(closed->makeMacro(), closed->executedCount());
+                groups.back().append(closed->makeMacro(), closed->newestNumber());
                 closed.keepClosed();
                 return;
             }
@@ -406,8 +424,7 @@ bool CommandManager::Private::abandonGroup(const std::source_location& place)
     changeHistory(
         [&]
         {
-            savePoints.keepLoose(looseCommands());
-            if (looseCommands() == 0)
+            if (newestLoose() == 0)
             {
                 moduleAccess()->markAllModulesInBusinessAsUnmodified();
             }
@@ -492,6 +509,8 @@ bool CommandManager::Private::mergeIntoNewest(const CommandBase& command)
     if (!undoQueue.empty() && undoQueue.back().command == newest)
     {
         undoQueue[undoQueue.size() - 1].sharedModules = std::move(mergedModules);
+        // What the application saved when it was asked is not the state with the merged command.
+        savePoints.dropAfter(undoQueue.size() - 1);
         historyChanges.replaceRows(undoQueue.size() - 1, 1, 1);
     }
     return true;
@@ -499,14 +518,14 @@ bool CommandManager::Private::mergeIntoNewest(const CommandBase& command)
 
 bool CommandManager::Private::mergeIntoNewestOfGroup(const CommandBase& command)
 {
-    const std::shared_ptr<CommandBase> newest = groups.back().newest();
+    const std::shared_ptr<CommandBase> newest = groups.back().newestCommand();
     if (newest == nullptr || !isTakenIn(*newest, command))
     {
         return false;
     }
     if (!groups.empty())
     {
-        groups.back().noteMerge();
+        groups.back().noteMerge(++looseCount);
         tellHistory();
     }
     return true;

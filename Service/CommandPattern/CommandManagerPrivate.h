@@ -14,6 +14,7 @@
 
 #include <boost/smart_ptr/local_shared_ptr.hpp>
 
+#include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <list>
@@ -85,8 +86,8 @@ public:
     HistoryChanges::State historyState() const;
     SavePoints::State saveState() const noexcept;
 
-    /// How many commands were executed that are not in the history yet.
-    std::uint64_t looseCommands() const noexcept;
+    /// The number of the newest loose command, see SavePoints; 0 if there is none.
+    std::uint64_t newestLoose() const noexcept;
 
     /// The entry at a place of the history. @pre there is one (not checked).
     const QueuedCommand& entryAt(std::uint64_t index) const;
@@ -155,6 +156,8 @@ public:
     std::list<OpenGroup> groups;
     ChangeTracking tracking;
     SavePoints savePoints;
+    /// How many commands were loose so far.
+    std::uint64_t looseCount = 0;
     HistoryChanges historyChanges;
     WorkerSlot workerSlot;
     std::shared_ptr<LegacyProgress> progress;
@@ -175,9 +178,34 @@ private:
     bool undoOne(const std::source_location& place);
     bool redoOne(const std::source_location& place);
 
+    /// By which a step of undo or redo notices that its command has changed the history itself.
+    struct Rows
+    {
+        std::size_t done = 0;
+        std::uint64_t noteCount = 0;
+
+        bool operator==(const Rows&) const = default;
+    };
+
+    Rows rows() const noexcept
+    {
+        return {.done = undoQueue.size(), .noteCount = historyChanges.noteCount()};
+    }
+
+    /// After a call of the command: if it has changed the history, nobody knows any more which state of the data is saved.
+    void followStep(const Rows& before) noexcept
+    {
+        if (rows() != before)
+        {
+            savePoints.loseAll();
+            historyChanges.replaceAllRows();
+        }
+    }
+
     /// Puts an undone entry on top of the redo queue. If its command is not redo-capable, or its
     /// isRedoCapable() throws, empties the redo queue instead: the older entries there could not be redone
     /// without this one.
+    bool askWhetherRedoCapable(CommandBase& command);
     void keepForRedo(QueuedCommand&& entry);
 
     /// Queues @p command, merged with all that waits for it. If that fails, these wait again.

@@ -48,10 +48,14 @@ Signals::Connection HistoryChanges::connect(const Signals::Slot<void(const Histo
     return connection;
 }
 
-void HistoryChanges::replaceRows(std::uint64_t first, std::uint64_t removed, std::uint64_t inserted) noexcept
+void HistoryChanges::noteRows(const RowChange& change) noexcept
 {
-    const RowChange change{.first = first, .removed = removed, .inserted = inserted};
-    if (!isWatched || (rowCount != 0 && mergeInto(rows[rowCount - 1], change)))
+    if (!isWatched)
+    {
+        return;
+    }
+    hasChanged = true;
+    if (rowCount != 0 && mergeInto(rows[rowCount - 1], change))
     {
         return;
     }
@@ -73,7 +77,7 @@ void HistoryChanges::addModules(const ModuleSet& modules)
 void HistoryChanges::tell(const State& now)
 {
     latest = now;
-    if (isTelling)
+    if (isTelling || holds != 0)
     {
         return;
     }
@@ -97,7 +101,7 @@ void HistoryChanges::tell(const State& now)
     };
 
     const Telling telling(isTelling);
-    while (rowCount != 0 || latest != told)
+    while (hasChanged || latest != told)
     {
         tellOnce();
     }
@@ -109,6 +113,7 @@ void HistoryChanges::tellOnce()
     modulesOfRemoved.insertInto(change.modulesOfRemoved);
     // From here on nothing fails until the slots are called.
     modulesOfRemoved = ModuleSet();
+    hasChanged = false;
     std::array<RowChange, MaxRowChanges> changedRows = rows;
     std::size_t count = std::exchange(rowCount, 0);
     const State before = std::exchange(told, latest);
@@ -117,6 +122,11 @@ void HistoryChanges::tellOnce()
         // A command has changed the history while it was undone or redone itself.
         changedRows[0] = {.first = 0, .removed = before.size, .inserted = told.size};
         count = 1;
+    }
+    if (count != 0 && changedRows[count - 1] == RowChange{.first = changedRows[count - 1].first})
+    {
+        // What came has left again.
+        --count;
     }
     change.rows = {changedRows.data(), count};
     change.positionBefore = before.position;

@@ -35,6 +35,27 @@ public:
         bool operator==(const State&) const = default;
     };
 
+    /// While it exists, nothing is told, because an entry is on its way and in no queue.
+    class Hold
+    {
+    public:
+        explicit Hold(HistoryChanges& changes) noexcept : held(changes.holds)
+        {
+            ++held;
+        }
+
+        Hold(const Hold&) = delete;
+        Hold& operator=(const Hold&) = delete;
+
+        ~Hold()
+        {
+            --held;
+        }
+
+    private:
+        unsigned& held;
+    };
+
     /// Whether a slot was ever connected.
     bool areWatched() const noexcept
     {
@@ -45,7 +66,27 @@ public:
     Signals::Connection connect(const Signals::Slot<void(const HistoryChange&)>& slot, const State& now);
 
     /// Notes that @p removed rows from @p first on were replaced by @p inserted ones.
-    void replaceRows(std::uint64_t first, std::uint64_t removed, std::uint64_t inserted) noexcept;
+    void replaceRows(std::uint64_t first, std::uint64_t removed, std::uint64_t inserted) noexcept
+    {
+        if (removed + inserted != 0)
+        {
+            ++noted;
+            noteRows({.first = first, .removed = removed, .inserted = inserted});
+        }
+    }
+
+    /// Has all rows told as replaced, because nobody knows what has become of them.
+    void replaceAllRows() noexcept
+    {
+        areRowsComplete = false;
+        hasChanged = true;
+    }
+
+    /// How often rows were replaced so far.
+    std::uint64_t noteCount() const noexcept
+    {
+        return noted;
+    }
 
     /// Notes what a command modified that leaves the history. @throws std::bad_alloc, with nothing changed.
     void addModules(const ModuleSet& modules);
@@ -60,16 +101,21 @@ private:
     /// What one operation can change. If there is more, all rows are told as replaced.
     static constexpr std::size_t MaxRowChanges = 4;
 
+    void noteRows(const RowChange& change) noexcept;
     void tellOnce();
 
     Signals::Signal<void(const HistoryChange&)> sigHistoryChanged;
     bool isWatched = false;
     bool isTelling = false;
+    unsigned holds = 0;
+    std::uint64_t noted = 0;
     State told;
     State latest;
     std::array<RowChange, MaxRowChanges> rows;
     std::size_t rowCount = 0;
     bool areRowsComplete = true;
+    /// Whether rows were replaced, be it by none in the end.
+    bool hasChanged = false;
     ModuleSet modulesOfRemoved;
 };
 

@@ -28,21 +28,20 @@ void OpenGroup::reserveOne()
     }
 }
 
-void OpenGroup::append(std::shared_ptr<CommandBase> command, std::uint64_t executedCount)
+void OpenGroup::append(std::shared_ptr<CommandBase> command, std::uint64_t number)
 {
     reserveOne();
     if (!waiting.commands.empty())
     {
         command = waiting.mergeWith(command);
-        executed += waiting.commands.size();
         waiting = {};
     }
     reserved.front() = std::move(command);
     commands.splice(commands.end(), reserved);
-    executed += executedCount;
+    newest = number;
 }
 
-std::shared_ptr<CommandBase> OpenGroup::newest() const
+std::shared_ptr<CommandBase> OpenGroup::newestCommand() const
 {
     return commands.empty() ? nullptr : commands.back();
 }

@@ -17,6 +17,8 @@ struct WaitingCommands
 {
     std::list<std::shared_ptr<CommandBase>> commands;
     bool useForwardUndoOrder = false;
+    /// The number of the newest one, see SavePoints; 0 if there is none.
+    std::uint64_t newest = 0;
 
     /// A macro of @p next and of those that wait, as executed. @throws std::bad_alloc, with nothing changed.
     std::shared_ptr<MacroCommand> mergeWith(const std::shared_ptr<CommandBase>& next) const;
@@ -34,18 +36,18 @@ public:
     void reserveOne();
 
     /// Adds a command, merged with those that wait in this group.
-    /// @param executedCount  how many commands it stands for.
+    /// @param number  of the command, see SavePoints.
     /// @throws std::bad_alloc, with nothing changed; not after reserveOne() if none wait.
-    void append(std::shared_ptr<CommandBase> command, std::uint64_t executedCount);
+    void append(std::shared_ptr<CommandBase> command, std::uint64_t number);
 
-    /// The newest of its commands took in another one, which was executed after it.
-    void noteMerge() noexcept
+    /// The command that was added last took in the one with that number.
+    void noteMerge(std::uint64_t number) noexcept
     {
-        ++executed;
+        newest = number;
     }
 
     /// The command that was added last; empty if there is none.
-    std::shared_ptr<CommandBase> newest() const;
+    std::shared_ptr<CommandBase> newestCommand() const;
 
     /// One command for all that was executed, also for what waits still. @throws std::bad_alloc
     std::shared_ptr<MacroCommand> makeMacro() const;
@@ -55,10 +57,10 @@ public:
         return commands.empty() && waiting.commands.empty();
     }
 
-    /// How many commands were executed in it.
-    std::uint64_t executedCount() const noexcept
+    /// The number of the command that was executed last in it; 0 if it is empty.
+    std::uint64_t newestNumber() const noexcept
     {
-        return executed + waiting.commands.size();
+        return waiting.commands.empty() ? newest : waiting.newest;
     }
 
     const std::string& getDescription() const noexcept
@@ -73,7 +75,7 @@ private:
     std::list<std::shared_ptr<CommandBase>> commands;
     /// Has an element that the next command gets, after reserveOne().
     std::list<std::shared_ptr<CommandBase>> reserved;
-    std::uint64_t executed = 0;
+    std::uint64_t newest = 0;
 };
 
 /// Takes the innermost group out of the list while it is closed, because the application is called then, which may open

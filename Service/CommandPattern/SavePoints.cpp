@@ -71,11 +71,6 @@ void SavePoints::takeNewest(std::uint64_t position) noexcept
     keepIf([&](State& state) { return state.position-- >= position; });
 }
 
-void SavePoints::keepLoose(std::uint64_t loose) noexcept
-{
-    keepIf([&](const State& state) { return state.loose <= loose; });
-}
-
 void SavePoints::dropLoose(std::uint64_t loose) noexcept
 {
     keepIf(

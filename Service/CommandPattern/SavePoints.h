@@ -12,9 +12,9 @@ namespace Valdane
 
 /// Where in the history the data were saved, for each change tracker.
 ///
-/// A state of the data has two numbers: how many commands of the history are done, and how many were executed
-/// after them that are not in the history yet, because they wait to be merged or are in an open group. A save
-/// point is lost when no undo or redo leads to its state any more.
+/// A state of the data has two numbers: how many commands of the history are done, and the number of the newest
+/// command that was executed after them and is loose, which means that it is not in the history yet: it waits
+/// to be merged or is in an open group. A save point is lost when no undo or redo leads to its state any more.
 ///
 /// Thread: as CommandManager.
 class SavePoints
@@ -23,7 +23,7 @@ public:
     struct State
     {
         std::uint64_t position = 0;
-        std::uint64_t loose = 0;
+        std::uint64_t loose = 0; ///< 0 if no command is loose; no two commands have the same number
 
         bool operator==(const State&) const = default;
     };
@@ -36,7 +36,7 @@ public:
     /// No state is saved any more.
     void loseAll() noexcept;
 
-    /// The positions of the save points that undo and redo lead to from a state with so many @p loose commands.
+    /// The positions of the save points that undo and redo lead to from a state with the same @p loose commands.
     Positions positions(std::uint64_t loose) const noexcept;
 
     /// Whether a tracker was saved in the state @p now.
@@ -54,10 +54,7 @@ public:
     /// The newest of @p position commands that are done was taken out of the history, and stays executed.
     void takeNewest(std::uint64_t position) noexcept;
 
-    /// There are only so many loose commands now: the others have become an entry, or were undone.
-    void keepLoose(std::uint64_t loose) noexcept;
-
-    /// The @p loose commands were forgotten, and stay executed.
+    /// The commands up to @p loose were forgotten, and stay executed.
     void dropLoose(std::uint64_t loose) noexcept;
 
 private:

@@ -112,6 +112,206 @@ bool ManagerModel::addCommand(const CommandPtr& command)
     return true;
 }
 
+bool ManagerModel::addOrMergeCommand(const CommandPtr& command)
+{
+    const Flag cleared = []
+    {
+        return false;
+    };
+    const bool mayMerge = redoQueue.empty() || !groups.empty();
+    if (command == nullptr || !execute(*command, cleared))
+    {
+        return false;
+    }
+    bool isMerged = false;
+    try
+    {
+        isMerged = merges(command, mayMerge);
+    }
+    catch (...)
+    {
+        queue(command);
+        throw;
+    }
+    if (!isMerged)
+    {
+        queue(command);
+    }
+    else if (groups.empty())
+    {
+        changeHistory([this] { world.mark(); });
+        emit("queueChanged 3");
+    }
+    emit("executed");
+    return true;
+}
+
+bool ManagerModel::takesIn(const Command& newest, const Command& command)
+try
+{
+    return newest.script != nullptr && newest.thread == nullptr && newest.script->takesIn();
+}
+
+catch (const std::exception& exception)
+{
+    logFailure("Merge of command '" + descriptionOf(command) + "' ", exception);
+    return false;
+}
+
+/// Whether the newest command has taken in @p command.
+bool ManagerModel::merges(const CommandPtr& command, bool mayMerge)
+{
+    if (!mayMerge || !waiting().commands.empty() || std::ranges::count(saved, dataState()) != 0)
+    {
+        return false;
+    }
+    if (!groups.empty())
+    {
+        if (groups.back().commands.empty() || !takesIn(*groups.back().commands.back(), *command))
+        {
+            return false;
+        }
+        if (!groups.empty())
+        {
+            groups.back().state = ++stateCount;
+            tell();
+        }
+        return true;
+    }
+    if (undoQueue.empty() || !redoQueue.empty())
+    {
+        return false;
+    }
+    const Modules own = world.ask("modules.modified", world.modified);
+    if (undoQueue.empty())
+    {
+        return false;
+    }
+    Entry merged = undoQueue.back();
+    for (Modules& after : merged.after)
+    {
+        after |= own;
+    }
+    merged.own |= own;
+    merged.state = ++stateCount;
+    if (!takesIn(*merged.command, *command))
+    {
+        return false;
+    }
+    if (!undoQueue.empty() && undoQueue.back().command == merged.command)
+    {
+        undoQueue.back() = merged;
+        loseSavesAfter(undoQueue.size() - 1);
+        touch();
+    }
+    return true;
+}
+
+ManagerModel::Waiting& ManagerModel::waiting()
+{
+    return groups.empty() ? toMerge : groups.back().waiting;
+}
+
+unsigned ManagerModel::looseState() const
+{
+    unsigned state = toMerge.state;
+    for (const Group& group : groups)
+    {
+        state = !group.waiting.commands.empty() ? group.waiting.state
+                : !group.commands.empty()       ? group.state
+                                                : state;
+    }
+    return state;
+}
+
+std::vector<unsigned> ManagerModel::states() const
+{
+    std::vector<unsigned> found{firstState};
+    std::ranges::transform(undoQueue, std::back_inserter(found), &Entry::state);
+    std::ranges::transform(redoQueue | std::views::reverse, std::back_inserter(found), &Entry::state);
+    return found;
+}
+
+ManagerModel::DataState ManagerModel::dataState() const
+{
+    return {undoQueue.empty() ? firstState : undoQueue.back().state, looseState()};
+}
+
+int ManagerModel::getSavedPosition(std::uint64_t tracker) const
+{
+    const std::optional<DataState>& state = saved[tracker];
+    if (!state.has_value() || state->ofLoose != looseState())
+    {
+        return -1;
+    }
+    const std::vector<unsigned> all = states();
+    const auto found = std::ranges::find(all, state->ofEntry);
+    return found == all.end() ? -1 : static_cast<int>(found - all.begin());
+}
+
+std::list<Modules> ManagerModel::modulesOfCommands() const
+{
+    std::list<Modules> modules;
+    std::ranges::transform(undoQueue, std::back_inserter(modules), &Entry::own);
+    std::ranges::transform(redoQueue | std::views::reverse, std::back_inserter(modules), &Entry::own);
+    return modules;
+}
+
+std::list<std::string> ManagerModel::openGroups() const
+{
+    std::list<std::string> descriptions;
+    std::ranges::transform(groups, std::back_inserter(descriptions), &Group::description);
+    return descriptions;
+}
+
+ManagerModel::Told ManagerModel::whatIs() const
+{
+    return {
+        undoQueue.size() + redoQueue.size(), undoQueue.size(), {getSavedPosition(0), getSavedPosition(1)}};
+}
+
+/// A slot that changes the history is told of that when it has returned.
+void ManagerModel::tell()
+{
+    if (isTelling || held != 0)
+    {
+        return;
+    }
+    isTelling = true;
+    try
+    {
+        for (Told now = whatIs(); hasChanged || now != told; now = whatIs())
+        {
+            const Told before = std::exchange(told, now);
+            hasChanged = false;
+            note("history " + std::to_string(before.position) + " to " + std::to_string(now.position) +
+                 (before.saved == now.saved ? "" : " saved otherwise") + " modules " +
+                 std::to_string(std::exchange(modulesOfRemoved, 0)));
+            world.onMoment();
+        }
+    }
+    catch (...)
+    {
+        isTelling = false;
+        throw;
+    }
+    isTelling = false;
+}
+
+void ManagerModel::changeHistory(const std::function<void()>& work)
+{
+    try
+    {
+        work();
+    }
+    catch (...)
+    {
+        tell();
+        throw;
+    }
+    tell();
+}
+
 bool ManagerModel::addCommandToMergeWithNextCommand(const CommandPtr& command, bool useForwardUndoOrder)
 {
     // As it was, unless it was set for a run that has come to its end meanwhile.
@@ -123,27 +323,30 @@ bool ManagerModel::addCommandToMergeWithNextCommand(const CommandPtr& command, b
     {
         return false;
     }
-    toMerge.commands.push_back(command);
-    toMerge.useForwardUndoOrder = toMerge.useForwardUndoOrder || useForwardUndoOrder;
+    Waiting& those = waiting();
+    those.commands.push_back(command);
+    those.useForwardUndoOrder = those.useForwardUndoOrder || useForwardUndoOrder;
+    those.state = ++stateCount;
+    tell();
     return true;
 }
 
-CommandPtr ManagerModel::merge(const CommandPtr& command, const Waiting& waiting)
+CommandPtr ManagerModel::merge(const CommandPtr& command, const Waiting& those)
 {
-    if (waiting.commands.empty())
+    if (those.commands.empty())
     {
         return command;
     }
     auto macro = std::make_shared<Command>();
     macro->description = descriptionOf(*command);
     macro->parts = {command};
-    std::ranges::copy(waiting.commands, std::back_inserter(macro->parts));
-    macro->forwardUndoOrder = waiting.useForwardUndoOrder;
+    std::ranges::copy(those.commands, std::back_inserter(macro->parts));
+    macro->forwardUndoOrder = those.useForwardUndoOrder;
     return macro;
 }
 
 /// What the application says it has modified. Nothing that waits to be merged is lost if it throws.
-Modules ManagerModel::askForEntry(const Waiting& waiting)
+Modules ManagerModel::askForEntry(const Waiting& those)
 try
 {
     return world.ask("modules.modified", world.modified);
@@ -151,8 +354,9 @@ try
 
 catch (...)
 {
-    toMerge.commands.insert(toMerge.commands.begin(), waiting.commands.begin(), waiting.commands.end());
-    toMerge.useForwardUndoOrder = toMerge.useForwardUndoOrder || waiting.useForwardUndoOrder;
+    toMerge.commands.insert(toMerge.commands.begin(), those.commands.begin(), those.commands.end());
+    toMerge.useForwardUndoOrder = toMerge.useForwardUndoOrder || those.useForwardUndoOrder;
+    toMerge.state = std::max(toMerge.state, those.state);
     throw;
 }
 
@@ -168,22 +372,226 @@ ManagerModel::Entry ManagerModel::makeEntry(const CommandPtr& command, Modules o
 
 void ManagerModel::addExecutedCommand(const CommandPtr& command)
 {
-    if (command == nullptr)
+    if (command != nullptr)
     {
+        queue(command);
+    }
+}
+
+void ManagerModel::queue(const CommandPtr& command)
+{
+    if (!groups.empty())
+    {
+        appendToGroup(groups.back(), command, ++stateCount);
+        tell();
         return;
     }
+    changeHistory(
+        [&]
+        {
+            intake(command);
+            world.mark();
+            applyLimit();
+        });
+    emit("queueChanged 3");
+}
+
+void ManagerModel::forgetRedo()
+{
     if (undoQueue.empty() && !redoQueue.empty())
     {
         beforeFirstCommand = redoQueue.back().before;
     }
+    if (redoQueue.empty())
+    {
+        return;
+    }
+    for (const Entry& entry : redoQueue)
+    {
+        modulesOfRemoved |= entry.own;
+    }
+    touch();
     redoQueue.clear();
-    const Waiting waiting = toMerge.commands.empty() ? Waiting{} : std::exchange(toMerge, {});
-    const CommandPtr merged = merge(command, waiting);
-    const Modules own = askForEntry(waiting);
+    loseSavesAfter(undoQueue.size());
+}
+
+/// Those behind a position.
+void ManagerModel::loseSavesAfter(std::size_t position)
+{
+    std::vector<unsigned> all = states();
+    all.resize(1 + position);
+    for (std::optional<DataState>& state : saved)
+    {
+        if (state.has_value() && std::ranges::count(all, state->ofEntry) == 0)
+        {
+            state.reset();
+        }
+    }
+}
+
+void ManagerModel::intake(const CommandPtr& command)
+{
+    forgetRedo();
+    const Waiting those = toMerge.commands.empty() ? Waiting{} : std::exchange(toMerge, {});
+    const CommandPtr merged = merge(command, those);
+    const Modules own = askForEntry(those);
+    loseSavesAfter(undoQueue.size());
     undoQueue.push_back(makeEntry(merged, own));
-    world.mark();
-    applyLimit();
+    undoQueue.back().state = ++stateCount;
+    touch();
+}
+
+void ManagerModel::forgetRedoCommands()
+{
+    changeHistory([this] { forgetRedo(); });
+}
+
+bool ManagerModel::refuses(const std::string& operation) const
+{
+    if (groups.empty())
+    {
+        return false;
+    }
+    note("error: " + operation + "() is refused while the group '" + groups.back().description + "' is open");
+    return true;
+}
+
+void ManagerModel::requireNoGroup(const std::string& operation) const
+{
+    if (refuses(operation))
+    {
+        throw VdException(operation + "() is refused while the group '" + groups.back().description +
+                          "' is open");
+    }
+}
+
+namespace
+{
+
+[[noreturn]] void refuse(const std::string& text)
+{
+    note("error: " + text);
+    throw VdException(text);
+}
+
+CommandPtr macroOf(const ManagerModel::Group& group)
+{
+    auto macro = std::make_shared<Command>();
+    macro->description = group.description;
+    macro->parts = group.commands;
+    std::ranges::copy(group.waiting.commands, std::back_inserter(macro->parts));
+    return macro;
+}
+
+unsigned stateOf(const ManagerModel::Group& group)
+{
+    return group.waiting.commands.empty() ? group.state : group.waiting.state;
+}
+
+} // namespace
+
+void ManagerModel::beginGroup(const std::string& description)
+{
+    if (slot != nullptr || threads.getCurrentThread() != nullptr)
+    {
+        refuse("beginGroup() is refused while a threaded command is running");
+    }
+    groups.push_back({description, {}, {}, 0});
+}
+
+void ManagerModel::appendToGroup(Group& group, const CommandPtr& command, unsigned state)
+{
+    group.commands.push_back(merge(command, group.waiting));
+    if (!group.waiting.commands.empty())
+    {
+        group.waiting = {};
+    }
+    group.state = state;
+}
+
+void ManagerModel::endGroup()
+{
+    if (groups.empty())
+    {
+        refuse("endGroup() is refused because no group is open");
+    }
+    const std::size_t depth = groups.size() - 1;
+    const Group group = groups.back();
+    groups.pop_back();
+    if (group.isEmpty())
+    {
+        return;
+    }
+    if (depth != 0)
+    {
+        appendToGroup(groups.back(), macroOf(group), stateOf(group));
+        tell();
+        return;
+    }
+    changeHistory(
+        [&]
+        {
+            try
+            {
+                intake(macroOf(group));
+            }
+            catch (...)
+            {
+                groups.push_front(group);
+                throw;
+            }
+            world.mark();
+            applyLimit();
+        });
     emit("queueChanged 3");
+}
+
+bool ManagerModel::abandonGroup()
+{
+    if (groups.empty())
+    {
+        refuse("abandonGroup() is refused because no group is open");
+    }
+    const std::size_t depth = groups.size() - 1;
+    const Group group = groups.back();
+    groups.pop_back();
+    if (group.isEmpty())
+    {
+        return true;
+    }
+    bool isUndone = false;
+    const CommandPtr macro = macroOf(group);
+    const Flag reopened = [&]
+    {
+        if (!isUndone)
+        {
+            const std::size_t place = std::min(depth, groups.size());
+            groups.insert(std::next(groups.begin(), static_cast<std::ptrdiff_t>(place)), group);
+        }
+        return false;
+    };
+    const auto work = [&]
+    {
+        note("progress.setSubProgress(" + progressOf(*macro) + ", 100, 1)");
+        trace("Execute Undo command '" + descriptionOf(*macro) + "'...");
+        run(*macro, Call::Undo);
+        trace("Undo command '" + descriptionOf(*macro) + "' executed.");
+        isUndone = true;
+    };
+    if (!process("Undo", *macro, reopened, work))
+    {
+        return false;
+    }
+    changeHistory(
+        [&]
+        {
+            if (looseState() == 0)
+            {
+                world.mark();
+            }
+        });
+    emit("undone");
+    return true;
 }
 
 void ManagerModel::applyLimit()
@@ -194,19 +602,50 @@ void ManagerModel::applyLimit()
     }
     if (maxQueueSize < redoQueue.size())
     {
-        undoQueue.clear();
-        redoQueue.clear();
+        dropAll();
         return;
     }
     while (undoQueue.size() + redoQueue.size() > maxQueueSize)
     {
         beforeFirstCommand = undoQueue.front().before;
+        firstState = undoQueue.front().state;
+        modulesOfRemoved |= undoQueue.front().own;
+        touch();
         undoQueue.pop_front();
     }
 }
 
+ManagerModel::Rows ManagerModel::rows() const
+{
+    return {undoQueue.size(), changeCount};
+}
+
+/// Rows have come or gone.
+void ManagerModel::touch()
+{
+    hasChanged = true;
+    ++changeCount;
+}
+
+/// The commands that are done stay done.
+void ManagerModel::dropAll()
+{
+    firstState = dataState().ofEntry;
+    for (const std::list<Entry>* entries : {&undoQueue, &redoQueue})
+    {
+        for (const Entry& entry : *entries)
+        {
+            modulesOfRemoved |= entry.own;
+            touch();
+        }
+    }
+    undoQueue.clear();
+    redoQueue.clear();
+}
+
 CommandPtr ManagerModel::takeExecutedCommands()
 {
+    requireNoGroup("takeExecutedCommands");
     if (undoQueue.empty())
     {
         return nullptr;
@@ -219,13 +658,24 @@ CommandPtr ManagerModel::takeExecutedCommands()
 
 CommandPtr ManagerModel::takeLastExecutedCommand()
 {
+    requireNoGroup("takeLastExecutedCommand");
     if (undoQueue.empty())
     {
         return nullptr;
     }
-    CommandPtr command = undoQueue.back().command;
+    // What it did is part of the state from now on.
+    const Entry taken = undoQueue.back();
     undoQueue.pop_back();
-    return command;
+    modulesOfRemoved |= taken.own;
+    touch();
+    firstState = ++stateCount;
+    for (Entry& entry : undoQueue)
+    {
+        entry.state = ++stateCount;
+    }
+    (undoQueue.empty() ? firstState : undoQueue.back().state) = taken.state;
+    tell();
+    return taken.command;
 }
 
 /// Takes @p entry away, unless its command has had that done while it was called.
@@ -238,82 +688,139 @@ void ManagerModel::dropTop(std::list<Entry>& queue, const Entry& entry)
 }
 
 /// A command that cannot say whether it can be redone cannot.
-void ManagerModel::moveToRedo(const Entry& entry)
-try
+void ManagerModel::moveToRedo(Entry entry)
 {
-    if (isRedoCapable(*entry.command))
+    const auto forget = [&]
     {
-        redoQueue.push_back(entry);
-    }
-    else
-    {
+        modulesOfRemoved |= entry.own;
+        touch();
+        for (const Entry& older : redoQueue)
+        {
+            modulesOfRemoved |= older.own;
+        }
         redoQueue.clear();
+    };
+    try
+    {
+        const Rows before = rows();
+        // The entry is in neither queue, so that nothing can be told.
+        ++held;
+        const bool isKept = isRedoCapable(*entry.command);
+        --held;
+        followStep(before, entry);
+        if (isKept)
+        {
+            redoQueue.push_back(entry);
+            return;
+        }
     }
+    catch (...)
+    {
+        --held;
+        forget();
+        throw;
+    }
+    forget();
 }
 
-catch (...)
+/// A command that changes the history in its own undo or redo leaves nobody knowing which state is saved.
+void ManagerModel::followStep(const Rows& before, Entry& entry)
 {
-    redoQueue.clear();
-    throw;
+    if (rows() != before)
+    {
+        hasChanged = true;
+        saved = {};
+        entry.state = ++stateCount;
+    }
 }
 
 bool ManagerModel::undo(std::uint64_t count)
 {
-    for (; count != 0 && !undoQueue.empty(); --count)
+    while (!refuses("undo"))
     {
-        const Entry entry = undoQueue.back();
+        if (count-- == 0 || undoQueue.empty())
+        {
+            return true;
+        }
+        Entry entry = undoQueue.back();
+        const Rows before = rows();
         if (!step("Undo", *entry.command, Call::Undo))
         {
             return false;
         }
-        dropTop(undoQueue, entry);
-        moveToRedo(entry);
-        world.mark();
+        changeHistory(
+            [&]
+            {
+                followStep(before, entry);
+                dropTop(undoQueue, entry);
+                moveToRedo(entry);
+                world.mark();
+            });
         emit("undone");
         emit("queueChanged 0");
     }
-    return true;
+    return false;
 }
 
 bool ManagerModel::redo(std::uint64_t count)
 {
-    for (; count != 0 && !redoQueue.empty(); --count)
+    while (!refuses("redo"))
     {
-        const Entry entry = redoQueue.back();
+        if (count-- == 0 || redoQueue.empty())
+        {
+            return true;
+        }
+        Entry entry = redoQueue.back();
+        const Rows before = rows();
         if (!step("Redo", *entry.command, Call::Redo))
         {
             return false;
         }
-        dropTop(redoQueue, entry);
-        undoQueue.push_back(entry);
-        world.mark();
+        changeHistory(
+            [&]
+            {
+                followStep(before, entry);
+                dropTop(redoQueue, entry);
+                undoQueue.push_back(entry);
+                world.mark();
+            });
         emit("executed");
         emit("queueChanged 1");
     }
-    return true;
+    return false;
 }
 
 void ManagerModel::undoAll()
 {
+    requireNoGroup("undoAll");
     undo(std::numeric_limits<std::uint64_t>::max());
 }
 
 void ManagerModel::redoAll()
 {
+    requireNoGroup("redoAll");
     redo(std::numeric_limits<std::uint64_t>::max());
 }
 
 void ManagerModel::clear()
 {
+    requireNoGroup("clear");
     ModulesByTracker modified = {};
     for (std::size_t tracker = 0; tracker < trackerCount; ++tracker)
     {
         modified[tracker] = getModifiedModules(tracker);
     }
+    const DataState before = dataState();
+    dropAll();
+    firstState = ++stateCount;
+    for (std::optional<DataState>& state : saved)
+    {
+        state = state == before ? std::optional<DataState>({firstState, 0}) : std::nullopt;
+    }
     beforeFirstCommand = modified;
-    undoQueue.clear();
-    redoQueue.clear();
     toMerge.commands.clear();
+    toMerge.state = 0;
+    tell();
     emit("queueChanged 2");
 }
 
@@ -321,7 +828,7 @@ void ManagerModel::setMaxQueueSize(std::uint32_t size)
 {
     if (std::exchange(maxQueueSize, size) != size)
     {
-        applyLimit();
+        changeHistory([this] { applyLimit(); });
     }
 }
 
@@ -329,7 +836,7 @@ void ManagerModel::setUsesMaxQueueSize(bool use)
 {
     if (std::exchange(usesMaxQueueSize, use) != use)
     {
-        applyLimit();
+        changeHistory([this] { applyLimit(); });
     }
 }
 
@@ -375,11 +882,15 @@ void ManagerModel::adjustOnSave(std::uint64_t tracker)
         entry.after[tracker] = passed;
         entry.before[tracker] = passed |= entry.own;
     }
+    saved[tracker] = dataState();
+    tell();
 }
 
 void ManagerModel::markAllModulesBeforeFirstCommandAsModified()
 {
     beforeFirstCommand.fill(world.ask("modules.all", world.all));
+    saved = {};
+    tell();
 }
 
 void ManagerModel::emitSigUndoRedoProcessCompleted() const
@@ -427,6 +938,7 @@ void ManagerModel::addThreadedCommand(const CommandPtr& command)
     {
         return;
     }
+    requireNoGroup("addThreadedCommand");
     slot = command;
     isProcessing = true;
     try

@@ -63,14 +63,18 @@ public:
             manager.redoQueue.empty() ? "-" : descriptionOf(*manager.redoQueue.back().command),
             manager.undoQueue.size() + manager.redoQueue.size(),
             manager.maxQueueSize,
-            !manager.undoQueue.empty(),
-            !manager.redoQueue.empty(),
+            manager.groups.empty() && !manager.undoQueue.empty(),
+            manager.groups.empty() && !manager.redoQueue.empty(),
             manager.usesMaxQueueSize,
             manager.isProcessing,
             describe(manager.slot),
             manager.threads.getCurrentThread() != nullptr,
             {manager.getModifiedModules(0), manager.getModifiedModules(1)},
-            {manager.getModifiedOrSaveOnNextSaveModules(0), manager.getModifiedOrSaveOnNextSaveModules(1)}};
+            {manager.getModifiedOrSaveOnNextSaveModules(0), manager.getModifiedOrSaveOnNextSaveModules(1)},
+            {manager.getSavedPosition(0), manager.getSavedPosition(1)},
+            manager.undoQueue.size(),
+            manager.modulesOfCommands(),
+            manager.openGroups()};
     }
 
     World world;

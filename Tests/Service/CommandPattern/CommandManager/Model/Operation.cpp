@@ -30,6 +30,7 @@ constexpr Weight weights[] = {
     {Kind::Add, "Add", 24, 8, 1},
     {Kind::AddExecuted, "AddExecuted", 4, 2, 1},
     {Kind::AddToMerge, "AddToMerge", 6, 3, 2},
+    {Kind::AddOrMerge, "AddOrMerge", 6, 3, 1},
     {Kind::AddNothing, "AddNothing", 1, 1, 1},
     {Kind::ExecuteTaken, "ExecuteTaken", 3, 2, 1},
     {Kind::QueueTaken, "QueueTaken", 3, 2, 1},
@@ -40,6 +41,10 @@ constexpr Weight weights[] = {
     {Kind::UndoAll, "UndoAll", 1, 1, 1},
     {Kind::RedoAll, "RedoAll", 1, 1, 1},
     {Kind::Clear, "Clear", 1, 2, 1},
+    {Kind::ForgetRedo, "ForgetRedo", 1, 1, 1},
+    {Kind::BeginGroup, "BeginGroup", 3, 1, 1},
+    {Kind::EndGroup, "EndGroup", 5, 2, 1},
+    {Kind::AbandonGroup, "AbandonGroup", 2, 1, 1},
     {Kind::SetLimit, "SetLimit", 3, 2, 9},
     {Kind::UseLimit, "UseLimit", 2, 2, 2},
     {Kind::SetProgress, "SetProgress", 1, 1, 1},
@@ -97,7 +102,7 @@ private:
 
 bool makesCommand(Kind kind)
 {
-    return kind <= Kind::AddToMerge || kind == Kind::StartThread;
+    return kind <= Kind::AddOrMerge || kind == Kind::StartThread;
 }
 
 Plan rollPlan(Dice& dice)
@@ -107,9 +112,10 @@ Plan rollPlan(Dice& dice)
     plan.redoCapable = !dice.oneIn(10);
     plan.addable = !dice.oneIn(8);
     plan.abortsItself = dice.oneIn(12);
+    plan.takesIn = !dice.oneIn(3);
     if (dice.oneIn(4))
     {
-        plan.failing = static_cast<Call>(1 + dice.below(9));
+        plan.failing = static_cast<Call>(1 + dice.below(10));
         plan.failure = static_cast<Failure>(dice.below(3));
         plan.failures = 1 + dice.below(2);
     }
@@ -167,6 +173,10 @@ std::vector<Action> simplerActions(const Action& action)
     {
         suggest([](Action& changed) { changed.plan.addable = true; });
     }
+    if (!action.plan.takesIn)
+    {
+        suggest([](Action& changed) { changed.plan.takesIn = true; });
+    }
     if (action.plan.abortsItself)
     {
         suggest([](Action& changed) { changed.plan.abortsItself = false; });
@@ -218,7 +228,8 @@ rc::Seq<Operation> simplerOperations(const Operation& operation)
 std::ostream& operator<<(std::ostream& stream, const Plan& plan)
 {
     stream << "modules " << plan.modules << (plan.redoCapable ? "" : ", not redo-capable")
-           << (plan.addable ? "" : ", not addable") << (plan.abortsItself ? ", aborts itself" : "");
+           << (plan.addable ? "" : ", not addable") << (plan.abortsItself ? ", aborts itself" : "")
+           << (plan.takesIn ? "" : ", takes nothing in");
     if (plan.failing != Call::None)
     {
         static constexpr const char* failures[] = {"standard", "located", "foreign"};

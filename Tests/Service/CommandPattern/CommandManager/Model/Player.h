@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <exception>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -71,7 +72,24 @@ private:
         if (reacted < reactions->size() && ++moments == (*reactions)[reacted].after)
         {
             moments = 0;
-            perform((*reactions)[reacted++].action);
+            performWithoutPlace((*reactions)[reacted++].action);
+        }
+    }
+
+    /// A refusal names its place in the source, which the two sides do not have in common.
+    void performWithoutPlace(const Action& action)
+    {
+        try
+        {
+            perform(action);
+        }
+        catch (const VdException& exception)
+        {
+            if (action.kind != Kind::Throw)
+            {
+                throw std::runtime_error(exception.what());
+            }
+            throw;
         }
     }
 
@@ -102,6 +120,8 @@ private:
         case Kind::AddToMerge:
             return noteResult(
                 manager.addCommandToMergeWithNextCommand(makeCommand(action.plan), action.number != 0));
+        case Kind::AddOrMerge:
+            return noteResult(manager.addOrMergeCommand(makeCommand(action.plan)));
         case Kind::AddNothing:
             return addNothing();
         case Kind::ExecuteTaken:
@@ -122,6 +142,14 @@ private:
             return manager.redoAll();
         case Kind::Clear:
             return manager.clear();
+        case Kind::ForgetRedo:
+            return manager.forgetRedoCommands();
+        case Kind::BeginGroup:
+            return manager.beginGroup("g" + std::to_string(++commands));
+        case Kind::EndGroup:
+            return manager.endGroup();
+        case Kind::AbandonGroup:
+            return noteResult(manager.abandonGroup());
         case Kind::SetLimit:
             return manager.setMaxQueueSize(action.number);
         case Kind::UseLimit:
@@ -183,6 +211,7 @@ private:
     {
         auto& manager = side.manager;
         noteResult(manager.addCommand(nullptr));
+        noteResult(manager.addOrMergeCommand(nullptr));
         noteResult(manager.addCommandToMergeWithNextCommand(nullptr, true));
         manager.addExecutedCommand(nullptr);
         manager.addThreadedCommand(decltype(side.makeThread({}, {}))());

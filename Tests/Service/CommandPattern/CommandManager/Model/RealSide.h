@@ -6,17 +6,22 @@
 #include "Platform/Signals/Connection.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandPattern/HistoryChange.h"
 #include "Service/CommandPattern/MacroCommand.h"
+#include "Service/CommandPattern/MergeableCommand.h"
 #include "Service/CommandPattern/ModuleAccessInterface.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
 #include "State.h"
 #include "World.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <list>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace Valdane::Model
 {
@@ -24,7 +29,7 @@ namespace Valdane::Model
 /// The real manager, its commands and its slots.
 class RealSide
 {
-    class PlainCommand : public CommandBase
+    class PlainCommand : public CommandBase, public MergeableCommand
     {
     public:
         PlainCommand(const std::string& name, const Plan& plan, World& world)
@@ -51,6 +56,11 @@ class RealSide
         bool isRedoCapable() override
         {
             return script.isRedoCapable();
+        }
+
+        bool mergeWith(const CommandBase& /*next*/) override
+        {
+            return script.takesIn();
         }
 
     private:
@@ -174,6 +184,44 @@ class RealSide
         world.onMoment();
     }
 
+    static int positionOf(const std::optional<std::uint64_t>& saved)
+    {
+        return saved.has_value() ? static_cast<int>(*saved) : -1;
+    }
+
+    /// Has the rows of a view follow those of the manager.
+    void applyRows(const HistoryChange& change)
+    {
+        for (const RowChange& row : change.rows)
+        {
+            const auto first = rows.begin() + static_cast<std::ptrdiff_t>(row.first);
+            rows.erase(first, first + static_cast<std::ptrdiff_t>(row.removed));
+            rows.insert(rows.begin() + static_cast<std::ptrdiff_t>(row.first), row.inserted, nullptr);
+        }
+        for (std::size_t index = 0; index < rows.size(); ++index)
+        {
+            const CommandBase* command = manager.getCommand(index).get();
+            if (rows[index] != nullptr && rows[index] != command)
+            {
+                note("row " + std::to_string(index) + " is another one");
+            }
+            rows[index] = command;
+        }
+        if (rows.size() != manager.getQueueSize())
+        {
+            note("the rows are " + std::to_string(rows.size()));
+        }
+    }
+
+    void historyChanged(const HistoryChange& change)
+    {
+        applyRows(change);
+        note("history " + std::to_string(change.positionBefore) + " to " +
+             std::to_string(change.positionAfter) + (change.savedPositionsChanged ? " saved otherwise" : "") +
+             " modules " + std::to_string(bits(change.modulesOfRemoved)));
+        world.onMoment();
+    }
+
 public:
     RealSide()
     {
@@ -237,7 +285,11 @@ public:
                 threads().getCurrentThread() != nullptr,
                 {bits(manager.getModifiedModules(0)), bits(manager.getModifiedModules(1))},
                 {bits(manager.getModifiedOrSaveOnNextSaveModules(0)),
-                 bits(manager.getModifiedOrSaveOnNextSaveModules(1))}};
+                 bits(manager.getModifiedOrSaveOnNextSaveModules(1))},
+                {positionOf(manager.getSavedPosition(0)), positionOf(manager.getSavedPosition(1))},
+                manager.getPosition(),
+                modulesOfCommands(),
+                manager.getOpenGroups()};
     }
 
     World world;
@@ -245,7 +297,21 @@ public:
     std::shared_ptr<CommandBase> taken;
 
 private:
+    std::list<unsigned> modulesOfCommands() const
+    {
+        std::list<unsigned> modules;
+        for (std::uint64_t index = 0; manager.getCommand(index) != nullptr; ++index)
+        {
+            modules.push_back(bits(manager.getModulesOfCommand(index)));
+        }
+        return modules;
+    }
+
+    /// What a view of the history knows.
+    std::vector<const CommandBase*> rows;
     std::shared_ptr<LegacyProgress> bar = std::make_shared<LegacyProgress>();
+    Signals::Connection changed =
+        manager.connectToSigHistoryChanged([this](const HistoryChange& change) { historyChanged(change); });
     Signals::Connection completed =
         manager.connectToSigUndoRedoProcessCompleted([this] { emitted("completed"); });
     Signals::Connection queueChanged =

@@ -28,12 +28,20 @@ struct State
     bool isThreadUnderWay = false;
     std::array<Modules, 2> modified = {};
     std::array<Modules, 2> toBeSaved = {};
+    std::array<int, 2> saved = {}; ///< negative where there is none
+    std::uint64_t position = 0;
+    std::list<Modules> modulesOfCommands;
+    std::list<std::string> groups;
 
     bool operator==(const State&) const = default;
 };
 
 inline std::ostream& operator<<(std::ostream& stream, const State& state)
 {
+    for (const std::string& group : state.groups)
+    {
+        stream << '(' << group << ' ';
+    }
     for (const std::string& description : state.undoable)
     {
         stream << description << ' ';
@@ -47,7 +55,9 @@ inline std::ostream& operator<<(std::ostream& stream, const State& state)
                   << state.maxSize << " can " << state.canUndo << state.canRedo << " limited "
                   << state.usesMaxSize << " processing " << state.isProcessing << " slot " << state.slot
                   << " thread " << state.isThreadUnderWay << " modified " << state.modified[0] << ' '
-                  << state.modified[1] << " to be saved " << state.toBeSaved[0] << ' ' << state.toBeSaved[1];
+                  << state.modified[1] << " to be saved " << state.toBeSaved[0] << ' ' << state.toBeSaved[1]
+                  << " saved " << state.saved[0] << ' ' << state.saved[1] << " position " << state.position
+                  << " with modules of " << state.modulesOfCommands.size();
 }
 
 /// Put before each entry of the journal: the flag, and what is in the worker slot.

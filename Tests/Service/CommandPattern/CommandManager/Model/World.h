@@ -98,12 +98,14 @@ enum class Call
     FinishRun,
     AbortRun,
     IsAddable,
+    MergeWith,
 };
 
 inline const char* nameOf(Call call)
 {
-    static constexpr const char* names[] = {"none",       "execute", "undo",      "redo",     "isRedoCapable",
-                                            "prepareRun", "run",     "finishRun", "abortRun", "isAddable"};
+    static constexpr const char* names[] = {"none",          "execute",    "undo",     "redo",
+                                            "isRedoCapable", "prepareRun", "run",      "finishRun",
+                                            "abortRun",      "isAddable",  "mergeWith"};
     return names[static_cast<std::size_t>(call)];
 }
 
@@ -116,6 +118,8 @@ struct Plan
     bool addable = true;
     /// Whether its run has itself aborted.
     bool abortsItself = false;
+    /// Whether it takes in a command that could be merged with it.
+    bool takesIn = true;
     /// The call that fails, and how often it does before it succeeds.
     Call failing = Call::None;
     Failure failure = Failure::Standard;
@@ -163,6 +167,12 @@ public:
     {
         run(Call::IsAddable);
         return plan.addable;
+    }
+
+    bool takesIn()
+    {
+        run(Call::MergeWith);
+        return plan.takesIn;
     }
 
     void noteEnd(bool ok) const
