@@ -73,9 +73,9 @@ inline void CommandManager::Private::keepForRedo(QueuedCommand&& entry)
         }
         redoQueue.dropAll();
     };
+    const Rows before = rows();
     try
     {
-        const Rows before = rows();
         const bool isRedoCapable = askWhetherRedoCapable(*entry.command);
         followStep(before);
         if (isRedoCapable)
@@ -86,6 +86,7 @@ inline void CommandManager::Private::keepForRedo(QueuedCommand&& entry)
     }
     catch (...)
     {
+        followStep(before);
         forget();
         throw;
     }

@@ -700,9 +700,9 @@ void ManagerModel::moveToRedo(Entry entry)
         }
         redoQueue.clear();
     };
+    const Rows before = rows();
     try
     {
-        const Rows before = rows();
         // The entry is in neither queue, so that nothing can be told.
         ++held;
         const bool isKept = isRedoCapable(*entry.command);
@@ -717,6 +717,7 @@ void ManagerModel::moveToRedo(Entry entry)
     catch (...)
     {
         --held;
+        followStep(before, entry);
         forget();
         throw;
     }
