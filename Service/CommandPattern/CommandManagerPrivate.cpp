@@ -7,7 +7,6 @@
 #include "Service/CommandPattern/CommandTrace.h"
 #include "Service/CommandPattern/ExceptionText.h"
 #include "Service/CommandPattern/MacroCommand.h"
-#include "Service/CommandPattern/MergeableCommand.h"
 
 #include <boost/smart_ptr/make_local_shared.hpp>
 
@@ -54,7 +53,7 @@ inline bool CommandManager::Private::askWhetherRedoCapable(CommandBase& command)
     return command.isRedoCapable();
 }
 
-inline void CommandManager::Private::keepForRedo(QueuedCommand&& entry)
+inline void CommandManager::Private::keepForRedo(QueuedCommand&& entry, const Rows& afterwards)
 {
     // The older entries for redo are gone when this ends early.
     const auto forget = [&]
@@ -73,11 +72,10 @@ inline void CommandManager::Private::keepForRedo(QueuedCommand&& entry)
         }
         redoQueue.dropAll();
     };
-    const Rows before = rows();
     try
     {
         const bool isRedoCapable = askWhetherRedoCapable(*entry.command);
-        followStep(before);
+        followStep(afterwards);
         if (isRedoCapable)
         {
             redoQueue.pushBack(std::move(entry));
@@ -86,7 +84,7 @@ inline void CommandManager::Private::keepForRedo(QueuedCommand&& entry)
     }
     catch (...)
     {
-        followStep(before);
+        followStep(afterwards);
         forget();
         throw;
     }
@@ -121,8 +119,9 @@ inline bool CommandManager::Private::undoOne(const std::source_location& place)
     changeHistory(
         [&]
         {
-            followStep(before);
-            keepForRedo(undoQueue.take(undone));
+            const bool isThere = undoQueue.size() == before.done;
+            keepForRedo(undoQueue.take(undone),
+                        {.done = before.done - isThere, .noteCount = before.noteCount});
             moduleAccess()->markAllModulesInBusinessAsUnmodified();
         });
     sigCommandUndone();
@@ -163,6 +162,42 @@ bool CommandManager::Private::undo(std::uint64_t count, const std::source_locati
         }
     }
     return false;
+}
+
+bool CommandManager::Private::abandonGroup(const std::source_location& place)
+{
+    if (groups.back().isEmpty())
+    {
+        groups.pop_back();
+        return true;
+    }
+    ClosedGroup closed(groups);
+    const std::shared_ptr<MacroCommand> macro = closed->makeMacro();
+    const auto work = [&]
+    {
+        runUndo(*macro, place);
+        closed.keepClosed();
+    };
+    const auto flagAfterwards = [&]
+    {
+        // Before the failure is told, because the group is as it was then.
+        closed.reopenUnlessKept();
+        return false;
+    };
+    if (!process(*macro, "Undo", work, flagAfterwards))
+    {
+        return false;
+    }
+    changeHistory(
+        [&]
+        {
+            if (newestLoose() == 0)
+            {
+                moduleAccess()->markAllModulesInBusinessAsUnmodified();
+            }
+        });
+    sigCommandUndone();
+    return true;
 }
 
 inline bool CommandManager::Private::redoOne(const std::source_location& place)
@@ -370,70 +405,6 @@ const QueuedCommand& CommandManager::Private::entryAt(std::uint64_t index) const
                                     : redoQueue[undoQueue.size() + redoQueue.size() - 1 - index];
 }
 
-void CommandManager::Private::endGroup()
-{
-    if (groups.back().isEmpty())
-    {
-        groups.pop_back();
-        return;
-    }
-    const bool isOutermost = groups.size() == 1;
-    changeHistory(
-        [&]
-        {
-            ClosedGroup closed(groups);
-            if (!isOutermost)
-            {
-                groups.back().append(closed->makeMacro(), closed->newestNumber());
-                closed.keepClosed();
-                return;
-            }
-            intake(closed->makeMacro());
-            closed.keepClosed();
-            settle();
-        });
-    if (isOutermost)
-    {
-        sigCommandQueueChanged(CommandAdded);
-    }
-}
-
-bool CommandManager::Private::abandonGroup(const std::source_location& place)
-{
-    if (groups.back().isEmpty())
-    {
-        groups.pop_back();
-        return true;
-    }
-    ClosedGroup closed(groups);
-    const std::shared_ptr<MacroCommand> macro = closed->makeMacro();
-    const auto work = [&]
-    {
-        runUndo(*macro, place);
-        closed.keepClosed();
-    };
-    const auto flagAfterwards = [&]
-    {
-        // Before the failure is told, because the group is as it was then.
-        closed.reopenUnlessKept();
-        return false;
-    };
-    if (!process(*macro, "Undo", work, flagAfterwards))
-    {
-        return false;
-    }
-    changeHistory(
-        [&]
-        {
-            if (newestLoose() == 0)
-            {
-                moduleAccess()->markAllModulesInBusinessAsUnmodified();
-            }
-        });
-    sigCommandUndone();
-    return true;
-}
-
 void CommandManager::Private::refuse(const std::string& text, const std::source_location& place)
 {
     managerLogger.logERROR(text, place.file_name(), place.function_name(), static_cast<int>(place.line()));
@@ -448,88 +419,6 @@ void CommandManager::Private::requireNoGroup(const char* operation, const std::s
                    "' is open",
                place);
     }
-}
-
-bool CommandManager::Private::isTakenIn(CommandBase& newest, const CommandBase& command)
-{
-    auto* const mergeable = dynamic_cast<MergeableCommand*>(&newest);
-    try
-    {
-        return mergeable != nullptr && mergeable->mergeWith(command);
-    }
-    catch (const std::exception& exception)
-    {
-        logException(exception, "Merge", command.getDescription());
-        return false;
-    }
-}
-
-void CommandManager::Private::queueOrMerge(std::shared_ptr<CommandBase> command, bool mayMerge)
-{
-    bool isMerged = false;
-    try
-    {
-        const bool isOnItsOwn = !mayMerge || !waiting().commands.empty() || savePoints.isSaved(saveState());
-        isMerged =
-            !isOnItsOwn && (groups.empty() ? mergeIntoNewest(*command) : mergeIntoNewestOfGroup(*command));
-    }
-    catch (...)
-    {
-        queue(std::move(command));
-        throw;
-    }
-    if (!isMerged)
-    {
-        queue(std::move(command));
-    }
-    else if (groups.empty())
-    {
-        changeHistory([this] { moduleAccess()->markAllModulesInBusinessAsUnmodified(); });
-        sigCommandQueueChanged(CommandAdded);
-    }
-}
-
-bool CommandManager::Private::mergeIntoNewest(const CommandBase& command)
-{
-    if (undoQueue.empty() || !redoQueue.empty())
-    {
-        return false;
-    }
-    // What can fail comes before the two commands become one.
-    const ModuleSet modules(moduleAccess()->getModifiedModulesFromBusiness());
-    if (undoQueue.empty())
-    {
-        return false;
-    }
-    const std::shared_ptr<CommandBase> newest = undoQueue.back().command;
-    auto mergedModules = ChangeTracking::mergeModules(undoQueue.back(), modules);
-    if (!isTakenIn(*newest, command))
-    {
-        return false;
-    }
-    if (!undoQueue.empty() && undoQueue.back().command == newest)
-    {
-        undoQueue[undoQueue.size() - 1].sharedModules = std::move(mergedModules);
-        // What the application saved when it was asked is not the state with the merged command.
-        savePoints.dropAfter(undoQueue.size() - 1);
-        historyChanges.replaceRows(undoQueue.size() - 1, 1, 1);
-    }
-    return true;
-}
-
-bool CommandManager::Private::mergeIntoNewestOfGroup(const CommandBase& command)
-{
-    const std::shared_ptr<CommandBase> newest = groups.back().newestCommand();
-    if (newest == nullptr || !isTakenIn(*newest, command))
-    {
-        return false;
-    }
-    if (!groups.empty())
-    {
-        groups.back().noteMerge(++looseCount);
-        tellHistory();
-    }
-    return true;
 }
 
 std::set<const Object*> CommandManager::Private::modifiedModules(std::uint64_t tracker) const

@@ -192,10 +192,11 @@ private:
         return {.done = undoQueue.size(), .noteCount = historyChanges.noteCount()};
     }
 
-    /// After a call of the command: if it has changed the history, nobody knows any more which state of the data is saved.
-    void followStep(const Rows& before) noexcept
+    /// After the command's part of a step: if it has changed the history, nobody knows any more which state of the data is
+    /// saved.
+    void followStep(const Rows& expected) noexcept
     {
-        if (rows() != before)
+        if (rows() != expected)
         {
             savePoints.loseAll();
             historyChanges.replaceAllRows();
@@ -206,7 +207,7 @@ private:
     /// isRedoCapable() throws, empties the redo queue instead: the older entries there could not be redone
     /// without this one.
     bool askWhetherRedoCapable(CommandBase& command);
-    void keepForRedo(QueuedCommand&& entry);
+    void keepForRedo(QueuedCommand&& entry, const Rows& afterwards);
 
     /// Queues @p command, merged with all that waits for it. If that fails, these wait again.
     void record(std::shared_ptr<CommandBase>&& command);

@@ -688,7 +688,7 @@ void ManagerModel::dropTop(std::list<Entry>& queue, const Entry& entry)
 }
 
 /// A command that cannot say whether it can be redone cannot.
-void ManagerModel::moveToRedo(Entry entry)
+void ManagerModel::moveToRedo(Entry entry, const Rows& afterwards)
 {
     const auto forget = [&]
     {
@@ -700,14 +700,13 @@ void ManagerModel::moveToRedo(Entry entry)
         }
         redoQueue.clear();
     };
-    const Rows before = rows();
     try
     {
         // The entry is in neither queue, so that nothing can be told.
         ++held;
         const bool isKept = isRedoCapable(*entry.command);
         --held;
-        followStep(before, entry);
+        followStep(afterwards, entry);
         if (isKept)
         {
             redoQueue.push_back(entry);
@@ -717,7 +716,7 @@ void ManagerModel::moveToRedo(Entry entry)
     catch (...)
     {
         --held;
-        followStep(before, entry);
+        followStep(afterwards, entry);
         forget();
         throw;
     }
@@ -725,9 +724,9 @@ void ManagerModel::moveToRedo(Entry entry)
 }
 
 /// A command that changes the history in its own undo or redo leaves nobody knowing which state is saved.
-void ManagerModel::followStep(const Rows& before, Entry& entry)
+void ManagerModel::followStep(const Rows& expected, Entry& entry)
 {
-    if (rows() != before)
+    if (rows() != expected)
     {
         hasChanged = true;
         saved = {};
@@ -743,7 +742,7 @@ bool ManagerModel::undo(std::uint64_t count)
         {
             return true;
         }
-        Entry entry = undoQueue.back();
+        const Entry entry = undoQueue.back();
         const Rows before = rows();
         if (!step("Undo", *entry.command, Call::Undo))
         {
@@ -752,9 +751,9 @@ bool ManagerModel::undo(std::uint64_t count)
         changeHistory(
             [&]
             {
-                followStep(before, entry);
+                const std::size_t isThere = undoQueue.size() == before.first ? 1 : 0;
                 dropTop(undoQueue, entry);
-                moveToRedo(entry);
+                moveToRedo(entry, {before.first - isThere, before.second});
                 world.mark();
             });
         emit("undone");

@@ -103,6 +103,9 @@ public:
     ThreadManager threads;
 
 private:
+    /// By which a change of the history is noticed.
+    using Rows = std::pair<std::size_t, unsigned>;
+
     /// What isProcessing becomes when a command's work has ended.
     using Flag = std::function<bool()>;
 
@@ -114,9 +117,6 @@ private:
 
         bool operator==(const DataState&) const = default;
     };
-
-    /// By which a change of the history is noticed.
-    using Rows = std::pair<std::size_t, unsigned>;
 
     /// What listeners have been told.
     struct Told
@@ -135,7 +135,7 @@ private:
     static CommandPtr merge(const CommandPtr& command, const Waiting& waiting);
     Modules askForEntry(const Waiting& waiting);
     void applyLimit();
-    void moveToRedo(Entry entry);
+    void moveToRedo(Entry entry, const Rows& afterwards);
     void changeHistory(const std::function<void()>& work);
     void tell();
     Told whatIs() const;
@@ -145,7 +145,7 @@ private:
     void forgetRedo();
     void loseSavesAfter(std::size_t position);
     void dropAll();
-    void followStep(const Rows& before, Entry& entry);
+    void followStep(const Rows& expected, Entry& entry);
     Rows rows() const;
     void touch();
     void queue(const CommandPtr& command);

@@ -1,0 +1,123 @@
+#include "Service/CommandPattern/CommandBase.h"
+#include "Service/CommandPattern/CommandManagerPrivate.h"
+#include "Service/CommandPattern/MacroCommand.h"
+#include "Service/CommandPattern/MergeableCommand.h"
+
+#include <utility>
+
+// How several commands become one entry of the history: those of a group when it ends, and one that takes in the next.
+
+namespace Valdane
+{
+
+void CommandManager::Private::endGroup()
+{
+    if (groups.back().isEmpty())
+    {
+        groups.pop_back();
+        return;
+    }
+    const bool isOutermost = groups.size() == 1;
+    changeHistory(
+        [&]
+        {
+            ClosedGroup closed(groups);
+            if (!isOutermost)
+            {
+                groups.back().append(closed->makeMacro(), closed->newestNumber());
+                closed.keepClosed();
+                return;
+            }
+            intake(closed->makeMacro());
+            closed.keepClosed();
+            settle();
+        });
+    if (isOutermost)
+    {
+        sigCommandQueueChanged(CommandAdded);
+    }
+}
+
+bool CommandManager::Private::isTakenIn(CommandBase& newest, const CommandBase& command)
+{
+    auto* const mergeable = dynamic_cast<MergeableCommand*>(&newest);
+    try
+    {
+        return mergeable != nullptr && mergeable->mergeWith(command);
+    }
+    catch (const std::exception& exception)
+    {
+        logException(exception, "Merge", command.getDescription());
+        return false;
+    }
+}
+
+void CommandManager::Private::queueOrMerge(std::shared_ptr<CommandBase> command, bool mayMerge)
+{
+    bool isMerged = false;
+    try
+    {
+        const bool isOnItsOwn = !mayMerge || !waiting().commands.empty() || savePoints.isSaved(saveState());
+        isMerged =
+            !isOnItsOwn && (groups.empty() ? mergeIntoNewest(*command) : mergeIntoNewestOfGroup(*command));
+    }
+    catch (...)
+    {
+        queue(std::move(command));
+        throw;
+    }
+    if (!isMerged)
+    {
+        queue(std::move(command));
+    }
+    else if (groups.empty())
+    {
+        changeHistory([this] { moduleAccess()->markAllModulesInBusinessAsUnmodified(); });
+        sigCommandQueueChanged(CommandAdded);
+    }
+}
+
+bool CommandManager::Private::mergeIntoNewest(const CommandBase& command)
+{
+    if (undoQueue.empty() || !redoQueue.empty())
+    {
+        return false;
+    }
+    // What can fail comes before the two commands become one.
+    const ModuleSet modules(moduleAccess()->getModifiedModulesFromBusiness());
+    if (undoQueue.empty())
+    {
+        return false;
+    }
+    const std::shared_ptr<CommandBase> newest = undoQueue.back().command;
+    auto mergedModules = ChangeTracking::mergeModules(undoQueue.back(), modules);
+    if (!isTakenIn(*newest, command))
+    {
+        return false;
+    }
+    if (!undoQueue.empty() && undoQueue.back().command == newest)
+    {
+        undoQueue[undoQueue.size() - 1].sharedModules = std::move(mergedModules);
+        // What the application saved when it was asked is not the state with the merged command.
+        savePoints.dropAfter(undoQueue.size() - 1);
+        historyChanges.replaceRows(undoQueue.size() - 1, 1, 1);
+    }
+    return true;
+}
+
+bool CommandManager::Private::mergeIntoNewestOfGroup(const CommandBase& command)
+{
+    const std::shared_ptr<CommandBase> newest = groups.back().newestCommand();
+    if (newest == nullptr || !isTakenIn(*newest, command))
+    {
+        return false;
+    }
+    if (!groups.empty())
+    {
+        groups.back().noteMerge(++looseCount);
+        tellHistory();
+    }
+    return true;
+}
+
+} // namespace Valdane
