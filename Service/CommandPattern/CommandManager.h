@@ -79,19 +79,21 @@ public:
     /// Guarantee: on failure the redo queue is emptied.
     void addExecutedCommand(std::shared_ptr<CommandBase> command);
 
-    // Groups: while one is open, what would be queued becomes part of it, with sigCommandExecuted only. Undo, redo,
-    // clear(), the takes and threaded commands are refused meanwhile: with an error line, and false or a VdException.
+    // Groups. While one is open, commands become part of it instead of the undo queue, with sigCommandExecuted
+    // only. undo() and redo() are refused meanwhile: they write an error line and return false. So are
+    // undoAll(), redoAll(), clear(), takeExecutedCommands(), takeLastExecutedCommand() and
+    // addThreadedCommand(): they write the line and throw a VdException.
 
-    /// Opens a group, in the open one if there is one. Commands that wait to be merged wait for the outermost group.
+    /// Opens a group, inside the one that is open. Commands that wait to be merged wait for the outermost group.
     /// @throws VdException while a threaded command is running.
     void beginGroup(std::string description);
 
-    /// Closes the innermost group. It becomes one entry, a macro that is queued as addExecutedCommand() does, or a part
-    /// of the group around it; nothing if it is empty. @throws VdException if none is open.
-    /// Guarantee: if it cannot be queued it stays open.
+    /// Closes the innermost group. It becomes one entry, a macro that is queued as addExecutedCommand() does, or
+    /// a part of the group around it. An empty group leaves nothing. @throws VdException if none is open.
+    /// Guarantee: if it cannot be queued, it stays open.
     void endGroup();
 
-    /// Closes the innermost group and undoes what is in it, with sigCommandUndone; the history does not change.
+    /// Undoes what is in the innermost group and closes it; the history does not change. Emits sigCommandUndone.
     /// @return false if that failed: it is reported as a failed undo, and the group is as it was.
     /// @throws VdException if none is open.
     bool abandonGroup();
@@ -114,7 +116,7 @@ public:
     /// Guarantee: earlier steps stay redone.
     bool redo(std::uint64_t count);
 
-    /// Undo or redo all there is, up to the first command that throws. @throws VdException while a group is open.
+    /// Undo or redo all there is, up to the first command that throws. @throws VdException in an open group.
     void undoAll();
     void redoAll();
 
@@ -148,8 +150,8 @@ public:
     /// How many commands of the history are done. Cost: constant.
     std::uint64_t getPosition() const;
 
-    /// The command at a place of the history: 0 is the oldest, getPosition() the next to redo; empty past the end.
-    /// Cost: constant.
+    /// The command at a place of the history: 0 is the oldest, getPosition() the next to redo; empty past the
+    /// end. Cost: constant.
     std::shared_ptr<const CommandBase> getCommand(std::uint64_t index) const;
 
     /// Whether a command is being executed, undone or redone, or a threaded command is running. Informational
@@ -193,8 +195,8 @@ public:
     /// After a threaded command was started on a worker.
     [[nodiscard]] Signals::Connection connectToSigThreadedCommandStarted(const Signals::Slot<void()>& slot);
 
-    /// After each change of the history of whatever cause, when all state is settled, and before the other signals of
-    /// that change. A slot that changes the history itself is told of that when all slots have been told of this change.
+    /// After each change of the history, whatever its cause, when all state is settled; before the other signals
+    /// of the change. If a slot changes the history, all slots are told of this change first, then of that.
     [[nodiscard]] Signals::Connection
     connectToSigHistoryChanged(const Signals::Slot<void(const HistoryChange&)>& slot);
 
@@ -210,10 +212,10 @@ public:
     /// @return false if the command threw or is empty.
     bool addCommandToMergeWithNextCommand(std::shared_ptr<CommandBase> command, bool useForwardUndoOrder);
 
-    /// Executes @p command as addCommand() does. If then the newest command is a MergeableCommand that takes it in, the
-    /// two are one entry, and @p command is let go. Not across a save point of any tracker, not if something could be
-    /// redone, not while commands wait to be merged; in a group with its last command.
-    /// Guarantee: if mergeWith() throws, @p command is queued; an exception not derived from `std::exception` passes on.
+    /// Executes @p command as addCommand() does. If then the newest command is a MergeableCommand that takes it
+    /// in, the two are one entry, and @p command is let go. Not across a save point of any tracker, not if
+    /// something could be redone, not while commands wait to be merged; in a group with its last command.
+    /// Guarantee: if mergeWith() throws, @p command is queued. A standard exception is logged, any other passes.
     bool addOrMergeCommand(std::shared_ptr<CommandBase> command);
 
     /// Takes all commands out of the undo queue, oldest first, then does what clear() does.
@@ -221,10 +223,12 @@ public:
     /// Guarantee: if a slot throws, the commands are lost.
     std::shared_ptr<MacroCommand> takeExecutedCommands();
 
-    /// Takes the newest command out of the undo queue, still executed. The redo queue stays. Emits sigHistoryChanged
-    /// only, and throws what its slots do; the command is lost then. The modified set becomes the one recorded after the previous command; without one, the one
-    /// recorded before the next command to redo, or else before the oldest command.
+    /// Takes the newest command out of the undo queue, still executed. The redo queue stays. The modified set
+    /// becomes the one recorded after the previous command; without one, the one recorded before the next
+    /// command to redo, or else before the oldest command. Emits sigHistoryChanged only.
     /// @return the command; empty if there is nothing to undo.
+    /// Guarantee: fails only while a group is open, or if a slot of sigHistoryChanged throws; the command is
+    /// lost then. A listener there also costs memory, if the command modified modules.
     std::shared_ptr<CommandBase> takeLastExecutedCommand();
 
     // Modules
@@ -244,16 +248,17 @@ public:
     /// The modules that the command at that place of the history modified; empty past the end.
     std::set<const Object*> getModulesOfCommand(std::uint64_t index) const;
 
-    /// Where in the history the last save for @p tracker lies. Empty if nothing was saved, or no undo or redo leads there:
-    /// also while commands wait to be merged, or are in an open group, that were not there when it was saved.
+    /// Where in the history the last save for @p tracker lies. Empty if nothing was saved, or if undo and redo
+    /// cannot lead back to it. That is also so while commands that came after the save wait to be merged, or are
+    /// in an open group.
     std::optional<std::uint64_t> getSavedPosition(std::uint64_t tracker) const;
 
-    /// Makes the present state the save point of @p tracker; call it after a save, and after loading. What the module access
-    /// interface reports stays modified as long as it reports it. Cost: linear in both queues.
+    /// Makes the present state the save point of @p tracker; call it after a save, and after loading. What the
+    /// module access interface reports stays modified as long as it reports it. Cost: linear in both queues.
     void adjustOnSave(std::uint64_t tracker);
 
-    /// Treats all modules as modified before the oldest command, for all trackers, and forgets their save points: for
-    /// data that must be saved as they were loaded. @pre both queues are empty (not checked).
+    /// Treats all modules as modified before the oldest command, and forgets the save points, for all trackers:
+    /// for data that must be saved as they were loaded. @pre both queues are empty (not checked).
     void markAllModulesBeforeFirstCommandAsModified();
 
     // Threaded commands: one at a time, in the worker slot. Its states, and how to learn of a run's end, are in

@@ -174,7 +174,7 @@ public:
     Signals::Signal<void(const char*, const std::string&)> sigCommandFailed;
 
 private:
-    /// One step, up to its signals. @return false if the command failed
+    /// One whole step, with its signals at the end. @return false if the command failed
     bool undoOne(const std::source_location& place);
     bool redoOne(const std::source_location& place);
 

@@ -147,6 +147,7 @@ protected:
     void prepareProgress(Prepare layout);
 
 private:
+    // Roll back. A threaded macro that fails in a run is rolled back by its abortExecution().
     void handleExceptionOnExecuteRedo(const std::exception& exception, CommandList::iterator failed);
     void handleExceptionOnUndo(const std::exception& exception, CommandList::iterator failed);
     LegacyProgress::Speed collectSpeed() const;

@@ -66,6 +66,7 @@ public:
                                                const std::string& commandDescription) override;
 
 private:
+    // convert(), in the source, makes the value of the text.
     template <typename T>
     std::shared_ptr<CommandBase> create(const AttributeDescription<T>* description,
                                         const std::string& valueText,

@@ -21,8 +21,8 @@ class ThreadedMacroCommand;
 /// after its last step, in start() itself if nothing runs on a worker, or when something fails.
 ///
 /// A run that fails with an exception derived from `std::exception` always ends in fail(): its command cleans
-/// up, the worker slot becomes empty, the owner reports the failure, and listeners hear that the run is
-/// finished. Any other exception only empties the worker slot, and passes to the caller.
+/// up, the worker slot becomes empty, and the owner reports the failure. Listeners who were told of its start
+/// hear that the run is finished. Any other exception only empties the worker slot, and passes to the caller.
 ///
 /// Slots of the manager's signals, commands and destructors are called in between. They may finalize the run
 /// or start another one. So each operation holds the run that it works on, and asks whether that one is still
