@@ -9,7 +9,9 @@
 #include "Service/Editing/HistoryMarks.h"
 
 #include <algorithm>
+#include <limits>
 #include <span>
+#include <utility>
 
 namespace Valdane
 {
@@ -17,6 +19,8 @@ namespace Valdane
 class History::Private
 {
 public:
+    static constexpr std::uint64_t NoRow = std::numeric_limits<std::uint64_t>::max();
+
     using RowSignal = Signals::Signal<void(std::uint64_t, std::uint64_t)>;
 
     struct Listeners
@@ -41,8 +45,11 @@ public:
 
     MoveResult moveTo(std::uint64_t target);
 
-    template <typename Text>
-    bool contains(std::uint64_t row, const Text& text) const;
+    /// The row of the manager that the listeners know as @p row; NoRow if it is gone.
+    std::uint64_t managerRow(std::uint64_t row) const;
+
+    std::shared_ptr<const CommandBase> commandAt(std::uint64_t row) const;
+    bool contains(std::uint64_t row, const std::string& text) const;
 
     CommandManager& manager;
     std::uint64_t rowCount;
@@ -60,6 +67,7 @@ private:
     /// Whether @p change is about the rows that are known here.
     bool follows(const HistoryChange& change);
 
+    void tellRows(FirstException& failure, const HistoryChange& change);
     void replaceRows(FirstException& failure, const RowChange& change);
 
     /// @return how it went; @p hasMoved becomes true at the first step that is done.
@@ -67,8 +75,13 @@ private:
 
     /// CommandManager::getPosition() after the change that was told last.
     std::uint64_t position;
-    bool hasMismatch = false;
+    /// Whether the manager had another number of commands when the last change was told. A slot that was called
+    /// before may have changed the history once more, which is told next. Twice in a row, a change was missed.
+    bool isAhead = false;
     HistoryMarks marks;
+    /// What was not told yet of the change that is being told, to be applied in this order.
+    RowChange pendingInsertion;
+    std::span<const RowChange> pendingRows;
 };
 
 template <typename Signal, typename... Args>
@@ -91,10 +104,8 @@ bool History::Private::follows(const HistoryChange& change)
         }
         expected += row.inserted - row.removed;
     }
-    // One mismatch alone is no error: a slot that was called before may have changed the history once more, which
-    // is told next.
-    const bool hadMismatch = std::exchange(hasMismatch, expected != manager.getQueueSize());
-    return change.positionBefore == position && !(hadMismatch && hasMismatch);
+    const bool wasAhead = std::exchange(isAhead, expected != manager.getQueueSize());
+    return change.positionBefore == position && !(wasAhead && isAhead);
 }
 
 void History::Private::replaceRows(FirstException& failure, const RowChange& change)
@@ -103,7 +114,9 @@ void History::Private::replaceRows(FirstException& failure, const RowChange& cha
     if (change.removed != 0)
     {
         rowCount -= change.removed;
+        pendingInsertion = {.first = change.first, .inserted = change.inserted};
         tell(failure, &Listeners::rowsRemoved, change.first, change.removed);
+        pendingInsertion = {};
     }
     if (change.inserted != 0)
     {
@@ -112,17 +125,15 @@ void History::Private::replaceRows(FirstException& failure, const RowChange& cha
     }
 }
 
-void History::Private::apply(const HistoryChange& change)
+void History::Private::tellRows(FirstException& failure, const HistoryChange& change)
 {
-    const RowChange all{.first = 0, .removed = rowCount, .inserted = manager.getQueueSize()};
-    const bool isKnown = follows(change);
     const std::uint64_t doneBeforeAndAfter = std::min(change.positionBefore, change.positionAfter);
-    position = change.positionAfter;
-    FirstException failure;
-    for (const RowChange& rows : isKnown ? change.rows : std::span<const RowChange>(&all, 1))
+    for (pendingRows = change.rows; !pendingRows.empty();)
     {
+        const RowChange& rows = pendingRows.front();
+        pendingRows = pendingRows.subspan(1);
         // A command that takes in another one keeps its row, so that a view keeps its selection.
-        if (isKnown && rows.removed == rows.inserted && rows.first + rows.removed <= doneBeforeAndAfter)
+        if (rows.removed == rows.inserted && rows.first + rows.removed <= doneBeforeAndAfter)
         {
             tell(failure, &Listeners::rowsChanged, rows.first, rows.removed);
         }
@@ -131,7 +142,30 @@ void History::Private::apply(const HistoryChange& change)
             replaceRows(failure, rows);
         }
     }
-    for (const HistoryMarks::Range& range : marks.update(manager, rowCount))
+}
+
+void History::Private::apply(const HistoryChange& change)
+{
+    FirstException failure;
+    const bool wasAhead = isAhead;
+    const bool isKnown = follows(change);
+    position = change.positionAfter;
+    if (isKnown)
+    {
+        tellRows(failure, change);
+    }
+    else
+    {
+        replaceRows(failure, {.first = 0, .removed = rowCount, .inserted = manager.getQueueSize()});
+    }
+    HistoryMarks::Ranges changed = marks.update(manager, rowCount);
+    if (wasAhead && !isAhead)
+    {
+        // The texts of the rows that were inserted meanwhile were those of others.
+        changed = {};
+        changed.add(0, rowCount);
+    }
+    for (const HistoryMarks::Range& range : changed)
     {
         tell(failure, &Listeners::rowsChanged, range.first, range.end - range.first);
     }
@@ -183,10 +217,29 @@ History::MoveResult History::Private::moveTo(std::uint64_t target)
     return result;
 }
 
-template <typename Text>
-bool History::Private::contains(std::uint64_t row, const Text& text) const
+std::uint64_t History::Private::managerRow(std::uint64_t row) const
 {
-    const std::shared_ptr<const CommandBase> command = manager.getCommand(row);
+    const auto follow = [&row](const RowChange& change)
+    {
+        if (row >= change.first && row != NoRow)
+        {
+            row = row - change.first < change.removed ? NoRow : row - change.removed + change.inserted;
+        }
+    };
+    row = row < rowCount ? row : NoRow;
+    follow(pendingInsertion);
+    std::ranges::for_each(pendingRows, follow);
+    return row;
+}
+
+std::shared_ptr<const CommandBase> History::Private::commandAt(std::uint64_t row) const
+{
+    return manager.getCommand(managerRow(row));
+}
+
+bool History::Private::contains(std::uint64_t row, const std::string& text) const
+{
+    const std::shared_ptr<const CommandBase> command = commandAt(row);
     return command != nullptr && command->getDescription().find(text) != std::string::npos;
 }
 
@@ -211,18 +264,19 @@ std::uint64_t History::getRowCount() const
 
 std::string History::getText(std::uint64_t row) const
 {
-    const std::shared_ptr<const CommandBase> command = d->manager.getCommand(row);
+    const std::shared_ptr<const CommandBase> command = d->commandAt(row);
     return command == nullptr ? std::string() : command->getDescription();
 }
 
 bool History::isDone(std::uint64_t row) const
 {
-    return row < getPosition();
+    return d->managerRow(row) < d->manager.getPosition();
 }
 
 bool History::isCurrent(std::uint64_t row) const
 {
-    return isDone(row) && row + 1 == getPosition();
+    const std::uint64_t done = d->manager.getPosition();
+    return done != 0 && d->managerRow(row) == done - 1;
 }
 
 bool History::isSaved(std::uint64_t row, std::uint64_t tracker) const
@@ -233,7 +287,7 @@ bool History::isSaved(std::uint64_t row, std::uint64_t tracker) const
                           std::to_string(CommandManager::ChangeTrackerCount - 1));
     }
     const std::uint64_t saved = d->manager.getSavedPosition(tracker).value_or(0);
-    return saved != 0 && row == saved - 1;
+    return saved != 0 && d->managerRow(row) == saved - 1;
 }
 
 std::uint64_t History::getPosition() const

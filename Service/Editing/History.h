@@ -28,7 +28,7 @@ class CommandManager;
 /// Item models: a change is told when it has happened. That suffices for a model which keeps a row count of its own
 /// and has, in one slot, all that a toolkit wants around a change:
 ///
-///     history.connectToSigRowsRemoved(
+///     removed = history.connectToSigRowsRemoved(
 ///         [this](std::uint64_t first, std::uint64_t count)
 ///         {
 ///             beginRemoveRows(first, count);
@@ -36,9 +36,8 @@ class CommandManager;
 ///             endRemoveRows();
 ///         });
 ///
-/// Views see the rows go one change after the other, and the texts that they ask for meanwhile are those at the
-/// end. A model that asks for a row that is gone gets an empty text. The model keeps its selection by row, not
-/// by text.
+/// Where a change takes several signals, each row has at each of them already what it has at the end: what is asked
+/// for follows the row to where it will be. A row that will be removed has an empty text.
 ///
 /// Re-entrancy: a slot may do whatever a slot of the manager may, call moveTo(), and destroy this object. If a
 /// slot throws, the other signals of the change are emitted all the same, and the exception passes to whoever
