@@ -192,7 +192,7 @@ History::MoveResult History::Private::step(std::uint64_t target, bool& hasMoved)
             return MoveResult::CommandFailed;
         }
         hasMoved = true;
-        if (!isThere)
+        if (!isThere || !listeners.has_value())
         {
             return MoveResult::Interrupted;
         }
