@@ -21,9 +21,11 @@ class CommandManager;
 ///
 ///     drawing.document.activate(); // its window has the focus now
 ///
-/// A document belongs to it as long as its Document lives, so that no manager is active that was destroyed.
+/// Each document has a Document as a member. Its destructor takes the manager out, so that no manager is active
+/// that was destroyed.
 ///
 /// Re-entrancy: a slot may activate another document, and destroy documents and this object.
+/// Failures: if a slot throws, the other signal is still emitted; then the first exception passes to the caller.
 /// Thread: as CommandManager.
 class VALDANE_EDITING_EXPORT ActiveHistory
 {
@@ -47,8 +49,7 @@ public:
     /// After another manager, or none, became active.
     [[nodiscard]] Signals::Connection connectToSigActiveChanged(const Signals::Slot<void()>& slot);
 
-    /// After that too, and whenever the active manager may have another command to undo or redo. Manager's that
-    /// are not active are not heard.
+    /// After that too, and whenever undo and redo of the active manager may have changed.
     [[nodiscard]] Signals::Connection connectToSigUpdated(const Signals::Slot<void()>& slot);
 
 private:

@@ -5,7 +5,7 @@
 namespace Valdane
 {
 
-/// Keeps the first exception of several calls, so that one that throws does not keep the others from being made.
+/// Keeps the first exception of several calls, so that all of them are made even if one throws.
 class FirstException
 {
 public:

@@ -75,8 +75,8 @@ private:
 
     /// CommandManager::getPosition() after the change that was told last.
     std::uint64_t position;
-    /// Whether the manager had another number of commands when the last change was told. A slot that was called
-    /// before may have changed the history once more, which is told next. Twice in a row, a change was missed.
+    /// Whether the manager had another number of commands when the last change was told. Once, a slot that was
+    /// called before may have changed the history again, which is told next. Twice in a row, a change was missed.
     bool isAhead = false;
     HistoryMarks marks;
     /// What was not told yet of the change that is being told, to be applied in this order.

@@ -25,10 +25,10 @@ struct HistoryActionTexts
     bool operator==(const HistoryActionTexts&) const = default;
 };
 
-/// What an entry of a menu or a button of a toolbar needs to undo or redo: see UndoAction and RedoAction, which differ
-/// only in the direction.
+/// What UndoAction and RedoAction have in common. They show and do what a menu entry or a toolbar button for undo
+/// or redo needs, so that a toolkit connects both in the same way.
 ///
-/// Text and state are those of now, whenever they are asked for.
+/// Text and state are always asked of the active manager, so that they are never out of date.
 ///
 /// Re-entrancy: a slot may do whatever a slot of the manager may, trigger the action, and destroy it.
 /// Ownership: the ActiveHistory, or the manager, must outlive the action.
@@ -53,8 +53,9 @@ public:
     /// Replaces the texts, if the user chooses another language. @throws what slots throw.
     void setTexts(HistoryActionTexts newTexts);
 
-    /// Tells of a change that the manager does not tell: beginGroup() was called, or endGroup() without a command in
-    /// the group, or the description of a command was replaced. Otherwise it does nothing. @throws what slots throw.
+    /// Emits the signal if the action has changed without it. Call it after changes that the manager does not tell:
+    /// a group was opened, or was closed without a command in it, or a command got another description.
+    /// @throws what slots throw.
     void update();
 
     /// After the text changed or the action became enabled or disabled; once for both.
