@@ -1,0 +1,273 @@
+#include "Service/Editing/SaveState.h"
+
+#include "Platform/ExceptionHandling/VdException.h"
+#include "Service/CommandPattern/CommandBase.h"
+#include "Service/CommandPattern/HistoryChange.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <map>
+#include <string>
+#include <utility>
+
+namespace Valdane
+{
+
+namespace
+{
+
+// Rows of the history from first on, up to but not with last.
+struct Rows
+{
+    std::uint64_t first;
+    std::uint64_t last;
+};
+
+std::uint64_t moveBranch(std::uint64_t branch, const RowChange& change)
+{
+    if (branch <= change.first)
+    {
+        return branch;
+    }
+    // What was put in place of others may contain what is not saved.
+    if (change.inserted != 0 || branch < change.first + change.removed)
+    {
+        return change.first;
+    }
+    return branch - change.removed;
+}
+
+// Whether commands that left the history may have been on the path. A command that came and left in the same change has
+// no row.
+bool mayTouch(const HistoryChange& change, const Rows& path)
+{
+    const auto isRemoval = [](const RowChange& row)
+    {
+        return row.removed != 0;
+    };
+    const auto touches = [&](const RowChange& row)
+    {
+        return isRemoval(row) && row.first < path.last && path.first < row.first + row.removed;
+    };
+    return std::ranges::any_of(change.rows, touches) || std::ranges::none_of(change.rows, isRemoval);
+}
+
+// Collects the modules in the order in which they come.
+class UnsavedModules
+{
+public:
+    UnsavedModule& at(const Object* module)
+    {
+        const auto [place, isNew] = places.try_emplace(module, modules.size());
+        if (isNew)
+        {
+            modules.push_back({.module = module, .commands = {}, .hasOtherChanges = false});
+        }
+        return modules[place->second];
+    }
+
+    void add(const std::set<const Object*>& modulesOfCommand, const UnsavedCommand& command)
+    {
+        for (const Object* module : modulesOfCommand)
+        {
+            at(module).commands.push_back(command);
+        }
+        if (modulesOfCommand.empty())
+        {
+            at(nullptr).commands.push_back(command);
+        }
+    }
+
+    bool contains(const Object* module) const
+    {
+        return places.contains(module);
+    }
+
+    std::vector<UnsavedModule> take()
+    {
+        return std::move(modules);
+    }
+
+private:
+    std::vector<UnsavedModule> modules;
+    std::map<const Object*, std::size_t> places;
+};
+
+} // namespace
+
+SaveState::SaveState(CommandManager& commandManager) : manager(commandManager)
+{
+    for (std::uint64_t tracker = 0; tracker < trackers.size(); ++tracker)
+    {
+        if (manager.getQueueSize() == 0 && manager.getOpenGroups().empty() &&
+            !manager.getSavedPosition(tracker).has_value() && manager.getModifiedModules(tracker).empty())
+        {
+            manager.adjustOnSave(tracker);
+        }
+        trackers[tracker].branch = manager.getSavedPosition(tracker).value_or(0);
+        trackers[tracker].wasModified = isModified(tracker);
+    }
+    connection = manager.connectToSigHistoryChanged([this](const HistoryChange& change) { follow(change); });
+}
+
+SaveState::~SaveState() = default;
+
+bool SaveState::isModified(std::uint64_t tracker) const
+{
+    requireTracker(tracker);
+    return manager.getSavedPosition(tracker) != manager.getPosition() ||
+           !manager.getModifiedModules(tracker).empty();
+}
+
+std::vector<UnsavedModule> SaveState::unsavedChanges(std::uint64_t tracker) const
+{
+    if (!isModified(tracker))
+    {
+        return {};
+    }
+    const Tracked& tracked = trackers[tracker];
+    const std::uint64_t position = manager.getPosition();
+    const std::uint64_t branch =
+        std::min(manager.getSavedPosition(tracker).value_or(tracked.branch), manager.getQueueSize());
+    UnsavedModules modules;
+    for (std::uint64_t index = std::min(branch, position); index < std::max(branch, position); ++index)
+    {
+        modules.add(
+            manager.getModulesOfCommand(index),
+            {.description = manager.getCommand(index)->getDescription(), .isUndone = index >= position});
+    }
+    for (const Object* module : manager.getModifiedModules(tracker))
+    {
+        if (!modules.contains(module))
+        {
+            modules.at(module).hasOtherChanges = true;
+        }
+    }
+    if (!manager.getSavedPosition(tracker).has_value())
+    {
+        for (const Object* module : tracked.modulesOfGone)
+        {
+            modules.at(module).hasOtherChanges = true;
+        }
+    }
+    std::vector<UnsavedModule> unsaved = modules.take();
+    if (unsaved.empty())
+    {
+        unsaved.push_back({.module = nullptr, .commands = {}, .hasOtherChanges = true});
+    }
+    return unsaved;
+}
+
+void SaveState::saved(std::uint64_t tracker)
+{
+    requireTracker(tracker);
+    const std::weak_ptr<const bool> alive = life;
+    manager.adjustOnSave(tracker);
+    if (!alive.expired())
+    {
+        update();
+    }
+}
+
+void SaveState::update()
+{
+    if (isTelling)
+    {
+        return;
+    }
+    // A slot may destroy this.
+    const std::weak_ptr<const bool> alive = life;
+    isTelling = true;
+    try
+    {
+        while (tellOne() && !alive.expired())
+        {
+        }
+    }
+    catch (...)
+    {
+        if (!alive.expired())
+        {
+            isTelling = false;
+        }
+        throw;
+    }
+    if (!alive.expired())
+    {
+        isTelling = false;
+    }
+}
+
+Signals::Connection
+SaveState::connectToSigModifiedChanged(const Signals::Slot<void(std::uint64_t, bool)>& slot)
+{
+    return sigModifiedChanged.connect(slot, Signals::ConnectPosition::Back);
+}
+
+void SaveState::requireTracker(std::uint64_t tracker)
+{
+    if (tracker >= CommandManager::ChangeTrackerCount)
+    {
+        throw VdException("There is no change tracker " + std::to_string(tracker) +
+                          "; pass a number less than CommandManager::ChangeTrackerCount, which is " +
+                          std::to_string(CommandManager::ChangeTrackerCount));
+    }
+}
+
+void SaveState::follow(const HistoryChange& change)
+{
+    for (std::uint64_t tracker = 0; tracker < trackers.size(); ++tracker)
+    {
+        Tracked& tracked = trackers[tracker];
+        if (const auto position = manager.getSavedPosition(tracker))
+        {
+            tracked.branch = *position;
+            tracked.modulesOfGone.clear();
+            repairEmptyHistory(tracker);
+        }
+        else
+        {
+            followLost(tracked, change);
+        }
+    }
+    update();
+}
+
+void SaveState::followLost(Tracked& tracked, const HistoryChange& change) const
+{
+    const Rows path{.first = std::min({tracked.branch, change.positionBefore, change.positionAfter}),
+                    .last = std::max({tracked.branch, change.positionBefore, change.positionAfter})};
+    for (const RowChange& row : change.rows)
+    {
+        tracked.branch = moveBranch(tracked.branch, row);
+    }
+    if (!change.modulesOfRemoved.empty() && mayTouch(change, path))
+    {
+        tracked.modulesOfGone.insert(change.modulesOfRemoved.begin(), change.modulesOfRemoved.end());
+    }
+}
+
+void SaveState::repairEmptyHistory(std::uint64_t tracker)
+{
+    // Without commands, the manager's modules are from before the oldest command that there was.
+    if (manager.getQueueSize() == 0 && !manager.getModifiedModules(tracker).empty())
+    {
+        manager.adjustOnSave(tracker);
+    }
+}
+
+bool SaveState::tellOne()
+{
+    for (std::uint64_t tracker = 0; tracker < trackers.size(); ++tracker)
+    {
+        const bool isModifiedNow = isModified(tracker);
+        if (std::exchange(trackers[tracker].wasModified, isModifiedNow) != isModifiedNow)
+        {
+            sigModifiedChanged(tracker, isModifiedNow);
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace Valdane

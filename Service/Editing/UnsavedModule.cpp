@@ -1,0 +1,23 @@
+#include "Service/Editing/UnsavedModule.h"
+
+#include <utility>
+
+namespace Valdane
+{
+
+std::vector<std::string> UnsavedModule::words() const
+{
+    std::vector<std::string> lines;
+    for (const UnsavedCommand& command : commands)
+    {
+        std::string line = command.description.empty() ? "unnamed change" : command.description;
+        lines.push_back(command.isUndone ? "undone: " + line : std::move(line));
+    }
+    if (hasOtherChanges)
+    {
+        lines.emplace_back("other changes");
+    }
+    return lines;
+}
+
+} // namespace Valdane
