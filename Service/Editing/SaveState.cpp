@@ -223,7 +223,7 @@ void SaveState::follow(const HistoryChange& change)
         {
             tracked.branch = *position;
             tracked.modulesOfGone.clear();
-            repairEmptyHistory(tracker);
+            correctModules(tracker, change);
         }
         else
         {
@@ -247,10 +247,11 @@ void SaveState::followLost(Tracked& tracked, const HistoryChange& change) const
     }
 }
 
-void SaveState::repairEmptyHistory(std::uint64_t tracker)
+void SaveState::correctModules(std::uint64_t tracker, const HistoryChange& change)
 {
-    // Without commands, the manager's modules are from before the oldest command that there was.
-    if (manager.getQueueSize() == 0 && !manager.getModifiedModules(tracker).empty())
+    // When a command was taken, or the last one was dropped, the manager's modules are those from before its command.
+    if (!change.rows.empty() && manager.getSavedPosition(tracker) == manager.getPosition() &&
+        !manager.getModifiedModules(tracker).empty())
     {
         manager.adjustOnSave(tracker);
     }

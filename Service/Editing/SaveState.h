@@ -36,8 +36,8 @@ struct HistoryChange;
 /// were saved since. Modules that the module access interface reports count as modified. It tells nobody when it
 /// reports others; call update() then.
 ///
-/// If the history becomes empty in its saved state, this calls CommandManager::adjustOnSave(), so that
-/// CommandManager::getModifiedModules() forgets what was modified before that save.
+/// If a command leaves the history and the data are as saved, this calls CommandManager::adjustOnSave() again, because
+/// CommandManager::getModifiedModules() may still tell what was modified before that save.
 ///
 /// Failures: what slots, the module access interface and a command's getDescription() throw passes to the caller, who
 /// may be the caller of the manager. The further slots are not told of that change then. isModified() stays right. A
@@ -52,7 +52,7 @@ class VALDANE_EDITING_EXPORT SaveState
 {
 public:
     /// Makes the present state the save point of each tracker without one, if the history is empty and no module is
-    /// modified. @throws what the module access interface throws.
+    /// modified. @throws what slots and the module access interface throw.
     explicit SaveState(CommandManager& commandManager);
     SaveState(const SaveState&) = delete;
     SaveState& operator=(const SaveState&) = delete;
@@ -66,8 +66,8 @@ public:
     /// Every module that differs from the last save for @p tracker. Those with commands come first, in the order of
     /// their oldest one. Empty exactly if isModified() is false.
     ///
-    /// Commands that have left the history are known by their modules only. If no undo or redo leads to the save, some
-    /// modules may be listed too many, but none is missing that was told.
+    /// Commands that have left the history are known by their modules only. If no undo or redo leads to the save, or a
+    /// command was taken since, modules may be listed that do not differ. None is missing.
     /// Cost: linear in the commands since the save, and in their modules.
     /// @throws as isModified(), and what a command's getDescription() throws.
     std::vector<UnsavedModule> unsavedChanges(std::uint64_t tracker) const;
@@ -100,7 +100,7 @@ private:
     static void requireTracker(std::uint64_t tracker);
     void follow(const HistoryChange& change);
     void followLost(Tracked& tracked, const HistoryChange& change) const;
-    void repairEmptyHistory(std::uint64_t tracker);
+    void correctModules(std::uint64_t tracker, const HistoryChange& change);
     bool tellOne();
 
     CommandManager& manager;

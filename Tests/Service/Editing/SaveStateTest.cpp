@@ -1,0 +1,689 @@
+#include "Service/Editing/SaveState.h"
+
+#include "Platform/Parameterization/Object.h"
+#include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandPattern/HistoryChange.h"
+#include "Service/CommandPattern/ModuleAccessInterface.h"
+#include "Tests/Support/Allocations.h"
+#include "Tests/Support/ElementsAre.h"
+#include "Tests/Support/Failures.h"
+#include "Tests/Support/MessageOf.h"
+#include "Tests/Support/ScriptedCommand.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <iterator>
+#include <memory>
+#include <new>
+#include <optional>
+#include <random>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Valdane
+{
+namespace
+{
+
+using testing::IsEmpty;
+using testing::Not;
+using ValdaneTests::AllocationsThatFail;
+using ValdaneTests::ElementsAre;
+using ValdaneTests::FailingAllocation;
+
+class Marks : public ModuleAccessInterface
+{
+public:
+    std::set<const Object*> getModifiedModulesFromBusiness() override
+    {
+        if (isBroken)
+        {
+            fail();
+        }
+        return marked;
+    }
+
+    void markAllModulesInBusinessAsUnmodified() override
+    {
+        marked.clear();
+    }
+
+    std::set<const Object*> getAllModulesAsModified() override
+    {
+        return all;
+    }
+
+    std::set<const Object*> marked;
+    std::set<const Object*> all;
+    bool isBroken = false;
+};
+
+class SaveStateTest : public testing::Test
+{
+protected:
+    SaveStateTest()
+    {
+        marks->all = {pumps.get(), pipes.get()};
+        manager.setModuleAccessInterface(marks);
+        saveState.emplace(manager);
+        connection = saveState->connectToSigModifiedChanged(
+            [this](std::uint64_t tracker, bool isModified)
+            {
+                told.push_back(std::to_string(tracker) + (isModified ? " modified" : " saved"));
+                EXPECT_EQ(saveState->isModified(tracker), isModified);
+            });
+    }
+
+    std::shared_ptr<ScriptedCommand> make(const std::string& name, const Object* module)
+    {
+        auto command = std::make_shared<ScriptedCommand>(name);
+        command->onExecute = [this, module]
+        {
+            if (module != nullptr)
+            {
+                marks->marked.insert(module);
+            }
+        };
+        return command;
+    }
+
+    std::shared_ptr<ScriptedCommand> add(const std::string& name, const std::shared_ptr<Object>& module)
+    {
+        auto command = make(name, module.get());
+        manager.addCommand(command);
+        return command;
+    }
+
+    std::shared_ptr<ScriptedCommand> addNotRedoCapable(const std::string& name,
+                                                       const std::shared_ptr<Object>& module)
+    {
+        auto command = make(name, module.get());
+        command->redoCapable = false;
+        manager.addCommand(command);
+        return command;
+    }
+
+    /// A line for each module: its key, and its words.
+    std::vector<std::string> unsaved(std::uint64_t tracker = 0) const
+    {
+        std::vector<std::string> lines;
+        for (const UnsavedModule& module : saveState->unsavedChanges(tracker))
+        {
+            std::string line = module.module == nullptr ? "-" : module.module->getKey();
+            for (const std::string& words : module.words())
+            {
+                line += "|" + words;
+            }
+            lines.push_back(line);
+        }
+        return lines;
+    }
+
+    std::shared_ptr<Object> pumps = std::make_shared<Object>("pumps");
+    std::shared_ptr<Object> pipes = std::make_shared<Object>("pipes");
+    std::shared_ptr<Marks> marks = std::make_shared<Marks>();
+    CommandManager manager;
+    std::optional<SaveState> saveState;
+    Signals::Connection connection;
+    std::vector<std::string> told;
+};
+
+TEST_F(SaveStateTest, DataToWhichNothingHasHappenedAreSaved)
+{
+    EXPECT_FALSE(saveState->isModified(0));
+    EXPECT_FALSE(saveState->isModified(1));
+    EXPECT_THAT(unsaved(), IsEmpty());
+}
+
+TEST_F(SaveStateTest, WhatWasThereBeforeItIsNotTakenForSaved)
+{
+    CommandManager edited;
+    edited.addCommand(std::make_shared<ScriptedCommand>("a"));
+    const SaveState late(edited);
+    EXPECT_TRUE(late.isModified(0));
+    ASSERT_EQ(late.unsavedChanges(0).size(), 1U);
+    EXPECT_THAT(late.unsavedChanges(0).front().words(), ElementsAre("a"));
+
+    CommandManager converted;
+    converted.setModuleAccessInterface(marks);
+    converted.markAllModulesBeforeFirstCommandAsModified();
+    EXPECT_TRUE(SaveState(converted).isModified(0));
+
+    CommandManager inGroup;
+    inGroup.beginGroup("G");
+    EXPECT_TRUE(SaveState(inGroup).isModified(0));
+}
+
+TEST_F(SaveStateTest, EditUndoRedoAndSaveTellBothTrackersOnce)
+{
+    add("a", pumps);
+    add("b", pumps);
+    EXPECT_THAT(told, ElementsAre("0 modified", "1 modified"));
+    told.clear();
+    manager.undo(2);
+    EXPECT_THAT(told, ElementsAre("0 saved", "1 saved"));
+    told.clear();
+    manager.redo(1);
+    saveState->saved(0);
+    EXPECT_THAT(told, ElementsAre("0 modified", "1 modified", "0 saved"));
+    told.clear();
+    manager.redo(1);
+    manager.undo(1);
+    manager.undo(1);
+    EXPECT_THAT(told, ElementsAre("0 modified", "0 saved", "0 modified", "1 saved"));
+}
+
+TEST_F(SaveStateTest, ASaveThroughTheManagerCountsAsWell)
+{
+    add("a", pumps);
+    told.clear();
+    manager.adjustOnSave(1);
+    EXPECT_THAT(told, ElementsAre("1 saved"));
+}
+
+TEST_F(SaveStateTest, ItsSlotsHearBeforeTheOtherSignalsOfTheChange)
+{
+    const auto queueChanged = manager.connectToSigCommandQueueChanged(
+        [this](CommandManager::QueueChangeReason) { told.emplace_back("queue changed"); });
+    add("a", pumps);
+    EXPECT_THAT(told, ElementsAre("0 modified", "1 modified", "queue changed"));
+}
+
+TEST_F(SaveStateTest, TellsTheCommandsSinceTheSaveOldestFirst)
+{
+    add("before", pumps);
+    saveState->saved(0);
+    add("a", pipes);
+    add("b", pumps);
+    add("c", pipes);
+    add("d", nullptr);
+    EXPECT_THAT(unsaved(), ElementsAre("pipes|a|c", "pumps|b", "-|d"));
+    EXPECT_THAT(unsaved(1), ElementsAre("pumps|before|b", "pipes|a|c", "-|d"));
+}
+
+TEST_F(SaveStateTest, TellsWhatWasUndoneSinceTheSave)
+{
+    add("Rename pump", pumps);
+    add("", pipes);
+    saveState->saved(0);
+    manager.undo(2);
+    EXPECT_THAT(unsaved(), ElementsAre("pumps|undone: Rename pump", "pipes|undone: unnamed change"));
+    EXPECT_THAT(unsaved(1), IsEmpty());
+}
+
+TEST_F(SaveStateTest, WhatWasUndoneAndReplacedIsKnownByItsModule)
+{
+    add("a", pumps);
+    saveState->saved(0);
+    manager.undo(1);
+    add("b", pipes);
+    EXPECT_THAT(unsaved(), ElementsAre("pipes|b", "pumps|other changes"));
+    EXPECT_THAT(unsaved(1), ElementsAre("pipes|b"));
+    manager.undo(1);
+    EXPECT_TRUE(saveState->isModified(0));
+    EXPECT_THAT(unsaved(), ElementsAre("pumps|other changes"));
+    EXPECT_FALSE(saveState->isModified(1));
+}
+
+TEST_F(SaveStateTest, TheLimitLeavesModulesOfDroppedCommands)
+{
+    manager.setMaxQueueSize(1);
+    manager.setUsesMaxQueueSize(true);
+    add("a", pumps);
+    add("b", pipes);
+    EXPECT_THAT(unsaved(), ElementsAre("pipes|b", "pumps|other changes"));
+    manager.undo(1);
+    EXPECT_THAT(unsaved(), ElementsAre("pumps|other changes"));
+    saveState->saved(0);
+    EXPECT_THAT(unsaved(), IsEmpty());
+}
+
+TEST_F(SaveStateTest, WithALimitOfZeroTheDataAreModifiedAllTheSame)
+{
+    manager.setMaxQueueSize(0);
+    manager.setUsesMaxQueueSize(true);
+    add("a", pumps);
+    ASSERT_THAT(manager.getModifiedModules(0), IsEmpty());
+    EXPECT_TRUE(saveState->isModified(0));
+    EXPECT_THAT(unsaved(), ElementsAre("pumps|other changes"));
+    EXPECT_THAT(told, ElementsAre("0 modified", "1 modified"));
+}
+
+TEST_F(SaveStateTest, ACommandThatWasSavedAndCannotBeRedoneIsMissedAfterItsUndo)
+{
+    addNotRedoCapable("a", pumps);
+    saveState->saved(0);
+    manager.undo(1);
+    ASSERT_THAT(manager.getModifiedModules(0), IsEmpty());
+    EXPECT_TRUE(saveState->isModified(0));
+    EXPECT_THAT(unsaved(), ElementsAre("pumps|other changes"));
+    EXPECT_FALSE(saveState->isModified(1));
+}
+
+TEST_F(SaveStateTest, ATakenCommandIsStillInTheData)
+{
+    add("a", pumps);
+    saveState->saved(0);
+    manager.takeLastExecutedCommand();
+    EXPECT_FALSE(saveState->isModified(0));
+    EXPECT_TRUE(saveState->isModified(1));
+    EXPECT_THAT(unsaved(1), ElementsAre("pumps|other changes"));
+}
+
+TEST_F(SaveStateTest, DataThatWereSavedAreNotModifiedWhenTheManagerStillCountsWhatWasBefore)
+{
+    manager.markAllModulesBeforeFirstCommandAsModified();
+    EXPECT_THAT(told, ElementsAre("0 modified", "1 modified"));
+    EXPECT_THAT(unsaved(), ElementsAre("pumps|other changes", "pipes|other changes"));
+    add("a", pumps);
+    saveState->saved(0);
+    manager.takeLastExecutedCommand();
+    EXPECT_FALSE(saveState->isModified(0));
+    EXPECT_THAT(manager.getModifiedModules(0), IsEmpty());
+    EXPECT_TRUE(saveState->isModified(1));
+}
+
+TEST_F(SaveStateTest, ClearKeepsWhatIsModified)
+{
+    add("a", pumps);
+    saveState->saved(1);
+    manager.clear();
+    EXPECT_TRUE(saveState->isModified(0));
+    EXPECT_THAT(unsaved(), ElementsAre("pumps|other changes"));
+    EXPECT_FALSE(saveState->isModified(1));
+}
+
+TEST_F(SaveStateTest, WithoutModulesTheCommandsTell)
+{
+    manager.setModuleAccessInterface(std::make_shared<ModuleAccessInterface>());
+    add("a", nullptr);
+    saveState->saved(0);
+    manager.undo(1);
+    EXPECT_THAT(unsaved(), ElementsAre("-|undone: a"));
+    add("b", nullptr);
+    manager.undo(1);
+    EXPECT_TRUE(saveState->isModified(0));
+    EXPECT_THAT(unsaved(), ElementsAre("-|other changes"));
+}
+
+TEST_F(SaveStateTest, AnOpenGroupIsModifiedUntilItIsAbandoned)
+{
+    manager.beginGroup("G");
+    EXPECT_THAT(told, IsEmpty()) << "an empty group changes nothing";
+    add("a", pumps);
+    EXPECT_THAT(unsaved(), ElementsAre("pumps|other changes"));
+    manager.abandonGroup();
+    EXPECT_THAT(told, ElementsAre("0 modified", "1 modified", "0 saved", "1 saved"));
+    EXPECT_THAT(unsaved(), IsEmpty());
+}
+
+TEST_F(SaveStateTest, SavedInAGroupTheDataAreModifiedWhenItIsAbandoned)
+{
+    manager.beginGroup("G");
+    add("a", pumps);
+    saveState->saved(0);
+    marks->marked.clear();
+    saveState->update();
+    EXPECT_FALSE(saveState->isModified(0));
+    manager.abandonGroup();
+    EXPECT_TRUE(saveState->isModified(0));
+    EXPECT_THAT(unsaved(), ElementsAre("-|other changes"));
+    EXPECT_FALSE(saveState->isModified(1));
+}
+
+TEST_F(SaveStateTest, ACommandThatWaitsToBeMergedIsModified)
+{
+    manager.addCommandToMergeWithNextCommand(make("a", pumps.get()), false);
+    EXPECT_THAT(told, ElementsAre("0 modified", "1 modified"));
+    EXPECT_THAT(unsaved(), ElementsAre("pumps|other changes"));
+    add("b", pipes);
+    EXPECT_THAT(unsaved(), Not(IsEmpty()));
+    told.clear();
+    manager.undo(1);
+    EXPECT_THAT(told, ElementsAre("0 saved", "1 saved"));
+}
+
+TEST_F(SaveStateTest, ModulesThatOnlyTheInterfaceReportsAreToldByUpdate)
+{
+    marks->marked = {pipes.get()};
+    EXPECT_TRUE(saveState->isModified(0)) << "the answer is never old";
+    EXPECT_THAT(told, IsEmpty());
+    saveState->update();
+    saveState->update();
+    EXPECT_THAT(told, ElementsAre("0 modified", "1 modified"));
+    EXPECT_THAT(unsaved(), ElementsAre("pipes|other changes"));
+    saveState->saved(0);
+    EXPECT_TRUE(saveState->isModified(0)) << "as long as it is reported";
+    marks->marked.clear();
+    saveState->update();
+    EXPECT_FALSE(saveState->isModified(0));
+}
+
+TEST_F(SaveStateTest, ASlotThatSavesIsToldOfAfterAllHaveHeard)
+{
+    std::vector<std::string> late;
+    const auto saving = saveState->connectToSigModifiedChanged(
+        [&](std::uint64_t tracker, bool isModified)
+        {
+            if (tracker == 0 && isModified)
+            {
+                saveState->saved(0);
+            }
+        });
+    const auto last = saveState->connectToSigModifiedChanged(
+        [&](std::uint64_t tracker, bool isModified)
+        { late.push_back(std::to_string(tracker) + (isModified ? " modified" : " saved")); });
+    connection.disconnect();
+    add("a", pumps);
+    EXPECT_THAT(late, ElementsAre("0 modified", "0 saved", "1 modified"));
+}
+
+TEST_F(SaveStateTest, ASlotMayUndoAndHearsOfIt)
+{
+    connection.disconnect();
+    const auto undoing = saveState->connectToSigModifiedChanged(
+        [&](std::uint64_t tracker, bool isModified)
+        {
+            told.push_back(std::to_string(tracker) + (isModified ? " modified" : " saved"));
+            if (tracker == 0 && isModified)
+            {
+                manager.undo(1);
+            }
+        });
+    add("a", pumps);
+    EXPECT_THAT(told, ElementsAre("0 modified", "0 saved"));
+    EXPECT_EQ(manager.getPosition(), 0U);
+}
+
+TEST_F(SaveStateTest, ASlotMayDestroyIt)
+{
+    connection.disconnect();
+    const auto destroying = saveState->connectToSigModifiedChanged(
+        [&](std::uint64_t, bool)
+        {
+            told.emplace_back("destroyed");
+            saveState.reset();
+        });
+    add("a", pumps);
+    add("b", pumps);
+    EXPECT_THAT(told, ElementsAre("destroyed"));
+    EXPECT_EQ(manager.getPosition(), 2U);
+}
+
+TEST_F(SaveStateTest, ItMayBeDestroyedWhileItSaves)
+{
+    connection.disconnect();
+    add("a", pumps);
+    const auto destroying =
+        saveState->connectToSigModifiedChanged([&](std::uint64_t, bool) { saveState.reset(); });
+    saveState->saved(0);
+    EXPECT_FALSE(saveState.has_value());
+    EXPECT_EQ(manager.getSavedPosition(0), 1U);
+}
+
+TEST_F(SaveStateTest, ItMayOutliveTheManager)
+{
+    auto shortLived = std::make_unique<CommandManager>();
+    auto state = std::make_unique<SaveState>(*shortLived);
+    shortLived.reset();
+    state.reset();
+    SUCCEED() << "the address sanitizer sees what is touched";
+}
+
+TEST_F(SaveStateTest, WhatASlotThrowsPassesAndTheRestIsToldLater)
+{
+    connection.disconnect();
+    bool throws = true;
+    connection = saveState->connectToSigModifiedChanged(
+        [&](std::uint64_t tracker, bool isModified)
+        {
+            told.push_back(std::to_string(tracker) + (isModified ? " modified" : " saved"));
+            if (std::exchange(throws, false))
+            {
+                failStrangely();
+            }
+        });
+    EXPECT_THROW(add("a", pumps), Stranger);
+    EXPECT_THAT(told, ElementsAre("0 modified"));
+    add("b", pumps);
+    EXPECT_THAT(told, ElementsAre("0 modified", "1 modified"));
+    throws = true;
+    EXPECT_THROW(saveState->saved(0), Stranger);
+    EXPECT_FALSE(saveState->isModified(0));
+}
+
+TEST_F(SaveStateTest, AChangeThatAnEarlierSlotHasHiddenIsToldByUpdate)
+{
+    CommandManager other;
+    bool throws = false;
+    const auto throwing = other.connectToSigHistoryChanged(
+        [&](const HistoryChange&)
+        {
+            if (throws)
+            {
+                fail();
+            }
+        });
+    SaveState state(other);
+    throws = true;
+    const auto slot = state.connectToSigModifiedChanged(
+        [&](std::uint64_t, bool isModified) { told.emplace_back(isModified ? "modified" : "saved"); });
+    EXPECT_THROW(other.addCommand(std::make_shared<ScriptedCommand>("a")), std::runtime_error);
+    EXPECT_THAT(told, IsEmpty());
+    EXPECT_TRUE(state.isModified(0));
+    state.update();
+    EXPECT_THAT(told, ElementsAre("modified", "modified"));
+}
+
+TEST_F(SaveStateTest, WhatTheModuleAccessInterfaceThrowsPasses)
+{
+    marks->isBroken = true;
+    EXPECT_THROW(saveState->isModified(0), std::runtime_error);
+    EXPECT_THROW(saveState->update(), std::runtime_error);
+    marks->isBroken = false;
+    add("a", pumps);
+    EXPECT_THAT(told, ElementsAre("0 modified", "1 modified")) << "it can tell again";
+}
+
+TEST_F(SaveStateTest, AnUnknownTrackerIsRefused)
+{
+    const std::string message = "There is no change tracker 2; pass a number less than "
+                                "CommandManager::ChangeTrackerCount, which is 2";
+    EXPECT_EQ(messageOf([&] { saveState->isModified(2); }), message);
+    EXPECT_EQ(messageOf([&] { saveState->unsavedChanges(2); }), message);
+    EXPECT_EQ(messageOf([&] { saveState->saved(2); }), message);
+}
+
+TEST_F(SaveStateTest, WithoutMemoryForAChangeTheAnswerStaysRight)
+{
+    std::size_t successes = 0;
+    bool hasFailed = true;
+    for (; hasFailed; ++successes)
+    {
+        CommandManager other;
+        other.setModuleAccessInterface(marks);
+        const SaveState state(other);
+        other.addCommand(make("a", pumps.get()));
+        other.adjustOnSave(0);
+        other.undo(1);
+        const auto command = make("b", pipes.get());
+        try
+        {
+            const FailingAllocation failing(successes, AllocationsThatFail::One);
+            hasFailed = false;
+            try
+            {
+                other.addExecutedCommand(command);
+            }
+            catch (const std::bad_alloc&)
+            {
+                hasFailed = true;
+            }
+            hasFailed = hasFailed || failing.hasFailed();
+        }
+        catch (const std::bad_alloc&)
+        {
+            hasFailed = true;
+        }
+        EXPECT_TRUE(state.isModified(0)) << successes;
+        EXPECT_THAT(state.unsavedChanges(0), Not(IsEmpty())) << successes;
+        EXPECT_EQ(state.isModified(1), other.getPosition() != 0) << successes;
+    }
+    EXPECT_GT(successes, 3U);
+}
+
+/// Random operations on a set of tokens, beside what was in the set at each save.
+class RandomEdits : public SaveStateTest
+{
+protected:
+    using Tokens = std::set<int>;
+
+    std::shared_ptr<ScriptedCommand> makeEdit(bool redoCapable)
+    {
+        const int token = ++newest;
+        auto command = std::make_shared<ScriptedCommand>(std::to_string(token));
+        command->redoCapable = redoCapable;
+        command->onExecute = [this, token]
+        {
+            tokens.insert(token);
+            marks->marked.insert(moduleOf(token));
+        };
+        command->onUndo = [this, token]
+        {
+            tokens.erase(token);
+        };
+        return command;
+    }
+
+    const Object* moduleOf(int token) const
+    {
+        return objects[static_cast<std::size_t>(token) % objects.size()].get();
+    }
+
+    std::set<const Object*> modulesThatDiffer(const Tokens& others) const
+    {
+        std::vector<int> differing;
+        std::ranges::set_symmetric_difference(tokens, others, std::back_inserter(differing));
+        std::set<const Object*> modules;
+        for (const int token : differing)
+        {
+            modules.insert(moduleOf(token));
+        }
+        return modules;
+    }
+
+    void step(unsigned choice)
+    {
+        switch (choice % 16)
+        {
+        case 0:
+        case 1:
+            manager.undo(1 + choice / 16 % 3);
+            break;
+        case 2:
+            manager.redo(1 + choice / 16 % 3);
+            break;
+        case 3:
+        case 4:
+            save(choice / 16 % 2);
+            break;
+        case 5:
+            manager.addCommand(makeEdit(false));
+            break;
+        case 6:
+            manager.takeLastExecutedCommand();
+            break;
+        case 7:
+            manager.setMaxQueueSize(choice / 16 % 5);
+            manager.setUsesMaxQueueSize(choice / 128 % 2 == 0);
+            break;
+        case 8:
+            stepInGroup(choice / 16);
+            break;
+        case 9:
+            manager.addCommandToMergeWithNextCommand(makeEdit(true), false);
+            check();
+            manager.addCommand(makeEdit(true));
+            break;
+        case 10:
+            choice / 16 % 3 == 0 ? manager.clear() : manager.forgetRedoCommands();
+            break;
+        default:
+            manager.addCommand(makeEdit(true));
+        }
+    }
+
+    void stepInGroup(unsigned choice)
+    {
+        manager.beginGroup("G");
+        for (unsigned count = choice % 4; count != 0; --count)
+        {
+            manager.addCommand(makeEdit(true));
+            check();
+        }
+        choice / 4 % 2 == 0 ? manager.endGroup() : static_cast<void>(manager.abandonGroup());
+    }
+
+    void save(std::size_t tracker)
+    {
+        saveState->saved(tracker);
+        saved[tracker] = tokens;
+    }
+
+    void check()
+    {
+        for (std::size_t tracker = 0; tracker < saved.size(); ++tracker)
+        {
+            ASSERT_EQ(saveState->isModified(tracker), tokens != saved[tracker]);
+            ASSERT_EQ(toldModified[tracker], tokens != saved[tracker]);
+            const auto modules = saveState->unsavedChanges(tracker);
+            ASSERT_EQ(modules.empty(), tokens == saved[tracker]);
+            for (const Object* module : modulesThatDiffer(saved[tracker]))
+            {
+                ASSERT_TRUE(std::ranges::any_of(modules, [&](const UnsavedModule& unsavedModule)
+                                                { return unsavedModule.module == module; }))
+                    << module->getKey() << " is missing for " << tracker;
+            }
+        }
+    }
+
+    std::array<std::shared_ptr<Object>, 5> objects = {
+        std::make_shared<Object>("1"), std::make_shared<Object>("2"), std::make_shared<Object>("3"),
+        std::make_shared<Object>("4"), std::make_shared<Object>("5")};
+    int newest = 0;
+    Tokens tokens;
+    std::array<Tokens, 2> saved;
+    std::array<bool, 2> toldModified = {};
+};
+
+TEST_F(RandomEdits, TheAnswerIsAlwaysWhetherTheDataDiffer)
+{
+    connection = saveState->connectToSigModifiedChanged(
+        [this](std::uint64_t tracker, bool isModified)
+        { EXPECT_NE(std::exchange(toldModified[tracker], isModified), isModified); });
+    std::mt19937 random(7);
+    for (int count = 0; count < 3000 && !HasFailure(); ++count)
+    {
+        const auto choice = static_cast<unsigned>(random());
+        step(choice);
+        check();
+        ASSERT_FALSE(HasFatalFailure()) << "step " << count << ", choice " << choice % 16;
+        if (count % 100 == 99)
+        {
+            manager.clear();
+            tokens.clear();
+            save(0);
+            save(1);
+        }
+    }
+}
+
+} // namespace
+} // namespace Valdane
