@@ -32,7 +32,7 @@ using testing::IsEmpty;
 using ValdaneTests::ElementsAre;
 using ValdaneTests::FailingAllocation;
 
-/// Sets the text, and sets it back to what it found.
+/// Appends letters, and cuts them off again.
 class TypeCommand : public CommandBase
 {
 public:
