@@ -1,0 +1,163 @@
+#pragma once
+
+#include "Platform/Signals/Signal.h"
+#include "Service/CommandPattern/CommandManager.h"
+#include "Service/Editing/RunRollback.h"
+#include "Service/Editing/ThreadedRun.h"
+
+#include <chrono>
+#include <cstddef>
+#include <exception>
+#include <functional>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace Valdane
+{
+
+struct HistoryChange;
+
+/// The event loop, as long as there is somebody to call back.
+///
+/// Thread: any.
+class RunRelay
+{
+public:
+    explicit RunRelay(ThreadedRun::PostFunction post);
+
+    /// Posts @p work, unless it was closed. @return false if the loop did not take it.
+    template <typename Work>
+    bool post(const Work& work) noexcept
+    {
+        try
+        {
+            return take(work);
+        }
+        catch (...)
+        {
+            return false;
+        }
+    }
+
+    /// From here on nothing is posted.
+    void close() noexcept;
+
+private:
+    bool take(std::function<void()> work);
+
+    std::mutex mutex;
+    std::shared_ptr<const ThreadedRun::PostFunction> target;
+};
+
+/// Outlives its ThreadedRun while one of its operations is on the stack. Posted functions refer to it weakly.
+class ThreadedRun::Private : public std::enable_shared_from_this<ThreadedRun::Private>
+{
+public:
+    Private(CommandManager& commandManager, PostFunction post, Edits editsDuringRun, Clock ownClock,
+            RunEndFunction onRunEnd);
+
+    /// @param launch  hands the command to the manager.
+    void start(const std::shared_ptr<CommandBase>& command, const std::function<void()>& launch);
+
+    void abort();
+
+    /// The end of the ThreadedRun.
+    void close() noexcept;
+
+    /// Does @p work now or after the run. @return what it answers, or true if it waits.
+    bool edit(const std::string& name, const std::function<bool()>& work);
+
+    std::optional<Progress> getProgress() const;
+
+    bool isRunning() const noexcept
+    {
+        return run != nullptr;
+    }
+
+    /// Destroyed with the ThreadedRun, so that none of their slots is called later.
+    struct Told
+    {
+        Signals::Signal<void()> started;
+        Signals::Signal<void(const Progress&)> progress;
+        Signals::Signal<void(Result, const std::string&)> finished;
+    };
+
+    CommandManager& manager;
+    std::unique_ptr<Told> told = std::make_unique<Told>();
+
+private:
+    /// What is known of the command that is running.
+    struct Run
+    {
+        std::shared_ptr<CommandBase> command;
+        std::string description;
+        std::chrono::steady_clock::time_point begin;
+        /// The one that was current last.
+        std::weak_ptr<Thread> thread;
+        /// What has the worker slot in place of the command; empty if the command has it.
+        std::shared_ptr<RunRollback> rollback;
+        /// How many more steps may have no effect before others are seen to drive the run.
+        std::size_t patience = 0;
+        bool isAborting = false;
+        bool hasEnded = false;
+        bool isDisplaced = false;
+        bool isQueued = false;
+        bool hasFailed = false;
+        std::string failure;
+        Signals::Connection failed;
+        Signals::Connection finished;
+        Signals::Connection changed;
+    };
+
+    struct End
+    {
+        Result result = Result::Done;
+        std::string text;
+    };
+
+    /// While it exists, the manager is in an operation that was called here.
+    class Stepping;
+
+    void requireIdle(const CommandBase* command) const;
+    std::unique_ptr<Run> begin(const std::shared_ptr<CommandBase>& command);
+    void connect(Run& begun);
+    auto checkLater();
+    std::function<void()> runEndCallback();
+    std::function<void()> progressCallback();
+    void postCheck();
+    void check();
+    void tellProgress();
+
+    void proceed();
+    bool step(ThreadManager& threads);
+    void applyAbort(ThreadManager& threads);
+    bool putRollback(const std::shared_ptr<Thread>& thread);
+    bool isInSlot() const;
+    bool isOnWorker() const;
+
+    void noteFailure(const char* text, const std::string& description);
+    void noteHistory(const HistoryChange& change);
+    void noteEnd();
+
+    void conclude(std::exception_ptr passing);
+    End judge(std::exception_ptr& passing);
+    End takeBack(std::exception_ptr& passing);
+    bool isAborted() const;
+    void release();
+    void runEdits();
+
+    std::shared_ptr<RunRelay> relay;
+    Edits edits;
+    Clock clock;
+    RunEndFunction installRunEnd;
+    std::unique_ptr<Run> run;
+    std::list<std::function<bool()>> waiting;
+    bool isStepping = false;
+    bool isEditing = false;
+    bool isClosed = false;
+};
+
+} // namespace Valdane
