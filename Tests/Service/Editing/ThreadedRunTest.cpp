@@ -1535,9 +1535,9 @@ TEST_P(WithoutMemory, TheEndIsToldOnceAndAnAbortTakesAllBack)
         EXPECT_THAT(notes, testing::SizeIs(2)) << allocations;
         EXPECT_FALSE(run->isRunning());
         expectIdle();
+        // A nested macro that fails for want of memory keeps what it has done.
         if (isAborted)
         {
-            // A nested macro that fails for want of memory keeps what it has done.
             expectNothingChanged();
         }
         manager->clear();
