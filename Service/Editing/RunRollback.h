@@ -23,8 +23,8 @@ std::vector<MacroChain> findChains(const std::shared_ptr<CommandBase>& command, 
 /// How many commands @p command consists of, itself included.
 std::size_t countCommands(const CommandBase& command);
 
-/// Takes the place of a macro in the worker slot while a thread of a nested macro is running. Its next step aborts
-/// that thread and undoes the macro from the inside out, each sub-command once.
+/// Takes the place of a macro in the worker slot while a thread of a nested macro is running. Its next step
+/// aborts that thread and undoes the macro from the inside out, each sub-command once.
 ///
 /// The macro itself would continue behind the nested one, and undo that one twice if it is aborted later.
 ///

@@ -1,6 +1,6 @@
-// The state of the run is asked, not followed: what has the worker slot, which thread is on the worker, whether it has
-// ended. So it does not matter who finalizes it. check() is posted whenever that may have changed, and one check too many
-// does nothing. The slots on the manager's signals note only what cannot be asked afterwards.
+// The state of the run is asked, not followed: what has the worker slot, which thread is on the worker, and
+// whether it has ended. So it does not matter who finalizes it. check() is posted whenever that may have changed,
+// and a check too many does nothing. The slots on the manager's signals note what cannot be asked afterwards.
 //
 // A frame that calls the manager marks it (Stepping). What comes back in meanwhile only leaves a note: abort() sets
 // isAborting, close() sets isClosed. The frame acts on it when the manager has returned.
@@ -112,32 +112,6 @@ private:
 
 } // namespace
 
-RunRelay::RunRelay(ThreadedRun::PostFunction post)
-    : target(std::make_shared<const ThreadedRun::PostFunction>(std::move(post)))
-{
-}
-
-bool RunRelay::take(std::function<void()> work)
-{
-    std::shared_ptr<const ThreadedRun::PostFunction> loop;
-    {
-        const std::scoped_lock lock(mutex);
-        loop = target;
-    }
-    if (loop != nullptr)
-    {
-        (*loop)(std::move(work));
-    }
-    return loop != nullptr;
-}
-
-void RunRelay::close() noexcept
-{
-    std::shared_ptr<const ThreadedRun::PostFunction> closed;
-    const std::scoped_lock lock(mutex);
-    closed.swap(target);
-}
-
 class ThreadedRun::Private::Stepping : public Flag
 {
 public:
@@ -164,20 +138,43 @@ void ThreadedRun::Private::start(const std::shared_ptr<CommandBase>& command,
     const auto self = shared_from_this();
     requireIdle(command.get());
     run = begin(command);
+    bool isLaunched = false;
     try
     {
         told->started();
         if (run != nullptr && !run->isAborting)
         {
+            requireFree(run->description);
             const Stepping stepping(*this);
+            isLaunched = true;
             launch();
         }
     }
     catch (...)
     {
-        conclude(std::current_exception());
+        failStart(isLaunched, std::current_exception());
     }
     proceed();
+}
+
+/// @throws @p exception
+void ThreadedRun::Private::failStart(bool isLaunched, const std::exception_ptr& exception)
+{
+    const auto thread = isLaunched ? manager.getThreadManager()->getCurrentThread() : nullptr;
+    if (thread == nullptr)
+    {
+        conclude(exception);
+    }
+    // A slot of the manager has failed when the thread was running already.
+    run->thread = thread;
+    run->hasFailed = true;
+    describe(exception, run->failure);
+    if (isClosed)
+    {
+        proceed();
+    }
+    postCheck();
+    std::rethrow_exception(exception);
 }
 
 void ThreadedRun::Private::requireIdle(const CommandBase* command) const
@@ -186,12 +183,18 @@ void ThreadedRun::Private::requireIdle(const CommandBase* command) const
     {
         throw VdException("There is no command to start: give one that is not empty");
     }
-    const std::string text = "'" + command->getDescription() + "' cannot be started while ";
+    const std::string& description = command->getDescription();
     if (run != nullptr)
     {
-        throw VdException(text + "'" + run->description +
+        throw VdException("'" + description + "' cannot be started while '" + run->description +
                           "' is running: wait until it has finished, or abort it");
     }
+    requireFree(description);
+}
+
+void ThreadedRun::Private::requireFree(const std::string& description) const
+{
+    const std::string text = "'" + description + "' cannot be started while ";
     if (manager.getCurrentThreadedCommand() != nullptr ||
         manager.getThreadManager()->getCurrentThread() != nullptr)
     {
@@ -431,7 +434,7 @@ bool ThreadedRun::Private::step(ThreadManager& threads)
     if (!isInSlot())
     {
         // Nobody could undo what a displaced run hands over.
-        run->isDisplaced = true;
+        run->isDisplaced |= !run->isAborting;
         run->isAborting = true;
     }
     try
@@ -455,7 +458,7 @@ bool ThreadedRun::Private::step(ThreadManager& threads)
     }
     {
         const Stepping stepping(*this);
-        manager.finalizeThread();
+        isOwn ? manager.finalizeThread() : finalizeDisplaced(thread);
     }
     if (thread != nullptr || threads.getCurrentThread() != nullptr || !isInSlot())
     {
@@ -467,6 +470,25 @@ bool ThreadedRun::Private::step(ThreadManager& threads)
         postCheck();
     }
     return isClosed && run->patience-- > 0;
+}
+
+/// The worker slot is empty, so that the manager would not roll a macro back.
+void ThreadedRun::Private::finalizeDisplaced(const std::shared_ptr<Thread>& thread)
+{
+    auto chains = findChains(run->command, *thread);
+    if (chains.size() != 1)
+    {
+        manager.finalizeThread();
+        return;
+    }
+    try
+    {
+        RunRollback(std::move(chains.front()), thread).continueExecution(manager.getThreadManager());
+    }
+    catch (const std::exception& exception)
+    {
+        noteFailure(exception.what(), run->description);
+    }
 }
 
 void ThreadedRun::Private::applyAbort(ThreadManager& threads)
@@ -523,7 +545,11 @@ void ThreadedRun::Private::noteFailure(const char* text, const std::string& desc
     {
         return;
     }
-    run->isDisplaced |= isOnWorker();
+    if (isOnWorker())
+    {
+        run->isDisplaced = true;
+        postCheck();
+    }
     if (run->hasFailed || (run->isDisplaced && description != run->description))
     {
         return;

@@ -2,6 +2,7 @@
 
 #include "Platform/Signals/Signal.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Service/Editing/RunRelay.h"
 #include "Service/Editing/RunRollback.h"
 #include "Service/Editing/ThreadedRun.h"
 
@@ -11,7 +12,6 @@
 #include <functional>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
@@ -20,39 +20,9 @@ namespace Valdane
 
 struct HistoryChange;
 
-/// The event loop, as long as there is somebody to call back.
+/// What a ThreadedRun knows and does. Outlives it while one of its operations is on the stack.
 ///
-/// Thread: any.
-class RunRelay
-{
-public:
-    explicit RunRelay(ThreadedRun::PostFunction post);
-
-    /// Posts @p work, unless it was closed. @return false if the loop did not take it.
-    template <typename Work>
-    bool post(const Work& work) noexcept
-    {
-        try
-        {
-            return take(work);
-        }
-        catch (...)
-        {
-            return false;
-        }
-    }
-
-    /// From here on nothing is posted.
-    void close() noexcept;
-
-private:
-    bool take(std::function<void()> work);
-
-    std::mutex mutex;
-    std::shared_ptr<const ThreadedRun::PostFunction> target;
-};
-
-/// Outlives its ThreadedRun while one of its operations is on the stack. Posted functions refer to it weakly.
+/// Ownership: posted functions refer to it weakly. Thread: as ThreadedRun.
 class ThreadedRun::Private : public std::enable_shared_from_this<ThreadedRun::Private>
 {
 public:
@@ -122,6 +92,8 @@ private:
     class Stepping;
 
     void requireIdle(const CommandBase* command) const;
+    void requireFree(const std::string& description) const;
+    void failStart(bool isLaunched, const std::exception_ptr& exception);
     std::unique_ptr<Run> begin(const std::shared_ptr<CommandBase>& command);
     void connect(Run& begun);
     auto checkLater();
@@ -133,6 +105,7 @@ private:
 
     void proceed();
     bool step(ThreadManager& threads);
+    void finalizeDisplaced(const std::shared_ptr<Thread>& thread);
     void applyAbort(ThreadManager& threads);
     bool putRollback(const std::shared_ptr<Thread>& thread);
     bool isInSlot() const;

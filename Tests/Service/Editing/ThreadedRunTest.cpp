@@ -1175,17 +1175,78 @@ TEST_F(ThreadedRunTest, ASlotOfTheManagerThatThrowsAtTheStartMakesItFail)
     expectNothingChanged();
 }
 
-TEST_F(ThreadedRunTest, AGroupThatASlotOfStartedOpensKeepsTheCommandFromBeingRun)
+TEST_F(ThreadedRunTest, AStrangerOutOfASlotOfTheManagerAtTheStartLeavesNothingBehind)
 {
+    {
+        const auto bad = manager->connectToSigThreadedCommandStarted([] { throw Stranger(); });
+        EXPECT_THROW(run->start(work("A")), Stranger);
+        drive();
+        EXPECT_THROW(run->start(macro("M", {edit("a"), macro("N", {edit("b"), work("C")})})), Stranger);
+        drive();
+    }
+    EXPECT_THAT(notes,
+                ElementsAre("started", "failed: an exception that is not derived from std::exception",
+                            "started", "failed: an exception that is not derived from std::exception"));
+    expectNothingChanged();
+    run->start(work("A"));
+    drive();
+    EXPECT_EQ(notes.back(), "done");
+}
+
+TEST_F(AbortTest, WithAStrangerOutOfASlotOfTheManagerTakesAllBack)
+{
+    works[1]->isHeld = true;
+    run->start(whole);
+    driveTo(*works[1]);
+    const auto bad = manager->connectToSigThreadedCommandStarted([] { throw Stranger(); });
+    EXPECT_THROW(run->abort(), Stranger);
+    drive();
+    EXPECT_THAT(notes, ElementsAre("started", "aborted"));
+    expectNothingChanged();
+}
+
+TEST_F(ThreadedRunTest, AMacroWithoutItsPlaceInTheManagerIsTakenBack)
+{
+    const auto command = heldWork("C");
+    command->onRun = []
+    {
+        throw std::runtime_error("no data");
+    };
+    run->start(macro("M", {edit("a"), macro("N", {edit("b"), command})}));
+    manager->addThreadedCommand(work("B"));
+    drive();
+    EXPECT_THAT(notes, ElementsAre("started", "failed: no data"));
+    expectNothingChanged();
+}
+
+TEST_F(ThreadedRunTest, DestroyedInASlotOfTheManagerAtTheStartItTakesTheRunBack)
+{
+    const auto bad = manager->connectToSigThreadedCommandStarted([this] { run.reset(); });
+    run->start(macro("M", {edit("a"), heldWork("A")}));
+    expectNothingChanged();
+    loop.runAll();
+    EXPECT_THAT(notes, ElementsAre("started"));
+}
+
+TEST_F(ThreadedRunTest, WhatASlotOfStartedDoesMayKeepTheCommandFromBeingRun)
+{
+    const std::string group = "'A' cannot be started while the group 'G' is open: end or abandon it first";
     onStarted = [this]
     {
         manager->beginGroup("G");
     };
-    EXPECT_EQ(messageOf([&] { run->start(work("A")); }),
-              "addThreadedCommand() is refused while the group 'G' is open");
-    EXPECT_THAT(
-        notes, ElementsAre("started", "failed: addThreadedCommand() is refused while the group 'G' is open"));
+    EXPECT_EQ(messageOf([&] { run->start(work("A")); }), group);
     manager->endGroup();
+    const std::string other =
+        "'A' cannot be started while another threaded command is running: finalize it first";
+    onStarted = [this]
+    {
+        manager->addThreadedCommand(work("B"));
+    };
+    EXPECT_EQ(messageOf([&] { run->start(work("A")); }), other);
+    manager->finalizeThread();
+    EXPECT_THAT(notes, ElementsAre("started", "failed: " + group, "started", "failed: " + other));
+    EXPECT_EQ(history(), "B |");
 }
 
 // Destruction
