@@ -20,8 +20,8 @@ class ThreadManager;
 class ThreadedCommand;
 class ThreadedMacroCommand;
 
-/// Starts threaded commands of a CommandManager, one at a time, and finalizes them from the application's event
-/// loop.
+/// Starts threaded commands of a CommandManager, one at a time, and finalizes them from the application's
+/// event loop.
 ///
 ///     ThreadedRun run(manager, [&](auto work) { loop.post(std::move(work)); }, ThreadedRun::Edits::Queued);
 ///     const auto finished = run.connectToSigFinished(
@@ -29,24 +29,25 @@ class ThreadedMacroCommand;
 ///     run.start(std::make_shared<LoadModel>(path));
 ///     run.addCommand(std::make_shared<RenameCommand>(pump, "P-101")); // when the model is loaded
 ///
-/// Worker mode: start() returns while the run continues, and the loop does the rest. Synchronous mode: the run
-/// is over, and finished is told, when start() returns. The loop tells no progress meanwhile.
+/// Worker mode: start() returns while the run continues, and the loop does the rest. Synchronous mode: the
+/// run is over, and finished is told, when start() returns. The loop tells no progress meanwhile.
 ///
-/// Abort. An aborted run changes nothing. What its command has done is undone, in nested macros too, and it is
-/// not in the history. A ThreadedCommand takes part by the rules of its own class.
+/// Abort. An aborted run changes nothing. What its command has done is undone, in nested macros too, and it
+/// is not in the history. A ThreadedCommand takes part by the rules of its own class.
 /// - To stop a thread of a nested macro, a stand-in takes the macro's place in the worker slot.
-///   CommandManager::getCurrentThreadedCommand() shows it, and sigThreadedCommandStarted is emitted once more.
+///   CommandManager::getCurrentThreadedCommand() shows it, and sigThreadedCommandStarted is emitted once
+///   more.
 /// - A thread that is in several macros of the command is not asked to stop. The run is undone at its end.
 /// - A command that is queued before the abort takes effect is undone and dropped if it is the newest. What
 ///   could be redone before is lost then. If it is not the newest, the abort is too late.
 ///
 /// Failures: a run that fails is reported by the manager, as Docs/failures.md says, and told as Failed. An
-/// exception of a slot, and what the manager lets through, reaches the caller of start(), or the loop. By then
-/// the end of the run is told, or follows from the loop.
+/// exception of a slot, and what the manager lets through, reaches the caller of start(), or the loop. By
+/// then the end of the run is told, or follows from the loop.
 ///
 /// Others may use the manager directly: finalize or abort the run, or start one of their own. If they abort a
-/// nested macro, it ends alone, as CommandManager says. If they take the worker slot from the run, it is taken
-/// back and told as Failed.
+/// nested macro, it ends alone, as CommandManager says. If they take the worker slot from the run, it is
+/// taken back and told as Failed.
 ///
 /// Re-entrancy: a slot, a command and a posted function may call any operation, and destroy this object. The
 /// clock and the other functions that are given may not.
@@ -82,14 +83,15 @@ public:
         std::optional<std::chrono::steady_clock::duration> remaining;
     };
 
-    /// Runs a function on the manager's thread, later and not inside the call. Is called on any thread. What it
-    /// throws is dropped; the next function that it takes finds what was missed.
+    /// Runs a function on the manager's thread, later and not inside the call. Is called on any thread. What
+    /// it throws is dropped; the next function that it takes finds what was missed.
     using PostFunction = std::function<void(std::function<void()>)>;
 
     /// Says what time it is, on the manager's thread.
     using Clock = std::function<std::chrono::steady_clock::time_point()>;
 
-    /// Has a thread manager call a function, on any thread, at the end of each run that is added from then on.
+    /// Has a thread manager call a function, on any thread, at the end of each run that is added from then
+    /// on.
     using RunEndFunction = std::function<void(ThreadManager&, std::function<void()>)>;
 
     /// @param commandManager  the manager that runs the commands; must outlive this object.
@@ -107,9 +109,9 @@ public:
     /// Aborts the run and waits until it is taken back; tells nobody. Edits that wait are dropped. Functions
     /// that were posted do nothing any more. Lets no exception out.
     ///
-    /// Called within a step of the run, by a sub-command for example, it cannot wait. start(), or the function
-    /// in the loop, then waits before it returns. If others have called CommandManager::finalizeThread() for
-    /// that step, the rest of the run is left to them.
+    /// Called within a step of the run, by a sub-command for example, it cannot wait. start(), or the
+    /// function in the loop, then waits before it returns. If others have called
+    /// CommandManager::finalizeThread() for that step, the rest of the run is left to them.
     ~ThreadedRun();
 
     /// Tells started, then runs @p command as CommandManager::addThreadedCommand() does. Replaces the change
@@ -124,8 +126,8 @@ public:
     /// @throws as above.
     void start(std::shared_ptr<ThreadedMacroCommand> command);
 
-    /// Asks the run to stop, and has it taken back when it has stopped. Returns at once; finished follows from
-    /// the loop. Does nothing if no command is running.
+    /// Asks the run to stop, and has it taken back when it has stopped. Returns at once; finished follows
+    /// from the loop. Does nothing if no command is running.
     /// @throws what Thread::abortRun() throws; the run is aborted all the same.
     void abort();
 
@@ -161,8 +163,8 @@ public:
     /// @param slot  called until the connection is destroyed.
     [[nodiscard]] Signals::Connection connectToSigProgress(const Signals::Slot<void(const Progress&)>& slot);
 
-    /// Once for each started, when the run is over, and before edits that waited are done. The text says why a
-    /// run has failed, and is empty otherwise.
+    /// Once for each started, when the run is over, and before edits that waited are done. The text says why
+    /// a run has failed, and is empty otherwise.
     /// @param slot  called until the connection is destroyed.
     [[nodiscard]] Signals::Connection
     connectToSigFinished(const Signals::Slot<void(Result, const std::string&)>& slot);

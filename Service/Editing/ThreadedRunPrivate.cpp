@@ -1,9 +1,10 @@
 // The state of the run is asked, not followed: what has the worker slot, which thread is on the worker, and
-// whether it has ended. So it does not matter who finalizes it. check() is posted whenever that may have changed,
-// and a check too many does nothing. The slots on the manager's signals note what cannot be asked afterwards.
+// whether it has ended. So it does not matter who finalizes it. check() is posted whenever that may have
+// changed, and a check too many does nothing. The slots on the manager's signals note what cannot be asked
+// afterwards.
 //
-// A frame that calls the manager marks it (Stepping). What comes back in meanwhile only leaves a note: abort() sets
-// isAborting, close() sets isClosed. The frame acts on it when the manager has returned.
+// A frame that calls the manager marks it (Stepping). What comes back in meanwhile only leaves a note:
+// abort() sets isAborting, close() sets isClosed. The frame acts on it when the manager has returned.
 
 #include "Service/Editing/ThreadedRunPrivate.h"
 
