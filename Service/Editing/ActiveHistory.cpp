@@ -6,7 +6,6 @@
 #include "Service/Editing/FirstException.h"
 
 #include <array>
-#include <optional>
 
 namespace Valdane
 {
@@ -27,7 +26,7 @@ public:
     const Document* activeDocument = nullptr;
     CommandManager* activeManager = nullptr;
     /// Empty when the ActiveHistory is destroyed. Slots may do that while a signal is being emitted.
-    std::optional<Listeners> listeners{std::in_place};
+    std::unique_ptr<Listeners> listeners = std::make_unique<Listeners>();
 
 private:
     using Connections = std::array<Signals::Connection, 3>;
@@ -42,7 +41,7 @@ ActiveHistory::Private::Connections ActiveHistory::Private::connectTo(CommandMan
     const auto tell = [this]
     {
         const std::shared_ptr<Private> kept = shared_from_this();
-        if (listeners.has_value())
+        if (listeners != nullptr)
         {
             listeners->updated();
         }
@@ -66,7 +65,7 @@ void ActiveHistory::Private::activate(const Document* document, CommandManager* 
     FirstException failure;
     for (const auto signal : {&Listeners::activeChanged, &Listeners::updated})
     {
-        if (listeners.has_value())
+        if (listeners != nullptr)
         {
             failure.attempt([&] { ((*listeners).*signal)(); });
         }

@@ -21,11 +21,12 @@ class CommandManager;
 ///
 ///     drawing.document.activate(); // its window has the focus now
 ///
-/// Each document has a Document as a member. Its destructor takes the manager out, so that no manager is active
-/// that was destroyed.
+/// Each document has a Document as a member. Its destructor takes the manager out, so that no manager is
+/// active that was destroyed.
 ///
 /// Re-entrancy: a slot may activate another document, and destroy documents and this object.
-/// Failures: if a slot throws, the other signal is still emitted; then the first exception passes to the caller.
+/// Failures: if a slot throws, the other signal is still emitted; then the first exception passes to the
+/// caller.
 /// Thread: as CommandManager.
 class VALDANE_EDITING_EXPORT ActiveHistory
 {

@@ -56,7 +56,7 @@ public:
     /// How many moves are running, one in the other.
     std::uint64_t moves = 0;
     /// Empty when the history is destroyed. Slots may do that while a signal is being emitted.
-    std::optional<Listeners> listeners{std::in_place};
+    std::unique_ptr<Listeners> listeners = std::make_unique<Listeners>();
     Signals::Connection connection;
 
 private:
@@ -75,8 +75,9 @@ private:
 
     /// CommandManager::getPosition() after the change that was told last.
     std::uint64_t position;
-    /// Whether the manager had another number of commands when the last change was told. Once, a slot that was
-    /// called before may have changed the history again, which is told next. Twice in a row, a change was missed.
+    /// Whether the manager had another number of commands when the last change was told. Once, a slot that
+    /// was called before may have changed the history again, which is told next. Twice in a row, a change
+    /// was missed.
     bool isAhead = false;
     HistoryMarks marks;
     /// What was not told yet of the change that is being told, to be applied in this order.
@@ -87,7 +88,7 @@ private:
 template <typename Signal, typename... Args>
 void History::Private::tell(FirstException& failure, Signal Listeners::*signal, const Args&... args)
 {
-    if (listeners.has_value())
+    if (listeners != nullptr)
     {
         failure.attempt([&] { ((*listeners).*signal)(args...); });
     }
@@ -187,12 +188,12 @@ History::MoveResult History::Private::step(std::uint64_t target, bool& hasMoved)
         const bool isDone = isUndo ? manager.undo(1) : manager.redo(1);
         const bool isThere = manager.getPosition() == next;
         // The manager also answers false if the step is done and a slot has opened a group then.
-        if (!isDone && !(isThere && !manager.getOpenGroups().empty()))
+        if (!isDone && (!isThere || manager.getOpenGroups().empty()))
         {
             return MoveResult::CommandFailed;
         }
         hasMoved = true;
-        if (!isThere || !listeners.has_value())
+        if (!isThere || listeners == nullptr)
         {
             return MoveResult::Interrupted;
         }

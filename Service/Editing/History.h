@@ -14,19 +14,19 @@ namespace Valdane
 
 class CommandManager;
 
-/// The history of a manager as rows, for a list in which users pick a state. Each command has a row; the oldest
-/// is first.
+/// The history of a manager as rows, for a list in which users pick a state. Each command has a row; the
+/// oldest is first.
 ///
 ///     History history(manager);
 ///     const auto inserted = history.connectToSigRowsInserted(
 ///         [&](std::uint64_t first, std::uint64_t count) { list.insertRows(first, count); });
 ///     history.moveTo(row + 1);
 ///
-/// Nothing about a row is kept here: the manager is asked, so that a step costs the same with a million rows. Only
-/// the number of rows is kept. It is the one that the signals have told.
+/// Nothing about a row is kept here: the manager is asked, so that a step costs the same with a million
+/// rows. Only the number of rows is kept. It is the one that the signals have told.
 ///
-/// Item models: a change is told after it has happened. That suffices for a model that keeps a row count of its
-/// own, and does in one slot what a toolkit wants before and after a change:
+/// Item models: a change is told after it has happened. That suffices for a model that keeps a row count of
+/// its own, and does in one slot what a toolkit wants before and after a change:
 ///
 ///     removed = history.connectToSigRowsRemoved(
 ///         [this](std::uint64_t first, std::uint64_t count)
@@ -36,15 +36,15 @@ class CommandManager;
 ///             endRemoveRows();
 ///         });
 ///
-/// A change may take several signals. At each of them a row already looks as it does at the end of the change. A
-/// row that is removed by a later signal has an empty text.
+/// A change may take several signals. At each of them a row already looks as it does at the end of the
+/// change. A row that is removed by a later signal has an empty text.
 ///
 /// Re-entrancy: a slot may do what a slot of the manager may, call moveTo(), and destroy this object.
 ///
-/// Failures: if a slot throws, the other signals of the change are still emitted. Then the first exception passes
-/// to the caller who changed the history. A slot of CommandManager::connectToSigHistoryChanged() that throws hides
-/// the change from what was connected later, so make the history first. Otherwise all rows are replaced when a
-/// later change shows that the rows do not fit.
+/// Failures: if a slot throws, the other signals of the change are still emitted. Then the first exception
+/// passes to the caller who changed the history. A slot of CommandManager::connectToSigHistoryChanged() that
+/// throws hides the change from what was connected later, so make the history first. Otherwise all rows are
+/// replaced when a later change shows that the rows do not fit.
 ///
 /// Ownership: the manager must outlive this object.
 /// Thread: as CommandManager.
@@ -80,16 +80,17 @@ public:
     /// Whether @p row has the last command that is done. No row is current if all are undone.
     bool isCurrent(std::uint64_t row) const;
 
-    /// Whether the last save for @p tracker was made when @p row was current. No row is saved if the saved state
-    /// lies before the first one; see CommandManager::getSavedPosition().
+    /// Whether the last save for @p tracker was made when @p row was current. No row is saved if the saved
+    /// state lies before the first one; see CommandManager::getSavedPosition().
     /// @throws VdException if there is no such tracker.
     bool isSaved(std::uint64_t row, std::uint64_t tracker) const;
 
     /// How many rows are done: the position of the manager.
     std::uint64_t getPosition() const;
 
-    // Search: bytes are compared, so upper and lower case differ. Which letters are the same depends on the user's
-    // language, and only the application knows that. Each row contains an empty text. Cost: linear in the rows.
+    // Search: bytes are compared, so upper and lower case differ. Which letters are the same depends on the
+    // user's language, and only the application knows that. Each row contains an empty text. Cost: linear in
+    // the rows.
 
     /// The first row from @p row on whose text contains @p text; empty if there is none.
     std::optional<std::uint64_t> findFrom(std::uint64_t row, const std::string& text) const;
@@ -99,17 +100,18 @@ public:
 
     // Move
 
-    /// Undoes or redoes one command after the other, until @p position commands are done. Stops if one fails, or
-    /// if a slot or a command changes the history. What was undone or redone before stays so.
-    /// @throws VdException if there are fewer commands than @p position; what CommandManager::undo() and redo()
-    ///         throw, and what slots throw.
+    /// Undoes or redoes one command after the other, until @p position commands are done. Stops if one
+    /// fails, or if a slot or a command changes the history. What was undone or redone before stays so.
+    /// @throws VdException if there are fewer commands than @p position; what CommandManager::undo() and
+    ///         redo() throw, and what slots throw.
     MoveResult moveTo(std::uint64_t position);
 
     /// Whether moveTo() is running, so that a view can leave for sigMoved what it need not do at each step.
     bool isMoving() const;
 
-    // Signals: the slot is called until the connection is destroyed. A change first tells which rows it removed and
-    // inserted, or which command has taken in another one; then which rows look different; then sigChanged.
+    // Signals: the slot is called until the connection is destroyed. A change first tells which rows it
+    // removed and inserted, or which command has taken in another one; then which rows look different; then
+    // sigChanged.
 
     /// After rows were removed: the first one and their number.
     [[nodiscard]] Signals::Connection
@@ -119,13 +121,14 @@ public:
     [[nodiscard]] Signals::Connection
     connectToSigRowsInserted(const Signals::Slot<void(std::uint64_t, std::uint64_t)>& slot);
 
-    /// After rows that stay look different: the first one and their number. They became done, undone, current or
-    /// saved, or are no longer so, or a command has taken in another one. CommandBase::setDescription() tells nobody.
+    /// After rows that stay look different: the first one and their number. They became done, undone,
+    /// current or saved, or are no longer so, or a command has taken in another one.
+    /// CommandBase::setDescription() tells nobody.
     [[nodiscard]] Signals::Connection
     connectToSigRowsChanged(const Signals::Slot<void(std::uint64_t, std::uint64_t)>& slot);
 
-    /// After each change, when all about its rows was told. For what depends on the position, or on a saved state
-    /// before the first row.
+    /// After each change, when all about its rows was told. For what depends on the position, or on a saved
+    /// state before the first row.
     [[nodiscard]] Signals::Connection connectToSigChanged(const Signals::Slot<void()>& slot);
 
     /// Once after each moveTo() that has undone or redone anything: how it has ended.

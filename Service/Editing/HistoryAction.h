@@ -25,8 +25,8 @@ struct HistoryActionTexts
     bool operator==(const HistoryActionTexts&) const = default;
 };
 
-/// What UndoAction and RedoAction have in common. They show and do what a menu entry or a toolbar button for undo
-/// or redo needs, so that a toolkit connects both in the same way.
+/// What UndoAction and RedoAction have in common. They show and do what a menu entry or a toolbar button for
+/// undo or redo needs, so that a toolkit connects both in the same way.
 ///
 /// Text and state are always asked of the active manager, so that they are never out of date.
 ///
@@ -53,8 +53,9 @@ public:
     /// Replaces the texts, if the user chooses another language. @throws what slots throw.
     void setTexts(HistoryActionTexts newTexts);
 
-    /// Emits the signal if the action has changed without it. Call it after changes that the manager does not tell:
-    /// a group was opened, or was closed without a command in it, or a command got another description.
+    /// Emits the signal if the action has changed without it. Call it after changes that the manager does
+    /// not tell: a group was opened, or was closed without a command in it, or a command got another
+    /// description.
     /// @throws what slots throw.
     void update();
 

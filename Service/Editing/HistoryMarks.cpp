@@ -12,7 +12,8 @@ namespace
 
 std::optional<std::uint64_t> rowBefore(std::optional<std::uint64_t> position)
 {
-    return position.value_or(0) == 0 ? std::nullopt : std::optional(*position - 1);
+    const std::uint64_t done = position.value_or(0);
+    return done == 0 ? std::nullopt : std::optional(done - 1);
 }
 
 } // namespace

@@ -31,7 +31,7 @@ public:
     struct Ranges
     {
         /// Each mark has left one row and come to another; others became done or undone.
-        std::array<Range, 2 * MarkCount + 2> ranges;
+        std::array<Range, (2 * MarkCount) + 2> ranges;
         std::size_t count = 0;
 
         const Range* begin() const noexcept

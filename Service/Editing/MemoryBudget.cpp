@@ -133,8 +133,8 @@ void MemoryBudget::settle()
 
 bool MemoryBudget::isInStep() const
 {
-    // A slot before this may have changed the history again. Commands leave it at the front and come at the back, so
-    // the ends tell.
+    // A slot before this may have changed the history again. Commands leave it at the front and come at the
+    // back, so the ends tell.
     const auto isAt = [this](const Row& row, std::uint64_t index)
     {
         return row.command == nullptr || row.command == manager.getCommand(index).get();

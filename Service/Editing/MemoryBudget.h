@@ -26,16 +26,16 @@ struct RowChange;
 ///                             return image == nullptr ? std::size_t(500) : image->pixels().size();
 ///                         });
 ///
-/// The newest command that is done always stays, even if it is too large alone. Commands that can be redone count but
-/// are not dropped; the next command that is added replaces them. Save points and modified modules stay right, as with
-/// the manager's limit. The limit of the application holds as well.
+/// The newest command that is done always stays, even if it is too large alone. Commands that can be redone
+/// count but are not dropped; the next command that is added replaces them. Save points and modified modules
+/// stay right, as with the manager's limit. The limit of the application holds as well.
 ///
-/// While commands are dropped, the manager has another limit for a moment. It has its own again before a command dies.
-/// Slots see the other limit only if the constructor or setBudget() drops commands.
+/// While commands are dropped, the manager has another limit for a moment. It has its own again before a
+/// command dies. Slots see the other limit only if the constructor or setBudget() drops commands.
 ///
-/// Failures: what the function throws passes to the caller of the manager, and the command counts nothing until the
-/// next change of the history, which asks again. If a slot that was connected before this throws, a change is missed;
-/// the next one makes up for it.
+/// Failures: what the function throws passes to the caller of the manager, and the command counts nothing
+/// until the next change of the history, which asks again. If a slot that was connected before this throws, a
+/// change is missed; the next one makes up for it.
 ///
 /// Re-entrancy: the function, slots and destructors of commands may call any operation, and may destroy this.
 ///
@@ -44,8 +44,8 @@ struct RowChange;
 class VALDANE_EDITING_EXPORT MemoryBudget
 {
 public:
-    /// Tells how many bytes a command takes. Asked once when it comes into the history, and again when it takes in
-    /// another one, or when the history was changed by a slot of its change.
+    /// Tells how many bytes a command takes. Asked once when it comes into the history, and again when it
+    /// takes in another one, or when the history was changed by a slot of its change.
     using SizeOf = std::function<std::size_t(const CommandBase&)>;
 
     /// Asks for the size of each command that is there, and drops the oldest that are too many.

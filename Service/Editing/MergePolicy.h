@@ -26,17 +26,19 @@ struct HistoryChange;
 ///     policy.add(std::make_shared<InsertTextCommand>(text, "u"), "type in title");
 ///     manager.undo(1); // removes both letters
 ///
-/// Commands are one step if they have the same key and none of these comes between: a pause, a save, an undo or redo,
-/// a command with another key or not added here, endStep(), the end of a group. A command that is a MergeableCommand
-/// is asked to take in the next one. If it does not, the step keeps both.
+/// Commands are one step if they have the same key and none of these comes between: a pause, a save, an undo
+/// or redo, a command with another key or not added here, endStep(), the end of a group. A command that is a
+/// MergeableCommand is asked to take in the next one. If it does not, the step keeps both.
 ///
-/// In the history a command with a key is in a MacroCommand, which is the step. Its description is that of the first
-/// command that has one. Undo, redo and what happens if they fail are those of a MacroCommand.
+/// In the history a command with a key is in a MacroCommand, which is the step. Its description is that of
+/// the first command that has one. Undo, redo and what happens if they fail are those of a MacroCommand.
 ///
-/// Failures: as CommandManager::addOrMergeCommand(). What the clock throws passes to the caller; it is asked before the
-/// command is executed, when nothing has changed, and after it, when the step ends because of that.
+/// Failures: as CommandManager::addOrMergeCommand(). What the clock throws passes to the caller; it is asked
+/// before the command is executed, when nothing has changed, and after it, when the step ends because of
+/// that.
 ///
-/// Re-entrancy: the clock, commands and slots may call any operation. Commands and slots may destroy this, too.
+/// Re-entrancy: the clock, commands and slots may call any operation. Commands and slots may destroy this,
+/// too.
 ///
 /// Ownership: the manager must outlive all calls, but not the destructor. Steps do not need the policy.
 /// Thread: as CommandManager.
@@ -68,8 +70,8 @@ public:
     MergePolicy& operator=(const MergePolicy&) = delete;
     ~MergePolicy();
 
-    /// Executes @p command and puts it into the history, as a part of the newest step if it belongs to it. Ends the
-    /// newest step otherwise.
+    /// Executes @p command and puts it into the history, as a part of the newest step if it belongs to it.
+    /// Ends the newest step otherwise.
     ///
     /// @param command  not executed yet.
     /// @param key      any text that tells what is edited. Commands with an empty key never merge: it is

@@ -25,20 +25,15 @@ struct Rows
 
 std::uint64_t moveBranch(std::uint64_t branch, const RowChange& change)
 {
-    if (branch <= change.first)
-    {
-        return branch;
-    }
-    // What was put in place of others may contain what is not saved.
-    if (change.inserted != 0 || branch < change.first + change.removed)
-    {
-        return change.first;
-    }
-    return branch - change.removed;
+    // Rows come at the end of the history only, so the branch is before them: what took in another command
+    // may have what is not saved.
+    const std::uint64_t removedBefore =
+        std::clamp(branch, change.first, change.first + change.removed) - change.first;
+    return branch - removedBefore;
 }
 
-// Whether commands that left the history may have been on the path. A command that came and left in the same change has
-// no row.
+// Whether commands that left the history may have been on the path. A command that came and left in the same
+// change has no row.
 bool mayTouch(const HistoryChange& change, const Rows& path)
 {
     const auto isRemoval = [](const RowChange& row)
@@ -249,7 +244,8 @@ void SaveState::followLost(Tracked& tracked, const HistoryChange& change) const
 
 void SaveState::correctModules(std::uint64_t tracker, const HistoryChange& change)
 {
-    // When a command was taken, or the last one was dropped, the manager's modules are those from before its command.
+    // When a command was taken, or the last one was dropped, the manager's modules are those from before its
+    // command.
     if (!change.rows.empty() && manager.getSavedPosition(tracker) == manager.getPosition() &&
         !manager.getModifiedModules(tracker).empty())
     {

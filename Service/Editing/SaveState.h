@@ -28,31 +28,32 @@ struct HistoryChange;
 ///     document.write(file);
 ///     saveState.saved(0);
 ///
-/// Make it before the first command. It takes data to which nothing has happened for saved: a new document is not
-/// modified, and is not modified again when all is undone. Call saved() after loading, too.
+/// Make it before the first command. It takes data to which nothing has happened for saved: a new document is
+/// not modified, and is not modified again when all is undone. Call saved() after loading, too.
 ///
-/// The answer is right also if the history does not lead to the save any more, because a command was dropped, taken,
-/// or cannot be redone. While a command waits to be merged, or is in an open group, the data are modified, unless they
-/// were saved since. Modules that the module access interface reports count as modified. It tells nobody when it
-/// reports others; call update() then.
+/// The answer is right also if the history does not lead to the save any more, because a command was dropped,
+/// taken, or cannot be redone. While a command waits to be merged, or is in an open group, the data are
+/// modified, unless they were saved since. Modules that the module access interface reports count as
+/// modified. It tells nobody when it reports others; call update() then.
 ///
-/// If a command leaves the history and the data are as saved, this calls CommandManager::adjustOnSave() again, because
-/// CommandManager::getModifiedModules() may still tell what was modified before that save.
+/// If a command leaves the history and the data are as saved, this calls CommandManager::adjustOnSave()
+/// again, because CommandManager::getModifiedModules() may still tell what was modified before that save.
 ///
-/// Failures: what slots, the module access interface and a command's getDescription() throw passes to the caller, who
-/// may be the caller of the manager. The further slots are not told of that change then. isModified() stays right. A
-/// change that could not be told at all is told with the next one, or by update().
+/// Failures: what slots, the module access interface and a command's getDescription() throw passes to the
+/// caller, who may be the caller of the manager. The further slots are not told of that change then.
+/// isModified() stays right. A change that could not be told at all is told with the next one, or by
+/// update().
 ///
-/// Re-entrancy: slots may call any operation, and may destroy this. What they change is told when all slots have been
-/// told of the change before.
+/// Re-entrancy: slots may call any operation, and may destroy this. What they change is told when all slots
+/// have been told of the change before.
 ///
 /// Ownership: the manager must outlive all calls, but not the destructor.
 /// Thread: as CommandManager.
 class VALDANE_EDITING_EXPORT SaveState
 {
 public:
-    /// Makes the present state the save point of each tracker without one, if the history is empty and no module is
-    /// modified. @throws what slots and the module access interface throw.
+    /// Makes the present state the save point of each tracker without one, if the history is empty and no
+    /// module is modified. @throws what slots and the module access interface throw.
     explicit SaveState(CommandManager& commandManager);
     SaveState(const SaveState&) = delete;
     SaveState& operator=(const SaveState&) = delete;
@@ -63,26 +64,27 @@ public:
     /// @throws VdException if there is no such tracker; what the module access interface throws.
     bool isModified(std::uint64_t tracker) const;
 
-    /// Every module that differs from the last save for @p tracker. Those with commands come first, in the order of
-    /// their oldest one. Empty exactly if isModified() is false.
+    /// Every module that differs from the last save for @p tracker. Those with commands come first, in the
+    /// order of their oldest one. Empty exactly if isModified() is false.
     ///
-    /// Commands that have left the history are known by their modules only. If no undo or redo leads to the save, or a
-    /// command was taken since, modules may be listed that do not differ. None is missing.
+    /// Commands that have left the history are known by their modules only. If no undo or redo leads to the
+    /// save, or a command was taken since, modules may be listed that do not differ. None is missing.
     /// Cost: linear in the commands since the save, and in their modules.
     /// @throws as isModified(), and what a command's getDescription() throws.
     std::vector<UnsavedModule> unsavedChanges(std::uint64_t tracker) const;
 
-    /// Makes the present state the save point of @p tracker with CommandManager::adjustOnSave(), and tells if that
-    /// changes the answer. @throws VdException if there is no such tracker; what slots and the module access interface
-    /// throw.
+    /// Makes the present state the save point of @p tracker with CommandManager::adjustOnSave(), and tells if
+    /// that changes the answer. @throws VdException if there is no such tracker; what slots and the module
+    /// access interface throw.
     void saved(std::uint64_t tracker);
 
-    /// Tells if an answer has changed without a change of the history: call it when the module access interface reports
-    /// other modules, and no command has caused that. @throws what slots and the module access interface throw.
+    /// Tells if an answer has changed without a change of the history: call it when the module access
+    /// interface reports other modules, and no command has caused that. @throws what slots and the module
+    /// access interface throw.
     void update();
 
-    /// When isModified() has another answer: the tracker and the answer. The slot is called until the connection is
-    /// destroyed.
+    /// When isModified() has another answer: the tracker and the answer. The slot is called until the
+    /// connection is destroyed.
     [[nodiscard]] Signals::Connection
     connectToSigModifiedChanged(const Signals::Slot<void(std::uint64_t, bool)>& slot);
 
@@ -90,7 +92,8 @@ private:
     /// What is known of a tracker's save beyond what the manager knows.
     struct Tracked
     {
-        /// Where the path from the save to the data enters the history; the save itself if it is in the history.
+        /// Where the path from the save to the data enters the history; the save itself if it is in the
+        /// history.
         std::uint64_t branch = 0;
         /// What commands modified that are on that path and left the history.
         std::set<const Object*> modulesOfGone;

@@ -155,7 +155,16 @@ void ThreadedRun::Private::start(const std::shared_ptr<CommandBase>& command,
     {
         failStart(isLaunched, std::current_exception());
     }
-    proceed();
+    const auto threads = manager.getThreadManager();
+    const auto thread = threads->getCurrentThread();
+    if (run == nullptr || isClosed || thread == nullptr || !isInSlot())
+    {
+        proceed();
+        return;
+    }
+    // Also if it has ended already: the loop finalizes.
+    run->thread = thread;
+    tryAbort(*threads);
 }
 
 /// @throws @p exception
@@ -438,14 +447,7 @@ bool ThreadedRun::Private::step(ThreadManager& threads)
         run->isDisplaced |= !run->isAborting;
         run->isAborting = true;
     }
-    try
-    {
-        applyAbort(threads);
-    }
-    catch (...)
-    {
-        // The thread knows that it is aborted, and its end is waited for.
-    }
+    tryAbort(threads);
     const auto thread = threads.getCurrentThread();
     const bool isOwn = isInSlot();
     if (isOwn && thread != nullptr)
@@ -489,6 +491,18 @@ void ThreadedRun::Private::finalizeDisplaced(const std::shared_ptr<Thread>& thre
     catch (const std::exception& exception)
     {
         noteFailure(exception.what(), run->description);
+    }
+}
+
+void ThreadedRun::Private::tryAbort(ThreadManager& threads) noexcept
+{
+    try
+    {
+        applyAbort(threads);
+    }
+    catch (...)
+    {
+        // The thread knows that it is aborted, and its end is waited for.
     }
 }
 

@@ -106,6 +106,7 @@ private:
     void proceed();
     bool step(ThreadManager& threads);
     void finalizeDisplaced(const std::shared_ptr<Thread>& thread);
+    void tryAbort(ThreadManager& threads) noexcept;
     void applyAbort(ThreadManager& threads);
     bool putRollback(const std::shared_ptr<Thread>& thread);
     bool isInSlot() const;

@@ -34,8 +34,8 @@ struct VALDANE_EDITING_EXPORT UnsavedModule
     /// The commands of the history that changed it since the save, the oldest first.
     std::vector<UnsavedCommand> commands;
 
-    /// Whether it also has changes of which no command is known: a command that has left the history made them, or one
-    /// that is not in the history yet, or none did.
+    /// Whether it also has changes of which no command is known: a command that has left the history made
+    /// them, or one that is not in the history yet, or none did.
     bool hasOtherChanges = false;
 
     /// One line for each change, in English: "Rename pump", "undone: Rename pump", "other changes".

@@ -303,6 +303,28 @@ TEST_F(MemoryBudgetTest, ASlotThatChangesTheHistoryBeforeItHearsDoesNoHarm)
     EXPECT_EQ(budget->getUsedBytes(), 4U);
 }
 
+TEST_F(MemoryBudgetTest, AHistoryOfTheSameLengthIsNotTakenForTheOneThatWasTold)
+{
+    manager.setMaxQueueSize(2);
+    manager.setUsesMaxQueueSize(true);
+    bool adds = false;
+    const auto earlier = manager.connectToSigHistoryChanged(
+        [&](const HistoryChange&)
+        {
+            if (std::exchange(adds, false))
+            {
+                add("d", 5);
+            }
+        });
+    useBudget(100);
+    add("a", 1);
+    add("b", 1);
+    adds = true;
+    add("c", 2);
+    EXPECT_THAT(history(), ElementsAre("c", "d"));
+    EXPECT_EQ(budget->getUsedBytes(), 7U);
+}
+
 TEST_F(MemoryBudgetTest, AChangeThatAnEarlierSlotHasHiddenIsMadeUpForByTheNext)
 {
     bool throws = false;
