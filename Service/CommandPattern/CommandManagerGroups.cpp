@@ -28,8 +28,10 @@ void CommandManager::Private::endGroup()
                 closed.keepClosed();
                 return;
             }
+            const std::uint64_t newest = closed->newestNumber();
             intake(closed->makeMacro());
             closed.keepClosed();
+            savePoints.queueLoose(undoQueue.size(), newest);
             settle();
         });
     if (isOutermost)

@@ -149,19 +149,17 @@ inline bool CommandManager::Private::isRefusedInGroup(const char* operation,
 
 bool CommandManager::Private::undo(std::uint64_t count, const std::source_location& place)
 {
-    // Asked for each step, because a slot may open a group.
-    while (!isRefusedInGroup("undo", place))
+    bool isRefused = isRefusedInGroup("undo", place);
+    for (; !isRefused && count != 0 && !undoQueue.empty(); --count)
     {
-        if (count-- == 0 || undoQueue.empty())
-        {
-            return true;
-        }
         if (!undoOne(place))
         {
             return false;
         }
+        // Again before each further step, because a slot may have opened a group.
+        isRefused = count != 1 && !undoQueue.empty() && isRefusedInGroup("undo", place);
     }
-    return false;
+    return !isRefused;
 }
 
 bool CommandManager::Private::abandonGroup(const std::source_location& place)
@@ -236,18 +234,17 @@ inline bool CommandManager::Private::redoOne(const std::source_location& place)
 
 bool CommandManager::Private::redo(std::uint64_t count, const std::source_location& place)
 {
-    while (!isRefusedInGroup("redo", place))
+    bool isRefused = isRefusedInGroup("redo", place);
+    for (; !isRefused && count != 0 && !redoQueue.empty(); --count)
     {
-        if (count-- == 0 || redoQueue.empty())
-        {
-            return true;
-        }
         if (!redoOne(place))
         {
             return false;
         }
+        // Again before each further step, because a slot may have opened a group.
+        isRefused = count != 1 && !redoQueue.empty() && isRefusedInGroup("redo", place);
     }
-    return false;
+    return !isRefused;
 }
 
 void CommandManager::Private::queue(std::shared_ptr<CommandBase> command)

@@ -71,6 +71,17 @@ void SavePoints::takeNewest(std::uint64_t position) noexcept
     keepIf([&](State& state) { return state.position-- >= position; });
 }
 
+void SavePoints::queueLoose(std::uint64_t position, std::uint64_t loose) noexcept
+{
+    for (std::optional<State>& state : saved)
+    {
+        if (state == State{.position = position - 1, .loose = loose})
+        {
+            state = State{.position = position};
+        }
+    }
+}
+
 void SavePoints::dropLoose(std::uint64_t loose) noexcept
 {
     keepIf(

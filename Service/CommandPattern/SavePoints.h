@@ -54,6 +54,9 @@ public:
     /// The newest of @p position commands that are done was taken out of the history, and stays executed.
     void takeNewest(std::uint64_t position) noexcept;
 
+    /// The commands up to @p loose have become the newest of @p position commands that are done.
+    void queueLoose(std::uint64_t position, std::uint64_t loose) noexcept;
+
     /// The commands up to @p loose were forgotten, and stay executed.
     void dropLoose(std::uint64_t loose) noexcept;
 

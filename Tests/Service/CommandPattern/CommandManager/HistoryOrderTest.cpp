@@ -738,7 +738,7 @@ TEST_F(GroupOrder, IfItCannotBeQueuedItStaysOpen)
     EXPECT_EQ(partsOf(manager.getUndoCommand()), "G(C)");
 }
 
-TEST_F(GroupOrder, WhatIsSavedInItIsLostWithIt)
+TEST_F(GroupOrder, WhatIsSavedInItIsLostUnlessItIsItsEnd)
 {
     manager.beginGroup("G");
     add("A");
@@ -750,7 +750,30 @@ TEST_F(GroupOrder, WhatIsSavedInItIsLostWithIt)
     manager.abandonGroup();
     EXPECT_EQ(savedPositions(), "0-");
     manager.endGroup();
+    EXPECT_EQ(savedPositions(), "1-") << "nothing came after the save";
+    manager.beginGroup("G");
+    add("C");
+    manager.adjustOnSave(0);
+    add("D");
+    manager.endGroup();
     EXPECT_EQ(savedPositions(), "--") << "undo leads to the state before the group only";
+}
+
+TEST_F(GroupOrder, ASlotThatOpensOneStopsFurtherSteps)
+{
+    fill("abc");
+    onSignal = [&](const std::string& signal)
+    {
+        if (signal == "undone")
+        {
+            manager.beginGroup("G");
+        }
+    };
+    EXPECT_FALSE(manager.undo(2));
+    EXPECT_EQ(manager.getPosition(), 2U);
+    manager.endGroup();
+    EXPECT_TRUE(manager.undo(1)) << "this step was done";
+    EXPECT_EQ(manager.getPosition(), 1U);
 }
 
 TEST_F(GroupOrder, CommandsAreMergedWithTheLastOneInIt)

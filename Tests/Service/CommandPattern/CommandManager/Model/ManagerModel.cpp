@@ -158,10 +158,24 @@ catch (const std::exception& exception)
     return false;
 }
 
+/// Whether the present state is saved. For all that is known, it is that of a command on its way from undo to redo if that
+/// had as many before it.
+bool ManagerModel::isSaved() const
+{
+    DataState state = dataState();
+    bool is = std::ranges::count(saved, state) != 0;
+    for (const auto& [ofEntry, position] : moving)
+    {
+        state.ofEntry = ofEntry;
+        is = is || (position == undoQueue.size() && std::ranges::count(saved, state) != 0);
+    }
+    return is;
+}
+
 /// Whether the newest command has taken in @p command.
 bool ManagerModel::merges(const CommandPtr& command, bool mayMerge)
 {
-    if (!mayMerge || !waiting().commands.empty() || std::ranges::count(saved, dataState()) != 0)
+    if (!mayMerge || !waiting().commands.empty() || isSaved())
     {
         return false;
     }
@@ -273,7 +287,7 @@ ManagerModel::Told ManagerModel::whatIs() const
 /// A slot that changes the history is told of that when it has returned.
 void ManagerModel::tell()
 {
-    if (isTelling || held != 0)
+    if (isTelling || !moving.empty())
     {
         return;
     }
@@ -540,6 +554,10 @@ void ManagerModel::endGroup()
                 groups.push_front(group);
                 throw;
             }
+            const DataState before{undoQueue.size() == 1 ? firstState : std::prev(undoQueue.end(), 2)->state,
+                                   stateOf(group)};
+            std::ranges::replace(saved, std::optional(before),
+                                 std::optional(DataState{undoQueue.back().state, 0}));
             world.mark();
             applyLimit();
         });
@@ -703,9 +721,9 @@ void ManagerModel::moveToRedo(Entry entry, const Rows& afterwards)
     try
     {
         // The entry is in neither queue, so that nothing can be told.
-        ++held;
+        moving.emplace_back(entry.state, undoQueue.size() + 1);
         const bool isKept = isRedoCapable(*entry.command);
-        --held;
+        moving.pop_back();
         followStep(afterwards, entry);
         if (isKept)
         {
@@ -715,7 +733,7 @@ void ManagerModel::moveToRedo(Entry entry, const Rows& afterwards)
     }
     catch (...)
     {
-        --held;
+        moving.pop_back();
         followStep(afterwards, entry);
         forget();
         throw;
@@ -736,12 +754,12 @@ void ManagerModel::followStep(const Rows& expected, Entry& entry)
 
 bool ManagerModel::undo(std::uint64_t count)
 {
-    while (!refuses("undo"))
+    if (refuses("undo"))
     {
-        if (count-- == 0 || undoQueue.empty())
-        {
-            return true;
-        }
+        return false;
+    }
+    for (; count != 0 && !undoQueue.empty(); --count)
+    {
         const Entry entry = undoQueue.back();
         const Rows before = rows();
         if (!step("Undo", *entry.command, Call::Undo))
@@ -758,18 +776,22 @@ bool ManagerModel::undo(std::uint64_t count)
             });
         emit("undone");
         emit("queueChanged 0");
+        if (count > 1 && !undoQueue.empty() && refuses("undo"))
+        {
+            return false;
+        }
     }
-    return false;
+    return true;
 }
 
 bool ManagerModel::redo(std::uint64_t count)
 {
-    while (!refuses("redo"))
+    if (refuses("redo"))
     {
-        if (count-- == 0 || redoQueue.empty())
-        {
-            return true;
-        }
+        return false;
+    }
+    for (; count != 0 && !redoQueue.empty(); --count)
+    {
         Entry entry = redoQueue.back();
         const Rows before = rows();
         if (!step("Redo", *entry.command, Call::Redo))
@@ -786,8 +808,12 @@ bool ManagerModel::redo(std::uint64_t count)
             });
         emit("executed");
         emit("queueChanged 1");
+        if (count > 1 && !redoQueue.empty() && refuses("redo"))
+        {
+            return false;
+        }
     }
-    return false;
+    return true;
 }
 
 void ManagerModel::undoAll()

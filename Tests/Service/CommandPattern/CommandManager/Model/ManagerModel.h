@@ -142,6 +142,7 @@ private:
     std::vector<unsigned> states() const;
     unsigned looseState() const;
     DataState dataState() const;
+    bool isSaved() const;
     void forgetRedo();
     void loseSavesAfter(std::size_t position);
     void dropAll();
@@ -176,7 +177,8 @@ private:
     bool hasChanged = false;
     unsigned changeCount = 0;
     bool isTelling = false;
-    int held = 0;
+    /// The entries on their way from undo to redo: the state with each, and its position. Nothing is told meanwhile.
+    std::vector<std::pair<unsigned, std::size_t>> moving;
     Modules modulesOfRemoved = 0;
 };
 
