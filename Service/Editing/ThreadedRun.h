@@ -103,6 +103,7 @@ public:
     /// @throws VdException if @p post is empty.
     ThreadedRun(CommandManager& commandManager, PostFunction post, Edits edits, Clock clock = {},
                 RunEndFunction onRunEnd = {});
+
     ThreadedRun(const ThreadedRun&) = delete;
     ThreadedRun& operator=(const ThreadedRun&) = delete;
 
