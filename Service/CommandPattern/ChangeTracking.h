@@ -40,7 +40,7 @@ struct ChangeTracking
     const ModuleSet& modulesAtPosition(std::size_t tracker, const CommandQueue& undoQueue,
                                        const CommandQueue& redoQueue) const;
 
-    /// Makes the position between the queues the save point of @p tracker: computes its sets anew in all entries,
+    /// Makes the position between the queues the save point of @p tracker: replaces its sets in all entries,
     /// from there outwards.
     ///
     /// Shares sets with the other tracker if that one was saved at the same position.

@@ -15,7 +15,7 @@ namespace Valdane
 namespace
 {
 
-// The limit and a memory budget do so, and a step goes on after it.
+// The limit and a memory budget do so. That does not end a step.
 bool dropsOldestOnly(const HistoryChange& change)
 {
     return change.rows.size() == 1 && change.rows.front().first == 0 && change.rows.front().inserted == 0 &&

@@ -297,7 +297,7 @@ TEST_F(MergePolicyTest, TheLimitDropsNothingForACommandThatMerges)
     EXPECT_THAT(manager.collectUndoCommandDescriptions(), ElementsAre("Type a", "x"));
     manager.setMaxQueueSize(1);
     type("c");
-    EXPECT_THAT(manager.collectUndoCommandDescriptions(), ElementsAre("Type a")) << "the step goes on";
+    EXPECT_THAT(manager.collectUndoCommandDescriptions(), ElementsAre("Type a")) << "the same step";
     manager.undo(1);
     EXPECT_EQ(text, "");
 }
