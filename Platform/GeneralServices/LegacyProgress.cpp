@@ -125,6 +125,10 @@ inline LegacyProgress* LegacyProgress::asAttachable(const std::shared_ptr<Progre
 
 inline void LegacyProgress::detach() noexcept
 {
+    if (valdaneParent == nullptr)
+    {
+        return;
+    }
     if (valdaneNextSibling != nullptr)
     {
         valdaneNextSibling->valdanePreviousSibling = valdanePreviousSibling;
@@ -133,7 +137,7 @@ inline void LegacyProgress::detach() noexcept
     {
         valdanePreviousSibling->valdaneNextSibling = valdaneNextSibling;
     }
-    else if (valdaneParent != nullptr)
+    else
     {
         valdaneParent->valdaneFirstChild = valdaneNextSibling;
     }

@@ -64,18 +64,7 @@ CommandManager::~CommandManager()
 
 bool CommandManager::addCommand(std::shared_ptr<CommandBase> command)
 {
-    if (command == nullptr)
-    {
-        return false;
-    }
-    const std::source_location here = std::source_location::current();
-    // First, so that no command is executed that could not be queued.
-    d->reserveOne();
-    const auto work = [&]
-    {
-        d->execute(*command, here);
-    };
-    if (!d->process(*command, "Execution", work, [] { return false; }))
+    if (command == nullptr || !d->executeToQueue(*command, std::source_location::current()))
     {
         return false;
     }
@@ -86,18 +75,8 @@ bool CommandManager::addCommand(std::shared_ptr<CommandBase> command)
 
 bool CommandManager::addOrMergeCommand(std::shared_ptr<CommandBase> command)
 {
-    if (command == nullptr)
-    {
-        return false;
-    }
-    const std::source_location here = std::source_location::current();
     const bool mayMerge = d->redoQueue.empty() || !d->groups.empty();
-    d->reserveOne();
-    const auto work = [&]
-    {
-        d->execute(*command, here);
-    };
-    if (!d->process(*command, "Execution", work, [] { return false; }))
+    if (command == nullptr || !d->executeToQueue(*command, std::source_location::current()))
     {
         return false;
     }
@@ -169,12 +148,36 @@ std::shared_ptr<CommandBase> CommandManager::takeLastExecutedCommand()
 
 bool CommandManager::undo(std::uint64_t count)
 {
-    return d->undo(count, std::source_location::current());
+    const std::source_location here = std::source_location::current();
+    bool isRefused = d->isRefusedInGroup("undo", here);
+    while (!isRefused && count != 0 && !d->undoQueue.empty())
+    {
+        if (!d->undoOne(here))
+        {
+            return false;
+        }
+        --count;
+        // Again, because a slot may have opened a group.
+        isRefused = count != 0 && !d->undoQueue.empty() && d->isRefusedInGroup("undo", here);
+    }
+    return !isRefused;
 }
 
 bool CommandManager::redo(std::uint64_t count)
 {
-    return d->redo(count, std::source_location::current());
+    const std::source_location here = std::source_location::current();
+    bool isRefused = d->isRefusedInGroup("redo", here);
+    while (!isRefused && count != 0 && !d->redoQueue.empty())
+    {
+        if (!d->redoOne(here))
+        {
+            return false;
+        }
+        --count;
+        // Again, because a slot may have opened a group.
+        isRefused = count != 0 && !d->redoQueue.empty() && d->isRefusedInGroup("redo", here);
+    }
+    return !isRefused;
 }
 
 void CommandManager::undoAll()

@@ -19,6 +19,16 @@ namespace Valdane
 
 const Logging managerLogger("Service/CommandPattern/CommandManager");
 
+namespace
+{
+
+void logRefusal(const std::string& text, const std::source_location& place)
+{
+    managerLogger.logERROR(text, place.file_name(), place.function_name(), static_cast<int>(place.line()));
+}
+
+} // namespace
+
 CommandManager::Private::Private()
     : workerSlot(*this, managerLogger),
       progress(std::make_shared<LegacyProgress>()),
@@ -38,6 +48,17 @@ void CommandManager::Private::execute(CommandBase& command, const std::source_lo
     progressOf(command).setComplete();
 }
 
+bool CommandManager::Private::executeToQueue(CommandBase& command, const std::source_location& place)
+{
+    // First, so that no command is executed that could not be queued.
+    reserveOne();
+    const auto work = [&]
+    {
+        execute(command, place);
+    };
+    return process(command, "Execution", work, [] { return false; });
+}
+
 void CommandManager::Private::reportFailure(const std::exception& exception, const char* context,
                                             const CommandBase& command)
 {
@@ -53,25 +74,26 @@ inline bool CommandManager::Private::askWhetherRedoCapable(CommandBase& command)
     return command.isRedoCapable();
 }
 
+// Apart from keepForRedo(), which most steps leave without it.
+void CommandManager::Private::forgetRedoWith(const QueuedCommand& undone)
+{
+    savePoints.dropAfter(undoQueue.size());
+    historyChanges.replaceRows(undoQueue.size(), 1 + redoQueue.size(), 0);
+    try
+    {
+        historyChanges.addModules(undone.modules().modulesOfCommand);
+        noteModulesOf(redoQueue);
+    }
+    catch (...)
+    {
+        redoQueue.dropAll();
+        throw;
+    }
+    redoQueue.dropAll();
+}
+
 inline void CommandManager::Private::keepForRedo(QueuedCommand&& entry, const Rows& afterwards)
 {
-    // The older entries for redo are gone when this ends early.
-    const auto forget = [&]
-    {
-        savePoints.dropAfter(undoQueue.size());
-        historyChanges.replaceRows(undoQueue.size(), 1 + redoQueue.size(), 0);
-        try
-        {
-            historyChanges.addModules(entry.modules().modulesOfCommand);
-            noteModulesOf(redoQueue);
-        }
-        catch (...)
-        {
-            redoQueue.dropAll();
-            throw;
-        }
-        redoQueue.dropAll();
-    };
     try
     {
         const bool isRedoCapable = askWhetherRedoCapable(*entry.command);
@@ -85,10 +107,10 @@ inline void CommandManager::Private::keepForRedo(QueuedCommand&& entry, const Ro
     catch (...)
     {
         followStep(afterwards);
-        forget();
+        forgetRedoWith(entry);
         throw;
     }
-    forget();
+    forgetRedoWith(entry);
 }
 
 inline void CommandManager::Private::runUndo(CommandBase& command, const std::source_location& place) const
@@ -100,7 +122,7 @@ inline void CommandManager::Private::runUndo(CommandBase& command, const std::so
     trace(managerLogger, "Undo command '", name, "' executed.", place);
 }
 
-inline bool CommandManager::Private::undoOne(const std::source_location& place)
+bool CommandManager::Private::undoOne(const std::source_location& place)
 {
     // First, so that no command is undone that could not be kept for redo.
     redoQueue.reserveOne(undoQueue);
@@ -127,39 +149,6 @@ inline bool CommandManager::Private::undoOne(const std::source_location& place)
     sigCommandUndone();
     sigCommandQueueChanged(CommandUndone);
     return true;
-}
-
-inline bool CommandManager::Private::isRefusedInGroup(const char* operation,
-                                                      const std::source_location& place) const
-{
-    if (groups.empty())
-    {
-        return false;
-    }
-    try
-    {
-        requireNoGroup(operation, place);
-        return false;
-    }
-    catch (const VdException&)
-    {
-        return true;
-    }
-}
-
-bool CommandManager::Private::undo(std::uint64_t count, const std::source_location& place)
-{
-    bool isRefused = isRefusedInGroup("undo", place);
-    for (; !isRefused && count != 0 && !undoQueue.empty(); --count)
-    {
-        if (!undoOne(place))
-        {
-            return false;
-        }
-        // Again before each further step, because a slot may have opened a group.
-        isRefused = count != 1 && !undoQueue.empty() && isRefusedInGroup("undo", place);
-    }
-    return !isRefused;
 }
 
 bool CommandManager::Private::abandonGroup(const std::source_location& place)
@@ -198,7 +187,7 @@ bool CommandManager::Private::abandonGroup(const std::source_location& place)
     return true;
 }
 
-inline bool CommandManager::Private::redoOne(const std::source_location& place)
+bool CommandManager::Private::redoOne(const std::source_location& place)
 {
     // First, so that no command is redone that could not be kept for undo.
     undoQueue.reserveOne(redoQueue);
@@ -230,21 +219,6 @@ inline bool CommandManager::Private::redoOne(const std::source_location& place)
     sigCommandExecuted();
     sigCommandQueueChanged(CommandRedone);
     return true;
-}
-
-bool CommandManager::Private::redo(std::uint64_t count, const std::source_location& place)
-{
-    bool isRefused = isRefusedInGroup("redo", place);
-    for (; !isRefused && count != 0 && !redoQueue.empty(); --count)
-    {
-        if (!redoOne(place))
-        {
-            return false;
-        }
-        // Again before each further step, because a slot may have opened a group.
-        isRefused = count != 1 && !redoQueue.empty() && isRefusedInGroup("redo", place);
-    }
-    return !isRefused;
 }
 
 void CommandManager::Private::queue(std::shared_ptr<CommandBase> command)
@@ -404,7 +378,7 @@ const QueuedCommand& CommandManager::Private::entryAt(std::uint64_t index) const
 
 void CommandManager::Private::refuse(const std::string& text, const std::source_location& place)
 {
-    managerLogger.logERROR(text, place.file_name(), place.function_name(), static_cast<int>(place.line()));
+    logRefusal(text, place);
     throw VdException(text, place);
 }
 
@@ -412,10 +386,21 @@ void CommandManager::Private::requireNoGroup(const char* operation, const std::s
 {
     if (!groups.empty())
     {
-        refuse(std::string(operation) + "() is refused while the group '" + groups.back().getDescription() +
-                   "' is open",
-               place);
+        refuse(refusalInGroup(operation), place);
     }
+}
+
+bool CommandManager::Private::logRefusalInGroup(const char* operation,
+                                                const std::source_location& place) const
+{
+    logRefusal(refusalInGroup(operation), place);
+    return true;
+}
+
+std::string CommandManager::Private::refusalInGroup(const char* operation) const
+{
+    return std::string(operation) + "() is refused while the group '" + groups.back().getDescription() +
+           "' is open";
 }
 
 std::set<const Object*> CommandManager::Private::modifiedModules(std::uint64_t tracker) const

@@ -51,12 +51,17 @@ public:
     template <typename Work, typename Flag>
     bool process(CommandBase& command, const char* context, const Work& work, const Flag& flagAfterwards);
 
+    /// Executes a command that is to be queued. @return false if it failed
+    /// @throws std::bad_alloc, with nothing changed, if it could not be queued.
+    bool executeToQueue(CommandBase& command, const std::source_location& place);
+
     /// Executes @p command between two trace lines, resetting and completing its progress.
     void execute(CommandBase& command, const std::source_location& place) const;
 
-    /// CommandManager::undo() and redo(). @param place  where the trace lines say that they are written
-    bool undo(std::uint64_t count, const std::source_location& place);
-    bool redo(std::uint64_t count, const std::source_location& place);
+    /// One whole step of undo or redo, with its signals at the end. @return false if the command failed
+    /// @param place  where the trace lines say that they are written
+    bool undoOne(const std::source_location& place);
+    bool redoOne(const std::source_location& place);
 
     /// Writes the failure to the log and emits sigCommandFailed.
     void reportFailure(const std::exception& exception, const char* context, const CommandBase& command);
@@ -66,9 +71,6 @@ public:
     /// their sources.
     void logException(const std::exception& exception, const std::string& context,
                       const std::string& commandDescription);
-
-    /// Makes sure that the command that is executed next can be queued. @throws std::bad_alloc, with nothing changed.
-    void reserveOne();
 
     /// Does @p work, which changes the history, and then tells what has changed, even if @p work fails.
     template <typename Work>
@@ -116,7 +118,10 @@ public:
     }
 
     /// While a group is open, writes an error line that names @p operation. @return whether one is open
-    bool isRefusedInGroup(const char* operation, const std::source_location& place) const;
+    bool isRefusedInGroup(const char* operation, const std::source_location& place) const
+    {
+        return !groups.empty() && logRefusalInGroup(operation, place);
+    }
 
     /// The same. @throws VdException while a group is open.
     void requireNoGroup(const char* operation, const std::source_location& place) const;
@@ -174,10 +179,6 @@ public:
     Signals::Signal<void(const char*, const std::string&)> sigCommandFailed;
 
 private:
-    /// One whole step, with its signals at the end. @return false if the command failed
-    bool undoOne(const std::source_location& place);
-    bool redoOne(const std::source_location& place);
-
     /// By which a step of undo or redo notices that its command has changed the history itself.
     struct Rows
     {
@@ -206,12 +207,20 @@ private:
     /// Puts an undone entry on top of the redo queue. If its command is not redo-capable, or its
     /// isRedoCapable() throws, empties the redo queue instead: the older entries there could not be redone
     /// without this one.
-    bool askWhetherRedoCapable(CommandBase& command);
     void keepForRedo(QueuedCommand&& entry, const Rows& afterwards);
+    bool askWhetherRedoCapable(CommandBase& command);
+    void forgetRedoWith(const QueuedCommand& undone);
+
+    /// Writes the error line of isRefusedInGroup(). @return true @pre a group is open (not checked).
+    bool logRefusalInGroup(const char* operation, const std::source_location& place) const;
+    std::string refusalInGroup(const char* operation) const;
 
     /// Queues @p command, merged with all that waits for it. If that fails, these wait again.
     void record(std::shared_ptr<CommandBase>&& command);
     void enqueue(std::shared_ptr<CommandBase>&& command);
+
+    /// Makes sure that the command that is executed next can be queued. @throws std::bad_alloc, with nothing changed.
+    void reserveOne();
 
     /// What queue() does before and after the command is in the undo queue.
     void intake(std::shared_ptr<CommandBase>&& command);

@@ -79,9 +79,17 @@ public:
     /// @throws std::bad_alloc, the queue and @p entry then unchanged; not after reserveOne().
     void pushBack(QueuedCommand&& entry)
     {
-        reserveOne(*this);
-        last = isBlockLimit() ? &placeAt(count) : last + 1;
-        *last = std::move(entry);
+        if (isBlockLimit())
+        {
+            reserveOne(*this);
+            last = &placeAt(count);
+        }
+        else
+        {
+            ++last;
+        }
+        last->command.swap(entry.command);
+        last->sharedModules.swap(entry.sharedModules);
         ++count;
     }
 
@@ -116,7 +124,10 @@ public:
             return copy;
         }
         QueuedCommand taken = takeBack();
-        taken.sharedModules = copy.sharedModules;
+        if (taken.sharedModules != copy.sharedModules)
+        {
+            taken.sharedModules = copy.sharedModules;
+        }
         return taken;
     }
 

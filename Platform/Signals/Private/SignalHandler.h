@@ -80,13 +80,22 @@ private:
             {
                 callFunction(args...);
             }
-            else if (!tracked().callLocked([&] { callFunction(args...); }))
+            else
+            {
+                callTracked(args...);
+            }
+        }
+
+    private:
+        // Out of the way of slots that track nothing.
+        [[gnu::noinline]] void callTracked(SlotArgument<Args>... args)
+        {
+            if (!tracked().callLocked([&] { callFunction(args...); }))
             {
                 SlotList::disconnect(*this);
             }
         }
 
-    private:
         void callFunction(SlotArgument<Args>... args)
         {
             const SlotList::Call running(*this);

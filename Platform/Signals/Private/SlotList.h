@@ -88,7 +88,7 @@ private:
         first = std::move(node);
     }
 
-    // Rare; inlined, it would weigh on the walk.
+    // These two are rare; inlined, they would weigh on the walk.
     [[gnu::noinline]] void remove(SlotNode& node) noexcept
     {
         const boost::intrusive_ptr<SlotNode> removed(&node);
@@ -96,7 +96,7 @@ private:
         destroyIdleCallable(node);
     }
 
-    static void destroyIdleCallable(SlotNode& node) noexcept
+    [[gnu::noinline]] static void destroyIdleCallable(SlotNode& node) noexcept
     {
         if (node.calls == 0 && std::exchange(node.hasCallable, false))
         {
