@@ -48,6 +48,7 @@ function(valdane_add_library name)
                  CXX_VISIBILITY_PRESET hidden
                  VISIBILITY_INLINES_HIDDEN ON
                  CXX_EXTENSIONS OFF
+                 UNITY_BUILD ${VALDANE_UNITE_LIBRARIES}
                  # Installed, each finds the others beside it.
                  INSTALL_RPATH "$ORIGIN")
     # A library calls its own functions, exported or not, without the detour that would let others replace them; and those
@@ -87,24 +88,29 @@ function(valdane_test_flags target)
   endif()
 endfunction()
 
-# valdane_add_test(<Name> SOURCES ... [DEPENDS ...] [THREADS])
+# valdane_add_test(<Name> SOURCES ... [DEPENDS ...] [THREADS] [LONG])
 #
 # One GoogleTest executable, which is one ctest: a process for each test case takes longer to start than to run, most of
 # all with sanitizers. THREADS says that it starts threads: it then has the label "threads" and belongs to the target
-# thread-tests, which is what runs under the thread sanitizer.
+# thread-tests, which is what runs under the thread sanitizer. LONG says that it takes many seconds: ctest starts it before
+# the others, so that no processor waits for it at the end.
 function(valdane_add_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "THREADS" "" "SOURCES;DEPENDS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "THREADS;LONG" "" "SOURCES;DEPENDS")
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_DEPENDS} GTest::gmock_main)
   target_compile_features(${name} PRIVATE cxx_std_20)
   set_target_properties(${name} PROPERTIES CXX_EXTENSIONS OFF)
   valdane_test_flags(${name})
   target_precompile_headers(${name} REUSE_FROM PrecompiledTestHeaders)
+  set(cost 0)
+  if(arg_LONG)
+    set(cost 1)
+  endif()
   set(label unit)
   if(arg_THREADS)
     set(label threads)
     add_dependencies(thread-tests ${name})
   endif()
   add_test(NAME ${name} COMMAND ${name})
-  set_tests_properties(${name} PROPERTIES LABELS ${label} TIMEOUT 600)
+  set_tests_properties(${name} PROPERTIES LABELS ${label} TIMEOUT 600 COST ${cost})
 endfunction()
