@@ -1,3 +1,6 @@
+// The first command. You learn what a command is: execute() makes a change, and undo() takes it back. The
+// manager runs it, keeps it for undo and redo, and tells the slot that you connect.
+
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandManager.h"
 

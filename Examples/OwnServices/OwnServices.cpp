@@ -1,4 +1,6 @@
-// The command library in an application with a journal, a worker and a tree of parts of its own.
+// The library on services of your own. You learn how an application with a journal, a worker thread and a
+// tree of parts puts them in the place of ours, under the same header paths. The folder Platform has its
+// services, Workshop what they stand on.
 
 #include "Platform/Multitasking/ThreadManager.h"
 #include "Platform/Parameterization/AttributeDescription.h"
