@@ -1,72 +1,45 @@
 // Short answers to "how do I ...?": one function each, and what comes out of it.
 
 #include "Platform/GeneralServices/LegacyProgress.h"
-#include "Platform/Multitasking/Thread.h"
-#include "Platform/Parameterization/Object.h"
 #include "Platform/Signals/Connection.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandCollector.h"
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/MacroCommand.h"
-#include "Service/CommandPattern/ModuleAccessInterface.h"
-#include "Service/CommandPattern/ThreadedCommand.h"
-#include "Service/CommandPattern/ThreadedMacroCommand.h"
+#include "Service/CommandPattern/MergeableCommand.h"
+#include "Service/Editing/ActiveHistory.h"
+#include "Service/Editing/CommandGroup.h"
+#include "Service/Editing/History.h"
+#include "Service/Editing/MemoryBudget.h"
+#include "Service/Editing/MergePolicy.h"
+#include "Service/Editing/SaveState.h"
+#include "Service/Editing/UndoAction.h"
+#include "Service/Editing/UnsavedModule.h"
 
-#include <spdlog/sinks/base_sink.h>
 #include <spdlog/spdlog.h>
 
-#include <array>
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <iostream>
 #include <list>
 #include <memory>
-#include <mutex>
-#include <optional>
-#include <set>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <utility>
 
-using Valdane::CommandBase;
-using Valdane::CommandCollector;
-using Valdane::CommandManager;
-using Valdane::LegacyProgress;
-using Valdane::MacroCommand;
-using Valdane::Object;
-using Valdane::Thread;
-using Valdane::ThreadedMacroCommand;
+using namespace Valdane;
 
 namespace
 {
 
-// A document of one module, with its mark.
-class Document : public Valdane::ModuleAccessInterface
-{
-public:
-    std::set<const Object*> getModifiedModulesFromBusiness() override
-    {
-        return isMarked ? std::set<const Object*>{&module} : std::set<const Object*>{};
-    }
-
-    void markAllModulesInBusinessAsUnmodified() override { isMarked = false; }
-
-    bool isMarked = false;
-
-private:
-    Object module{"document"};
-};
-
 // Appends letters to a text, but no question mark.
-class TypeCmd : public CommandBase
+class TypeCmd : public CommandBase, public MergeableCommand
 {
 public:
-    TypeCmd(std::string& changedText, const std::string& typed, Document* changedDocument)
-        : CommandBase("Type '" + typed + "'"),
-          text(changedText),
-          letters(typed),
-          document(changedDocument)
+    TypeCmd(std::string& changedText, const std::string& typed)
+        : CommandBase("Type '" + typed + "'"), text(changedText), letters(typed)
     {
     }
 
@@ -77,37 +50,34 @@ public:
             throw std::runtime_error("no questions");
         }
         text += letters;
-        if (document != nullptr)
-        {
-            document->isMarked = true;
-        }
     }
 
     void undo() override { text.resize(text.size() - letters.size()); }
 
-    // Makes this command do what the next one did, too. False after the end of a word, and if the
-    // next one changes something else.
-    bool takeUp(const TypeCmd& next)
+    // Makes this command do what the next one did, too.
+    bool mergeWith(const CommandBase& next) override
     {
-        if (letters.back() == ' ' || &next.text != &text || next.document != document)
+        const auto* typed = dynamic_cast<const TypeCmd*>(&next);
+        if (typed == nullptr || &typed->text != &text)
         {
             return false;
         }
-        letters += next.letters;
-        setDescription("Type '" + letters + "'");
+        std::string both = letters + typed->letters;
+        setDescription("Type '" + both + "'");
+        letters = std::move(both);
         return true;
     }
+
+    std::size_t size() const { return letters.size(); }
 
 private:
     std::string& text;
     std::string letters;
-    Document* document;
 };
 
-std::shared_ptr<TypeCmd> typing(std::string& text, const std::string& letters,
-                                Document* document = nullptr)
+std::shared_ptr<TypeCmd> typing(std::string& text, const std::string& letters)
 {
-    return std::make_shared<TypeCmd>(text, letters, document);
+    return std::make_shared<TypeCmd>(text, letters);
 }
 
 void title(const std::string& text)
@@ -123,86 +93,30 @@ void print(const std::list<std::string>& lines)
     }
 }
 
-std::string menuText(const std::string& verb, const std::shared_ptr<const CommandBase>& command)
-{
-    return command == nullptr ? verb : verb + " " + command->getDescription();
-}
-
 void showTheMenu()
 {
     title("menu");
     std::string text;
     CommandManager manager;
-    const auto refresh = [&]
+    UndoAction undo(manager, {.pattern = "Undo %1", .plain = "Undo"});
+    const auto draw = [&]
     {
-        std::cout << "[" << menuText("Undo", manager.getUndoCommand()) << "] ["
-                  << menuText("Redo", manager.getRedoCommand()) << "]\n";
+        std::cout << undo.getText() << (undo.isEnabled() ? "\n" : " (disabled)\n");
     };
-    const auto connection = manager.connectToSigCommandQueueChanged([&](auto) { refresh(); });
+    const auto changed = undo.connectToSigChanged(draw);
+
     manager.addCommand(typing(text, "a"));
-    manager.undo(1);
+    undo.trigger(); // a click
 }
 
-// Follows the state that was saved last.
-class SaveMark
+// A row for each command. A click on a row calls history.moveTo(row + 1).
+void printRows(const History& history)
 {
-public:
-    explicit SaveMark(CommandManager& manager)
-        : changed(manager.connectToSigCommandQueueChanged(
-              [this](CommandManager::QueueChangeReason reason) { follow(reason); }))
+    for (std::uint64_t row = 0; row < history.getRowCount(); ++row)
     {
+        std::cout << (history.isCurrent(row) ? "> " : "  ") << history.getText(row)
+                  << (history.isSaved(row, 0) ? " [saved]\n" : "\n");
     }
-
-    void onSaved() { ahead = 0; }
-
-    // The number of steps that lead there: to be redone or, if negative, to be undone. No steps do
-    // if this is empty or leads past the ends of the history.
-    std::optional<std::int64_t> getAhead() const { return ahead; }
-
-private:
-    void follow(CommandManager::QueueChangeReason reason)
-    {
-        if (!ahead || (reason == CommandManager::CommandAdded && *ahead > 0))
-        {
-            ahead.reset();
-        }
-        else if (reason == CommandManager::CommandUndone)
-        {
-            ++*ahead;
-        }
-        else if (reason != CommandManager::QueueCleared)
-        {
-            --*ahead;
-        }
-    }
-
-    std::optional<std::int64_t> ahead;
-    Valdane::Signals::Connection changed;
-};
-
-// A line for each state, from before the oldest step to after the newest.
-std::list<std::string> historyRows(const CommandManager& manager, const SaveMark& mark)
-{
-    std::list<std::string> rows = manager.collectUndoCommandDescriptions();
-    rows.push_back("Opened");
-    rows.reverse();
-    const auto current = static_cast<std::int64_t>(rows.size()) - 1;
-    rows.splice(rows.end(), manager.collectRedoCommandDescriptions());
-    std::int64_t number = 0;
-    for (std::string& row : rows)
-    {
-        row.insert(0, number == current ? "> " : "  ");
-        row += mark.getAhead() == number - current ? " [saved]" : "";
-        ++number;
-    }
-    return rows;
-}
-
-void goToRow(CommandManager& manager, std::uint64_t row)
-{
-    const std::uint64_t current = manager.collectUndoCommandDescriptions().size();
-    row < current ? manager.undo(current - row) : manager.redo(row - current);
-    manager.emitSigUndoRedoProcessCompleted();
 }
 
 void showTheHistory()
@@ -210,43 +124,34 @@ void showTheHistory()
     title("history");
     std::string text;
     CommandManager manager;
-    SaveMark mark(manager);
+    History history(manager);
+    SaveState saveState(manager);
     manager.addCommand(typing(text, "a"));
     manager.addCommand(typing(text, "b"));
-    mark.onSaved();
+    saveState.saved(0);
     manager.addCommand(typing(text, "c"));
-    goToRow(manager, 1);
-    print(historyRows(manager, mark));
+    history.moveTo(1);
+    printRows(history);
     manager.addCommand(typing(text, "x"));
-    print(historyRows(manager, mark));
-    mark.onSaved();
-    const auto all = manager.takeExecutedCommands();
-    all->setDescription("Type all");
-    manager.addExecutedCommand(all);
-    mark.onSaved();
-    print(historyRows(manager, mark));
-    manager.clear();
-    print(historyRows(manager, mark));
-    manager.addCommand(typing(text, "y"));
-    manager.clear();
-    print(historyRows(manager, mark));
+    printRows(history);
 }
 
-bool mustAskBeforeClosing(const CommandManager& manager)
+void printQuestion(const SaveState& saveState)
 {
-    return !manager.getModifiedModules(0).empty();
+    std::cout << (saveState.isModified(0) ? "Save these changes?\n" : "nothing to save\n");
+    for (const UnsavedModule& unsaved : saveState.unsavedChanges(0))
+    {
+        for (const std::string& words : unsaved.words())
+        {
+            std::cout << "  " << words << "\n";
+        }
+    }
 }
 
-void onSaved(CommandManager& manager, Document& document)
-{
-    document.markAllModulesInBusinessAsUnmodified();
-    manager.adjustOnSave(0);
-}
-
-void onLoaded(CommandManager& manager, Document& document)
+void onLoaded(CommandManager& manager, SaveState& saveState)
 {
     manager.clear();
-    onSaved(manager, document);
+    saveState.saved(0);
 }
 
 void askBeforeClosing()
@@ -254,21 +159,41 @@ void askBeforeClosing()
     title("closing");
     std::string text;
     CommandManager manager;
-    const auto document = std::make_shared<Document>();
-    manager.setModuleAccessInterface(document);
-    const auto edit = [&](const std::string& letters)
-    {
-        document->isMarked = true;
-        manager.addExecutedCommand(typing(text, letters));
-    };
-    edit("a");
-    std::cout << "edited: " << mustAskBeforeClosing(manager) << "\n";
-    onSaved(manager, *document);
-    std::cout << "saved: " << mustAskBeforeClosing(manager) << "\n";
-    edit("b");
-    onLoaded(manager, *document);
-    std::cout << "loaded another: " << mustAskBeforeClosing(manager)
-              << ", can undo: " << manager.canUndo() << "\n";
+    SaveState saveState(manager);
+    manager.addCommand(typing(text, "a"));
+    manager.addCommand(typing(text, "b"));
+    saveState.saved(0);
+    printQuestion(saveState);
+    manager.undo(1);
+    printQuestion(saveState);
+    onLoaded(manager, saveState);
+    printQuestion(saveState);
+}
+
+// The actions are the application's, the rest is the document's.
+class Document
+{
+public:
+    explicit Document(ActiveHistory& active) : history(active, manager) {}
+
+    std::string text;
+    CommandManager manager;
+    ActiveHistory::Document history;
+};
+
+void switchDocuments()
+{
+    title("documents");
+    ActiveHistory active;
+    UndoAction undo(active);
+    Document letter(active);
+    Document drawing(active);
+    letter.manager.addCommand(typing(letter.text, "a"));
+
+    letter.history.activate(); // its window has the focus now
+    std::cout << "letter: " << undo.getText() << "\n";
+    drawing.history.activate();
+    std::cout << "drawing: " << undo.getText() << "\n";
 }
 
 void showTheProgressOfAnUndo()
@@ -311,30 +236,13 @@ void record()
     std::cout << "'" << text << "'\n";
 }
 
-// What differs from each of the two save points.
-std::array<std::set<const Object*>, 2> modifiedModules(const CommandManager& manager)
+void type(MergePolicy& policy, std::string& text, char letter)
 {
-    return {manager.getModifiedModules(0), manager.getModifiedModules(1)};
-}
-
-// Executes the next letters, and makes one step of them and the letters before.
-bool type(CommandManager& manager, const std::shared_ptr<TypeCmd>& next)
-{
-    const auto top = std::const_pointer_cast<CommandBase>(manager.getUndoCommand());
-    const auto last = std::dynamic_pointer_cast<TypeCmd>(top);
-    const auto modifiedBefore = modifiedModules(manager);
-    if (!manager.addCommand(next))
+    policy.add(typing(text, std::string(1, letter)), "type in title");
+    if (letter == ' ')
     {
-        return false;
+        policy.endStep();
     }
-    // At a save point the sets differ: the step would begin before the save and end after it.
-    const bool mayJoin =
-        manager.getUndoCommand() == next && modifiedModules(manager) == modifiedBefore;
-    if (last != nullptr && mayJoin && last->takeUp(*next))
-    {
-        manager.takeLastExecutedCommand();
-    }
-    return true;
 }
 
 void typeWords()
@@ -342,62 +250,37 @@ void typeWords()
     title("typing");
     std::string text;
     CommandManager manager;
+    // Of its own, so that this program prints the same however slow it is.
+    const auto clock = []
+    {
+        return std::chrono::steady_clock::time_point();
+    };
+    MergePolicy policy(manager, {.pause = std::chrono::milliseconds(800)}, clock);
+    SaveState saveState(manager);
     for (const char letter : std::string("to do"))
     {
-        type(manager, typing(text, std::string(1, letter)));
+        type(policy, text, letter);
     }
     print(manager.collectUndoCommandDescriptions());
-    manager.undo(1);
-    std::cout << "'" << text << "'\n";
-}
-
-void saveWhileTyping()
-{
-    title("typing and saving");
-    std::string text;
-    CommandManager manager;
-    const auto document = std::make_shared<Document>();
-    manager.setModuleAccessInterface(document);
-    const auto show = [&](const std::string& done)
-    {
-        std::cout << done << ": '" << text << "', modified: " << mustAskBeforeClosing(manager)
-                  << "\n";
-    };
-    type(manager, typing(text, "t", document.get()));
-    type(manager, typing(text, "o", document.get()));
-    show("typed");
-    onSaved(manager, *document);
-    show("saved");
-    type(manager, typing(text, "d", document.get()));
-    type(manager, typing(text, "o", document.get()));
-    show("typed");
+    saveState.saved(0);
+    type(policy, text, '!');
     print(manager.collectUndoCommandDescriptions());
     manager.undo(1);
-    show("undone");
-    manager.undo(1);
-    show("undone");
-    type(manager, typing(text, "x", document.get()));
-    manager.undo(1);
-    show("typed, undone");
+    std::cout << "'" << text << "', modified: " << saveState.isModified(0) << "\n";
 }
 
 // Executes a command for each letter, one after another: all of them, or none.
 bool typeAll(CommandManager& manager, std::string& text, const std::string& letters)
 {
-    const auto group = std::make_shared<MacroCommand>("Type all of '" + letters + "'");
-    try
+    CommandGroup group(manager, "Type all of '" + letters + "'");
+    for (const char letter : letters)
     {
-        for (const char letter : letters)
+        if (!manager.addCommand(typing(text, std::string(1, letter))))
         {
-            group->executeAndAdd(typing(text, std::string(1, letter)));
+            return false;
         }
     }
-    catch (const std::exception& exception)
-    {
-        std::cout << "nothing typed: " << exception.what() << "\n";
-        return false;
-    }
-    manager.addExecutedCommand(group);
+    group.commit();
     return true;
 }
 
@@ -407,8 +290,8 @@ void typeGroups()
     std::string text;
     CommandManager manager;
     typeAll(manager, text, "abc");
-    typeAll(manager, text, "de?f");
-    std::cout << "'" << text << "'\n";
+    const bool isTyped = typeAll(manager, text, "de?f");
+    std::cout << "typed: " << isTyped << ", '" << text << "'\n";
     print(manager.collectUndoCommandDescriptions());
 }
 
@@ -420,6 +303,26 @@ void limitTheHistory()
     manager.setMaxQueueSize(2);
     manager.setUsesMaxQueueSize(true);
     for (const char* letters : {"a", "b", "c"})
+    {
+        manager.addCommand(typing(text, letters));
+    }
+    print(manager.collectUndoCommandDescriptions());
+}
+
+// What a command takes of the memory, for those that take much.
+std::size_t bytesOf(const CommandBase& command)
+{
+    const auto* typed = dynamic_cast<const TypeCmd*>(&command);
+    return typed == nullptr ? 0 : typed->size();
+}
+
+void limitTheMemory()
+{
+    title("memory");
+    std::string text;
+    CommandManager manager;
+    MemoryBudget budget(manager, 10, &bytesOf);
+    for (const char* letters : {"one", "two", "three", "four"})
     {
         manager.addCommand(typing(text, letters));
     }
@@ -459,116 +362,6 @@ void refuseEdits()
     std::cout << "afterwards: " << edit(manager, typing(text, "a")) << "\n";
 }
 
-bool mayEdit(const CommandManager& manager)
-{
-    const auto running = manager.getCurrentThreadedCommand();
-    if (running == nullptr)
-    {
-        return !manager.isProcessingCommand();
-    }
-    const auto* thread = dynamic_cast<const Thread*>(running.get());
-    return thread != nullptr && thread->blockingLevel() == Thread::BlockingLevel::None;
-}
-
-// Works until it is told to stop.
-class WorkCmd : public Valdane::ThreadedCommand
-{
-public:
-    explicit WorkCmd(BlockingLevel level) : ThreadedCommand("Work"), blocked(level) {}
-
-    BlockingLevel blockingLevel() const override { return blocked; }
-
-    void run() override
-    {
-        while (!isAborted())
-        {
-            std::this_thread::yield();
-        }
-    }
-
-    void finishRun() override {}
-    void undo() override {}
-
-private:
-    BlockingLevel blocked;
-};
-
-// For closing a document: no threaded command is running afterwards.
-void stopThreadedCommand(CommandManager& manager)
-{
-    while (manager.getCurrentThreadedCommand() != nullptr)
-    {
-        manager.abortThreadedCommand();
-        manager.finalizeThread();
-    }
-}
-
-void blockWhileWorking()
-{
-    title("blocked");
-    std::string text;
-    CommandManager manager;
-    for (const auto level : {Thread::BlockingLevel::Everything, Thread::BlockingLevel::None})
-    {
-        manager.addThreadedCommand(std::make_shared<WorkCmd>(level));
-        std::cout << "running: " << mayEdit(manager) << "\n";
-        stopThreadedCommand(manager);
-    }
-    const auto macro = std::make_shared<ThreadedMacroCommand>("Work twice");
-    const auto inner = std::make_shared<ThreadedMacroCommand>("Work once");
-    inner->addCommand(std::make_shared<WorkCmd>(Thread::BlockingLevel::None));
-    macro->addCommand(inner);
-    macro->addCommand(std::make_shared<WorkCmd>(Thread::BlockingLevel::None));
-    manager.addThreadedCommand(macro);
-    manager.addCommand(typing(text, "a"));
-    manager.undo(1);
-    std::cout << "a macro is running: " << mayEdit(manager) << "\n";
-    stopThreadedCommand(manager);
-    std::cout << "afterwards: " << mayEdit(manager) << ", can undo: " << manager.canUndo() << "\n";
-}
-
-// Writes each line to the application's own log, which here is a list.
-class OwnSink : public spdlog::sinks::base_sink<std::mutex>
-{
-public:
-    explicit OwnSink(std::list<std::string>& written) : log(written) {}
-
-private:
-    void sink_it_(const spdlog::details::log_msg& line) override
-    {
-        const auto level = spdlog::level::to_string_view(line.level);
-        log.push_back(std::string(level.begin(), level.end()) + ": " +
-                      std::string(line.payload.begin(), line.payload.end()));
-    }
-
-    void flush_() override {}
-
-    std::list<std::string>& log;
-};
-
-// Gives every logger this sink in place of those that it has.
-void logInto(const spdlog::sink_ptr& sink)
-{
-    spdlog::apply_all([&](const auto& logger) { logger->sinks().assign(1, sink); });
-}
-
-void showTheLog()
-{
-    title("log");
-    std::string text;
-    CommandManager manager;
-    // Static, because the loggers keep the sink until the end.
-    static std::list<std::string> log;
-    logInto(std::make_shared<OwnSink>(log));
-    spdlog::set_level(spdlog::level::err); // failures only
-    manager.addCommand(typing(text, "?"));
-    spdlog::set_level(spdlog::level::trace); // every step, too
-    manager.addCommand(typing(text, "a"));
-    spdlog::set_level(spdlog::level::off); // nothing
-    manager.addCommand(typing(text, "?"));
-    print(log);
-}
-
 } // namespace
 
 int main()
@@ -579,13 +372,12 @@ int main()
     showTheMenu();
     showTheHistory();
     askBeforeClosing();
+    switchDocuments();
     showTheProgressOfAnUndo();
     record();
     typeWords();
-    saveWhileTyping();
     typeGroups();
     limitTheHistory();
+    limitTheMemory();
     refuseEdits();
-    blockWhileWorking();
-    showTheLog();
 }

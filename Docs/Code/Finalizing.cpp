@@ -1,10 +1,9 @@
-// A command that works on another thread, three ways to learn that it is time to finalize it, and an abort that
-// comes late.
-
-#include "Service/CommandPattern/ThreadedCommand.h"
+// A command that works on another thread, three ways to learn that it is time to finalize it, and an
+// abort that comes late.
 
 #include "Platform/Multitasking/ThreadManager.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
 
 #include <boost/asio/executor_work_guard.hpp>
@@ -74,10 +73,7 @@ public:
     }
 
     // The work is not done a second time.
-    void redo() override
-    {
-        undo();
-    }
+    void redo() override { undo(); }
 
 private:
     void handOver()
@@ -113,7 +109,8 @@ void finalizeFromAnEventLoop(std::uint64_t& total)
         }
     };
     manager.getThreadManager()->setRunEndedCallback([&] { boost::asio::post(loop, finalize); });
-    const auto finished = manager.connectToSigThreadedCommandFinished([&] { keepsRunning.reset(); });
+    const auto finished =
+        manager.connectToSigThreadedCommandFinished([&] { keepsRunning.reset(); });
 
     manager.addThreadedCommand(std::make_shared<AddUp>(total, 1'000'000));
     loop.run();

@@ -1,12 +1,14 @@
 // A small editor with undo, played by a fixed list of inputs.
 
 #include "Platform/ExceptionHandling/VdException.h"
-#include "Platform/Parameterization/Object.h"
 #include "Platform/Signals/Connection.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/MacroCommand.h"
-#include "Service/CommandPattern/ModuleAccessInterface.h"
+#include "Service/Editing/HistoryAction.h"
+#include "Service/Editing/RedoAction.h"
+#include "Service/Editing/SaveState.h"
+#include "Service/Editing/UndoAction.h"
 
 #include <spdlog/spdlog.h>
 
@@ -14,7 +16,6 @@
 #include <iostream>
 #include <iterator>
 #include <memory>
-#include <set>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -33,7 +34,6 @@ public:
     void insert(std::size_t number, const std::string& line)
     {
         lines.insert(place(number, lines.size() + 1), line);
-        hasChanged = true;
     }
 
     std::string take(std::size_t number)
@@ -41,17 +41,10 @@ public:
         const auto taken = place(number, lines.size());
         std::string line = std::move(*taken);
         lines.erase(taken);
-        hasChanged = true;
         return line;
     }
 
-    void swap(std::size_t number, std::string& line)
-    {
-        place(number, lines.size())->swap(line);
-        hasChanged = true;
-    }
-
-    bool hasChanged = false; // for the mark of modification
+    void swap(std::size_t number, std::string& line) { place(number, lines.size())->swap(line); }
 
 private:
     std::vector<std::string>::iterator place(std::size_t number, std::size_t last)
@@ -135,38 +128,11 @@ std::shared_ptr<Valdane::MacroCommand> deleteLines(Text& text, std::size_t first
     return macro;
 }
 
-// Tells the manager what has changed. This editor has a single module, its text.
-class TextModule : public Valdane::ModuleAccessInterface
-{
-public:
-    explicit TextModule(Text& edited) : text(edited) {}
-
-    std::set<const Valdane::Object*> getModifiedModulesFromBusiness() override
-    {
-        if (!text.hasChanged)
-        {
-            return {};
-        }
-        return {module.get()};
-    }
-
-    void markAllModulesInBusinessAsUnmodified() override { text.hasChanged = false; }
-
-private:
-    Text& text;
-    std::shared_ptr<Valdane::Object> module = std::make_shared<Valdane::Object>("text");
-};
-
 class Editor
 {
 public:
     Editor()
     {
-        manager.setModuleAccessInterface(std::make_shared<TextModule>(text));
-        // Before the slot that draws.
-        editFailed = manager.connectToSigCommandFailed([this](const char*, const std::string&)
-                                                       { text.hasChanged = false; });
-
         queueChanged = manager.connectToSigCommandQueueChanged([this](auto) { draw(); });
         commandFailed = manager.connectToSigCommandFailed(
             [this](const char* what, const std::string& description)
@@ -222,11 +188,11 @@ private:
     {
         if (key == "Ctrl+Z")
         {
-            manager.undo(1);
+            undo.trigger();
         }
         else if (key == "Ctrl+Y")
         {
-            manager.redo(1);
+            redo.trigger();
         }
         else if (key == "Ctrl+S")
         {
@@ -241,11 +207,9 @@ private:
     void save()
     {
         // Here the lines would be written to a file.
-        manager.adjustOnSave(0);
+        saveState.saved(0);
         draw();
     }
-
-    bool isModified() const { return !manager.getModifiedModules(0).empty(); }
 
     void draw() const
     {
@@ -253,17 +217,18 @@ private:
         {
             std::cout << "    | " << line << "\n";
         }
-        std::cout << (isModified() ? "  * " : "    ");
-        drawEntry("Undo", manager.getUndoCommand());
+        std::cout << (saveState.isModified(0) ? "  * " : "    ");
+        drawEntry(undo);
         std::cout << " ";
-        drawEntry("Redo", manager.getRedoCommand());
+        drawEntry(redo);
         std::cout << "\n";
     }
 
     // An entry of the menu; one for which there is nothing to do is greyed out.
-    static void drawEntry(const std::string& verb, std::shared_ptr<const CommandBase> next)
+    static void drawEntry(const Valdane::HistoryAction& action)
     {
-        std::cout << (next ? "[" + verb + " " + next->getDescription() + "]" : "(" + verb + ")");
+        const std::string entry = action.getText();
+        std::cout << (action.isEnabled() ? "[" + entry + "]" : "(" + entry + ")");
     }
 
     void drawHistory() const
@@ -276,9 +241,11 @@ private:
 
     Text text;
     Valdane::CommandManager manager;
+    Valdane::UndoAction undo{manager};
+    Valdane::RedoAction redo{manager};
+    Valdane::SaveState saveState{manager};
     Valdane::Signals::Connection queueChanged;
     Valdane::Signals::Connection commandFailed;
-    Valdane::Signals::Connection editFailed;
 };
 
 const char* const inputs[] = {

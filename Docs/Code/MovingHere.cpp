@@ -1,24 +1,26 @@
 // Commands of another framework, first as they are, then rewritten; and states that are copied.
 
-#include "Platform/Parameterization/Object.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandManager.h"
-#include "Service/CommandPattern/ModuleAccessInterface.h"
+#include "Service/CommandPattern/MergeableCommand.h"
+#include "Service/Editing/CommandGroup.h"
+#include "Service/Editing/SaveState.h"
 
 #include <spdlog/spdlog.h>
 
 #include <functional>
 #include <iostream>
 #include <memory>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 using Valdane::CommandBase;
+using Valdane::CommandGroup;
 using Valdane::CommandManager;
-using Valdane::Object;
+using Valdane::MergeableCommand;
+using Valdane::SaveState;
 
 namespace Before
 {
@@ -54,7 +56,12 @@ public:
 
     bool mergeWith(const UndoCommand* next) override
     {
-        newValue = static_cast<const SetTitle*>(next)->newValue;
+        const auto* other = static_cast<const SetTitle*>(next);
+        if (&other->title != &title)
+        {
+            return false;
+        }
+        newValue = other->newValue;
         return true;
     }
 
@@ -98,70 +105,32 @@ private:
 namespace
 {
 
-// The whole document is one module; every command marks it.
-class Document : public Valdane::ModuleAccessInterface
-{
-public:
-    std::set<const Object*> getModifiedModulesFromBusiness() override
-    {
-        return isMarked ? std::set<const Object*>{&module} : std::set<const Object*>{};
-    }
-
-    void markAllModulesInBusinessAsUnmodified() override { isMarked = false; }
-
-    bool isMarked = false;
-
-private:
-    Object module{"document"};
-};
-
 // A command of before, run by the manager of now.
-class AdaptedCmd : public CommandBase
+class AdaptedCmd : public CommandBase, public MergeableCommand
 {
 public:
-    AdaptedCmd(std::unique_ptr<Before::UndoCommand> old, Document& changed)
-        : CommandBase(old->text), command(std::move(old)), document(changed)
+    explicit AdaptedCmd(std::unique_ptr<Before::UndoCommand> old)
+        : CommandBase(old->text), command(std::move(old))
     {
     }
 
-    void execute() override
-    {
-        command->redo();
-        document.isMarked = true;
-    }
-
+    void execute() override { command->redo(); }
     void undo() override { command->undo(); }
 
-    // Whether this command does now what the next one did.
-    bool mergeWith(const AdaptedCmd& next) const
+    bool mergeWith(const CommandBase& next) override
     {
-        return command->id() != -1 && command->id() == next.command->id() &&
-               command->mergeWith(next.command.get());
+        const auto* other = dynamic_cast<const AdaptedCmd*>(&next);
+        return other != nullptr && command->id() != -1 && command->id() == other->command->id() &&
+               command->mergeWith(other->command.get());
     }
 
 private:
     std::unique_ptr<Before::UndoCommand> command;
-    Document& document;
 };
 
-// Both save points.
-bool isModified(const CommandManager& manager)
+void push(CommandManager& manager, std::unique_ptr<Before::UndoCommand> command)
 {
-    return !manager.getModifiedModules(0).empty() && !manager.getModifiedModules(1).empty();
-}
-
-// What push() did.
-void push(CommandManager& manager, Document& document, std::unique_ptr<Before::UndoCommand> command)
-{
-    const auto last = std::dynamic_pointer_cast<const AdaptedCmd>(manager.getUndoCommand());
-    const auto next = std::make_shared<AdaptedCmd>(std::move(command), document);
-    // A command that was saved stays as it is.
-    const bool mayMerge = last != nullptr && isModified(manager);
-    if (manager.addCommand(next) && mayMerge && manager.getUndoCommand() == next &&
-        last->mergeWith(*next))
-    {
-        manager.takeLastExecutedCommand();
-    }
+    manager.addOrMergeCommand(std::make_shared<AdaptedCmd>(std::move(command)));
 }
 
 // Changes a state in whatever way, and keeps a copy of it for undo and redo.
@@ -196,10 +165,8 @@ void pushCommandsOfBefore()
     std::cout << "== commands of before\n";
     std::string title = "Untitled";
     CommandManager manager;
-    const auto document = std::make_shared<Document>();
-    manager.setModuleAccessInterface(document);
-    push(manager, *document, std::make_unique<Before::SetTitle>(title, "P"));
-    push(manager, *document, std::make_unique<Before::SetTitle>(title, "Plan"));
+    push(manager, std::make_unique<Before::SetTitle>(title, "P"));
+    push(manager, std::make_unique<Before::SetTitle>(title, "Plan"));
     std::cout << title << ", steps: " << manager.getQueueSize() << "\n";
     manager.undo(1);
     std::cout << title << "\n";
@@ -212,21 +179,36 @@ void saveBetweenTwoPushes()
     std::cout << "== a save between two pushes\n";
     std::string title = "Untitled";
     CommandManager manager;
-    const auto document = std::make_shared<Document>();
-    manager.setModuleAccessInterface(document);
+    SaveState saveState(manager);
     const auto show = [&](const std::string& done)
     {
-        const bool isSaved = manager.getModifiedModules(0).empty();
         std::cout << done << ": " << title << ", steps: " << manager.getQueueSize()
-                  << ", clean: " << isSaved << "\n";
+                  << ", clean: " << !saveState.isModified(0) << "\n";
     };
-    push(manager, *document, std::make_unique<Before::SetTitle>(title, "P"));
-    manager.adjustOnSave(0);
+    push(manager, std::make_unique<Before::SetTitle>(title, "P"));
+    saveState.saved(0);
     show("saved");
-    push(manager, *document, std::make_unique<Before::SetTitle>(title, "Plan"));
+    push(manager, std::make_unique<Before::SetTitle>(title, "Plan"));
     show("pushed");
     manager.undo(1);
     show("undone");
+}
+
+void pushAMacro()
+{
+    std::cout << "== a macro\n";
+    std::string title = "Untitled";
+    std::string subtitle = "None";
+    CommandManager manager;
+    {
+        CommandGroup macro(manager, "Set titles"); // was beginMacro()
+        push(manager, std::make_unique<Before::SetTitle>(title, "Plan"));
+        push(manager, std::make_unique<Before::SetTitle>(subtitle, "Ground floor"));
+        macro.commit(); // was endMacro()
+    }
+    std::cout << title << ", " << subtitle << ", steps: " << manager.getQueueSize() << "\n";
+    manager.undo(1);
+    std::cout << title << ", " << subtitle << "\n";
 }
 
 void addRewrittenCommand()
@@ -292,6 +274,7 @@ int main()
     std::cout << std::boolalpha;
     pushCommandsOfBefore();
     saveBetweenTwoPushes();
+    pushAMacro();
     addRewrittenCommand();
     copyStates();
 }

@@ -225,6 +225,26 @@ void abortInANestedMacro()
     note(manager.canUndo() ? "there is something to undo" : "there is nothing to undo");
 }
 
+// One nested macro after another: each abort ends one of them.
+void stopEverything()
+{
+    Valdane::CommandManager manager;
+    auto macro = std::make_shared<Valdane::ThreadedMacroCommand>("Solve twice");
+    for (int i = 0; i < 2; ++i)
+    {
+        auto nested = std::make_shared<Valdane::ThreadedMacroCommand>("Solve");
+        nested->addCommand(std::make_shared<Solve>());
+        macro->addCommand(nested);
+    }
+    manager.addThreadedCommand(macro);
+    while (manager.getCurrentThreadedCommand() != nullptr)
+    {
+        manager.abortThreadedCommand();
+        manager.finalizeThread();
+    }
+    note(manager.canUndo() ? "there is something to undo" : "there is nothing to undo");
+}
+
 void skipFailures()
 {
     Parts parts;
@@ -265,6 +285,8 @@ int main()
     abortHalfWay();
     std::cout << "Abort in a nested macro:\n";
     abortInANestedMacro();
+    std::cout << "Abort of everything:\n";
+    stopEverything();
     std::cout << "Failures are skipped:\n";
     skipFailures();
 }

@@ -93,7 +93,7 @@ int main()
     const auto show = [&](const std::string& what)
     {
         std::cout << what << ": north " << plant.north << ", south " << plant.south << ", boiler "
-                  << plant.boiler << "; steps: " << manager.getQueueSize() << "\n";
+                  << plant.boiler << "; steps: " << manager.getPosition() << "\n";
     };
 
     show("at first");

@@ -54,10 +54,10 @@ void dragWithoutAPolicy()
     {
         manager.addOrMergeCommand(std::make_shared<MoveTo>(shape, place));
     }
-    std::cout << "one drag: at " << shape << ", steps: " << manager.getQueueSize() << "\n";
+    std::cout << "one drag: at " << shape << ", steps: " << manager.getPosition() << "\n";
     // The command cannot know that this is another drag.
     manager.addOrMergeCommand(std::make_shared<MoveTo>(shape, 9));
-    std::cout << "another: at " << shape << ", steps: " << manager.getQueueSize() << "\n";
+    std::cout << "another: at " << shape << ", steps: " << manager.getPosition() << "\n";
     manager.undo(1);
     std::cout << "undone: at " << shape << "\n";
 }
@@ -76,7 +76,7 @@ void dragWithAPolicy()
     };
     const auto show = [&](const std::string& what)
     {
-        std::cout << what << ": at " << shape << ", steps: " << manager.getQueueSize() << "\n";
+        std::cout << what << ": at " << shape << ", steps: " << manager.getPosition() << "\n";
     };
 
     moveShape(1);
