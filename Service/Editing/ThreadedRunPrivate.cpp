@@ -16,7 +16,6 @@
 #include "Service/CommandPattern/HistoryChange.h"
 
 #include <algorithm>
-#include <atomic>
 #include <new>
 #include <utility>
 
@@ -229,7 +228,7 @@ ThreadedRun::Private::begin(const std::shared_ptr<CommandBase>& command)
     installRunEnd(*manager.getThreadManager(), runEndCallback());
     if (const auto progress = command->getProgress())
     {
-        progress->setChangeCallback(progressCallback());
+        progress->setChangeCallback(progressCallback(begun->isProgressPosted));
     }
     return begun;
 }
@@ -262,9 +261,9 @@ std::function<void()> ThreadedRun::Private::runEndCallback()
     };
 }
 
-std::function<void()> ThreadedRun::Private::progressCallback()
+std::function<void()>
+ThreadedRun::Private::progressCallback(const std::shared_ptr<std::atomic<bool>>& isPosted)
 {
-    const auto isPosted = std::make_shared<std::atomic<bool>>(false);
     return [posts = relay, weak = weak_from_this(), isPosted]
     {
         const auto tell = [weak, isPosted]
@@ -272,7 +271,7 @@ std::function<void()> ThreadedRun::Private::progressCallback()
             *isPosted = false;
             if (const auto self = weak.lock())
             {
-                self->tellProgress();
+                self->tellProgress(self->run != nullptr && self->run->isProgressPosted == isPosted);
             }
         };
         if (!isPosted->exchange(true) && !posts->post(tell))
@@ -299,9 +298,9 @@ void ThreadedRun::Private::check()
     }
 }
 
-void ThreadedRun::Private::tellProgress()
+void ThreadedRun::Private::tellProgress(bool isOfRun)
 {
-    if (const auto progress = getProgress(); progress && !isClosed)
+    if (const auto progress = getProgress(); isOfRun && progress && !isClosed)
     {
         told->progress(*progress);
     }

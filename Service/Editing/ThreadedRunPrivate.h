@@ -6,6 +6,7 @@
 #include "Service/Editing/RunRollback.h"
 #include "Service/Editing/ThreadedRun.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <exception>
@@ -71,6 +72,8 @@ private:
         std::shared_ptr<RunRollback> rollback;
         /// How many more steps may have no effect before others are seen to drive the run.
         std::size_t patience = 0;
+        /// Whether a function waits in the loop that tells the progress. It knows its run by this object.
+        std::shared_ptr<std::atomic<bool>> isProgressPosted = std::make_shared<std::atomic<bool>>(false);
         bool isAborting = false;
         bool hasEnded = false;
         bool isDisplaced = false;
@@ -98,10 +101,10 @@ private:
     void connect(Run& begun);
     auto checkLater();
     std::function<void()> runEndCallback();
-    std::function<void()> progressCallback();
+    std::function<void()> progressCallback(const std::shared_ptr<std::atomic<bool>>& isPosted);
     void postCheck();
     void check();
-    void tellProgress();
+    void tellProgress(bool isOfRun);
 
     void proceed();
     bool step(ThreadManager& threads);

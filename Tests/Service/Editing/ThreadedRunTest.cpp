@@ -1102,6 +1102,28 @@ TEST_F(ThreadedRunTest, ProgressIsNotToldAfterTheEnd)
     EXPECT_EQ(loop.size(), 0U);
 }
 
+TEST_F(ThreadedRunTest, ProgressOfARunThatIsOverIsNotToldAsThatOfTheNext)
+{
+    const auto command = work("A");
+    command->onFinish = [&]
+    {
+        command->getProgress()->setComplete();
+    };
+    run->start(command);
+    while (run->isRunning())
+    {
+        loop.runOne();
+    }
+    ASSERT_EQ(loop.size(), 1U) << "the progress of A";
+    const auto next = heldWork("B");
+    run->start(next);
+    next->waitUntilHeld();
+    loop.runAll();
+    EXPECT_TRUE(progresses.empty());
+    next->release();
+    drive();
+}
+
 // Slots that throw
 
 TEST_F(ThreadedRunTest, ASlotOfStartedThatThrowsKeepsTheCommandFromBeingRun)
