@@ -160,7 +160,8 @@ public:
     /// @param slot  called until the connection is destroyed.
     [[nodiscard]] Signals::Connection connectToSigStarted(const Signals::Slot<void()>& slot);
 
-    /// From the loop, after changes of the command's progress.
+    /// From the loop, after changes of the command's progress. The last one of a run that is done is told
+    /// before finished, unless the loop had no part in its end.
     /// @param slot  called until the connection is destroyed.
     [[nodiscard]] Signals::Connection connectToSigProgress(const Signals::Slot<void(const Progress&)>& slot);
 

@@ -268,10 +268,11 @@ ThreadedRun::Private::progressCallback(const std::shared_ptr<std::atomic<bool>>&
     {
         const auto tell = [weak, isPosted]
         {
-            *isPosted = false;
+            const bool isUntold = isPosted->exchange(false);
             if (const auto self = weak.lock())
             {
-                self->tellProgress(self->run != nullptr && self->run->isProgressPosted == isPosted);
+                self->tellProgress(isUntold && self->run != nullptr &&
+                                   self->run->isProgressPosted == isPosted);
             }
         };
         if (!isPosted->exchange(true) && !posts->post(tell))
@@ -288,6 +289,7 @@ void ThreadedRun::Private::postCheck()
 
 void ThreadedRun::Private::check()
 {
+    const Flag inLoop(isInLoop);
     if (run != nullptr)
     {
         proceed();
@@ -298,14 +300,33 @@ void ThreadedRun::Private::check()
     }
 }
 
-void ThreadedRun::Private::tellProgress(bool isOfRun)
+void ThreadedRun::Private::tellProgress(bool isUntold)
 {
-    if (const auto progress = getProgress(); isOfRun && progress && !isClosed)
+    const Flag inLoop(isInLoop);
+    if (const auto progress = getProgress(); isUntold && progress && !isClosed)
     {
         told->progress(*progress);
     }
     // A post for the end of the run may have failed.
     proceed();
+}
+
+/// The loop may see the end of the run before it comes to the function that tells the last progress. @return what a slot throws, which is no failure of the run; null otherwise.
+std::exception_ptr ThreadedRun::Private::tellLastProgress()
+{
+    try
+    {
+        if (isInLoop && !isClosed && !run->hasFailed && !isAborted() &&
+            run->isProgressPosted->exchange(false))
+        {
+            told->progress(*getProgress());
+        }
+    }
+    catch (...)
+    {
+        return std::current_exception();
+    }
+    return nullptr;
 }
 
 std::optional<ThreadedRun::Progress> ThreadedRun::Private::getProgress() const
@@ -600,7 +621,10 @@ void ThreadedRun::Private::noteEnd()
 void ThreadedRun::Private::conclude(std::exception_ptr passing)
 {
     const auto self = shared_from_this();
-    if (run != nullptr)
+    const auto isPosted = run != nullptr ? run->isProgressPosted : nullptr;
+    const auto last = run != nullptr && passing == nullptr ? tellLastProgress() : nullptr;
+    // A slot may have ended the run, and started the next one.
+    if (run != nullptr && run->isProgressPosted == isPosted)
     {
         const End end = judge(passing);
         release();
@@ -616,6 +640,7 @@ void ThreadedRun::Private::conclude(std::exception_ptr passing)
             keepFirst(passing);
         }
     }
+    passing = passing == nullptr ? last : passing;
     if (passing != nullptr)
     {
         if (!waiting.empty())

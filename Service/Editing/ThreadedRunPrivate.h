@@ -104,7 +104,8 @@ private:
     std::function<void()> progressCallback(const std::shared_ptr<std::atomic<bool>>& isPosted);
     void postCheck();
     void check();
-    void tellProgress(bool isOfRun);
+    void tellProgress(bool isUntold);
+    std::exception_ptr tellLastProgress();
 
     void proceed();
     bool step(ThreadManager& threads);
@@ -134,6 +135,8 @@ private:
     std::list<std::function<bool()>> waiting;
     bool isStepping = false;
     bool isEditing = false;
+    /// Whether a posted function is running.
+    bool isInLoop = false;
     bool isClosed = false;
 };
 

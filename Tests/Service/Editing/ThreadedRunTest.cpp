@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cmath>
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
@@ -1102,6 +1103,124 @@ TEST_F(ThreadedRunTest, ProgressIsNotToldAfterTheEnd)
     EXPECT_EQ(loop.size(), 0U);
 }
 
+/// A run whose last progress comes, with its end, while a slot is told of the one before.
+class LastProgressTest : public ThreadedRunTest
+{
+protected:
+    LastProgressTest()
+    {
+        command->onRun = [this]
+        {
+            command->getProgress()->moveTo(0.5 * LegacyProgress::FullRange);
+            goOn.waitUntilOpen();
+            command->getProgress()->setComplete();
+        };
+        onProgress = [this]
+        {
+            notes.push_back(std::to_string(std::lround(100 * progresses.back().share)) + " %");
+            if (progresses.size() == 1)
+            {
+                goOn.open();
+                threads->waitForRunEnd(std::chrono::hours(1));
+            }
+            else
+            {
+                act(onLast);
+            }
+        };
+    }
+
+    ~LastProgressTest() override
+    {
+        run.reset();
+        command->onRun = {};
+    }
+
+    std::function<void()> onLast;
+    std::shared_ptr<Work> command = work("A");
+
+private:
+    Gate goOn;
+};
+
+TEST_F(LastProgressTest, IsToldBeforeTheEnd)
+{
+    run->start(command);
+    drive();
+    EXPECT_THAT(notes, ElementsAre("started", "50 %", "100 %", "done"));
+    EXPECT_EQ(history(), "A |");
+}
+
+TEST_F(LastProgressTest, IsNotToldOfARunThatIsAborted)
+{
+    const auto tell = onProgress;
+    onProgress = [&]
+    {
+        tell();
+        run->abort();
+    };
+    run->start(command);
+    drive();
+    EXPECT_THAT(notes, ElementsAre("started", "50 %", "aborted"));
+    expectNothingChanged();
+}
+
+TEST_F(LastProgressTest, MayAbortTheRun)
+{
+    onLast = [this]
+    {
+        run->abort();
+    };
+    run->start(command);
+    drive();
+    EXPECT_THAT(notes, ElementsAre("started", "50 %", "100 %", "aborted"));
+    expectNothingChanged();
+}
+
+TEST_F(LastProgressTest, MayDestroyTheRun)
+{
+    onLast = [this]
+    {
+        run.reset();
+    };
+    run->start(command);
+    drive();
+    EXPECT_THAT(notes, ElementsAre("started", "50 %", "100 %"));
+    expectNothingChanged();
+}
+
+TEST_F(LastProgressTest, MayRunTheLoopUntilTheNextRunIsStarted)
+{
+    onLast = [this]
+    {
+        loop.runAll();
+        run->start(heldWork("B"));
+    };
+    run->start(command);
+    while (notes.back() != "started" || notes.size() == 1)
+    {
+        loop.runOne();
+    }
+    EXPECT_THAT(notes, ElementsAre("started", "50 %", "100 %", "done", "started"));
+    EXPECT_TRUE(run->isRunning());
+    run->abort();
+    drive();
+    EXPECT_EQ(history(), "A |");
+}
+
+TEST_F(LastProgressTest, WhoseSlotThrowsDoesNotMakeTheRunFail)
+{
+    onLast = []
+    {
+        throw std::runtime_error("no bar");
+    };
+    run->start(command);
+    EXPECT_THROW(drive(), std::runtime_error);
+    EXPECT_THAT(notes, ElementsAre("started", "50 %", "100 %", "done"));
+    EXPECT_EQ(history(), "A |");
+    drive();
+}
+
 TEST_F(ThreadedRunTest, ProgressOfARunThatIsOverIsNotToldAsThatOfTheNext)
 {
     const auto command = work("A");
@@ -1114,7 +1233,8 @@ TEST_F(ThreadedRunTest, ProgressOfARunThatIsOverIsNotToldAsThatOfTheNext)
     {
         loop.runOne();
     }
-    ASSERT_EQ(loop.size(), 1U) << "the progress of A";
+    ASSERT_EQ(loop.size(), 1U) << "the progress of A, which was told before the end";
+    progresses.clear();
     const auto next = heldWork("B");
     run->start(next);
     next->waitUntilHeld();
