@@ -5,7 +5,6 @@
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
-#include "Service/CommandPattern/ThreadedMacroCommand.h"
 #include "Service/Editing/CommandGroup.h"
 #include "Service/Editing/History.h"
 #include "Service/Editing/HistoryAction.h"
@@ -170,13 +169,7 @@ public:
         saveState.saved(0);
     }
 
-    void fit()
-    {
-        auto macro = std::make_shared<ThreadedMacroCommand>("Fit shapes");
-        macro->addCommand(std::make_shared<Fit>(circle, 900));
-        macro->addCommand(std::make_shared<Fit>(square, 400));
-        run.start(macro);
-    }
+    void fit() { run.start(std::make_shared<Fit>(circle, 900)); }
 
     // Other applications handle events until the user quits them.
     void handleEvents()
@@ -288,6 +281,5 @@ int main()
     step("fit on a worker thread");
     editor.fit();
     editor.handleEvents();
-    std::cout << "  the circle is at " << editor.circle << ", the square at " << editor.square
-              << '\n';
+    std::cout << "  the circle is at " << editor.circle << '\n';
 }

@@ -5,11 +5,11 @@
 #include "Service/Editing/ThreadedRun.h"
 
 #include "Platform/ExceptionHandling/VdException.h"
+#include "Platform/GeneralServices/LegacyProgress.h"
 #include "Platform/Signals/Connection.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
-#include "Service/CommandPattern/ThreadedMacroCommand.h"
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
@@ -19,9 +19,9 @@
 #include <cmath>
 #include <cstdint>
 #include <functional>
-#include <initializer_list>
 #include <iostream>
 #include <memory>
+#include <semaphore>
 #include <string>
 #include <utility>
 #include <vector>
@@ -30,40 +30,48 @@ namespace
 {
 
 using namespace Valdane;
-using Model = std::vector<std::string>;
+using Pages = std::vector<std::string>;
 
-class Load : public ThreadedCommand
+// Scans sheets of paper. The worker waits for each of them.
+class Scan : public ThreadedCommand
 {
 public:
-    Load(Model& loaded, std::string name)
-        : ThreadedCommand("Load " + name), model(loaded), file(std::move(name))
+    Scan(Pages& document, Pages expected)
+        : ThreadedCommand("Scan"), pages(document), sheets(std::move(expected))
     {
     }
 
+    // On any thread.
+    void feed()
+    {
+        fed.release();
+    }
+
     // On the worker. It touches only what belongs to this command, and asks often whether it should stop.
-    // Work that takes longer than this moves the progress on its way, with moveTo().
     void run() override
     {
-        isLoaded = false;
-        part.clear();
-        for (const char letter : file)
+        isDone = false;
+        scanned.clear();
+        for (const std::string& sheet : sheets)
         {
+            fed.acquire();
             if (isAborted())
             {
                 return;
             }
-            if (letter == '?')
+            if (sheet.empty())
             {
-                throw VdException("there is no file " + file);
+                throw VdException("there is nothing on the sheet");
             }
-            part += letter;
+            scanned.push_back(sheet);
+            const double share = static_cast<double>(scanned.size()) / static_cast<double>(sheets.size());
+            getProgress()->moveTo(share * LegacyProgress::FullRange);
         }
-        getProgress()->setComplete();
     }
 
     void finishRun() override {}
 
-    // On the thread of the event loop, to which the model belongs. False if the run failed or was aborted;
+    // On the thread of the event loop, to which the document belongs. False if the run failed or was aborted;
     // after true only if a slot has thrown.
     void sendFinishSignal(bool ok) override
     {
@@ -74,88 +82,86 @@ public:
         else
         {
             undo();
-            isLoaded = false;
+            isDone = false;
         }
         ThreadedCommand::sendFinishSignal(ok);
-    }
-
-    // CommandManager::addCommand() calls this, and sends no finish signal.
-    void execute() override
-    {
-        ThreadedCommand::execute();
-        insert();
     }
 
     // A macro undoes its aborted thread, too.
     void undo() override
     {
-        if (isLoaded)
+        if (isDone)
         {
-            model.pop_back();
+            pages.resize(pages.size() - scanned.size());
         }
     }
 
-    // The file is not read again.
+    // Nothing is scanned again.
     void redo() override
     {
-        if (isLoaded)
+        if (isDone)
         {
-            model.push_back(part);
+            insert();
         }
+    }
+
+protected:
+    // On the thread that aborts. A run that waits must be woken up.
+    void abortRun() override
+    {
+        fed.release();
     }
 
 private:
     void insert()
     {
-        model.push_back(part);
-        isLoaded = true;
+        pages.insert(pages.end(), scanned.begin(), scanned.end());
+        isDone = true;
     }
 
-    Model& model;
-    std::string file;
-    std::string part;
-    bool isLoaded = false;
+    Pages& pages;
+    Pages sheets;
+    Pages scanned;
+    std::counting_semaphore<> fed{0};
+    bool isDone = false;
 };
 
 class Add : public CommandBase
 {
 public:
-    Add(Model& changed, std::string name) : CommandBase("Add " + name), model(changed), part(std::move(name))
+    Add(Pages& document, std::string added) : CommandBase("Add page"), pages(document), page(std::move(added))
     {
     }
 
     void execute() override
     {
-        model.push_back(part);
+        pages.push_back(page);
     }
 
     void undo() override
     {
-        model.pop_back();
+        pages.pop_back();
     }
 
 private:
-    Model& model;
-    std::string part;
+    Pages& pages;
+    std::string page;
 };
 
 class Application
 {
 public:
-    void load(std::initializer_list<const char*> files)
+    void scan(Pages sheets)
     {
-        auto macro = std::make_shared<ThreadedMacroCommand>("Load model");
-        for (const char* file : files)
-        {
-            macro->addCommand(std::make_shared<Load>(model, file));
-        }
-        run.start(macro);
+        command = std::make_shared<Scan>(pages, std::move(sheets));
+        run.start(command);
+        command->feed();
     }
 
     // All edits go to the run, which lets them wait for its end.
-    void add(const char* part)
+    void add(const std::string& page)
     {
-        run.addCommand(std::make_shared<Add>(model, part));
+        run.addCommand(std::make_shared<Add>(pages, page));
     }
 
     void undo(std::uint64_t count)
@@ -170,10 +176,10 @@ public:
         {
             loop.run_one();
         }
-        std::cout << "  parts:";
-        for (const std::string& part : model)
+        std::cout << "  pages:";
+        for (const std::string& page : pages)
         {
-            std::cout << " " << part;
+            std::cout << " " << page;
         }
         std::cout << "\n";
     }
@@ -187,6 +193,10 @@ private:
         if (isCancelPressed)
         {
             run.abort();
+        }
+        else
+        {
+            command->feed();
         }
     }
 
@@ -207,7 +217,7 @@ private:
     }
 
     // In this order: the run is destroyed first. It waits for its worker, which posts to the loop.
-    Model model;
+    Pages pages;
     boost::asio::io_context loop;
     boost::asio::executor_work_guard<boost::asio::io_context::executor_type> keepsLoop{loop.get_executor()};
     CommandManager manager;
@@ -216,6 +226,7 @@ private:
     Signals::Connection progressed =
         run.connectToSigProgress([this](const ThreadedRun::Progress& progress) { showProgress(progress); });
     Signals::Connection finished = run.connectToSigFinished(&showEnd);
+    std::shared_ptr<Scan> command;
 };
 
 } // namespace
@@ -226,22 +237,22 @@ int main()
     spdlog::set_level(spdlog::level::off);
     Application application;
 
-    std::cout << "load, and edit meanwhile\n";
-    application.load({"base", "arm", "hand"});
-    application.add("label");
+    std::cout << "scan, and edit meanwhile\n";
+    application.scan({"one", "two", "three"});
+    application.add("appendix");
     application.handleEvents();
 
-    std::cout << "load more, and press Cancel\n";
+    std::cout << "scan more, and press Cancel\n";
     application.isCancelPressed = true;
-    application.load({"belt", "motor", "cable"});
+    application.scan({"four", "five"});
     application.handleEvents();
 
-    std::cout << "load a file that is not there\n";
+    std::cout << "scan an empty sheet\n";
     application.isCancelPressed = false;
-    application.load({"belt", "motor?"});
+    application.scan({"four", ""});
     application.handleEvents();
 
-    std::cout << "undo twice\n";
+    std::cout << "undo, and undo the scan\n";
     application.undo(2);
     application.handleEvents();
 }
