@@ -32,7 +32,8 @@ namespace
 using namespace Valdane;
 using Pages = std::vector<std::string>;
 
-// Scans sheets of paper. The worker waits for each of them.
+// Scans sheets of paper. The worker waits for each of them, so this is not for CommandManager::addCommand():
+// it runs the command on the thread that feeds.
 class Scan : public ThreadedCommand
 {
 public:
