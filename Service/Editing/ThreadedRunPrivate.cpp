@@ -316,10 +316,11 @@ std::exception_ptr ThreadedRun::Private::tellLastProgress()
 {
     try
     {
-        if (isInLoop && !isClosed && !run->hasFailed && !isAborted() &&
-            run->isProgressPosted->exchange(false))
+        const bool isUntold = isInLoop && !isClosed && !run->hasFailed && !isAborted() &&
+                              run->isProgressPosted->exchange(false);
+        if (const auto progress = isUntold ? getProgress() : std::nullopt)
         {
-            told->progress(*getProgress());
+            told->progress(*progress);
         }
     }
     catch (...)
