@@ -197,45 +197,6 @@ void CommandManager::forgetRedoCommands()
     d->changeHistory([this] { d->forgetRedo(); });
 }
 
-void CommandManager::beginGroup(std::string description)
-{
-    if (!d->workerSlot.isIdle())
-    {
-        Private::refuse("beginGroup() is refused while a threaded command is running",
-                        std::source_location::current());
-    }
-    d->groups.emplace_back(std::move(description));
-}
-
-void CommandManager::endGroup()
-{
-    if (d->groups.empty())
-    {
-        Private::refuse("endGroup() is refused because no group is open", std::source_location::current());
-    }
-    d->endGroup();
-}
-
-bool CommandManager::abandonGroup()
-{
-    const std::source_location here = std::source_location::current();
-    if (d->groups.empty())
-    {
-        Private::refuse("abandonGroup() is refused because no group is open", here);
-    }
-    return d->abandonGroup(here);
-}
-
-std::list<std::string> CommandManager::getOpenGroups() const
-{
-    std::list<std::string> descriptions;
-    for (const OpenGroup& group : d->groups)
-    {
-        descriptions.push_back(group.getDescription());
-    }
-    return descriptions;
-}
-
 bool CommandManager::canUndo() const
 {
     return d->groups.empty() && !d->undoQueue.empty();
