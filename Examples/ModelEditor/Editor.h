@@ -1,20 +1,30 @@
 #pragma once
 
-#include "Examples/ModelEditor/EditHistory.h"
+#include "Examples/ModelEditor/HistoryLevel.h"
 #include "Examples/ModelEditor/ModelView.h"
 #include "Examples/ModelEditor/WakeUp.h"
+#include "Service/Editing/ThreadedRun.h"
 
+#include <cstdint>
 #include <functional>
+#include <list>
 #include <memory>
 #include <ostream>
+#include <set>
 #include <string>
 #include <vector>
+
+namespace Valdane
+{
+class Object;
+} // namespace Valdane
 
 namespace ModelEditor
 {
 
 class ModelModules;
 class XmlModel;
+class XmlObject;
 struct Edit;
 struct XmlChange;
 
@@ -68,13 +78,11 @@ public:
     /// Asks the work under way to stop; without any does nothing.
     void abort();
 
-    /// What the work under way does now; empty if it has not told.
-    std::string getStep() const;
+    /// How far the work under way is just now.
+    Valdane::ThreadedRun::Progress getProgress() const;
 
-    /// The share of the work under way that is done just now, in percent.
-    int getPercent() const;
-
-    /// The share of it that goOn() has concluded, which does not depend on how fast the other thread is.
+    /// The share of it that goOn() has concluded, in percent, which does not depend on how fast the other
+    /// thread is.
     ///
     /// @pre goOn() has answered false (not checked).
     int getPercentConcluded() const;
@@ -100,8 +108,13 @@ private:
     struct Verb;
     struct Run;
 
+    struct Recording
+    {
+        std::uint64_t count;
+        std::string script;
+    };
+
     void runVerb(const Words& words);
-    void start(const Verb& verb, const Words& words);
     void requirePlace(const Verb& verb) const;
     [[noreturn]] void fail(const std::string& what);
 
@@ -112,6 +125,9 @@ private:
     void group(const Words& arguments);
     void end(const Words& arguments);
     void abandon(const Words& arguments);
+    void scale(const Words& arguments);
+    void check(const Words& arguments);
+    void import(const Words& arguments);
     void status(const Words& arguments);
     void abortRun(const Words& arguments);
     void undo(const Words& arguments);
@@ -126,12 +142,26 @@ private:
     void help(const Words& arguments);
     void quit(const Words& arguments);
 
+    template <typename Command>
+    void start(const std::string& verb, const Words& arguments, const std::shared_ptr<Command>& command,
+               std::function<std::string()> tellResult);
+    void onFinished(const Run& run, const std::string& script);
+
+    bool isInGroup() const;
+    bool isRecording() const;
+    void requireGroup() const;
+    void beginLevel(HistoryLevel::Kind kind, const std::string& name);
+    void endLevel(const std::string& description, const std::string& script);
+    std::uint64_t abandonGroup();
+    Recording endRecording();
+
     void printEdit(const Edit& edit);
     void printStep(const std::string& line);
     void printChanges();
     void printEndOfHistory(std::uint64_t done, std::uint64_t wanted, const std::string& toWhat);
-    void writeModel(const std::string& verb, const std::string& path, EditHistory::Tracker tracker);
-    std::vector<std::shared_ptr<XmlObject>> listModified(EditHistory::Tracker tracker) const;
+    void writeModel(const std::string& verb, const std::string& path, HistoryLevel::Tracker tracker);
+    std::set<const Valdane::Object*> getModifiedModules(HistoryLevel::Tracker tracker) const;
+    std::vector<std::shared_ptr<XmlObject>> listModified(HistoryLevel::Tracker tracker) const;
     void onChanged(const XmlChange& change);
 
     XmlModel& model;
@@ -139,7 +169,8 @@ private:
     std::ostream& out;
     ModelView view;
     std::shared_ptr<ModelModules> modules;
-    EditHistory history;
+    // That of the model, of a recording and of a group. Edits, undo and redo concern the last one.
+    std::list<HistoryLevel> levels;
     // What the step under way has changed so far.
     std::vector<std::string> changes;
     WakeUp wakeUp;

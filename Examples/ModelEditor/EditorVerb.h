@@ -2,7 +2,6 @@
 
 #include "Examples/ModelEditor/Editor.h"
 #include "Examples/ModelEditor/Edits.h"
-#include "Examples/ModelEditor/Works.h"
 
 #include <cstddef>
 #include <string>
@@ -32,8 +31,7 @@ struct Editor::Verb
     Place place = Place::Anywhere;
     void (Editor::*run)(const Words&) = nullptr;
     Edit (*makeEdit)(const XmlModel&, const Words&) = nullptr; ///< of an edit, which has no run
-    Work (*makeWork)(XmlModel&, const Words&) = nullptr;       ///< of what works on another thread, likewise
-    bool isForRuns = false;                                    ///< can be used while such a work is under way
+    bool isForRuns = false;                                    ///< can be used while a thread is working
 
     static const std::vector<Verb>& getAll();
 

@@ -1,5 +1,7 @@
 #include "Examples/ModelEditor/ModelView.h"
 
+#include "Examples/ModelEditor/EditorTexts.h"
+#include "Examples/ModelEditor/HistoryLevel.h"
 #include "Examples/ModelEditor/ValueText.h"
 #include "Examples/ModelEditor/Words.h"
 #include "Examples/ModelEditor/XmlModel.h"
@@ -7,6 +9,7 @@
 #include "Platform/Parameterization/AttributeDescription.h"
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
 
+#include <iomanip>
 #include <utility>
 #include <vector>
 
@@ -105,6 +108,39 @@ void ModelView::printModule(const XmlObject& module) const
     const auto name = module.getElement().attribute("name");
     out << module.getAddress() << (name ? " " + shown(name.value()) : std::string())
         << (module.getOwner() == nullptr ? " (itself)\n" : "\n");
+}
+
+void ModelView::printHistory(const std::list<HistoryLevel>& levels) const
+{
+    for (const auto& level : levels)
+    {
+        if (level.getKind() == HistoryLevel::Kind::Recording)
+        {
+            out << "  in this recording:\n";
+        }
+        else if (level.getKind() == HistoryLevel::Kind::Group)
+        {
+            out << "  in the group " << brief(level.getName()) << ":\n";
+        }
+        printRows(level, 0, level.history.getPosition());
+        for (const auto& description : level.getWaiting())
+        {
+            out << "   +  " << description << " (waits to be merged with the next edit)\n";
+        }
+    }
+    const auto& history = levels.back().history;
+    const auto done = history.getPosition();
+    out << "  => " << done << " to undo, " << history.getRowCount() - done << " to redo\n";
+    printRows(levels.back(), done, history.getRowCount());
+}
+
+void ModelView::printRows(const HistoryLevel& level, std::uint64_t first, std::uint64_t end) const
+{
+    for (auto row = first; row < end; ++row)
+    {
+        out << std::setw(4) << row + 1 << "  " << level.history.getText(row)
+            << (level.isSaved(row) ? "  [saved]\n" : "\n");
+    }
 }
 
 void ModelView::printNode(const XmlObject& object, std::size_t level, bool isLast, bool isMarked) const

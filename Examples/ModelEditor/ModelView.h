@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <list>
 #include <memory>
 #include <ostream>
 #include <set>
@@ -14,10 +16,11 @@ class Object;
 namespace ModelEditor
 {
 
+class HistoryLevel;
 class XmlObject;
 struct Selected;
 
-/// Prints parts of a model.
+/// Prints parts of a model and its history.
 ///
 /// Ownership: refers to the stream. Thread: the application's main thread only.
 class ModelView
@@ -39,7 +42,12 @@ public:
     /// One line: the address and the value.
     void printLine(const Selected& selected) const;
 
+    /// What can be undone, oldest first, the position, and what can be redone: of the model and, under a line of
+    /// their own, of a recording and a group in it. All but the last level show only what is done.
+    void printHistory(const std::list<HistoryLevel>& levels) const;
+
 private:
+    void printRows(const HistoryLevel& level, std::uint64_t first, std::uint64_t end) const;
     void printNode(const XmlObject& object, std::size_t level, bool isLast, bool isMarked) const;
     void printElement(XmlObject& object) const;
     void printValue(XmlObject& object, const std::string& attributeName) const;

@@ -6,6 +6,7 @@
 #include "Examples/ModelEditor/ModelFile.h"
 
 #include <algorithm>
+#include <chrono>
 #include <exception>
 #include <optional>
 #include <utility>
@@ -79,7 +80,6 @@ bool Session::runLine(const std::string& line)
         if (!wasUnderWay && editor.isUnderWay())
         {
             runLineNumber = lineNumber;
-            runStart = std::chrono::steady_clock::now();
         }
         return true;
     }
@@ -103,12 +103,12 @@ bool Session::isUnderWay() const
 std::string Session::getPrompt() const
 {
     constexpr int width = 20;
-    const int percent = editor.getPercent();
-    const auto seconds =
-        std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - runStart).count();
+    const auto progress = editor.getProgress();
+    const int percent = static_cast<int>(progress.share * 100);
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(progress.elapsed).count();
     std::string bar(static_cast<std::size_t>(percent * width / 100), '#');
     bar.resize(width, '.');
-    const auto step = editor.getStep();
+    const auto& step = progress.message;
     return "[" + bar + "] " + std::to_string(percent) + " %, " + std::to_string(seconds) + " s" +
            (step.empty() ? "" : ", " + brief(step)) + "> ";
 }

@@ -3,7 +3,6 @@
 #include "Examples/ModelEditor/Background.h"
 #include "Examples/ModelEditor/Editor.h"
 
-#include <chrono>
 #include <cstddef>
 #include <ostream>
 #include <string>
@@ -76,7 +75,6 @@ private:
     std::size_t lineNumber = 0;
     // Of the line that has started what is under way.
     std::size_t runLineNumber = 0;
-    std::chrono::steady_clock::time_point runStart;
     bool isRunWell = true;
     std::vector<PendingOutput> pending;
 };

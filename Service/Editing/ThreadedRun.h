@@ -54,7 +54,8 @@ class ThreadedMacroCommand;
 ///
 /// Ownership: shares the command while it runs. The manager must outlive this object.
 /// Thread: the manager's thread.
-/// Cost: a change of the progress posts one function, unless one is waiting already.
+/// Cost: a change of the progress posts one function, unless one is waiting already. A function that was posted
+/// finalizes at most one thread, so that a macro of many quick threads leaves the loop its turn.
 class VALDANE_EDITING_EXPORT ThreadedRun
 {
 public:

@@ -437,9 +437,12 @@ void ThreadedRun::Private::proceed()
     try
     {
         const auto threads = manager.getThreadManager();
-        while (run != nullptr && !isStepping && (isInSlot() || isOnWorker()))
+        // At most one thread is finalized in a function of the loop: the end of the next one is posted, too. The loop
+        // has other work, an abort for example.
+        for (bool isFirst = true; run != nullptr && !isStepping && (isInSlot() || isOnWorker());
+             isFirst = false)
         {
-            if (!step(*threads))
+            if (!step(*threads, isFirst))
             {
                 if (isClosed)
                 {
@@ -459,8 +462,9 @@ void ThreadedRun::Private::proceed()
     }
 }
 
+/// @param mayFinalize  whether a thread is finalized if it has ended.
 /// @return false if the run continues when something is posted.
-bool ThreadedRun::Private::step(ThreadManager& threads)
+bool ThreadedRun::Private::step(ThreadManager& threads, bool mayFinalize)
 {
     if (!isInSlot())
     {
@@ -476,7 +480,7 @@ bool ThreadedRun::Private::step(ThreadManager& threads)
         run->thread = thread;
     }
     const bool isHeldByOthers = !isOwn && manager.getCurrentThreadedCommand() != nullptr;
-    if (isHeldByOthers || (thread != nullptr && !isClosed && !hasRunEnded(threads)))
+    if (isHeldByOthers || (thread != nullptr && !isClosed && !(mayFinalize && hasRunEnded(threads))))
     {
         return false;
     }

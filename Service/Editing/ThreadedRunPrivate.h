@@ -108,7 +108,7 @@ private:
     std::exception_ptr tellLastProgress();
 
     void proceed();
-    bool step(ThreadManager& threads);
+    bool step(ThreadManager& threads, bool mayFinalize);
     void finalizeDisplaced(const std::shared_ptr<Thread>& thread);
     void tryAbort(ThreadManager& threads) noexcept;
     void applyAbort(ThreadManager& threads);

@@ -413,6 +413,52 @@ TEST_F(ThreadedRunTest, RunsAllThreadsOfAMacro)
     EXPECT_THAT(model.done, IsEmpty());
 }
 
+/// Each thread but the first one has ended when the step returns that has started it.
+class MacroOfQuickThreads : public ThreadedMacroCommand
+{
+public:
+    using ThreadedMacroCommand::ThreadedMacroCommand;
+
+    bool continueExecution(std::shared_ptr<ThreadManager> threadManager) override
+    {
+        const bool hasEnded = ThreadedMacroCommand::continueExecution(threadManager);
+        while (!hasEnded && !threadManager->waitForRunEnd(std::chrono::hours(1)))
+        {
+        }
+        return hasEnded;
+    }
+};
+
+TEST_F(ThreadedRunTest, LeavesTheLoopATurnBetweenThreadsThatAreQuick)
+{
+    const auto whole = std::make_shared<MacroOfQuickThreads>("M");
+    whole->addCommands({work("A"), work("B"), work("C"), work("D")});
+    run->start(whole);
+    std::size_t finalized = 0;
+    while (run->isRunning())
+    {
+        loop.runOne();
+        EXPECT_LE(model.done.size(), finalized + 1);
+        finalized = model.done.size();
+    }
+    EXPECT_THAT(model.done, ElementsAre("A", "B", "C", "D"));
+}
+
+TEST_F(ThreadedRunTest, AnAbortBetweenQuickThreadsTakesAllBack)
+{
+    const auto whole = std::make_shared<MacroOfQuickThreads>("M");
+    whole->addCommands({work("A"), work("B"), work("C"), work("D")});
+    run->start(whole);
+    while (model.done.empty())
+    {
+        loop.runOne();
+    }
+    run->abort();
+    drive();
+    EXPECT_THAT(notes, ElementsAre("started", "aborted"));
+    expectNothingChanged();
+}
+
 TEST_F(ThreadedRunTest, AMacroWithoutAThreadIsDoneAtOnce)
 {
     run->start(macro("M", {edit("a")}));

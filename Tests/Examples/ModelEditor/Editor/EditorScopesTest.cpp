@@ -397,6 +397,17 @@ TEST_F(EditorScopes, HistoryMarksWhatWasSaved)
     EXPECT_THAT(run("history"), StartsWith("   1  Set x of b to 7  [saved]\n"));
 }
 
+TEST_F(EditorScopes, HistoryMarksWhatWasSavedAlsoWhileAnEditWaitsToBeMerged)
+{
+    runAll({"set //b/@x 4", "save", "merge set //a/@x 5"});
+    EXPECT_EQ(run("history"), "   1  Set x of b to 4  [saved]\n"
+                              "   +  Set x of a A to 5 (waits to be merged with the next edit)\n"
+                              "  => 1 to undo, 0 to redo\n");
+    run("undo");
+    EXPECT_EQ(run("history"), "   1  Set x of b to 4  [saved]\n  => 1 to undo, 1 to redo\n"
+                              "   2  Set x of a A to 5\n");
+}
+
 TEST_F(EditorScopes, WhatALimitDropsStaysModified)
 {
     runAll({"set //a/@x 5", "set //b/@x 6", "set //b/@x 7", "undo 2"});

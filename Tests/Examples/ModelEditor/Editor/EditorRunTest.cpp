@@ -21,10 +21,10 @@ using testing::HasSubstr;
 using testing::StartsWith;
 
 // What works on another thread. The test takes it from step to step.
-class Works : public testing::Test
+class EditorRun : public testing::Test
 {
 protected:
-    explicit Works(const std::string& file =
+    explicit EditorRun(const std::string& file =
                        "<r><a x='1' y='2'/><b x='1.5'/><c x='word'/><d x='7'/><e u='4294967295'/></r>")
         : model(file, "m")
     {
@@ -36,18 +36,21 @@ protected:
         return printedBy([&] { editor.run(line); });
     }
 
-    // Takes what is under way as many steps further, unless it is over before. Returns whether it is.
-    bool goOn(int steps)
+    // Takes what is under way further until as many percent are concluded, or until it is over. Returns whether it is.
+    bool goOnTo(int percent)
     {
-        for (; steps != 0; --steps)
+        bool isOver = false;
+        while (!isOver && editor.getPercentConcluded() < percent)
         {
             editor.getWakeUp().wait();
-            if (editor.goOn())
-            {
-                return true;
-            }
+            isOver = editor.goOn();
         }
-        return false;
+        return isOver;
+    }
+
+    void goOnToEnd()
+    {
+        goOnTo(101);
     }
 
     std::string conclude()
@@ -62,7 +65,7 @@ protected:
         {
             return refused;
         }
-        goOn(-1);
+        goOnToEnd();
         return conclude();
     }
 
@@ -86,7 +89,7 @@ protected:
     Editor editor{model, [](const Output&) {}, out};
 };
 
-TEST_F(Works, ScaleMultipliesAllNumbersInOneStep)
+TEST_F(EditorRun, ScaleMultipliesAllNumbersInOneStep)
 {
     const std::string before = model.toBytes();
     EXPECT_EQ(runToEnd("scale '//a/@*|//b/@x' 3"), "Scale //a/@*|//b/@x (3 values) by 3\n"
@@ -102,7 +105,7 @@ TEST_F(Works, ScaleMultipliesAllNumbersInOneStep)
     EXPECT_THAT(run("history"), HasSubstr("=> 1 to undo, 0 to redo"));
 }
 
-TEST_F(Works, AFailureTakesBackWhatWasScaledBefore)
+TEST_F(EditorRun, AFailureTakesBackWhatWasScaledBefore)
 {
     const std::string before = model.toBytes();
     EXPECT_EQ(runToEnd("scale //@x 2"), "scale: /r/c/@x: word is not a number");
@@ -112,7 +115,7 @@ TEST_F(Works, AFailureTakesBackWhatWasScaledBefore)
     EXPECT_THAT(run("history"), HasSubstr("=> 0 to undo, 0 to redo"));
 }
 
-TEST_F(Works, WhatFailsIsLeftAloneIfWanted)
+TEST_F(EditorRun, WhatFailsIsLeftAloneIfWanted)
 {
     const std::string before = model.toBytes();
     EXPECT_EQ(runToEnd("scale //@x 0.5 --continue-on-error"),
@@ -129,7 +132,7 @@ TEST_F(Works, WhatFailsIsLeftAloneIfWanted)
     EXPECT_EQ(model.toBytes(), scaled);
 }
 
-TEST_F(Works, TheLimitOfFailuresEndsTheRun)
+TEST_F(EditorRun, TheLimitOfFailuresEndsTheRun)
 {
     const std::string before = model.toBytes();
     EXPECT_EQ(runToEnd("scale //@x 0.5 --continue-on-error 3"), "scale: too many values cannot be changed");
@@ -137,7 +140,7 @@ TEST_F(Works, TheLimitOfFailuresEndsTheRun)
     EXPECT_THAT(runToEnd("scale //@x 0.5 --continue-on-error 4"), HasSubstr("3 values left alone"));
 }
 
-TEST_F(Works, WhatCannotBeScaledIsRefusedAtOnce)
+TEST_F(EditorRun, WhatCannotBeScaledIsRefusedAtOnce)
 {
     EXPECT_EQ(run("scale //nothing 2"), "scale: nothing at //nothing");
     EXPECT_THAT(run("scale //a 2"), StartsWith("scale: /r/a is an element"));
@@ -148,7 +151,7 @@ TEST_F(Works, WhatCannotBeScaledIsRefusedAtOnce)
     EXPECT_FALSE(editor.isUnderWay());
 }
 
-TEST_F(Works, NumbersKeepTheirTypesUpToTheirLimits)
+TEST_F(EditorRun, NumbersKeepTheirTypesUpToTheirLimits)
 {
     EXPECT_THAT(runToEnd("scale //@u 2"),
                 StartsWith("scale: 8589934590.0 is not a value of type unsigned int"));
@@ -159,7 +162,7 @@ TEST_F(Works, NumbersKeepTheirTypesUpToTheirLimits)
     EXPECT_THAT(runToEnd("scale //d/@x +2"), HasSubstr("/r/d/@x: 7 -> 14\n"));
 }
 
-TEST_F(Works, WhileARunIsUnderWayOnlyItIsTalkedAbout)
+TEST_F(EditorRun, WhileARunIsUnderWayOnlyItIsTalkedAbout)
 {
     const std::string refusal =
         ": not while Scale //@x (4 values) by 2 is under way; abort it, or wait (status tells how far it is)";
@@ -175,23 +178,23 @@ TEST_F(Works, WhileARunIsUnderWayOnlyItIsTalkedAbout)
     // The first of the four may be done.
     EXPECT_THAT(run("status"), testing::MatchesRegex("Scale //@x .4 values. by 2, (0|25) %.*\n"));
     EXPECT_THAT(run("help abort"), StartsWith("abort: "));
-    goOn(-1);
+    goOnToEnd();
     EXPECT_THAT(conclude(), HasSubstr("/r/d/@x: 7 -> 14\n"));
     EXPECT_EQ(run("status"), "Nothing is under way\n");
     EXPECT_EQ(run("abort"), "abort: nothing is under way");
 }
 
-TEST_F(Works, StatusTellsTheShareAndTheStepThatIsDone)
+TEST_F(EditorRun, StatusTellsTheShareAndTheStepThatIsDone)
 {
     run("scale '//a/@*|//b/@x|//d/@x' 2");
-    goOn(2);
+    goOnTo(50);
     // The third of the four is being worked at.
     EXPECT_THAT(run("status"), testing::MatchesRegex("Scale .* by 2, (50|75) %: Scale /r/(a/@y|b/@x)\n"));
-    goOn(-1);
+    goOnToEnd();
     conclude();
 }
 
-TEST_F(Works, CheckTellsWhatDoesNotFitTogether)
+TEST_F(EditorRun, CheckTellsWhatDoesNotFitTogether)
 {
     XmlModel broken(
         "<r xmlns:n='u'><link name='A'/><link name='A'/><joint name='A' link='B' n:k='1' m:k='2'/>"
@@ -213,30 +216,30 @@ TEST_F(Works, CheckTellsWhatDoesNotFitTogether)
     EXPECT_THAT(printedBy([&] { checker.run("history"); }), HasSubstr("=> 0 to undo, 0 to redo"));
 }
 
-TEST_F(Works, AnAbortedCheckTellsNothing)
+TEST_F(EditorRun, AnAbortedCheckTellsNothing)
 {
     run("check");
     run("abort");
     run("abort");
-    goOn(-1);
+    goOnToEnd();
     EXPECT_EQ(conclude(), "check: aborted; nothing has changed");
 }
 
-TEST_F(Works, ARecordedScaleIsReplayed)
+TEST_F(EditorRun, ARecordedScaleIsReplayed)
 {
     run("record");
     runToEnd("scale //@y 2");
     EXPECT_THAT(run("stop"), HasSubstr("scale //@y 2\n"));
 }
 
-TEST_F(Works, WorkIsRefusedInAGroup)
+TEST_F(EditorRun, WorkIsRefusedInAGroup)
 {
     run("group g");
     EXPECT_THAT(run("scale //@y 2"), HasSubstr("scale: not in a group"));
     EXPECT_FALSE(editor.isUnderWay());
 }
 
-TEST_F(Works, ImportAppendsTheModulesOfAnotherFile)
+TEST_F(EditorRun, ImportAppendsTheModulesOfAnotherFile)
 {
     const TestDirectory directory;
     const std::string file = directory.write("other.xml", "<o><p name='P'/><a x='9'/></o>");
@@ -256,7 +259,7 @@ TEST_F(Works, ImportAppendsTheModulesOfAnotherFile)
     EXPECT_THAT(run("modified"), HasSubstr("3 modules\n"));
 }
 
-TEST_F(Works, AnImportThatFailsChangesNothing)
+TEST_F(EditorRun, AnImportThatFailsChangesNothing)
 {
     const TestDirectory directory;
     const std::string file = directory.write("other.xml", "<o><p>");
@@ -268,10 +271,10 @@ TEST_F(Works, AnImportThatFailsChangesNothing)
     EXPECT_THAT(run("history"), HasSubstr("=> 0 to undo, 0 to redo"));
 }
 
-class FiftySteps : public Works
+class FiftySteps : public EditorRun
 {
 protected:
-    FiftySteps() : Works(makeFile()) {}
+    FiftySteps() : EditorRun(makeFile()) {}
 
     static std::string makeFile()
     {
@@ -290,10 +293,10 @@ TEST_F(FiftySteps, AnAbortAtAnyOfThemLeavesTheModelAsItWas)
     for (int position = 0; position < 50; ++position)
     {
         run("scale //@x 2");
-        ASSERT_FALSE(goOn(position)) << position;
+        ASSERT_FALSE(goOnTo(2 * position)) << position;
         run("abort");
         run("abort");
-        goOn(-1);
+        goOnToEnd();
         ASSERT_EQ(conclude(), "scale: aborted; nothing has changed") << position;
         ASSERT_EQ(model.toBytes(), before) << position;
         ASSERT_EQ(run("modified"), "0 modules\n");
@@ -306,7 +309,7 @@ TEST_F(FiftySteps, AnAbortAtAnyOfThemLeavesTheModelAsItWas)
 TEST_F(FiftySteps, TheEditorMayGoWhileARunIsUnderWay)
 {
     run("scale //@x 2");
-    goOn(7);
+    goOnTo(14);
 }
 
 } // namespace

@@ -1,0 +1,139 @@
+#pragma once
+
+#include "Platform/Signals/Connection.h"
+#include "Service/CommandPattern/CommandManager.h"
+#include "Service/Editing/History.h"
+#include "Service/Editing/RedoAction.h"
+#include "Service/Editing/SaveState.h"
+#include "Service/Editing/UndoAction.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Valdane
+{
+class CommandBase;
+} // namespace Valdane
+
+namespace ModelEditor
+{
+
+class ModelModules;
+
+/// The history of a model, of a recording in it, or of a group in either.
+///
+/// Each has a command manager of its own, so that undo and redo work inside a recording and a group. When one
+/// ends, becomeStepOf() makes it a step of the level around it.
+///
+/// Ownership: shares the modules. Thread: the application's main thread only.
+class HistoryLevel
+{
+public:
+    enum class Kind
+    {
+        Model,
+        Recording,
+        Group,
+    };
+
+    /// The two purposes for which a model is written, numbered as the trackers of the command manager are.
+    enum Tracker : std::uint64_t
+    {
+        Saved = 0,
+        Exported = 1,
+    };
+
+    /// Told about every step that was undone or redone: `Undone: <description>`.
+    using StepListener = std::function<void(const std::string& step)>;
+
+    /// @param levelName  of a group; otherwise empty.
+    HistoryLevel(Kind levelKind, std::string levelName, std::shared_ptr<ModelModules> modelModules);
+    HistoryLevel(const HistoryLevel&) = delete;
+    HistoryLevel& operator=(const HistoryLevel&) = delete;
+    ~HistoryLevel();
+
+    Kind getKind() const noexcept;
+    const std::string& getName() const noexcept;
+
+    /// Executes @p command, together with what waits to be merged.
+    ///
+    /// @param script  the lines that do the same.
+    /// @throws VdException with the reason if the command fails; nothing has changed then.
+    void execute(const std::shared_ptr<Valdane::CommandBase>& command, const std::string& script);
+
+    /// Executes @p command now and makes it one step with the next one; otherwise as execute().
+    void executeToMerge(const std::shared_ptr<Valdane::CommandBase>& command, const std::string& script);
+
+    /// To be called after a command was put into the history by others: notes the lines that do the same, and
+    /// applies a limit of 0.
+    void onAdded(const std::string& script);
+
+    /// Makes a step of what waits to be merged, if there is any.
+    void settle();
+
+    /// Settles, then undoes or redoes up to @p most steps.
+    ///
+    /// @return how many.
+    /// @throws VdException if one fails; the ones before it stay undone or redone.
+    std::uint64_t undo(std::uint64_t most, const StepListener& tell);
+    std::uint64_t redo(std::uint64_t most, const StepListener& tell);
+
+    /// The lines of all that is done. Only a recording and a group know them.
+    std::string getScript() const;
+
+    /// Moves all that is done into @p outer, as one step; nothing if nothing is done. @pre nothing waits to be
+    /// merged, here and there (not checked).
+    void becomeStepOf(HistoryLevel& outer, const std::string& description, const std::string& script);
+
+    /// The limit on the number of steps; nothing if there is none.
+    std::optional<std::uint32_t> getLimit() const;
+
+    /// Settles, then sets the limit, nothing for none. Which modules are modified stays known whatever the
+    /// limit drops. @return how many steps were dropped.
+    std::uint64_t setLimit(const std::optional<std::uint32_t>& limit);
+
+    /// The descriptions of what waits to be merged, oldest first.
+    std::vector<std::string> getWaiting() const;
+
+    /// As History::isSaved(), for tracker 0. But a saved row stays one while commands wait to be merged, because
+    /// undo settles first and so leads to it.
+    bool isSaved(std::uint64_t row) const;
+
+    /// Executes all commands of the level.
+    Valdane::CommandManager manager;
+    /// What is done and undone. What waits to be merged is not in it.
+    Valdane::History history{manager};
+    /// Whether the model was saved as this level has left it.
+    Valdane::SaveState saveState{manager};
+
+private:
+    struct Waiting
+    {
+        std::string description;
+        std::string script;
+    };
+
+    std::uint64_t repeat(Valdane::HistoryAction& action, const std::string& done, std::uint64_t most,
+                         const StepListener& tell);
+
+    Kind kind;
+    std::string name;
+    std::shared_ptr<ModelModules> modules;
+    Valdane::UndoAction undoAction{manager, {.pattern = "Undone: %1", .plain = "Undone"}};
+    Valdane::RedoAction redoAction{manager, {.pattern = "Redone: %1", .plain = "Redone"}};
+    std::vector<Waiting> waiting;
+    // Where the save was when the first command began to wait.
+    std::optional<std::uint64_t> savedBeforeWaiting;
+    // One for each row, except for those that were undone and replaced.
+    std::vector<std::string> scripts;
+    bool keepsNothing = false;
+    std::string failure;
+    std::string failedCommand;
+    Valdane::Signals::Connection failed;
+};
+
+} // namespace ModelEditor
