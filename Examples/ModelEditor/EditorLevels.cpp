@@ -233,9 +233,7 @@ void Editor::printEndOfHistory(std::uint64_t done, std::uint64_t wanted, const s
 {
     if (done < wanted)
     {
-        const std::string where = isInGroup()      ? " in this group"
-                                  : isRecording() ? " in this recording"
-                                                          : "";
+        const std::string where = isInGroup() ? " in this group" : isRecording() ? " in this recording" : "";
         out << "Nothing " << (done == 0 ? "" : "more ") << "to " << toWhat << where << '\n';
     }
 }
@@ -260,8 +258,8 @@ std::set<const Valdane::Object*> Editor::getModifiedModules(HistoryLevel::Tracke
 
 std::vector<std::shared_ptr<XmlObject>> Editor::listModified(HistoryLevel::Tracker tracker) const
 {
-    if (std::ranges::none_of(levels, [&](const HistoryLevel& level)
-                             { return level.saveState.isModified(tracker); }))
+    if (std::ranges::none_of(levels,
+                             [&](const HistoryLevel& level) { return level.saveState.isModified(tracker); }))
     {
         return {};
     }

@@ -25,7 +25,7 @@ class EditorRun : public testing::Test
 {
 protected:
     explicit EditorRun(const std::string& file =
-                       "<r><a x='1' y='2'/><b x='1.5'/><c x='word'/><d x='7'/><e u='4294967295'/></r>")
+                           "<r><a x='1' y='2'/><b x='1.5'/><c x='word'/><d x='7'/><e u='4294967295'/></r>")
         : model(file, "m")
     {
     }
