@@ -14,8 +14,8 @@
 #include "Service/CommandPattern/CommandBase.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <optional>
-#include <string_view>
 #include <utility>
 
 namespace ModelEditor

@@ -127,7 +127,7 @@ private:
     void abandon(const Words& arguments);
     void scale(const Words& arguments);
     void check(const Words& arguments);
-    void import(const Words& arguments);
+    void importFile(const Words& arguments);
     void status(const Words& arguments);
     void abortRun(const Words& arguments);
     void undo(const Words& arguments);

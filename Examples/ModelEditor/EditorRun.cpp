@@ -161,7 +161,7 @@ void Editor::check(const Words& arguments)
           [command] { return tellFindings(*command); });
 }
 
-void Editor::import(const Words& arguments)
+void Editor::importFile(const Words& arguments)
 {
     start("import", arguments, makeImport(model, arguments[0], &readFile), {});
 }

@@ -19,9 +19,6 @@ class CommandBase;
 namespace ModelEditor
 {
 
-class HistoryLevel;
-class WakeUp;
-
 /// A command of a verb that works on another thread, from its start until what came of it is printed.
 ///
 /// Ownership: refers to the level and to what is woken, which must live longer.

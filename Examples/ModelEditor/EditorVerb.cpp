@@ -45,7 +45,7 @@ const std::vector<Editor::Verb>& Editor::Verb::getAll()
          &Editor::scale},
         {"check", "", 0, 0, "look for what does not fit together, on another thread", outsideGroup,
          &Editor::check},
-        {"import", "FILE", 1, 1, "append the modules of another model", outsideGroup, &Editor::import},
+        {"import", "FILE", 1, 1, "append the modules of another model", outsideGroup, &Editor::importFile},
         {.name = "status",
          .arguments = "",
          .minimum = 0,

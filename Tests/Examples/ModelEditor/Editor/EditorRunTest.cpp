@@ -40,10 +40,11 @@ protected:
     bool goOnTo(int percent)
     {
         bool isOver = false;
-        while (!isOver && editor.getPercentConcluded() < percent)
+        for (int concluded = 0; !isOver && concluded < percent;)
         {
             editor.getWakeUp().wait();
             isOver = editor.goOn();
+            concluded = isOver ? percent : editor.getPercentConcluded();
         }
         return isOver;
     }
