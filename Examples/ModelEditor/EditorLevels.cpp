@@ -233,7 +233,8 @@ void Editor::printEndOfHistory(std::uint64_t done, std::uint64_t wanted, const s
 {
     if (done < wanted)
     {
-        const std::string where = isInGroup() ? " in this group" : isRecording() ? " in this recording" : "";
+        const std::string recording = isRecording() ? " in this recording" : "";
+        const std::string where = isInGroup() ? " in this group" : recording;
         out << "Nothing " << (done == 0 ? "" : "more ") << "to " << toWhat << where << '\n';
     }
 }

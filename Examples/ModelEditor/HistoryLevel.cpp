@@ -158,14 +158,9 @@ std::uint64_t HistoryLevel::setLimit(const std::optional<std::uint32_t>& limit)
     return before - manager.getQueueSize();
 }
 
-std::vector<std::string> HistoryLevel::getWaiting() const
+const std::vector<HistoryLevel::Waiting>& HistoryLevel::getWaiting() const noexcept
 {
-    std::vector<std::string> descriptions;
-    for (const auto& merged : waiting)
-    {
-        descriptions.push_back(merged.description);
-    }
-    return descriptions;
+    return waiting;
 }
 
 bool HistoryLevel::isSaved(std::uint64_t row) const

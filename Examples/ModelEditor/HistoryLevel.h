@@ -47,6 +47,13 @@ public:
         Exported = 1,
     };
 
+    /// A command that waits to be merged, and the lines that do the same.
+    struct Waiting
+    {
+        std::string description;
+        std::string script;
+    };
+
     /// Told about every step that was undone or redone: `Undone: <description>`.
     using StepListener = std::function<void(const std::string& step)>;
 
@@ -56,7 +63,10 @@ public:
     HistoryLevel& operator=(const HistoryLevel&) = delete;
     ~HistoryLevel();
 
+    /// What it is the history of.
     Kind getKind() const noexcept;
+
+    /// The name of a group; otherwise empty.
     const std::string& getName() const noexcept;
 
     /// Executes @p command, together with what waits to be merged.
@@ -82,7 +92,7 @@ public:
     std::uint64_t undo(std::uint64_t most, const StepListener& tell);
     std::uint64_t redo(std::uint64_t most, const StepListener& tell);
 
-    /// The lines of all that is done. Only a recording and a group know them.
+    /// The lines of all that is done. @pre it is a recording or a group (not checked).
     std::string getScript() const;
 
     /// Moves all that is done into @p outer, as one step; nothing if nothing is done. @pre nothing waits to be
@@ -96,8 +106,8 @@ public:
     /// limit drops. @return how many steps were dropped.
     std::uint64_t setLimit(const std::optional<std::uint32_t>& limit);
 
-    /// The descriptions of what waits to be merged, oldest first.
-    std::vector<std::string> getWaiting() const;
+    /// What waits to be merged, oldest first.
+    const std::vector<Waiting>& getWaiting() const noexcept;
 
     /// As History::isSaved(), for tracker 0. But a saved row stays one while commands wait to be merged, because
     /// undo settles first and so leads to it.
@@ -111,12 +121,6 @@ public:
     Valdane::SaveState saveState{manager};
 
 private:
-    struct Waiting
-    {
-        std::string description;
-        std::string script;
-    };
-
     std::uint64_t repeat(Valdane::HistoryAction& action, const std::string& done, std::uint64_t most,
                          const StepListener& tell);
 

@@ -123,9 +123,9 @@ void ModelView::printHistory(const std::list<HistoryLevel>& levels) const
             out << "  in the group " << brief(level.getName()) << ":\n";
         }
         printRows(level, 0, level.history.getPosition());
-        for (const auto& description : level.getWaiting())
+        for (const auto& waiting : level.getWaiting())
         {
-            out << "   +  " << description << " (waits to be merged with the next edit)\n";
+            out << "   +  " << waiting.description << " (waits to be merged with the next edit)\n";
         }
     }
     const auto& history = levels.back().history;

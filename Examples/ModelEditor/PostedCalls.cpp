@@ -9,8 +9,6 @@ namespace ModelEditor
 
 PostedCalls::PostedCalls(const WakeUp& woken) : wakeUp(woken) {}
 
-PostedCalls::~PostedCalls() = default;
-
 void PostedCalls::post(std::function<void()> call)
 {
     const std::scoped_lock lock(mutex);

@@ -19,7 +19,6 @@ public:
     explicit PostedCalls(const WakeUp& woken);
     PostedCalls(const PostedCalls&) = delete;
     PostedCalls& operator=(const PostedCalls&) = delete;
-    ~PostedCalls();
 
     /// Puts @p call behind the others, and wakes the main thread up.
     void post(std::function<void()> call);

@@ -227,7 +227,8 @@ TEST_F(HistoryLevelTest, WithNothingDoneItBecomesNoStep)
 TEST_F(HistoryLevelTest, WhatWaitsToBeMergedIsModifiedAlready)
 {
     level.executeToMerge(a, "");
-    EXPECT_THAT(level.getWaiting(), ElementsAre("a"));
+    ASSERT_EQ(level.getWaiting().size(), 1U);
+    EXPECT_EQ(level.getWaiting().front().description, "a");
     EXPECT_THAT(getDone(), IsEmpty());
     EXPECT_THAT(getModified(), ElementsAre(find("a")));
     EXPECT_TRUE(level.saveState.isModified(HistoryLevel::Saved));
