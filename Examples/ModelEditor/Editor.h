@@ -78,7 +78,7 @@ public:
     /// Asks the work under way to stop; without any does nothing.
     void abort();
 
-    /// How far the work under way is just now.
+    /// How far the work is just now. @pre isUnderWay() (not checked).
     Valdane::ThreadedRun::Progress getProgress() const;
 
     /// The share of it that goOn() has concluded, in percent, which does not depend on how fast the other

@@ -36,7 +36,7 @@ protected:
         return printedBy([&] { editor.run(line); });
     }
 
-    // Takes what is under way further until as many percent are concluded, or until it is over. Returns whether it is.
+    // Takes the run further until as many percent are concluded, or until it is over. Returns whether it is.
     bool goOnTo(int percent)
     {
         bool isOver = false;
