@@ -81,7 +81,7 @@ public:
     {
         if (historyChanges.areWatched())
         {
-            historyChanges.tell(historyState());
+            historyChanges.tell([this] { return historyState(); });
         }
     }
 

@@ -147,20 +147,21 @@ bool CommandManager::Private::abandonGroup(const std::source_location& place)
         closed.reopenUnlessKept();
         return false;
     };
-    if (!process(*macro, "Undo", work, flagAfterwards))
-    {
-        return false;
-    }
+    bool isUndone = false;
     changeHistory(
         [&]
         {
-            if (newestLoose() == 0)
+            isUndone = process(*macro, "Undo", work, flagAfterwards);
+            if (isUndone && newestLoose() == 0)
             {
                 moduleAccess()->markAllModulesInBusinessAsUnmodified();
             }
         });
-    sigCommandUndone();
-    return true;
+    if (isUndone)
+    {
+        sigCommandUndone();
+    }
+    return isUndone;
 }
 
 } // namespace Valdane

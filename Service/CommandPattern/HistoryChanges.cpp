@@ -43,7 +43,6 @@ Signals::Connection HistoryChanges::connect(const Signals::Slot<void(const Histo
     if (!std::exchange(isWatched, true))
     {
         told = now;
-        latest = now;
     }
     return connection;
 }
@@ -74,9 +73,8 @@ void HistoryChanges::addModules(const ModuleSet& modules)
     }
 }
 
-void HistoryChanges::tell(const State& now)
+void HistoryChanges::tell(const std::function<State()>& stateNow)
 {
-    latest = now;
     if (isTelling || holds != 0)
     {
         return;
@@ -101,13 +99,13 @@ void HistoryChanges::tell(const State& now)
     };
 
     const Telling telling(isTelling);
-    while (hasChanged || latest != told)
+    for (State now = stateNow(); hasChanged || now != told; now = stateNow())
     {
-        tellOnce();
+        tellOnce(now);
     }
 }
 
-void HistoryChanges::tellOnce()
+void HistoryChanges::tellOnce(const State& now)
 {
     HistoryChange change;
     modulesOfRemoved.insertInto(change.modulesOfRemoved);
@@ -116,7 +114,7 @@ void HistoryChanges::tellOnce()
     hasChanged = false;
     std::array<RowChange, MaxRowChanges> changedRows = rows;
     std::size_t count = std::exchange(rowCount, 0);
-    const State before = std::exchange(told, latest);
+    const State before = std::exchange(told, now);
     if (!std::exchange(areRowsComplete, true) || apply({changedRows.data(), count}, before.size) != told.size)
     {
         // A command has changed the history while it was undone or redone itself.

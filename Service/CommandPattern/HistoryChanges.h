@@ -10,6 +10,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
 namespace Valdane
 {
@@ -91,18 +92,19 @@ public:
     /// Notes what a command modified that leaves the history. @throws std::bad_alloc, with nothing changed.
     void addModules(const ModuleSet& modules);
 
-    /// Tells what has changed, with @p now as the state, if anything has. Called by a slot, it returns at once, and
-    /// the change is told after that of which the slot was told.
+    /// Tells what has changed, if anything has. Called by a slot, it returns at once, and the change is told after
+    /// that of which the slot was told.
+    /// @param stateNow  asked before each change is told, because slots change the history
     /// @pre areWatched() (not checked).
     /// @throws what slots throw; the further slots of that change are not called then.
-    void tell(const State& now);
+    void tell(const std::function<State()>& stateNow);
 
 private:
     /// What one operation can change. If there is more, all rows are told as replaced.
     static constexpr std::size_t MaxRowChanges = 4;
 
     void noteRows(const RowChange& change) noexcept;
-    void tellOnce();
+    void tellOnce(const State& now);
 
     Signals::Signal<void(const HistoryChange&)> sigHistoryChanged;
     bool isWatched = false;
@@ -110,7 +112,6 @@ private:
     unsigned holds = 0;
     std::uint64_t noted = 0;
     State told;
-    State latest;
     std::array<RowChange, MaxRowChanges> rows;
     std::size_t rowCount = 0;
     bool areRowsComplete = true;

@@ -29,7 +29,7 @@ public:
     std::unique_ptr<Listeners> listeners = std::make_unique<Listeners>();
 
 private:
-    using Connections = std::array<Signals::Connection, 3>;
+    using Connections = std::array<Signals::Connection, 5>;
 
     Connections connectTo(CommandManager& manager);
 
@@ -46,9 +46,11 @@ ActiveHistory::Private::Connections ActiveHistory::Private::connectTo(CommandMan
             listeners->updated();
         }
     };
-    // The last two tell of what happens in a group, about which the history is silent.
+    // The second and third tell of what happens in a group, about which the history is silent.
     return {manager.connectToSigHistoryChanged([tell](const HistoryChange&) { tell(); }),
-            manager.connectToSigCommandExecuted(tell), manager.connectToSigCommandUndone(tell)};
+            manager.connectToSigCommandExecuted(tell), manager.connectToSigCommandUndone(tell),
+            manager.connectToSigThreadedCommandStarted(tell),
+            manager.connectToSigThreadedCommandFinished(tell)};
 }
 
 void ActiveHistory::Private::activate(const Document* document, CommandManager* manager)

@@ -179,6 +179,10 @@ History::MoveResult History::Private::step(std::uint64_t target, bool& hasMoved)
     // Step by step, because a slot may change what there is to undo or redo.
     for (std::uint64_t now = manager.getPosition(); now != target; now = manager.getPosition())
     {
+        if (manager.getCurrentThreadedCommand() != nullptr)
+        {
+            return MoveResult::RunNotEnded;
+        }
         const bool isUndo = now > target;
         const std::uint64_t next = isUndo ? now - 1 : now + 1;
         if (!(isUndo ? manager.canUndo() : manager.canRedo()))

@@ -57,6 +57,7 @@ public:
         Reached,       ///< the position is the one that was asked for
         CommandFailed, ///< a command failed; the manager has reported it
         GroupOpen,     ///< a group is open, so that nothing can be undone or redone
+        RunNotEnded,   ///< a threaded command is running, which may be reading what a step would change
         Interrupted,   ///< a slot or a command has changed the history, or an exception has passed
     };
 

@@ -70,7 +70,9 @@ public:
     bool isEnabled() const
     {
         const CommandManager* const manager = history.getActive();
-        return manager != nullptr && (isUndo ? manager->canUndo() : manager->canRedo());
+        // A command that is running on the worker may be reading what an undo would change.
+        return manager != nullptr && manager->getCurrentThreadedCommand() == nullptr &&
+               (isUndo ? manager->canUndo() : manager->canRedo());
     }
 
     std::string text() const

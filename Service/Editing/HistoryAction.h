@@ -42,7 +42,8 @@ public:
     /// What the entry says, in UTF-8. @throws what CommandBase::getDescription() throws.
     std::string getText() const;
 
-    /// Whether there is something to undo or redo in the active manager, and no group is open.
+    /// Whether there is something to undo or redo in the active manager, no group is open, and no threaded
+    /// command is running.
     bool isEnabled() const;
 
     /// Undoes or redoes one command of the active manager. Does nothing if the action is not enabled.

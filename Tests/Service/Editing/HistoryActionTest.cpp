@@ -1,5 +1,6 @@
 #include "Service/Editing/HistoryAction.h"
 
+#include "Platform/Multitasking/ThreadManager.h"
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/Editing/ActiveHistory.h"
 #include "Service/Editing/RedoAction.h"
@@ -8,6 +9,7 @@
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/Failures.h"
 #include "Tests/Support/ScriptedCommand.h"
+#include "Tests/Support/ScriptedRun.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -143,6 +145,24 @@ TEST_F(HistoryActionTest, IsDisabledWhileAGroupIsOpen)
     manager.beginGroup("H");
     add("d");
     EXPECT_THAT(toldBy([&] { manager.abandonGroup(); }), ElementsAre("Undo G"));
+}
+
+TEST_F(HistoryActionTest, IsDisabledWhileAThreadedCommandIsRunning)
+{
+    document->activate();
+    add("a");
+    add("b");
+    manager.undo(1);
+    manager.getThreadManager()->setThreadingMode(0);
+    const auto run = std::make_shared<ScriptedRun>("Fit");
+    run->onRun = [&]
+    {
+        EXPECT_FALSE(undoAction->trigger());
+        EXPECT_FALSE(redoAction->trigger());
+        EXPECT_EQ(manager.getPosition(), 1U);
+    };
+    manager.addThreadedCommand(run);
+    EXPECT_EQ(lookOf(*undoAction), "Undo Fit");
 }
 
 TEST_F(HistoryActionTest, AnUpdateTellsWhatTheManagerDoesNot)

@@ -645,6 +645,29 @@ TEST_F(GroupOrder, OneThatCannotBeUndoneIsAsItWas)
     EXPECT_EQ(partsOf(manager.getUndoCommand()), "G(A B S C)");
 }
 
+TEST_F(GroupOrder, ASaveInOneThatCannotBeUndoneIsToldWhenItIsThereAgain)
+{
+    manager.beginGroup("G");
+    auto stuck = make("S");
+    stuck->onUndo = [&]
+    {
+        manager.addCommandToMergeWithNextCommand(make("W"), false);
+        throw std::runtime_error("stuck");
+    };
+    manager.addCommand(stuck);
+    manager.adjustOnSave(0);
+    EXPECT_EQ(savedPositions(), "0-");
+    std::string told;
+    onSignal = [&](const std::string& signal)
+    {
+        told += signal + ": " + savedPositions() + "\n";
+    };
+    EXPECT_FALSE(manager.abandonGroup());
+    EXPECT_EQ(told, "history [] 0>0 saved: --\n"
+                    "failed(stuck, G): 0-\n"
+                    "history [] 0>0 saved: 0-\n");
+}
+
 TEST_F(GroupOrder, RefusesWhatWouldPassItByAndLosesNothing)
 {
     fill("ab");

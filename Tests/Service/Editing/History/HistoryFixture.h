@@ -134,6 +134,8 @@ inline std::string nameOf(History::MoveResult result)
         return "command failed";
     case History::MoveResult::GroupOpen:
         return "group open";
+    case History::MoveResult::RunNotEnded:
+        return "run not ended";
     case History::MoveResult::Interrupted:
         return "interrupted";
     }

@@ -1,8 +1,10 @@
+#include "Platform/Multitasking/ThreadManager.h"
 #include "Service/CommandPattern/HistoryChange.h"
 #include "Tests/Service/Editing/History/HistoryFixture.h"
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/Failures.h"
 #include "Tests/Support/MessageOf.h"
+#include "Tests/Support/ScriptedRun.h"
 
 #include <gmock/gmock.h>
 
@@ -135,6 +137,19 @@ TEST_F(HistoryMoveTest, StopsWhenAStepOpensAGroup)
     manager.endGroup();
     EXPECT_THAT(movesDuring([&] { expectMove(2, MoveResult::Reached); }), ElementsAre("reached"))
         << "the group is opened by the last step";
+}
+
+TEST_F(HistoryMoveTest, DoesNothingWhileAThreadedCommandIsRunning)
+{
+    manager.getThreadManager()->setThreadingMode(0);
+    const auto run = std::make_shared<ScriptedRun>("Fit");
+    run->onRun = [&]
+    {
+        EXPECT_THAT(toldBy([&] { expectMove(1, MoveResult::RunNotEnded); }), IsEmpty());
+        expectMove(4, MoveResult::Reached);
+    };
+    manager.addThreadedCommand(run);
+    expectMove(1, MoveResult::Reached);
 }
 
 TEST_F(HistoryMoveTest, AMoveOfASlotTakesOver)

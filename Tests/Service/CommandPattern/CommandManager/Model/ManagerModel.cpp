@@ -596,20 +596,20 @@ bool ManagerModel::abandonGroup()
         trace("Undo command '" + descriptionOf(*macro) + "' executed.");
         isUndone = true;
     };
-    if (!process("Undo", *macro, reopened, work))
-    {
-        return false;
-    }
     changeHistory(
         [&]
         {
-            if (looseState() == 0)
+            isUndone = process("Undo", *macro, reopened, work);
+            if (isUndone && looseState() == 0)
             {
                 world.mark();
             }
         });
-    emit("undone");
-    return true;
+    if (isUndone)
+    {
+        emit("undone");
+    }
+    return isUndone;
 }
 
 void ManagerModel::applyLimit()
