@@ -1,6 +1,7 @@
 #include "Tests/Support/Faults/ManagerWorld.h"
 
 #include "Platform/Multitasking/ThreadManager.h"
+#include "Service/CommandPattern/HistoryChange.h"
 #include "Service/CommandPattern/MacroCommand.h"
 
 #include <gtest/gtest.h>
@@ -86,6 +87,11 @@ void ManagerWorld::fillMerge()
     EXPECT_TRUE(manager.addCommandToMergeWithNextCommand(make('n'), true));
 }
 
+void ManagerWorld::listenToHistory()
+{
+    connections.push_back(manager.connectToSigHistoryChanged([](const HistoryChange&) { beTold(); }));
+}
+
 void ManagerWorld::applyAside(char letter)
 {
     document->apply(letter);
@@ -118,6 +124,11 @@ std::string ManagerWorld::takeState()
     manager.finalizeThread();
     manager.finalizeThread();
     tell("finalized");
+    while (!manager.getOpenGroups().empty())
+    {
+        manager.endGroup();
+        tell("group ended");
+    }
     Services::setThreadingMode(*manager.getThreadManager(), 1);
     EXPECT_TRUE(manager.addCommand(make('p')));
     tell("added p");
@@ -146,7 +157,17 @@ std::string ManagerWorld::present() const
            lettersOf(manager.getModifiedModules(1)) + " to save " +
            lettersOf(manager.getModifiedOrSaveOnNextSaveModules(1)) + " limit " +
            std::to_string(manager.getMaxQueueSize()) +
-           (manager.usesMaxQueueSize() ? " in use" : " not used") + " slot " + slot();
+           (manager.usesMaxQueueSize() ? " in use" : " not used") + " slot " + slot() + groups();
+}
+
+std::string ManagerWorld::groups() const
+{
+    std::string text;
+    for (const std::string& description : manager.getOpenGroups())
+    {
+        text += " in group " + description;
+    }
+    return text;
 }
 
 std::string ManagerWorld::slot() const
@@ -162,15 +183,16 @@ void ManagerWorld::checkAnswers() const
     const auto redoable = manager.collectRedoCommandDescriptions();
     EXPECT_EQ(manager.isProcessingCommand(), manager.getCurrentThreadedCommand() != nullptr);
     EXPECT_EQ(manager.getQueueSize(), undoable.size() + redoable.size());
-    EXPECT_EQ(manager.canUndo(), !undoable.empty());
-    EXPECT_EQ(manager.canRedo(), !redoable.empty());
-    EXPECT_EQ(manager.getUndoCommand() != nullptr, manager.canUndo());
-    EXPECT_EQ(manager.getRedoCommand() != nullptr, manager.canRedo());
-    if (manager.canUndo())
+    const bool isInGroup = !manager.getOpenGroups().empty();
+    EXPECT_EQ(manager.canUndo(), !isInGroup && !undoable.empty());
+    EXPECT_EQ(manager.canRedo(), !isInGroup && !redoable.empty());
+    EXPECT_EQ(manager.getUndoCommand() != nullptr, !undoable.empty());
+    EXPECT_EQ(manager.getRedoCommand() != nullptr, !redoable.empty());
+    if (!undoable.empty())
     {
         EXPECT_EQ(manager.getUndoCommand()->getDescription(), undoable.front());
     }
-    if (manager.canRedo())
+    if (!redoable.empty())
     {
         EXPECT_EQ(manager.getRedoCommand()->getDescription(), redoable.front());
     }

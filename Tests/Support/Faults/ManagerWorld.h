@@ -38,6 +38,9 @@ public:
     /// Executes a command of that letter as the manager does, without it.
     void applyAside(char letter);
 
+    /// Has a listener of the history told of each change from now on.
+    void listenToHistory();
+
     /// Empties the redo queue by other operations of the manager.
     void forgetRedo();
 
@@ -47,9 +50,9 @@ public:
         return answer != Answer::False && failures == 0;
     }
 
-    /// Everything that can be observed: the manager at rest, and each step of a gesture of the user that
-    /// begins with a new command and goes to both ends of the history. Checks all the while that the
-    /// manager's answers agree.
+    /// Everything that can be observed: the manager at rest, what the open groups become, and each step of a
+    /// gesture of the user that begins with a new command and goes to both ends of the history. Checks all the
+    /// while that the manager's answers agree.
     std::string takeState();
 
     /// Declared first, as commands that die with the manager are counted there.
@@ -70,6 +73,7 @@ public:
 private:
     std::string present() const;
     std::string slot() const;
+    std::string groups() const;
     void checkAnswers() const;
     static std::string lettersOf(const std::list<std::string>& descriptions);
     static std::string lettersOf(const std::set<const Object*>& modules);
