@@ -73,6 +73,14 @@ public:
         }
     }
 
+    void addOthers(const std::set<const Object*>& others)
+    {
+        for (const Object* module : others)
+        {
+            at(module).hasOtherChanges = true;
+        }
+    }
+
     bool contains(const Object* module) const
     {
         return places.contains(module);
@@ -140,10 +148,8 @@ std::vector<UnsavedModule> SaveState::unsavedChanges(std::uint64_t tracker) cons
     }
     if (!manager.getSavedPosition(tracker).has_value())
     {
-        for (const Object* module : tracked.modulesOfGone)
-        {
-            modules.at(module).hasOtherChanges = true;
-        }
+        modules.addOthers(tracked.modulesOfGone);
+        modules.addOthers(tracked.modulesAtSave);
     }
     std::vector<UnsavedModule> unsaved = modules.take();
     if (unsaved.empty())
@@ -219,6 +225,7 @@ void SaveState::follow(const HistoryChange& change)
             tracked.branch = *position;
             tracked.modulesOfGone.clear();
             correctModules(tracker, change);
+            followSave(tracker, change);
         }
         else
         {
@@ -226,6 +233,21 @@ void SaveState::follow(const HistoryChange& change)
         }
     }
     update();
+}
+
+void SaveState::followSave(std::uint64_t tracker, const HistoryChange& change)
+{
+    if (!change.savedPositionsChanged || manager.getSavedPosition(tracker) != manager.getPosition())
+    {
+        return;
+    }
+    Tracked& tracked = trackers[tracker];
+    if (manager.getOpenGroups().empty())
+    {
+        tracked.modulesAtSave.clear();
+    }
+    // Those that were there before stay: this is no save if a group inside was abandoned.
+    tracked.modulesAtSave.merge(manager.getModifiedModules(tracker));
 }
 
 void SaveState::followLost(Tracked& tracked, const HistoryChange& change) const

@@ -97,11 +97,15 @@ private:
         std::uint64_t branch = 0;
         /// What commands modified that are on that path and left the history.
         std::set<const Object*> modulesOfGone;
+        /// What the module access interface reported at the save: of commands that were not in the history
+        /// yet. If their group is abandoned, nobody else knows that they differ.
+        std::set<const Object*> modulesAtSave;
         bool wasModified = false;
     };
 
     static void requireTracker(std::uint64_t tracker);
     void follow(const HistoryChange& change);
+    void followSave(std::uint64_t tracker, const HistoryChange& change);
     void followLost(Tracked& tracked, const HistoryChange& change) const;
     void correctModules(std::uint64_t tracker, const HistoryChange& change);
     bool tellOne();

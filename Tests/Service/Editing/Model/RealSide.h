@@ -27,14 +27,6 @@ namespace Valdane::EditingModel
 class World : public ModuleAccessInterface
 {
 public:
-    World()
-    {
-        for (std::size_t layer = 0; layer < moduleCount; ++layer)
-        {
-            modules[layer] = std::make_shared<Object>(std::to_string(layer));
-        }
-    }
-
     std::set<const Object*> getModifiedModulesFromBusiness() override
     {
         std::set<const Object*> modified;
@@ -43,7 +35,7 @@ public:
         {
             if ((layers >> layer & 1U) != 0)
             {
-                modified.insert(modules[layer].get());
+                modified.insert(&modules[layer]);
             }
         }
         return modified;
@@ -68,7 +60,8 @@ public:
 
 private:
     Drawing known;
-    std::array<std::shared_ptr<Object>, moduleCount> modules;
+    /// In one array, so that sets of them have them in this order.
+    std::array<Object, moduleCount> modules{Object("0"), Object("1"), Object("2"), Object("3")};
 };
 
 /// Draws strokes.
