@@ -83,6 +83,7 @@ MergePolicy::MergePolicy(CommandManager& commandManager, const Limits& stepLimit
         throw VdException("A MergePolicy needs a clock; leave the argument out for the steady clock");
     }
     connection = manager.connectToSigHistoryChanged([this](const HistoryChange& change) { follow(change); });
+    undone = manager.connectToSigCommandUndone([this] { interrupt(); });
 }
 
 MergePolicy::~MergePolicy() = default;
@@ -155,10 +156,15 @@ void MergePolicy::follow(const HistoryChange& change)
     }
     if (depth == 0 || isMove || (inserted == 0 && !change.rows.empty()))
     {
-        ++interruptions;
-        endStep();
+        interrupt();
     }
     insertedRows += inserted;
+}
+
+void MergePolicy::interrupt() noexcept
+{
+    ++interruptions;
+    endStep();
 }
 
 } // namespace Valdane

@@ -89,6 +89,7 @@ private:
     bool addToStep(const std::shared_ptr<StepCommand>& newest, const std::shared_ptr<StepCommand>& next,
                    std::string key);
     void follow(const HistoryChange& change);
+    void interrupt() noexcept;
 
     CommandManager& manager;
     Limits limits;
@@ -105,6 +106,8 @@ private:
     /// Expires when this is destroyed, by a slot for example.
     std::shared_ptr<const bool> life = std::make_shared<const bool>(true);
     Signals::Connection connection;
+    /// Also of a group that was abandoned, which the history need not tell.
+    Signals::Connection undone;
 };
 
 } // namespace Valdane

@@ -32,14 +32,15 @@ std::uint64_t moveBranch(std::uint64_t branch, const RowChange& change)
     return branch - removedBefore;
 }
 
+bool isRemoval(const RowChange& row)
+{
+    return row.removed != 0;
+}
+
 // Whether commands that left the history may have been on the path. A command that came and left in the same
 // change has no row.
 bool mayTouch(const HistoryChange& change, const Rows& path)
 {
-    const auto isRemoval = [](const RowChange& row)
-    {
-        return row.removed != 0;
-    };
     const auto touches = [&](const RowChange& row)
     {
         return isRemoval(row) && row.first < path.last && path.first < row.first + row.removed;
@@ -258,6 +259,7 @@ void SaveState::followLost(Tracked& tracked, const HistoryChange& change) const
     {
         tracked.branch = moveBranch(tracked.branch, row);
     }
+    tracked.isVague = tracked.isVague || std::ranges::any_of(change.rows, isRemoval);
     if (!change.modulesOfRemoved.empty() && mayTouch(change, path))
     {
         tracked.modulesOfGone.insert(change.modulesOfRemoved.begin(), change.modulesOfRemoved.end());
@@ -267,9 +269,15 @@ void SaveState::followLost(Tracked& tracked, const HistoryChange& change) const
 void SaveState::correctModules(std::uint64_t tracker, const HistoryChange& change)
 {
     // When a command was taken, or the last one was dropped, the manager's modules are those from before its
-    // command.
-    if (!change.rows.empty() && manager.getSavedPosition(tracker) == manager.getPosition() &&
-        !manager.getModifiedModules(tracker).empty())
+    // command. That may have been in a group, which was abandoned now.
+    Tracked& tracked = trackers[tracker];
+    if (manager.getSavedPosition(tracker) != manager.getPosition() ||
+        (change.rows.empty() && !change.savedPositionsChanged && !tracked.isVague))
+    {
+        return;
+    }
+    tracked.isVague = false;
+    if (!manager.getModifiedModules(tracker).empty())
     {
         manager.adjustOnSave(tracker);
     }

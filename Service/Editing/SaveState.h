@@ -67,8 +67,9 @@ public:
     /// Every module that differs from the last save for @p tracker. Those with commands come first, in the
     /// order of their oldest one. Empty exactly if isModified() is false.
     ///
-    /// Commands that have left the history are known by their modules only. If no undo or redo leads to the
-    /// save, or a command was taken since, modules may be listed that do not differ. None is missing.
+    /// Commands that have left the history are known by their modules only. Modules may be listed that do not
+    /// differ if no undo or redo leads to the save, if a command was taken since, or if the limit has dropped
+    /// all commands since while others were in an open group or waited to be merged. None is missing.
     /// Cost: linear in the commands since the save, and in their modules.
     /// @throws as isModified(), and what a command's getDescription() throws.
     std::vector<UnsavedModule> unsavedChanges(std::uint64_t tracker) const;
@@ -100,6 +101,9 @@ private:
         /// What the module access interface reported at the save: of commands that were not in the history
         /// yet. If their group is abandoned, nobody else knows that they differ.
         std::set<const Object*> modulesAtSave;
+        /// Whether the manager may count modules from before the save, because commands have left the history
+        /// while others were not in it yet.
+        bool isVague = false;
         bool wasModified = false;
     };
 

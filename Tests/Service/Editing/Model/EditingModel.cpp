@@ -199,7 +199,7 @@ std::string Model::takeNewest()
     const auto newest = history.begin() + static_cast<std::ptrdiff_t>(position);
     const std::string text = textOf(*newest);
     history.erase(newest);
-    hasTaken.fill(true);
+    isVague.fill(true);
     step = {};
     return "took " + text;
 }
@@ -234,7 +234,7 @@ std::string Model::clear()
 void Model::save(std::size_t tracker, bool resets)
 {
     saved[tracker] = drawing;
-    hasTaken[tracker] = false;
+    isVague[tracker] = false;
     if (resets)
     {
         for (const Group& group : groups)
@@ -302,11 +302,17 @@ void Model::applyLimit()
     {
         history.clear();
         position = 0;
-        return;
     }
-    const std::size_t dropped = history.size() - limit;
-    history.erase(history.begin(), history.begin() + static_cast<std::ptrdiff_t>(dropped));
-    position -= dropped;
+    else
+    {
+        const std::size_t dropped = history.size() - limit;
+        history.erase(history.begin(), history.begin() + static_cast<std::ptrdiff_t>(dropped));
+        position -= dropped;
+    }
+    for (std::size_t tracker = 0; tracker < saved.size(); ++tracker)
+    {
+        isVague[tracker] = isVague[tracker] || (history.empty() && !savedPosition(tracker).has_value());
+    }
 }
 
 bool Model::mayMerge() const

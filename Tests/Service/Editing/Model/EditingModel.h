@@ -165,8 +165,9 @@ private:
     /// The outermost first.
     std::vector<Group> groups;
     std::array<Drawing, 2> saved;
-    /// Whether a command was taken since the save.
-    std::array<bool, 2> hasTaken{};
+    /// Whether a command was taken since the save, or the limit dropped all while the save was no place in the
+    /// history.
+    std::array<bool, 2> isVague{};
     /// Strokes of commands that the application reset before they were in the history.
     std::set<int> unreported;
     std::size_t limit = 25;

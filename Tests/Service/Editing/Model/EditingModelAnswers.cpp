@@ -98,7 +98,7 @@ bool Model::isModified(std::size_t tracker) const
 std::optional<std::vector<std::string>> Model::exactChanges(std::size_t tracker) const
 {
     const auto saves = savedPosition(tracker);
-    if (!saves.has_value() || hasTaken[tracker])
+    if (!saves.has_value() || isVague[tracker])
     {
         return std::nullopt;
     }
