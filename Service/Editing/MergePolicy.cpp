@@ -6,23 +6,10 @@
 #include "Service/CommandPattern/HistoryChange.h"
 #include "Service/Editing/StepCommand.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace Valdane
 {
-
-namespace
-{
-
-// The limit and a memory budget do so. That does not end a step.
-bool dropsOldestOnly(const HistoryChange& change)
-{
-    return change.rows.size() == 1 && change.rows.front().first == 0 && change.rows.front().inserted == 0 &&
-           change.positionBefore - change.positionAfter == change.rows.front().removed;
-}
-
-} // namespace
 
 // What the history tells during one add(), also if the policy is destroyed meanwhile.
 class MergePolicy::Listening
@@ -144,17 +131,15 @@ bool MergePolicy::addToStep(const std::shared_ptr<StepCommand>& newest,
 
 void MergePolicy::follow(const HistoryChange& change)
 {
-    if (dropsOldestOnly(change))
-    {
-        return;
-    }
-    const bool isMove = change.rows.empty() && change.positionBefore != change.positionAfter;
     std::uint64_t inserted = 0;
     for (const RowChange& row : change.rows)
     {
         inserted += row.inserted;
     }
-    if (depth == 0 || isMove || (inserted == 0 && !change.rows.empty()))
+    const bool isMove = change.rows.empty() && change.positionBefore != change.positionAfter;
+    // What the limit, a memory budget or others drop ends no step. If it is the step, nothing can merge with it.
+    const bool isRemoval = !change.rows.empty() && inserted == 0;
+    if (isMove || (depth == 0 && !isRemoval))
     {
         interrupt();
     }

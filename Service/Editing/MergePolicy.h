@@ -27,8 +27,8 @@ struct HistoryChange;
 ///     manager.undo(1); // removes both letters
 ///
 /// Commands are one step if they have the same key and none of these comes between: a pause, a save, an undo
-/// or redo, a command with another key or not added here, endStep(), the end of a group. A command that is a
-/// MergeableCommand is asked to take in the next one. If it does not, the step keeps both.
+/// or redo, a command with another key or not added here, endStep(), the end of a group that has commands. A
+/// command that is a MergeableCommand is asked to take in the next one. If it does not, the step keeps both.
 ///
 /// In the history a command with a key is in a MacroCommand, which is the step. Its description is that of
 /// the first command that has one. Undo, redo and what happens if they fail are those of a MacroCommand.

@@ -287,6 +287,37 @@ TEST_F(MergePolicyTest, AGroupThatWasAbandonedLeavesTheStepBeforeAlone)
     EXPECT_EQ(manager.getQueueSize(), 2U);
 }
 
+TEST_F(MergePolicyTest, AGroupThatWasAbandonedEndsTheStepAlsoIfItHadNoneOfIt)
+{
+    type("a");
+    manager.beginGroup("G");
+    plain("x");
+    manager.abandonGroup();
+    type("b");
+    EXPECT_EQ(manager.getQueueSize(), 2U);
+}
+
+TEST_F(MergePolicyTest, AnEmptyGroupDoesNotEndTheStep)
+{
+    type("a");
+    manager.beginGroup("G");
+    manager.endGroup();
+    type("b");
+    EXPECT_EQ(manager.getQueueSize(), 1U);
+}
+
+TEST_F(MergePolicyTest, WhatLeavesTheHistoryDoesNotEndTheStep)
+{
+    plain("x");
+    manager.undo(1);
+    manager.beginGroup("G");
+    type("a");
+    manager.forgetRedoCommands();
+    type("b");
+    manager.endGroup();
+    EXPECT_EQ(dynamic_cast<const MacroCommand&>(*manager.getUndoCommand()).size(), 1U);
+}
+
 TEST_F(MergePolicyTest, TheLimitDropsNothingForACommandThatMerges)
 {
     manager.setMaxQueueSize(2);

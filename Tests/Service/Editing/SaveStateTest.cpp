@@ -14,14 +14,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <array>
 #include <cstddef>
-#include <iterator>
 #include <memory>
 #include <new>
 #include <optional>
-#include <random>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -359,8 +355,54 @@ TEST_F(SaveStateTest, SavedInAGroupTheDataAreModifiedWhenItIsAbandoned)
     EXPECT_FALSE(saveState->isModified(0));
     manager.abandonGroup();
     EXPECT_TRUE(saveState->isModified(0));
-    EXPECT_THAT(unsaved(), ElementsAre("-|other changes"));
+    EXPECT_THAT(unsaved(), ElementsAre("pumps|other changes"));
     EXPECT_FALSE(saveState->isModified(1));
+}
+
+TEST_F(SaveStateTest, SavedInAGroupItsModulesAreTakenNoteOfUntilTheNextSave)
+{
+    manager.beginGroup("G");
+    add("a", pumps);
+    saveState->saved(0);
+    manager.beginGroup("inner");
+    add("b", pipes);
+    manager.abandonGroup();
+    EXPECT_TRUE(manager.abandonGroup());
+    EXPECT_THAT(unsaved(), UnorderedElementsAre("pumps|other changes", "pipes|other changes"));
+
+    saveState->saved(0);
+    add("c", pipes);
+    manager.undo(1);
+    add("d", pipes);
+    EXPECT_THAT(unsaved(), ElementsAre("pipes|d"));
+}
+
+TEST_F(SaveStateTest, WhenTheLimitDropsAllBehindAnOpenGroupTheSaveIsFoundAgain)
+{
+    add("a", pumps);
+    saveState->saved(0);
+    manager.beginGroup("G");
+    add("b", pipes);
+    manager.setMaxQueueSize(0);
+    manager.setUsesMaxQueueSize(true);
+    manager.abandonGroup();
+    EXPECT_FALSE(saveState->isModified(0));
+    EXPECT_THAT(unsaved(), IsEmpty());
+}
+
+TEST_F(SaveStateTest, WhenACommandIsTakenWhileAnotherWaitsTheSaveIsFoundAgain)
+{
+    add("a", pumps);
+    add("b", pumps);
+    saveState->saved(0);
+    manager.addCommandToMergeWithNextCommand(make("m", pipes.get()), false);
+    manager.takeLastExecutedCommand();
+    add("c", pipes);
+    EXPECT_TRUE(saveState->isModified(0));
+    add("d", pipes);
+    manager.undo(2);
+    EXPECT_FALSE(saveState->isModified(0));
+    EXPECT_THAT(unsaved(), IsEmpty());
 }
 
 TEST_F(SaveStateTest, ACommandThatWaitsToBeMergedIsModified)
@@ -562,152 +604,6 @@ TEST_F(SaveStateTest, WithoutMemoryForAChangeTheAnswerStaysRight)
         EXPECT_EQ(state.isModified(1), other.getPosition() != 0) << successes;
     }
     EXPECT_GT(successes, 3U);
-}
-
-/// Random operations on a set of tokens, beside what was in the set at each save.
-class RandomEdits : public SaveStateTest
-{
-protected:
-    using Tokens = std::set<int>;
-
-    std::shared_ptr<ScriptedCommand> makeEdit(bool redoCapable)
-    {
-        const int token = ++newest;
-        auto command = std::make_shared<ScriptedCommand>(std::to_string(token));
-        command->redoCapable = redoCapable;
-        command->onExecute = [this, token]
-        {
-            tokens.insert(token);
-            marks->marked.insert(moduleOf(token));
-        };
-        command->onUndo = [this, token]
-        {
-            tokens.erase(token);
-        };
-        return command;
-    }
-
-    const Object* moduleOf(int token) const
-    {
-        return objects[static_cast<std::size_t>(token) % objects.size()].get();
-    }
-
-    std::set<const Object*> modulesThatDiffer(const Tokens& others) const
-    {
-        std::vector<int> differing;
-        std::ranges::set_symmetric_difference(tokens, others, std::back_inserter(differing));
-        std::set<const Object*> modules;
-        for (const int token : differing)
-        {
-            modules.insert(moduleOf(token));
-        }
-        return modules;
-    }
-
-    void step(unsigned choice)
-    {
-        switch (choice % 16)
-        {
-        case 0:
-        case 1:
-            manager.undo(1 + choice / 16 % 3);
-            break;
-        case 2:
-            manager.redo(1 + choice / 16 % 3);
-            break;
-        case 3:
-        case 4:
-            save(choice / 16 % 2);
-            break;
-        case 5:
-            manager.addCommand(makeEdit(false));
-            break;
-        case 6:
-            manager.takeLastExecutedCommand();
-            break;
-        case 7:
-            manager.setMaxQueueSize(choice / 16 % 5);
-            manager.setUsesMaxQueueSize(choice / 128 % 2 == 0);
-            break;
-        case 8:
-            stepInGroup(choice / 16);
-            break;
-        case 9:
-            manager.addCommandToMergeWithNextCommand(makeEdit(true), false);
-            check();
-            manager.addCommand(makeEdit(true));
-            break;
-        case 10:
-            choice / 16 % 3 == 0 ? manager.clear() : manager.forgetRedoCommands();
-            break;
-        default:
-            manager.addCommand(makeEdit(true));
-        }
-    }
-
-    void stepInGroup(unsigned choice)
-    {
-        manager.beginGroup("G");
-        for (unsigned count = choice % 4; count != 0; --count)
-        {
-            manager.addCommand(makeEdit(true));
-            check();
-        }
-        choice / 4 % 2 == 0 ? manager.endGroup() : static_cast<void>(manager.abandonGroup());
-    }
-
-    void save(std::size_t tracker)
-    {
-        saveState->saved(tracker);
-        saved[tracker] = tokens;
-    }
-
-    void check()
-    {
-        for (std::size_t tracker = 0; tracker < saved.size(); ++tracker)
-        {
-            ASSERT_EQ(saveState->isModified(tracker), tokens != saved[tracker]);
-            ASSERT_EQ(toldModified[tracker], tokens != saved[tracker]);
-            const auto modules = saveState->unsavedChanges(tracker);
-            ASSERT_EQ(modules.empty(), tokens == saved[tracker]);
-            for (const Object* module : modulesThatDiffer(saved[tracker]))
-            {
-                ASSERT_TRUE(std::ranges::any_of(modules, [&](const UnsavedModule& unsavedModule)
-                                                { return unsavedModule.module == module; }))
-                    << module->getKey() << " is missing for " << tracker;
-            }
-        }
-    }
-
-    std::array<std::shared_ptr<Object>, 5> objects = {
-        std::make_shared<Object>("1"), std::make_shared<Object>("2"), std::make_shared<Object>("3"),
-        std::make_shared<Object>("4"), std::make_shared<Object>("5")};
-    int newest = 0;
-    Tokens tokens;
-    std::array<Tokens, 2> saved;
-    std::array<bool, 2> toldModified = {};
-};
-
-TEST_F(RandomEdits, TheAnswerIsAlwaysWhetherTheDataDiffer)
-{
-    connection = saveState->connectToSigModifiedChanged(
-        [this](std::uint64_t tracker, bool isModified)
-        { EXPECT_NE(std::exchange(toldModified[tracker], isModified), isModified); });
-    std::mt19937 random(7);
-    for (int count = 0; count < 3000 && !HasFailure(); ++count)
-    {
-        const auto choice = static_cast<unsigned>(random());
-        step(choice);
-        check();
-        ASSERT_FALSE(HasFatalFailure()) << "step " << count << ", choice " << choice % 16;
-        if (count % 100 == 99)
-        {
-            manager.clear();
-            tokens.clear();
-            save(0);
-            save(1);
-        }
-    }
 }
 
 } // namespace

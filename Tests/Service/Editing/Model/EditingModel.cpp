@@ -91,11 +91,9 @@ std::string Model::addToMerge(const Plan& plan, Fault& fault)
 
 std::string Model::abandon(Fault& fault)
 {
-    const Group group = groups.back();
-    std::vector<Entry> commands = group.commands;
-    commands.insert(commands.end(), group.waiting.begin(), group.waiting.end());
-    const Entry macro = makeMacro("", commands);
-    if (!commands.empty())
+    const Entry macro = makeMacro(groups.back());
+    const bool isEmpty = macro.parts.empty();
+    if (!isEmpty)
     {
         if (fault.hits(Call::Undo, callsOf(macro)) || !isUndoCapable(macro))
         {
@@ -106,19 +104,11 @@ std::string Model::abandon(Fault& fault)
         step = {};
     }
     groups.pop_back();
-    if (!commands.empty() && !hasLoose())
+    if (!isEmpty && !hasLoose())
     {
         known = drawing;
     }
     return "yes";
-}
-
-void Model::leave(Fault& fault)
-{
-    if (abandon(fault) == "no")
-    {
-        endGroup();
-    }
 }
 
 std::string Model::undo(std::uint64_t count, Fault& fault)
@@ -246,16 +236,18 @@ void Model::save(std::size_t tracker, bool resets)
     }
 }
 
-Entry Model::makeSingle(const Plan& plan)
-{
-    return {.id = ++newestId, .plan = plan, .parts = {}, .reported = 0};
-}
-
 Entry Model::makeMacro(const std::string& description, const std::vector<Entry>& parts)
 {
     Plan plan;
     plan.description = description;
     return {.id = ++newestId, .plan = plan, .parts = parts, .reported = 0};
+}
+
+Entry Model::makeMacro(const Group& group)
+{
+    std::vector<Entry> commands = group.commands;
+    commands.insert(commands.end(), group.waiting.begin(), group.waiting.end());
+    return makeMacro(group.description, commands);
 }
 
 Entry Model::mergedWith(const Entry& next, std::vector<Entry>& waiting)
@@ -360,13 +352,11 @@ void Model::noteMerge(Entry& newest)
 
 void Model::endGroup()
 {
-    const Group group = groups.back();
+    const Entry macro = makeMacro(groups.back());
     groups.pop_back();
-    std::vector<Entry> commands = group.commands;
-    commands.insert(commands.end(), group.waiting.begin(), group.waiting.end());
-    if (!commands.empty())
+    if (!macro.parts.empty())
     {
-        queue(makeMacro(group.description, commands));
+        queue(macro);
     }
 }
 

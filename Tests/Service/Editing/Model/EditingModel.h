@@ -52,8 +52,15 @@ public:
     }
 
     std::string abandon(Fault& fault);
+
     /// The scope of the innermost group ends.
-    void leave(Fault& fault);
+    void leave(Fault& fault)
+    {
+        if (abandon(fault) == "no")
+        {
+            endGroup();
+        }
+    }
 
     std::string undo(std::uint64_t count, Fault& fault);
     std::string redo(std::uint64_t count, Fault& fault);
@@ -132,8 +139,13 @@ private:
         unsigned count = 0;
     };
 
-    Entry makeSingle(const Plan& plan);
+    Entry makeSingle(const Plan& plan)
+    {
+        return {.id = ++newestId, .plan = plan, .parts = {}, .reported = 0};
+    }
+
     Entry makeMacro(const std::string& description, const std::vector<Entry>& parts);
+    Entry makeMacro(const Group& group);
     Entry mergedWith(const Entry& next, std::vector<Entry>& waiting);
     std::vector<Entry>& waitingHere();
 
