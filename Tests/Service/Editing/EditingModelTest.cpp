@@ -20,7 +20,7 @@ namespace Valdane::EditingModel
 namespace
 {
 
-constexpr std::uint64_t usualNumber = ValdaneTests::isSanitized ? 10'000 : 50'000;
+constexpr std::uint64_t usualNumber = ValdaneTests::isSanitized ? 10'000 : 30'000;
 
 /// The number in an environment variable.
 std::uint64_t numberFrom(const char* variable, std::uint64_t otherwise)

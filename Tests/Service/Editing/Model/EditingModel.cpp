@@ -225,6 +225,7 @@ void Model::save(std::size_t tracker, bool resets)
 {
     saved[tracker] = drawing;
     isVague[tracker] = false;
+    newestAtSave[tracker] = newestId;
     if (resets)
     {
         for (const Group& group : groups)

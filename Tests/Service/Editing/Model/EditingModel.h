@@ -115,6 +115,12 @@ public:
     /// What differs from the save, a line for each module, if that must be told exactly.
     std::optional<std::vector<std::string>> exactChanges(std::size_t tracker) const;
 
+    /// What the line of a module has to say of commands, if not all must be told exactly. The words of what may
+    /// be told or not are in @p optional: that was executed in a group before the save, and came into the
+    /// history after it; or has taken in another one since, and is undone.
+    std::string wordsOfCommands(std::size_t tracker, std::size_t layer,
+                                std::set<std::string>& optional) const;
+
     /// The modules that differ from the save and that the application has reported.
     Layers modulesToBeTold(std::size_t tracker) const;
 
@@ -177,6 +183,8 @@ private:
     /// The outermost first.
     std::vector<Group> groups;
     std::array<Drawing, 2> saved;
+    /// By which it is known what came into the history after the save.
+    std::array<std::uint64_t, 2> newestAtSave{};
     /// Whether a command was taken since the save, or the limit dropped all while the save was no place in the
     /// history.
     std::array<bool, 2> isVague{};

@@ -12,6 +12,38 @@ namespace Valdane::EditingModel
 namespace
 {
 
+/// Whether a command with these reported layers is told with @p layer. The last one is for those without any.
+bool isTold(Layers reported, std::size_t layer)
+{
+    return layer == moduleCount ? reported == 0 : (reported >> layer & 1U) != 0;
+}
+
+std::string wordsOf(const Entry& entry, bool isUndone)
+{
+    const std::string text = textOf(entry);
+    return (isUndone ? "|undone: " : "|") + (text.empty() ? "unnamed change" : text);
+}
+
+enum class SavedPart
+{
+    None,
+    Some,
+    All,
+};
+
+SavedPart savedPartOf(const Entry& entry, const Drawing& saved)
+{
+    std::set<int> numbers;
+    collectStrokes(entry, numbers);
+    std::size_t count = 0;
+    for (std::size_t layer = 0; layer < layerCount; ++layer)
+    {
+        count += static_cast<std::size_t>(std::ranges::count_if(saved.strokesOf(layer), [&](int number)
+                                                                { return numbers.contains(number); }));
+    }
+    return count == 0 ? SavedPart::None : count == numbers.size() ? SavedPart::All : SavedPart::Some;
+}
+
 /// A line for each module, in the order in which they come; that of what belongs to no module is "-".
 class ChangeLines
 {
@@ -20,8 +52,7 @@ public:
     {
         for (std::size_t layer = 0; layer < layerCount; ++layer)
         {
-            const bool isIn = layer == moduleCount ? reported == 0 : (reported >> layer & 1U) != 0;
-            if (isIn)
+            if (isTold(reported, layer))
             {
                 lineOf(layer) += words;
             }
@@ -105,12 +136,37 @@ std::optional<std::vector<std::string>> Model::exactChanges(std::size_t tracker)
     ChangeLines changes;
     for (std::uint64_t index = std::min(*saves, position); index < std::max(*saves, position); ++index)
     {
-        const std::string text = textOf(history[index]);
-        changes.add(history[index].reported,
-                    (index < position ? "|" : "|undone: ") + (text.empty() ? "unnamed change" : text));
+        changes.add(history[index].reported, wordsOf(history[index], index >= position));
     }
     changes.addOthers(reportedNow());
     return changes.take();
+}
+
+std::string Model::wordsOfCommands(std::size_t tracker, std::size_t layer,
+                                   std::set<std::string>& optional) const
+{
+    std::string words;
+    for (std::uint64_t index = 0; index < history.size(); ++index)
+    {
+        const Entry& entry = history[index];
+        if (!isTold(entry.reported, layer))
+        {
+            continue;
+        }
+        const bool isDone = index < position;
+        const std::string said = wordsOf(entry, !isDone);
+        const SavedPart part = savedPartOf(entry, saved[tracker]);
+        const bool cameAfterSave = entry.id > newestAtSave[tracker];
+        if (part != SavedPart::None && (cameAfterSave || (part == SavedPart::Some && !isDone)))
+        {
+            optional.insert(said);
+        }
+        else if (isDone ? part != SavedPart::All : part == SavedPart::All)
+        {
+            words += said;
+        }
+    }
+    return words;
 }
 
 Layers Model::modulesToBeTold(std::size_t tracker) const
@@ -121,9 +177,9 @@ Layers Model::modulesToBeTold(std::size_t tracker) const
         std::vector<int> differing;
         std::ranges::set_symmetric_difference(drawing.strokesOf(layer), saved[tracker].strokesOf(layer),
                                               std::back_inserter(differing));
-        const bool isTold =
+        const bool isReported =
             std::ranges::any_of(differing, [&](int number) { return !unreported.contains(number); });
-        modules |= isTold ? 1U << layer : 0U;
+        modules |= isReported ? 1U << layer : 0U;
     }
     return modules;
 }

@@ -24,7 +24,7 @@ constexpr Weight weights[] = {
     {Kind::AddToStep, "AddToStep", 18, 5},
     {Kind::AddToMerge, "AddToMerge", 2, 2},
     {Kind::EndStep, "EndStep", 1, 1},
-    {Kind::Wait, "Wait", 3, 12},
+    {Kind::Wait, "Wait", 3, 3},
     {Kind::BeginGroup, "BeginGroup", 6, 3},
     {Kind::Commit, "Commit", 5, 1},
     {Kind::Abandon, "Abandon", 3, 1},

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <set>
 #include <sstream>
 #include <vector>
 
@@ -97,7 +98,8 @@ void Player::playScope(CommandGroup* group)
 
 void Player::playGroup(const Operation& begin)
 {
-    if (model.depth() == deepest)
+    const std::size_t depth = model.depth();
+    if (depth == deepest)
     {
         return;
     }
@@ -114,12 +116,12 @@ void Player::playGroup(const Operation& begin)
     {
         left = thrown;
     }
-    if (model.depth() > real.manager.getOpenGroups().size())
+    if (model.depth() > depth)
     {
         model.leave(left.fault);
     }
     compareState();
-    if (left.scopes > 1 && model.depth() != 0)
+    if (left.scopes > 1 && depth != 0)
     {
         --left.scopes;
         throw left;
@@ -208,9 +210,16 @@ void Player::playIntake(const Operation& operation)
         model.endStep();
         break;
     default:
-        real.now += std::chrono::seconds(operation.number);
-        model.wait(operation.number);
+        playWait(operation);
     }
+}
+
+void Player::playWait(const Operation& operation)
+{
+    static constexpr unsigned times[] = {1, longestPause, longestPause + 1};
+    const unsigned time = times[operation.number];
+    real.now += std::chrono::seconds(time);
+    model.wait(time);
 }
 
 void Player::playMove(const Operation& operation)
@@ -355,6 +364,8 @@ void Player::compareState()
     {
         compare("a row", lookOf(real.history, row), rows[row]);
     }
+    compare("open groups", std::to_string(real.manager.getOpenGroups().size()),
+            std::to_string(model.depth()));
     compare("the position", std::to_string(real.history.getPosition()), std::to_string(model.getPosition()));
     for (std::size_t tracker = 0; tracker < real.toldModified.size(); ++tracker)
     {
@@ -377,6 +388,10 @@ void Player::compareChanges(std::size_t tracker)
     {
         compare("unsaved" + of, joined(lines), joined(*exact));
     }
+    else
+    {
+        compareCommands(tracker, lines);
+    }
     for (std::size_t layer = 0; layer < moduleCount; ++layer)
     {
         const std::string start = std::to_string(layer) + "|";
@@ -384,6 +399,29 @@ void Player::compareChanges(std::size_t tracker)
             std::ranges::any_of(lines, [&](const std::string& line) { return line.starts_with(start); });
         const bool mustBeTold = (model.modulesToBeTold(tracker) >> layer & 1U) != 0;
         compare("module " + start + of + " in " + joined(lines), answerOf(isTold || !mustBeTold), "yes");
+    }
+}
+
+void Player::compareCommands(std::size_t tracker, const std::vector<std::string>& lines)
+{
+    for (std::size_t layer = 0; layer < layerCount; ++layer)
+    {
+        const std::string key = layer == moduleCount ? "-" : std::to_string(layer);
+        const auto line =
+            std::ranges::find_if(lines, [&](const std::string& text) { return text.starts_with(key + "|"); });
+        std::set<std::string> optional;
+        const std::string expected = model.wordsOfCommands(tracker, layer, optional);
+        std::string words = (line == lines.end() ? "" : line->substr(key.size())) + "|";
+        optional.insert("|other changes");
+        for (const std::string& left : optional)
+        {
+            if (const auto place = words.find(left + "|"); place != std::string::npos)
+            {
+                words.erase(place, left.size());
+            }
+        }
+        compare("commands of module " + key + " for tracker " + std::to_string(tracker), words,
+                expected + "|");
     }
 }
 

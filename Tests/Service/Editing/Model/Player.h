@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace Valdane::EditingModel
 {
@@ -40,6 +41,7 @@ private:
     bool playEnd(CommandGroup& group, const Operation& operation);
     void play(const Operation& operation);
     void playIntake(const Operation& operation);
+    void playWait(const Operation& operation);
     void playMove(const Operation& operation);
     void playRemoval(const Operation& operation);
     void playLimit(const Operation& operation);
@@ -51,6 +53,7 @@ private:
     void compare(const std::string& what, const std::string& ofReal, const std::string& ofModel) const;
     void compareState();
     void compareChanges(std::size_t tracker);
+    void compareCommands(std::size_t tracker, const std::vector<std::string>& lines);
 
     RealSide real;
     Model model;
