@@ -88,6 +88,11 @@ struct Operation
     Fault fault;
 };
 
+inline std::string answerOf(bool isDone)
+{
+    return isDone ? "yes" : "no";
+}
+
 std::ostream& operator<<(std::ostream& stream, const Operation& operation);
 
 std::vector<Operation> operations(std::mt19937_64& random, std::size_t length);
