@@ -89,9 +89,13 @@ HistoryMarks::Ranges HistoryMarks::update(const CommandManager& manager, std::ui
     };
     for (std::size_t mark = 0; mark < MarkCount; ++mark)
     {
+        if (before[mark] == rows[mark])
+        {
+            continue;
+        }
         for (const auto& row : {before[mark], rows[mark]})
         {
-            if (before[mark] != rows[mark] && row.has_value() && !isNew(*row))
+            if (row.has_value() && !isNew(*row))
             {
                 changed.add(*row, *row + 1);
             }
