@@ -137,7 +137,8 @@ void MergePolicy::follow(const HistoryChange& change)
         inserted += row.inserted;
     }
     const bool isMove = change.rows.empty() && change.positionBefore != change.positionAfter;
-    // What the limit, a memory budget or others drop ends no step. If it is the step, nothing can merge with it.
+    // What the limit, a memory budget or others drop ends no step. If it is the step, nothing can merge with
+    // it.
     const bool isRemoval = !change.rows.empty() && inserted == 0;
     if (isMove || (depth == 0 && !isRemoval))
     {

@@ -35,7 +35,7 @@ ModuleSet setOf(std::size_t module)
     return ModuleSet(objects);
 }
 
-/// "first -removed +inserted, ..., before to after", then the number of modules and "saved" where there are some.
+/// "first -removed +inserted, ..., before to after", then the number of modules and "saved" if there are any.
 std::string wordsOf(const HistoryChange& change)
 {
     std::string words;

@@ -51,8 +51,8 @@ public:
     }
 
     /// Everything that can be observed: the manager at rest, what the open groups become, and each step of a
-    /// gesture of the user that begins with a new command and goes to both ends of the history. Checks all the
-    /// while that the manager's answers agree.
+    /// gesture of the user that begins with a new command and goes to both ends of the history. Checks all
+    /// the while that the manager's answers agree.
     std::string takeState();
 
     /// Declared first, as commands that die with the manager are counted there.

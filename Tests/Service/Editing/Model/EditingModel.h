@@ -19,8 +19,8 @@ namespace Valdane::EditingModel
 constexpr unsigned longestPause = 10;
 constexpr unsigned longestStep = 4;
 
-/// What History, SaveState, MergePolicy and CommandGroup promise of a manager. Knows the data of every state by value and
-/// compares them.
+/// What History, SaveState, MergePolicy and CommandGroup promise of a manager. Compares the data of all
+/// states by value.
 ///
 /// Each operation answers in words. What calls commands takes the fault of the operation.
 class Model
@@ -115,9 +115,11 @@ public:
     /// What differs from the save, a line for each module, if that must be told exactly.
     std::optional<std::vector<std::string>> exactChanges(std::size_t tracker) const;
 
-    /// What the line of a module has to say of commands, if not all must be told exactly. The words of what may
-    /// be told or not are in @p optional: that was executed in a group before the save, and came into the
-    /// history after it; or has taken in another one since, and is undone.
+    /// What the line of a module has to say of commands, if not all must be told exactly.
+    ///
+    /// @param optional  gets the words of commands that may be left out: they were executed in a group before
+    ///                  the save, and came into the history after it; or they have taken in another one
+    ///                  since, and are undone.
     std::string wordsOfCommands(std::size_t tracker, std::size_t layer,
                                 std::set<std::string>& optional) const;
 
@@ -185,8 +187,8 @@ private:
     std::array<Drawing, 2> saved;
     /// By which it is known what came into the history after the save.
     std::array<std::uint64_t, 2> newestAtSave{};
-    /// Whether a command was taken since the save, or the limit dropped all while the save was no place in the
-    /// history.
+    /// Whether a command was taken since the save, or the limit dropped all while no place in the history was
+    /// saved.
     std::array<bool, 2> isVague{};
     /// Strokes of commands that the application reset before they were in the history.
     std::set<int> unreported;

@@ -23,7 +23,7 @@
 namespace Valdane::EditingModel
 {
 
-/// An application's data. It reports the modules that differ from what it was when the manager last took note.
+/// An application's data. It reports the modules that have changed since the manager last took note.
 class World : public ModuleAccessInterface
 {
 public:
