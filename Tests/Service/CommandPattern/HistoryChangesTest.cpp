@@ -69,7 +69,14 @@ protected:
             now);
     }
 
+    void tell(const State& now)
+    {
+        state = now;
+        changes.tell([this] { return state; });
+    }
+
     HistoryChanges changes;
+    State state;
     std::vector<std::string> told;
     std::function<void()> onTold;
     Signals::Connection connection;
@@ -84,7 +91,7 @@ TEST_F(HistoryChangesTest, NothingIsNotedBeforeTheFirstSlot)
 
     listen({.size = 1, .position = 1, .saved = {}});
     EXPECT_TRUE(changes.areWatched());
-    changes.tell({.size = 1, .position = 1, .saved = {}});
+    tell({.size = 1, .position = 1, .saved = {}});
     EXPECT_THAT(told, IsEmpty());
 }
 
@@ -95,7 +102,7 @@ TEST_F(HistoryChangesTest, AFurtherSlotHearsOfWhatWasNotToldYet)
     std::vector<std::string> late;
     const auto second = changes.connect([&](const HistoryChange& change) { late.push_back(wordsOf(change)); },
                                         {.size = 1, .position = 1, .saved = {}});
-    changes.tell({.size = 1, .position = 1, .saved = {}});
+    tell({.size = 1, .position = 1, .saved = {}});
     EXPECT_THAT(told, ElementsAre("0 -0 +1, 0 to 1"));
     EXPECT_EQ(late, told);
 }
@@ -104,7 +111,7 @@ TEST_F(HistoryChangesTest, WithoutAChangeNobodyIsTold)
 {
     listen({.size = 3, .position = 2, .saved = {}});
     changes.replaceRows(1, 0, 0);
-    changes.tell({.size = 3, .position = 2, .saved = {}});
+    tell({.size = 3, .position = 2, .saved = {}});
     EXPECT_THAT(told, IsEmpty());
     EXPECT_EQ(changes.noteCount(), 0U);
 }
@@ -112,10 +119,10 @@ TEST_F(HistoryChangesTest, WithoutAChangeNobodyIsTold)
 TEST_F(HistoryChangesTest, AMoveAndASaveHaveNoRows)
 {
     listen({.size = 3, .position = 2, .saved = {}});
-    changes.tell({.size = 3, .position = 1, .saved = {}});
-    changes.tell({.size = 3, .position = 1, .saved = {1, {}}});
-    changes.tell({.size = 3, .position = 1, .saved = {1, {}}});
-    changes.tell({.size = 3, .position = 1, .saved = {}});
+    tell({.size = 3, .position = 1, .saved = {}});
+    tell({.size = 3, .position = 1, .saved = {1, {}}});
+    tell({.size = 3, .position = 1, .saved = {1, {}}});
+    tell({.size = 3, .position = 1, .saved = {}});
     EXPECT_THAT(told, ElementsAre("2 to 1", "1 to 1, saved", "1 to 1, saved"));
 }
 
@@ -158,7 +165,7 @@ TEST_F(HistoryChangesTest, RowsThatTouchAreOneChange)
             noting.replaceRows(row.first, row.removed, row.inserted);
             sizeAfter += row.inserted - row.removed;
         }
-        noting.tell({.size = sizeAfter, .position = 0, .saved = {}});
+        noting.tell([&] { return State{.size = sizeAfter, .position = 0, .saved = {}}; });
         EXPECT_THAT(heard, ElementsAre(one.told + "0 to 0"));
     }
 }
@@ -167,15 +174,15 @@ TEST_F(HistoryChangesTest, AllRowsAreReplacedIfNobodyKnowsWhatHasBecomeOfThem)
 {
     listen({.size = 4, .position = 4, .saved = {}});
     changes.replaceAllRows();
-    changes.tell({.size = 4, .position = 4, .saved = {}});
+    tell({.size = 4, .position = 4, .saved = {}});
     changes.replaceRows(0, 1, 0);
     changes.replaceAllRows();
-    changes.tell({.size = 3, .position = 3, .saved = {}});
+    tell({.size = 3, .position = 3, .saved = {}});
     // More has changed than was noted.
     changes.replaceRows(3, 0, 1);
-    changes.tell({.size = 5, .position = 5, .saved = {}});
+    tell({.size = 5, .position = 5, .saved = {}});
     changes.replaceRows(5, 0, 1);
-    changes.tell({.size = 6, .position = 6, .saved = {}});
+    tell({.size = 6, .position = 6, .saved = {}});
     EXPECT_THAT(told,
                 ElementsAre("0 -4 +4, 4 to 4", "0 -4 +3, 4 to 3", "0 -3 +5, 3 to 5", "5 -0 +1, 5 to 6"));
 }
@@ -187,9 +194,9 @@ TEST_F(HistoryChangesTest, ModulesAreToldOnce)
     changes.addModules(setOf(0));
     changes.addModules(setOf(1));
     changes.addModules(setOf(0));
-    changes.tell({.size = 2, .position = 2, .saved = {}});
+    tell({.size = 2, .position = 2, .saved = {}});
     changes.replaceRows(1, 1, 0);
-    changes.tell({.size = 1, .position = 1, .saved = {}});
+    tell({.size = 1, .position = 1, .saved = {}});
     EXPECT_THAT(told, ElementsAre("2 -1 +0, 3 to 2, modules 2", "1 -1 +0, 2 to 1"));
 }
 
@@ -202,10 +209,10 @@ TEST_F(HistoryChangesTest, WhileItIsHeldNothingIsTold)
             const HistoryChanges::Hold inner(changes);
             changes.replaceRows(1, 0, 1);
         }
-        changes.tell({.size = 2, .position = 2, .saved = {}});
+        tell({.size = 2, .position = 2, .saved = {}});
         EXPECT_THAT(told, IsEmpty());
     }
-    changes.tell({.size = 2, .position = 2, .saved = {}});
+    tell({.size = 2, .position = 2, .saved = {}});
     EXPECT_THAT(told, ElementsAre("1 -0 +1, 1 to 2"));
 }
 
@@ -219,11 +226,11 @@ TEST_F(HistoryChangesTest, WhatASlotChangesIsToldWhenAllHaveHeardOfTheFirstChang
     {
         onTold = nullptr;
         changes.replaceRows(1, 0, 1);
-        changes.tell({.size = 2, .position = 2, .saved = {}});
+        tell({.size = 2, .position = 2, .saved = {}});
         EXPECT_THAT(late, IsEmpty());
     };
     changes.replaceRows(0, 0, 1);
-    changes.tell({.size = 1, .position = 1, .saved = {}});
+    tell({.size = 1, .position = 1, .saved = {}});
     EXPECT_THAT(told, ElementsAre("0 -0 +1, 0 to 1", "1 -0 +1, 1 to 2"));
     EXPECT_EQ(late, told);
 }
@@ -239,11 +246,11 @@ TEST_F(HistoryChangesTest, AfterASlotThatThrowsTheNextChangeIsTold)
         fail();
     };
     changes.replaceRows(0, 0, 1);
-    EXPECT_THROW(changes.tell({.size = 1, .position = 1, .saved = {}}), std::runtime_error);
+    EXPECT_THROW(tell({.size = 1, .position = 1, .saved = {}}), std::runtime_error);
     onTold = nullptr;
-    changes.tell({.size = 1, .position = 1, .saved = {}});
+    tell({.size = 1, .position = 1, .saved = {}});
     changes.replaceRows(1, 0, 1);
-    changes.tell({.size = 2, .position = 2, .saved = {}});
+    tell({.size = 2, .position = 2, .saved = {}});
     EXPECT_THAT(told, ElementsAre("0 -0 +1, 0 to 1", "1 -0 +1, 1 to 2"));
     EXPECT_THAT(late, ElementsAre("1 -0 +1, 1 to 2"));
 }
@@ -260,10 +267,10 @@ TEST_F(HistoryChangesTest, WithoutMemoryTheModulesAreToldWithTheNextChange)
     }
     {
         const FailingAllocation failing(0);
-        EXPECT_THROW(changes.tell({.size = 1, .position = 1, .saved = {}}), std::bad_alloc);
+        EXPECT_THROW(tell({.size = 1, .position = 1, .saved = {}}), std::bad_alloc);
     }
     EXPECT_THAT(told, IsEmpty());
-    changes.tell({.size = 1, .position = 1, .saved = {}});
+    tell({.size = 1, .position = 1, .saved = {}});
     EXPECT_THAT(told, ElementsAre("1 -1 +0, 2 to 1, modules 1"));
 }
 
