@@ -9,14 +9,13 @@
 #include "Service/Editing/ThreadedRunPrivate.h"
 
 #include "Platform/ExceptionHandling/VdException.h"
-#include "Platform/Logging/LogMessage.h"
 #include "Platform/Multitasking/Thread.h"
 #include "Platform/Multitasking/ThreadManager.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/HistoryChange.h"
+#include "Service/Editing/FailureText.h"
 
 #include <algorithm>
-#include <new>
 #include <utility>
 
 namespace Valdane
@@ -25,7 +24,7 @@ namespace Valdane
 namespace
 {
 
-// Templates, because a thread manager of the application's own need not have these two operations.
+// A template, because a thread manager of the application's own need not have this operation.
 
 template <typename Threads>
 void setRunEndedCallback(Threads& threads, const std::function<void()>& callback)
@@ -41,82 +40,7 @@ void setRunEndedCallback(Threads& threads, const std::function<void()>& callback
     }
 }
 
-template <typename Threads>
-bool hasRunEnded(const Threads& threads)
-{
-    if constexpr (requires { threads.isRunEnded(); })
-    {
-        return threads.isRunEnded();
-    }
-    else
-    {
-        return true;
-    }
-}
-
-/// A failure counts, also if there is no memory for its text.
-void setText(std::string& target, const char* text) noexcept
-{
-    try
-    {
-        target = text == nullptr ? "" : text;
-    }
-    catch (const std::bad_alloc&)
-    {
-        target.clear();
-    }
-}
-
-void describe(const std::exception_ptr& exception, std::string& target) noexcept
-{
-    try
-    {
-        std::rethrow_exception(exception);
-    }
-    catch (const std::exception& known)
-    {
-        setText(target, known.what());
-    }
-    catch (...)
-    {
-        setText(target, "an exception that is not derived from std::exception");
-    }
-}
-
-void keepFirst(std::exception_ptr& first)
-{
-    if (first == nullptr)
-    {
-        first = std::current_exception();
-    }
-}
-
-/// Sets a flag while it exists.
-class Flag
-{
-public:
-    explicit Flag(bool& flag) : target(flag), before(std::exchange(flag, true)) {}
-
-    Flag(const Flag&) = delete;
-    Flag& operator=(const Flag&) = delete;
-
-    ~Flag()
-    {
-        target = before;
-    }
-
-private:
-    bool& target;
-    bool before;
-};
-
 } // namespace
-
-class ThreadedRun::Private::Stepping : public Flag
-{
-public:
-    explicit Stepping(Private& owner) : Flag(owner.isStepping) {}
-};
 
 ThreadedRun::Private::Private(CommandManager& commandManager, PostFunction post, Edits editsDuringRun,
                               Clock ownClock, RunEndFunction onRunEnd)
@@ -261,27 +185,6 @@ std::function<void()> ThreadedRun::Private::runEndCallback()
     };
 }
 
-std::function<void()>
-ThreadedRun::Private::progressCallback(const std::shared_ptr<std::atomic<bool>>& isPosted)
-{
-    return [posts = relay, weak = weak_from_this(), isPosted]
-    {
-        const auto tell = [weak, isPosted]
-        {
-            const bool isUntold = isPosted->exchange(false);
-            if (const auto self = weak.lock())
-            {
-                self->tellProgress(isUntold && self->run != nullptr &&
-                                   self->run->isProgressPosted == isPosted);
-            }
-        };
-        if (!isPosted->exchange(true) && !posts->post(tell))
-        {
-            *isPosted = false;
-        }
-    };
-}
-
 void ThreadedRun::Private::postCheck()
 {
     relay->post(checkLater());
@@ -297,97 +200,6 @@ void ThreadedRun::Private::check()
     else
     {
         runEdits();
-    }
-}
-
-void ThreadedRun::Private::tellProgress(bool isUntold)
-{
-    const Flag inLoop(isInLoop);
-    if (const auto progress = getProgress(); isUntold && progress && !isClosed)
-    {
-        told->progress(*progress);
-    }
-    // A post for the end of the run may have failed.
-    proceed();
-}
-
-/// The loop may see the end of the run before it comes to the function that tells the last progress. @return what a slot throws, which is no failure of the run; null otherwise.
-std::exception_ptr ThreadedRun::Private::tellLastProgress()
-{
-    try
-    {
-        const bool isUntold = isInLoop && !isClosed && !run->hasFailed && !isAborted() &&
-                              run->isProgressPosted->exchange(false);
-        if (const auto progress = isUntold ? getProgress() : std::nullopt)
-        {
-            told->progress(*progress);
-        }
-    }
-    catch (...)
-    {
-        return std::current_exception();
-    }
-    return nullptr;
-}
-
-std::optional<ThreadedRun::Progress> ThreadedRun::Private::getProgress() const
-{
-    if (run == nullptr)
-    {
-        return std::nullopt;
-    }
-    Progress progress;
-    progress.elapsed = std::max(clock() - run->begin, std::chrono::steady_clock::duration::zero());
-    if (const LegacyProgress* const source = run->command->getProgressPtr())
-    {
-        progress.share = source->fraction();
-        const auto message = source->getLastMessage();
-        progress.message = message == nullptr ? "" : message->getText();
-    }
-    using Duration = std::chrono::steady_clock::duration;
-    const double remaining =
-        static_cast<double>(progress.elapsed.count()) * (1 - progress.share) / progress.share;
-    if (progress.share > 0 && remaining < static_cast<double>(Duration::max().count()))
-    {
-        progress.remaining = Duration(static_cast<Duration::rep>(remaining));
-    }
-    return progress;
-}
-
-void ThreadedRun::Private::abort()
-{
-    if (run == nullptr)
-    {
-        return;
-    }
-    const auto self = shared_from_this();
-    run->isAborting = true;
-    const auto threads = manager.getThreadManager();
-    if (isStepping && threads->getThreadingMode() == 0)
-    {
-        manager.abortThreadedCommand();
-    }
-    if (isStepping)
-    {
-        return;
-    }
-    std::exception_ptr passing;
-    try
-    {
-        applyAbort(*threads);
-    }
-    catch (...)
-    {
-        passing = std::current_exception();
-    }
-    if (isClosed)
-    {
-        proceed();
-    }
-    postCheck();
-    if (passing != nullptr)
-    {
-        std::rethrow_exception(passing);
     }
 }
 
@@ -428,143 +240,6 @@ bool ThreadedRun::Private::edit(const std::string& name, const std::function<boo
     }
     waiting.push_back(work);
     return true;
-}
-
-void ThreadedRun::Private::proceed()
-{
-    const auto self = shared_from_this();
-    std::exception_ptr passing;
-    try
-    {
-        const auto threads = manager.getThreadManager();
-        // At most one thread is finalized in a function of the loop: the end of the next one is posted, too. The loop
-        // has other work, an abort for example.
-        for (bool isFirst = true; run != nullptr && !isStepping && (isInSlot() || isOnWorker());
-             isFirst = false)
-        {
-            if (!step(*threads, isFirst))
-            {
-                if (isClosed)
-                {
-                    release();
-                }
-                return;
-            }
-        }
-    }
-    catch (...)
-    {
-        passing = std::current_exception();
-    }
-    if (!isStepping)
-    {
-        conclude(passing);
-    }
-}
-
-/// @param mayFinalize  whether a thread is finalized if it has ended.
-/// @return false if the run continues when something is posted.
-bool ThreadedRun::Private::step(ThreadManager& threads, bool mayFinalize)
-{
-    if (!isInSlot())
-    {
-        // Nobody could undo what a displaced run hands over.
-        run->isDisplaced |= !run->isAborting;
-        run->isAborting = true;
-    }
-    tryAbort(threads);
-    const auto thread = threads.getCurrentThread();
-    const bool isOwn = isInSlot();
-    if (isOwn && thread != nullptr)
-    {
-        run->thread = thread;
-    }
-    const bool isHeldByOthers = !isOwn && manager.getCurrentThreadedCommand() != nullptr;
-    if (isHeldByOthers || (thread != nullptr && !isClosed && !(mayFinalize && hasRunEnded(threads))))
-    {
-        return false;
-    }
-    {
-        const Stepping stepping(*this);
-        isOwn ? manager.finalizeThread() : finalizeDisplaced(thread);
-    }
-    if (thread != nullptr || threads.getCurrentThread() != nullptr || !isInSlot())
-    {
-        return true;
-    }
-    // Again a thread could not be started, or others are in the middle of a step.
-    if (!isClosed)
-    {
-        postCheck();
-    }
-    return isClosed && run->patience-- > 0;
-}
-
-/// The worker slot is empty, so that the manager would not roll a macro back.
-void ThreadedRun::Private::finalizeDisplaced(const std::shared_ptr<Thread>& thread)
-{
-    auto chains = findChains(run->command, *thread);
-    if (chains.size() != 1)
-    {
-        manager.finalizeThread();
-        return;
-    }
-    try
-    {
-        RunRollback(std::move(chains.front()), thread).continueExecution(manager.getThreadManager());
-    }
-    catch (const std::exception& exception)
-    {
-        noteFailure(exception.what(), run->description);
-    }
-}
-
-void ThreadedRun::Private::tryAbort(ThreadManager& threads) noexcept
-{
-    try
-    {
-        applyAbort(threads);
-    }
-    catch (...)
-    {
-        // The thread knows that it is aborted, and its end is waited for.
-    }
-}
-
-void ThreadedRun::Private::applyAbort(ThreadManager& threads)
-{
-    const auto thread = threads.getCurrentThread();
-    if (!run->isAborting || thread == nullptr || (!isInSlot() && !isOnWorker()))
-    {
-        return;
-    }
-    const Stepping stepping(*this);
-    const bool needsNone = run->rollback != nullptr || !isInSlot();
-    if ((needsNone || putRollback(thread)) && !thread->isAborted())
-    {
-        manager.abortThreadedCommand();
-    }
-}
-
-/// @return false if the thread must not be aborted.
-bool ThreadedRun::Private::putRollback(const std::shared_ptr<Thread>& thread)
-{
-    auto chains = findChains(run->command, *thread);
-    if (chains.empty() || (chains.size() == 1 && chains.front().size() == 1))
-    {
-        return true;
-    }
-    if (chains.size() > 1)
-    {
-        return false;
-    }
-    run->rollback = std::make_shared<RunRollback>(std::move(chains.front()), thread);
-    manager.addThreadedCommand(run->rollback);
-    if (manager.getCurrentThreadedCommand() == run->command)
-    {
-        run->rollback.reset();
-    }
-    return run->rollback != nullptr;
 }
 
 bool ThreadedRun::Private::isInSlot() const
@@ -619,119 +294,6 @@ void ThreadedRun::Private::noteEnd()
     if (!isStepping)
     {
         postCheck();
-    }
-}
-
-/// @param passing  an exception that the caller gets when all is settled; null if there is none.
-void ThreadedRun::Private::conclude(std::exception_ptr passing)
-{
-    const auto self = shared_from_this();
-    const auto isPosted = run != nullptr ? run->isProgressPosted : nullptr;
-    const auto last = run != nullptr && passing == nullptr ? tellLastProgress() : nullptr;
-    // A slot may have ended the run, and started the next one.
-    if (run != nullptr && run->isProgressPosted == isPosted)
-    {
-        const End end = judge(passing);
-        release();
-        try
-        {
-            if (!isClosed)
-            {
-                told->finished(end.result, end.text);
-            }
-        }
-        catch (...)
-        {
-            keepFirst(passing);
-        }
-    }
-    passing = passing == nullptr ? last : passing;
-    if (passing != nullptr)
-    {
-        if (!waiting.empty())
-        {
-            postCheck();
-        }
-        std::rethrow_exception(passing);
-    }
-    runEdits();
-}
-
-ThreadedRun::Private::End ThreadedRun::Private::judge(std::exception_ptr& passing)
-{
-    if (passing != nullptr && !run->hasFailed)
-    {
-        run->hasFailed = true;
-        describe(passing, run->failure);
-    }
-    if (run->isDisplaced && !run->hasFailed)
-    {
-        run->hasFailed = true;
-        setText(run->failure, "another threaded command has taken its place");
-    }
-    if (run->hasFailed && !run->isQueued)
-    {
-        return {.result = Result::Failed, .text = std::move(run->failure)};
-    }
-    return isAborted() ? takeBack(passing) : End{};
-}
-
-/// A run that was aborted too late is in the history.
-ThreadedRun::Private::End ThreadedRun::Private::takeBack(std::exception_ptr& passing)
-{
-    if (!run->isQueued)
-    {
-        return {.result = Result::Aborted, .text = {}};
-    }
-    if (!manager.canUndo() || manager.getUndoCommand() != run->command)
-    {
-        return {};
-    }
-    const Stepping stepping(*this);
-    // From here on failures are noted again.
-    run->hasEnded = run->hasFailed = false;
-    bool isUndone = false;
-    try
-    {
-        isUndone = manager.undo(1);
-        if (isUndone)
-        {
-            manager.forgetRedoCommands();
-        }
-    }
-    catch (...)
-    {
-        keepFirst(passing);
-        isUndone = isUndone || manager.getUndoCommand() != run->command;
-    }
-    if (isUndone)
-    {
-        return {.result = Result::Aborted, .text = {}};
-    }
-    if (!run->hasFailed && passing != nullptr)
-    {
-        describe(passing, run->failure);
-    }
-    return {.result = Result::Failed, .text = std::move(run->failure)};
-}
-
-bool ThreadedRun::Private::isAborted() const
-{
-    const auto thread = run->thread.lock();
-    return run->isAborting || (thread != nullptr && thread->isAborted());
-}
-
-void ThreadedRun::Private::release()
-{
-    // Destroyed last: the command may be, too.
-    const auto ended = std::move(run);
-    if (isClosed)
-    {
-        relay->close();
-    }
-    if (const auto progress = ended->command->getProgress())
-    {
-        progress->setChangeCallback({});
     }
 }
 

@@ -15,6 +15,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace Valdane
 {
@@ -91,8 +92,31 @@ private:
         std::string text;
     };
 
+    /// Sets a flag while it exists.
+    class Flag
+    {
+    public:
+        explicit Flag(bool& flag) : target(flag), before(std::exchange(flag, true)) {}
+
+        Flag(const Flag&) = delete;
+        Flag& operator=(const Flag&) = delete;
+
+        ~Flag()
+        {
+            target = before;
+        }
+
+    private:
+        bool& target;
+        bool before;
+    };
+
     /// While it exists, the manager is in an operation that was called here.
-    class Stepping;
+    class Stepping : public Flag
+    {
+    public:
+        explicit Stepping(Private& owner) : Flag(owner.isStepping) {}
+    };
 
     void requireIdle(const CommandBase* command) const;
     void requireFree(const std::string& description) const;

@@ -158,18 +158,11 @@ catch (const std::exception& exception)
     return false;
 }
 
-/// Whether the present state is saved. For all that is known, it is that of a command on its way from undo to redo if that
-/// had as many before it.
+/// Whether the present state is saved, for all that is known.
 bool ManagerModel::isSaved() const
 {
-    DataState state = dataState();
-    bool is = std::ranges::count(saved, state) != 0;
-    for (const auto& [ofEntry, position] : moving)
-    {
-        state.ofEntry = ofEntry;
-        is = is || (position == undoQueue.size() && std::ranges::count(saved, state) != 0);
-    }
-    return is;
+    const auto position = static_cast<int>(undoQueue.size());
+    return getSavedPosition(0) == position || getSavedPosition(1) == position;
 }
 
 /// Whether the newest command has taken in @p command.
@@ -181,7 +174,9 @@ bool ManagerModel::merges(const CommandPtr& command, bool mayMerge)
     }
     if (!groups.empty())
     {
-        if (groups.back().commands.empty() || !takesIn(*groups.back().commands.back(), *command))
+        // A copy, because the command may abandon its group when it is asked.
+        const CommandPtr newest = groups.back().commands.empty() ? nullptr : groups.back().commands.back();
+        if (newest == nullptr || !takesIn(*newest, *command))
         {
             return false;
         }
@@ -243,6 +238,11 @@ std::vector<unsigned> ManagerModel::states() const
     std::vector<unsigned> found{firstState};
     std::ranges::transform(undoQueue, std::back_inserter(found), &Entry::state);
     std::ranges::transform(redoQueue | std::views::reverse, std::back_inserter(found), &Entry::state);
+    for (const auto& [ofEntry, position] : moving)
+    {
+        const std::size_t place = std::min(position, found.size());
+        found.insert(std::next(found.begin(), static_cast<std::ptrdiff_t>(place)), ofEntry);
+    }
     return found;
 }
 

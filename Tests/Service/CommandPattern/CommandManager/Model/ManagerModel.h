@@ -139,6 +139,7 @@ private:
     void changeHistory(const std::function<void()>& work);
     void tell();
     Told whatIs() const;
+    /// By position. A command on its way from undo to redo keeps the place that it had.
     std::vector<unsigned> states() const;
     unsigned looseState() const;
     DataState dataState() const;
