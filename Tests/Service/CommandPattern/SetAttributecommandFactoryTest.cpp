@@ -4,6 +4,7 @@
 #include "Platform/Parameterization/AttributeDescription.h"
 #include "Platform/Parameterization/Object.h"
 #include "Service/CommandPattern/SetAttributeCmd.h"
+#include "Tests/Support/Allocations.h"
 #include "Tests/Support/MessageOf.h"
 
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
@@ -12,9 +13,11 @@
 
 #include <cmath>
 #include <concepts>
+#include <cstddef>
 #include <functional>
 #include <limits>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -188,9 +191,37 @@ TEST_F(SetAttributecommandFactoryTest, ConvertsNanToNoNumber)
     double value = 0;
     const auto attribute = addAttribute("speed", value);
 
-    SetAttributecommandFactory(pump).createCommand(attribute.get(), "nan", "")->execute();
+    for (const std::string text : {"nan", "NaN", "NAN", "-NAN", "nan(1)"})
+    {
+        value = 0;
+        SetAttributecommandFactory(pump).createCommand(attribute.get(), text, "")->execute();
+        EXPECT_TRUE(std::isnan(value)) << text;
+        EXPECT_EQ(std::signbit(value), text.starts_with('-')) << text;
+    }
+}
 
-    EXPECT_TRUE(std::isnan(value));
+TEST_F(SetAttributecommandFactoryTest, DoesNotTakeALackOfMemoryForATextThatIsNoNumber)
+{
+    double value = 0;
+    const auto attribute = addAttribute("speed", value);
+    const SetAttributecommandFactory factory(pump);
+    const std::string text = "1.2345678901234567890123456789012345678901234567890";
+    bool hasFailed = true;
+    for (std::size_t successes = 0; hasFailed; ++successes)
+    {
+        bool hasThrown = false;
+        const ValdaneTests::FailingAllocation failing(successes);
+        try
+        {
+            SetAttributecommandFactory(factory).createCommand(attribute.get(), text, "");
+        }
+        catch (const std::bad_alloc&)
+        {
+            hasThrown = true;
+        }
+        hasFailed = failing.hasFailed();
+        EXPECT_EQ(hasThrown, hasFailed) << "after " << successes << " allocations";
+    }
 }
 
 TEST_F(SetAttributecommandFactoryTest, ConvertsTextsToBool)

@@ -389,7 +389,13 @@ TEST_F(ChangeTrackingOfManyModules, ASaveAllocatesAFewTimesForAnEntry)
     EXPECT_LE(ValdaneTests::HeapUse::now().allocations - allocations, 3 * count + 10);
 }
 
-TEST_F(ChangeTrackingTest, ASaveAtThePositionOfTheOtherTrackersSaveSharesItsSets)
+class ChangeTrackingOfBoth : public ChangeTrackingTest, public testing::WithParamInterface<std::size_t>
+{
+};
+
+INSTANTIATE_TEST_SUITE_P(SavedFirst, ChangeTrackingOfBoth, testing::Values(0U, 1U));
+
+TEST_P(ChangeTrackingOfBoth, ASaveAtThePositionOfTheOtherTrackersSaveSharesItsSets)
 {
     for (const char* const modules : {"a", "b", "ab", "", "c"})
     {
@@ -397,9 +403,9 @@ TEST_F(ChangeTrackingTest, ASaveAtThePositionOfTheOtherTrackersSaveSharesItsSets
     }
     undo();
     undo();
-    tracking.adjustOnSave(0, undoQueue, redoQueue);
+    tracking.adjustOnSave(GetParam(), undoQueue, redoQueue);
     EXPECT_NE(entries(0), entries(1));
-    tracking.adjustOnSave(1, undoQueue, redoQueue);
+    tracking.adjustOnSave(1 - GetParam(), undoQueue, redoQueue);
     EXPECT_EQ(entries(0), "ab>ab ab>ab ab> > >c");
     EXPECT_EQ(entries(1), entries(0));
     for (const CommandQueue* const queue : {&undoQueue, &redoQueue})

@@ -274,5 +274,20 @@ TEST_F(RoomForTheMove, IsMadeBeforeThePositionIsTakenOverFromARedoQueueThatIsDro
     EXPECT_EQ(manager.getModifiedModules(0), std::set<const Object*>{modules->module});
 }
 
+TEST_F(RoomForTheMove, IsThereForALongHistory)
+{
+    for (int number = 0; number < 10 * entriesOfABlock; ++number)
+    {
+        add(number);
+    }
+    manager.undoAll();
+    manager.redoAll();
+    const std::size_t before = ValdaneTests::allocationCount();
+    manager.undoAll();
+    EXPECT_EQ(ValdaneTests::allocationCount() - before, 0U);
+    manager.redoAll();
+    EXPECT_EQ(ValdaneTests::allocationCount() - before, 0U);
+}
+
 } // namespace
 } // namespace Valdane

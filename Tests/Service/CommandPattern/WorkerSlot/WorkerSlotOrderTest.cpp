@@ -419,6 +419,25 @@ TEST_F(WorkerSlotOrder, ARunThatIsNoCommandAndFailsHasNoName)
     EXPECT_THAT(takeJournal(),
                 ElementsAreArray(Lines{" - threads.finalizeThread", " - thread bare.prepareRun"} +
                                  report("Thread finalization", "", "[|]") + Lines{" - finished [|]"}));
+
+    threads->addThread(std::make_shared<BareThread>());
+    takeJournal();
+    onSignal = [](const std::string& signal)
+    {
+        if (signal.starts_with("failed"))
+        {
+            failAgain();
+        }
+    };
+
+    manager.finalizeThread();
+
+    EXPECT_THAT(
+        takeJournal(),
+        ElementsAreArray(Lines{" - threads.finalizeThread", " - thread bare.prepareRun"} +
+                         report("Thread finalization", "", "[|]") +
+                         Lines{" - error: Thread finalization of command '' failed with exception: stuck",
+                               " - finished [|]"}));
 }
 
 TEST_F(WorkerSlotOrder, WhatTheModuleInterfaceThrowsBeforeACommandIsQueuedIsReported)

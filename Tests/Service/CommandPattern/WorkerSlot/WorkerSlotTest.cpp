@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <exception>
 #include <functional>
 #include <map>
@@ -331,6 +332,62 @@ TEST_F(WorkerSlotAlone, NamesTheCommandOfARunThatLostItsPlaceAndFails)
     EXPECT_THAT(takeJournal(),
                 ElementsAreArray(Lines{"threads.finalizeThread", "A.prepareRun", "A.run", "idle",
                                        "report Thread finalization of A: no power", "finished"}));
+}
+
+TEST_F(WorkerSlotAlone, DestroysARunThatLosesItsPlaceWhenTheNextOneHasIt)
+{
+    class DyingMacro : public OpenMacro
+    {
+    public:
+        DyingMacro(WorkerSlot& workerSlot) : OpenMacro("D"), slot(workerSlot) {}
+
+        DyingMacro(const DyingMacro&) = delete;
+        DyingMacro& operator=(const DyingMacro&) = delete;
+
+        ~DyingMacro() override
+        {
+            note("D dies, " + nameOf(slot.getCommand().get()) + " has the slot");
+            slot.finalize();
+        }
+
+    private:
+        WorkerSlot& slot;
+    };
+
+    auto dying = std::make_shared<DyingMacro>(slot);
+    dying->addCommand(a);
+    slot.start(dying);
+    dying.reset();
+    takeJournal();
+
+    start(b);
+
+    // What it asks to finalize is its own thread, not that of the next run.
+    EXPECT_THAT(takeJournal(), ElementsAreArray(Lines{"processing", "D dies, B has the slot",
+                                                      "threads.finalizeThread", "A.prepareRun", "A.run",
+                                                      "A.finishRun", "thread A.sendFinishSignal(true)",
+                                                      "threads.addThread(B)", "started"}));
+    EXPECT_EQ(slot.getCommand(), b);
+}
+
+TEST_F(WorkerSlotAlone, AFinalizationFromTheRollBackOfAMacroThatCannotStartIsThatOfTheOtherThread)
+{
+    threads->addThread(b);
+    const auto finalizing = std::make_shared<RecordingCommand>("x");
+    finalizing->onUndo = [this]
+    {
+        slot.finalize();
+    };
+    macro->addCommand(finalizing);
+    macro->addCommand(a);
+    slot.start(macro);
+
+    const Lines lines = takeJournal();
+    EXPECT_THAT(
+        Lines(std::ranges::find(lines, "x.undo"), lines.end()),
+        ElementsAreArray(Lines{"x.undo", "threads.finalizeThread", "B.prepareRun", "B.run", "B.finishRun",
+                               "thread B.sendFinishSignal(true)", "M.progress.setComplete", "idle",
+                               "report Threaded execution of M: busy", "finished"}));
 }
 
 TEST_F(WorkerSlotAlone, ForwardsAnAbort)
