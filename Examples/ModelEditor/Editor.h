@@ -56,7 +56,7 @@ public:
     /// Carries out @p line; an empty one or a comment is fine.
     ///
     /// @throws VdException `<verb>: <what is wrong>`; the model is then as before, except for the steps that
-    ///         an `undo` or `redo` has done before the one that failed. A group under way is undone and
+    ///         an `undo` or `redo` has done before the one that failed. An open group is undone and
     ///         ended.
     void run(const std::string& line);
 
@@ -66,7 +66,7 @@ public:
 
     const WakeUp& getWakeUp() const noexcept;
 
-    /// Takes the work under way a step further. @return whether it is over; conclude() must follow then.
+    /// Takes the running work a step further. @return whether it is over; conclude() must follow then.
     bool goOn();
 
     /// Prints what came of the work that is over.
@@ -75,7 +75,7 @@ public:
     ///         before.
     void conclude();
 
-    /// Asks the work under way to stop; without any does nothing.
+    /// Asks the running work to stop; does nothing without any.
     void abort();
 
     /// How far the work is just now. @pre isUnderWay() (not checked).
@@ -87,7 +87,7 @@ public:
     /// @pre goOn() has answered false (not checked).
     int getPercentConcluded() const;
 
-    /// Ends what is still under way when no line follows: undoes a group, stops a recording.
+    /// Ends what is still open when no line follows: undoes a group, stops a recording.
     ///
     /// @throws VdException if there was one.
     void finish();
@@ -171,7 +171,7 @@ private:
     std::shared_ptr<ModelModules> modules;
     // That of the model, of a recording and of a group. Edits, undo and redo concern the last one.
     std::list<HistoryLevel> levels;
-    // What the step under way has changed so far.
+    // What the running step has changed so far.
     std::vector<std::string> changes;
     WakeUp wakeUp;
     std::unique_ptr<Run> underWay;

@@ -30,7 +30,7 @@ protected:
     {
     }
 
-    // What the line prints, or what it throws. What it starts stays under way.
+    // What the line prints, or what it throws. What it starts stays running.
     std::string run(const std::string& line)
     {
         return printedBy([&] { editor.run(line); });

@@ -924,7 +924,7 @@ void ManagerModel::emitSigUndoRedoProcessCompleted() const
     emit("completed");
 }
 
-/// Ends what @p command has under way, unless another one has taken its place in the slot.
+/// Ends what @p command has running, unless another one has taken its place in the slot.
 void ManagerModel::release(const CommandPtr& command)
 {
     if (slot == nullptr || slot == command)
@@ -998,7 +998,7 @@ void ManagerModel::finalizeThread()
 {
     const std::shared_ptr<Thread> thread = threads.getCurrentThread();
     const CommandPtr command = slot;
-    // The end of the run is being told just now, and a slot asks for what is under way already.
+    // The end of the run is being told just now, and a slot asks for what is running already.
     if (command != nullptr && thread == nullptr)
     {
         return;
