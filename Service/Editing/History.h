@@ -39,7 +39,8 @@ class CommandManager;
 /// A change may take several signals. At each of them a row already looks as it does at the end of the
 /// change. A row that is removed by a later signal has an empty text.
 ///
-/// Re-entrancy: a slot may do what a slot of the manager may, call moveTo(), and destroy this object.
+/// Re-entrancy: a slot may do what a slot of the manager may, call moveTo(), and destroy this object. A change
+/// that a slot makes is told when the slot has returned, so a flag that is set meanwhile does not stop a loop.
 ///
 /// Failures: if a slot throws, the other signals of the change are still emitted. Then the first exception
 /// passes to the caller who changed the history. A slot of CommandManager::connectToSigHistoryChanged() that

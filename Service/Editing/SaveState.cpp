@@ -3,6 +3,7 @@
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/HistoryChange.h"
+#include "Service/CommandPattern/MacroCommand.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -119,7 +120,8 @@ SaveState::~SaveState() = default;
 bool SaveState::isModified(std::uint64_t tracker) const
 {
     requireTracker(tracker);
-    return manager.getSavedPosition(tracker) != manager.getPosition() ||
+    return trackers[tracker].isOfUnfinishedMacro ||
+           manager.getSavedPosition(tracker) != manager.getPosition() ||
            !manager.getModifiedModules(tracker).empty();
 }
 
@@ -164,6 +166,8 @@ void SaveState::saved(std::uint64_t tracker)
 {
     requireTracker(tracker);
     const std::weak_ptr<const bool> alive = life;
+    // First, because a slot of the manager may save again.
+    trackers[tracker].isOfUnfinishedMacro = isMacroRunning();
     manager.adjustOnSave(tracker);
     if (!alive.expired())
     {
@@ -243,12 +247,18 @@ void SaveState::followSave(std::uint64_t tracker, const HistoryChange& change)
         return;
     }
     Tracked& tracked = trackers[tracker];
+    tracked.isOfUnfinishedMacro = tracked.isOfUnfinishedMacro || isMacroRunning();
     if (manager.getOpenGroups().empty())
     {
         tracked.modulesAtSave.clear();
     }
     // Those that were there before stay: this is no save if a group inside was abandoned.
     tracked.modulesAtSave.merge(manager.getModifiedModules(tracker));
+}
+
+bool SaveState::isMacroRunning() const
+{
+    return dynamic_cast<const MacroCommand*>(manager.getCurrentThreadedCommand().get()) != nullptr;
 }
 
 void SaveState::followLost(Tracked& tracked, const HistoryChange& change) const

@@ -36,6 +36,9 @@ struct HistoryChange;
 /// modified, unless they were saved since. Modules that the module access interface reports count as
 /// modified. It tells nobody when it reports others; call update() then.
 ///
+/// A save while a ThreadedMacroCommand is running has what its first commands did, which may be undone later. If
+/// it is told by saved(), the data are modified until saved() is called when no macro is running.
+///
 /// If a command leaves the history and the data are as saved, this calls CommandManager::adjustOnSave()
 /// again, because CommandManager::getModifiedModules() may still tell what was modified before that save.
 ///
@@ -104,12 +107,15 @@ private:
         /// Whether the manager may count modules from before the save, because commands have left the history
         /// while others were not in it yet.
         bool isVague = false;
+        /// Whether the save has what some commands of a macro did that was running then.
+        bool isOfUnfinishedMacro = false;
         bool wasModified = false;
     };
 
     static void requireTracker(std::uint64_t tracker);
     void follow(const HistoryChange& change);
     void followSave(std::uint64_t tracker, const HistoryChange& change);
+    bool isMacroRunning() const;
     void followLost(Tracked& tracked, const HistoryChange& change) const;
     void correctModules(std::uint64_t tracker, const HistoryChange& change);
     bool tellOne();

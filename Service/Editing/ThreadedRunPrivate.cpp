@@ -78,6 +78,11 @@ void ThreadedRun::Private::start(const std::shared_ptr<CommandBase>& command,
     {
         failStart(isLaunched, std::current_exception());
     }
+    if (run == nullptr && isClosed)
+    {
+        // A slot has destroyed the ThreadedRun, and perhaps the manager.
+        return;
+    }
     const auto threads = manager.getThreadManager();
     const auto thread = threads->getCurrentThread();
     if (run == nullptr || isClosed || thread == nullptr || !isInSlot())

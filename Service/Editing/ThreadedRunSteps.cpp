@@ -68,6 +68,11 @@ void ThreadedRun::Private::abort()
 
 void ThreadedRun::Private::proceed()
 {
+    if (run == nullptr && isClosed)
+    {
+        // A slot has destroyed the ThreadedRun, and perhaps the manager.
+        return;
+    }
     const auto self = shared_from_this();
     std::exception_ptr passing;
     try

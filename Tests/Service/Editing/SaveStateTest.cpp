@@ -1,15 +1,18 @@
 #include "Service/Editing/SaveState.h"
 
+#include "Platform/Multitasking/ThreadManager.h"
 #include "Platform/Parameterization/Object.h"
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/HistoryChange.h"
 #include "Service/CommandPattern/MergeableCommand.h"
 #include "Service/CommandPattern/ModuleAccessInterface.h"
+#include "Service/CommandPattern/ThreadedMacroCommand.h"
 #include "Tests/Support/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/Failures.h"
 #include "Tests/Support/MessageOf.h"
 #include "Tests/Support/ScriptedCommand.h"
+#include "Tests/Support/ScriptedRun.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -604,6 +607,43 @@ TEST_F(SaveStateTest, WithoutMemoryForAChangeTheAnswerStaysRight)
         EXPECT_EQ(state.isModified(1), other.getPosition() != 0) << successes;
     }
     EXPECT_GT(successes, 3U);
+}
+
+TEST_F(SaveStateTest, ASaveInTheMiddleOfAMacroIsNoSave)
+{
+    manager.getThreadManager()->setThreadingMode(0);
+    const auto saving = make("b", nullptr);
+    saving->onExecute = [this]
+    {
+        saveState->saved(0);
+    };
+    const auto macro = std::make_shared<ThreadedMacroCommand>("M");
+    macro->addCommand(make("a", pumps.get()));
+    macro->addCommand(saving);
+    manager.addThreadedCommand(macro);
+    told.clear();
+    manager.undo(1);
+    EXPECT_EQ(manager.getSavedPosition(0), 0U);
+    EXPECT_TRUE(saveState->isModified(0)) << "the save has what was undone";
+    EXPECT_THAT(saveState->unsavedChanges(0), Not(IsEmpty()));
+    EXPECT_THAT(told, ElementsAre("1 saved"));
+    saveState->saved(0);
+    EXPECT_FALSE(saveState->isModified(0));
+    EXPECT_THAT(told, ElementsAre("1 saved", "0 saved"));
+}
+
+TEST_F(SaveStateTest, ASaveWhileAThreadedCommandIsRunningIsOne)
+{
+    manager.getThreadManager()->setThreadingMode(0);
+    const auto run = std::make_shared<ScriptedRun>("Fit");
+    run->onRun = [this]
+    {
+        saveState->saved(0);
+    };
+    manager.addThreadedCommand(run);
+    EXPECT_TRUE(saveState->isModified(0));
+    manager.undo(1);
+    EXPECT_FALSE(saveState->isModified(0));
 }
 
 } // namespace

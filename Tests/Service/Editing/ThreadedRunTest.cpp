@@ -1471,6 +1471,56 @@ TEST_F(ThreadedRunTest, DestroyedInASlotOfProgressItTakesTheRunBack)
     expectNothingChanged();
 }
 
+TEST_F(ThreadedRunTest, ASlotOfStartedMayCloseTheDocument)
+{
+    onStarted = [this]
+    {
+        run.reset();
+        manager.reset();
+    };
+    run->start(work("A"));
+    EXPECT_THAT(notes, ElementsAre("started"));
+    EXPECT_THAT(model.done, IsEmpty());
+}
+
+TEST_F(ThreadedRunTest, ASlotOfProgressMayCloseTheDocument)
+{
+    const auto command = heldWork("A");
+    onProgress = [this]
+    {
+        run.reset();
+        manager.reset();
+    };
+    const auto first = edit("a");
+    first->onExecute = [&]
+    {
+        first->getProgress()->setComplete();
+    };
+    run->start(macro("M", {first, command}));
+    command->waitUntilHeld();
+    loop.runAll();
+    EXPECT_EQ(manager, nullptr);
+    EXPECT_THAT(notes, ElementsAre("started"));
+    EXPECT_THAT(model.done, IsEmpty());
+}
+
+TEST_F(ThreadedRunTest, ASlotOfFinishedMayCloseTheDocument)
+{
+    makeRun(Edits::Queued);
+    const auto command = heldWork("A");
+    onFinished = [this]
+    {
+        run.reset();
+        manager.reset();
+    };
+    run->start(command);
+    run->addCommand(edit("b"));
+    command->release();
+    drive();
+    EXPECT_EQ(manager, nullptr);
+    EXPECT_THAT(notes, ElementsAre("started", "done"));
+}
+
 TEST_F(ThreadedRunTest, DestroyedInASlotOfFinishedItLeavesTheCommandInTheHistory)
 {
     makeRun(Edits::Queued);
