@@ -43,8 +43,12 @@ void CommandGroup::commit()
     if (isOpen())
     {
         requireInnermost("committed");
-        manager.endGroup();
-        depth = 0;
+        close(
+            [this]
+            {
+                manager.endGroup();
+                return true;
+            });
     }
 }
 
@@ -55,12 +59,23 @@ bool CommandGroup::abandon()
         return true;
     }
     requireInnermost("abandoned");
-    if (!manager.abandonGroup())
+    return close([this] { return manager.abandonGroup(); });
+}
+
+template <typename Work>
+bool CommandGroup::close(const Work& work)
+{
+    try
     {
-        return false;
+        depth = work() ? 0 : depth;
+        return depth == 0;
     }
-    depth = 0;
-    return true;
+    catch (...)
+    {
+        // A slot may have failed after the group was closed.
+        depth = isOpen() ? depth : 0;
+        throw;
+    }
 }
 
 bool CommandGroup::isOpen() const

@@ -45,11 +45,16 @@ public:
     /// @throws VdException if a group inside is open still.
     bool abandon();
 
-    /// Whether it was neither committed nor abandoned, nor ended by others through the manager.
+    /// Whether it was neither committed nor abandoned, nor ended by others through the manager. Others
+    /// who end it must not open a group in its place, which would be taken for it (not checked).
     bool isOpen() const;
 
 private:
     void requireInnermost(const char* operation) const;
+
+    /// Closes the group with @p work. @return what that answers: whether it is closed.
+    template <typename Work>
+    bool close(const Work& work);
 
     CommandManager& manager;
     /// How many groups are open with this one; 0 when it was closed.

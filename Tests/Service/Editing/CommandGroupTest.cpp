@@ -11,6 +11,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Valdane
@@ -35,8 +36,21 @@ protected:
         return command;
     }
 
+    static void close(CommandGroup& group, bool isCommitted)
+    {
+        if (isCommitted)
+        {
+            group.commit();
+        }
+        else
+        {
+            EXPECT_TRUE(group.abandon());
+        }
+    }
+
     CommandManager manager;
     std::vector<std::string> undone;
+    bool throws = false;
 };
 
 TEST_F(CommandGroupTest, CommittedItIsOneStep)
@@ -155,6 +169,62 @@ TEST_F(CommandGroupTest, ASlotThatThrowsAtTheEndOfTheScopeDoesNotLeaveItOpen)
     }
     EXPECT_THAT(undone, ElementsAre("a"));
     EXPECT_THAT(manager.getOpenGroups(), IsEmpty());
+}
+
+TEST_F(CommandGroupTest, ASlotThatThrowsForAGroupInsideDoesNotLeaveItOpenEither)
+{
+    const auto connection = manager.connectToSigCommandUndone([] { throw std::runtime_error("slot"); });
+    {
+        const CommandGroup outer(manager, "outer");
+        add("a");
+        manager.beginGroup("inner");
+        add("b");
+    }
+    EXPECT_THAT(undone, ElementsAre("b", "a"));
+    EXPECT_THAT(manager.getOpenGroups(), IsEmpty());
+}
+
+TEST_F(CommandGroupTest, ClosedItLeavesGroupsAloneThatAreOpenedLater)
+{
+    for (const bool isCommitted : {true, false})
+    {
+        {
+            CommandGroup group(manager, "G");
+            add("a");
+            close(group, isCommitted);
+            manager.beginGroup("later");
+            EXPECT_FALSE(group.isOpen());
+        }
+        EXPECT_THAT(manager.getOpenGroups(), ElementsAre("later")) << isCommitted;
+        manager.endGroup();
+    }
+}
+
+TEST_F(CommandGroupTest, ClosedWithASlotThatThrowsItLeavesGroupsAloneThatAreOpenedLater)
+{
+    const auto throwOnce = [this]
+    {
+        if (std::exchange(throws, false))
+        {
+            throw std::runtime_error("slot");
+        }
+    };
+    const auto slotOfUndo = manager.connectToSigCommandUndone(throwOnce);
+    const auto slotOfQueue =
+        manager.connectToSigCommandQueueChanged([&](CommandManager::QueueChangeReason) { throwOnce(); });
+    for (const bool isCommitted : {true, false})
+    {
+        {
+            CommandGroup group(manager, "G");
+            add("a");
+            throws = true;
+            EXPECT_THROW(close(group, isCommitted), std::runtime_error);
+            manager.beginGroup("later");
+            EXPECT_FALSE(group.isOpen());
+        }
+        EXPECT_THAT(manager.getOpenGroups(), ElementsAre("later")) << isCommitted;
+        manager.endGroup();
+    }
 }
 
 TEST_F(CommandGroupTest, EndedThroughTheManagerItLeavesOthersAlone)
