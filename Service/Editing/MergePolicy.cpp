@@ -83,7 +83,7 @@ bool MergePolicy::add(std::shared_ptr<CommandBase> command, const std::string& k
     }
     if (key.empty())
     {
-        endStep();
+        step.reset();
         return manager.addCommand(std::move(command));
     }
     const std::shared_ptr<StepCommand> newest = findStep(key);
@@ -92,7 +92,7 @@ bool MergePolicy::add(std::shared_ptr<CommandBase> command, const std::string& k
 
 void MergePolicy::endStep() noexcept
 {
-    step.reset();
+    interrupt();
 }
 
 std::shared_ptr<StepCommand> MergePolicy::findStep(const std::string& key) const
@@ -108,7 +108,7 @@ bool MergePolicy::addToStep(const std::shared_ptr<StepCommand>& newest,
                             const std::shared_ptr<StepCommand>& next, std::string key)
 {
     // What the command and slots add begins steps of its own.
-    endStep();
+    step.reset();
     const std::size_t executedBefore = newest == nullptr ? 0 : newest->executedCount();
     const Listening listening(*this);
     const bool isExecuted = manager.addOrMergeCommand(next);
@@ -150,7 +150,7 @@ void MergePolicy::follow(const HistoryChange& change)
 void MergePolicy::interrupt() noexcept
 {
     ++interruptions;
-    endStep();
+    step.reset();
 }
 
 } // namespace Valdane

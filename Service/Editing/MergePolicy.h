@@ -79,7 +79,8 @@ public:
     /// @return false if the command threw or is empty. That does not end a step with the same key.
     bool add(std::shared_ptr<CommandBase> command, const std::string& key);
 
-    /// The next command begins a step: when the mouse button is released, for example.
+    /// The next command begins a step: when the mouse button is released, for example. During add(), it is
+    /// the one after.
     void endStep() noexcept;
 
 private:
@@ -100,7 +101,7 @@ private:
     std::chrono::steady_clock::time_point stepTime;
     /// How many add() are running, one within another.
     std::uint64_t depth = 0;
-    /// What the history told during the innermost add(): rows that came, and changes that end a step.
+    /// What happened during the innermost add(): rows that came, and what ends a step.
     std::uint64_t insertedRows = 0;
     std::uint64_t interruptions = 0;
     /// Expires when this is destroyed, by a slot for example.

@@ -213,6 +213,25 @@ TEST_F(MergePolicyTest, AStepHasAtMostSoManyCommands)
     }
 }
 
+TEST_F(MergePolicyTest, ACommandThatWasTakenInCountsForTheStep)
+{
+    usePolicy({.pause = std::chrono::seconds(1), .commands = 2});
+    for (const char* const letters : {"a", "b", "c"})
+    {
+        policy->add(std::make_shared<GrowingTypeCommand>(text, letters), "title");
+    }
+    EXPECT_THAT(manager.collectUndoCommandDescriptions(), ElementsAre("Type c", "Type ab"));
+}
+
+TEST_F(MergePolicyTest, AStepHasTheDescriptionOfTheFirstCommandThatHasOne)
+{
+    for (const char* const name : {"", "Move", "Turn"})
+    {
+        policy->add(std::make_shared<ScriptedCommand>(name), "drag");
+    }
+    EXPECT_THAT(manager.collectUndoCommandDescriptions(), ElementsAre("Move"));
+}
+
 TEST_F(MergePolicyTest, ASaveEndsTheStep)
 {
     type("a");
@@ -255,6 +274,14 @@ TEST_F(MergePolicyTest, EndStepEndsTheStep)
 {
     type("a");
     policy->endStep();
+    type("b");
+    EXPECT_EQ(manager.getQueueSize(), 2U);
+}
+
+TEST_F(MergePolicyTest, EndStepOutOfASlotEndsTheStepToo)
+{
+    const auto ending = manager.connectToSigCommandExecuted([this] { policy->endStep(); });
+    type("a");
     type("b");
     EXPECT_EQ(manager.getQueueSize(), 2U);
 }
@@ -385,6 +412,27 @@ TEST_F(MergePolicyTest, ACommandThatFailsLeavesTheStepAsItWas)
     EXPECT_EQ(text, "ab");
     EXPECT_FALSE(policy->add(nullptr, "title"));
     EXPECT_FALSE(policy->add(nullptr, ""));
+}
+
+TEST_F(MergePolicyTest, ACommandWithAnotherKeyEndsTheStepAlsoIfItFails)
+{
+    type("a");
+    EXPECT_FALSE(type("?", "body"));
+    type("b");
+    EXPECT_EQ(manager.getQueueSize(), 2U);
+    EXPECT_FALSE(type("?", ""));
+    type("c");
+    EXPECT_EQ(manager.getQueueSize(), 3U);
+}
+
+TEST_F(MergePolicyTest, ACommandThatFailsDoesNotCutThePauseInTwo)
+{
+    type("a");
+    wait(600);
+    EXPECT_FALSE(type("?"));
+    wait(600);
+    type("b");
+    EXPECT_EQ(manager.getQueueSize(), 2U);
 }
 
 TEST_F(MergePolicyTest, WhatIsNoStandardExceptionPassesAndEndsTheStep)
