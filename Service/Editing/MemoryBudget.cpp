@@ -62,7 +62,10 @@ void dropOldest(CommandManager& manager, std::uint64_t count)
 } // namespace
 
 MemoryBudget::MemoryBudget(CommandManager& commandManager, std::uint64_t bytes, SizeOf sizeOfCommand)
-    : manager(commandManager), budget(bytes), sizeOf(std::make_shared<const SizeOf>(std::move(sizeOfCommand)))
+    : manager(commandManager),
+      budget(bytes),
+      position(manager.getPosition()),
+      sizeOf(std::make_shared<const SizeOf>(std::move(sizeOfCommand)))
 {
     if (*sizeOf == nullptr)
     {
@@ -92,9 +95,14 @@ std::uint64_t MemoryBudget::getUsedBytes() const noexcept
 
 void MemoryBudget::follow(const HistoryChange& change)
 {
-    for (const RowChange& row : change.rows)
+    if (std::exchange(position, change.positionAfter) != change.positionBefore)
     {
-        apply(row);
+        // A slot before this has hidden a change.
+        startAfresh();
+    }
+    else
+    {
+        std::ranges::for_each(change.rows, [this](const RowChange& row) { apply(row); });
     }
     settle();
 }
@@ -182,9 +190,9 @@ bool MemoryBudget::askAll()
 
 std::uint64_t MemoryBudget::countOfTooMany() const
 {
-    const std::uint64_t position = manager.getPosition();
+    const std::uint64_t done = manager.getPosition();
     std::uint64_t count = 0;
-    for (std::uint64_t left = used; left > budget && count + 1 < position; ++count)
+    for (std::uint64_t left = used; left > budget && count + 1 < done; ++count)
     {
         left -= rows[count].bytes;
     }

@@ -35,7 +35,8 @@ struct RowChange;
 ///
 /// Failures: what the function throws passes to the caller of the manager, and the command counts nothing
 /// until the next change of the history, which asks again. If a slot that was connected before this throws, a
-/// change is missed; the next one makes up for it.
+/// change is missed. The next one makes up for it, unless it was that a command took in another: so make this
+/// before slots that may throw.
 ///
 /// Re-entrancy: the function, slots and destructors of commands may call any operation, and may destroy this.
 ///
@@ -45,7 +46,7 @@ class VALDANE_EDITING_EXPORT MemoryBudget
 {
 public:
     /// Tells how many bytes a command takes. Asked once when it comes into the history, and again when it
-    /// takes in another one, or when the history was changed by a slot of its change.
+    /// takes in another one, or when the history was changed by a slot of its change, or a change was missed.
     using SizeOf = std::function<std::size_t(const CommandBase&)>;
 
     /// Asks for the size of each command that is there, and drops the oldest that are too many.
@@ -81,6 +82,8 @@ private:
 
     CommandManager& manager;
     std::uint64_t budget;
+    /// CommandManager::getPosition() after the change that was told last.
+    std::uint64_t position;
     /// Shared with a call of it, which may destroy this.
     std::shared_ptr<const SizeOf> sizeOf;
     std::deque<Row> rows;

@@ -268,6 +268,24 @@ TEST_F(MemoryBudgetTest, ADroppedCommandSeesTheLimitOfTheApplicationWhenItDies)
     EXPECT_EQ(budget->getUsedBytes(), 2U);
 }
 
+TEST_F(MemoryBudgetTest, SlotsSeeTheLimitOfTheApplicationWhenANewCommandIsTooMany)
+{
+    useBudget(1);
+    std::vector<std::string> seen;
+    const auto look = [&]
+    {
+        seen.push_back(std::to_string(manager.getMaxQueueSize()) +
+                       (manager.usesMaxQueueSize() ? " used" : " unused"));
+    };
+    add("a", 1);
+    const auto slot = manager.connectToSigHistoryChanged([&](const HistoryChange&) { look(); });
+    const auto queueChanged =
+        manager.connectToSigCommandQueueChanged([&](CommandManager::QueueChangeReason) { look(); });
+    add("b", 1);
+    EXPECT_THAT(history(), ElementsAre("b"));
+    EXPECT_THAT(seen, ElementsAre("25 unused", "25 unused", "25 unused"));
+}
+
 TEST_F(MemoryBudgetTest, ADroppedCommandMayDestroyIt)
 {
     useBudget(1);
@@ -347,6 +365,36 @@ TEST_F(MemoryBudgetTest, AChangeThatAnEarlierSlotHasHiddenIsMadeUpForByTheNext)
     EXPECT_EQ(budget->getUsedBytes(), 4U);
 }
 
+TEST_F(MemoryBudgetTest, AHiddenChangeIsMadeUpForAlsoIfTheLengthIsTheSame)
+{
+    bool throws = false;
+    const auto earlier = manager.connectToSigHistoryChanged(
+        [&](const HistoryChange&)
+        {
+            if (throws)
+            {
+                fail();
+            }
+        });
+    useBudget(100);
+    for (const bool isFollowed : {false, true})
+    {
+        manager.clear();
+        add("a", 1);
+        add("b", 2);
+        manager.undo(1);
+        throws = true;
+        EXPECT_THROW(add("c", 10), std::runtime_error);
+        throws = false;
+        if (isFollowed)
+        {
+            add("d", 20);
+        }
+        budget->setBudget(50);
+        EXPECT_EQ(budget->getUsedBytes(), bytesOfHistory()) << isFollowed;
+    }
+}
+
 TEST_F(MemoryBudgetTest, WhatTheFunctionThrowsPassesAndItIsAskedAgain)
 {
     useBudget(5);
@@ -412,6 +460,26 @@ TEST_F(MemoryBudgetTest, TheFunctionMayCallTheManager)
     useBudget(4);
     EXPECT_THAT(history(), ElementsAre("b", "from the function"));
     EXPECT_EQ(budget->getUsedBytes(), 4U);
+}
+
+TEST_F(MemoryBudgetTest, TheFunctionMayReplaceTheHistory)
+{
+    useBudget(4);
+    add("a", 2);
+    add("b", 2);
+    bool isFirst = true;
+    onAsk = [&](const CommandBase&)
+    {
+        if (std::exchange(isFirst, false))
+        {
+            manager.clear();
+            add("x", 1);
+            add("y", 1);
+        }
+    };
+    add("c", 2);
+    EXPECT_THAT(history(), ElementsAre("x", "y"));
+    EXPECT_EQ(budget->getUsedBytes(), 2U);
 }
 
 TEST_F(MemoryBudgetTest, TheFunctionMayDestroyIt)
