@@ -123,6 +123,15 @@ TEST_F(ActiveHistoryTest, TwoDocumentsMayHaveOneManager)
     EXPECT_EQ(history->getActive(), nullptr);
 }
 
+TEST_F(ActiveHistoryTest, TheEndOfADocumentThatIsNotActiveLeavesItsManagerActive)
+{
+    std::optional<ActiveHistory::Document> view(std::in_place, *history, first->manager);
+    first->document.activate();
+    EXPECT_THAT(toldBy([&] { view.reset(); }), IsEmpty());
+    EXPECT_EQ(history->getActive(), &first->manager);
+    EXPECT_TRUE(first->document.isActive());
+}
+
 TEST_F(ActiveHistoryTest, DocumentsMayOutliveIt)
 {
     first->document.activate();

@@ -233,6 +233,39 @@ TEST_F(SaveStateTest, WhatWasUndoneAndReplacedIsKnownByItsModule)
     EXPECT_FALSE(saveState->isModified(1));
 }
 
+TEST_F(SaveStateTest, AModuleHasOtherChangesBesideItsCommands)
+{
+    add("a", pumps);
+    saveState->saved(0);
+    manager.undo(1);
+    add("b", pumps);
+    EXPECT_THAT(unsaved(), ElementsAre("pumps|b|other changes"));
+}
+
+TEST_F(SaveStateTest, WhatLeftTheHistoryBeforeTheSaveIsNotListed)
+{
+    add("a", pumps);
+    saveState->saved(0);
+    manager.undo(1);
+    add("b", pipes);
+    saveState->saved(0);
+    manager.undo(1);
+    add("c", pipes);
+    EXPECT_THAT(unsaved(), ElementsAre("pipes|c|other changes"));
+}
+
+TEST_F(SaveStateTest, WhatLeavesOffThePathToTheSaveIsNotListed)
+{
+    add("a", pumps);
+    saveState->saved(0);
+    manager.undo(1);
+    add("b", pumps);
+    add("c", pipes);
+    manager.undo(1);
+    manager.forgetRedoCommands();
+    EXPECT_THAT(unsaved(), ElementsAre("pumps|b|other changes"));
+}
+
 TEST_F(SaveStateTest, ACommandThatTookInAnotherOffThePathToTheSaveIsTold)
 {
     struct Growing : ScriptedCommand, MergeableCommand
