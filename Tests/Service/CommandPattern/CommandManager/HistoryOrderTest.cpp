@@ -193,6 +193,16 @@ TEST_F(HistoryOrder, ACommandThatCannotBeRedoneLeavesWithAllThatCouldBe)
     EXPECT_EQ(savedPositions(), "--");
 }
 
+TEST_F(HistoryOrder, WhatIsClearedIsToldWithTheModulesOfAllThatLeaves)
+{
+    fill("abc");
+    manager.undo(2);
+    takeJournal();
+    manager.clear();
+    EXPECT_THAT(takeJournal(), ElementsAre("  modules.modified", "  modules.modified",
+                                           "  history [0-3+0] 1>0 abc [|]", "  queueChanged 2 [|]"));
+}
+
 TEST_F(HistoryOrder, ASlotThatChangesTheHistoryIsToldOfThatAfterwards)
 {
     fill("abc");
@@ -367,6 +377,20 @@ TEST_F(HistoryOrder, CommandsThatWaitToBeMergedHideTheSavedPosition)
     EXPECT_EQ(savedPositions(), "1-") << "undo of the merged command leads to the first only";
 }
 
+TEST_F(HistoryOrder, WhatCouldNotBeMergedHidesTheSavedPositionStill)
+{
+    fill("a");
+    manager.adjustOnSave(0);
+    manager.addCommandToMergeWithNextCommand(make("M"), false);
+    EXPECT_EQ(savedPositions(), "--");
+    modules->onAsk = []
+    {
+        throw std::runtime_error("cannot tell");
+    };
+    EXPECT_THROW(manager.addExecutedCommand(make("X")), std::runtime_error);
+    EXPECT_EQ(savedPositions(), "--") << "M waits again";
+}
+
 TEST_F(HistoryOrder, WhatWaitsWhenTheHistoryIsClearedStaysInTheData)
 {
     manager.adjustOnSave(0);
@@ -464,6 +488,19 @@ TEST_F(MergeOrder, NothingIsTakenInAcrossASaveAnUndoOrAMerge)
     EXPECT_EQ(queues(), "[B macro|]") << "a macro takes nothing in";
 }
 
+TEST_F(MergeOrder, NothingIsTakenInByACommandThatWasUncoveredMeanwhile)
+{
+    addTaking("A");
+    fill("b");
+    auto command = std::make_shared<TakingCommand>("C");
+    command->onExecute = [this]
+    {
+        manager.undo(1);
+    };
+    EXPECT_TRUE(manager.addOrMergeCommand(command));
+    EXPECT_EQ(queues(), "[C A|]");
+}
+
 TEST_F(MergeOrder, AtTheLimitNothingIsDroppedByAMerge)
 {
     fill("ab");
@@ -500,6 +537,19 @@ TEST_F(MergeOrder, ACommandWhoseMergeThrowsIsQueued)
     takeJournal();
     EXPECT_THROW(addTaking("F"), Stranger);
     EXPECT_EQ(queues(), "[F E B A|]") << "nothing is lost";
+}
+
+TEST_F(MergeOrder, WhatIsSavedWhileACommandIsTakenInIsNotTheStateWithIt)
+{
+    addTaking("A");
+    modules->onAsk = [this]
+    {
+        modules->onAsk = nullptr;
+        manager.adjustOnSave(0);
+    };
+    addTaking("B");
+    EXPECT_EQ(queues(), "[A|]");
+    EXPECT_EQ(savedPositions(), "--");
 }
 
 TEST_F(MergeOrder, OneThatFailsChangesNothing)
@@ -776,6 +826,38 @@ TEST_F(GroupOrder, WhatIsSavedInItIsLostUnlessItIsItsEnd)
     EXPECT_EQ(savedPositions(), "--") << "undo leads to the state before the group only";
 }
 
+TEST_F(GroupOrder, AnEmptyOneInsideDoesNotShowWhatTheOneAroundHides)
+{
+    manager.adjustOnSave(0);
+    manager.beginGroup("outer");
+    manager.beginGroup("inner");
+    EXPECT_EQ(savedPositions(), "0-") << "nothing was executed";
+    manager.endGroup();
+    add("A");
+    manager.beginGroup("inner");
+    EXPECT_EQ(savedPositions(), "--");
+}
+
+TEST_F(GroupOrder, WhatIsSavedAtItsEndStaysSavedInTheOneAroundAndAtTheLimit)
+{
+    manager.beginGroup("outer");
+    manager.beginGroup("inner");
+    add("A");
+    manager.adjustOnSave(0);
+    manager.endGroup();
+    EXPECT_EQ(savedPositions(), "0-");
+    manager.endGroup();
+    EXPECT_EQ(savedPositions(), "1-");
+    manager.setMaxQueueSize(0);
+    manager.setUsesMaxQueueSize(true);
+    manager.beginGroup("G");
+    add("B");
+    manager.adjustOnSave(1);
+    manager.endGroup();
+    EXPECT_EQ(queues(), "[|]");
+    EXPECT_EQ(savedPositions(), "-0") << "the data are still as saved";
+}
+
 TEST_F(GroupOrder, ASlotThatOpensOneStopsFurtherSteps)
 {
     fill("abc");
@@ -807,6 +889,30 @@ TEST_F(GroupOrder, CommandsAreMergedWithTheLastOneInIt)
     addTaking("D");
     manager.endGroup();
     EXPECT_EQ(partsOf(manager.getUndoCommand()), "G(B D)") << "not across the save";
+}
+
+TEST_F(GroupOrder, NothingIsTakenInWhileACommandWaitsInIt)
+{
+    manager.beginGroup("G");
+    addTaking("B");
+    manager.addCommandToMergeWithNextCommand(make("W"), false);
+    addTaking("C");
+    manager.endGroup();
+    EXPECT_EQ(partsOf(manager.getUndoCommand()), "G(B C(C W))");
+}
+
+TEST_F(GroupOrder, AbandonedInsideAnotherItLeavesTheModulesMarked)
+{
+    manager.beginGroup("outer");
+    add("A", {module(0)});
+    manager.beginGroup("inner");
+    add("B", {module(0), module(1)});
+    takeJournal();
+    EXPECT_TRUE(manager.abandonGroup());
+    const auto lines = takeJournal();
+    EXPECT_EQ(std::find(lines.begin(), lines.end(), "  modules.mark"), lines.end());
+    manager.endGroup();
+    EXPECT_EQ(lettersOf(manager.getModulesOfCommand(0)), "ab");
 }
 
 TEST_F(GroupOrder, LeftOpenItsCommandsDieWithTheManager)
