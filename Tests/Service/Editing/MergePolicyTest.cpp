@@ -1,6 +1,7 @@
 #include "Service/Editing/MergePolicy.h"
 
 #include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandPattern/HistoryChange.h"
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/MergeableCommand.h"
 #include "Tests/Support/Allocations.h"
@@ -254,6 +255,27 @@ TEST_F(MergePolicyTest, AnUndoEndsTheStepAlsoWhenItIsRedone)
     manager.undo(1);
     type("c");
     EXPECT_THAT(manager.collectUndoCommandDescriptions(), ElementsAre("Type c", "Type a"));
+}
+
+TEST_F(MergePolicyTest, ARedoEndsTheStepAlsoIfASlotHasHiddenTheUndo)
+{
+    policy.reset();
+    bool throws = true;
+    const auto earlier = manager.connectToSigHistoryChanged(
+        [&](const HistoryChange& change)
+        {
+            if (throws && change.positionAfter < change.positionBefore)
+            {
+                fail();
+            }
+        });
+    usePolicy({});
+    type("a");
+    EXPECT_THROW(manager.undo(1), std::runtime_error);
+    throws = false;
+    manager.redo(1);
+    type("b");
+    EXPECT_EQ(manager.getQueueSize(), 2U);
 }
 
 TEST_F(MergePolicyTest, AnotherCommandEndsTheStepAlsoWhenItIsGone)

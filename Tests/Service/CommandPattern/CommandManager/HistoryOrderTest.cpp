@@ -309,6 +309,27 @@ TEST_F(HistoryOrder, ACommandThatChangesTheHistoryInItsOwnUndoHasAllRowsReplaced
     EXPECT_EQ(savedPositions(), "--");
 }
 
+TEST_F(HistoryOrder, SoHasOneThatThenThrowsWhenItIsAskedWhetherItCanBeRedone)
+{
+    fill("ab");
+    manager.adjustOnSave(0);
+    auto command = make("X");
+    command->onUndo = [this]
+    {
+        manager.forgetRedoCommands();
+        manager.takeLastExecutedCommand();
+    };
+    command->onIsRedoCapable = []
+    {
+        throw std::runtime_error("cannot tell");
+    };
+    manager.addCommand(command);
+    takeJournal();
+    EXPECT_THROW(manager.undo(1), std::runtime_error);
+    EXPECT_EQ(takeJournal().back(), "  history [0-2+2] 2>2 [b a|]");
+    EXPECT_EQ(savedPositions(), "--");
+}
+
 TEST_F(HistoryOrder, CommandsAndModulesAreFoundByTheirPlace)
 {
     fill("abc");
