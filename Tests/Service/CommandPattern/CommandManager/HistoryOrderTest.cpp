@@ -316,8 +316,7 @@ TEST_F(HistoryOrder, SoHasOneThatThenThrowsWhenItIsAskedWhetherItCanBeRedone)
     auto command = make("X");
     command->onUndo = [this]
     {
-        manager.forgetRedoCommands();
-        manager.takeLastExecutedCommand();
+        manager.addExecutedCommand(make("Y"));
     };
     command->onIsRedoCapable = []
     {
@@ -326,8 +325,25 @@ TEST_F(HistoryOrder, SoHasOneThatThenThrowsWhenItIsAskedWhetherItCanBeRedone)
     manager.addCommand(command);
     takeJournal();
     EXPECT_THROW(manager.undo(1), std::runtime_error);
-    EXPECT_EQ(takeJournal().back(), "  history [0-2+2] 2>2 [b a|]");
+    EXPECT_EQ(takeJournal().back(), "  history [0-4+4] 4>4 saved [Y X b a|]");
     EXPECT_EQ(savedPositions(), "--");
+}
+
+TEST_F(HistoryOrder, NothingIsToldWhileACommandIsAskedWhetherItCanBeRedone)
+{
+    fill("a");
+    auto command = make("X");
+    command->onIsRedoCapable = [this]
+    {
+        manager.adjustOnSave(1);
+    };
+    manager.addCommand(command);
+    takeJournal();
+    manager.undo(1);
+    EXPECT_THAT(takeJournal(),
+                ElementsAre("* progress.setSubProgress(X.progress, 100, 1)", "* X.undo", "  X.isRedoCapable",
+                            "  modules.mark", "  history [] 2>1 saved [a|X]", "  undone [a|X]",
+                            "  queueChanged 0 [a|X]"));
 }
 
 TEST_F(HistoryOrder, CommandsAndModulesAreFoundByTheirPlace)
@@ -366,6 +382,20 @@ TEST_F(HistoryOrder, TheSavedPositionFollowsWhatLeadsToIt)
     EXPECT_EQ(savedPositions(), "-0") << "the data are still as saved";
     manager.clear();
     EXPECT_EQ(savedPositions(), "-0");
+}
+
+TEST_F(HistoryOrder, WhatIsUndoneWhileACommandIsQueuedIsNotTheSavedStateWithIt)
+{
+    fill("ab");
+    manager.adjustOnSave(0);
+    modules->onAsk = [this]
+    {
+        modules->onAsk = nullptr;
+        manager.undo(1);
+    };
+    manager.addExecutedCommand(make("X"));
+    EXPECT_EQ(manager.getPosition(), 2U);
+    EXPECT_EQ(savedPositions(), "--");
 }
 
 TEST_F(HistoryOrder, ATakenCommandStaysInTheData)
@@ -893,6 +923,21 @@ TEST_F(GroupOrder, ASlotThatOpensOneStopsFurtherSteps)
     EXPECT_EQ(manager.getPosition(), 2U);
     manager.endGroup();
     EXPECT_TRUE(manager.undo(1)) << "this step was done";
+    EXPECT_EQ(manager.getPosition(), 1U);
+}
+
+TEST_F(GroupOrder, ASlotThatOpensOneStopsFurtherRedos)
+{
+    fill("abc");
+    manager.undoAll();
+    onSignal = [&](const std::string& signal)
+    {
+        if (signal == "executed")
+        {
+            manager.beginGroup("G");
+        }
+    };
+    EXPECT_FALSE(manager.redo(2));
     EXPECT_EQ(manager.getPosition(), 1U);
 }
 

@@ -1,6 +1,7 @@
 #include "Service/CommandPattern/CommandCollector.h"
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Tests/Support/ElementsAre.h"
+#include "Tests/Support/MessageOf.h"
 #include "Tests/Support/RecordingCommand.h"
 #include "Tests/Support/ThreadJournal.h"
 
@@ -110,6 +111,29 @@ TEST_F(WorkerSlotOrder, ARunOnTheWorkerIsOneSequenceFromItsStartToItsFinalizatio
     EXPECT_THAT(takeJournal(), ElementsAreArray(Lines{"*A threads.finalizeThread"} + told +
                                                 Lines{"*A runFinished(true, A)"} + queued + over));
     expectIdle();
+}
+
+TEST_F(WorkerSlotOrder, WhileAGroupIsOpenNothingIsStarted)
+{
+    manager.beginGroup("G");
+    const std::string text = "addThreadedCommand() is refused while the group 'G' is open";
+    EXPECT_EQ(messageOf([this] { manager.addThreadedCommand(a); }), text);
+    EXPECT_EQ(messageOf([this] { manager.addThreadedCommand(std::make_shared<OpenMacro>("M")); }), text);
+    EXPECT_THAT(takeJournal(), ElementsAre(" - error: " + text, " - error: " + text));
+    expectIdle();
+}
+
+TEST_F(WorkerSlotOrder, WhileACommandIsRunningNoGroupIsOpened)
+{
+    startA();
+    const std::string text = "beginGroup() is refused while a threaded command is running";
+    EXPECT_EQ(messageOf([this] { manager.beginGroup("G"); }), text);
+    EXPECT_THAT(takeJournal(), ElementsAre("*A error: " + text));
+    EXPECT_THAT(manager.getOpenGroups(), IsEmpty());
+    threads->work();
+    manager.finalizeThread();
+    manager.beginGroup("G");
+    EXPECT_THAT(manager.getOpenGroups(), ElementsAre("G"));
 }
 
 TEST_F(WorkerSlotOrder, ASubCommandOfASecondMacroMayFinalizeTheFirstCommand)
