@@ -98,7 +98,7 @@ void MergePolicy::endStep() noexcept
 std::shared_ptr<StepCommand> MergePolicy::findStep(const std::string& key) const
 {
     const auto now = clock();
-    std::shared_ptr<StepCommand> newest = step.lock();
+    const std::shared_ptr<StepCommand> newest = step.lock();
     const bool goesOn = newest != nullptr && key == stepKey && now - stepTime <= limits.pause &&
                         newest->executedCount() < limits.commands;
     return goesOn ? newest : nullptr;
