@@ -16,15 +16,13 @@
 #include <stdexcept>
 #include <string>
 
-using Valdane::CommandManager;
-using Valdane::MacroCommand;
-using Valdane::Object;
-
 namespace
 {
 
+using namespace Valdane;
+
 // The application's own marks: what was changed since the marks were reset last.
-class Marks : public Valdane::ModuleAccessInterface
+class Marks : public ModuleAccessInterface
 {
 public:
     std::set<const Object*> getModifiedModulesFromBusiness() override { return marked; }
@@ -37,15 +35,13 @@ public:
 
     void mark(const Object& module) { marked.insert(&module); }
 
+    std::set<const Object*> marked;
     std::shared_ptr<Object> pumps = std::make_shared<Object>("pumps");
     std::shared_ptr<Object> pipes = std::make_shared<Object>("pipes");
-
-private:
-    std::set<const Object*> marked;
 };
 
 // Changes something in a module.
-class Edit : public Valdane::CommandBase
+class Edit : public CommandBase
 {
 public:
     Edit(Marks& modules, const Object& changed) : marks(modules), module(changed) {}
@@ -58,8 +54,7 @@ public:
 
     void undo() override
     {
-        // Change it back here. The manager resets this mark, as it knows what that leads to.
-        marks.mark(module);
+        // Change it back here, without a mark: the manager knows what that leads to.
     }
 
 private:
@@ -77,18 +72,15 @@ public:
 };
 
 // Does not work.
-class Failing : public Valdane::CommandBase
+class Failing : public CommandBase
 {
 public:
     void execute() override { throw std::runtime_error("no"); }
     void undo() override {}
 };
 
-enum Tracker
-{
-    Saved = 0,
-    Exported = 1
-};
+constexpr std::uint64_t Saved = 0;
+constexpr std::uint64_t Exported = 1;
 
 // One example: a line for each step.
 class Session
@@ -101,14 +93,20 @@ public:
         line("", "to save", "to export");
     }
 
-    std::shared_ptr<Edit> edit(const std::shared_ptr<Object>& module) const
+    template <class Command = Edit>
+    std::shared_ptr<Command> edit(const std::shared_ptr<Object>& module) const
     {
-        return std::make_shared<Edit>(*marks, *module);
+        return std::make_shared<Command>(*marks, *module);
     }
 
-    std::shared_ptr<Edit> editOnce(const std::shared_ptr<Object>& module) const
+    // All commands of the application are added here.
+    void add(const std::shared_ptr<CommandBase>& command)
     {
-        return std::make_shared<EditOnce>(*marks, *module);
+        const auto before = marks->marked;
+        if (!manager.addCommand(command))
+        {
+            marks->marked = before;
+        }
     }
 
     void limitTo(std::uint32_t size)
@@ -129,7 +127,7 @@ private:
                   << "\n";
     }
 
-    std::string modified(Tracker tracker) const
+    std::string modified(std::uint64_t tracker) const
     {
         const auto modules = manager.getModifiedModules(tracker);
         std::string names;
@@ -203,23 +201,25 @@ void severalCommandsAsOne()
 
 void aFailure()
 {
-    Session session("a macro that fails and is rolled back");
+    Session session("what fails or is abandoned in a group");
     auto& [marks, manager] = session;
+    manager.beginGroup("Edit all");
+    session.add(session.edit(marks->pipes));
+    session.after("edit pipes");
     const auto macro = std::make_shared<MacroCommand>("Edit pumps and fail");
     macro->addCommand(session.edit(marks->pumps));
     macro->addCommand(std::make_shared<Failing>());
-    manager.addCommand(macro);
-    session.after("macro");
-    marks->markAllModulesInBusinessAsUnmodified();
-    session.after("reset the marks");
-
-    const auto resetMarks = [&own = *session.marks](const char*, const std::string&)
-    {
-        own.markAllModulesInBusinessAsUnmodified();
-    };
-    const auto connection = manager.connectToSigCommandFailed(resetMarks);
-    manager.addCommand(macro);
-    session.after("macro, with such a slot");
+    session.add(macro);
+    session.after("a macro that fails");
+    const auto before = marks->marked;
+    manager.beginGroup("Edit pumps");
+    session.add(session.edit(marks->pumps));
+    manager.abandonGroup();
+    session.after("a group, abandoned");
+    marks->marked = before;
+    session.after("put back the marks");
+    manager.endGroup();
+    session.after("end of the outer group");
 }
 
 void theLimit()
@@ -307,7 +307,7 @@ void theOnlyCommandCannotBeRedone()
 {
     Session session("the only command is undone and cannot be redone");
     auto& [marks, manager] = session;
-    manager.addCommand(session.editOnce(marks->pumps));
+    manager.addCommand(session.edit<EditOnce>(marks->pumps));
     manager.adjustOnSave(Saved);
     session.after("edit pumps, save");
     manager.undo(1);
@@ -323,7 +323,7 @@ void oneOfTwoCommandsCannotBeRedone()
     Session session("the same with an older command below it");
     auto& [marks, manager] = session;
     manager.addCommand(session.edit(marks->pipes));
-    manager.addCommand(session.editOnce(marks->pumps));
+    manager.addCommand(session.edit<EditOnce>(marks->pumps));
     manager.adjustOnSave(Saved);
     session.after("edit pipes, edit pumps, save");
     manager.undo(1);
@@ -348,7 +348,7 @@ void theLimitAndTheOnlyCommandIsUndone()
     auto& [marks, manager] = session;
     session.limitTo(1);
     manager.addCommand(session.edit(marks->pumps));
-    manager.addCommand(session.editOnce(marks->pipes));
+    manager.addCommand(session.edit<EditOnce>(marks->pipes));
     session.after("edit pumps, edit pipes");
     manager.undo(1);
     session.after("undo: pumps differ");

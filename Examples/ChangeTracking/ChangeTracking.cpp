@@ -72,7 +72,7 @@ public:
         marks.mark(sheet);
     }
 
-    // No mark: the manager knows to which state an undo leads.
+    // No mark is needed: the manager knows to which state an undo leads.
     void undo() override
     {
         sheet.lines.pop_back();
@@ -83,6 +83,25 @@ private:
     Sheet& sheet;
     std::string line;
 };
+
+// Saves each module in a file of its own.
+void save(SaveState& state, const std::vector<std::shared_ptr<Sheet>>& sheets)
+{
+    std::set<const Object*> differing;
+    for (const UnsavedModule& unsaved : state.unsavedChanges(Saved))
+    {
+        differing.insert(unsaved.module);
+    }
+    for (const auto& sheet : sheets)
+    {
+        // Null stands for changes of which no module is known, so all are written.
+        if (differing.contains(sheet.get()) || differing.contains(nullptr))
+        {
+            std::cout << "  write " << sheet->getKey() << "\n";
+        }
+    }
+    state.saved(Saved);
+}
 
 void ask(const SaveState& state, std::uint64_t tracker, const std::string& question)
 {
@@ -122,7 +141,7 @@ int main()
     add(*plan, "wall");
     add(*list, "door");
     show("two edits");
-    state.saved(Saved);
+    save(state, {plan, list});
     show("saved");
     manager.undo(1);
     show("undone behind the save");
@@ -130,7 +149,7 @@ int main()
     add(*plan, "window");
     manager.undo(1);
     show("the door is lost for good, and the file has it");
-    state.saved(Saved);
+    save(state, {plan, list});
     manager.setMaxQueueSize(1);
     manager.setUsesMaxQueueSize(true);
     add(*plan, "roof");
