@@ -1211,6 +1211,20 @@ TEST_F(LastProgressTest, IsNotToldOfARunThatIsAborted)
     expectNothingChanged();
 }
 
+TEST_F(LastProgressTest, IsNotToldOfARunThatFails)
+{
+    const auto work = command->onRun;
+    command->onRun = [&]
+    {
+        work();
+        throw std::runtime_error("no");
+    };
+    run->start(command);
+    drive();
+    EXPECT_THAT(notes, ElementsAre("started", "50 %", "failed: no"));
+    expectNothingChanged();
+}
+
 TEST_F(LastProgressTest, MayAbortTheRun)
 {
     onLast = [this]
@@ -1469,6 +1483,51 @@ TEST_F(ThreadedRunTest, DestroyedInASlotOfProgressItTakesTheRunBack)
     EXPECT_EQ(run, nullptr);
     EXPECT_THAT(notes, ElementsAre("started"));
     expectNothingChanged();
+}
+
+TEST_F(ThreadedRunTest, AProgressThatCouldNotBePostedIsToldWithTheNextOne)
+{
+    const auto command = heldWork("A");
+    Gate first;
+    Gate moved;
+    Gate end;
+    command->isHeld = false;
+    command->onRun = [&]
+    {
+        first.waitUntilOpen();
+        command->getProgress()->moveTo(0.25 * LegacyProgress::FullRange);
+        command->getProgress()->moveTo(0.5 * LegacyProgress::FullRange);
+        moved.open();
+        end.waitUntilOpen();
+    };
+    run->start(command);
+    loop.runAll();
+    progresses.clear();
+    loop.refuse(1);
+    first.open();
+    moved.waitUntilOpen();
+    EXPECT_EQ(loop.size(), 1U);
+    loop.runAll();
+    ASSERT_EQ(progresses.size(), 1U);
+    EXPECT_DOUBLE_EQ(progresses.front().share, 0.5);
+    end.open();
+    drive();
+}
+
+TEST_F(ThreadedRunTest, WhatOthersAddMeanwhileIsNotItsOwn)
+{
+    const auto command = heldWork("A");
+    command->onRun = []
+    {
+        throw std::runtime_error("no");
+    };
+    run->start(command);
+    command->waitUntilHeld();
+    manager->addCommand(edit("x"));
+    command->release();
+    drive();
+    EXPECT_THAT(notes, ElementsAre("started", "failed: no"));
+    EXPECT_EQ(history(), "x |");
 }
 
 TEST_F(ThreadedRunTest, ASlotOfStartedMayCloseTheDocument)
