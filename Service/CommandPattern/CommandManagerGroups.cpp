@@ -101,7 +101,9 @@ void CommandManager::Private::queueOrMerge(std::shared_ptr<CommandBase> command,
     bool isMerged = false;
     try
     {
-        const bool isOnItsOwn = !mayMerge || !waiting().commands.empty() || savePoints.isSaved(saveState());
+        // A command that is on its way to the redo queue can be redone soon.
+        const bool isOnItsOwn = !mayMerge || historyChanges.areHeld() || !waiting().commands.empty() ||
+                                savePoints.isSaved(saveState());
         isMerged =
             !isOnItsOwn && (groups.empty() ? mergeIntoNewest(*command) : mergeIntoNewestOfGroup(*command));
     }

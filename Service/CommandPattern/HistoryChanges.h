@@ -76,6 +76,12 @@ public:
         }
     }
 
+    /// Whether an entry is on its way, see Hold.
+    bool areHeld() const noexcept
+    {
+        return holds != 0;
+    }
+
     /// Has all rows told as replaced, because nobody knows what has become of them.
     void replaceAllRows() noexcept
     {

@@ -511,6 +511,19 @@ TEST_F(MergeOrder, OneThatIsNotTakenInIsQueuedAsEver)
                             "  history [1-0+1] 1>2 [B A|]", "  queueChanged 3 [B A|]", "  executed [B A|]"));
 }
 
+TEST_F(MergeOrder, NothingIsTakenInWhileACommandIsOnItsWayToTheRedoQueue)
+{
+    addTaking("A");
+    auto leaving = make("X");
+    leaving->onIsRedoCapable = [this]
+    {
+        addTaking("B");
+    };
+    manager.addCommand(leaving);
+    manager.undo(1);
+    EXPECT_EQ(queues(), "[B A|X]");
+}
+
 TEST_F(MergeOrder, NothingIsTakenInAcrossASaveAnUndoOrAMerge)
 {
     const auto refuses = [&](const std::string& why)

@@ -168,7 +168,7 @@ bool ManagerModel::isSaved() const
 /// Whether the newest command has taken in @p command.
 bool ManagerModel::merges(const CommandPtr& command, bool mayMerge)
 {
-    if (!mayMerge || !waiting().commands.empty() || isSaved())
+    if (!mayMerge || !moving.empty() || !waiting().commands.empty() || isSaved())
     {
         return false;
     }
