@@ -12,6 +12,8 @@ function(valdane_private_flags target)
             -Wconversion
             -Wshadow
             $<$<BOOL:${VALDANE_WERROR}>:-Werror>
+            # Of united sources, g++ takes one for a header of the others.
+            $<$<AND:$<BOOL:${VALDANE_UNITE_LIBRARIES}>,$<CXX_COMPILER_ID:GNU>>:-Wno-subobject-linkage>
             # Only paths relative to the project get into binaries and log lines.
             "-ffile-prefix-map=${PROJECT_BINARY_DIR}/=build/"
             "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
