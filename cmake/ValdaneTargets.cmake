@@ -13,7 +13,7 @@ function(valdane_private_flags target)
             -Wshadow
             $<$<BOOL:${VALDANE_WERROR}>:-Werror>
             # Of united sources, g++ takes one for a header of the others.
-            $<$<AND:$<BOOL:${VALDANE_UNITE_LIBRARIES}>,$<CXX_COMPILER_ID:GNU>>:-Wno-subobject-linkage>
+            $<$<AND:$<BOOL:${CMAKE_UNITY_BUILD}>,$<CXX_COMPILER_ID:GNU>>:-Wno-subobject-linkage>
             # Only paths relative to the project get into binaries and log lines.
             "-ffile-prefix-map=${PROJECT_BINARY_DIR}/=build/"
             "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
@@ -50,7 +50,6 @@ function(valdane_add_library name)
                  CXX_VISIBILITY_PRESET hidden
                  VISIBILITY_INLINES_HIDDEN ON
                  CXX_EXTENSIONS OFF
-                 UNITY_BUILD ${VALDANE_UNITE_LIBRARIES}
                  # Installed, each finds the others beside it.
                  INSTALL_RPATH "$ORIGIN")
     # A library calls its own functions, exported or not, without the detour that would let others replace them; and those

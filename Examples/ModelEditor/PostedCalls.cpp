@@ -7,7 +7,7 @@
 namespace ModelEditor
 {
 
-PostedCalls::PostedCalls(const WakeUp& woken) : wakeUp(woken) {}
+PostedCalls::PostedCalls(const WakeUp& wakeUpToSignal) : wakeUp(wakeUpToSignal) {}
 
 void PostedCalls::post(std::function<void()> call)
 {

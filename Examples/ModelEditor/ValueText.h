@@ -31,6 +31,16 @@ std::string_view nameOf(ValueType type);
 /// The value of type T (int, unsigned int, double, bool, std::string) of @p text; nothing if it has none.
 template <typename T>
 std::optional<T> valueOf(std::string_view text);
+template <>
+std::optional<int> valueOf<int>(std::string_view text);
+template <>
+std::optional<unsigned int> valueOf<unsigned int>(std::string_view text);
+template <>
+std::optional<double> valueOf<double>(std::string_view text);
+template <>
+std::optional<bool> valueOf<bool>(std::string_view text);
+template <>
+std::optional<std::string> valueOf<std::string>(std::string_view text);
 
 /// The shortest text of which valueOf gives exactly @p value, and typeOf T if the value allows it: a double
 /// without fraction is written `4.0`.
@@ -38,6 +48,16 @@ std::optional<T> valueOf(std::string_view text);
 /// @throws VdException if @p value is a double that is not finite.
 template <typename T>
 std::string textOf(const T& value);
+template <>
+std::string textOf<int>(const int& value);
+template <>
+std::string textOf<unsigned int>(const unsigned int& value);
+template <>
+std::string textOf<double>(const double& value);
+template <>
+std::string textOf<bool>(const bool& value);
+template <>
+std::string textOf<std::string>(const std::string& value);
 
 /// The text of @p value in the place of @p original: that text itself if it has exactly this value, else
 /// textOf(value).

@@ -16,7 +16,7 @@ namespace
 // Comparing each with each is faster than sorting up to here.
 constexpr std::size_t fewNames = 16;
 
-bool isSame(const char* left, const char* right)
+bool isSameName(const char* left, const char* right)
 {
     return *left == *right && std::strcmp(left, right) == 0;
 }
@@ -25,7 +25,7 @@ bool hasPair(const std::vector<const char*>& names)
 {
     for (auto name = names.begin(); name != names.end(); ++name)
     {
-        if (std::any_of(names.begin(), name, [name](const char* other) { return isSame(*name, other); }))
+        if (std::any_of(names.begin(), name, [name](const char* other) { return isSameName(*name, other); }))
         {
             return true;
         }
@@ -42,7 +42,7 @@ const char* findRepeated(std::vector<const char*>& names)
     }
     std::ranges::sort(names,
                       [](const char* left, const char* right) { return std::strcmp(left, right) < 0; });
-    const auto twice = std::ranges::adjacent_find(names, isSame);
+    const auto twice = std::ranges::adjacent_find(names, isSameName);
     return twice == names.end() ? nullptr : *twice;
 }
 

@@ -90,7 +90,7 @@ bool isPlainWord(std::string_view word)
            word.find_first_of("'\"\\") == std::string_view::npos;
 }
 
-std::string quoted(std::string_view word)
+std::string inQuotes(std::string_view word)
 {
     if (word.find('\'') == std::string_view::npos)
     {
@@ -131,7 +131,7 @@ std::string joinWords(const std::vector<std::string>& words)
     std::string line;
     for (const auto& word : words)
     {
-        line += (line.empty() ? "" : " ") + (isPlainWord(word) ? word : quoted(word));
+        line += (line.empty() ? "" : " ") + (isPlainWord(word) ? word : inQuotes(word));
     }
     return line;
 }

@@ -6,6 +6,7 @@
 #include "Platform/Signals/Connection.h"
 #include "Platform/Signals/Signal.h"
 #include "Platform/Signals/Slot.h"
+#include "Tests/Support/WhenDestroyed.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,16 +22,7 @@ namespace
 {
 
 using testing::ElementsAre;
-
-/// Runs an action when its last owner lets go of it.
-template <typename Action>
-std::shared_ptr<void> whenDestroyed(Action action)
-{
-    return {nullptr, [action = std::move(action)](void*)
-            {
-                action();
-            }};
-}
+using ValdaneTests::whenDestroyed;
 
 class CallableIsDestroyedWithItsConnection : public testing::Test
 {

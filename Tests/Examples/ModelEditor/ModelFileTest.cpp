@@ -21,7 +21,7 @@
 namespace
 {
 
-std::vector<std::string> calls;
+std::vector<std::string> durabilityCalls;
 int fsyncError = 0;
 
 } // namespace
@@ -29,14 +29,14 @@ int fsyncError = 0;
 extern "C" int fsync(int file)
 {
     const auto path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(file));
-    calls.emplace_back(std::filesystem::is_directory(path) ? "fsync directory" : "fsync file");
+    durabilityCalls.emplace_back(std::filesystem::is_directory(path) ? "fsync directory" : "fsync file");
     errno = fsyncError;
     return fsyncError == 0 ? 0 : -1;
 }
 
 extern "C" int rename(const char* from, const char* to) noexcept
 {
-    calls.emplace_back("rename");
+    durabilityCalls.emplace_back("rename");
     return static_cast<int>(syscall(SYS_renameat, AT_FDCWD, from, AT_FDCWD, to));
 }
 
@@ -168,9 +168,9 @@ TEST(ModelFile, TheNewContentIsDurableBeforeItTakesTheNameAndTheNameAfterwards)
 {
     const TestDirectory directory;
     const std::string path = directory.write("f", "old");
-    calls.clear();
+    durabilityCalls.clear();
     replaceFile(path, "new");
-    EXPECT_THAT(calls, ElementsAre("fsync file", "rename", "fsync directory"));
+    EXPECT_THAT(durabilityCalls, ElementsAre("fsync file", "rename", "fsync directory"));
 }
 
 TEST(ModelFile, AContentThatCannotBeMadeDurableIsNotTaken)

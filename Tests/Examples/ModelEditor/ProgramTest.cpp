@@ -16,14 +16,14 @@ using testing::HasSubstr;
 using testing::StartsWith;
 using ValdaneTests::ElementsAre;
 
-const std::string file = "<a x='1'>\n<b y='2.0'/></a>\n";
+const std::string twoValues = "<a x='1'>\n<b y='2.0'/></a>\n";
 
 class Program : public testing::Test
 {
 protected:
     Program()
     {
-        directory.write("m.xml", file);
+        directory.write("m.xml", twoValues);
     }
 
     ProgramResult run(const std::vector<std::string>& arguments, const std::string& input = {}) const
@@ -122,7 +122,7 @@ TEST_F(Program, ABadLineStopsAScriptAndNothingIsWritten)
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.err, "s:5: set: two is not a value of type int, which /a/@x has\n");
     EXPECT_THAT(result.out, testing::Not(HasSubstr("3")));
-    EXPECT_EQ(directory.read("m.xml"), file);
+    EXPECT_EQ(directory.read("m.xml"), twoValues);
     EXPECT_THAT(directory.list(), ElementsAre("m.xml", "s"));
     const auto piped = run({"m.xml"}, "save\nnope\n");
     EXPECT_EQ(piped.status, 1);
@@ -137,7 +137,7 @@ TEST_F(Program, KeepGoingPlaysTheRestAndStillFails)
     EXPECT_EQ(result.err, "<stdin>:1: no verb nope; help lists them\n<stdin>:4: set: nothing at //c\n");
     EXPECT_THAT(result.out, HasSubstr("Saved o.xml"));
     EXPECT_EQ(directory.read("o.xml"), "<a x='2'>\n<b y='2.0'/></a>\n");
-    EXPECT_EQ(directory.read("m.xml"), file);
+    EXPECT_EQ(directory.read("m.xml"), twoValues);
 }
 
 TEST_F(Program, AScriptIsShownWithItsComments)
@@ -167,7 +167,7 @@ TEST_F(Program, ASaveThatFailsLeavesTheOldFile)
     const auto full = execute(
         {.directory = directory, .arguments = {"m.xml"}, .input = "set /a/@x 2\nsave\n", .largestFile = 5});
     EXPECT_EQ(full.status, 1);
-    EXPECT_EQ(directory.read("m.xml"), file);
+    EXPECT_EQ(directory.read("m.xml"), twoValues);
     EXPECT_THAT(directory.list(), ElementsAre("m.xml"));
 }
 

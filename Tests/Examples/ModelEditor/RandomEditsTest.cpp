@@ -15,13 +15,13 @@ using ModelEditor::Part;
 using ModelEditor::Selected;
 using ModelEditor::XmlModel;
 
-struct Case
+struct RandomScript
 {
     std::string model;
     unsigned int seed;
 };
 
-void PrintTo(const Case& tested, std::ostream* out)
+void PrintTo(const RandomScript& tested, std::ostream* out)
 {
     *out << tested.model << " with seed " << tested.seed;
 }
@@ -122,7 +122,7 @@ private:
     std::vector<Selected> elements;
 };
 
-class RandomEdits : public testing::TestWithParam<Case>
+class RandomEdits : public testing::TestWithParam<RandomScript>
 {
 };
 
@@ -147,8 +147,10 @@ TEST_P(RandomEdits, UndoneGiveTheFileAndRedoneTheEditedFile)
 }
 
 INSTANTIATE_TEST_SUITE_P(Models, RandomEdits,
-                         testing::Values(Case{"ur5_robot.urdf", 1}, Case{"ur5_robot.urdf", 2},
-                                         Case{"ur5_robot.urdf", 3}, Case{"Feedthrough.xml", 1},
-                                         Case{"Feedthrough.xml", 2}, Case{"Feedthrough.xml", 3}));
+                         testing::Values(RandomScript{"ur5_robot.urdf", 1}, RandomScript{"ur5_robot.urdf", 2},
+                                         RandomScript{"ur5_robot.urdf", 3},
+                                         RandomScript{"Feedthrough.xml", 1},
+                                         RandomScript{"Feedthrough.xml", 2},
+                                         RandomScript{"Feedthrough.xml", 3}));
 
 } // namespace

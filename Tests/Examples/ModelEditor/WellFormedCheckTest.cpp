@@ -15,7 +15,7 @@ using ModelEditor::XmlDocument;
 
 // Parsed as a document is, but checked alone. The document that complains only says where a place is: it has
 // one line, as the texts have.
-std::string complaintAbout(const std::string& text)
+std::string complaintOfCheck(const std::string& text)
 {
     const XmlDocument lines("<a>" + std::string(text.size(), ' ') + "</a>", "m");
     std::string parsed = text;
@@ -50,50 +50,51 @@ std::string attributes(int count)
 
 TEST(WellFormedCheck, WhatIsSuspiciousElsewhereIsNothingInComments)
 {
-    EXPECT_EQ(complaintAbout("<a><!-- & < a:b:c --><?p & < :?><![CDATA[ & < ]]>x<b c='d'/></a>"), "nothing");
-    EXPECT_EQ(complaintAbout("<!DOCTYPE a [<!ENTITY e '& <'>]><a b='http://c:d'>x:y:z</a>"), "nothing");
+    EXPECT_EQ(complaintOfCheck("<a><!-- & < a:b:c --><?p & < :?><![CDATA[ & < ]]>x<b c='d'/></a>"),
+              "nothing");
+    EXPECT_EQ(complaintOfCheck("<!DOCTYPE a [<!ENTITY e '& <'>]><a b='http://c:d'>x:y:z</a>"), "nothing");
 }
 
 TEST(WellFormedCheck, ComplainsOfTheFirstWhateverStandsBeforeIt)
 {
-    EXPECT_EQ(complaintAbout("<a><!-- & --><b c='1'/>&amp; &</a>"), "m:1:30: & that starts no reference");
-    EXPECT_EQ(complaintAbout("<a><![CDATA[<&]]><b c='&amp;' d='e&'/></a>"),
+    EXPECT_EQ(complaintOfCheck("<a><!-- & --><b c='1'/>&amp; &</a>"), "m:1:30: & that starts no reference");
+    EXPECT_EQ(complaintOfCheck("<a><![CDATA[<&]]><b c='&amp;' d='e&'/></a>"),
               "m:1:35: & that starts no reference");
-    EXPECT_EQ(complaintAbout("<a x='&lt;'><!-- < --><b c='1' d='e<' f='2'/></a>"),
+    EXPECT_EQ(complaintOfCheck("<a x='&lt;'><!-- < --><b c='1' d='e<' f='2'/></a>"),
               "m:1:35: < in the value of d");
-    EXPECT_EQ(complaintAbout("<a x='y:z'>:<b/><c:d:e/><f g='&'/></a>"),
+    EXPECT_EQ(complaintOfCheck("<a x='y:z'>:<b/><c:d:e/><f g='&'/></a>"),
               "m:1:18: c:d:e is no name of the form name or prefix:name");
-    EXPECT_EQ(complaintAbout("<a>x</a><b y='1' z='1' y='2'/>"), "m:1:10: b has two attributes y");
+    EXPECT_EQ(complaintOfCheck("<a>x</a><b y='1' z='1' y='2'/>"), "m:1:10: b has two attributes y");
 }
 
 TEST(WellFormedCheck, WhatIsWrongIsFoundAtBothEndsOfATag)
 {
-    EXPECT_EQ(complaintAbout("<a:/>"), "m:1:2: a: is no name of the form name or prefix:name");
-    EXPECT_EQ(complaintAbout("<a b='&'/>"), "m:1:7: & that starts no reference");
-    EXPECT_EQ(complaintAbout("<a b='1' c=\"2'&\" ></a>"), "m:1:15: & that starts no reference");
-    EXPECT_EQ(complaintAbout("<a b='1' c=\"2'<\"/>"), "m:1:13: < in the value of c");
-    EXPECT_EQ(complaintAbout("<a b='1' c:='2'/>"), "m:1:10: c: is no name of the form name or prefix:name");
+    EXPECT_EQ(complaintOfCheck("<a:/>"), "m:1:2: a: is no name of the form name or prefix:name");
+    EXPECT_EQ(complaintOfCheck("<a b='&'/>"), "m:1:7: & that starts no reference");
+    EXPECT_EQ(complaintOfCheck("<a b='1' c=\"2'&\" ></a>"), "m:1:15: & that starts no reference");
+    EXPECT_EQ(complaintOfCheck("<a b='1' c=\"2'<\"/>"), "m:1:13: < in the value of c");
+    EXPECT_EQ(complaintOfCheck("<a b='1' c:='2'/>"), "m:1:10: c: is no name of the form name or prefix:name");
 }
 
 TEST(WellFormedCheck, ATagIsReadFromItsStart)
 {
-    EXPECT_EQ(complaintAbout("<a b='1' b='<' c:d:e='2'/>"), "m:1:13: < in the value of b");
-    EXPECT_EQ(complaintAbout("<a c:d:e='&' f='<' f='2'/>"),
+    EXPECT_EQ(complaintOfCheck("<a b='1' b='<' c:d:e='2'/>"), "m:1:13: < in the value of b");
+    EXPECT_EQ(complaintOfCheck("<a c:d:e='&' f='<' f='2'/>"),
               "m:1:4: c:d:e is no name of the form name or prefix:name");
-    EXPECT_EQ(complaintAbout("<a b='<&'/>"), "m:1:8: & that starts no reference");
+    EXPECT_EQ(complaintOfCheck("<a b='<&'/>"), "m:1:8: & that starts no reference");
 }
 
 TEST(WellFormedCheck, TheDeclarationIsATag)
 {
-    EXPECT_EQ(complaintAbout("<?xml version='1.0' version='1.0'?><a/>"),
+    EXPECT_EQ(complaintOfCheck("<?xml version='1.0' version='1.0'?><a/>"),
               "m:1:3: xml has two attributes version");
-    EXPECT_EQ(complaintAbout("<?xml version='&'?><a/>"), "m:1:16: & that starts no reference");
+    EXPECT_EQ(complaintOfCheck("<?xml version='&'?><a/>"), "m:1:16: & that starts no reference");
 }
 
 TEST(WellFormedCheck, OfAttributesThatAreThereTwiceTheFirstByTheAlphabetIsNamed)
 {
-    EXPECT_EQ(complaintAbout("<a c='1' b='2' c='3' b='4'/>"), "m:1:2: a has two attributes b");
-    EXPECT_EQ(complaintAbout("<a ab='1' aa='2' a='3' ac='4' A='5'/>"), "nothing");
+    EXPECT_EQ(complaintOfCheck("<a c='1' b='2' c='3' b='4'/>"), "m:1:2: a has two attributes b");
+    EXPECT_EQ(complaintOfCheck("<a ab='1' aa='2' a='3' ac='4' A='5'/>"), "nothing");
 }
 
 TEST(WellFormedCheck, AnAttributeThatIsThereTwiceIsFoundAmongAnyNumber)
@@ -101,9 +102,9 @@ TEST(WellFormedCheck, AnAttributeThatIsThereTwiceIsFoundAmongAnyNumber)
     for (const int count : {1, 2, 15, 16, 17, 1000})
     {
         const std::string markup = "<a" + attributes(count);
-        EXPECT_EQ(complaintAbout(markup + "/>"), "nothing") << count;
-        EXPECT_EQ(complaintAbout(markup + " a0='2'/>"), "m:1:2: a has two attributes a0") << count;
-        EXPECT_EQ(complaintAbout(markup + " z='1' z='2'/>"), "m:1:2: a has two attributes z") << count;
+        EXPECT_EQ(complaintOfCheck(markup + "/>"), "nothing") << count;
+        EXPECT_EQ(complaintOfCheck(markup + " a0='2'/>"), "m:1:2: a has two attributes a0") << count;
+        EXPECT_EQ(complaintOfCheck(markup + " z='1' z='2'/>"), "m:1:2: a has two attributes z") << count;
     }
 }
 

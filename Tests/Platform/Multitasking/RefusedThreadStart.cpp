@@ -8,7 +8,7 @@
 namespace
 {
 
-std::atomic<bool> refused = false;
+std::atomic<bool> isRefused = false;
 
 using Create = int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
 
@@ -23,7 +23,7 @@ extern "C" [[gnu::weak]] Create createOfSanitizer __asm__("__interceptor_pthread
 int createUnlessRefused(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*),
                         void* argument)
 {
-    if (refused)
+    if (isRefused)
     {
         return EAGAIN;
     }
@@ -38,12 +38,12 @@ namespace ValdaneTests
 
 RefusedThreadStart::RefusedThreadStart()
 {
-    refused = true;
+    isRefused = true;
 }
 
 RefusedThreadStart::~RefusedThreadStart()
 {
-    refused = false;
+    isRefused = false;
 }
 
 } // namespace ValdaneTests

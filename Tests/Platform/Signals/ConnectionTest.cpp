@@ -2,6 +2,7 @@
 
 #include "Platform/Signals/Signal.h"
 #include "Tests/Support/ElementsAre.h"
+#include "Tests/Support/WhenDestroyed.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,22 +20,13 @@ namespace
 using Valdane::Signals::Connection;
 using Valdane::Signals::Signal;
 using ValdaneTests::ElementsAre;
+using ValdaneTests::whenDestroyed;
 
 static_assert(!std::is_copy_constructible_v<Connection> && !std::is_copy_assignable_v<Connection>);
 static_assert(std::is_nothrow_move_constructible_v<Connection>);
 static_assert(std::is_nothrow_move_assignable_v<Connection>);
 static_assert(std::is_nothrow_default_constructible_v<Connection>);
 static_assert(sizeof(Connection) == sizeof(void*));
-
-/// Runs an action when the last copy of a callable that captures it is destroyed.
-template <typename Action>
-std::shared_ptr<void> whenDestroyed(const Action& action)
-{
-    return {nullptr, [action](void*)
-            {
-                action();
-            }};
-}
 
 class ConnectionTest : public testing::Test
 {

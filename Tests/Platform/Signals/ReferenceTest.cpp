@@ -404,10 +404,10 @@ TYPED_TEST(SignalsLikeBoost, PassArgumentsToEverySlot)
 /// A long pseudo-random life: slots that connect at both ends, disconnect any, emit again, drop owners and
 /// throw.
 template <typename Library>
-class RandomLife
+class RandomLifeWith
 {
 public:
-    explicit RandomLife(unsigned seed) : random(seed) {}
+    explicit RandomLifeWith(unsigned seed) : random(seed) {}
 
     std::vector<std::string> live(int steps)
     {
@@ -553,8 +553,8 @@ TEST(SignalsAgainstBoost, LeaveTheSameJournalInALongRandomLife)
     std::size_t entries = 0;
     for (unsigned seed = 1; seed <= 50; ++seed)
     {
-        const auto ours = RandomLife<Ours>(seed).live(25);
-        const auto reference = RandomLife<Reference>(seed).live(25);
+        const auto ours = RandomLifeWith<Ours>(seed).live(25);
+        const auto reference = RandomLifeWith<Reference>(seed).live(25);
         const auto difference = std::ranges::mismatch(ours, reference);
         ASSERT_TRUE(ours == reference) << "seed " << seed << ", from entry " << difference.in1 - ours.begin();
         entries += ours.size();

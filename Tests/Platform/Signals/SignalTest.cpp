@@ -4,6 +4,7 @@
 #include "Platform/Signals/Slot.h"
 #include "Tests/Support/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
+#include "Tests/Support/WhenDestroyed.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -31,6 +32,7 @@ using ValdaneTests::AllocationsThatFail;
 using ValdaneTests::ElementsAre;
 using ValdaneTests::FailingAllocation;
 using ValdaneTests::HeapUse;
+using ValdaneTests::whenDestroyed;
 
 using NoArguments = Signal<void()>;
 
@@ -56,16 +58,6 @@ static_assert(CanConnect<NoArguments, void (*)()>);
 static_assert(!CanConnect<const NoArguments, void (*)()>);
 static_assert(!CanConnect<NoArguments, void (*)(int)>);
 static_assert(!CanConnect<Signal<void(int)>, void (*)(std::string)>);
-
-/// Runs an action when the last copy of a callable that captures it is destroyed.
-template <typename Action>
-std::shared_ptr<void> whenDestroyed(const Action& action)
-{
-    return {nullptr, [action](void*)
-            {
-                action();
-            }};
-}
 
 /// Counts how often it is copied.
 struct Counted

@@ -308,10 +308,10 @@ TEST_F(CommandQueueTest, TakingACopiedEntryRemovesItOnlyFromTheBack)
 
 TEST_F(CommandQueueTest, TakingACopiedEntryLeavesAnyOtherAtTheBackWhereItIs)
 {
-    const QueuedCommand a = makeEntry("a");
-    const QueuedCommand b = makeEntry("b");
+    const QueuedCommand first = makeEntry("a");
+    const QueuedCommand second = makeEntry("b");
     // Whichever of them has the lower address.
-    for (const auto& [copied, other] : {std::pair(&a, &b), std::pair(&b, &a)})
+    for (const auto& [copied, other] : {std::pair(&first, &second), std::pair(&second, &first)})
     {
         queue.pushBack(QueuedCommand(*other));
         EXPECT_EQ(queue.take(*copied).command, copied->command);

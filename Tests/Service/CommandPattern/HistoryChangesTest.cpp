@@ -27,11 +27,11 @@ using ValdaneTests::ElementsAre;
 using ValdaneTests::FailingAllocation;
 
 /// Only the addresses matter.
-constexpr char modules[3] = {};
+constexpr char addresses[3] = {};
 
 ModuleSet setOf(std::size_t module)
 {
-    const std::set<const Object*> objects = {reinterpret_cast<const Object*>(modules + module)};
+    const std::set<const Object*> objects = {reinterpret_cast<const Object*>(addresses + module)};
     return ModuleSet(objects);
 }
 

@@ -29,7 +29,7 @@ static_assert(std::is_nothrow_move_constructible_v<ModuleSet>);
 static_assert(std::is_nothrow_move_assignable_v<ModuleSet>);
 
 /// Only the addresses matter.
-const Object* module(std::size_t number)
+const Object* numbered(std::size_t number)
 {
     static const char modules[40'000] = {};
     return reinterpret_cast<const Object*>(modules + number);
@@ -50,31 +50,31 @@ Objects united(const Objects& first, const Objects& second)
 }
 
 const Objects none;
-const Objects one = {module(1)};
-const Objects oneTwo = {module(1), module(2)};
-const Objects twoThree = {module(2), module(3)};
+const Objects onlyOne = {numbered(1)};
+const Objects oneTwo = {numbered(1), numbered(2)};
+const Objects twoThree = {numbered(2), numbered(3)};
 
 TEST(ModuleSet, HoldsTheModulesItWasMadeOf)
 {
     EXPECT_THAT(objectsOf(ModuleSet()), IsEmpty());
     EXPECT_THAT(objectsOf(ModuleSet(none)), IsEmpty());
-    EXPECT_EQ(objectsOf(ModuleSet(one)), one);
+    EXPECT_EQ(objectsOf(ModuleSet(onlyOne)), onlyOne);
     EXPECT_EQ(objectsOf(ModuleSet(oneTwo)), oneTwo);
 }
 
 TEST(ModuleSet, InsertingKeepsWhatIsThere)
 {
-    Objects objects = one;
+    Objects objects = onlyOne;
     ModuleSet(twoThree).insertInto(objects);
     ModuleSet().insertInto(objects);
-    EXPECT_EQ(objects, united(one, twoThree));
+    EXPECT_EQ(objects, united(onlyOne, twoThree));
 }
 
 TEST(ModuleSet, EmptySetsAreAllTheSame)
 {
     EXPECT_TRUE(ModuleSet().isSharedWith(ModuleSet(none)));
     EXPECT_TRUE(ModuleSet().unitedWith(ModuleSet()).isSharedWith(ModuleSet()));
-    EXPECT_FALSE(ModuleSet().isSharedWith(ModuleSet(one)));
+    EXPECT_FALSE(ModuleSet().isSharedWith(ModuleSet(onlyOne)));
 }
 
 TEST(ModuleSet, CopiesShareAndSetsMadeApartDoNot)
@@ -85,7 +85,7 @@ TEST(ModuleSet, CopiesShareAndSetsMadeApartDoNot)
     EXPECT_FALSE(ModuleSet(oneTwo).isSharedWith(set));
     const ModuleSet moved(std::move(copy));
     EXPECT_TRUE(moved.isSharedWith(set));
-    ModuleSet assigned(one);
+    ModuleSet assigned(onlyOne);
     assigned = set;
     EXPECT_TRUE(assigned.isSharedWith(set));
     assigned = ModuleSet();
@@ -97,18 +97,18 @@ TEST(ModuleSet, EqualSetsHaveTheSameModules)
 {
     EXPECT_EQ(ModuleSet(), ModuleSet(none));
     EXPECT_EQ(ModuleSet(oneTwo), ModuleSet(oneTwo));
-    EXPECT_NE(ModuleSet(oneTwo), ModuleSet(one));
-    EXPECT_NE(ModuleSet(one), ModuleSet(oneTwo));
+    EXPECT_NE(ModuleSet(oneTwo), ModuleSet(onlyOne));
+    EXPECT_NE(ModuleSet(onlyOne), ModuleSet(oneTwo));
     EXPECT_NE(ModuleSet(oneTwo), ModuleSet(twoThree));
-    EXPECT_NE(ModuleSet(one), ModuleSet());
-    EXPECT_NE(ModuleSet(), ModuleSet(one));
+    EXPECT_NE(ModuleSet(onlyOne), ModuleSet());
+    EXPECT_NE(ModuleSet(), ModuleSet(onlyOne));
 }
 
 TEST(ModuleSet, OnlyTheSetWithoutModulesIsEmpty)
 {
     EXPECT_TRUE(ModuleSet().isEmpty());
     EXPECT_TRUE(ModuleSet(none).isEmpty());
-    EXPECT_FALSE(ModuleSet(one).isEmpty());
+    EXPECT_FALSE(ModuleSet(onlyOne).isEmpty());
 }
 
 TEST(ModuleSet, ASetOutlivesTheOneItWasCopiedFrom)
@@ -123,7 +123,7 @@ TEST(ModuleSet, ASetOutlivesTheOneItWasCopiedFrom)
 
 TEST(ModuleSet, AUnionWithWhatIsContainedIsTheLargerSetItself)
 {
-    const ModuleSet small(one);
+    const ModuleSet small(onlyOne);
     const ModuleSet large(oneTwo);
     EXPECT_TRUE(large.unitedWith(small).isSharedWith(large));
     EXPECT_TRUE(small.unitedWith(large).isSharedWith(large));
@@ -146,7 +146,7 @@ TEST(ModuleSet, AUnionOfSetsThatOverlapIsANewOne)
 TEST(ModuleSet, OneModuleNeedsOneAllocationOfFiveWords)
 {
     const HeapUse before = HeapUse::now();
-    const ModuleSet set(one);
+    const ModuleSet set(onlyOne);
     EXPECT_EQ(HeapUse::now().allocations - before.allocations, 1U);
     EXPECT_LE(HeapUse::now().bytes - before.bytes, 5 * sizeof(void*));
 }
@@ -156,14 +156,14 @@ TEST(ModuleSet, AUnionNeedsNoMoreAllocationsTheLargerItIs)
     Objects many;
     for (std::size_t number = 10; number < 40; ++number)
     {
-        many.insert(module(number));
+        many.insert(numbered(number));
     }
-    const ModuleSet first(one);
+    const ModuleSet first(onlyOne);
     const ModuleSet second(many);
     const HeapUse before = HeapUse::now();
     const ModuleSet both = first.unitedWith(second);
     EXPECT_LE(HeapUse::now().allocations - before.allocations, 2U);
-    EXPECT_EQ(objectsOf(both), united(one, many));
+    EXPECT_EQ(objectsOf(both), united(onlyOne, many));
 }
 
 struct SeriesUse
@@ -180,7 +180,7 @@ SeriesUse useOfSeries(std::size_t length)
     for (std::size_t number = 0; number < length; ++number)
     {
         // In another order than that of the addresses; 7919 has no factor in common with the lengths.
-        added[number] = ModuleSet(Objects{module(number * 7919 % length)});
+        added[number] = ModuleSet(Objects{numbered(number * 7919 % length)});
     }
     const HeapUse before = HeapUse::now();
     ModuleSet grown;
@@ -215,10 +215,10 @@ TEST(ModuleSet, SetsThatGrewByTheSameUnionsAreEqualAndThoseOfOtherModulesAreNot)
     ModuleSet other;
     for (std::size_t number = 0; number < 1000; ++number)
     {
-        first = first.unitedWith(ModuleSet(Objects{module(number)}));
-        second = second.unitedWith(ModuleSet(Objects{module(number)}));
-        backwards = backwards.unitedWith(ModuleSet(Objects{module(999 - number)}));
-        other = other.unitedWith(ModuleSet(Objects{module(number + 1)}));
+        first = first.unitedWith(ModuleSet(Objects{numbered(number)}));
+        second = second.unitedWith(ModuleSet(Objects{numbered(number)}));
+        backwards = backwards.unitedWith(ModuleSet(Objects{numbered(999 - number)}));
+        other = other.unitedWith(ModuleSet(Objects{numbered(number + 1)}));
         EXPECT_EQ(first, second);
     }
     EXPECT_FALSE(first.isSharedWith(second));
@@ -248,7 +248,7 @@ TEST(ModuleSet, SetsThatGrowFromOneAnotherAreWhatTheyShouldBe)
             added.objects.clear();
             for (std::size_t count = random() % 8 == 0 ? random() % 200 : random() % 3; count != 0; --count)
             {
-                added.objects.insert(module(random() % 2000));
+                added.objects.insert(numbered(random() % 2000));
             }
             added.set = ModuleSet(added.objects);
         }
@@ -302,7 +302,7 @@ TEST(ModuleSet, UnionsOfAnySetsAreWhatTheyShouldBe)
         Objects objects;
         for (std::size_t count = random() % 12; count != 0; --count)
         {
-            objects.insert(module(random() % 16));
+            objects.insert(numbered(random() % 16));
         }
         return objects;
     };

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace Valdane::Faults
+namespace Valdane::Faults::Platforms
 {
 namespace
 {
@@ -181,4 +181,4 @@ const std::vector<Row> rows = {
 INSTANTIATE_TEST_SUITE_P(All, PlatformFaults, testing::ValuesIn(rows), nameOfTest<PlatformWorld>);
 
 } // namespace
-} // namespace Valdane::Faults
+} // namespace Valdane::Faults::Platforms

@@ -10,7 +10,7 @@ namespace Valdane
 namespace
 {
 
-using State = SavePoints::State;
+using Place = SavePoints::State;
 
 /// The positions of both trackers: "2 -" if only the first has one.
 std::string positionsOf(const SavePoints& points, std::uint64_t loose = 0)
@@ -24,7 +24,7 @@ std::string positionsOf(const SavePoints& points, std::uint64_t loose = 0)
     return text;
 }
 
-SavePoints savedAt(const State& first, const State& second)
+SavePoints savedAt(const Place& first, const Place& second)
 {
     SavePoints points;
     points.save(0, first);

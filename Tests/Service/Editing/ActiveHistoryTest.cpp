@@ -24,7 +24,7 @@ namespace
 
 using testing::IsEmpty;
 using ValdaneTests::ElementsAre;
-using Journal = std::vector<std::string>;
+using Told = std::vector<std::string>;
 
 /// As an application has it.
 struct Drawing
@@ -44,9 +44,9 @@ class ActiveHistoryTest : public testing::Test
 {
 protected:
     /// What was told while @p action ran.
-    Journal toldBy(const std::function<void()>& action)
+    Told toldBy(const std::function<void()>& action)
     {
-        Journal journal;
+        Told journal;
         const auto active = history->connectToSigActiveChanged([&] { journal.emplace_back("active"); });
         const auto updated = history->connectToSigUpdated([&] { journal.emplace_back("updated"); });
         action();

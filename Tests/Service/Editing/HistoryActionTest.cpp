@@ -29,7 +29,7 @@ namespace
 
 using testing::IsEmpty;
 using ValdaneTests::ElementsAre;
-using Journal = std::vector<std::string>;
+using Told = std::vector<std::string>;
 
 /// "-" if the action is disabled.
 std::string lookOf(const HistoryAction& action)
@@ -48,9 +48,9 @@ protected:
     }
 
     /// What both actions looked like each time that they told of a change while @p action ran.
-    Journal toldBy(const std::function<void()>& action)
+    Told toldBy(const std::function<void()>& action)
     {
-        Journal journal;
+        Told journal;
         const auto undone = undoAction->connectToSigChanged([&] { journal.push_back(lookOf(*undoAction)); });
         const auto redone = redoAction->connectToSigChanged([&] { journal.push_back(lookOf(*redoAction)); });
         action();
@@ -223,7 +223,7 @@ TEST_F(HistoryActionTest, MayActOnOneManagerOnly)
     RedoAction redoOnly(manager, {.pattern = "again %1", .plain = "again"});
     EXPECT_EQ(lookOf(undoOnly), "Undo a");
     EXPECT_EQ(lookOf(redoOnly), "-again");
-    Journal journal;
+    Told journal;
     const auto connection = redoOnly.connectToSigChanged([&] { journal.push_back(lookOf(redoOnly)); });
     EXPECT_TRUE(undoOnly.trigger());
     EXPECT_THAT(journal, ElementsAre("again a"));

@@ -14,7 +14,7 @@ struct Plan
 };
 
 Plan plan;
-FailedCallOut failed;
+FailedCallOut lastFailed;
 
 } // namespace
 
@@ -25,7 +25,7 @@ void callOut(Callee callee)
         return;
     }
     plan.isOn = false;
-    failed = {.hasFailed = true, .callee = callee};
+    lastFailed = {.hasFailed = true, .callee = callee};
     if (plan.exception == Thrown::Stranger)
     {
         throw Stranger();
@@ -36,7 +36,7 @@ void callOut(Callee callee)
 FailingCallOut::FailingCallOut(std::size_t successes, Thrown exception) noexcept
 {
     plan = {.isOn = true, .successesLeft = successes, .exception = exception};
-    failed = {};
+    lastFailed = {};
 }
 
 FailingCallOut::~FailingCallOut()
@@ -46,7 +46,7 @@ FailingCallOut::~FailingCallOut()
 
 FailedCallOut failedCallOut() noexcept
 {
-    return failed;
+    return lastFailed;
 }
 
 } // namespace Valdane::Faults

@@ -20,7 +20,7 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-const std::string file = "<r v='1'><a name='A' x='1' y='1.5'/><b x='2'/><c name='C'><d x='3'/></c></r>";
+const std::string smallFile = "<r v='1'><a name='A' x='1' y='1.5'/><b x='2'/><c name='C'><d x='3'/></c></r>";
 
 // What the verbs do that make one step of several.
 class EditorScopes : public testing::Test
@@ -55,7 +55,7 @@ protected:
     }
 
     std::vector<Output> written;
-    XmlModel model{file, "m"};
+    XmlModel model{smallFile, "m"};
     std::ostringstream out;
     Editor editor{model, [this](Output output) { written.push_back(std::move(output)); }, out};
 };
@@ -74,7 +74,7 @@ TEST_F(EditorScopes, AnEditOfSeveralNodesIsOneStep)
     EXPECT_THAT(run("history"), HasSubstr("  => 4 to undo, 0 to redo\n"));
     const std::string edited = bytes();
     run("undo 4");
-    EXPECT_EQ(bytes(), file);
+    EXPECT_EQ(bytes(), smallFile);
     run("redo 4");
     EXPECT_EQ(bytes(), edited);
 }
@@ -87,7 +87,7 @@ TEST_F(EditorScopes, AnEditOfSeveralNodesIsDoneWhollyOrNotAtAll)
     EXPECT_EQ(run("clear-annotations //*"), "clear-annotations: /r has no annotations");
     EXPECT_EQ(run("rename //*[@name] '\x01'"), "rename: XML cannot hold the character U+0001");
     EXPECT_EQ(run("rename //comment()|/r n"), "rename: /r has no attribute name");
-    EXPECT_EQ(bytes(), file);
+    EXPECT_EQ(bytes(), smallFile);
     EXPECT_EQ(run("history"), "  => 0 to undo, 0 to redo\n");
     EXPECT_EQ(run("modified"), "0 modules\n");
 }
@@ -130,7 +130,7 @@ TEST_F(EditorScopes, AGroupIsOneStepOfItsName)
     EXPECT_EQ(run("history"), "   1  a b\n  => 1 to undo, 0 to redo\n");
     const std::string edited = bytes();
     EXPECT_EQ(run("undo"), "Undone: a b\n  /r/c/d/@x: 9 -> 3\n  /r/a/@x: 6 -> 5\n  /r/a/@x: 5 -> 1\n");
-    EXPECT_EQ(bytes(), file);
+    EXPECT_EQ(bytes(), smallFile);
     run("redo");
     EXPECT_EQ(bytes(), edited);
 }
@@ -161,7 +161,7 @@ TEST_F(EditorScopes, AnAbandonedGroupLeavesNoTrace)
     runAll({"set //a/@x 5", "undo", "group g", "set //@x 8", "set //@x 9", "undo"});
     EXPECT_EQ(run("abandon"), "Undone: Set //@x (3 nodes) to 8\n  /r/c/d/@x: 8 -> 3\n  /r/b/@x: 8 -> 2\n"
                               "  /r/a/@x: 8 -> 1\nGroup g abandoned, 1 step undone\n");
-    EXPECT_EQ(bytes(), file);
+    EXPECT_EQ(bytes(), smallFile);
     EXPECT_EQ(run("history"), "  => 0 to undo, 1 to redo\n   1  Set x of a A to 5\n");
     EXPECT_EQ(run("modified"), "0 modules\n");
 }
@@ -177,7 +177,7 @@ TEST_F(EditorScopes, AnyLineThatFailsInAGroupRollsItBack)
         EXPECT_EQ(editor.getPrompt(), "model> ");
         EXPECT_THAT(run("history"), EndsWith("  => 1 to undo, 0 to redo\n"));
         run("undo");
-        EXPECT_EQ(bytes(), file);
+        EXPECT_EQ(bytes(), smallFile);
         EXPECT_EQ(run("modified"), "0 modules\n");
     }
     EXPECT_THAT(written, testing::IsEmpty());
@@ -228,7 +228,7 @@ TEST_F(EditorScopes, AMergedEditIsOneStepWithTheNext)
     const std::string edited = bytes();
     EXPECT_EQ(run("undo"), "Undone: Set x of a A to 7\n  /r/a/@x: 7 -> 6\n  /r/a/@x: 6 -> 5\n"
                            "  /r/a/@x: 5 -> 1\n");
-    EXPECT_EQ(bytes(), file);
+    EXPECT_EQ(bytes(), smallFile);
     run("redo");
     EXPECT_EQ(bytes(), edited);
 }
@@ -241,7 +241,7 @@ TEST_F(EditorScopes, WhatWaitsToBeMergedIsAStepOfItsOwnWhenNoEditFollows)
         run("stop");
         EXPECT_THAT(run("history"), StartsWith("   1  Set x of b to 6")) << line;
         run("undo");
-        EXPECT_EQ(bytes(), file) << line;
+        EXPECT_EQ(bytes(), smallFile) << line;
     }
 }
 
@@ -272,7 +272,7 @@ TEST_F(EditorScopes, AFailingEditLeavesTheMergedOnesWaiting)
     run("set //a/@y 2");
     EXPECT_EQ(run("history"), "   1  Set y of a A to 2\n  => 1 to undo, 0 to redo\n");
     run("undo");
-    EXPECT_EQ(bytes(), file);
+    EXPECT_EQ(bytes(), smallFile);
 }
 
 TEST_F(EditorScopes, ARecordingListsWhatWasNotUndoneAndIsOneStepThen)
@@ -293,7 +293,7 @@ TEST_F(EditorScopes, ARecordingListsWhatWasNotUndoneAndIsOneStepThen)
     EXPECT_EQ(run("history"),
               "   1  Set x of b to 9\n   2  Recording of 4 steps\n  => 2 to undo, 0 to redo\n");
     run("undo 2");
-    EXPECT_EQ(bytes(), file);
+    EXPECT_EQ(bytes(), smallFile);
 }
 
 TEST_F(EditorScopes, UndoAndRedoStayWithinTheRecording)
@@ -310,7 +310,7 @@ TEST_F(EditorScopes, ALimitDoesNotShortenARecording)
     runAll({"limit 1", "record", "set //a/@x 5", "set //b/@x 6"});
     EXPECT_EQ(run("stop"), "Recorded 2 steps, now one in the history:\nset //a/@x 5\nset //b/@x 6\n");
     run("undo");
-    EXPECT_EQ(bytes(), file);
+    EXPECT_EQ(bytes(), smallFile);
 }
 
 TEST_F(EditorScopes, ARecordingOfNothingLeavesNoEntry)
@@ -425,7 +425,7 @@ TEST_F(EditorScopes, WhatALimitDropsStaysModified)
 TEST_F(EditorScopes, WhatIsChangedBackByAnotherEditCountsAsModified)
 {
     runAll({"set //a/@x 5", "set //a/@x 1"});
-    EXPECT_EQ(bytes(), file);
+    EXPECT_EQ(bytes(), smallFile);
     EXPECT_EQ(run("modified"), "/r/a A\n1 module\n");
     run("undo 2");
     EXPECT_EQ(run("modified"), "0 modules\n");

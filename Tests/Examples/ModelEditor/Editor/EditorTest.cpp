@@ -18,10 +18,10 @@ using ModelEditor::Editor;
 using ModelEditor::Output;
 using ModelEditor::XmlModel;
 
-const std::string file = "<robot name='r' xmlns:n='u' version='4'>\n"
-                         "  <link name='base'><mass value='1.50'/><on>true</on></link>\n"
-                         "  <link name='arm' n:x='1'><mass value='2'/><size v='3000000000'/></link>\n"
-                         "  <!-- c --></robot>\n";
+const std::string robotFile = "<robot name='r' xmlns:n='u' version='4'>\n"
+                              "  <link name='base'><mass value='1.50'/><on>true</on></link>\n"
+                              "  <link name='arm' n:x='1'><mass value='2'/><size v='3000000000'/></link>\n"
+                              "  <!-- c --></robot>\n";
 
 class EditorTest : public testing::Test
 {
@@ -43,7 +43,7 @@ protected:
     }
 
     std::vector<Output> written;
-    XmlModel model{file, "m"};
+    XmlModel model{robotFile, "m"};
     std::ostringstream out;
     Editor editor{model, [this](Output output) { written.push_back(std::move(output)); }, out};
 };
@@ -92,7 +92,7 @@ TEST_F(EditorTest, SetWritesEveryTypeAndUndoGivesTheFileBack)
               "Set text of on of link base to false\n  /robot/link[1]/on/text(): true -> false\n");
     EXPECT_THAT(model.toBytes(), testing::HasSubstr("<mass value='4.0'/><on>false</on>"));
     run("undo 4");
-    EXPECT_EQ(model.toBytes(), file);
+    EXPECT_EQ(model.toBytes(), robotFile);
     run("redo 4");
     EXPECT_THAT(model.toBytes(), testing::HasSubstr("<mass value='-7'/><size v='5'/>"));
 }
@@ -105,7 +105,7 @@ TEST_F(EditorTest, SeveralTextsOfOneValueInARowAllComeBack)
     }
     const std::string edited = model.toBytes();
     run("undo 5");
-    EXPECT_EQ(model.toBytes(), file);
+    EXPECT_EQ(model.toBytes(), robotFile);
     run("redo 5");
     EXPECT_EQ(model.toBytes(), edited);
 }
@@ -135,7 +135,7 @@ TEST_F(EditorTest, SetRefusesWhatIsNotOfTheType)
     EXPECT_EQ(run("set //on/text() maybe"), refusal("maybe", "bool", "/robot/link[1]/on/text()"));
     EXPECT_EQ(run("set //link[1]/mass/@value nan"), "set: the value is not a finite number");
     EXPECT_EQ(run("set //link[1]/mass/@value -inf"), "set: the value is not a finite number");
-    EXPECT_EQ(model.toBytes(), file);
+    EXPECT_EQ(model.toBytes(), robotFile);
     EXPECT_EQ(run("undo"), "Nothing to undo\n");
 }
 
@@ -160,7 +160,7 @@ TEST_F(EditorTest, RenameChangesTheNameAndNoAddress)
               "Set value of mass of link foot to 3\n  /robot/link[1]/mass/@value: 1.50 -> 3.0\n");
     EXPECT_EQ(run("rename //link[1] toe"), "Rename link foot to toe\n  /robot/link[1]/@name: foot -> toe\n");
     run("undo 3");
-    EXPECT_EQ(model.toBytes(), file);
+    EXPECT_EQ(model.toBytes(), robotFile);
     EXPECT_EQ(run("rename //size x"), "rename: /robot/link[2]/size has no attribute name");
     EXPECT_EQ(run("rename //link[1]/@name x"), "rename: /robot/link[1]/@name is not an element");
     EXPECT_EQ(run("rename //link[1] \x01"), "rename: XML cannot hold the character U+0001");
@@ -178,7 +178,7 @@ TEST_F(EditorTest, AnnotationsAreAddedReplacedAndCleared)
     EXPECT_THAT(model.toBytes(), testing::HasSubstr("<link name='arm'>"));
     EXPECT_EQ(run("clear-annotations //link[2]"), "clear-annotations: /robot/link[2] has no annotations");
     run("undo 3");
-    EXPECT_EQ(model.toBytes(), file);
+    EXPECT_EQ(model.toBytes(), robotFile);
     EXPECT_EQ(run("annotate //link[2] plain x"), "annotate: plain is not a name of the form prefix:name");
     EXPECT_EQ(run("annotate //link[2] xmlns:q x"), "annotate: xmlns:q is not a name of the form prefix:name");
 }

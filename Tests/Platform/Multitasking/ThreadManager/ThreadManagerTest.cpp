@@ -215,7 +215,7 @@ TEST_F(ThreadManagerInWorkerMode, AnExceptionOfAStepEndsTheRunAndIsRethrownByFin
     }
 }
 
-struct NotAStandardException
+struct Code
 {
     int code = 0;
 };
@@ -227,9 +227,9 @@ TEST_F(ThreadManagerInWorkerMode, RethrowsTheSameObjectOfWhateverType)
                                    {
                                        try
                                        {
-                                           throw NotAStandardException{.code = 7};
+                                           throw Code{.code = 7};
                                        }
-                                       catch (const NotAStandardException& exception)
+                                       catch (const Code& exception)
                                        {
                                            thrown = &exception;
                                            throw;
@@ -240,7 +240,7 @@ TEST_F(ThreadManagerInWorkerMode, RethrowsTheSameObjectOfWhateverType)
         manager->finalizeThread();
         FAIL() << "nothing was thrown";
     }
-    catch (const NotAStandardException& exception)
+    catch (const Code& exception)
     {
         EXPECT_EQ(exception.code, 7);
         EXPECT_EQ(&exception, thrown);

@@ -22,7 +22,7 @@ namespace
 {
 
 /// Only the addresses matter.
-const Object* module(char letter)
+const Object* moduleOf(char letter)
 {
     static const char modules[26] = {};
     return reinterpret_cast<const Object*>(modules + (letter - 'a'));
@@ -33,7 +33,7 @@ ModuleSet setOf(const std::string& letters)
     std::set<const Object*> objects;
     for (const char letter : letters)
     {
-        objects.insert(module(letter));
+        objects.insert(moduleOf(letter));
     }
     return ModuleSet(objects);
 }
@@ -45,7 +45,7 @@ std::string lettersOf(const ModuleSet& set)
     std::string letters;
     for (char letter = 'a'; letter <= 'z'; ++letter)
     {
-        if (objects.contains(module(letter)))
+        if (objects.contains(moduleOf(letter)))
         {
             letters += letter;
         }

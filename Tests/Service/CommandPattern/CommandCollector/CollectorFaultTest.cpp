@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace Valdane::Faults
+namespace Valdane::Faults::Collectors
 {
 namespace
 {
@@ -134,4 +134,4 @@ const std::vector<Row> rows = {
 INSTANTIATE_TEST_SUITE_P(All, CollectorFaults, testing::ValuesIn(rows), nameOfTest<CollectorWorld>);
 
 } // namespace
-} // namespace Valdane::Faults
+} // namespace Valdane::Faults::Collectors

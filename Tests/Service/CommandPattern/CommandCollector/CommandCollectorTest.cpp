@@ -17,10 +17,12 @@ namespace Valdane
 namespace
 {
 
-class AppendCmd : public CommandBase
+class AppendLetterCmd : public CommandBase
 {
 public:
-    AppendCmd(std::string& textToEdit, char letterToAppend) : text(textToEdit), letter(letterToAppend) {}
+    AppendLetterCmd(std::string& textToEdit, char letterToAppend) : text(textToEdit), letter(letterToAppend)
+    {
+    }
 
     void execute() override
     {
@@ -48,7 +50,7 @@ protected:
     {
         for (const char letter : letters)
         {
-            manager.addCommand(std::make_shared<AppendCmd>(text, letter));
+            manager.addCommand(std::make_shared<AppendLetterCmd>(text, letter));
         }
     }
 

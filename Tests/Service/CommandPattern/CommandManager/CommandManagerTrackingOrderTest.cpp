@@ -20,7 +20,7 @@ namespace
 using testing::IsEmpty;
 using ValdaneTests::ElementsAre;
 
-[[noreturn]] void fail()
+[[noreturn]] void throwNotNow()
 {
     throw std::runtime_error("not now");
 }
@@ -126,7 +126,7 @@ TEST_F(CommandManagerTrackingOrder, AnExceptionFromTheInterfaceLeavesClearUndone
             modules->modified = {d};
             if (++asked == failing)
             {
-                fail();
+                throwNotNow();
             }
         };
 
@@ -147,7 +147,7 @@ TEST_F(CommandManagerTrackingOrder, AnExceptionWhileRecordingLeavesTheCommandUnq
     add("B", {b});
     manager.undo(1);
     takeJournal();
-    modules->onAsk = fail;
+    modules->onAsk = throwNotNow;
 
     EXPECT_THROW(manager.addCommand(std::make_shared<RecordingCommand>("C")), std::runtime_error);
 
@@ -177,7 +177,7 @@ TEST_F(CommandManagerTrackingOrder, ThatStateIsKeptAlsoWhenTheModulesCannotBeAsk
     add("A", {a});
     manager.adjustOnSave(0);
     manager.undo(1);
-    modules->onAsk = fail;
+    modules->onAsk = throwNotNow;
     EXPECT_THROW(manager.addExecutedCommand(std::make_shared<RecordingCommand>("B")), std::runtime_error);
     modules->onAsk = nullptr;
 
@@ -529,7 +529,7 @@ TEST(CommandManagerWithoutModules, ReportsNoneWhateverTheQueuesHold)
 
 TEST_F(CommandManagerTrackingOrder, AnInterfaceThatFailsToForgetLeavesTheModulesRecorded)
 {
-    modules->onMark = fail;
+    modules->onMark = throwNotNow;
     modules->modified = {a};
     EXPECT_THROW(manager.addExecutedCommand(std::make_shared<RecordingCommand>("A")), std::runtime_error);
     modules->onMark = nullptr;
@@ -543,7 +543,7 @@ TEST_F(CommandManagerTrackingOrder, AFailedQuestionAboutAllModulesLeavesTheBaseS
     modules->all = {a};
     manager.markAllModulesBeforeFirstCommandAsModified();
     modules->all = {b};
-    modules->onAsk = fail;
+    modules->onAsk = throwNotNow;
     EXPECT_THROW(manager.markAllModulesBeforeFirstCommandAsModified(), std::runtime_error);
     EXPECT_THROW(manager.getModifiedModules(0), std::runtime_error);
     EXPECT_THROW(manager.getModifiedOrSaveOnNextSaveModules(0), std::runtime_error);

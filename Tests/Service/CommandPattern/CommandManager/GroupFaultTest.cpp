@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace Valdane::Faults
+namespace Valdane::Faults::Groups
 {
 namespace
 {
@@ -294,4 +294,4 @@ INSTANTIATE_TEST_SUITE_P(Abandoning, GroupFaults, testing::ValuesIn(abandoningRo
 INSTANTIATE_TEST_SUITE_P(Watched, GroupFaults, testing::ValuesIn(watchedRows), nameOfTest<ManagerWorld>);
 
 } // namespace
-} // namespace Valdane::Faults
+} // namespace Valdane::Faults::Groups

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace Valdane::Faults
+namespace Valdane::Faults::Intake
 {
 namespace
 {
@@ -136,4 +136,4 @@ INSTANTIATE_TEST_SUITE_P(Executed, IntakeFaults, testing::ValuesIn(executedRows)
 INSTANTIATE_TEST_SUITE_P(Merging, IntakeFaults, testing::ValuesIn(mergingRows), nameOfTest<ManagerWorld>);
 
 } // namespace
-} // namespace Valdane::Faults
+} // namespace Valdane::Faults::Intake

@@ -20,9 +20,6 @@ namespace
 
 using ValdaneTests::ElementsAre;
 
-const Object* const a = module(0);
-const Object* const b = module(1);
-
 /// Calls back when it dies.
 class LastWordsCommand : public RecordingCommand
 {
@@ -196,7 +193,7 @@ TEST_F(Reentrancy, ASlotThatLowersTheLimitDuringRedoDropsTheOldest)
 
 TEST_F(Reentrancy, ASlotThatSavesSetsTheSavePointAfterTheCommand)
 {
-    modules->modified = {a};
+    modules->modified = {module(0)};
     once("queueChanged 3", [this] { manager.adjustOnSave(0); });
     execute("A");
     EXPECT_EQ(modifiedOf(0), "");
@@ -241,7 +238,7 @@ TEST_F(Reentrancy, ASlotThatReactsToAFailureMayUseTheManager)
 
 TEST_F(Reentrancy, ACommandThatUndoesAndSavesWhileItExecutes)
 {
-    add("A", {a});
+    add("A", {module(0)});
     const auto command = std::make_shared<RecordingCommand>("B");
     command->onExecute = [this]
     {
@@ -398,8 +395,8 @@ TEST_F(Reentrancy, ACommandOfAMacroMayUseTheManager)
 
 TEST_F(Reentrancy, AModuleInterfaceMayUseTheManager)
 {
-    add("A", {a});
-    modules->modified = {b};
+    add("A", {module(0)});
+    modules->modified = {module(1)};
     modules->onMark = [this]
     {
         modules->onMark = nullptr;

@@ -492,8 +492,8 @@ TEST_F(MacroCommandOrder, TheCallerGetsTheVeryExceptionObjectThatWasThrown)
     expectSameObject(b->onExecute, [&] { macro.execute(); });
     expectSameObject(b->onRedo, [&] { macro.redo(); });
     expectSameObject(b->onUndo, [&] { macro.undo(); });
-    const auto d = std::make_shared<RecordingCommand>("D");
-    expectSameObject(d->onExecute, [&] { macro.executeAndAdd(d); });
+    const auto fourth = std::make_shared<RecordingCommand>("D");
+    expectSameObject(fourth->onExecute, [&] { macro.executeAndAdd(fourth); });
 }
 
 TEST_F(MacroCommandOrder, WhatARollBackThrowsTakesTheExceptionsPlaceAndEndsTheRollBack)

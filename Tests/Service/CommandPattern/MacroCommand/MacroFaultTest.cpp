@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace Valdane::Faults
+namespace Valdane::Faults::Macros
 {
 namespace
 {
@@ -223,4 +223,4 @@ INSTANTIATE_TEST_SUITE_P(Run, MacroFaults, testing::ValuesIn(runRows), nameOfTes
 INSTANTIATE_TEST_SUITE_P(List, MacroFaults, testing::ValuesIn(listRows), nameOfTest<MacroWorld>);
 
 } // namespace
-} // namespace Valdane::Faults
+} // namespace Valdane::Faults::Macros

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace Valdane::Faults
+namespace Valdane::Faults::ObjectCommands
 {
 namespace
 {
@@ -167,4 +167,4 @@ const std::vector<Row> rows = {
 INSTANTIATE_TEST_SUITE_P(All, ObjectFaults, testing::ValuesIn(rows), nameOfTest<TreeWorld>);
 
 } // namespace
-} // namespace Valdane::Faults
+} // namespace Valdane::Faults::ObjectCommands

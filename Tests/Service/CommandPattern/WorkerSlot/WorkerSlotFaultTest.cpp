@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace Valdane::Faults
+namespace Valdane::Faults::Workers
 {
 namespace
 {
@@ -273,4 +273,4 @@ INSTANTIATE_TEST_SUITE_P(Synchronous, WorkerSlotFaults, testing::ValuesIn(synchr
 INSTANTIATE_TEST_SUITE_P(OnWorker, WorkerSlotFaults, testing::ValuesIn(workerRows), nameOfTest<ManagerWorld>);
 
 } // namespace
-} // namespace Valdane::Faults
+} // namespace Valdane::Faults::Workers
