@@ -122,6 +122,23 @@ TEST_F(RoomForTheMove, IsMadeBeforeACommandIsExecuted)
     EXPECT_EQ(state(), "undoable: 1, redoable:, runs: 1");
 }
 
+TEST_F(RoomForTheMove, IsMadeInTheInnermostGroupBeforeACommandIsExecuted)
+{
+    add(1);
+    manager.beginGroup("outer");
+    add(2);
+    manager.beginGroup("inner");
+    add(3);
+    const auto command = std::make_shared<CountedCommand>("4", runs);
+    {
+        const ValdaneTests::FailingAllocation failing(0);
+        EXPECT_THROW(manager.addCommand(command), std::bad_alloc);
+    }
+    EXPECT_EQ(runs, 3);
+    EXPECT_TRUE(manager.addCommand(command));
+    EXPECT_EQ(runs, 4);
+}
+
 TEST_F(RoomForTheMove, IsMadeBeforeACommandIsUndone)
 {
     add(1);
