@@ -150,6 +150,8 @@ TEST_F(HistoryChangesTest, RowsThatTouchAreOneChange)
         {.noted = {{0, 1, 0}, {3, 0, 1}, {3, 1, 0}}, .told = "0 -1 +0, "},
         {.noted = {{0, 0, 1}, {2, 0, 1}, {4, 0, 1}, {6, 0, 1}},
          .told = "0 -0 +1, 2 -0 +1, 4 -0 +1, 6 -0 +1, "},
+        {.noted = {{0, 0, 1}, {2, 0, 1}, {4, 0, 1}, {6, 0, 1}, {7, 0, 1}},
+         .told = "0 -0 +1, 2 -0 +1, 4 -0 +1, 6 -0 +2, "},
         {.noted = {{0, 0, 1}, {2, 0, 1}, {4, 0, 1}, {6, 0, 1}, {8, 0, 1}}, .told = "0 -4 +9, "},
     };
     for (const Case& one : cases)
@@ -183,8 +185,19 @@ TEST_F(HistoryChangesTest, AllRowsAreReplacedIfNobodyKnowsWhatHasBecomeOfThem)
     tell({.size = 5, .position = 5, .saved = {}});
     changes.replaceRows(5, 0, 1);
     tell({.size = 6, .position = 6, .saved = {}});
-    EXPECT_THAT(told,
-                ElementsAre("0 -4 +4, 4 to 4", "0 -4 +3, 4 to 3", "0 -3 +5, 3 to 5", "5 -0 +1, 5 to 6"));
+    // Fewer are left than was noted.
+    changes.replaceRows(6, 0, 1);
+    tell({.size = 6, .position = 6, .saved = {}});
+    EXPECT_THAT(told, ElementsAre("0 -4 +4, 4 to 4", "0 -4 +3, 4 to 3", "0 -3 +5, 3 to 5", "5 -0 +1, 5 to 6",
+                                  "0 -6 +6, 6 to 6"));
+}
+
+TEST_F(HistoryChangesTest, AllRowsOfAnEmptyHistoryAreNone)
+{
+    listen({});
+    changes.replaceAllRows();
+    tell({});
+    EXPECT_THAT(told, ElementsAre("0 to 0"));
 }
 
 TEST_F(HistoryChangesTest, ModulesAreToldOnce)

@@ -66,6 +66,7 @@ TEST_F(OpenGroupTest, IsEmptyAtFirst)
     EXPECT_TRUE(group.isEmpty());
     EXPECT_EQ(group.getDescription(), "G");
     EXPECT_EQ(group.newestCommand(), nullptr);
+    EXPECT_EQ(group.newestCommand().use_count(), 0) << "nor does it share anything";
     EXPECT_EQ(group.newestNumber(), 0U);
     EXPECT_EQ(textOf(group), "G()");
 }

@@ -10,6 +10,8 @@
 #include <functional>
 #include <limits>
 #include <memory>
+#include <set>
+#include <stdexcept>
 #include <string>
 
 namespace Valdane
@@ -38,6 +40,10 @@ public:
 
     void willDropOldest() override
     {
+        if (fails)
+        {
+            throw std::runtime_error("cannot be told");
+        }
         told += "oldest of " + std::to_string(undoQueue.size()) + ", ";
     }
 
@@ -47,6 +53,7 @@ public:
     }
 
     std::string told;
+    bool fails = false;
 
 private:
     const CommandQueue& undoQueue;
@@ -159,6 +166,29 @@ TEST_F(QueueLimitTest, TellsWhatItDropsWhileThatIsThere)
     fill({.undo = 1, .redo = 2});
     enforce();
     EXPECT_EQ(watcher.told, "all and 1, ");
+}
+
+TEST_F(QueueLimitTest, IfItsWatcherThrowsNothingIsDropped)
+{
+    limit.usesMaxQueueSize = true;
+    limit.maxQueueSize = 1;
+    fill({.undo = 2, .redo = 0});
+    EntryModules modules;
+    modules.modulesBefore.front() =
+        ModuleSet(std::set<const Object*>{reinterpret_cast<const Object*>(&dead)});
+    undoQueue[0].sharedModules = new EntryModules(modules);
+    TrackedModules modulesBeforeFirst;
+
+    watcher.fails = true;
+    EXPECT_THROW(limit.enforce(undoQueue, redoQueue, modulesBeforeFirst, watcher), std::runtime_error);
+    EXPECT_EQ(dead, "");
+    EXPECT_EQ(undoQueue.size(), 2U);
+    EXPECT_TRUE(modulesBeforeFirst.front().isEmpty());
+
+    watcher.fails = false;
+    limit.enforce(undoQueue, redoQueue, modulesBeforeFirst, watcher);
+    EXPECT_EQ(dead, "u0 ");
+    EXPECT_FALSE(modulesBeforeFirst.front().isEmpty());
 }
 
 TEST_F(QueueLimitTest, AnEntryHasLeftItsQueueWhenItsCommandDies)

@@ -397,7 +397,7 @@ INSTANTIATE_TEST_SUITE_P(SavedFirst, ChangeTrackingOfBoth, testing::Values(0U, 1
 
 TEST_P(ChangeTrackingOfBoth, ASaveAtThePositionOfTheOtherTrackersSaveSharesItsSets)
 {
-    for (const char* const modules : {"a", "b", "ab", "", "c"})
+    for (const char* const modules : {"a", "b", "c", "", "d", "e"})
     {
         record(modules);
     }
@@ -406,7 +406,7 @@ TEST_P(ChangeTrackingOfBoth, ASaveAtThePositionOfTheOtherTrackersSaveSharesItsSe
     tracking.adjustOnSave(GetParam(), undoQueue, redoQueue);
     EXPECT_NE(entries(0), entries(1));
     tracking.adjustOnSave(1 - GetParam(), undoQueue, redoQueue);
-    EXPECT_EQ(entries(0), "ab>ab ab>ab ab> > >c");
+    EXPECT_EQ(entries(0), "abc>bc bc>c c> > >d d>de");
     EXPECT_EQ(entries(1), entries(0));
     for (const CommandQueue* const queue : {&undoQueue, &redoQueue})
     {
