@@ -220,6 +220,23 @@ TEST_F(HistoryOrder, ASlotThatChangesTheHistoryIsToldOfThatAfterwards)
     EXPECT_THAT(second, ElementsAre("history [] 3>2", "history [] 2>1"));
 }
 
+TEST_F(HistoryOrder, ASlotThatAddsUndoesAndClearsIsToldOfEveryRow)
+{
+    fill("a");
+    std::vector<std::string> second;
+    const auto other = manager.connectToSigHistoryChanged([&](const HistoryChange& change)
+                                                          { second.push_back(textOf(change)); });
+    onSignal = [&](const std::string& /*signal*/)
+    {
+        onSignal = nullptr;
+        manager.addExecutedCommand(make("X"));
+        manager.undo(1);
+        manager.clear();
+    };
+    manager.adjustOnSave(0);
+    EXPECT_THAT(second, ElementsAre("history [] 1>1 saved", "history [1-0+1 0-2+0] 1>0 saved a"));
+}
+
 TEST_F(HistoryOrder, WhatASlotOfAnotherSignalChangesIsToldInOrder)
 {
     fill("abc");
@@ -307,6 +324,28 @@ TEST_F(HistoryOrder, ACommandThatChangesTheHistoryInItsOwnUndoHasAllRowsReplaced
                             "* history [2-1+0] 3>2 saved [b a|]", "  X.isRedoCapable", "  modules.mark",
                             "  history [0-2+3] 2>2 [b a|X]", "  undone [b a|X]", "  queueChanged 0 [b a|X]"));
     EXPECT_EQ(savedPositions(), "--");
+}
+
+TEST_F(HistoryOrder, ACommandThatIsRedoneInItsOwnUndoLeavesTheSavedPositionWhereItIs)
+{
+    auto command = make("X");
+    manager.addCommand(command);
+    manager.addCommand(command);
+    manager.undo(1);
+    manager.adjustOnSave(0);
+    command->onUndo = [this]
+    {
+        manager.redo(1);
+    };
+    takeJournal();
+    manager.undo(1);
+    EXPECT_THAT(takeJournal(),
+                ElementsAre("* progress.setSubProgress(X.progress, 100, 1)", "* X.undo",
+                            "* progress.setSubProgress(X.progress, 100, 1)", "* X.redo", "  modules.mark",
+                            "  history [] 1>2 [X X|]", "  executed [X X|]", "  queueChanged 1 [X X|]",
+                            "  X.isRedoCapable", "  modules.mark", "  history [] 2>1 [X|X]", "  undone [X|X]",
+                            "  queueChanged 0 [X|X]"));
+    EXPECT_EQ(savedPositions(), "1-") << "X was undone once and redone once";
 }
 
 TEST_F(HistoryOrder, SoHasOneThatThenThrowsWhenItIsAskedWhetherItCanBeRedone)
@@ -950,8 +989,17 @@ TEST_F(GroupOrder, ASlotThatOpensOneStopsFurtherRedos)
             manager.beginGroup("G");
         }
     };
+    Logging::lines.clear();
     EXPECT_FALSE(manager.redo(2));
     EXPECT_EQ(manager.getPosition(), 1U);
+    ASSERT_EQ(Logging::lines.size(), 1U);
+    EXPECT_EQ(Logging::lines.front().text, "redo() is refused while the group 'G' is open");
+    manager.endGroup();
+    EXPECT_TRUE(manager.redo(1)) << "this step was done";
+    EXPECT_EQ(manager.getPosition(), 2U);
+    manager.endGroup();
+    EXPECT_TRUE(manager.redo(2)) << "there is no second step";
+    EXPECT_EQ(manager.getPosition(), 3U);
 }
 
 TEST_F(GroupOrder, CommandsAreMergedWithTheLastOneInIt)
@@ -968,6 +1016,25 @@ TEST_F(GroupOrder, CommandsAreMergedWithTheLastOneInIt)
     addTaking("D");
     manager.endGroup();
     EXPECT_EQ(partsOf(manager.getUndoCommand()), "G(B D)") << "not across the save";
+}
+
+TEST_F(GroupOrder, ACommandThatEndsTheGroupWhileItTakesInAnotherIsQueuedWithBoth)
+{
+    manager.beginGroup("G");
+    addTaking("A")->onMerge = [this]
+    {
+        manager.endGroup();
+    };
+    takeJournal();
+    addTaking("B");
+    EXPECT_THAT(takeJournal(), ElementsAre("* B.progress.reset", "* B.execute", "* B.progress.setComplete",
+                                           "  A.mergeWith(B)", "  modules.modified", "  modules.mark",
+                                           "  history [0-0+1] 0>1 [G|]", "  queueChanged 3 [G|]",
+                                           "  modules.mark", "  queueChanged 3 [G|]", "  executed [G|]"));
+    EXPECT_EQ(partsOf(manager.getUndoCommand()), "G(A)");
+    EXPECT_EQ(groups(), "");
+    manager.adjustOnSave(0);
+    EXPECT_EQ(savedPositions(), "1-");
 }
 
 TEST_F(GroupOrder, NothingIsTakenInWhileACommandWaitsInIt)

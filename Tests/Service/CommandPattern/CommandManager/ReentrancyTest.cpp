@@ -6,8 +6,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -591,6 +593,19 @@ TEST_F(Reentrancy, DyingCommandsThatWaitedToBeMergedMayClear)
     }
     manager.clear();
     EXPECT_EQ(deaths, 3);
+}
+
+TEST_F(Reentrancy, ADyingCommandThatWaitedToBeMergedFindsTheSavedPositionOfTheClearedHistory)
+{
+    add("A");
+    std::optional<std::uint64_t> found;
+    manager.addCommandToMergeWithNextCommand(
+        std::make_shared<LastWordsCommand>("M", [&] { found = manager.getSavedPosition(0); }), false);
+    manager.adjustOnSave(0);
+
+    manager.clear();
+
+    EXPECT_EQ(found, std::uint64_t{0}) << "it waits no more";
 }
 
 TEST_F(Reentrancy, DyingCommandsOfAMacroMayUseTheMacro)
