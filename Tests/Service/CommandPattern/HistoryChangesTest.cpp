@@ -82,6 +82,13 @@ protected:
     Signals::Connection connection;
 };
 
+TEST(HistoryChangeTest, TellsOfNothingUntilItIsFilledIn)
+{
+    const HistoryChange change;
+    EXPECT_EQ(wordsOf(change), "0 to 0");
+    EXPECT_EQ(RowChange(), (RowChange{.first = 0, .removed = 0, .inserted = 0}));
+}
+
 TEST_F(HistoryChangesTest, NothingIsNotedBeforeTheFirstSlot)
 {
     EXPECT_FALSE(changes.areWatched());
