@@ -1,0 +1,133 @@
+#pragma once
+
+#include "Service/CommandTesting/Checks.h"
+#include "Service/CommandTesting/CommandSubject.h"
+#include "Service/CommandTesting/FailurePoints.h"
+#include "Service/CommandTesting/Report.h"
+#include "Service/CommandTesting/RoundTripOptions.h"
+#include "Service/CommandTesting/Snapshot.h"
+
+#include <concepts>
+#include <functional>
+#include <memory>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace Valdane
+{
+
+class CommandBase;
+class ModuleAccessInterface;
+
+/// Proves an application's commands. The application says how to make its world, the data that commands work
+/// on, and how to take a snapshot of it. Each check makes worlds and commands of its own, and reports mistakes.
+///
+///     CommandKit<Document> kit([] { return std::make_unique<Document>(); },
+///                              [](const Document& document) { return document.toText(); });
+///     const auto rename = [](Document& document) { return std::make_shared<RenameCommand>(document, "new"); };
+///     const Report report = kit.all(rename);
+///     EXPECT_TRUE(report) << report;
+///
+/// No test framework is needed; GoogleTest.h has matchers for GoogleTest. A maker makes the same command each
+/// time, for a world that is as it was made. It only makes the command, and does not execute it.
+///
+/// Failures: what makers, snapshots and commands throw is a mistake with its text, and never passes to the
+/// caller. @throws std::bad_alloc
+/// Ownership: worlds and commands die before a check returns, unless somebody else keeps them alive. The kit can
+/// be copied; copies share the failure points.
+/// Thread: one thread at a time.
+/// Cost: a check makes a few worlds, and takes a few snapshots of each.
+template <typename World>
+class CommandKit
+{
+public:
+    /// What makes a command: a callable that takes a `World&` or a `const std::shared_ptr<World>&` and returns a
+    /// shared pointer to it.
+    class Maker
+    {
+    public:
+        template <typename Make>
+
+        requires(!std::same_as<std::remove_cvref_t<Make>, Maker> &&
+                 (std::invocable<const Make&, World&> ||
+                  std::invocable<const Make&, const std::shared_ptr<World>&>)) Maker(Make make)
+            : erased(
+                  [kept = std::move(make)](const CommandSubject::World& world) -> std::shared_ptr<CommandBase>
+                  {
+                      if constexpr (std::invocable<const Make&, World&>)
+                      {
+                          return kept(*static_cast<World*>(world.get()));
+                      }
+                      else
+                      {
+                          return kept(std::static_pointer_cast<World>(world));
+                      }
+                  })
+        {
+        }
+
+    private:
+        friend CommandKit;
+        CommandSubject::Maker erased;
+    };
+
+    /// @param makeWorld     returns a unique or shared pointer to a world, always with the same data in it.
+    /// @param takeSnapshot  returns the data of a `const World&` as a SnapshotValue, which must not refer to the
+    ///                      world. What it leaves out, no check can see.
+    template <std::invocable MakeWorld, std::invocable<const World&> TakeSnapshot>
+
+    requires(std::convertible_to<std::invoke_result_t<MakeWorld&>, std::shared_ptr<World>>&&
+                 SnapshotValue<std::remove_cvref_t<std::invoke_result_t<TakeSnapshot&, const World&>>>)
+        CommandKit(MakeWorld makeWorld, TakeSnapshot takeSnapshot)
+    {
+        subject.makeWorld = [make = std::move(makeWorld)]() mutable
+        {
+            return std::shared_ptr<World>(make());
+        };
+        subject.takeSnapshot = [take = std::move(takeSnapshot)](const CommandSubject::World& world) mutable
+        {
+            return Snapshot(take(*static_cast<const World*>(world.get())));
+        };
+    }
+
+    /// Tells of the world's modules. The managers of all checks use the interface from then on, and tracking()
+    /// can be called.
+    ///
+    /// @param modules    makes the interface that the application gives its managers; not empty.
+    /// @param snapshots  takes a snapshot of each module. No module comes or goes by a command that is checked.
+    void setModules(std::function<std::shared_ptr<ModuleAccessInterface>(World&)> modules,
+                    std::function<std::vector<ModuleSnapshot>(const World&)> snapshots)
+    {
+        subject.modules = [make = std::move(modules)](const CommandSubject::World& world)
+        {
+            return make(*static_cast<World*>(world.get()));
+        };
+        subject.moduleSnapshots = [take = std::move(snapshots)](const CommandSubject::World& world)
+        {
+            return take(*static_cast<const World*>(world.get()));
+        };
+    }
+
+    /// Undo is the inverse of execute, as often as one likes: execute, undo, redo, undo and so on, the command by
+    /// itself and then through a CommandManager. After each undo the data are those from before, after each redo
+    /// those from after execute(). A command that is not redo-capable is only undone.
+    Report roundTrip(const Maker& make, const RoundTripOptions& options = {}) const
+    {
+        return Checks::roundTrip(subject, make.erased, options);
+    }
+
+    /// To be called by the application's code, or by a test double, where a call may fail: to write a file, to
+    /// reach a server. Does nothing, except in a check that makes it fail. @throws what the check wants.
+    void failAt(std::string_view name) const
+    {
+        points->reach(name);
+    }
+
+private:
+    CommandSubject subject;
+    std::shared_ptr<FailurePoints> points = std::make_shared<FailurePoints>();
+};
+
+} // namespace Valdane

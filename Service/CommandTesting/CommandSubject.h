@@ -1,0 +1,39 @@
+#pragma once
+
+#include "Service/CommandTesting/CommandTestingExport.h"
+#include "Service/CommandTesting/Snapshot.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Valdane
+{
+
+class CommandBase;
+class ModuleAccessInterface;
+class Object;
+
+/// One module of a world, and what is in it.
+struct ModuleSnapshot
+{
+    const Object* module; ///< as the world's ModuleAccessInterface and the manager name it
+    std::string name;     ///< for reports
+    Snapshot snapshot;    ///< of this module alone
+};
+
+/// What CommandKit knows of the application, without the type of its world. Applications use CommandKit.
+struct CommandSubject
+{
+    using World = std::shared_ptr<void>;
+    using Maker = std::function<std::shared_ptr<CommandBase>(const World&)>;
+
+    std::function<World()> makeWorld;                   ///< never empty
+    std::function<Snapshot(const World&)> takeSnapshot; ///< never empty
+    std::function<std::shared_ptr<ModuleAccessInterface>(const World&)>
+        modules;                                                              ///< empty: the world has none
+    std::function<std::vector<ModuleSnapshot>(const World&)> moduleSnapshots; ///< empty: the world has none
+};
+
+} // namespace Valdane

@@ -1,0 +1,42 @@
+#include "Service/CommandTesting/Mistake.h"
+
+#include "Service/CommandTesting/Report.h"
+
+#include <string>
+
+namespace Valdane
+{
+
+void Mistake::collect(Report& report, const std::function<void()>& trial)
+{
+    try
+    {
+        trial();
+    }
+    catch (const Mistake& mistake)
+    {
+        report.addMistake(mistake.what());
+    }
+}
+
+void Mistake::guard(const std::string& step, const std::function<void()>& work)
+{
+    try
+    {
+        work();
+    }
+    catch (const Mistake&)
+    {
+        throw;
+    }
+    catch (const std::exception& exception)
+    {
+        throw Mistake(step + " throws: " + exception.what());
+    }
+    catch (...)
+    {
+        throw Mistake(step + " throws something that is not derived from std::exception");
+    }
+}
+
+} // namespace Valdane

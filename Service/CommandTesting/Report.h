@@ -1,0 +1,57 @@
+#pragma once
+
+#include "Service/CommandTesting/CommandTestingExport.h"
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+namespace Valdane
+{
+
+/// What a check has found: nothing, or mistakes in words.
+///
+///     const Report report = kit.roundTrip(makeRename);
+///     EXPECT_TRUE(report) << report;
+///
+/// Printed, it is one line that says what was checked, and below it the mistakes:
+///
+///     Round trip of "Rename pump": 1 mistake
+///       After undo 1 the data are not as before execute():
+///         - name: pump
+///         + name: Pump
+///
+/// Thread: one thread at a time.
+class VALDANE_COMMANDTESTING_EXPORT Report
+{
+public:
+    /// No mistakes. @param subject  what was checked, such as "Round trip of \"Rename pump\"".
+    explicit Report(std::string subject);
+
+    /// True if there are no mistakes.
+    explicit operator bool() const noexcept;
+
+    /// What was checked.
+    const std::string& getSubject() const noexcept;
+
+    /// The mistakes, in the order in which they were found. One may have several lines.
+    const std::vector<std::string>& getMistakes() const noexcept;
+
+    /// Adds a mistake: a sentence, below which there may be further lines. The same one counts once.
+    void addMistake(std::string mistake);
+
+    /// Adds the mistakes of @p other, each with the subject of @p other above it.
+    void add(const Report& other);
+
+    /// The text that the class comment shows. It ends with the end of a line.
+    std::string toText() const;
+
+private:
+    std::string subject;
+    std::vector<std::string> mistakes;
+};
+
+/// Writes the text of @p report.
+VALDANE_COMMANDTESTING_EXPORT std::ostream& operator<<(std::ostream& out, const Report& report);
+
+} // namespace Valdane

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandTesting/CommandSubject.h"
+#include "Service/CommandTesting/Report.h"
+#include "Service/CommandTesting/Snapshot.h"
+
+#include <memory>
+#include <string>
+
+namespace Valdane
+{
+
+/// A world, a manager for it, and the command that is tried. Whatever cannot be had is a Mistake.
+class Trial
+{
+public:
+    /// A world with the manager that it needs, and no command. @throws Mistake
+    explicit Trial(const CommandSubject& triedSubject);
+
+    /// The same with a command, which is not executed. @throws Mistake
+    Trial(const CommandSubject& triedSubject, const CommandSubject::Maker& make);
+
+    /// Makes another command for the same world. @throws Mistake if it is empty or cannot be made.
+    std::shared_ptr<CommandBase> makeCommand(const CommandSubject::Maker& make) const;
+
+    /// Forgets the command; the manager may still have it.
+    void forgetCommand();
+
+    const CommandSubject::World& getWorld() const;
+    const std::shared_ptr<CommandBase>& getCommand() const;
+    CommandManager& getManager();
+
+    /// @throws Mistake
+    Snapshot takeSnapshot() const;
+
+    /// @throws Mistake "<when> the data are not <asWhen>:" with the difference, if the data are not as expected.
+    void expect(const Snapshot& expected, const std::string& when, const std::string& asWhen) const;
+
+    /// Run a step through the manager. @throws Mistake with the text of sigCommandFailed, if it fails.
+    void add(const std::string& step);
+    void undo(const std::string& step);
+    void redo(const std::string& step);
+
+    /// "<check> of "<description>"", or "<check>" if there is no command to ask.
+    static Report begin(const std::string& check, const CommandSubject& subject,
+                        const CommandSubject::Maker& make);
+
+private:
+    const CommandSubject& subject;
+    // Destroyed last to first: the manager's commands may still need the world.
+    CommandSubject::World world;
+    std::shared_ptr<CommandBase> command;
+    CommandManager manager;
+    std::string failure;
+    Signals::Connection failed;
+};
+
+} // namespace Valdane
