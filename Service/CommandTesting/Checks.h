@@ -2,6 +2,7 @@
 
 #include "Service/CommandTesting/CommandSubject.h"
 #include "Service/CommandTesting/CommandTestingExport.h"
+#include "Service/CommandTesting/MergeAnswer.h"
 #include "Service/CommandTesting/Report.h"
 #include "Service/CommandTesting/RoundTripOptions.h"
 
@@ -9,6 +10,8 @@
 
 namespace Valdane
 {
+
+class FailurePoints;
 
 /// The checks of CommandKit, which says what each of them proves.
 namespace Checks
@@ -21,7 +24,7 @@ VALDANE_COMMANDTESTING_EXPORT Report progress(const CommandSubject& subject,
                                               const CommandSubject::Maker& make, double largestMove);
 VALDANE_COMMANDTESTING_EXPORT Report merging(const CommandSubject& subject,
                                              const CommandSubject::Maker& makeFirst,
-                                             const CommandSubject::Maker& makeNext);
+                                             const CommandSubject::Maker& makeNext, MergeAnswer expected);
 VALDANE_COMMANDTESTING_EXPORT Report inMacro(const CommandSubject& subject,
                                              const std::vector<CommandSubject::Maker>& makers);
 VALDANE_COMMANDTESTING_EXPORT Report tracking(const CommandSubject& subject,
@@ -30,6 +33,8 @@ VALDANE_COMMANDTESTING_EXPORT Report misuse(const CommandSubject& subject, const
 VALDANE_COMMANDTESTING_EXPORT Report staleObjects(const CommandSubject& subject,
                                                   const CommandSubject::Maker& make,
                                                   const CommandSubject::Maker& makeRemoval);
+VALDANE_COMMANDTESTING_EXPORT Report all(const CommandSubject& subject, const CommandSubject::Maker& make,
+                                         const RoundTripOptions& options, FailurePoints& points);
 
 } // namespace Checks
 } // namespace Valdane

@@ -3,6 +3,7 @@
 #include "Service/CommandTesting/Checks.h"
 #include "Service/CommandTesting/CommandSubject.h"
 #include "Service/CommandTesting/FailurePoints.h"
+#include "Service/CommandTesting/MergeAnswer.h"
 #include "Service/CommandTesting/Report.h"
 #include "Service/CommandTesting/RoundTripOptions.h"
 #include "Service/CommandTesting/Snapshot.h"
@@ -116,6 +117,66 @@ public:
     Report roundTrip(const Maker& make, const RoundTripOptions& options = {}) const
     {
         return Checks::roundTrip(subject, make.erased, options);
+    }
+
+    /// The progress never runs backwards, and moves at least every so often: no move is larger than a share of the
+    /// whole. The last move, to the end, is the manager's if the command does not make it itself.
+    ///
+    /// @param largestMove  from 0 to 1; 1 allows every move forward.
+    Report progress(const Maker& make, double largestMove = 1) const
+    {
+        return Checks::progress(subject, make.erased, largestMove);
+    }
+
+    /// mergeWith() of the first command, a MergeableCommand, with the next one. It leaves the data as they are. If it
+    /// answers true, undo and redo of the first command are those of both. If it answers false or throws, they are
+    /// those of each command. The next command is made when the first one is done.
+    Report merging(const Maker& makeFirst, const Maker& makeNext,
+                   MergeAnswer expected = MergeAnswer::Any) const
+    {
+        return Checks::merging(subject, makeFirst.erased, makeNext.erased, expected);
+    }
+
+    /// The commands as a MacroCommand, which passes roundTrip(). If it fails after its first, second, third ...
+    /// command, what is rolled back leaves the data as they were; so in execute(), undo() and redo(). All commands
+    /// are made before the first one is executed.
+    Report inMacro(const std::vector<Maker>& makers) const
+    {
+        std::vector<CommandSubject::Maker> erased;
+        for (const Maker& make : makers)
+        {
+            erased.push_back(make.erased);
+        }
+        return Checks::inMacro(subject, erased);
+    }
+
+    /// After execute(), undo() and redo() the manager lists those modules as modified whose snapshots differ from
+    /// those before execute(). Needs setModules().
+    Report tracking(const Maker& make) const
+    {
+        return Checks::tracking(subject, make.erased);
+    }
+
+    /// What a program does wrong around its command: the maker gives no command, or the same one twice; making the
+    /// command changes the data already; the command owns the world; the command never dies.
+    Report misuse(const Maker& make) const
+    {
+        return Checks::misuse(subject, make.erased);
+    }
+
+    /// A command, then a removal of what it refers to; both undone, both redone, both undone. The data are right each
+    /// time. Fails for a command that remembers an object instead of its path, if the undo of the removal puts
+    /// another object into its place. Use it with the address sanitizer: such a command may touch what is gone.
+    Report staleObjects(const Maker& make, const Maker& makeRemoval) const
+    {
+        return Checks::staleObjects(subject, make.erased, makeRemoval.erased);
+    }
+
+    /// Every check that fits one command: misuse() and, if that finds nothing, roundTrip(), progress(), and
+    /// tracking() if setModules() was called.
+    Report all(const Maker& make, const RoundTripOptions& options = {}) const
+    {
+        return Checks::all(subject, make.erased, options, *points);
     }
 
     /// To be called by the application's code, or by a test double, where a call may fail: to write a file, to

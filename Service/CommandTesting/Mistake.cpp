@@ -17,6 +17,16 @@ void Mistake::collect(Report& report, const std::function<void()>& trial)
     {
         report.addMistake(mistake.what());
     }
+    // Of what is asked beside the steps: to compare snapshots, or to print one.
+    catch (const std::exception& exception)
+    {
+        report.addMistake(std::string("The check cannot be completed: ") + exception.what());
+    }
+    catch (...)
+    {
+        report.addMistake(
+            "The check cannot be completed: something throws what is not derived from std::exception");
+    }
 }
 
 void Mistake::guard(const std::string& step, const std::function<void()>& work)

@@ -1,23 +1,16 @@
 #include "Service/CommandTesting/Trial.h"
 
 #include "Service/CommandPattern/CommandBase.h"
+#include "Service/CommandPattern/DelayedInitializedCommand.h"
 #include "Service/CommandPattern/ModuleAccessInterface.h"
+#include "Service/CommandPattern/ThreadedCommand.h"
+#include "Service/CommandPattern/ThreadedMacroCommand.h"
 #include "Service/CommandTesting/Mistake.h"
 
-#include <optional>
+#include <utility>
 
 namespace Valdane
 {
-namespace
-{
-
-void failWith(const std::string& step, const std::string& text)
-{
-    throw Mistake(step + " fails: " + (text.empty() ? "the manager does not say why" : text));
-}
-
-} // namespace
-
 Trial::Trial(const CommandSubject& triedSubject) : subject(triedSubject)
 {
     Mistake::guard("Making the world", [this] { world = subject.makeWorld(); });
@@ -29,8 +22,16 @@ Trial::Trial(const CommandSubject& triedSubject) : subject(triedSubject)
         manager.connectToSigCommandFailed([this](const char* text, const std::string&) { failure = text; });
     if (subject.modules)
     {
-        Mistake::guard("Making the module access interface",
-                       [this] { manager.setModuleAccessInterface(subject.modules(world)); });
+        std::shared_ptr<ModuleAccessInterface> modules;
+        Mistake::guard("Making the module access interface", [&] { modules = subject.modules(world); });
+        if (modules == nullptr)
+        {
+            throw Mistake("Making the module access interface gives an empty pointer");
+        }
+        // What was marked to make the world is not of a command.
+        Mistake::guard("markAllModulesInBusinessAsUnmodified()",
+                       [&] { modules->markAllModulesInBusinessAsUnmodified(); });
+        manager.setModuleAccessInterface(std::move(modules));
     }
 }
 
@@ -86,33 +87,71 @@ void Trial::expect(const Snapshot& expected, const std::string& when, const std:
     }
 }
 
+void Trial::add(const std::string& step, const std::shared_ptr<CommandBase>& added)
+{
+    run(step, [&] { return manager.addCommand(added); });
+}
+
 void Trial::add(const std::string& step)
 {
-    bool isDone = false;
-    Mistake::guard(step, [&] { isDone = manager.addCommand(command); });
-    if (!isDone)
-    {
-        failWith(step, failure);
-    }
+    add(step, command);
+}
+
+void Trial::addAsItMust(const std::string& step)
+{
+    mustBeThreaded() ? addThreaded(step) : add(step);
 }
 
 void Trial::undo(const std::string& step)
 {
-    bool isDone = false;
-    Mistake::guard(step, [&] { isDone = manager.undo(1); });
-    if (!isDone)
-    {
-        failWith(step, failure);
-    }
+    run(step, [this] { return manager.undo(1); });
 }
 
 void Trial::redo(const std::string& step)
 {
+    run(step, [this] { return manager.redo(1); });
+}
+
+void Trial::addThreaded(const std::string& step)
+{
+    const auto operation = [this]
+    {
+        if (const auto macro = std::dynamic_pointer_cast<ThreadedMacroCommand>(command))
+        {
+            manager.addThreadedCommand(macro);
+        }
+        else
+        {
+            manager.addThreadedCommand(std::dynamic_pointer_cast<ThreadedCommand>(command));
+        }
+        while (manager.getCurrentThreadedCommand() != nullptr)
+        {
+            manager.finalizeThread();
+        }
+        return !failure.has_value();
+    };
+    run(step, operation);
+}
+
+bool Trial::isThreaded() const
+{
+    return dynamic_cast<const ThreadedCommand*>(command.get()) != nullptr ||
+           dynamic_cast<const ThreadedMacroCommand*>(command.get()) != nullptr;
+}
+
+bool Trial::mustBeThreaded() const
+{
+    return dynamic_cast<const DelayedInitializedCommand*>(command.get()) != nullptr;
+}
+
+void Trial::run(const std::string& step, const std::function<bool()>& operation)
+{
+    failure.reset();
     bool isDone = false;
-    Mistake::guard(step, [&] { isDone = manager.redo(1); });
+    Mistake::guard(step, [&] { isDone = operation(); });
     if (!isDone)
     {
-        failWith(step, failure);
+        throw Mistake(step + " fails: " + failure.value_or("the manager does not say why"));
     }
 }
 

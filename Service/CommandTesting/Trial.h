@@ -1,11 +1,14 @@
 #pragma once
 
+#include "Platform/Signals/Connection.h"
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandTesting/CommandSubject.h"
 #include "Service/CommandTesting/Report.h"
 #include "Service/CommandTesting/Snapshot.h"
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace Valdane
@@ -24,7 +27,7 @@ public:
     /// Makes another command for the same world. @throws Mistake if it is empty or cannot be made.
     std::shared_ptr<CommandBase> makeCommand(const CommandSubject::Maker& make) const;
 
-    /// Forgets the command; the manager may still have it.
+    /// Lets go of the command; the manager may still have it.
     void forgetCommand();
 
     const CommandSubject::World& getWorld() const;
@@ -37,22 +40,36 @@ public:
     /// @throws Mistake "<when> the data are not <asWhen>:" with the difference, if the data are not as expected.
     void expect(const Snapshot& expected, const std::string& when, const std::string& asWhen) const;
 
-    /// Run a step through the manager. @throws Mistake with the text of sigCommandFailed, if it fails.
+    /// Run a step through the manager. @throws Mistake "<step> fails: <text of sigCommandFailed>"
     void add(const std::string& step);
+    void add(const std::string& step, const std::shared_ptr<CommandBase>& added);
     void undo(const std::string& step);
     void redo(const std::string& step);
+
+    /// add(), unless the command is one that does nothing without addThreadedCommand(). @throws Mistake as add()
+    void addAsItMust(const std::string& step);
+
+    /// Runs the command, which is a thread or a macro of threads, by addThreadedCommand(), and waits for its end.
+    /// @throws Mistake as add()
+    void addThreaded(const std::string& step);
+
+    /// Whether the command can be given to addThreadedCommand(), and whether it must be.
+    bool isThreaded() const;
+    bool mustBeThreaded() const;
 
     /// "<check> of "<description>"", or "<check>" if there is no command to ask.
     static Report begin(const std::string& check, const CommandSubject& subject,
                         const CommandSubject::Maker& make);
 
 private:
+    void run(const std::string& step, const std::function<bool()>& operation);
+
     const CommandSubject& subject;
     // Destroyed last to first: the manager's commands may still need the world.
     CommandSubject::World world;
     std::shared_ptr<CommandBase> command;
     CommandManager manager;
-    std::string failure;
+    std::optional<std::string> failure;
     Signals::Connection failed;
 };
 
