@@ -103,7 +103,7 @@ CommandSubject::Maker macroOf(const Makers& makers)
 {
     return [&makers](const CommandSubject::World& world)
     {
-        auto macro = std::make_shared<MacroCommand>();
+        auto macro = std::make_shared<MacroCommand>("the whole macro");
         for (const CommandSubject::Maker& make : makers)
         {
             macro->addCommand(make(world));

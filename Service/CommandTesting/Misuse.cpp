@@ -15,8 +15,8 @@ namespace
 void expectOwnCommands(const CommandSubject& subject, const CommandSubject::Maker& make)
 {
     const Trial trial(subject, make);
-    const Trial other(subject, make);
     const std::shared_ptr<CommandBase> second = trial.makeCommand(make);
+    const Trial other(subject, make);
     if (second == trial.getCommand() || other.getCommand() == trial.getCommand())
     {
         throw Mistake(

@@ -1,0 +1,164 @@
+#include "Service/CommandTesting/CommandKit.h"
+#include "Tests/Service/CommandTesting/Page.h"
+#include "Tests/Support/Failures.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Valdane
+{
+namespace
+{
+
+using PageMaker = CommandKit<Page>::Maker;
+
+std::string misuseReport(const PageMaker& make)
+{
+    return makePageKit().misuse(make).toText();
+}
+
+/// Worlds that somebody else owns, too.
+CommandKit<Page> makeSharedKit(std::vector<std::shared_ptr<Page>>& pages)
+{
+    return {[&pages] { return pages.emplace_back(std::make_shared<Page>()); },
+            [](const Page& page)
+            {
+                return page.toText();
+            }};
+}
+
+/// Makes a command that owns the page.
+std::shared_ptr<CommandBase> makeOwner(const std::shared_ptr<Page>& page)
+{
+    auto command = makeTextCommand(*page);
+    command->onRedo = [page]
+    {
+        page->text = "done";
+    };
+    return command;
+}
+
+TEST(MisuseTest, RightCommandsHaveNoMistakes)
+{
+    EXPECT_EQ(misuseReport(renameTo("fan")), "Misuse of \"Rename to fan\": no mistakes\n");
+    std::vector<std::shared_ptr<Page>> pages;
+    EXPECT_TRUE(makeSharedKit(pages).misuse(renameTo("fan")));
+    EXPECT_FALSE(pages.empty());
+}
+
+TEST(MisuseTest, ACommandThatHoldsTheWorldWeaklyHasNoMistakes)
+{
+    const auto weak = [](const std::shared_ptr<Page>& page)
+    {
+        auto command = makeTextCommand(*page);
+        command->onRedo = [held = std::weak_ptr<Page>(page)]
+        {
+            held.lock()->text = "done";
+        };
+        return command;
+    };
+    EXPECT_TRUE(makePageKit().misuse(weak));
+}
+
+TEST(MisuseTest, NoCommandIsFound)
+{
+    EXPECT_EQ(misuseReport([](Page&) { return std::shared_ptr<CommandBase>(); }),
+              "Misuse: 1 mistake\n"
+              "  Making the command gives an empty pointer\n");
+}
+
+TEST(MisuseTest, TheSameCommandTwiceIsFound)
+{
+    Page page;
+    const auto same = makeTextCommand(page);
+    const std::string mistake =
+        "Misuse of \"Write\": 1 mistake\n"
+        "  Making the command twice gives the same command twice; a command can be in one "
+        "place of one history only\n";
+    EXPECT_EQ(misuseReport([&](Page&) { return same; }), mistake);
+
+    std::weak_ptr<Page> known;
+    std::weak_ptr<CommandBase> kept;
+    EXPECT_EQ(misuseReport(
+                  [&](const std::shared_ptr<Page>& world) -> std::shared_ptr<CommandBase>
+                  {
+                      std::shared_ptr<CommandBase> made = known.lock() == world ? kept.lock() : nullptr;
+                      if (made == nullptr)
+                      {
+                          made = makeTextCommand(*world);
+                      }
+                      known = world;
+                      kept = made;
+                      return made;
+                  }),
+              mistake)
+        << "one for each world";
+}
+
+TEST(MisuseTest, ACommandThatDoesItsWorkWhenItIsMadeIsFound)
+{
+    EXPECT_EQ(misuseReport(spoilt([](ScriptedCommand& command, Page&) { command.execute(); })),
+              "Misuse of \"Write\": 1 mistake\n"
+              "  Making the command changes the data, and executing it would do so again:\n"
+              "    title: pump\n"
+              "  - text: none\n"
+              "  + text: done\n");
+}
+
+TEST(MisuseTest, ACommandThatOwnsTheWorldIsFound)
+{
+    const std::string mistake =
+        "Misuse of \"Write\": 1 mistake\n"
+        "  The command owns the world, so a history keeps the world alive; let the command "
+        "find the world by a reference, or hold it by a weak pointer\n";
+    EXPECT_EQ(misuseReport(makeOwner), mistake);
+    std::vector<std::shared_ptr<Page>> pages;
+    EXPECT_EQ(makeSharedKit(pages).misuse(makeOwner).toText(), mistake);
+}
+
+TEST(MisuseTest, ACommandThatOwnsItselfIsFound)
+{
+    std::vector<std::shared_ptr<ScriptedCommand>> cycles;
+    const auto makeCycle = [&](Page& page)
+    {
+        auto command = makeTextCommand(page);
+        cycles.push_back(command);
+        return command;
+    };
+    EXPECT_EQ(misuseReport(makeCycle),
+              "Misuse of \"Write\": 1 mistake\n"
+              "  The command lives on after its manager and its world are gone: somebody "
+              "else owns it, or it owns itself by way of something that it owns\n");
+}
+
+TEST(MisuseTest, ACommandThatItsWorldOwnsDiesWithIt)
+{
+    struct Archive : Page
+    {
+        std::shared_ptr<CommandBase> last;
+    };
+
+    const CommandKit<Archive> kit([] { return std::make_unique<Archive>(); },
+                                  [](const Archive& archive) { return archive.toText(); });
+    const auto make = [](Archive& archive)
+    {
+        auto command = makeTextCommand(archive);
+        archive.last = command;
+        return command;
+    };
+    EXPECT_TRUE(kit.misuse(make));
+}
+
+TEST(MisuseTest, WhatFailsIsTold)
+{
+    EXPECT_EQ(misuseReport(spoilt([](ScriptedCommand& command, Page&) { command.onExecute = fail; })),
+              "Misuse of \"Write\": 1 mistake\n"
+              "  execute() fails: no power\n");
+}
+
+} // namespace
+} // namespace Valdane

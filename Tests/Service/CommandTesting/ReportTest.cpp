@@ -1,0 +1,73 @@
+#include "Service/CommandTesting/Report.h"
+
+#include "Tests/Support/ElementsAre.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace Valdane
+{
+namespace
+{
+
+using ValdaneTests::ElementsAre;
+
+TEST(ReportTest, WithoutMistakesItIsTrueAndOneLine)
+{
+    const Report report("Round trip");
+    EXPECT_TRUE(report);
+    EXPECT_EQ(report.getSubject(), "Round trip");
+    EXPECT_EQ(report.toText(), "Round trip: no mistakes\n");
+}
+
+TEST(ReportTest, MistakesAreIndentedBelowTheSubject)
+{
+    Report report("Round trip");
+    report.addMistake("First:\n- a\n\n+ b");
+    EXPECT_FALSE(report);
+    EXPECT_EQ(report.toText(), "Round trip: 1 mistake\n"
+                               "  First:\n"
+                               "  - a\n"
+                               "\n"
+                               "  + b\n");
+    report.addMistake("Second");
+    std::ostringstream printed;
+    printed << report;
+    EXPECT_EQ(printed.str(), "Round trip: 2 mistakes\n"
+                             "  First:\n"
+                             "  - a\n"
+                             "\n"
+                             "  + b\n"
+                             "  Second\n");
+}
+
+TEST(ReportTest, TheSameMistakeCountsOnce)
+{
+    Report report("Round trip");
+    report.addMistake("First");
+    report.addMistake("Second");
+    report.addMistake("First");
+    EXPECT_THAT(report.getMistakes(), ElementsAre("First", "Second"));
+}
+
+TEST(ReportTest, TheMistakesOfAnotherOneComeWithItsSubject)
+{
+    Report part("Round trip");
+    part.addMistake("First:\n- a");
+    part.addMistake("Second");
+    Report whole("All checks");
+    whole.add(Report("Misuse"));
+    EXPECT_TRUE(whole);
+    whole.add(part);
+    EXPECT_EQ(whole.toText(), "All checks: 2 mistakes\n"
+                              "  Round trip:\n"
+                              "    First:\n"
+                              "    - a\n"
+                              "  Round trip:\n"
+                              "    Second\n");
+}
+
+} // namespace
+} // namespace Valdane
