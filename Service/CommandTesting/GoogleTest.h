@@ -108,21 +108,22 @@ private:
     RoundTripOptions options;
 };
 
-/// Matches a Report without mistakes: `EXPECT_THAT(kit.roundTrip(makeRename), hasNoMistakes())`. A report that does not
-/// match is printed whole.
+/// Matches a Report without mistakes: `EXPECT_THAT(kit.roundTrip(makeRename), hasNoMistakes())`. A report that
+/// does not match is printed whole.
 inline HasNoMistakesMatcher hasNoMistakes()
 {
     return {};
 }
 
-/// Matches a Report by its mistakes, a vector of texts: `hasMistakes(testing::Contains(testing::HasSubstr("undo 1")))`.
+/// Matches a Report by its mistakes, a vector of texts, such as
+/// `hasMistakes(testing::Contains(testing::HasSubstr("undo 1")))`.
 inline HasMistakesMatcher hasMistakes(testing::Matcher<const std::vector<std::string>&> mistakes)
 {
     return HasMistakesMatcher(std::move(mistakes));
 }
 
-/// Matches a maker whose command passes CommandKit::all(): `EXPECT_THAT(makeRename, isProvedBy(kit))`. The report says
-/// what is wrong.
+/// Matches a maker whose command passes CommandKit::all(): `EXPECT_THAT(makeRename, isProvedBy(kit))`. The
+/// report says what is wrong.
 template <typename World>
 IsProvedByMatcher<World> isProvedBy(const CommandKit<World>& kit, const RoundTripOptions& options = {})
 {

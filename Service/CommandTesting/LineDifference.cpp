@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <utility>
 
 namespace Valdane
 {
@@ -19,6 +20,11 @@ std::vector<std::string> toLines(const std::string& text)
         lines.push_back(line);
     }
     return lines;
+}
+
+void appendLine(std::string& text, const char* mark, const std::string& line)
+{
+    text += mark + line + "\n";
 }
 
 } // namespace
@@ -74,7 +80,7 @@ std::vector<std::vector<std::size_t>> LineDifference::commonAfter() const
     {
         for (std::size_t column = columns; column-- > 0;)
         {
-            const bool isSame = expected[expectedMiddle.first + row] == found[foundMiddle.first + column];
+            const bool isSame = expectedLine(row) == foundLine(column);
             common[row][column] = isSame ? common[row + 1][column + 1] + 1
                                          : std::max(common[row + 1][column], common[row][column + 1]);
         }
@@ -85,47 +91,53 @@ std::vector<std::vector<std::size_t>> LineDifference::commonAfter() const
 void LineDifference::describeMiddle(std::string& text) const
 {
     const auto common = commonAfter();
-    std::size_t row = 0;
-    std::size_t column = 0;
     const std::string* lastSame = nullptr;
     const auto append = [&](const char* mark, const std::string& line)
     {
         if (lastSame != nullptr)
         {
-            appendLine(text, "  ", *lastSame);
-            lastSame = nullptr;
+            appendLine(text, "  ", *std::exchange(lastSame, nullptr));
         }
         appendLine(text, mark, line);
     };
+    std::size_t row = 0;
+    std::size_t column = 0;
+    const auto isSame = [&]
+    {
+        return !common.empty() && row < expectedMiddle.size() && column < foundMiddle.size() &&
+               expectedLine(row) == foundLine(column);
+    };
+    const auto isMissing = [&]
+    {
+        return row < expectedMiddle.size() && (common.empty() || column == foundMiddle.size() ||
+                                               common[row + 1][column] >= common[row][column + 1]);
+    };
     while (row < expectedMiddle.size() || column < foundMiddle.size())
     {
-        const bool isMissing = row < expectedMiddle.size();
-        const bool isNew = column < foundMiddle.size();
-        const std::string* const missing = isMissing ? &expected[expectedMiddle.first + row] : nullptr;
-        const std::string* const other = isNew ? &found[foundMiddle.first + column] : nullptr;
-        if (!common.empty() && isMissing && isNew && *missing == *other)
+        if (isSame())
         {
-            lastSame = missing;
-            ++row;
+            lastSame = &expectedLine(row++);
             ++column;
         }
-        else if (isMissing &&
-                 (!isNew || common.empty() || common[row + 1][column] >= common[row][column + 1]))
+        else if (isMissing())
         {
-            append("- ", *missing);
-            ++row;
+            append("- ", expectedLine(row++));
         }
         else
         {
-            append("+ ", *other);
-            ++column;
+            append("+ ", foundLine(column++));
         }
     }
 }
 
-void LineDifference::appendLine(std::string& text, const char* mark, const std::string& line) const
+const std::string& LineDifference::expectedLine(std::size_t row) const
 {
-    text += mark + line + "\n";
+    return expected[expectedMiddle.first + row];
+}
+
+const std::string& LineDifference::foundLine(std::size_t column) const
+{
+    return found[foundMiddle.first + column];
 }
 
 } // namespace Valdane

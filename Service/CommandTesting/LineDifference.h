@@ -36,7 +36,10 @@ private:
     std::vector<std::vector<std::size_t>> commonAfter() const;
 
     void describeMiddle(std::string& text) const;
-    void appendLine(std::string& text, const char* mark, const std::string& line) const;
+
+    /// Of what is in the middle.
+    const std::string& expectedLine(std::size_t row) const;
+    const std::string& foundLine(std::size_t column) const;
 
     Lines expected;
     Lines found;

@@ -30,8 +30,10 @@ class VALDANE_COMMANDTESTING_EXPORT Snapshot
 {
 public:
     /// Keeps @p value, which must not refer to the data: they change.
-    template <SnapshotValue Value>
-    explicit Snapshot(Value value) : kept(std::make_shared<const Kept<Value>>(std::move(value)))
+    template <typename Value>
+
+    requires(!std::same_as<Value, Snapshot> && SnapshotValue<Value>) explicit Snapshot(Value value)
+        : kept(std::make_shared<const Kept<Value>>(std::move(value)))
     {
     }
 
