@@ -3,7 +3,7 @@
 
 #include "Benchmarks/Histories/ValdaneHistory.h"
 #include "Benchmarks/ModulesInTurn.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -17,8 +17,6 @@ namespace Valdane::Benchmarks
 {
 namespace
 {
-
-using ValdaneTests::HeapUse;
 
 constexpr std::size_t size = 100'000;
 

@@ -14,6 +14,12 @@ install(
   ARCHIVE COMPONENT Development
   FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/valdane" COMPONENT Development
   FILE_SET generated_headers DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/valdane" COMPONENT Development)
+if(TARGET VLDService_CommandTestingAllocations)
+  install(
+    TARGETS VLDService_CommandTestingAllocations
+    EXPORT ValdaneTargets
+    OBJECTS DESTINATION "${CMAKE_INSTALL_LIBDIR}/valdane" COMPONENT Development)
+endif()
 install(EXPORT ValdaneTargets NAMESPACE Valdane:: DESTINATION "${package_dir}" COMPONENT Development)
 
 string(REPLACE VLDService_ "" components "${libraries}")

@@ -3,7 +3,7 @@
 // the first.
 
 #include "Service/CommandPattern/DelayedInitializedCommand.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/ScriptedCommand.h"
 
 #include <gtest/gtest.h>
@@ -27,7 +27,7 @@ bool failsAt(std::size_t place)
     DelayedInitializedCommand delayed([&] { return made; });
     bool failed = false;
     {
-        const ValdaneTests::FailingAllocation failure(place);
+        const FailingAllocation failure(place);
         try
         {
             delayed.startExecution(nullptr);

@@ -5,7 +5,7 @@
 #include "Platform/Multitasking/ThreadManager.h"
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 
 #include <gtest/gtest.h>
 
@@ -31,14 +31,14 @@ public:
 class Greedy : public ThreadedCommand
 {
 public:
-    explicit Greedy(std::optional<ValdaneTests::FailingAllocation>& toBeFilled)
+    explicit Greedy(std::optional<FailingAllocation>& toBeFilled)
         : ThreadedCommand("a command that takes all the memory there is"), noMemory(toBeFilled)
     {
     }
 
     void run() override
     {
-        noMemory.emplace(0, ValdaneTests::AllocationsThatFail::AllFromThereOn);
+        noMemory.emplace(0, AllocationsThatFail::AllFromThereOn);
         throw OutOfOrder();
     }
 
@@ -47,14 +47,14 @@ public:
     void undo() override {}
 
 private:
-    std::optional<ValdaneTests::FailingAllocation>& noMemory;
+    std::optional<FailingAllocation>& noMemory;
 };
 
 TEST(FailureOfARunIsToldWithoutMemory, BySigCommandFailed)
 {
     CommandManager manager;
     manager.getThreadManager()->setThreadingMode(0);
-    std::optional<ValdaneTests::FailingAllocation> noMemory;
+    std::optional<FailingAllocation> noMemory;
     int failures = 0;
     bool isOutOfOrder = false;
     const auto connection = manager.connectToSigCommandFailed(

@@ -4,7 +4,7 @@
 #include "Platform/Signals/Connection.h"
 #include "Platform/Signals/Signal.h"
 #include "Platform/Signals/Slot.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 
 #include <gtest/gtest.h>
 
@@ -21,9 +21,9 @@ TEST(MovedSlotIsNotConnected, ButRefusedWithTheSignalUnchanged)
     Slot<void()> slot([] {});
     const Slot<void()> taken = std::move(slot);
     Signal<void()> signal;
-    const ValdaneTests::HeapUse before = ValdaneTests::HeapUse::now();
+    const HeapUse before = HeapUse::now();
     EXPECT_THROW(static_cast<void>(signal.connect(slot)), std::bad_function_call);
-    EXPECT_EQ(ValdaneTests::HeapUse::now().bytes, before.bytes);
+    EXPECT_EQ(HeapUse::now().bytes, before.bytes);
     EXPECT_NO_THROW(signal());
 
     int calls = 0;

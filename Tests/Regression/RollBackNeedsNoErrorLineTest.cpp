@@ -3,7 +3,7 @@
 // half a macro stayed done that nobody could undo.
 
 #include "Service/CommandPattern/MacroCommand.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/ScriptedCommand.h"
 
 #include <gtest/gtest.h>
@@ -35,7 +35,7 @@ protected:
         };
         second->onExecute = [this]
         {
-            noMemory.emplace(0, ValdaneTests::AllocationsThatFail::AllFromThereOn);
+            noMemory.emplace(0, AllocationsThatFail::AllFromThereOn);
             throw OutOfOrder();
         };
     }
@@ -43,7 +43,7 @@ protected:
     int done = 0;
     std::shared_ptr<ScriptedCommand> first = std::make_shared<ScriptedCommand>("first");
     std::shared_ptr<ScriptedCommand> second = std::make_shared<ScriptedCommand>("second");
-    std::optional<ValdaneTests::FailingAllocation> noMemory;
+    std::optional<FailingAllocation> noMemory;
     MacroCommand macro;
 };
 

@@ -1,6 +1,6 @@
 #include "Platform/Logging/Logging.h"
 
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/MeetingPoint.h"
 #include "Tests/Support/RecordingSink.h"
@@ -398,15 +398,15 @@ TEST_F(LoggingTest, ALineThatIsOffAllocatesNothing)
 {
     const Logging logging("Service/Pump");
     const std::string text(1000, 'x');
-    const auto before = ValdaneTests::allocationCount();
+    const auto before = Valdane::allocationCount();
     ::operator delete(::operator new(1));
-    ASSERT_EQ(ValdaneTests::allocationCount(), before + 1) << "the counter counts";
+    ASSERT_EQ(Valdane::allocationCount(), before + 1) << "the counter counts";
     for (int i = 0; i < 100; ++i)
     {
         ASSERT_FALSE(logging.isTraceEnabled());
         logging.logTRACE(text, "Some/File.cpp", "void f()", i);
     }
-    EXPECT_EQ(ValdaneTests::allocationCount(), before + 1);
+    EXPECT_EQ(Valdane::allocationCount(), before + 1);
 }
 
 TEST_F(LoggingTest, ThreadsThatMakeObjectsOfOneNameAtOnceShareTheLogger)

@@ -1,6 +1,6 @@
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
 
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
 
 #include <gmock/gmock.h>
@@ -15,8 +15,8 @@ namespace
 {
 
 using Valdane::DynamicAttributeCollection;
+using Valdane::FailingAllocation;
 using ValdaneTests::ElementsAre;
-using ValdaneTests::FailingAllocation;
 using namespace std::string_view_literals;
 
 using Entry = DynamicAttributeCollection::Entry;

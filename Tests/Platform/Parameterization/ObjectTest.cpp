@@ -4,7 +4,7 @@
 #include "Platform/GeneralServices/NameInterface.h"
 #include "Platform/Parameterization/AttributeDescription.h"
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/Sanitizers.h"
 
@@ -27,18 +27,18 @@ namespace
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using Valdane::allocationCount;
 using Valdane::AttributeDescription;
 using Valdane::AttributeDescriptionBase;
 using Valdane::DynamicAttributeCollection;
+using Valdane::FailingAllocation;
 using Valdane::GetObjectBehavior;
 using Valdane::NameInterface;
 using Valdane::Object;
 using Valdane::Path;
 using Valdane::RequestedPathType;
 using Valdane::VdException;
-using ValdaneTests::allocationCount;
 using ValdaneTests::ElementsAre;
-using ValdaneTests::FailingAllocation;
 using namespace std::string_view_literals;
 
 constexpr auto fromRoot = RequestedPathType::FromRoot;

@@ -1,6 +1,6 @@
 #include "Platform/Parameterization/Path.h"
 
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
 
 #include <gmock/gmock.h>
@@ -19,8 +19,8 @@ namespace
 
 using testing::ElementsAreArray;
 using testing::IsEmpty;
+using Valdane::allocationCount;
 using Valdane::Path;
-using ValdaneTests::allocationCount;
 using ValdaneTests::ElementsAre;
 using namespace std::string_view_literals;
 

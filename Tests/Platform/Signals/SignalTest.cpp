@@ -2,7 +2,7 @@
 
 #include "Platform/Signals/Connection.h"
 #include "Platform/Signals/Slot.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/WhenDestroyed.h"
 
@@ -23,15 +23,15 @@ namespace
 {
 
 using testing::IsEmpty;
+using Valdane::allocationCount;
+using Valdane::AllocationsThatFail;
+using Valdane::FailingAllocation;
+using Valdane::HeapUse;
 using Valdane::Signals::Connection;
 using Valdane::Signals::ConnectPosition;
 using Valdane::Signals::Signal;
 using Valdane::Signals::Slot;
-using ValdaneTests::allocationCount;
-using ValdaneTests::AllocationsThatFail;
 using ValdaneTests::ElementsAre;
-using ValdaneTests::FailingAllocation;
-using ValdaneTests::HeapUse;
 using ValdaneTests::whenDestroyed;
 
 using NoArguments = Signal<void()>;

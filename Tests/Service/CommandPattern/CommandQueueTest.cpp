@@ -1,7 +1,7 @@
 #include "Service/CommandPattern/CommandQueue.h"
 
 #include "Service/CommandPattern/CommandBase.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/ScriptedCommand.h"
 
 #include <gtest/gtest.h>
@@ -20,9 +20,6 @@ namespace Valdane
 {
 namespace
 {
-
-using ValdaneTests::FailingAllocation;
-using ValdaneTests::HeapUse;
 
 class CommandQueueTest : public testing::Test
 {

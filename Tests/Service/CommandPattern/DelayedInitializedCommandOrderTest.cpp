@@ -1,5 +1,5 @@
 #include "Service/CommandPattern/DelayedInitializedCommand.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/RecordingCommand.h"
 #include "Tests/Support/ThreadJournal.h"
@@ -171,7 +171,7 @@ TEST_F(DelayedInitializedCommandOrder, ItIsNotDescribedByACommandForWhichThereIs
     for (std::size_t successes = 0; hasFailed; ++successes)
     {
         DelayedInitializedCommand delayed([this] { return made; });
-        const ValdaneTests::FailingAllocation failure(successes);
+        const FailingAllocation failure(successes);
         try
         {
             delayed.startExecution(threads);

@@ -1,6 +1,6 @@
 #include "Service/CommandPattern/HistoryChanges.h"
 
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/Failures.h"
 
@@ -24,7 +24,6 @@ namespace
 using State = HistoryChanges::State;
 using testing::IsEmpty;
 using ValdaneTests::ElementsAre;
-using ValdaneTests::FailingAllocation;
 
 /// Only the addresses matter.
 constexpr char addresses[3] = {};

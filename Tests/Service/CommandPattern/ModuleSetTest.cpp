@@ -1,6 +1,6 @@
 #include "Service/CommandPattern/ModuleSet.h"
 
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,7 +19,6 @@ namespace
 {
 
 using testing::IsEmpty;
-using ValdaneTests::HeapUse;
 using Objects = std::set<const Object*>;
 
 static_assert(sizeof(ModuleSet) == sizeof(void*));
@@ -278,7 +277,7 @@ TEST(ModuleSet, AUnionForWhichThereIsNoMemoryChangesNothing)
     std::size_t failures = 0;
     while (both.isEmpty())
     {
-        const ValdaneTests::FailingAllocation failing(failures);
+        const FailingAllocation failing(failures);
         try
         {
             both = first.unitedWith(second);

@@ -1,7 +1,7 @@
 #include "Service/CommandPattern/OpenGroup.h"
 
 #include "Service/CommandPattern/MacroCommand.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/ScriptedCommand.h"
 
@@ -21,7 +21,6 @@ namespace
 {
 
 using ValdaneTests::ElementsAre;
-using ValdaneTests::FailingAllocation;
 
 std::shared_ptr<CommandBase> make(const std::string& name)
 {

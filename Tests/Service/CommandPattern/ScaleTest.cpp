@@ -8,7 +8,7 @@
 #include "Service/CommandPattern/SetAttributeCmd.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/Sanitizers.h"
 #include "Tests/Support/SmallStack.h"
 
@@ -37,8 +37,6 @@ namespace Valdane
 {
 namespace
 {
-
-using ValdaneTests::HeapUse;
 
 /// What n is at first. Ten times as many overflow the stack if they need any, and the sanitizers are slow.
 constexpr std::size_t smallest = ValdaneTests::sanitizesAddresses ? 1'000 : 10'000;

@@ -4,7 +4,7 @@
 #include "Platform/Parameterization/AttributeDescription.h"
 #include "Platform/Parameterization/Object.h"
 #include "Service/CommandPattern/SetAttributeCmd.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/MessageOf.h"
 
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
@@ -210,7 +210,7 @@ TEST_F(SetAttributecommandFactoryTest, DoesNotTakeALackOfMemoryForATextThatIsNoN
     for (std::size_t successes = 0; hasFailed; ++successes)
     {
         bool hasThrown = false;
-        const ValdaneTests::FailingAllocation failing(successes);
+        const FailingAllocation failing(successes);
         try
         {
             SetAttributecommandFactory(factory).createCommand(attribute.get(), text, "");

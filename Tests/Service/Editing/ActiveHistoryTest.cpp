@@ -1,7 +1,7 @@
 #include "Service/Editing/ActiveHistory.h"
 
 #include "Service/CommandPattern/CommandManager.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/Failures.h"
 #include "Tests/Support/ScriptedCommand.h"
@@ -227,7 +227,7 @@ TEST_F(ActiveHistoryTest, NothingHasChangedIfThereIsNoMemory)
     std::size_t successes = 0;
     for (bool hasFailed = true; hasFailed; ++successes)
     {
-        const ValdaneTests::FailingAllocation failing(successes);
+        const FailingAllocation failing(successes);
         try
         {
             second->document.activate();

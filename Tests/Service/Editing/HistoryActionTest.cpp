@@ -2,10 +2,10 @@
 
 #include "Platform/Multitasking/ThreadManager.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Service/Editing/ActiveHistory.h"
 #include "Service/Editing/RedoAction.h"
 #include "Service/Editing/UndoAction.h"
-#include "Tests/Support/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/Failures.h"
 #include "Tests/Support/ScriptedCommand.h"
@@ -319,7 +319,7 @@ TEST_F(HistoryActionTest, WhatIsNotToldForLackOfMemoryIsToldWithTheNextUpdate)
             undoAction->connectToSigChanged([&] { isShownEnabled = undoAction->isEnabled(); });
         const auto command = std::make_shared<ScriptedCommand>(longName);
         {
-            const ValdaneTests::FailingAllocation failing(successes);
+            const FailingAllocation failing(successes);
             try
             {
                 manager.addExecutedCommand(command);

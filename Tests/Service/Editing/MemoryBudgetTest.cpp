@@ -3,7 +3,7 @@
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/HistoryChange.h"
 #include "Service/CommandPattern/MergeableCommand.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/Failures.h"
 #include "Tests/Support/MessageOf.h"
@@ -32,7 +32,6 @@ namespace
 
 using testing::IsEmpty;
 using ValdaneTests::ElementsAre;
-using ValdaneTests::FailingAllocation;
 
 class SizedCommand : public ScriptedCommand, public MergeableCommand
 {

@@ -4,7 +4,7 @@
 #include "Service/CommandPattern/HistoryChange.h"
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/MergeableCommand.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/Failures.h"
 #include "Tests/Support/MessageOf.h"
@@ -31,7 +31,6 @@ namespace
 
 using testing::IsEmpty;
 using ValdaneTests::ElementsAre;
-using ValdaneTests::FailingAllocation;
 
 /// Appends letters, and cuts them off again.
 class TypeCommand : public CommandBase

@@ -7,7 +7,7 @@
 #include "Service/CommandPattern/MergeableCommand.h"
 #include "Service/CommandPattern/ModuleAccessInterface.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/Failures.h"
 #include "Tests/Support/MessageOf.h"
@@ -35,9 +35,7 @@ namespace
 using testing::IsEmpty;
 using testing::Not;
 using testing::UnorderedElementsAre;
-using ValdaneTests::AllocationsThatFail;
 using ValdaneTests::ElementsAre;
-using ValdaneTests::FailingAllocation;
 
 class Marks : public ModuleAccessInterface
 {

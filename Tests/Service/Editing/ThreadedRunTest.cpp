@@ -5,8 +5,8 @@
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Platform/Multitasking/RefusedThreadStart.h"
-#include "Tests/Support/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/MessageOf.h"
 #include "Tests/Support/ScriptedThread.h"
@@ -36,7 +36,6 @@ namespace
 
 using testing::IsEmpty;
 using ValdaneTests::ElementsAre;
-using ValdaneTests::FailingAllocation;
 using ValdaneTests::Gate;
 using Edits = ThreadedRun::Edits;
 using Result = ThreadedRun::Result;

@@ -1,6 +1,6 @@
 #include "Platform/GeneralServices/LegacyProgress.h"
 
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -494,9 +494,9 @@ TEST(LegacyProgress, ADeepNestingIsFollowedInConstantStack)
 TEST(LegacyProgress, ConstructingAttachingAndDrivingAllocatesNothing)
 {
     const auto sub = makeProgress();
-    const auto before = ValdaneTests::allocationCount();
+    const auto before = Valdane::allocationCount();
     ::operator delete(::operator new(1));
-    ASSERT_EQ(ValdaneTests::allocationCount(), before + 1) << "the counter counts";
+    ASSERT_EQ(Valdane::allocationCount(), before + 1) << "the counter counts";
     {
         LegacyProgress top;
         LegacyProgress middle;
@@ -510,7 +510,7 @@ TEST(LegacyProgress, ConstructingAttachingAndDrivingAllocatesNothing)
         top.addProgress(sub, true);
         sub->setComplete();
     }
-    EXPECT_EQ(ValdaneTests::allocationCount(), before + 1);
+    EXPECT_EQ(Valdane::allocationCount(), before + 1);
 }
 
 TEST(LegacyProgress, NeverRunsBackwardsWhateverIsReported)

@@ -2,7 +2,7 @@
 
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/QueueLimit.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -127,7 +127,7 @@ TEST_F(ChangeTrackingTest, ACommandForWhoseSetsThereIsNoMemoryStaysWithTheCaller
     bool isMade = false;
     for (std::size_t successes = 0; !isMade; ++successes)
     {
-        const ValdaneTests::FailingAllocation failing(successes);
+        const FailingAllocation failing(successes);
         try
         {
             const QueuedCommand entry = tracking.makeEntry(std::move(given), modules, undoQueue);
@@ -346,7 +346,7 @@ protected:
 
     double bytesOfAnEntry() const
     {
-        return static_cast<double>(ValdaneTests::HeapUse::now().bytes - before.bytes) / count;
+        return static_cast<double>(HeapUse::now().bytes - before.bytes) / count;
     }
 
     std::size_t modifiedModules(std::size_t tracker) const
@@ -358,7 +358,7 @@ protected:
 
 private:
     std::vector<char> modules = std::vector<char>(count);
-    ValdaneTests::HeapUse before = ValdaneTests::HeapUse::now();
+    HeapUse before = HeapUse::now();
 };
 
 TEST_F(ChangeTrackingOfManyModules, EntriesStaySmall)
@@ -384,9 +384,9 @@ TEST_F(ChangeTrackingOfManyModules, EntriesStaySmall)
 
 TEST_F(ChangeTrackingOfManyModules, ASaveAllocatesAFewTimesForAnEntry)
 {
-    const std::uint64_t allocations = ValdaneTests::HeapUse::now().allocations;
+    const std::uint64_t allocations = HeapUse::now().allocations;
     tracking.adjustOnSave(0, undoQueue, redoQueue);
-    EXPECT_LE(ValdaneTests::HeapUse::now().allocations - allocations, 3 * count + 10);
+    EXPECT_LE(HeapUse::now().allocations - allocations, 3 * count + 10);
 }
 
 class ChangeTrackingOfBoth : public ChangeTrackingTest, public testing::WithParamInterface<std::size_t>
@@ -432,7 +432,7 @@ TEST_F(ChangeTrackingTest, ASaveForWhichThereIsNoMemoryChangesNothing)
     std::size_t failures = 0;
     for (bool isSaved = false; !isSaved;)
     {
-        const ValdaneTests::FailingAllocation failing(failures);
+        const FailingAllocation failing(failures);
         try
         {
             tracking.adjustOnSave(0, undoQueue, redoQueue);

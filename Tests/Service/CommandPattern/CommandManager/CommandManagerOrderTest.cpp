@@ -5,7 +5,7 @@
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/ModuleAccessInterface.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/Failures.h"
 #include "Tests/Support/ManagerJournal.h"
@@ -480,7 +480,7 @@ TEST_F(CommandManagerOrder, AModuleInterfaceThatCannotBeInstalledLeavesThePrevio
 {
     const auto refused = std::make_shared<ModuleAccessInterface>();
     {
-        const ValdaneTests::FailingAllocation none(0);
+        const FailingAllocation none(0);
         EXPECT_THROW(manager.setModuleAccessInterface(refused), std::bad_alloc);
     }
 

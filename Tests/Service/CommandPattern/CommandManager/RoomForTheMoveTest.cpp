@@ -1,7 +1,7 @@
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/ModuleAccessInterface.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 
 #include <gtest/gtest.h>
 
@@ -101,7 +101,7 @@ protected:
 private:
     static bool failsAfter(std::size_t successes, const std::function<void()>& operation)
     {
-        const ValdaneTests::FailingAllocation failure(successes);
+        const FailingAllocation failure(successes);
         try
         {
             operation();
@@ -149,7 +149,7 @@ TEST_F(RoomForTheMove, IsMadeBeforeACommandIsUndone)
 
 TEST_F(RoomForTheMove, IsNotMadeForNoCommand)
 {
-    const ValdaneTests::FailingAllocation noMemory(0, ValdaneTests::AllocationsThatFail::AllFromThereOn);
+    const FailingAllocation noMemory(0, AllocationsThatFail::AllFromThereOn);
     manager.addExecutedCommand(nullptr);
     manager.addCommand(nullptr);
     EXPECT_FALSE(noMemory.hasFailed());
@@ -203,8 +203,7 @@ TEST_F(RoomForTheMove, ForANewCommandIsTakenOverFromTheRedoQueue)
         auto added = std::make_shared<CountedCommand>("new", runs);
         bool answer = false;
         {
-            const ValdaneTests::FailingAllocation noMemory(0,
-                                                           ValdaneTests::AllocationsThatFail::AllFromThereOn);
+            const FailingAllocation noMemory(0, AllocationsThatFail::AllFromThereOn);
             answer = addNew(std::move(added));
         }
         EXPECT_TRUE(answer);
@@ -223,7 +222,7 @@ TEST_F(RoomForTheMove, ToRedoIsTakenOverFromTheRedoQueue)
     ASSERT_TRUE(manager.redo(1));
     bool answer = false;
     {
-        const ValdaneTests::FailingAllocation noMemory(0, ValdaneTests::AllocationsThatFail::AllFromThereOn);
+        const FailingAllocation noMemory(0, AllocationsThatFail::AllFromThereOn);
         answer = manager.redo(1);
     }
     EXPECT_TRUE(answer);
@@ -250,7 +249,7 @@ TEST_F(RoomForTheMove, ThatTheCommandHasUsedUpIsTakenOverFromTheOtherQueue)
     };
     bool answer = false;
     {
-        const ValdaneTests::FailingAllocation noMemory(0, ValdaneTests::AllocationsThatFail::AllFromThereOn);
+        const FailingAllocation noMemory(0, AllocationsThatFail::AllFromThereOn);
         answer = manager.redo(1);
     }
     EXPECT_TRUE(answer);
@@ -299,11 +298,11 @@ TEST_F(RoomForTheMove, IsThereForALongHistory)
     }
     manager.undoAll();
     manager.redoAll();
-    const std::size_t before = ValdaneTests::allocationCount();
+    const std::size_t before = allocationCount();
     manager.undoAll();
-    EXPECT_EQ(ValdaneTests::allocationCount() - before, 0U);
+    EXPECT_EQ(allocationCount() - before, 0U);
     manager.redoAll();
-    EXPECT_EQ(ValdaneTests::allocationCount() - before, 0U);
+    EXPECT_EQ(allocationCount() - before, 0U);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "Service/CommandPattern/HistoryChange.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Service/Editing/History/HistoryFixture.h"
-#include "Tests/Support/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/Failures.h"
 
@@ -258,7 +258,7 @@ TEST_F(HistoryReentrancyTest, RowsAreExactWhicheverAllocationFails)
             manager.addCommand(std::make_shared<Drag>("d"));
             manager.undo(index == 2 ? 1 : 0);
             {
-                const ValdaneTests::FailingAllocation failing(successes);
+                const FailingAllocation failing(successes);
                 try
                 {
                     operations[index]();

@@ -1,5 +1,5 @@
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Service/Editing/History/HistoryFixture.h"
-#include "Tests/Support/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/MessageOf.h"
 
@@ -356,10 +356,10 @@ TEST_F(HistoryTest, AStepAllocatesTheSameInALongHistory)
     {
         manager.undo(1);
         manager.redo(1);
-        const std::size_t before = ValdaneTests::allocationCount();
+        const std::size_t before = allocationCount();
         manager.undo(1);
         manager.redo(1);
-        return ValdaneTests::allocationCount() - before;
+        return allocationCount() - before;
     };
     addAll("ab");
     const std::size_t few = allocations();

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Multitasking/ThreadManager.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/Faults/FaultRow.h"
 
 #include <chrono>
@@ -46,8 +46,7 @@ class AllocationFault
 {
 public:
     AllocationFault(std::size_t place, bool lasts)
-        : failure(place, lasts ? ValdaneTests::AllocationsThatFail::AllFromThereOn
-                               : ValdaneTests::AllocationsThatFail::One)
+        : failure(place, lasts ? AllocationsThatFail::AllFromThereOn : AllocationsThatFail::One)
     {
     }
 
@@ -57,7 +56,7 @@ public:
     }
 
 private:
-    ValdaneTests::FailingAllocation failure;
+    FailingAllocation failure;
 };
 
 struct KindOfFault

@@ -3,8 +3,11 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace ValdaneTests
+namespace Valdane
 {
+
+// The operator new of programs that link `Valdane::CommandTestingAllocations`: it counts, and fails where a test
+// wants it. Any thread.
 
 /// How often this thread has called operator new so far.
 std::size_t allocationCount() noexcept;
@@ -16,24 +19,28 @@ struct HeapUse
     std::uint64_t blocks = 0;      ///< in use
     std::uint64_t bytes = 0;       ///< in use, as the allocator rounds them
 
+    /// The use at this moment.
     static HeapUse now() noexcept;
 };
 
+/// Which allocations a FailingAllocation lets fail.
 enum class AllocationsThatFail
 {
-    One,
-    AllFromThereOn,
+    One,            ///< a single one
+    AllFromThereOn, ///< that one, and all after it
 };
 
 /// While it lives, calls of operator new on this thread throw std::bad_alloc: the one after @p successes
-/// others, or all from there on.
+/// others, or all from there on. One at a time on each thread.
 class FailingAllocation
 {
 public:
+    /// Begins to count.
     explicit FailingAllocation(std::size_t successes,
                                AllocationsThatFail which = AllocationsThatFail::One) noexcept;
     FailingAllocation(const FailingAllocation&) = delete;
     FailingAllocation& operator=(const FailingAllocation&) = delete;
+    /// Nothing fails any more. @pre on the thread that made this (not checked).
     ~FailingAllocation();
 
     /// Whether any has failed.
@@ -43,4 +50,4 @@ private:
     std::size_t failsAt;
 };
 
-} // namespace ValdaneTests
+} // namespace Valdane

@@ -1,4 +1,4 @@
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -126,7 +126,7 @@ void operator delete(void* block, std::size_t, std::align_val_t) noexcept
     release(block);
 }
 
-namespace ValdaneTests
+namespace Valdane
 {
 
 std::size_t allocationCount() noexcept
@@ -156,4 +156,4 @@ bool FailingAllocation::hasFailed() const noexcept
     return countOfThread > failsAt;
 }
 
-} // namespace ValdaneTests
+} // namespace Valdane
