@@ -20,6 +20,9 @@ namespace Checks
 VALDANE_COMMANDTESTING_EXPORT Report roundTrip(const CommandSubject& subject,
                                                const CommandSubject::Maker& make,
                                                const RoundTripOptions& options);
+VALDANE_COMMANDTESTING_EXPORT Report failures(const CommandSubject& subject,
+                                              const CommandSubject::Maker& make, FailurePoints& points);
+VALDANE_COMMANDTESTING_EXPORT Report aborts(const CommandSubject& subject, const CommandSubject::Maker& make);
 VALDANE_COMMANDTESTING_EXPORT Report progress(const CommandSubject& subject,
                                               const CommandSubject::Maker& make, double largestMove);
 VALDANE_COMMANDTESTING_EXPORT Report merging(const CommandSubject& subject,

@@ -172,6 +172,19 @@ public:
         return Checks::staleObjects(subject, make.erased, makeRemoval.erased);
     }
 
+    /// An abort changes nothing: a threaded command, or a macro with threads, is aborted before each of its runs, at
+    /// each question for isAborted(), and after each run. The data are those from before then. A run that never
+    /// asks is a mistake.
+    ///
+    /// In synchronous mode the manager queues an aborted command all the same; its undo() changes nothing. A macro continues there; undone, the data are those from before. If a nested macro has the run, the
+    /// outer one is undone, too, as applications want it; the manager alone ends the nested one.
+    ///
+    /// Cost: a world and a run for each place. Nobody else runs threads meanwhile: see RunProbe.
+    Report aborts(const Maker& make) const
+    {
+        return Checks::aborts(subject, make.erased);
+    }
+
     /// Every check that fits one command: misuse() and, if that finds nothing, roundTrip(), progress(), and
     /// tracking() if setModules() was called.
     Report all(const Maker& make, const RoundTripOptions& options = {}) const

@@ -1,8 +1,9 @@
 #include "Service/CommandTesting/Mistake.h"
 
 #include "Service/CommandTesting/Report.h"
+#include "Service/CommandTesting/Snapshot.h"
 
-#include <string>
+#include <exception>
 
 namespace Valdane
 {
@@ -46,6 +47,14 @@ void Mistake::guard(const std::string& step, const std::function<void()>& work)
     catch (...)
     {
         throw Mistake(step + " throws something that is not derived from std::exception");
+    }
+}
+
+void Mistake::unlessEqual(const Snapshot& expected, const Snapshot& found, const std::string& sentence)
+{
+    if (!(expected == found))
+    {
+        throw Mistake(sentence + ":\n" + expected.differenceTo(found));
     }
 }
 

@@ -2,11 +2,13 @@
 
 #include <functional>
 #include <stdexcept>
+#include <string>
 
 namespace Valdane
 {
 
 class Report;
+class Snapshot;
 
 /// What a trial has found, in the words of the report. It ends the trial.
 class Mistake : public std::runtime_error
@@ -19,6 +21,9 @@ public:
 
     /// Runs a step of a trial. @throws Mistake "<step> throws: <text>" if it throws anything.
     static void guard(const std::string& step, const std::function<void()>& work);
+
+    /// @throws Mistake "<sentence>:" with the difference, if @p found is not as @p expected.
+    static void unlessEqual(const Snapshot& expected, const Snapshot& found, const std::string& sentence);
 };
 
 } // namespace Valdane

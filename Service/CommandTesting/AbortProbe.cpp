@@ -1,0 +1,152 @@
+// The run stops at the place until the abort is set, and not longer: an abortRun() may need a lock that the run holds
+// where it asks. For the same reason a run cannot abort itself there; in synchronous mode a thread of the probe does it.
+
+#include "Service/CommandTesting/AbortProbe.h"
+
+#include "Platform/Multitasking/Thread.h"
+#include "Platform/Multitasking/ThreadManager.h"
+#include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandTesting/Mistake.h"
+
+#include <utility>
+
+namespace Valdane
+{
+
+AbortProbe::AbortProbe(CommandManager& watchedManager, std::uint64_t abortedPlace, bool namesRuns)
+    : manager(watchedManager),
+      threads(watchedManager.getThreadManager()),
+      target(abortedPlace),
+      tellsNames(namesRuns),
+      before(install(this))
+{
+    threads->setRunEndedCallback([this] { runEnds(); });
+}
+
+AbortProbe::~AbortProbe()
+{
+    threads->setRunEndedCallback(nullptr);
+    install(before);
+}
+
+void AbortProbe::runBegins(const Thread& thread)
+{
+    {
+        const std::scoped_lock lock(mutex);
+        ++runs;
+        questionsOfRun = 0;
+        name = !tellsNames ? "" : " of \"" + thread.getName() + "\"";
+    }
+    stop("before the run");
+}
+
+void AbortProbe::abortIsAsked(const Thread& /*thread*/)
+{
+    std::uint64_t number = 0;
+    {
+        const std::scoped_lock lock(mutex);
+        ++questions;
+        number = ++questionsOfRun;
+    }
+    stop("at question " + std::to_string(number));
+}
+
+void AbortProbe::abortWasSet(const Thread& /*thread*/)
+{
+    const std::scoped_lock lock(mutex);
+    isReleased = true;
+    changed.notify_all();
+}
+
+// Called on the worker.
+void AbortProbe::runEnds()
+{
+    const std::scoped_lock lock(mutex);
+    isPlaceTheEnd = isReached("after the run");
+    hasEnded = true;
+    changed.notify_all();
+}
+
+// The mutex is locked.
+bool AbortProbe::isReached(const std::string& what)
+{
+    if (next++ != target)
+    {
+        return false;
+    }
+    place = what + name;
+    return true;
+}
+
+void AbortProbe::stop(const std::string& what)
+{
+    std::unique_lock lock(mutex);
+    if (!isReached(what))
+    {
+        return;
+    }
+    if (threads->getThreadingMode() == 0)
+    {
+        aborter = std::jthread([this] { abort(); });
+    }
+    isHeld = true;
+    changed.notify_all();
+    changed.wait(lock, [this] { return isReleased; });
+    isHeld = false;
+}
+
+bool AbortProbe::waitForPlaceOrEnd()
+{
+    std::unique_lock lock(mutex);
+    changed.wait(lock, [this] { return isHeld || hasEnded; });
+    // Left behind for the next run it would only spare a wait, when the place is behind already.
+    hasEnded = false;
+    return isHeld || std::exchange(isPlaceTheEnd, false);
+}
+
+void AbortProbe::waitForAbort()
+{
+    if (aborter.joinable())
+    {
+        aborter.join();
+    }
+}
+
+void AbortProbe::abort()
+{
+    try
+    {
+        Mistake::guard("abortRun()", [this] { manager.abortThreadedCommand(); });
+    }
+    catch (const Mistake& mistake)
+    {
+        const std::scoped_lock lock(mutex);
+        failure = mistake.what();
+    }
+}
+
+std::string AbortProbe::getPlace() const
+{
+    const std::scoped_lock lock(mutex);
+    return place;
+}
+
+std::string AbortProbe::getFailure() const
+{
+    const std::scoped_lock lock(mutex);
+    return failure;
+}
+
+std::uint64_t AbortProbe::getRuns() const
+{
+    const std::scoped_lock lock(mutex);
+    return runs;
+}
+
+std::uint64_t AbortProbe::getQuestions() const
+{
+    const std::scoped_lock lock(mutex);
+    return questions;
+}
+
+} // namespace Valdane

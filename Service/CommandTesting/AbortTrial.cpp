@@ -1,0 +1,139 @@
+#include "Service/CommandTesting/AbortTrial.h"
+
+#include "Platform/Multitasking/ThreadManager.h"
+#include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandPattern/ThreadedCommand.h"
+#include "Service/CommandPattern/ThreadedMacroCommand.h"
+#include "Service/CommandTesting/Mistake.h"
+#include "Service/CommandTesting/NestedRollback.h"
+
+#include <memory>
+
+namespace Valdane
+{
+
+AbortTrial::AbortTrial(const CommandSubject& subject, const CommandSubject::Maker& make, Mode threadingMode,
+                       std::uint64_t place)
+    : trial(subject, make),
+      mode(threadingMode),
+      failed(trial.getManager().connectToSigCommandFailed(
+          [this](const char* text, const std::string& /*command*/) { failure = text; })),
+      probe(trial.getManager(), place, isMacro()),
+      before(trial.takeSnapshot())
+{
+    trial.getManager().getThreadManager()->setThreadingMode(mode == Mode::OnWorker ? 1 : 0);
+}
+
+bool AbortTrial::isMacro() const
+{
+    return dynamic_cast<const ThreadedMacroCommand*>(trial.getCommand().get()) != nullptr;
+}
+
+void AbortTrial::run()
+{
+    try
+    {
+        start();
+        while (trial.getManager().getCurrentThreadedCommand() != nullptr)
+        {
+            finish();
+        }
+    }
+    catch (const Mistake& mistake)
+    {
+        thrown = mistake.what();
+    }
+}
+
+void AbortTrial::start()
+{
+    CommandManager& manager = trial.getManager();
+    const auto& command = trial.getCommand();
+    Mistake::guard("addThreadedCommand()",
+                   [&]
+                   {
+                       if (auto macro = std::dynamic_pointer_cast<ThreadedMacroCommand>(command))
+                       {
+                           manager.addThreadedCommand(std::move(macro));
+                       }
+                       else
+                       {
+                           manager.addThreadedCommand(std::dynamic_pointer_cast<ThreadedCommand>(command));
+                       }
+                   });
+    probe.waitForAbort();
+}
+
+// One thread of the command.
+void AbortTrial::finish()
+{
+    CommandManager& manager = trial.getManager();
+    // There is none if a macro has skipped a thread that could not be started.
+    if (manager.getThreadManager()->getCurrentThread() != nullptr && probe.waitForPlaceOrEnd())
+    {
+        NestedRollback::putInto(manager);
+        probe.abort();
+    }
+    Mistake::guard("finalizeThread()", [&] { manager.finalizeThread(); });
+}
+
+void AbortTrial::expectDone() const
+{
+    expectNothingThrown();
+    if (!failure.empty())
+    {
+        throw Mistake("it fails: " + failure);
+    }
+    if (probe.getRuns() == 0)
+    {
+        throw Mistake("it runs no thread, so that there is nothing to abort");
+    }
+    if (trial.takeSnapshot() == before)
+    {
+        throw Mistake("nothing changes that the snapshot shows, so that aborts prove nothing");
+    }
+}
+
+void AbortTrial::expectAborted()
+{
+    expectNothingThrown();
+    const bool isQueued = trial.getManager().canUndo();
+    // Without a worker a macro continues behind the aborted run.
+    if (!isQueued || !isMacro())
+    {
+        Mistake::unlessEqual(before, trial.takeSnapshot(), "the data are not as before");
+    }
+    if (isQueued)
+    {
+        expectNothingToUndo();
+    }
+}
+
+void AbortTrial::expectNothingToUndo()
+{
+    trial.undo("undo(), which the manager calls after an abort without a worker,");
+    Mistake::unlessEqual(before, trial.takeSnapshot(), "after undo() the data are not as before");
+}
+
+void AbortTrial::expectNothingThrown() const
+{
+    for (const std::string& text : {thrown, probe.getFailure()})
+    {
+        if (!text.empty())
+        {
+            throw Mistake(text);
+        }
+    }
+}
+
+bool AbortTrial::isAsking() const
+{
+    return probe.getQuestions() > 0;
+}
+
+std::string AbortTrial::getPlace() const
+{
+    return probe.getPlace();
+}
+
+} // namespace Valdane

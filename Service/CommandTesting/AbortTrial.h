@@ -1,0 +1,61 @@
+#pragma once
+
+#include "Platform/Signals/Connection.h"
+#include "Service/CommandTesting/AbortProbe.h"
+#include "Service/CommandTesting/CommandSubject.h"
+#include "Service/CommandTesting/Snapshot.h"
+#include "Service/CommandTesting/Trial.h"
+
+#include <cstdint>
+#include <string>
+
+namespace Valdane
+{
+
+/// One run of a threaded command, or of a macro with threads, that is aborted at one place.
+class AbortTrial
+{
+public:
+    /// Where threads run.
+    enum class Mode
+    {
+        Synchronous,
+        OnWorker,
+    };
+
+    /// @param place  the number of an AbortProbe's place. @throws Mistake
+    AbortTrial(const CommandSubject& subject, const CommandSubject::Maker& make, Mode threadingMode,
+               std::uint64_t place);
+
+    /// Runs the command to its end, or to its abort.
+    void run();
+
+    /// @throws Mistake if the run has failed, runs no thread, or has changed nothing.
+    void expectDone() const;
+
+    /// @throws Mistake if the abort has left something behind.
+    void expectAborted();
+
+    /// Whether any run has asked isAborted().
+    bool isAsking() const;
+
+    /// Where it was aborted; empty if the run has no such place.
+    std::string getPlace() const;
+
+private:
+    bool isMacro() const;
+    void start();
+    void finish();
+    void expectNothingThrown() const;
+    void expectNothingToUndo();
+
+    Trial trial;
+    Mode mode;
+    std::string failure;
+    std::string thrown;
+    Signals::Connection failed;
+    AbortProbe probe;
+    Snapshot before;
+};
+
+} // namespace Valdane
