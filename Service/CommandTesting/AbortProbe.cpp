@@ -1,5 +1,5 @@
 // The run stops at the place until the abort is set, and not longer: an abortRun() may need a lock that the run holds
-// where it asks. For the same reason a run cannot abort itself there; in synchronous mode a thread of the probe does it.
+// where it asks. For the same reason a run cannot abort itself there; in synchronous mode a thread of the probe does.
 
 #include "Service/CommandTesting/AbortProbe.h"
 

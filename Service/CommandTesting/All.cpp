@@ -1,11 +1,25 @@
+#include "Service/CommandPattern/ThreadedCommand.h"
+#include "Service/CommandPattern/ThreadedMacroCommand.h"
 #include "Service/CommandTesting/Checks.h"
 #include "Service/CommandTesting/Trial.h"
 
 namespace Valdane
 {
+namespace
+{
+
+bool hasThreads(const CommandSubject& subject, const CommandSubject::Maker& make)
+{
+    const Trial trial(subject, make);
+    const CommandBase* const command = trial.getCommand().get();
+    return dynamic_cast<const ThreadedCommand*>(command) != nullptr ||
+           dynamic_cast<const ThreadedMacroCommand*>(command) != nullptr;
+}
+
+} // namespace
 
 Report Checks::all(const CommandSubject& subject, const CommandSubject::Maker& make,
-                   const RoundTripOptions& options, FailurePoints& /*points*/)
+                   const RoundTripOptions& options, FailurePoints& points)
 {
     // First: what it finds, all others would stumble over.
     Report report = Trial::begin("All checks", subject, make);
@@ -15,10 +29,15 @@ Report Checks::all(const CommandSubject& subject, const CommandSubject::Maker& m
         return report;
     }
     report.add(roundTrip(subject, make, options));
+    report.add(failures(subject, make, points));
     report.add(progress(subject, make, 1));
     if (subject.modules)
     {
         report.add(tracking(subject, make));
+    }
+    if (hasThreads(subject, make))
+    {
+        report.add(aborts(subject, make));
     }
     return report;
 }

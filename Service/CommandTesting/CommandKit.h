@@ -172,12 +172,30 @@ public:
         return Checks::staleObjects(subject, make.erased, makeRemoval.erased);
     }
 
+    /// A failure changes nothing: execute(), undo() and redo() fail once at each failAt() that they reach, with an
+    /// exception and with an int, and once at each of their allocations. The data are those from before then, and
+    /// a second attempt succeeds. A step that hides the failure has done all of its work. Nothing leaks: each
+    /// failure happens twice, and what the second time leaves counts. What is right by itself then
+    /// fails at each failAt() through the manager, too.
+    ///
+    /// Allocations fail, and leaks are found, if the program links `Valdane::CommandTestingAllocations`; if not, the
+    /// subject of the report says so. Macros do not fail with an int, after which they do not roll back. A
+    /// ThreadedMacroCommand, which rolls back only there, is executed by addThreadedCommand(); runs are synchronous.
+    ///
+    /// Cost: two worlds for each failure.
+    Report failures(const Maker& make) const
+    {
+        return Checks::failures(subject, make.erased, *points);
+    }
+
     /// An abort changes nothing: a threaded command, or a macro with threads, is aborted before each of its runs, at
     /// each question for isAborted(), and after each run. The data are those from before then. A run that never
     /// asks is a mistake.
     ///
-    /// In synchronous mode the manager queues an aborted command all the same; its undo() changes nothing. A macro continues there; undone, the data are those from before. If a nested macro has the run, the
-    /// outer one is undone, too, as applications want it; the manager alone ends the nested one.
+    /// In synchronous mode the manager queues an aborted command all the same; its undo() changes nothing. A macro
+    /// continues there; undone, the data are those from before. If a nested macro has the run, the outer one is
+    /// undone, too, as applications want it; the manager alone ends the nested one. In synchronous mode abortRun()
+    /// is called on a thread of the check.
     ///
     /// Cost: a world and a run for each place. Nobody else runs threads meanwhile: see RunProbe.
     Report aborts(const Maker& make) const
@@ -185,8 +203,8 @@ public:
         return Checks::aborts(subject, make.erased);
     }
 
-    /// Every check that fits one command: misuse() and, if that finds nothing, roundTrip(), progress(), and
-    /// tracking() if setModules() was called.
+    /// Every check that fits one command: misuse() and, if that finds nothing, roundTrip(), failures(),
+    /// progress(), tracking() if setModules() was called, and aborts() if it is a threaded command or macro.
     Report all(const Maker& make, const RoundTripOptions& options = {}) const
     {
         return Checks::all(subject, make.erased, options, *points);

@@ -53,6 +53,11 @@ void PlacedMistakes::add(const std::string& place, const std::string& text)
     }
 }
 
+bool PlacedMistakes::isEmpty() const
+{
+    return mistakes.empty();
+}
+
 void PlacedMistakes::addTo(Report& report, const std::string& beginning) const
 {
     for (const Found& found : mistakes)

@@ -19,6 +19,8 @@ public:
     /// Keeps a mistake.
     void add(const std::string& place, const std::string& text);
 
+    bool isEmpty() const;
+
     /// Adds "<beginning> <places>: <text>" to @p report for each mistake.
     void addTo(Report& report, const std::string& beginning) const;
 

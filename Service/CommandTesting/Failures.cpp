@@ -1,0 +1,186 @@
+#include "Service/CommandPattern/CommandBase.h"
+#include "Service/CommandPattern/MacroCommand.h"
+#include "Service/CommandTesting/AllocationFaults.h"
+#include "Service/CommandTesting/Checks.h"
+#include "Service/CommandTesting/FailurePoints.h"
+#include "Service/CommandTesting/FailureScenario.h"
+#include "Service/CommandTesting/FailureStep.h"
+#include "Service/CommandTesting/Fault.h"
+#include "Service/CommandTesting/Mistake.h"
+#include "Service/CommandTesting/PlacedMistakes.h"
+#include "Service/CommandTesting/Trial.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Valdane
+{
+namespace
+{
+
+/// Lets every step of a command fail at every place, one at a time.
+class FailureCheck
+{
+public:
+    FailureCheck(const CommandSubject& triedSubject, const CommandSubject::Maker& makeCommand,
+                 FailurePoints& usedPoints, Report& filledReport)
+        : subject(triedSubject),
+          make(makeCommand),
+          points(usedPoints),
+          allocations(AllocationFaults::getInstalled()),
+          report(filledReport)
+    {
+    }
+
+    void run()
+    {
+        const Trial trial(subject, make);
+        isMacro = dynamic_cast<const MacroCommand*>(trial.getCommand().get()) != nullptr;
+        for (const FailureStep& step : FailureStep::allFor(*trial.getCommand()))
+        {
+            // Through the manager the mistakes of the command would only be told again.
+            const auto isTheSame = [&step](const FailureStep& other)
+            {
+                return step.callsTheSameAs(other);
+            };
+            if (std::ranges::none_of(mistaken, isTheSame))
+            {
+                tryStep(step);
+            }
+        }
+    }
+
+private:
+    void tryStep(const FailureStep& step)
+    {
+        std::optional<FailureScenario::Data> whole;
+        const auto runWhole = [&]
+        {
+            whole = FailureScenario(subject, make, step).runWhole();
+        };
+        runWhole();
+        const std::uint64_t leaked = countLeft(runWhole);
+        if (!whole)
+        {
+            return;
+        }
+        if (leaked > 0 && !isLeaking)
+        {
+            isLeaking = true;
+            report.addMistake("Without a failure, " + textOf(leaked));
+        }
+        PlacedMistakes mistakes;
+        for (const std::unique_ptr<Fault>& fault : faultsFor(step))
+        {
+            for (std::uint64_t place = 0; tryPlace(step, *whole, *fault, place, mistakes); ++place)
+            {
+            }
+        }
+        if (!mistakes.isEmpty())
+        {
+            mistakes.addTo(report, step.getName() + " fails");
+            mistaken.push_back(step);
+        }
+    }
+
+    std::vector<std::unique_ptr<Fault>> faultsFor(const FailureStep& step) const
+    {
+        std::vector<std::unique_ptr<Fault>> faults;
+        if (allocations != nullptr && !step.isByManager())
+        {
+            faults.push_back(Fault::ofAllocation(*allocations));
+        }
+        faults.push_back(Fault::ofPoint(points, FailurePoints::Kind::StandardException));
+        // A macro does not roll back for anything else.
+        if (!isMacro)
+        {
+            faults.push_back(Fault::ofPoint(points, FailurePoints::Kind::Other));
+        }
+        return faults;
+    }
+
+    // Whether there was such a place.
+    bool tryPlace(const FailureStep& step, const FailureScenario::Data& whole, Fault& fault,
+                  std::uint64_t place, PlacedMistakes& mistakes)
+    {
+        std::string mistake = failAt(step, whole, fault, place);
+        if (!fault.wasReached())
+        {
+            return false;
+        }
+        if (!mistake.empty())
+        {
+            mistakes.add(fault.describe(), mistake);
+        }
+        // What the first time leaves may be kept on purpose.
+        const std::uint64_t left = isLeaking ? 0 : countLeft([&] { failAt(step, whole, fault, place); });
+        if (left > 0)
+        {
+            mistakes.add(fault.describe(), textOf(left));
+        }
+        return true;
+    }
+
+    // The text of the mistake, empty if there is none.
+    std::string failAt(const FailureStep& step, const FailureScenario::Data& whole, Fault& fault,
+                       std::uint64_t place) const
+    {
+        FailureScenario scenario(subject, make, step);
+        scenario.expectBefore(whole);
+        try
+        {
+            scenario.runFailing(fault, place, whole);
+            return "";
+        }
+        catch (const Mistake& mistake)
+        {
+            return mistake.what();
+        }
+    }
+
+    // How many blocks more are in use after it than before.
+    template <typename Work>
+    std::uint64_t countLeft(const Work& work) const
+    {
+        if (allocations == nullptr)
+        {
+            return 0;
+        }
+        const std::uint64_t before = allocations->getBlocksInUse();
+        work();
+        const std::uint64_t after = allocations->getBlocksInUse();
+        return after > before ? after - before : 0;
+    }
+
+    static std::string textOf(std::uint64_t blocks)
+    {
+        return blocks == 1 ? "1 block is not released" : std::to_string(blocks) + " blocks are not released";
+    }
+
+    const CommandSubject& subject;
+    const CommandSubject::Maker& make;
+    FailurePoints& points;
+    AllocationFaults* const allocations;
+    Report& report;
+    std::vector<FailureStep> mistaken;
+    bool isMacro = false;
+    bool isLeaking = false;
+};
+
+} // namespace
+
+Report Checks::failures(const CommandSubject& subject, const CommandSubject::Maker& make,
+                        FailurePoints& points)
+{
+    const bool hasAllocations = AllocationFaults::getInstalled() != nullptr;
+    Report report(Trial::begin("Failures", subject, make).getSubject() +
+                  (hasAllocations ? "" : ", without failing allocations"));
+    Mistake::collect(report, [&] { FailureCheck(subject, make, points, report).run(); });
+    return report;
+}
+
+} // namespace Valdane

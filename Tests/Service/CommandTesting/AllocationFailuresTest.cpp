@@ -1,0 +1,221 @@
+// In a program with Valdane::CommandTestingAllocations.
+
+#include "Service/CommandPattern/CommandBase.h"
+#include "Service/CommandPattern/MacroCommand.h"
+#include "Service/CommandTesting/AllocationFaults.h"
+#include "Service/CommandTesting/CommandKit.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Valdane
+{
+namespace
+{
+
+using Numbers = std::vector<std::unique_ptr<int>>;
+
+std::string textOf(const Numbers& numbers)
+{
+    std::string text;
+    for (const auto& number : numbers)
+    {
+        text += std::to_string(*number) + "\n";
+    }
+    return text;
+}
+
+CommandKit<Numbers> numbersKit()
+{
+    return {[] { return std::make_unique<Numbers>(); }, textOf};
+}
+
+// Puts two numbers in, and takes them out.
+class PutCommand : public CommandBase
+{
+public:
+    explicit PutCommand(Numbers& filledNumbers) : CommandBase("Put"), numbers(filledNumbers) {}
+
+    void execute() override
+    {
+        auto first = std::make_unique<int>(1);
+        auto second = std::make_unique<int>(2);
+        numbers.reserve(2);
+        numbers.push_back(std::move(first));
+        numbers.push_back(std::move(second));
+    }
+
+    void undo() override
+    {
+        numbers.clear();
+    }
+
+protected:
+    Numbers& numbers;
+};
+
+template <typename Command>
+std::string allocationFailuresOf()
+{
+    return numbersKit()
+        .failures([](Numbers& numbers) { return std::make_shared<Command>(numbers); })
+        .toText();
+}
+
+TEST(AllocationFailuresTest, OneThatAllocatesFirstIsNotAccused)
+{
+    EXPECT_EQ(allocationFailuresOf<PutCommand>(), "Failures of \"Put\": no mistakes\n");
+}
+
+TEST(AllocationFailuresTest, AMacroIsNotAccused)
+{
+    const auto make = [](Numbers& numbers)
+    {
+        auto macro = std::make_shared<MacroCommand>("All");
+        macro->addCommand(std::make_shared<PutCommand>(numbers));
+        return macro;
+    };
+    EXPECT_EQ(numbersKit().failures(make).toText(), "Failures of \"All\": no mistakes\n");
+}
+
+TEST(AllocationFailuresTest, OneThatAllocatesHalfWayIsAccused)
+{
+    class OneByOne : public PutCommand
+    {
+    public:
+        using PutCommand::PutCommand;
+
+        void execute() override
+        {
+            numbers.reserve(2);
+            numbers.push_back(std::make_unique<int>(1));
+            numbers.push_back(std::make_unique<int>(2));
+        }
+    };
+
+    EXPECT_EQ(allocationFailuresOf<OneByOne>(),
+              "Failures of \"Put\": 2 mistakes\n"
+              "  execute() fails at allocation 3: the data are not as before:\n"
+              "  + 1\n"
+              "  redo() fails at allocation 2: the data are not as before:\n"
+              "  + 1\n");
+}
+
+TEST(AllocationFailuresTest, OneThatLosesWhatItHasAllocatedIsAccused)
+{
+    class Losing : public PutCommand
+    {
+    public:
+        using PutCommand::PutCommand;
+
+        void execute() override
+        {
+            int* const first = std::make_unique<int>(1).release();
+            auto second = std::make_unique<int>(2);
+            numbers.reserve(2);
+            numbers.emplace_back(first);
+            numbers.push_back(std::move(second));
+        }
+    };
+
+    EXPECT_EQ(allocationFailuresOf<Losing>(),
+              "Failures of \"Put\": 2 mistakes\n"
+              "  execute() fails at allocation 2 and at allocation 3: 1 block is not released\n"
+              "  redo() fails at allocation 2: 1 block is not released\n");
+}
+
+std::vector<std::unique_ptr<int>> kept;
+
+TEST(AllocationFailuresTest, OneThatLeaksWithoutAFailureIsAccusedOfThatAlone)
+{
+    class Keeping : public PutCommand
+    {
+    public:
+        using PutCommand::PutCommand;
+
+        void execute() override
+        {
+            auto more = std::make_unique<int>(0);
+            PutCommand::execute();
+            kept.push_back(std::move(more));
+        }
+    };
+
+    kept.reserve(1000);
+    EXPECT_EQ(allocationFailuresOf<Keeping>(), "Failures of \"Put\": 1 mistake\n"
+                                               "  Without a failure, 1 block is not released\n");
+    kept.clear();
+    kept.shrink_to_fit();
+}
+
+TEST(AllocationFailuresTest, WhatIsKeptOnceIsNoLeak)
+{
+    class KeepingOnce : public PutCommand
+    {
+    public:
+        using PutCommand::PutCommand;
+
+        void execute() override
+        {
+            static const auto table = std::make_unique<int>(0);
+            PutCommand::execute();
+        }
+    };
+
+    EXPECT_EQ(allocationFailuresOf<KeepingOnce>(), "Failures of \"Put\": no mistakes\n");
+}
+
+TEST(AllocationFailuresTest, OneThatDoesWithoutMemoryIsNotAccused)
+{
+    class Frugal : public PutCommand
+    {
+    public:
+        using PutCommand::PutCommand;
+
+        void execute() override
+        {
+            try
+            {
+                numbers.reserve(100);
+            }
+            catch (const std::bad_alloc&)
+            {
+                numbers.reserve(2);
+            }
+            PutCommand::execute();
+        }
+
+        void undo() override
+        {
+            Numbers().swap(numbers);
+        }
+    };
+
+    EXPECT_EQ(allocationFailuresOf<Frugal>(), "Failures of \"Put\": no mistakes\n");
+}
+
+TEST(AllocationFailuresTest, TheObjectsInstallTheirFaults)
+{
+    AllocationFaults* const faults = AllocationFaults::getInstalled();
+    ASSERT_NE(faults, nullptr);
+    faults->begin(1);
+    const auto first = std::make_unique<int>(1);
+    EXPECT_THROW(std::make_unique<int>(2), std::bad_alloc);
+    EXPECT_TRUE(faults->end());
+    faults->begin(0);
+    EXPECT_FALSE(faults->end());
+    const std::uint64_t before = faults->getBlocksInUse();
+    auto block = std::make_unique<int>(3);
+    EXPECT_EQ(faults->getBlocksInUse(), before + 1);
+    block.reset();
+    EXPECT_EQ(faults->getBlocksInUse(), before);
+}
+
+} // namespace
+} // namespace Valdane
