@@ -2,6 +2,7 @@
 
 #include "Service/CommandTesting/CommandSubject.h"
 #include "Service/CommandTesting/CommandTestingExport.h"
+#include "Service/CommandTesting/HistoryStep.h"
 #include "Service/CommandTesting/MergeAnswer.h"
 #include "Service/CommandTesting/Report.h"
 #include "Service/CommandTesting/RoundTripOptions.h"
@@ -38,6 +39,10 @@ VALDANE_COMMANDTESTING_EXPORT Report staleObjects(const CommandSubject& subject,
                                                   const CommandSubject::Maker& makeRemoval);
 VALDANE_COMMANDTESTING_EXPORT Report all(const CommandSubject& subject, const CommandSubject::Maker& make,
                                          const RoundTripOptions& options, FailurePoints& points);
+
+VALDANE_COMMANDTESTING_EXPORT Report replay(const CommandSubject& subject,
+                                            const std::vector<CommandSubject::Generator>& generators,
+                                            const std::vector<HistoryStep>& steps, FailurePoints& points);
 
 } // namespace Checks
 } // namespace Valdane

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "Service/CommandTesting/Checks.h"
+#include "Service/CommandTesting/Choices.h"
 #include "Service/CommandTesting/CommandSubject.h"
 #include "Service/CommandTesting/FailurePoints.h"
+#include "Service/CommandTesting/HistoryStep.h"
 #include "Service/CommandTesting/MergeAnswer.h"
 #include "Service/CommandTesting/Report.h"
 #include "Service/CommandTesting/RoundTripOptions.h"
@@ -72,6 +74,26 @@ public:
     private:
         friend CommandKit;
         CommandSubject::Maker erased;
+    };
+
+    /// What makes commands for replay(): a callable that takes a `World&` and a `Choices&`, and returns a shared
+    /// pointer to a command for the world as it is; empty if there is none.
+    class Generator
+    {
+    public:
+        template <typename Generate>
+
+        requires(!std::same_as<std::remove_cvref_t<Generate>, Generator> &&
+                 std::invocable<const Generate&, World&, Choices&>) Generator(Generate generate)
+            : erased([kept = std::move(generate)](const CommandSubject::World& world,
+                                                  Choices& choices) -> std::shared_ptr<CommandBase>
+                     { return kept(*static_cast<World*>(world.get()), choices); })
+        {
+        }
+
+    private:
+        friend CommandKit;
+        CommandSubject::Generator erased;
     };
 
     /// @param makeWorld     returns a unique or shared pointer to a world, always with the same data in it.
@@ -208,6 +230,20 @@ public:
     Report all(const Maker& make, const RoundTripOptions& options = {}) const
     {
         return Checks::all(subject, make.erased, options, *points);
+    }
+
+    /// Plays a history of commands that the generators make: adds, merges, undo, redo, groups, saves, limits and
+    /// failures. After each command the data are what the same commands give when they are executed from the start
+    /// in a new world; after each undo, redo and abandoned group they are what they were at that place of the
+    /// history. Ends at the first mistake. RandomHistories.h plays histories at random.
+    Report replay(const std::vector<Generator>& generators, const std::vector<HistoryStep>& steps) const
+    {
+        std::vector<CommandSubject::Generator> erased;
+        for (const Generator& generator : generators)
+        {
+            erased.push_back(generator.erased);
+        }
+        return Checks::replay(subject, erased, steps, *points);
     }
 
     /// To be called by the application's code, or by a test double, where a call may fail: to write a file, to

@@ -11,6 +11,7 @@
 namespace Valdane
 {
 
+class Choices;
 class CommandBase;
 class ModuleAccessInterface;
 class Object;
@@ -28,6 +29,7 @@ struct CommandSubject
 {
     using World = std::shared_ptr<void>;
     using Maker = std::function<std::shared_ptr<CommandBase>(const World&)>;
+    using Generator = std::function<std::shared_ptr<CommandBase>(const World&, Choices&)>;
 
     std::function<World()> makeWorld;                   ///< never empty
     std::function<Snapshot(const World&)> takeSnapshot; ///< never empty

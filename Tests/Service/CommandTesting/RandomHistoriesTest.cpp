@@ -1,0 +1,302 @@
+#include "Service/CommandTesting/RandomHistories.h"
+
+#include "Service/CommandPattern/CommandBase.h"
+#include "Service/CommandPattern/MergeableCommand.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace Valdane
+{
+namespace
+{
+
+struct Notes
+{
+    std::string text;
+};
+
+/// Puts a letter at a place of the text.
+class InsertLetter : public CommandBase, public MergeableCommand
+{
+public:
+    InsertLetter(Notes& editedNotes, std::size_t where, char what)
+        : CommandBase("Insert " + std::string(1, what) + " at " + std::to_string(where)),
+          notes(editedNotes),
+          place(where),
+          letters(1, what)
+    {
+    }
+
+    void execute() override
+    {
+        notes.text.insert(place, letters);
+    }
+
+    void undo() override
+    {
+        notes.text.erase(place, letters.size());
+    }
+
+    bool mergeWith(const CommandBase& next) override
+    {
+        const auto* const insert = dynamic_cast<const InsertLetter*>(&next);
+        if (insert == nullptr || insert->place != place + letters.size())
+        {
+            return false;
+        }
+        letters += insert->letters;
+        return true;
+    }
+
+protected:
+    Notes& notes;
+    std::size_t place;
+    std::string letters;
+};
+
+using testing::StartsWith;
+using Kit = CommandKit<Notes>;
+
+struct NotesKit
+{
+    Kit kit{[] { return std::make_unique<Notes>(); },
+            [](const Notes& notes)
+            {
+                return notes.text;
+            }};
+
+    Kit::Generator generatorOf(auto make) const
+    {
+        return [make](Notes& notes, Choices& choices) -> std::shared_ptr<CommandBase>
+        {
+            const auto place = static_cast<std::size_t>(choices.below(notes.text.size() + 1));
+            return make(notes, place, static_cast<char>('a' + choices.below(26)));
+        };
+    }
+};
+
+/// Takes away the last letter instead of its own.
+class TakesTheLast : public InsertLetter
+{
+public:
+    using InsertLetter::InsertLetter;
+
+    void undo() override
+    {
+        notes.text.pop_back();
+    }
+
+    bool mergeWith(const CommandBase&) override
+    {
+        return false;
+    }
+};
+
+class RandomHistoriesTest : public testing::Test, protected NotesKit
+{
+protected:
+    Kit::Generator inserting = generatorOf([](Notes& notes, std::size_t place, char letter)
+                                           { return std::make_shared<InsertLetter>(notes, place, letter); });
+    Kit::Generator takingTheLast =
+        generatorOf([](Notes& notes, std::size_t place, char letter)
+                    { return std::make_shared<TakesTheLast>(notes, place, letter); });
+};
+
+TEST_F(RandomHistoriesTest, OfRightCommandsHaveNoMistakes)
+{
+    const Report report = atRandom(kit, {inserting});
+    EXPECT_TRUE(report) << report;
+    EXPECT_EQ(report.getSubject(), "Random histories with the seed 1");
+}
+
+TEST_F(RandomHistoriesTest, ShrinkToTheShortest)
+{
+    const Report report = atRandom(kit, {inserting, takingTheLast});
+    ASSERT_EQ(report.getMistakes().size(), 1U);
+    EXPECT_THAT(report.getMistakes().front(), StartsWith("History of 2 steps:\n"));
+}
+
+TEST_F(RandomHistoriesTest, AreTheSameForTheSameSeed)
+{
+    EXPECT_EQ(atRandom(kit, {inserting, takingTheLast}, {.seed = 7}).toText(),
+              atRandom(kit, {inserting, takingTheLast}, {.seed = 7}).toText());
+    EXPECT_EQ(atRandom(kit, {}, {.seed = 7}).toText(), "Random histories with the seed 7: no mistakes\n");
+}
+
+using HistoryReplayTest = RandomHistoriesTest;
+
+TEST_F(HistoryReplayTest, ShowsAnUndoThatTakesAwayWhatIsNotItsOwn)
+{
+    EXPECT_EQ(
+        kit.replay({inserting, takingTheLast}, {HistoryStep::add(0, 0), HistoryStep::add(1, 2)}).toText(),
+        "History of 2 steps: 1 mistake\n"
+        "  After undo at the end the data are not what they were before the command:\n"
+        "  - a\n"
+        "  + w\n"
+        "  The history:\n"
+        "    HistoryStep::add(0, 0), // Insert a at 0\n"
+        "    HistoryStep::add(1, 2), // Insert w at 0\n");
+}
+
+TEST_F(HistoryReplayTest, PlaysEveryKindOfStep)
+{
+    const Report report = kit.replay(
+        {inserting}, {HistoryStep::endGroup(),   HistoryStep::abandonGroup(),   HistoryStep::redo(2),
+                      HistoryStep::undo(2),      HistoryStep::add(0, 1),        HistoryStep::addOrMerge(0, 2),
+                      HistoryStep::add(5, 3),    HistoryStep::save(),           HistoryStep::beginGroup(),
+                      HistoryStep::add(0, 4),    HistoryStep::undo(1),          HistoryStep::limit(1),
+                      HistoryStep::beginGroup(), HistoryStep::addOrMerge(0, 5), HistoryStep::abandonGroup(),
+                      HistoryStep::add(0, 6),    HistoryStep::endGroup(),       HistoryStep::undo(2),
+                      HistoryStep::limit(3),     HistoryStep::redo(1),          HistoryStep::add(0, 7),
+                      HistoryStep::add(0, 8),    HistoryStep::undo(1),          HistoryStep::limit(0),
+                      HistoryStep::add(0, 9),    HistoryStep::limit(2),         HistoryStep::add(0, 10),
+                      HistoryStep::beginGroup(), HistoryStep::beginGroup(),     HistoryStep::add(0, 11)});
+    EXPECT_TRUE(report) << report;
+}
+
+TEST_F(HistoryReplayTest, ShowsACommandThatDependsOnMoreThanTheData)
+{
+    int executed = 0;
+    const auto counting = generatorOf(
+        [&](Notes& notes, std::size_t place, char)
+        { return std::make_shared<InsertLetter>(notes, place, static_cast<char>('a' + executed++)); });
+    EXPECT_EQ(kit.replay({counting}, {HistoryStep::add(0, 0)}).toText(),
+              "History of 1 step: 1 mistake\n"
+              "  Executed from the start in a new world, HistoryStep::add(0, 0) included, the data are not "
+              "those of "
+              "this history:\n"
+              "  - a\n"
+              "  + b\n"
+              "  The history:\n"
+              "    HistoryStep::add(0, 0), // Insert a at 0\n");
+}
+
+/// Takes in what does not follow it.
+class MergesAnything : public InsertLetter
+{
+public:
+    using InsertLetter::InsertLetter;
+
+    bool mergeWith(const CommandBase& next) override
+    {
+        letters += dynamic_cast<const MergesAnything&>(next).letters;
+        return true;
+    }
+};
+
+TEST_F(HistoryReplayTest, ShowsAMergeThatIsNotBoth)
+{
+    const auto merging = generatorOf([](Notes& notes, std::size_t place, char letter)
+                                     { return std::make_shared<MergesAnything>(notes, place, letter); });
+    EXPECT_EQ(kit.replay({merging}, {HistoryStep::add(0, 0), HistoryStep::addOrMerge(0, 2)}).toText(),
+              "History of 2 steps: 1 mistake\n"
+              "  After redo at the end the data are not what they were after the command:\n"
+              "  - wa\n"
+              "  + aw\n"
+              "  The history:\n"
+              "    HistoryStep::add(0, 0), // Insert a at 0\n"
+              "    HistoryStep::addOrMerge(0, 2), // Insert w at 0\n");
+}
+
+/// Leaves the letter when the call-out fails.
+class LeavesAMess : public InsertLetter
+{
+public:
+    LeavesAMess(Notes& editedNotes, std::size_t where, char what, const Kit& failingKit)
+        : InsertLetter(editedNotes, where, what), kit(failingKit)
+    {
+    }
+
+    void execute() override
+    {
+        InsertLetter::execute();
+        kit.failAt("tell the server");
+    }
+
+private:
+    const Kit& kit;
+};
+
+TEST_F(HistoryReplayTest, ShowsWhatAFailureLeaves)
+{
+    const auto failing = generatorOf([this](Notes& notes, std::size_t place, char letter)
+                                     { return std::make_shared<LeavesAMess>(notes, place, letter, kit); });
+    const Report right = kit.replay({failing}, {HistoryStep::addFailing(0, 0, 1), HistoryStep::add(0, 1)});
+    EXPECT_TRUE(right) << right;
+    for (const std::uint64_t seed : {0U, 1U}) // a standard exception, another one
+    {
+        EXPECT_THAT(
+            kit.replay({failing}, {HistoryStep::addFailing(0, seed, 0)}).toText(),
+            StartsWith("History of 1 step: 1 mistake\n"
+                       "  After HistoryStep::addFailing(0, " +
+                       std::to_string(seed) +
+                       ", 0) the data are not what they were before it, although the command has failed:\n"));
+    }
+}
+
+/// An undo that fails.
+class CannotBeUndone : public InsertLetter
+{
+public:
+    using InsertLetter::InsertLetter;
+
+    void undo() override
+    {
+        throw std::runtime_error("the server does not answer");
+    }
+};
+
+TEST_F(HistoryReplayTest, ShowsAnUndoThatFails)
+{
+    const auto failing = generatorOf([](Notes& notes, std::size_t place, char letter)
+                                     { return std::make_shared<CannotBeUndone>(notes, place, letter); });
+    EXPECT_EQ(kit.replay({failing}, {HistoryStep::add(0, 0), HistoryStep::undo(1)}).toText(),
+              "History of 2 steps: 1 mistake\n"
+              "  HistoryStep::undo(1) fails: the server does not answer\n"
+              "  The history:\n"
+              "    HistoryStep::add(0, 0), // Insert a at 0\n"
+              "    HistoryStep::undo(1),\n");
+    EXPECT_EQ(kit.replay({failing},
+                         {HistoryStep::beginGroup(), HistoryStep::add(0, 0), HistoryStep::abandonGroup()})
+                  .getMistakes()
+                  .size(),
+              1U);
+}
+
+/// Dropped by an undo, with all that could be redone.
+class CannotBeRedone : public InsertLetter
+{
+public:
+    using InsertLetter::InsertLetter;
+
+    bool isRedoCapable() override
+    {
+        return false;
+    }
+};
+
+TEST_F(HistoryReplayTest, AllowsCommandsThatCannotBeRedone)
+{
+    const auto dropped = generatorOf([](Notes& notes, std::size_t place, char letter)
+                                     { return std::make_shared<CannotBeRedone>(notes, place, letter); });
+    const Report report = atRandom(kit, {inserting, dropped}, {.histories = 30});
+    EXPECT_TRUE(report) << report;
+}
+
+TEST_F(HistoryReplayTest, SkipsAGeneratorThatHasNoCommandNow)
+{
+    const Kit::Generator none = [](Notes&, Choices&) -> std::shared_ptr<CommandBase>
+    {
+        return nullptr;
+    };
+    const Report report = kit.replay({none, inserting}, {HistoryStep::add(0, 0), HistoryStep::add(1, 0)});
+    EXPECT_TRUE(report) << report;
+}
+
+} // namespace
+} // namespace Valdane
