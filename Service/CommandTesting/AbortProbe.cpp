@@ -48,7 +48,7 @@ void AbortProbe::abortIsAsked(const Thread& /*thread*/)
         ++questions;
         number = ++questionsOfRun;
     }
-    stop("at question " + std::to_string(number));
+    stop("at isAborted() (call " + std::to_string(number) + ")");
 }
 
 void AbortProbe::abortWasSet(const Thread& /*thread*/)

@@ -47,7 +47,7 @@ public:
     /// Aborts the run through the manager, and keeps what that throws.
     void abort();
 
-    /// Where it was aborted, such as "at question 2"; empty if the place was not reached.
+    /// Where it was aborted, such as "at isAborted() (call 2)"; empty if the place was not reached.
     std::string getPlace() const;
 
     /// What abort() has kept: empty, or "abortRun() throws: ...".

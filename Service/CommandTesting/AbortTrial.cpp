@@ -84,7 +84,7 @@ void AbortTrial::expectDone() const
     {
         throw Mistake("it fails: " + failure);
     }
-    if (probe.getRuns() == 0)
+    if (!hasRun())
     {
         throw Mistake("it runs no thread, so that there is nothing to abort");
     }
@@ -101,7 +101,10 @@ void AbortTrial::expectAborted()
     // Without a worker a macro continues behind the aborted run.
     if (!isQueued || !isMacro())
     {
-        Mistake::unlessEqual(before, trial.takeSnapshot(), "the data are not as before");
+        Mistake::unlessEqual(before, trial.takeSnapshot(),
+                             isMacro() ? "the macro has undone the aborted command and those before it, but "
+                                         "the data are not as before"
+                                       : "the data are not as before");
     }
     if (isQueued)
     {
@@ -124,6 +127,11 @@ void AbortTrial::expectNothingThrown() const
             throw Mistake(text);
         }
     }
+}
+
+bool AbortTrial::hasRun() const
+{
+    return probe.getRuns() > 0;
 }
 
 bool AbortTrial::isAsking() const

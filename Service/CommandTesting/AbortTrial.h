@@ -36,6 +36,9 @@ public:
     /// @throws Mistake if the abort has left something behind.
     void expectAborted();
 
+    /// Whether any thread has run.
+    bool hasRun() const;
+
     /// Whether any run has asked isAborted().
     bool isAsking() const;
 

@@ -1,6 +1,7 @@
-#include "Service/CommandPattern/ThreadedCommand.h"
-#include "Service/CommandPattern/ThreadedMacroCommand.h"
+#include "Service/CommandTesting/AbortProbe.h"
+#include "Service/CommandTesting/AbortTrial.h"
 #include "Service/CommandTesting/Checks.h"
+#include "Service/CommandTesting/Mistake.h"
 #include "Service/CommandTesting/Trial.h"
 
 namespace Valdane
@@ -8,12 +9,16 @@ namespace Valdane
 namespace
 {
 
-bool hasThreads(const CommandSubject& subject, const CommandSubject::Maker& make)
+// A macro of other commands cannot be aborted.
+bool runsThreads(const CommandSubject& subject, const CommandSubject::Maker& make)
 {
-    const Trial trial(subject, make);
-    const CommandBase* const command = trial.getCommand().get();
-    return dynamic_cast<const ThreadedCommand*>(command) != nullptr ||
-           dynamic_cast<const ThreadedMacroCommand*>(command) != nullptr;
+    if (!Trial(subject, make).isThreaded())
+    {
+        return false;
+    }
+    AbortTrial trial(subject, make, AbortTrial::Mode::Synchronous, AbortProbe::nowhere);
+    trial.run();
+    return trial.hasRun();
 }
 
 } // namespace
@@ -35,10 +40,14 @@ Report Checks::all(const CommandSubject& subject, const CommandSubject::Maker& m
     {
         report.add(tracking(subject, make));
     }
-    if (hasThreads(subject, make))
-    {
-        report.add(aborts(subject, make));
-    }
+    Mistake::collect(report,
+                     [&]
+                     {
+                         if (runsThreads(subject, make))
+                         {
+                             report.add(aborts(subject, make));
+                         }
+                     });
     return report;
 }
 

@@ -197,8 +197,8 @@ public:
     /// A failure changes nothing: execute(), undo() and redo() fail once at each failAt() that they reach, with an
     /// exception and with an int, and once at each of their allocations. The data are those from before then, and
     /// a second attempt succeeds. A step that hides the failure has done all of its work. Nothing leaks: each
-    /// failure happens twice, and what the second time leaves counts. What is right by itself then
-    /// fails at each failAt() through the manager, too.
+    /// failure happens twice, and what the second time leaves counts; so it is with a round trip without failures.
+    /// What is right by itself then fails at each failAt() through the manager, too.
     ///
     /// Allocations fail, and leaks are found, if the program links `Valdane::CommandTestingAllocations`; if not, the
     /// subject of the report says so. Macros do not fail with an int, after which they do not roll back. A
@@ -226,7 +226,7 @@ public:
     }
 
     /// Every check that fits one command: misuse() and, if that finds nothing, roundTrip(), failures(),
-    /// progress(), tracking() if setModules() was called, and aborts() if it is a threaded command or macro.
+    /// progress(), tracking() if setModules() was called, and aborts() if it runs a thread.
     Report all(const Maker& make, const RoundTripOptions& options = {}) const
     {
         return Checks::all(subject, make.erased, options, *points);

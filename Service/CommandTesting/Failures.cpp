@@ -8,6 +8,7 @@
 #include "Service/CommandTesting/Fault.h"
 #include "Service/CommandTesting/Mistake.h"
 #include "Service/CommandTesting/PlacedMistakes.h"
+#include "Service/CommandTesting/RoundTripOptions.h"
 #include "Service/CommandTesting/Trial.h"
 
 #include <algorithm>
@@ -52,6 +53,7 @@ public:
                 tryStep(step);
             }
         }
+        findLateLeak();
     }
 
 private:
@@ -71,7 +73,7 @@ private:
         if (leaked > 0 && !isLeaking)
         {
             isLeaking = true;
-            report.addMistake("Without a failure, " + textOf(leaked));
+            report.addMistake(step.getName() + ", without a failure: " + textOf(leaked));
         }
         PlacedMistakes mistakes;
         for (const std::unique_ptr<Fault>& fault : faultsFor(step))
@@ -82,8 +84,27 @@ private:
         }
         if (!mistakes.isEmpty())
         {
-            mistakes.addTo(report, step.getName() + " fails");
+            mistakes.addTo(report, step.getName() + ", made to fail");
             mistaken.push_back(step);
+        }
+    }
+
+    // A step that is repeated may let go of what the first time has kept, or keep more each time.
+    void findLateLeak()
+    {
+        const auto travel = [this]
+        {
+            Checks::roundTrip(subject, make, {});
+        };
+        if (allocations == nullptr || isLeaking)
+        {
+            return;
+        }
+        travel();
+        const std::uint64_t leaked = countLeft(travel);
+        if (leaked > 0)
+        {
+            report.addMistake("Undone and redone several times, without a failure: " + textOf(leaked));
         }
     }
 

@@ -74,7 +74,7 @@ public:
         const auto earlier = std::count(reached.begin(), failed, *failed);
         return "at \"" + *failed + "\"" +
                (earlier == 0 ? "" : " (call " + std::to_string(earlier + 1) + ")") +
-               (kind == FailurePoints::Kind::Other ? " with an int" : "");
+               (kind == FailurePoints::Kind::Other ? " with an int instead of a std::exception" : "");
     }
 
 private:

@@ -58,6 +58,8 @@ void tryMerge(const Trial& trial, const CommandSubject::Maker& makeNext, MergeAn
     {
         walk.keepOnlyFirst();
     }
+    walk.renameFirst(isTaken ? "the first command, which has taken in the next one,"
+                             : "the first command, which has refused the next one,");
     walk.backAndForth();
 }
 

@@ -10,13 +10,15 @@ namespace Valdane
 namespace
 {
 
-std::string indented(const std::string& text)
+// The further lines of a mistake tell more about its first one.
+std::string indented(const std::string& text, const std::string& indentation)
 {
     std::istringstream lines(text);
     std::string result;
-    for (std::string line; std::getline(lines, line);)
+    std::string before = indentation;
+    for (std::string line; std::getline(lines, line); before = indentation + "  ")
     {
-        result += line.empty() ? "\n" : "  " + line + "\n";
+        result += line.empty() ? "\n" : before + line + "\n";
     }
     return result;
 }
@@ -52,7 +54,7 @@ void Report::add(const Report& other)
 {
     for (const std::string& mistake : other.mistakes)
     {
-        addMistake(other.subject + ":\n" + indented(mistake));
+        addMistake(other.subject + ":\n" + indented(mistake, ""));
     }
 }
 
@@ -67,7 +69,7 @@ std::string Report::toText() const
     text += "\n";
     for (const std::string& mistake : mistakes)
     {
-        text += indented(mistake);
+        text += indented(mistake, "  ");
     }
     return text;
 }

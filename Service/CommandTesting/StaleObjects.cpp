@@ -23,6 +23,7 @@ Report Checks::staleObjects(const CommandSubject& subject, const CommandSubject:
                              throw Mistake(
                                  "execute() of the removal changes nothing that the snapshot shows");
                          }
+                         walk.renameFirst("the command, whose object was removed and has come back,");
                          walk.backAndForth();
                      });
     return report;

@@ -17,7 +17,7 @@ void Walk::execute(std::shared_ptr<CommandBase> command, const std::string& name
 {
     Mistake::guard("execute() of " + name, [&] { command->execute(); });
     const Snapshot before = std::exchange(end, trial.takeSnapshot());
-    legs.push_back({std::move(command), name, before, end});
+    legs.push_back({std::move(command), name, "it was executed", before, end});
 }
 
 const Snapshot& Walk::getEnd() const
@@ -30,8 +30,14 @@ bool Walk::hasLastChanged() const
     return !(legs.back().before == end);
 }
 
+void Walk::renameFirst(std::string name)
+{
+    legs.front().name = std::move(name);
+}
+
 void Walk::keepOnlyFirst()
 {
+    legs.front().executed = "both were executed";
     legs.front().after = end;
     legs.erase(legs.begin() + 1, legs.end());
 }
@@ -51,7 +57,7 @@ void Walk::undoAll() const
     for (const Leg& leg : std::views::reverse(legs))
     {
         Mistake::guard("undo() of " + leg.name, [&] { leg.command->undo(); });
-        trial.expect(leg.before, "After undo() of " + leg.name, "as before it was executed");
+        trial.expect(leg.before, "After undo() of " + leg.name, "as before " + leg.executed);
     }
 }
 
@@ -60,7 +66,7 @@ void Walk::redoAll() const
     for (const Leg& leg : legs)
     {
         Mistake::guard("redo() of " + leg.name, [&] { leg.command->redo(); });
-        trial.expect(leg.after, "After redo() of " + leg.name, "as after it was executed");
+        trial.expect(leg.after, "After redo() of " + leg.name, "as after " + leg.executed);
     }
 }
 

@@ -28,7 +28,10 @@ public:
     /// Whether the last command has changed the data.
     bool hasLastChanged() const;
 
-    /// Has the first command stand for all, which are let go. @throws Mistake
+    /// From now on the first command is told of by @p name.
+    void renameFirst(std::string name);
+
+    /// Has the first command stand for itself and the others, which are let go.
     void keepOnlyFirst();
 
     /// Undoes all, redoes all, and undoes all again. Nothing is redone if a command is not redo-capable.
@@ -40,6 +43,7 @@ private:
     {
         std::shared_ptr<CommandBase> command;
         std::string name;
+        std::string executed; ///< such as "it was executed"
         Snapshot before;
         Snapshot after;
     };

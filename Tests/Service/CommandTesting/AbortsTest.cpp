@@ -248,15 +248,15 @@ TEST(AbortsTest, OneThatWritesWhateverIsAskedOfItIsAccused)
               "Aborts of \"Load ab\": 3 mistakes\n"
               "  On a worker, not aborted: no run asks isAborted(), so that none stops early\n"
               "  On a worker, aborted before the run and after the run: the data are not as before:\n"
-              "  - parts: \n"
-              "  - count: 0\n"
-              "  + parts: ab\n"
-              "  + count: 1\n"
+              "    - parts: \n"
+              "    - count: 0\n"
+              "    + parts: ab\n"
+              "    + count: 1\n"
               "  In synchronous mode, aborted before the run: the data are not as before:\n"
-              "  - parts: \n"
-              "  - count: 0\n"
-              "  + parts: ab\n"
-              "  + count: 1\n");
+              "    - parts: \n"
+              "    - count: 0\n"
+              "    + parts: ab\n"
+              "    + count: 1\n");
 }
 
 TEST(AbortsTest, OneThatDoesNotRestoreWhatItsRunHasWrittenIsAccused)
@@ -289,17 +289,17 @@ TEST(AbortsTest, OneThatDoesNotRestoreWhatItsRunHasWrittenIsAccused)
 
     EXPECT_EQ(abortsOf<WritingAtOnce>(),
               "Aborts of \"Load ab\": 3 mistakes\n"
-              "  On a worker, aborted at question 2: the data are not as before:\n"
-              "  - parts: \n"
-              "  + parts: a\n"
+              "  On a worker, aborted at isAborted() (call 2): the data are not as before:\n"
+              "    - parts: \n"
+              "    + parts: a\n"
               "  On a worker, aborted after the run: the data are not as before:\n"
-              "  - parts: \n"
-              "  - count: 0\n"
-              "  + parts: ab\n"
-              "  + count: 1\n"
-              "  In synchronous mode, aborted at question 2: the data are not as before:\n"
-              "  - parts: \n"
-              "  + parts: a\n");
+              "    - parts: \n"
+              "    - count: 0\n"
+              "    + parts: ab\n"
+              "    + count: 1\n"
+              "  In synchronous mode, aborted at isAborted() (call 2): the data are not as before:\n"
+              "    - parts: \n"
+              "    + parts: a\n");
 }
 
 TEST(AbortsTest, OneThatHandsOverWhenItIsToldOfTheAbortIsAccused)
@@ -315,31 +315,33 @@ TEST(AbortsTest, OneThatHandsOverWhenItIsToldOfTheAbortIsAccused)
         }
     };
 
-    EXPECT_EQ(abortsOf<AlwaysKeeping>(),
-              "Aborts of \"Load ab\": 5 mistakes\n"
-              "  On a worker, aborted before the run and at question 1: the data are not as before:\n"
-              "    parts: \n"
-              "  - count: 0\n"
-              "  + count: 1\n"
-              "  On a worker, aborted at question 2: the data are not as before:\n"
-              "  - parts: \n"
-              "  - count: 0\n"
-              "  + parts: a\n"
-              "  + count: 1\n"
-              "  On a worker, aborted after the run: the data are not as before:\n"
-              "  - parts: \n"
-              "  - count: 0\n"
-              "  + parts: ab\n"
-              "  + count: 1\n"
-              "  In synchronous mode, aborted before the run and at question 1: the data are not as before:\n"
-              "    parts: \n"
-              "  - count: 0\n"
-              "  + count: 1\n"
-              "  In synchronous mode, aborted at question 2: the data are not as before:\n"
-              "  - parts: \n"
-              "  - count: 0\n"
-              "  + parts: a\n"
-              "  + count: 1\n");
+    EXPECT_EQ(
+        abortsOf<AlwaysKeeping>(),
+        "Aborts of \"Load ab\": 5 mistakes\n"
+        "  On a worker, aborted before the run and at isAborted() (call 1): the data are not as before:\n"
+        "      parts: \n"
+        "    - count: 0\n"
+        "    + count: 1\n"
+        "  On a worker, aborted at isAborted() (call 2): the data are not as before:\n"
+        "    - parts: \n"
+        "    - count: 0\n"
+        "    + parts: a\n"
+        "    + count: 1\n"
+        "  On a worker, aborted after the run: the data are not as before:\n"
+        "    - parts: \n"
+        "    - count: 0\n"
+        "    + parts: ab\n"
+        "    + count: 1\n"
+        "  In synchronous mode, aborted before the run and at isAborted() (call 1): the data are not as "
+        "before:\n"
+        "      parts: \n"
+        "    - count: 0\n"
+        "    + count: 1\n"
+        "  In synchronous mode, aborted at isAborted() (call 2): the data are not as before:\n"
+        "    - parts: \n"
+        "    - count: 0\n"
+        "    + parts: a\n"
+        "    + count: 1\n");
 }
 
 TEST(AbortsTest, OneThatRestoresOneFieldOnlyIsAccused)
@@ -365,17 +367,18 @@ TEST(AbortsTest, OneThatRestoresOneFieldOnlyIsAccused)
         }
     };
 
-    EXPECT_EQ(abortsOf<RestoringHalf>(), "Aborts of \"Load ab\": 2 mistakes\n"
-                                         "  On a worker, aborted before the run, at question 1, at question "
-                                         "2 and after the run: the data are not as before:\n"
-                                         "    parts: \n"
-                                         "  - count: 0\n"
-                                         "  + count: 1\n"
-                                         "  In synchronous mode, aborted before the run, at question 1 and "
-                                         "at question 2: the data are not as before:\n"
-                                         "    parts: \n"
-                                         "  - count: 0\n"
-                                         "  + count: 1\n");
+    EXPECT_EQ(abortsOf<RestoringHalf>(),
+              "Aborts of \"Load ab\": 2 mistakes\n"
+              "  On a worker, aborted before the run, at isAborted() (call 1), at isAborted() (call 2) and "
+              "after the run: the data are not as before:\n"
+              "      parts: \n"
+              "    - count: 0\n"
+              "    + count: 1\n"
+              "  In synchronous mode, aborted before the run, at isAborted() (call 1) and at isAborted() "
+              "(call 2): the data are not as before:\n"
+              "      parts: \n"
+              "    - count: 0\n"
+              "    + count: 1\n");
 }
 
 TEST(AbortsTest, OneWhoseUndoDoesNotKnowThatNothingWasDoneIsAccused)
@@ -391,12 +394,13 @@ TEST(AbortsTest, OneWhoseUndoDoesNotKnowThatNothingWasDoneIsAccused)
         }
     };
 
-    EXPECT_EQ(abortsOf<AlwaysUndoing>(), "Aborts of \"Load ab\": 1 mistake\n"
-                                         "  In synchronous mode, aborted before the run, at question 1 and "
-                                         "at question 2: after undo() the data are not as before:\n"
-                                         "    parts: \n"
-                                         "  - count: 0\n"
-                                         "  + count: -1\n");
+    EXPECT_EQ(abortsOf<AlwaysUndoing>(),
+              "Aborts of \"Load ab\": 1 mistake\n"
+              "  In synchronous mode, aborted before the run, at isAborted() (call 1) and at isAborted() "
+              "(call 2): after undo() the data are not as before:\n"
+              "      parts: \n"
+              "    - count: 0\n"
+              "    + count: -1\n");
 }
 
 TEST(AbortsTest, OneThatNeverAsksIsAccused)
@@ -431,11 +435,12 @@ TEST(AbortsTest, WhatAbortRunThrowsIsTold)
         }
     };
 
-    EXPECT_EQ(abortsOf<ThrowingAbort>(), "Aborts of \"Load ab\": 2 mistakes\n"
-                                         "  On a worker, aborted before the run, at question 1, at question "
-                                         "2 and after the run: abortRun() throws: cannot stop\n"
-                                         "  In synchronous mode, aborted before the run, at question 1 and "
-                                         "at question 2: abortRun() throws: cannot stop\n");
+    EXPECT_EQ(abortsOf<ThrowingAbort>(),
+              "Aborts of \"Load ab\": 2 mistakes\n"
+              "  On a worker, aborted before the run, at isAborted() (call 1), at isAborted() (call 2) and "
+              "after the run: abortRun() throws: cannot stop\n"
+              "  In synchronous mode, aborted before the run, at isAborted() (call 1) and at isAborted() "
+              "(call 2): abortRun() throws: cannot stop\n");
 }
 
 TEST(AbortsTest, OneThatFailsWithoutAnAbortIsAccusedOfThat)
@@ -473,12 +478,14 @@ TEST(AbortsTest, WhatIsNotDerivedFromAnExceptionIsTold)
         }
     };
 
-    EXPECT_EQ(abortsOf<ThrowingNumbers>(),
-              "Aborts of \"Load ab\": 2 mistakes\n"
-              "  On a worker, aborted before the run, at question 1, at question 2 and at question 3: "
-              "finalizeThread() throws something that is not derived from std::exception\n"
-              "  In synchronous mode, aborted before the run, at question 1, at question 2 and at question "
-              "3: addThreadedCommand() throws something that is not derived from std::exception\n");
+    EXPECT_EQ(
+        abortsOf<ThrowingNumbers>(),
+        "Aborts of \"Load ab\": 2 mistakes\n"
+        "  On a worker, aborted before the run, at isAborted() (call 1), at isAborted() (call 2) and at "
+        "isAborted() (call 3): finalizeThread() throws something that is not derived from std::exception\n"
+        "  In synchronous mode, aborted before the run, at isAborted() (call 1), at isAborted() (call 2) and "
+        "at isAborted() (call 3): addThreadedCommand() throws something that is not derived from "
+        "std::exception\n");
 }
 
 TEST(AbortsTest, OneThatChangesNothingProvesNothing)
@@ -564,16 +571,18 @@ TEST(AbortsTest, ASubCommandThatDoesNotUndoIsAccusedByTheNameOfTheRunThatWasAbor
     };
     EXPECT_EQ(storeKit().aborts(make).toText(),
               "Aborts of \"Load all\": 2 mistakes\n"
-              "  On a worker, aborted before the run of \"Load c\", at question 1 of \"Load c\" and after "
-              "the run of \"Load c\": the data are not as before:\n"
-              "    parts: \n"
-              "  - count: 0\n"
-              "  + count: 100\n"
-              "  In synchronous mode, aborted before the run of \"Load ab\", at question 1 of \"Load ab\", "
-              "at question 2 of \"Load ab\" and at 2 more places: after undo() the data are not as before:\n"
-              "    parts: \n"
-              "  - count: 0\n"
-              "  + count: 100\n");
+              "  On a worker, aborted before the run of \"Load c\", at isAborted() (call 1) of \"Load c\" "
+              "and after the run of \"Load c\": the macro has undone the aborted command and those before "
+              "it, but the data are not as before:\n"
+              "      parts: \n"
+              "    - count: 0\n"
+              "    + count: 100\n"
+              "  In synchronous mode, aborted before the run of \"Load ab\", at isAborted() (call 1) of "
+              "\"Load ab\", at isAborted() (call 2) of \"Load ab\" and at 2 more places: after undo() the "
+              "data are not as before:\n"
+              "      parts: \n"
+              "    - count: 0\n"
+              "    + count: 100\n");
     const auto nested = [&](Store& store)
     {
         return macroOf(
@@ -581,16 +590,17 @@ TEST(AbortsTest, ASubCommandThatDoesNotUndoIsAccusedByTheNameOfTheRunThatWasAbor
     };
     EXPECT_EQ(storeKit().aborts(nested).toText(),
               "Aborts of \"Load all\": 2 mistakes\n"
-              "  On a worker, aborted before the run of \"Load c\", at question 1 of \"Load c\" and after "
-              "the run of \"Load c\": the data are not as before:\n"
-              "    parts: \n"
-              "  - count: 0\n"
-              "  + count: 100\n"
-              "  In synchronous mode, aborted before the run of \"Load c\" and at question 1 of \"Load c\": "
-              "after undo() the data are not as before:\n"
-              "    parts: \n"
-              "  - count: 0\n"
-              "  + count: 100\n");
+              "  On a worker, aborted before the run of \"Load c\", at isAborted() (call 1) of \"Load c\" "
+              "and after the run of \"Load c\": the macro has undone the aborted command and those before "
+              "it, but the data are not as before:\n"
+              "      parts: \n"
+              "    - count: 0\n"
+              "    + count: 100\n"
+              "  In synchronous mode, aborted before the run of \"Load c\" and at isAborted() (call 1) of "
+              "\"Load c\": after undo() the data are not as before:\n"
+              "      parts: \n"
+              "    - count: 0\n"
+              "    + count: 100\n");
 }
 
 } // namespace

@@ -101,10 +101,10 @@ TEST(AllocationFailuresTest, OneThatAllocatesHalfWayIsAccused)
 
     EXPECT_EQ(allocationFailuresOf<OneByOne>(),
               "Failures of \"Put\": 2 mistakes\n"
-              "  execute() fails at allocation 3: the data are not as before:\n"
-              "  + 1\n"
-              "  redo() fails at allocation 2: the data are not as before:\n"
-              "  + 1\n");
+              "  execute(), made to fail at allocation 3: the data are not as before:\n"
+              "    + 1\n"
+              "  redo(), made to fail at allocation 2: the data are not as before:\n"
+              "    + 1\n");
 }
 
 // What commands forget to release, so that the tests leak nothing.
@@ -131,8 +131,8 @@ TEST(AllocationFailuresTest, OneThatLosesWhatItHasAllocatedIsAccused)
     kept.reserve(1000);
     EXPECT_EQ(allocationFailuresOf<Losing>(),
               "Failures of \"Put\": 2 mistakes\n"
-              "  execute() fails at allocation 2 and at allocation 3: 1 block is not released\n"
-              "  redo() fails at allocation 2: 1 block is not released\n");
+              "  execute(), made to fail at allocation 2 and at allocation 3: 1 block is not released\n"
+              "  redo(), made to fail at allocation 2: 1 block is not released\n");
     kept.clear();
 }
 
@@ -153,7 +153,7 @@ TEST(AllocationFailuresTest, OneThatLeaksWithoutAFailureIsAccusedOfThatAlone)
 
     kept.reserve(1000);
     EXPECT_EQ(allocationFailuresOf<Keeping>(), "Failures of \"Put\": 1 mistake\n"
-                                               "  Without a failure, 1 block is not released\n");
+                                               "  execute(), without a failure: 1 block is not released\n");
     kept.clear();
 }
 

@@ -144,14 +144,15 @@ TEST_F(FailuresTest, OneThatFailsHalfWayIsAccused)
         }
     };
 
-    EXPECT_EQ(failuresOf<HalfWay>(),
-              "Failures of \"Write\", without failing allocations: 2 mistakes\n"
-              "  execute() fails at \"size\" and at \"size\" with an int: the data are not as before:\n"
-              "  - file: \n"
-              "  + file: x\n"
-              "  redo() fails at \"size\" and at \"size\" with an int: the data are not as before:\n"
-              "  - file: \n"
-              "  + file: x\n");
+    EXPECT_EQ(failuresOf<HalfWay>(), "Failures of \"Write\", without failing allocations: 2 mistakes\n"
+                                     "  execute(), made to fail at \"size\" and at \"size\" with an int "
+                                     "instead of a std::exception: the data are not as before:\n"
+                                     "    - file: \n"
+                                     "    + file: x\n"
+                                     "  redo(), made to fail at \"size\" and at \"size\" with an int instead "
+                                     "of a std::exception: the data are not as before:\n"
+                                     "    - file: \n"
+                                     "    + file: x\n");
 }
 
 TEST_F(FailuresTest, AnUndoThatFailsHalfWayIsAccused)
@@ -169,12 +170,12 @@ TEST_F(FailuresTest, AnUndoThatFailsHalfWayIsAccused)
         }
     };
 
-    EXPECT_EQ(failuresOf<HalfUndone>(),
-              "Failures of \"Write\", without failing allocations: 1 mistake\n"
-              "  undo() fails at \"size\" and at \"size\" with an int: the data are not as before:\n"
-              "    file: x\n"
-              "  - size: 1\n"
-              "  + size: 0\n");
+    EXPECT_EQ(failuresOf<HalfUndone>(), "Failures of \"Write\", without failing allocations: 1 mistake\n"
+                                        "  undo(), made to fail at \"size\" and at \"size\" with an int "
+                                        "instead of a std::exception: the data are not as before:\n"
+                                        "      file: x\n"
+                                        "    - size: 1\n"
+                                        "    + size: 0\n");
 }
 
 TEST_F(FailuresTest, OneThatRollsBackForExceptionsOnlyIsAccusedOfTheOthers)
@@ -203,14 +204,14 @@ TEST_F(FailuresTest, OneThatRollsBackForExceptionsOnlyIsAccusedOfTheOthers)
 
     EXPECT_EQ(failuresOf<CatchingExceptions>(),
               "Failures of \"Write\", without failing allocations: 2 mistakes\n"
-              "  execute() fails at \"size\" with an int and at \"size\" (call 2) with an int: the data are "
-              "not as before:\n"
-              "  - file: \n"
-              "  + file: x\n"
-              "  redo() fails at \"size\" with an int and at \"size\" (call 2) with an int: the data are not "
-              "as before:\n"
-              "  - file: \n"
-              "  + file: x\n");
+              "  execute(), made to fail at \"size\" with an int instead of a std::exception and at \"size\" "
+              "(call 2) with an int instead of a std::exception: the data are not as before:\n"
+              "    - file: \n"
+              "    + file: x\n"
+              "  redo(), made to fail at \"size\" with an int instead of a std::exception and at \"size\" "
+              "(call 2) with an int instead of a std::exception: the data are not as before:\n"
+              "    - file: \n"
+              "    + file: x\n");
 }
 
 TEST_F(FailuresTest, OneThatHidesAFailureAndItsWorkIsAccused)
@@ -234,17 +235,18 @@ TEST_F(FailuresTest, OneThatHidesAFailureAndItsWorkIsAccused)
         }
     };
 
-    EXPECT_EQ(failuresOf<Hiding>(), "Failures of \"Write\", without failing allocations: 2 mistakes\n"
-                                    "  execute() fails at \"size\" and at \"size\" with an int: it hides the "
-                                    "failure, but has not done all of its work:\n"
-                                    "    file: x\n"
-                                    "  - size: 1\n"
-                                    "  + size: 0\n"
-                                    "  redo() fails at \"size\" and at \"size\" with an int: it hides the "
-                                    "failure, but has not done all of its work:\n"
-                                    "    file: x\n"
-                                    "  - size: 1\n"
-                                    "  + size: 0\n");
+    EXPECT_EQ(failuresOf<Hiding>(),
+              "Failures of \"Write\", without failing allocations: 2 mistakes\n"
+              "  execute(), made to fail at \"size\" and at \"size\" with an int instead of a "
+              "std::exception: it hides the failure, but has not done all of its work:\n"
+              "      file: x\n"
+              "    - size: 1\n"
+              "    + size: 0\n"
+              "  redo(), made to fail at \"size\" and at \"size\" with an int instead of a std::exception: "
+              "it hides the failure, but has not done all of its work:\n"
+              "      file: x\n"
+              "    - size: 1\n"
+              "    + size: 0\n");
 }
 
 TEST_F(FailuresTest, OneThatHidesAFailureAndDoesAllIsNotAccused)
@@ -307,14 +309,14 @@ TEST_F(FailuresTest, OneThatCannotBeTriedAgainIsAccused)
         bool hasFailed = false;
     };
 
-    EXPECT_EQ(
-        failuresOf<Once>(),
-        "Failures of \"Write\", without failing allocations: 2 mistakes\n"
-        "  execute() fails at \"file\" and at \"file\" with an int: tried again, it has another result:\n"
-        "  - file: x\n"
-        "  + file: xx\n"
-        "  redo() fails at \"file\", at \"size\", at \"file\" with an int and at \"size\" with an int: tried "
-        "again, it throws: no handle\n");
+    EXPECT_EQ(failuresOf<Once>(), "Failures of \"Write\", without failing allocations: 2 mistakes\n"
+                                  "  execute(), made to fail at \"file\" and at \"file\" with an int instead "
+                                  "of a std::exception: tried again, it has another result:\n"
+                                  "    - file: x\n"
+                                  "    + file: xx\n"
+                                  "  redo(), made to fail at \"file\", at \"size\", at \"file\" with an int "
+                                  "instead of a std::exception and at \"size\" with an int instead of a "
+                                  "std::exception: tried again, it throws: no handle\n");
 }
 
 TEST_F(FailuresTest, OneThatFailsByItselfIsAccusedOfThat)
@@ -370,8 +372,8 @@ TEST_F(FailuresTest, WorldsThatDifferAreTold)
     EXPECT_EQ(growing.failures(make).toText(),
               "Failures of \"Write\", without failing allocations: 1 mistake\n"
               "  In two worlds the data before execute() are not the same:\n"
-              "  - 3\n"
-              "  + 4\n");
+              "    - 3\n"
+              "    + 4\n");
 }
 
 TEST_F(FailuresTest, WithoutTheObjectsThereAreNoAllocationFaults)

@@ -41,9 +41,9 @@ TEST(GoogleTestTest, ACommandIsProvedOrNot)
               "does not match: All checks of \"Write\": 1 mistake\n"
               "  Round trip of \"Write\":\n"
               "    After undo 1 the data are not as before execute():\n"
-              "      title: pump\n"
-              "    - text: none\n"
-              "    + text: done\n");
+              "        title: pump\n"
+              "      - text: none\n"
+              "      + text: done\n");
     EXPECT_EQ(describe<decltype(wrongCommand)>(isProvedBy(makePageKit())),
               "makes a command without mistakes; makes a command with mistakes");
 }

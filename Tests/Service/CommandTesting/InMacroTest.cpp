@@ -76,9 +76,9 @@ TEST(InMacroTest, AnUndoThatIsNotTheInverseIsFoundInTheRollBack)
             }),
         "In a macro of 3 commands: 1 mistake\n"
         "  After the roll-back of the first 2 commands the data are not as before the macro was executed:\n"
-        "    title: pump\n"
-        "  - text: none\n"
-        "  + text: nothing\n");
+        "      title: pump\n"
+        "    - text: none\n"
+        "    + text: nothing\n");
 }
 
 TEST(InMacroTest, AnUndoThatDependsOnLaterDataIsFound)
@@ -107,11 +107,10 @@ TEST(InMacroTest, ARedoThatIsNotExecuteIsFoundInTheRollBackOfAnUndo)
                   }),
               "In a macro of 3 commands: 1 mistake\n"
               "  After undo() and the redo() that rolls it back, of the first 2 commands the data are not as "
-              "before "
-              "the macro was undone:\n"
-              "    title: fan\n"
-              "  - text: done\n"
-              "  + text: redone\n");
+              "before the macro was undone:\n"
+              "      title: fan\n"
+              "    - text: done\n"
+              "    + text: redone\n");
 }
 
 TEST(InMacroTest, AnUndoThatIsWrongAfterARedoIsFoundInTheRollBackOfARedo)
@@ -126,11 +125,10 @@ TEST(InMacroTest, AnUndoThatIsWrongAfterARedoIsFoundInTheRollBackOfARedo)
                   }),
               "In a macro of 3 commands: 1 mistake\n"
               "  After redo() and the undo() that rolls it back, of the first 2 commands the data are not as "
-              "before "
-              "the macro was redone:\n"
-              "    title: pump\n"
-              "  - text: none\n"
-              "  + text: nothing\n");
+              "before the macro was redone:\n"
+              "      title: pump\n"
+              "    - text: none\n"
+              "    + text: nothing\n");
 }
 
 TEST(InMacroTest, WhatFailsInTheWholeMacroIsTold)
@@ -156,9 +154,9 @@ TEST(InMacroTest, AThirdUndoThatIsWrongIsFoundInTheWholeMacro)
               "In a macro of 3 commands: 1 mistake\n"
               "  Round trip of \"the whole macro\":\n"
               "    After undo 3 the data are not as before execute():\n"
-              "      title: pump\n"
-              "    - text: none\n"
-              "    + text: nothing\n");
+              "        title: pump\n"
+              "      - text: none\n"
+              "      + text: nothing\n");
 }
 
 } // namespace

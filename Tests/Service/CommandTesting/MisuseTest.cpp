@@ -104,9 +104,9 @@ TEST(MisuseTest, ACommandThatDoesItsWorkWhenItIsMadeIsFound)
     EXPECT_EQ(misuseReport(spoilt([](ScriptedCommand& command, Page&) { command.execute(); })),
               "Misuse of \"Write\": 1 mistake\n"
               "  Making the command changes the data, and executing it would do so again:\n"
-              "    title: pump\n"
-              "  - text: none\n"
-              "  + text: done\n");
+              "      title: pump\n"
+              "    - text: none\n"
+              "    + text: done\n");
 }
 
 TEST(MisuseTest, ACommandThatOwnsTheWorldIsFound)

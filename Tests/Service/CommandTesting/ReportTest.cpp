@@ -29,17 +29,17 @@ TEST(ReportTest, MistakesAreIndentedBelowTheSubject)
     EXPECT_FALSE(report);
     EXPECT_EQ(report.toText(), "Round trip: 1 mistake\n"
                                "  First:\n"
-                               "  - a\n"
+                               "    - a\n"
                                "\n"
-                               "  + b\n");
+                               "    + b\n");
     report.addMistake("Second");
     std::ostringstream printed;
     printed << report;
     EXPECT_EQ(printed.str(), "Round trip: 2 mistakes\n"
                              "  First:\n"
-                             "  - a\n"
+                             "    - a\n"
                              "\n"
-                             "  + b\n"
+                             "    + b\n"
                              "  Second\n");
 }
 
@@ -64,7 +64,7 @@ TEST(ReportTest, TheMistakesOfAnotherOneComeWithItsSubject)
     EXPECT_EQ(whole.toText(), "All checks: 2 mistakes\n"
                               "  Round trip:\n"
                               "    First:\n"
-                              "    - a\n"
+                              "      - a\n"
                               "  Round trip:\n"
                               "    Second\n");
 }

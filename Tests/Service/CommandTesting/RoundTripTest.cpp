@@ -162,9 +162,9 @@ TEST_F(RoundTripTest, AnUndoThatIsNotTheInverseShowsTheDifference)
                   }),
               "Round trip of \"Write\": 1 mistake\n"
               "  After undo 1 the data are not as before execute():\n"
-              "    title: pump\n"
-              "  - text: none\n"
-              "  + text: nothing\n");
+              "      title: pump\n"
+              "    - text: none\n"
+              "    + text: nothing\n");
 }
 
 TEST_F(RoundTripTest, ARedoThatIsNotExecuteShowsTheDifference)
@@ -179,9 +179,9 @@ TEST_F(RoundTripTest, ARedoThatIsNotExecuteShowsTheDifference)
                   }),
               "Round trip of \"Write\": 1 mistake\n"
               "  After redo 1 the data are not as after execute():\n"
-              "    title: pump\n"
-              "  - text: done\n"
-              "  + text: none, done\n");
+              "      title: pump\n"
+              "    - text: done\n"
+              "    + text: none, done\n");
 }
 
 /// The third redo of such a command fails.
@@ -255,8 +255,8 @@ TEST_F(RoundTripTest, ACommandThatChangesNothingIsAMistakeUnlessItIsMeant)
     EXPECT_EQ(kit.roundTrip(renameTo("fan"), {.changesNothing = true}).toText(),
               "Round trip of \"Rename to fan\": 1 mistake\n"
               "  execute() changes the data, but RoundTripOptions::changesNothing says that it does not:\n"
-              "  - title: pump\n"
-              "  + title: fan\n");
+              "    - title: pump\n"
+              "    + title: fan\n");
 }
 
 TEST_F(RoundTripTest, ThreadsRunOnTheWorkerToo)

@@ -84,9 +84,10 @@ TEST(StaleObjectsTest, ACommandThatRemembersAnObjectIsFound)
 {
     EXPECT_EQ(makePlantKit().staleObjects(renameByPointer, removePump).toText(),
               "Stale objects of \"Rename pump\": 1 mistake\n"
-              "  After undo() of the command the data are not as before it was executed:\n"
-              "  - pump: old\n"
-              "  + pump: new\n");
+              "  After undo() of the command, whose object was removed and has come back, the data are not "
+              "as before it was executed:\n"
+              "    - pump: old\n"
+              "    + pump: new\n");
 }
 
 TEST(StaleObjectsTest, ARemovalThatRemovesNothingProvesNothing)
@@ -112,7 +113,7 @@ TEST(StaleObjectsTest, ARemovalThatCannotBeRedoneIsFound)
     EXPECT_EQ(makePlantKit().staleObjects(renameByPath, removeOnce).toText(),
               "Stale objects of \"Rename pump\": 1 mistake\n"
               "  After redo() of the removal the data are not as after it was executed:\n"
-              "  + pump: new\n");
+              "    + pump: new\n");
 }
 
 } // namespace

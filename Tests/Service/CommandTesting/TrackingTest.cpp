@@ -103,30 +103,29 @@ TEST(TrackingTest, RightCommandsHaveNoMistakes)
 
 TEST(TrackingTest, AModuleThatIsChangedWithoutAMarkIsFound)
 {
-    EXPECT_EQ(
-        trackingReport(
-            [](ScriptedCommand& command, Store& store)
-            {
-                command.onExecute = [&store]
-                {
-                    store.change(store.pumps, 1);
-                    ++store.pipes.count;
-                };
-                command.onUndo = [&store]
-                {
-                    --store.pumps.count;
-                    --store.pipes.count;
-                };
-            }),
-        "Tracking of \"Add pump\": 2 mistakes\n"
-        "  After execute() module \"pipes\" is not as before execute(), but the manager does not list it as "
-        "modified:\n"
-        "  - 0\n"
-        "  + 1\n"
-        "  After redo() module \"pipes\" is not as before execute(), but the manager does not list it as "
-        "modified:\n"
-        "  - 0\n"
-        "  + 1\n");
+    EXPECT_EQ(trackingReport(
+                  [](ScriptedCommand& command, Store& store)
+                  {
+                      command.onExecute = [&store]
+                      {
+                          store.change(store.pumps, 1);
+                          ++store.pipes.count;
+                      };
+                      command.onUndo = [&store]
+                      {
+                          --store.pumps.count;
+                          --store.pipes.count;
+                      };
+                  }),
+              "Tracking of \"Add pump\": 2 mistakes\n"
+              "  After execute() module \"pipes\" is not as before execute(), but the manager does not list "
+              "it as modified:\n"
+              "    - 0\n"
+              "    + 1\n"
+              "  After redo() module \"pipes\" is not as before execute(), but the manager does not list it "
+              "as modified:\n"
+              "    - 0\n"
+              "    + 1\n");
 }
 
 TEST(TrackingTest, AMarkWithoutAChangeIsFound)
@@ -148,19 +147,18 @@ TEST(TrackingTest, AMarkWithoutAChangeIsFound)
 
 TEST(TrackingTest, AnUndoThatForgetsAModuleIsFound)
 {
-    EXPECT_EQ(
-        trackingReport(
-            [](ScriptedCommand& command, Store&)
-            {
-                command.onUndo = nullptr;
-                command.onRedo = [] {
-                };
-            }),
-        "Tracking of \"Add pump\": 1 mistake\n"
-        "  After undo() module \"pumps\" is not as before execute(), but the manager does not list it as "
-        "modified:\n"
-        "  - 0\n"
-        "  + 1\n");
+    EXPECT_EQ(trackingReport(
+                  [](ScriptedCommand& command, Store&)
+                  {
+                      command.onUndo = nullptr;
+                      command.onRedo = [] {
+                      };
+                  }),
+              "Tracking of \"Add pump\": 1 mistake\n"
+              "  After undo() module \"pumps\" is not as before execute(), but the manager does not list it "
+              "as modified:\n"
+              "    - 0\n"
+              "    + 1\n");
 }
 
 TEST(TrackingTest, AModuleWithoutASnapshotIsFound)
