@@ -136,11 +136,11 @@ TEST_F(HistoryReplayTest, ShowsAnUndoThatTakesAwayWhatIsNotItsOwn)
         kit.replay({inserting, takingTheLast}, {HistoryStep::add(0, 0), HistoryStep::add(1, 2)}).toText(),
         "History of 2 steps: 1 mistake\n"
         "  After undo at the end the data are not what they were before the command:\n"
-        "  - a\n"
-        "  + w\n"
-        "  The history:\n"
-        "    HistoryStep::add(0, 0), // Insert a at 0\n"
-        "    HistoryStep::add(1, 2), // Insert w at 0\n");
+        "    - a\n"
+        "    + w\n"
+        "    The history:\n"
+        "      HistoryStep::add(0, 0), // Insert a at 0\n"
+        "      HistoryStep::add(1, 2), // Insert w at 0\n");
 }
 
 TEST_F(HistoryReplayTest, PlaysEveryKindOfStep)
@@ -170,10 +170,10 @@ TEST_F(HistoryReplayTest, ShowsACommandThatDependsOnMoreThanTheData)
               "  Executed from the start in a new world, HistoryStep::add(0, 0) included, the data are not "
               "those of "
               "this history:\n"
-              "  - a\n"
-              "  + b\n"
-              "  The history:\n"
-              "    HistoryStep::add(0, 0), // Insert a at 0\n");
+              "    - a\n"
+              "    + b\n"
+              "    The history:\n"
+              "      HistoryStep::add(0, 0), // Insert a at 0\n");
 }
 
 /// Takes in what does not follow it.
@@ -196,11 +196,11 @@ TEST_F(HistoryReplayTest, ShowsAMergeThatIsNotBoth)
     EXPECT_EQ(kit.replay({merging}, {HistoryStep::add(0, 0), HistoryStep::addOrMerge(0, 2)}).toText(),
               "History of 2 steps: 1 mistake\n"
               "  After redo at the end the data are not what they were after the command:\n"
-              "  - wa\n"
-              "  + aw\n"
-              "  The history:\n"
-              "    HistoryStep::add(0, 0), // Insert a at 0\n"
-              "    HistoryStep::addOrMerge(0, 2), // Insert w at 0\n");
+              "    - wa\n"
+              "    + aw\n"
+              "    The history:\n"
+              "      HistoryStep::add(0, 0), // Insert a at 0\n"
+              "      HistoryStep::addOrMerge(0, 2), // Insert w at 0\n");
 }
 
 /// Leaves the letter when the call-out fails.
@@ -258,9 +258,9 @@ TEST_F(HistoryReplayTest, ShowsAnUndoThatFails)
     EXPECT_EQ(kit.replay({failing}, {HistoryStep::add(0, 0), HistoryStep::undo(1)}).toText(),
               "History of 2 steps: 1 mistake\n"
               "  HistoryStep::undo(1) fails: the server does not answer\n"
-              "  The history:\n"
-              "    HistoryStep::add(0, 0), // Insert a at 0\n"
-              "    HistoryStep::undo(1),\n");
+              "    The history:\n"
+              "      HistoryStep::add(0, 0), // Insert a at 0\n"
+              "      HistoryStep::undo(1),\n");
     EXPECT_EQ(kit.replay({failing},
                          {HistoryStep::beginGroup(), HistoryStep::add(0, 0), HistoryStep::abandonGroup()})
                   .getMistakes()
