@@ -38,14 +38,14 @@ std::string progressReport(const std::vector<double>& fractions, double largestM
     return makePageKit().progress(movingTo(fractions), largestMove).toText();
 }
 
-const std::string right = "Progress of \"Write\": no mistakes\n";
+const std::string rightProgress = "Progress of \"Write\": no mistakes\n";
 
 TEST(ProgressCheckTest, ACommandThatMovesOftenEnoughHasNoMistakes)
 {
-    EXPECT_EQ(progressReport({0.25, 0.5, 0.75}, 0.25), right);
-    EXPECT_EQ(progressReport({0.1, 0.2, 0.3, 0.4, 0.5, 0.6, 0.7, 0.8, 0.9, 1.0}, 0.1), right);
-    EXPECT_EQ(progressReport({}, 1), right);
-    EXPECT_EQ(progressReport({0, 1}, 1), right) << "a reset before it has moved";
+    EXPECT_EQ(progressReport({0.25, 0.5, 0.75}, 0.25), rightProgress);
+    EXPECT_EQ(progressReport({0.1, 0.2, 0.3, 0.4, 0.5, 0.6, 0.7, 0.8, 0.9, 1.0}, 0.1), rightProgress);
+    EXPECT_EQ(progressReport({}, 1), rightProgress);
+    EXPECT_EQ(progressReport({0, 1}, 1), rightProgress) << "a reset before it has moved";
 }
 
 TEST(ProgressCheckTest, AMacroMovesWithEachOfItsCommands)

@@ -18,7 +18,7 @@ namespace
 {
 
 /// Modules that count what is in them, and the application's marks.
-struct Store : ModuleAccessInterface
+struct Depot : ModuleAccessInterface
 {
     struct Module : Object
     {
@@ -47,16 +47,16 @@ struct Store : ModuleAccessInterface
     std::set<const Object*> marked = {&pumps, &pipes};
 };
 
-using Spoil = std::function<void(ScriptedCommand&, Store&)>;
+using SpoilTracking = std::function<void(ScriptedCommand&, Depot&)>;
 
-CommandKit<Store> makeStoreKit()
+CommandKit<Depot> makeDepotKit()
 {
-    CommandKit<Store> kit([] { return std::make_shared<Store>(); }, [](const Store& store)
+    CommandKit<Depot> kit([] { return std::make_shared<Depot>(); }, [](const Depot& store)
                           { return std::to_string(store.pumps.count) + std::to_string(store.pipes.count); });
     // The interface is a part of the store.
     kit.setModules(
-        [](Store& store) { return std::shared_ptr<ModuleAccessInterface>(std::shared_ptr<void>(), &store); },
-        [](const Store& store)
+        [](Depot& store) { return std::shared_ptr<ModuleAccessInterface>(std::shared_ptr<void>(), &store); },
+        [](const Depot& store)
         {
             return std::vector<ModuleSnapshot>{{&store.pumps, "pumps", Snapshot(store.pumps.count)},
                                                {&store.pipes, "pipes", Snapshot(store.pipes.count)}};
@@ -65,9 +65,9 @@ CommandKit<Store> makeStoreKit()
 }
 
 /// Makes a command that adds a pump.
-auto addPump(const Spoil& spoil = {})
+auto addPump(const SpoilTracking& spoil = {})
 {
-    return [spoil](Store& store)
+    return [spoil](Depot& store)
     {
         auto command = std::make_shared<ScriptedCommand>("Add pump");
         command->onExecute = [&store]
@@ -86,9 +86,9 @@ auto addPump(const Spoil& spoil = {})
     };
 }
 
-std::string trackingReport(const Spoil& spoil)
+std::string trackingReport(const SpoilTracking& spoil)
 {
-    return makeStoreKit().tracking(addPump(spoil)).toText();
+    return makeDepotKit().tracking(addPump(spoil)).toText();
 }
 
 const std::string rightTracking = "Tracking of \"Add pump\": no mistakes\n";
@@ -96,15 +96,15 @@ const std::string rightTracking = "Tracking of \"Add pump\": no mistakes\n";
 TEST(TrackingTest, RightCommandsHaveNoMistakes)
 {
     EXPECT_EQ(trackingReport({}), rightTracking);
-    EXPECT_EQ(trackingReport([](ScriptedCommand& command, Store&) { command.redoCapable = false; }),
+    EXPECT_EQ(trackingReport([](ScriptedCommand& command, Depot&) { command.redoCapable = false; }),
               rightTracking);
-    EXPECT_EQ(makeStoreKit().all(addPump()).toText(), "All checks of \"Add pump\": no mistakes\n");
+    EXPECT_EQ(makeDepotKit().all(addPump()).toText(), "All checks of \"Add pump\": no mistakes\n");
 }
 
 TEST(TrackingTest, AModuleThatIsChangedWithoutAMarkIsFound)
 {
     EXPECT_EQ(trackingReport(
-                  [](ScriptedCommand& command, Store& store)
+                  [](ScriptedCommand& command, Depot& store)
                   {
                       command.onExecute = [&store]
                       {
@@ -132,7 +132,7 @@ TEST(TrackingTest, AMarkWithoutAChangeIsFound)
 {
     EXPECT_EQ(
         trackingReport(
-            [](ScriptedCommand& command, Store& store)
+            [](ScriptedCommand& command, Depot& store)
             {
                 command.onExecute = [&store]
                 {
@@ -148,7 +148,7 @@ TEST(TrackingTest, AMarkWithoutAChangeIsFound)
 TEST(TrackingTest, AnUndoThatForgetsAModuleIsFound)
 {
     EXPECT_EQ(trackingReport(
-                  [](ScriptedCommand& command, Store&)
+                  [](ScriptedCommand& command, Depot&)
                   {
                       command.onUndo = nullptr;
                       command.onRedo = [] {
@@ -164,7 +164,7 @@ TEST(TrackingTest, AnUndoThatForgetsAModuleIsFound)
 TEST(TrackingTest, AModuleWithoutASnapshotIsFound)
 {
     EXPECT_EQ(trackingReport(
-                  [](ScriptedCommand& command, Store& store)
+                  [](ScriptedCommand& command, Depot& store)
                   {
                       command.onExecute = [&store]
                       {
@@ -181,7 +181,7 @@ TEST(TrackingTest, MakingTheCommandMarksNothing)
 {
     EXPECT_EQ(
         trackingReport(
-            [](ScriptedCommand& command, Store& store)
+            [](ScriptedCommand& command, Depot& store)
             {
                 store.change(store.pipes, 0);
                 command.redoCapable = false;
@@ -194,17 +194,17 @@ TEST(TrackingTest, MakingTheCommandMarksNothing)
 
 TEST(TrackingTest, WhatTheKitIsGivenMayBeWrong)
 {
-    CommandKit<Store> kit([] { return std::make_shared<Store>(); }, [](const Store&) { return 0; });
+    CommandKit<Depot> kit([] { return std::make_shared<Depot>(); }, [](const Depot&) { return 0; });
     EXPECT_EQ(kit.tracking(addPump()).toText(),
               "Tracking of \"Add pump\": 1 mistake\n"
               "  setModules() was not called, so there are no modules to compare\n");
-    kit.setModules([](Store&) { return std::shared_ptr<ModuleAccessInterface>(); },
-                   [](const Store&) { return std::vector<ModuleSnapshot>(); });
+    kit.setModules([](Depot&) { return std::shared_ptr<ModuleAccessInterface>(); },
+                   [](const Depot&) { return std::vector<ModuleSnapshot>(); });
     EXPECT_EQ(kit.tracking(addPump()).toText(),
               "Tracking: 1 mistake\n"
               "  Making the module access interface gives an empty pointer\n");
-    kit.setModules([](Store&) { return std::make_shared<ModuleAccessInterface>(); },
-                   [](const Store&) -> std::vector<ModuleSnapshot> { fail(); });
+    kit.setModules([](Depot&) { return std::make_shared<ModuleAccessInterface>(); },
+                   [](const Depot&) -> std::vector<ModuleSnapshot> { fail(); });
     EXPECT_EQ(kit.tracking(addPump()).toText(), "Tracking of \"Add pump\": 1 mistake\n"
                                                 "  Taking the snapshots of the modules throws: no power\n");
 }
