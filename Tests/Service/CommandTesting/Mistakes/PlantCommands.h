@@ -3,7 +3,6 @@
 #include "Service/CommandPattern/CommandBase.h"
 #include "Tests/Service/CommandTesting/Mistakes/Plant.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <optional>
 #include <string>
