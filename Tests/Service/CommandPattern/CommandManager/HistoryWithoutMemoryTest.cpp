@@ -2,7 +2,7 @@
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/HistoryChange.h"
 #include "Service/CommandPattern/ModuleAccessInterface.h"
-#include "Tests/Support/Allocations.h"
+#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/ElementsAre.h"
 
 #include <gtest/gtest.h>
@@ -27,7 +27,6 @@ namespace
 {
 
 using ValdaneTests::ElementsAre;
-using ValdaneTests::FailingAllocation;
 
 /// Only the addresses matter.
 const Object* moduleOf(char letter)

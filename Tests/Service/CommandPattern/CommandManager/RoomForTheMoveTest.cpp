@@ -131,7 +131,7 @@ TEST_F(RoomForTheMove, IsMadeInTheInnermostGroupBeforeACommandIsExecuted)
     add(3);
     const auto command = std::make_shared<CountedCommand>("4", runs);
     {
-        const ValdaneTests::FailingAllocation failing(0);
+        const Valdane::FailingAllocation failing(0);
         EXPECT_THROW(manager.addCommand(command), std::bad_alloc);
     }
     EXPECT_EQ(runs, 3);
