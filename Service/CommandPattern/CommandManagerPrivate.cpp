@@ -115,7 +115,7 @@ void CommandManager::Private::forgetRedo()
     // Again, as long as a destructor of what is dropped undoes another command.
     while (!redoQueue.empty())
     {
-        noteModulesOf(redoQueue);
+        historyChanges.addModules(withModulesOf(redoQueue, {}));
         tracking.keepPosition(undoQueue, redoQueue);
         savePoints.dropAfter(undoQueue.size());
         historyChanges.replaceRows(undoQueue.size(), redoQueue.size(), 0);
@@ -171,18 +171,18 @@ void CommandManager::Private::willDropOldest()
 
 void CommandManager::Private::willDropAll()
 {
-    noteModulesOf(undoQueue);
-    noteModulesOf(redoQueue);
+    historyChanges.addModules(withModulesOf(redoQueue, withModulesOf(undoQueue, {})));
     savePoints.dropAll(undoQueue.size());
     historyChanges.replaceRows(0, undoQueue.size() + redoQueue.size(), 0);
 }
 
-void CommandManager::Private::noteModulesOf(const CommandQueue& queue)
+ModuleSet CommandManager::Private::withModulesOf(const CommandQueue& queue, ModuleSet modules) const
 {
     for (std::size_t index = 0; historyChanges.areWatched() && index < queue.size(); ++index)
     {
-        historyChanges.addModules(queue[index].modules().modulesOfCommand);
+        modules = modules.unitedWith(queue[index].modules().modulesOfCommand);
     }
+    return modules;
 }
 
 std::shared_ptr<CommandBase> CommandManager::Private::takeNewest()

@@ -226,8 +226,8 @@ private:
     void intake(std::shared_ptr<CommandBase>&& command);
     void settle();
 
-    /// Notes what the commands of a queue modified, before they leave it.
-    void noteModulesOf(const CommandQueue& queue);
+    /// Returns @p modules and, if anybody is told, what the commands of a queue modified. @throws std::bad_alloc
+    ModuleSet withModulesOf(const CommandQueue& queue, ModuleSet modules) const;
 
     /// Undoes @p command between two trace lines.
     void runUndo(CommandBase& command, const std::source_location& place) const;

@@ -23,8 +23,7 @@ void CommandManager::Private::forgetRedoWith(const QueuedCommand& undone)
     historyChanges.replaceRows(undoQueue.size(), 1 + redoQueue.size(), 0);
     try
     {
-        historyChanges.addModules(undone.modules().modulesOfCommand);
-        noteModulesOf(redoQueue);
+        historyChanges.addModules(withModulesOf(redoQueue, undone.modules().modulesOfCommand));
     }
     catch (...)
     {

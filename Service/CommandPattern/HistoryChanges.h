@@ -85,8 +85,11 @@ public:
     /// Has all rows told as replaced, because nobody knows what has become of them.
     void replaceAllRows() noexcept
     {
-        areRowsComplete = false;
-        hasChanged = true;
+        if (isWatched)
+        {
+            areRowsComplete = false;
+            hasChanged = true;
+        }
     }
 
     /// How often rows were replaced so far.

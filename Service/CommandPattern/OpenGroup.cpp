@@ -30,10 +30,15 @@ void OpenGroup::reserveOne()
 
 void OpenGroup::append(std::shared_ptr<CommandBase> command, std::uint64_t number)
 {
-    reserveOne();
-    if (!waiting.commands.empty())
+    const bool isMerged = !waiting.commands.empty();
+    if (isMerged)
     {
         command = waiting.mergeWith(command);
+    }
+    // Not before: the command may add another one when it is asked for its description.
+    reserveOne();
+    if (isMerged)
+    {
         waiting = {};
     }
     reserved.front() = std::move(command);

@@ -92,6 +92,7 @@ TEST_F(HistoryChangesTest, NothingIsNotedBeforeTheFirstSlot)
 {
     EXPECT_FALSE(changes.areWatched());
     changes.replaceRows(0, 0, 1);
+    changes.replaceAllRows();
     changes.addModules(setOf(0));
     EXPECT_EQ(changes.noteCount(), 1U) << "who asks whether rows were replaced is told";
 

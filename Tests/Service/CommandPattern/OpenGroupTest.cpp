@@ -9,10 +9,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <memory>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Valdane
@@ -113,6 +115,37 @@ TEST_F(OpenGroupTest, WhatWaitsStillIsPartOfIt)
     EXPECT_EQ(group.newestNumber(), 2U);
     EXPECT_EQ(textOf(group), "G(m )");
     EXPECT_FALSE(group.waiting.commands.empty());
+}
+
+/// Has something done when it is first asked for its description.
+class AskedCommand : public ScriptedCommand
+{
+public:
+    using ScriptedCommand::ScriptedCommand;
+
+    const std::string& getDescription() const override
+    {
+        if (const auto action = std::exchange(whenAsked, nullptr))
+        {
+            action();
+        }
+        return ScriptedCommand::getDescription();
+    }
+
+    mutable std::function<void()> whenAsked;
+};
+
+TEST_F(OpenGroupTest, ACommandMayAddAnotherWhenItIsAskedForItsDescription)
+{
+    letWait("m", 2);
+    const auto asked = std::make_shared<AskedCommand>("a");
+    asked->whenAsked = [this]
+    {
+        group.append(make("b"), 3);
+    };
+    group.append(asked, 4);
+    EXPECT_EQ(textOf(group), "G(b(b m ) a(a ) )");
+    EXPECT_EQ(group.newestNumber(), 4U);
 }
 
 TEST_F(OpenGroupTest, WhatIsReservedSufficesForTheNextCommand)

@@ -326,6 +326,23 @@ TEST_F(HistoryOrder, ACommandThatChangesTheHistoryInItsOwnUndoHasAllRowsReplaced
     EXPECT_EQ(savedPositions(), "--");
 }
 
+TEST_F(HistoryOrder, WhatACommandHasChangedInItsOwnUndoIsNotToldToOneWhoListensLater)
+{
+    CommandManager other;
+    auto command = make("X");
+    command->onUndo = [&]
+    {
+        other.takeLastExecutedCommand();
+    };
+    other.addCommand(command);
+    other.undo(1);
+    std::vector<std::string> told;
+    const auto late = other.connectToSigHistoryChanged([&](const HistoryChange& change)
+                                                       { told.push_back(textOf(change)); });
+    other.adjustOnSave(0);
+    EXPECT_THAT(told, ElementsAre("history [] 0>0 saved"));
+}
+
 TEST_F(HistoryOrder, ACommandThatIsRedoneInItsOwnUndoLeavesTheSavedPositionWhereItIs)
 {
     auto command = make("X");
