@@ -20,6 +20,7 @@ namespace Valdane
 class VALDANE_COMMANDTESTING_EXPORT Choices
 {
 public:
+    /// @param seed  what all numbers depend on.
     explicit Choices(std::uint64_t seed) noexcept;
 
     /// A number from 0 to @p end - 1; 0 if @p end is 0.

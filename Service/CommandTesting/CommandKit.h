@@ -51,6 +51,7 @@ public:
     class Maker
     {
     public:
+        /// @param make  is kept.
         template <typename Make>
 
         requires(!std::same_as<std::remove_cvref_t<Make>, Maker> &&
@@ -81,6 +82,7 @@ public:
     class Generator
     {
     public:
+        /// @param generate  is kept.
         template <typename Generate>
 
         requires(!std::same_as<std::remove_cvref_t<Generate>, Generator> &&
@@ -144,6 +146,7 @@ public:
     /// The progress never runs backwards, and moves at least every so often: no move is larger than a share of the
     /// whole. The last move, to the end, is the manager's if the command does not make it itself.
     ///
+    /// @param make         makes the command.
     /// @param largestMove  from 0 to 1; 1 allows every move forward.
     Report progress(const Maker& make, double largestMove = 1) const
     {

@@ -27,8 +27,11 @@ struct ModuleSnapshot
 /// What CommandKit knows of the application, without the type of its world. Applications use CommandKit.
 struct CommandSubject
 {
+    /// Data that commands work on, of whatever type.
     using World = std::shared_ptr<void>;
+    /// Makes a command for a world, and does not execute it.
     using Maker = std::function<std::shared_ptr<CommandBase>(const World&)>;
+    /// Makes a command that depends on choices, for a world as it is; empty if there is none.
     using Generator = std::function<std::shared_ptr<CommandBase>(const World&, Choices&)>;
 
     std::function<World()> makeWorld;                   ///< never empty

@@ -22,16 +22,19 @@ class HasNoMistakesMatcher
 public:
     using is_gtest_matcher = void; ///< what GoogleMock asks for
 
+    /// What GoogleMock calls.
     bool MatchAndExplain(const Report& report, std::ostream* /*listener*/) const
     {
         return static_cast<bool>(report);
     }
 
+    /// What GoogleMock calls.
     void DescribeTo(std::ostream* out) const
     {
         *out << "has no mistakes";
     }
 
+    /// What GoogleMock calls.
     void DescribeNegationTo(std::ostream* out) const
     {
         *out << "has mistakes";
@@ -44,22 +47,26 @@ class HasMistakesMatcher
 public:
     using is_gtest_matcher = void; ///< what GoogleMock asks for
 
+    /// @param mistakesMatcher  for the mistakes of a report.
     explicit HasMistakesMatcher(testing::Matcher<const std::vector<std::string>&> mistakesMatcher)
         : matcher(std::move(mistakesMatcher))
     {
     }
 
+    /// What GoogleMock calls.
     bool MatchAndExplain(const Report& report, testing::MatchResultListener* listener) const
     {
         return matcher.MatchAndExplain(report.getMistakes(), listener);
     }
 
+    /// What GoogleMock calls.
     void DescribeTo(std::ostream* out) const
     {
         *out << "has mistakes that are such: ";
         matcher.DescribeTo(out);
     }
 
+    /// What GoogleMock calls.
     void DescribeNegationTo(std::ostream* out) const
     {
         *out << "has mistakes that are such: ";
@@ -77,12 +84,15 @@ class IsProvedByMatcher
 public:
     using is_gtest_matcher = void; ///< what GoogleMock asks for
 
+    /// @param provingKit        whose CommandKit::all() is called.
+    /// @param roundTripOptions  what it gets.
     IsProvedByMatcher(CommandKit<World> provingKit, const RoundTripOptions& roundTripOptions)
         : kit(std::move(provingKit)), options(roundTripOptions)
     {
     }
 
     template <typename Make>
+    /// What GoogleMock calls.
     bool MatchAndExplain(const Make& make, testing::MatchResultListener* listener) const
     {
         const Report report = kit.all(make, options);
@@ -93,11 +103,13 @@ public:
         return static_cast<bool>(report);
     }
 
+    /// What GoogleMock calls.
     void DescribeTo(std::ostream* out) const
     {
         *out << "makes a command without mistakes";
     }
 
+    /// What GoogleMock calls.
     void DescribeNegationTo(std::ostream* out) const
     {
         *out << "makes a command with mistakes";

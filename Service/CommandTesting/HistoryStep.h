@@ -15,6 +15,7 @@ namespace Valdane
 ///     kit.replay(generators, {HistoryStep::add(0, 17), HistoryStep::undo(1)});
 struct VALDANE_COMMANDTESTING_EXPORT HistoryStep
 {
+    /// What is done; each has a function below.
     enum class Kind
     {
         Add,
@@ -56,7 +57,7 @@ struct VALDANE_COMMANDTESTING_EXPORT HistoryStep
     /// As it is written in code: "HistoryStep::add(0, 17)".
     std::string toText() const;
 
-    Kind kind = Kind::Undo;
+    Kind kind = Kind::Undo;    ///< what is done
     std::size_t generator = 0; ///< for the three kinds that add
     std::uint64_t seed = 0;    ///< likewise
     std::uint64_t number = 0;  ///< a count, a size, or the number of the point that fails
