@@ -239,12 +239,11 @@ void CommandManager::clear()
         [&]
         {
             d->willDropAll();
-            d->savePoints.dropLoose(d->newestLoose());
             d->tracking.modulesBeforeFirstCommand = modified;
             d->undoQueue.dropAll();
             d->redoQueue.dropAll();
             // Out of the list before they die, because a command's destructor may call the manager.
-            d->commandsToMerge.newest = 0;
+            d->savePoints.dropLoose(std::exchange(d->commandsToMerge.newest, 0));
             std::exchange(d->commandsToMerge.commands, {});
         });
     d->sigCommandQueueChanged(QueueCleared);

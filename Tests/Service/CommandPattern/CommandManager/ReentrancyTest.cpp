@@ -608,6 +608,30 @@ TEST_F(Reentrancy, ADyingCommandThatWaitedToBeMergedFindsTheSavedPositionOfTheCl
     EXPECT_EQ(found, std::uint64_t{0}) << "it waits no more";
 }
 
+TEST_F(Reentrancy, ADyingCommandFindsTheSavedPositionWhileACommandStillWaitsToBeMerged)
+{
+    std::optional<std::uint64_t> found;
+    manager.addCommand(std::make_shared<LastWordsCommand>("A", [&] { found = manager.getSavedPosition(0); }));
+    manager.addCommandToMergeWithNextCommand(std::make_shared<RecordingCommand>("M"), false);
+    manager.adjustOnSave(0);
+
+    manager.clear();
+
+    EXPECT_EQ(found, std::uint64_t{0}) << "the data are as they were saved";
+}
+
+TEST_F(Reentrancy, NoUndoLeadsToTheSaveOnceADyingCommandHasAddedOneThatTakesUpTheCommandsThatWait)
+{
+    manager.addCommand(std::make_shared<LastWordsCommand>("A", [&] { add("B"); }));
+    manager.addCommandToMergeWithNextCommand(std::make_shared<RecordingCommand>("M"), false);
+    manager.adjustOnSave(0);
+
+    manager.clear();
+
+    EXPECT_EQ(manager.getPosition(), 1U) << "M and B as one";
+    EXPECT_EQ(manager.getSavedPosition(0), std::nullopt) << "undo goes back to before M";
+}
+
 TEST_F(Reentrancy, DyingCommandsOfAMacroMayUseTheMacro)
 {
     MacroCommand macro;
