@@ -418,6 +418,11 @@ CommandManager::connectToSigHistoryChanged(const Signals::Slot<void(const Histor
     return d->historyChanges.connect(slot, d->historyState());
 }
 
+Signals::Connection CommandManager::connectToSigOpenGroupsChanged(const Signals::Slot<void()>& slot)
+{
+    return d->sigOpenGroupsChanged.connect(slot, Signals::ConnectPosition::Back);
+}
+
 Signals::Connection CommandManager::connectToSigThreadedCommandFinished(const Signals::Slot<void()>& slot)
 {
     return d->sigThreadedCommandFinished.connect(slot, Signals::ConnectPosition::Back);

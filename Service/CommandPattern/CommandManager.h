@@ -86,6 +86,7 @@ public:
 
     /// Opens a group, inside the one that is open. Commands that wait to be merged wait for the outermost group.
     /// @throws VdException while a threaded command is running.
+    /// Guarantee: if a slot throws, the group is open.
     void beginGroup(std::string description);
 
     /// Closes the innermost group. It becomes one entry, a macro that is queued as addExecutedCommand() does, or
@@ -199,6 +200,9 @@ public:
     /// of the change. If a slot changes the history, all slots are told of this change first, then of that.
     [[nodiscard]] Signals::Connection
     connectToSigHistoryChanged(const Signals::Slot<void(const HistoryChange&)>& slot);
+
+    /// After a group was opened, ended or abandoned: the last signal of that operation.
+    [[nodiscard]] Signals::Connection connectToSigOpenGroupsChanged(const Signals::Slot<void()>& slot);
 
     /// When the application calls emitSigUndoRedoProcessCompleted().
     [[nodiscard]] Signals::Connection connectToSigUndoRedoProcessCompleted(const Signals::Slot<void()>& slot);

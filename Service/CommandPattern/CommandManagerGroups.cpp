@@ -21,6 +21,7 @@ void CommandManager::beginGroup(std::string description)
                         std::source_location::current());
     }
     d->groups.emplace_back(std::move(description));
+    d->sigOpenGroupsChanged();
 }
 
 void CommandManager::endGroup()
@@ -30,6 +31,7 @@ void CommandManager::endGroup()
         Private::refuse("endGroup() is refused because no group is open", std::source_location::current());
     }
     d->endGroup();
+    d->sigOpenGroupsChanged();
 }
 
 bool CommandManager::abandonGroup()
@@ -39,7 +41,12 @@ bool CommandManager::abandonGroup()
     {
         Private::refuse("abandonGroup() is refused because no group is open", here);
     }
-    return d->abandonGroup(here);
+    if (!d->abandonGroup(here))
+    {
+        return false;
+    }
+    d->sigOpenGroupsChanged();
+    return true;
 }
 
 std::list<std::string> CommandManager::getOpenGroups() const

@@ -176,6 +176,7 @@ public:
     Signals::Signal<void()> sigThreadedCommandFinished;
     Signals::Signal<void()> sigCommandExecuted;
     Signals::Signal<void()> sigCommandUndone;
+    Signals::Signal<void()> sigOpenGroupsChanged;
     Signals::Signal<void(const char*, const std::string&)> sigCommandFailed;
 
 private:

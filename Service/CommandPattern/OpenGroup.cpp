@@ -30,17 +30,13 @@ void OpenGroup::reserveOne()
 
 void OpenGroup::append(std::shared_ptr<CommandBase> command, std::uint64_t number)
 {
-    const bool isMerged = !waiting.commands.empty();
-    if (isMerged)
+    if (!waiting.commands.empty())
     {
         command = waiting.mergeWith(command);
     }
     // Not before: the command may add another one when it is asked for its description.
     reserveOne();
-    if (isMerged)
-    {
-        waiting = {};
-    }
+    waiting = {};
     reserved.front() = std::move(command);
     commands.splice(commands.end(), reserved);
     newest = number;

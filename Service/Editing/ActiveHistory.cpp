@@ -29,7 +29,7 @@ public:
     std::unique_ptr<Listeners> listeners = std::make_unique<Listeners>();
 
 private:
-    using Connections = std::array<Signals::Connection, 5>;
+    using Connections = std::array<Signals::Connection, 4>;
 
     Connections connectTo(CommandManager& manager);
 
@@ -46,10 +46,8 @@ ActiveHistory::Private::Connections ActiveHistory::Private::connectTo(CommandMan
             listeners->updated();
         }
     };
-    // The second and third tell of what happens in a group, about which the history is silent.
     return {manager.connectToSigHistoryChanged([tell](const HistoryChange&) { tell(); }),
-            manager.connectToSigCommandExecuted(tell), manager.connectToSigCommandUndone(tell),
-            manager.connectToSigThreadedCommandStarted(tell),
+            manager.connectToSigOpenGroupsChanged(tell), manager.connectToSigThreadedCommandStarted(tell),
             manager.connectToSigThreadedCommandFinished(tell)};
 }
 

@@ -9,13 +9,27 @@
 namespace Valdane
 {
 
-CommandGroup::CommandGroup(CommandManager& commandManager, std::string description) : manager(commandManager)
+CommandGroup::CommandGroup(CommandManager& commandManager, std::string description)
+    : manager(commandManager), depth(manager.getOpenGroups().size() + 1)
 {
-    manager.beginGroup(std::move(description));
-    depth = manager.getOpenGroups().size();
+    try
+    {
+        manager.beginGroup(std::move(description));
+    }
+    catch (...)
+    {
+        // A slot has failed when the group was open, or none was opened.
+        leave();
+        throw;
+    }
 }
 
 CommandGroup::~CommandGroup()
+{
+    leave();
+}
+
+void CommandGroup::leave()
 {
     while (isOpen())
     {

@@ -26,7 +26,7 @@ class VALDANE_EDITING_EXPORT CommandGroup
 {
 public:
     /// Opens a group with CommandManager::beginGroup().
-    /// @throws VdException while a threaded command is running.
+    /// @throws VdException while a threaded command is running, and what slots throw; no group is open then.
     CommandGroup(CommandManager& commandManager, std::string description);
     CommandGroup(const CommandGroup&) = delete;
     CommandGroup& operator=(const CommandGroup&) = delete;
@@ -50,6 +50,8 @@ public:
     bool isOpen() const;
 
 private:
+    void leave();
+
     void requireInnermost(const char* operation) const;
 
     /// Closes the group with @p work. @return what that answers: whether it is closed.

@@ -54,9 +54,8 @@ public:
     /// Replaces the texts, if the user chooses another language. @throws what slots throw.
     void setTexts(HistoryActionTexts newTexts);
 
-    /// Emits the signal if the action has changed without it. Call it after changes that the manager does
-    /// not tell: a group was opened, or was closed without a command in it, or a command got another
-    /// description.
+    /// Emits the signal if the action has changed without it. Call it after a change that the manager does not
+    /// tell: a command got another description.
     /// @throws what slots throw.
     void update();
 

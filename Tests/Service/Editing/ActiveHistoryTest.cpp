@@ -89,12 +89,21 @@ TEST_F(ActiveHistoryTest, HearsTheActiveManagerOnly)
     EXPECT_THAT(toldBy([&] { second->manager.undo(1); }), testing::Not(IsEmpty()));
 }
 
-TEST_F(ActiveHistoryTest, TellsOfWhatHappensInAGroup)
+TEST_F(ActiveHistoryTest, TellsOfGroupsButNotOfWhatHappensInThem)
 {
     first->document.activate();
-    first->manager.beginGroup("G");
-    EXPECT_THAT(toldBy([&] { first->add(); }), ElementsAre("updated"));
+    EXPECT_THAT(toldBy([&] { first->manager.beginGroup("G"); }), ElementsAre("updated"));
+    EXPECT_THAT(toldBy([&] { first->add(); }), IsEmpty())
+        << "nothing can be undone or redone before and after";
     EXPECT_THAT(toldBy([&] { first->manager.abandonGroup(); }), ElementsAre("updated"));
+}
+
+TEST_F(ActiveHistoryTest, TellsOncePerChangeOfTheHistory)
+{
+    first->document.activate();
+    EXPECT_THAT(toldBy([&] { first->add(); }), ElementsAre("updated"));
+    EXPECT_THAT(toldBy([&] { first->manager.undo(1); }), ElementsAre("updated"));
+    EXPECT_THAT(toldBy([&] { first->manager.redo(1); }), ElementsAre("updated"));
 }
 
 TEST_F(ActiveHistoryTest, ADocumentThatIsDestroyedIsNotActive)

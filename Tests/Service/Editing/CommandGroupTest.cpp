@@ -1,9 +1,11 @@
 #include "Service/Editing/CommandGroup.h"
 
+#include "Platform/Multitasking/ThreadManager.h"
 #include "Service/CommandPattern/CommandManager.h"
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/MessageOf.h"
 #include "Tests/Support/ScriptedCommand.h"
+#include "Tests/Support/ScriptedRun.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -168,6 +170,33 @@ TEST_F(CommandGroupTest, ASlotThatThrowsAtTheEndOfTheScopeDoesNotLeaveItOpen)
         add("a");
     }
     EXPECT_THAT(undone, ElementsAre("a"));
+    EXPECT_THAT(manager.getOpenGroups(), IsEmpty());
+}
+
+TEST_F(CommandGroupTest, ASlotThatThrowsAtItsBeginningDoesNotLeaveItOpen)
+{
+    const auto connection = manager.connectToSigOpenGroupsChanged(
+        [&]
+        {
+            if (!manager.getOpenGroups().empty())
+            {
+                throw std::runtime_error("slot");
+            }
+        });
+    EXPECT_THROW(CommandGroup(manager, "G"), std::runtime_error);
+    EXPECT_THAT(manager.getOpenGroups(), IsEmpty());
+}
+
+TEST_F(CommandGroupTest, IsRefusedWhileAThreadedCommandIsRunning)
+{
+    manager.getThreadManager()->setThreadingMode(0);
+    const auto run = std::make_shared<ScriptedRun>("Fit");
+    run->onRun = [&]
+    {
+        EXPECT_THROW(CommandGroup(manager, "G"), VdException);
+    };
+    manager.addThreadedCommand(run);
+    EXPECT_EQ(manager.getUndoCommand(), run);
     EXPECT_THAT(manager.getOpenGroups(), IsEmpty());
 }
 

@@ -712,6 +712,112 @@ protected:
     }
 };
 
+/// Notes the open groups when they change.
+class OpenGroupsOrder : public GroupOrder
+{
+protected:
+    std::function<void()> onGroups;
+    Signals::Connection groupsChanged = manager.connectToSigOpenGroupsChanged(
+        [this]
+        {
+            note("groups (" + groups() + ") " + queues());
+            if (onGroups)
+            {
+                std::exchange(onGroups, nullptr)();
+            }
+        });
+};
+
+TEST_F(OpenGroupsOrder, AreToldLastOfEachOperationThatChangesThem)
+{
+    fill("a");
+    manager.beginGroup("G");
+    EXPECT_THAT(takeJournal(), ElementsAre("  groups (G) [a|]"));
+    manager.beginGroup("H");
+    EXPECT_THAT(takeJournal(), ElementsAre("  groups (G H) [a|]"));
+    fill("b");
+    manager.endGroup();
+    EXPECT_THAT(takeJournal(), ElementsAre("  groups (G) [a|]"));
+    manager.beginGroup("I");
+    manager.endGroup();
+    EXPECT_THAT(takeJournal(), ElementsAre("  groups (G I) [a|]", "  groups (G) [a|]")) << "I was empty";
+    manager.endGroup();
+    EXPECT_THAT(takeJournal(),
+                ElementsAre("  modules.modified", "  modules.mark", "  history [1-0+1] 1>2 [G a|]",
+                            "  queueChanged 3 [G a|]", "  groups () [G a|]"));
+}
+
+TEST_F(OpenGroupsOrder, AreToldAfterTheUndoOfOneThatIsAbandoned)
+{
+    manager.beginGroup("G");
+    manager.beginGroup("H");
+    takeJournal();
+    EXPECT_TRUE(manager.abandonGroup());
+    EXPECT_THAT(takeJournal(), ElementsAre("  groups (G) [|]")) << "H was empty";
+    fill("b");
+    EXPECT_TRUE(manager.abandonGroup());
+    EXPECT_THAT(takeJournal(),
+                ElementsAre("* progress.setSubProgress(progress, 100, 1)", "* Speed.add(3)",
+                            "* progress.reset", "* progress.progress", "* Speed.getPartitionFromRate(3)",
+                            "* progress.appendSubProgress(b.progress, 0, 30)", "* b.undo",
+                            "* b.progress.setComplete", "* progress.setComplete", "  modules.mark",
+                            "  undone [|]", "  groups () [|]"));
+}
+
+TEST_F(OpenGroupsOrder, AreNotToldIfTheyStayAsTheyWere)
+{
+    EXPECT_THROW(manager.endGroup(), VdException);
+    EXPECT_THROW(manager.abandonGroup(), VdException);
+    EXPECT_THAT(takeJournal(), ElementsAre("  error: endGroup() is refused because no group is open",
+                                           "  error: abandonGroup() is refused because no group is open"));
+    manager.beginGroup("G");
+    auto command = make("B");
+    command->onUndo = []
+    {
+        throw std::runtime_error("no power");
+    };
+    manager.addCommand(command);
+    takeJournal();
+    EXPECT_FALSE(manager.abandonGroup());
+    EXPECT_THAT(takeJournal(),
+                ElementsAre("* progress.setSubProgress(progress, 100, 1)", "* Speed.add(3)",
+                            "* progress.reset", "* progress.progress", "* Speed.getPartitionFromRate(3)",
+                            "* progress.appendSubProgress(B.progress, 0, 30)", "* B.undo",
+                            "* error: Undo of MacroCommand: Subcommand 'B' failed with exception: no power",
+                            "  error: Undo of command 'G' failed with exception: no power",
+                            "  failed(no power, G) [|]"));
+}
+
+TEST_F(OpenGroupsOrder, ASlotMayEndTheGroupThatWasOpened)
+{
+    onGroups = [this]
+    {
+        manager.endGroup();
+    };
+    manager.beginGroup("G");
+    EXPECT_THAT(takeJournal(), ElementsAre("  groups (G) [|]", "  groups () [|]"));
+}
+
+TEST_F(OpenGroupsOrder, ASlotThatThrowsFindsTheOperationDone)
+{
+    const auto throws = []
+    {
+        throw Stranger();
+    };
+    onGroups = throws;
+    EXPECT_THROW(manager.beginGroup("G"), Stranger);
+    EXPECT_EQ(groups(), "G");
+    fill("b");
+    onGroups = throws;
+    EXPECT_THROW(manager.endGroup(), Stranger);
+    EXPECT_EQ(groups() + queues(), "[G|]");
+    manager.beginGroup("H");
+    fill("c");
+    onGroups = throws;
+    EXPECT_THROW(manager.abandonGroup(), Stranger);
+    EXPECT_EQ(groups() + queues(), "[G|]");
+}
+
 TEST_F(GroupOrder, CommandsBecomeOneEntryWhenItEnds)
 {
     fill("a");

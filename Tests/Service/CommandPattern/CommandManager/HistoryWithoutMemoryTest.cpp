@@ -282,6 +282,27 @@ TEST(HistoryWithoutMemory, AClearThatFailsIsNotToldWithTheNextChange)
     EXPECT_THAT(told, ElementsAre("as before 2-1+0 c", "cleared 0-3+0 abc"));
 }
 
+TEST(HistoryWithoutMemory, AClearThatFailsDoesNotCountItsCommandsAsForgotten)
+{
+    const std::size_t failures = failEverywhere(
+        [](WatchedHistory& world)
+        {
+            world.fill("ab");
+            world.listen();
+        },
+        [](WatchedHistory& world) { world.manager.clear(); },
+        [](WatchedHistory& world)
+        {
+            if (world.manager.getQueueSize() != 0)
+            {
+                world.manager.takeLastExecutedCommand();
+                world.manager.takeLastExecutedCommand();
+                EXPECT_TRUE(world.manager.getModifiedModules(0).empty()) << "the caller has both commands";
+            }
+        });
+    EXPECT_NE(failures, 0U);
+}
+
 TEST(HistoryWithoutMemory, ASaveThatFailsLeavesTheFormerSavePoint)
 {
     const std::size_t failures = failEverywhere(

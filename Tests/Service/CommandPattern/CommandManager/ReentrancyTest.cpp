@@ -622,14 +622,20 @@ TEST_F(Reentrancy, ADyingCommandFindsTheSavedPositionWhileACommandStillWaitsToBe
 
 TEST_F(Reentrancy, NoUndoLeadsToTheSaveOnceADyingCommandHasAddedOneThatTakesUpTheCommandsThatWait)
 {
-    manager.addCommand(std::make_shared<LastWordsCommand>("A", [&] { add("B"); }));
-    manager.addCommandToMergeWithNextCommand(std::make_shared<RecordingCommand>("M"), false);
-    manager.adjustOnSave(0);
+    for (const bool isUndone : {false, true})
+    {
+        SCOPED_TRACE(isUndone);
+        manager.addCommand(std::make_shared<LastWordsCommand>("A", [&] { add("B"); }));
+        manager.undo(isUndone ? 1 : 0);
+        manager.addCommandToMergeWithNextCommand(std::make_shared<RecordingCommand>("M"), false);
+        manager.adjustOnSave(0);
 
-    manager.clear();
+        manager.clear();
 
-    EXPECT_EQ(manager.getPosition(), 1U) << "M and B as one";
-    EXPECT_EQ(manager.getSavedPosition(0), std::nullopt) << "undo goes back to before M";
+        EXPECT_EQ(manager.getPosition(), 1U) << "M and B as one";
+        EXPECT_EQ(manager.getSavedPosition(0), std::nullopt) << "undo goes back to before M";
+        manager.clear();
+    }
 }
 
 TEST_F(Reentrancy, DyingCommandsOfAMacroMayUseTheMacro)

@@ -511,6 +511,7 @@ void ManagerModel::beginGroup(const std::string& description)
         refuse("beginGroup() is refused while a threaded command is running");
     }
     groups.push_back({description, {}, {}, 0});
+    emit("groups");
 }
 
 void ManagerModel::appendToGroup(Group& group, const CommandPtr& command, unsigned state)
@@ -534,12 +535,14 @@ void ManagerModel::endGroup()
     groups.pop_back();
     if (group.isEmpty())
     {
+        emit("groups");
         return;
     }
     if (depth != 0)
     {
         appendToGroup(groups.back(), macroOf(group), stateOf(group));
         tell();
+        emit("groups");
         return;
     }
     changeHistory(
@@ -562,6 +565,7 @@ void ManagerModel::endGroup()
             applyLimit();
         });
     emit("queueChanged 3");
+    emit("groups");
 }
 
 bool ManagerModel::abandonGroup()
@@ -575,6 +579,7 @@ bool ManagerModel::abandonGroup()
     groups.pop_back();
     if (group.isEmpty())
     {
+        emit("groups");
         return true;
     }
     bool isUndone = false;
@@ -608,6 +613,7 @@ bool ManagerModel::abandonGroup()
     if (isUndone)
     {
         emit("undone");
+        emit("groups");
     }
     return isUndone;
 }

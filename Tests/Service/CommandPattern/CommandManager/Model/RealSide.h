@@ -322,6 +322,7 @@ private:
         manager.connectToSigThreadedCommandFinished([this] { emitted("finished"); });
     Signals::Connection executed = manager.connectToSigCommandExecuted([this] { emitted("executed"); });
     Signals::Connection undone = manager.connectToSigCommandUndone([this] { emitted("undone"); });
+    Signals::Connection groupsChanged = manager.connectToSigOpenGroupsChanged([this] { emitted("groups"); });
     Signals::Connection failed = manager.connectToSigCommandFailed(
         [this](const char* what, const std::string& description)
         { emitted("failed(" + std::string(what) + ", " + description + ")"); });
