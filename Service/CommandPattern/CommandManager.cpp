@@ -52,7 +52,7 @@ void CommandManager::Private::logException(const std::exception& exception, cons
 }
 
 // For users who take its address: on Windows only what is defined here is exported.
-constexpr std::uint64_t CommandManager::ChangeTrackerCount;
+constexpr std::uint64_t CommandManager::ChangeTrackerCount; // NOLINT(readability-redundant-declaration)
 
 CommandManager::CommandManager() : d(std::make_unique<Private>()) {}
 

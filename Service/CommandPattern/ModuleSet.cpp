@@ -25,7 +25,7 @@ namespace Valdane
 // 2^32 modules do not fit into memory.
 ModuleSet::Part* ModuleSet::Part::make(std::size_t count)
 {
-    void* const memory = ::operator new(sizeof(Part) + count * sizeof(const Object*));
+    void* const memory = ::operator new(sizeof(Part) + (count * sizeof(const Object*)));
     return new (memory) Part(static_cast<std::uint32_t>(count));
 }
 

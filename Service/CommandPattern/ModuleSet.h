@@ -74,7 +74,8 @@ private:
         /// Makes a part for @p count modules, which the caller fills in.
         static Part* make(std::size_t count);
 
-        void operator delete(void* memory)
+        /// Without a size, because the block is larger than this object: make() asks the global operator new.
+        void operator delete(void* memory) // NOLINT(misc-new-delete-overloads)
         {
             ::operator delete(memory);
         }
