@@ -152,7 +152,13 @@ std::string Encoding::decode(std::string_view bytes) const
         return std::string(bytes);
     }
     const auto converter = openConverter("UTF-8", name, name);
-    return convert(converter.get(), bytes, "the file is not in its encoding " + name);
+    std::string text = convert(converter.get(), bytes, "the file is not in its encoding " + name);
+    // Some encodings have several ways to write a text. A file must be saved as it was where nothing was edited.
+    if (std::string_view(encode(text)).substr(byteOrderMark.size()) != bytes)
+    {
+        throw Valdane::VdException("the file could not be saved as it is in its encoding " + name);
+    }
+    return text;
 }
 
 std::string Encoding::encode(std::string text) const

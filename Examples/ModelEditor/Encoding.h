@@ -26,7 +26,8 @@ public:
 
     /// The text of a whole file as UTF-8, without byte order mark.
     ///
-    /// @throws VdException if the encoding is not known or @p bytes are not in it.
+    /// @throws VdException if the encoding is not known, if @p bytes are not in it, or if encode() would not give them
+    ///         again.
     std::string decode(std::string_view bytes) const;
 
     /// The reverse of decode. Cost: none for a text that is moved in and stays as it is.

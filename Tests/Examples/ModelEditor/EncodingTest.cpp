@@ -65,4 +65,11 @@ TEST(Encoding, WhatCannotBeConvertedIsRefused)
     EXPECT_THROW(Encoding::of("\xFF\xFE").decode("\xFF\xFE<"), Valdane::VdException);
 }
 
+TEST(Encoding, WhatWouldBeSavedDifferentlyIsRefused)
+{
+    // The converter takes it for UTF-7, which can write '<' as it is, but writes "+ADw-".
+    const std::string bytes = "<?xml version='1.0' encoding=']UTF-7'?>";
+    EXPECT_THROW(Encoding::of(bytes).decode(bytes), Valdane::VdException);
+}
+
 } // namespace
