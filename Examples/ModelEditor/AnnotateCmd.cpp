@@ -37,7 +37,8 @@ void AnnotateCmd::execute()
 
 void AnnotateCmd::undo()
 {
-    put(*findObject(), std::exchange(previous, nullptr));
+    put(*findObject(), previous);
+    previous.reset();
 }
 
 std::shared_ptr<Object> AnnotateCmd::findObject() const
@@ -54,10 +55,19 @@ std::shared_ptr<Object> AnnotateCmd::findObject() const
 
 void AnnotateCmd::put(Object& object, std::shared_ptr<DynamicAttributeCollection> collection)
 {
+    const auto before = object.getDynamicAttributeCollection();
     object.setDynamicAttributeCollection(std::move(collection));
-    if (const auto owner = object.getOwner())
+    try
     {
-        owner->emitSigChanged();
+        if (const auto owner = object.getOwner())
+        {
+            owner->emitSigChanged();
+        }
+    }
+    catch (...)
+    {
+        object.setDynamicAttributeCollection(before);
+        throw;
     }
 }
 

@@ -64,9 +64,11 @@ void Annotations::set(std::shared_ptr<DynamicAttributeCollection> attributes)
     {
         requireWritable(*attributes);
     }
+    auto changes = prepareSource(attributes);
+    writeNodes(attributes);
+    // From here on nothing fails, so that what is saved is what an XPath sees.
+    writeSource(std::move(changes));
     collection = std::move(attributes);
-    writeNodes();
-    writeSource();
 }
 
 // What the file has can always be written back, even if it is no UTF-8.
@@ -90,84 +92,110 @@ void Annotations::requireWritable(const DynamicAttributeCollection& attributes) 
     }
 }
 
-void Annotations::writeNodes()
+// The old attributes go when all new ones are there: to remove one cannot fail.
+void Annotations::writeNodes(const Attributes& attributes)
 {
-    for (auto attribute = element.first_attribute(); attribute;)
+    std::vector<pugi::xml_attribute> old;
+    for (const auto attribute : element.attributes())
     {
-        const auto following = attribute.next_attribute();
         if (isAnnotationName(attribute.name()))
         {
-            element.remove_attribute(attribute);
+            old.push_back(attribute);
         }
-        attribute = following;
     }
-    pugi::xml_attribute previous;
-    for (const auto& place : tag.attributes)
+    const auto behind = getAdded(attributes);
+    std::vector<pugi::xml_attribute> made;
+    made.reserve(originals.size() + behind.size());
+    const auto add = [&](pugi::xml_attribute previous, const std::string& name, const std::string& text)
     {
-        const std::string name(place.name);
-        const auto text = isAnnotationName(name) ? textIn(collection, name) : std::nullopt;
-        if (text)
-        {
-            previous = previous ? element.insert_attribute_after(name.c_str(), previous)
-                                : element.prepend_attribute(name.c_str());
-            require(previous.set_value(text->c_str()));
-        }
-        else if (!isAnnotationName(name))
-        {
-            previous = element.attribute(name.c_str());
-        }
-    }
-    for (const auto& entry : getAdded())
+        made.push_back(insertBehind(previous, name));
+        require(made.back().name() == name && made.back().set_value(text.c_str()));
+        return made.back();
+    };
+    try
     {
-        require(element.append_attribute(entry.name.c_str()).set_value(entry.text.c_str()));
+        pugi::xml_attribute previous;
+        for (const auto& place : tag.attributes)
+        {
+            const std::string name(place.name);
+            const auto text = isAnnotationName(name) ? textIn(attributes, name) : std::nullopt;
+            if (text)
+            {
+                previous = add(previous, name, *text);
+            }
+            else if (!isAnnotationName(name))
+            {
+                previous = element.attribute(name.c_str());
+            }
+        }
+        for (const auto& entry : behind)
+        {
+            add(element.last_attribute(), entry.name, entry.text);
+        }
     }
+    catch (...)
+    {
+        std::ranges::for_each(made, [this](auto attribute) { element.remove_attribute(attribute); });
+        throw;
+    }
+    std::ranges::for_each(old, [this](auto attribute) { element.remove_attribute(attribute); });
 }
 
-void Annotations::writeSource()
+pugi::xml_attribute Annotations::insertBehind(pugi::xml_attribute previous, const std::string& name)
 {
-    for (const auto& original : originals)
+    return previous ? element.insert_attribute_after(name.c_str(), previous)
+                    : element.prepend_attribute(name.c_str());
+}
+
+std::vector<Annotations::Change> Annotations::prepareSource(const Attributes& attributes) const
+{
+    std::vector<Change> changes;
+    const auto put = [&changes](Span span, const std::optional<std::string>& markup)
     {
-        writeOriginal(original);
+        changes.push_back(
+            {.span = span, .markup = markup ? SourceText::prepare(span, *markup) : SourceText::Prepared()});
+    };
+    for (const auto& [place, original] : originals)
+    {
+        const auto text = textIn(attributes, place.name);
+        put(place.whole, text ? std::nullopt : std::optional<std::string>(""));
+        const char quote = source.getOriginal()[place.value.offset - 1];
+        const auto markupPlace = quote == '\'' ? MarkupPlace::SingleQuoted : MarkupPlace::DoubleQuoted;
+        put(place.value, text && *text != original
+                             ? std::optional(toMarkup(*text, markupPlace, document.isAsciiOnly()))
+                             : std::nullopt);
     }
     std::string markup;
-    for (const auto& entry : getAdded())
+    for (const auto& entry : getAdded(attributes))
     {
         markup += " " + entry.name + "=\"" +
                   toMarkup(entry.text, MarkupPlace::DoubleQuoted, document.isAsciiOnly()) + "\"";
     }
     put({.offset = tag.end, .length = 0}, markup.empty() ? std::nullopt : std::optional(markup));
+    return changes;
 }
 
-void Annotations::writeOriginal(const Original& original)
+void Annotations::writeSource(std::vector<Change> changes) noexcept
 {
-    const auto& place = original.place;
-    const auto text = textIn(collection, place.name);
-    put(place.whole, text ? std::nullopt : std::optional<std::string>(""));
-    const bool isChanged = text && *text != original.text;
-    const char quote = source.getOriginal()[place.value.offset - 1];
-    const auto markupPlace = quote == '\'' ? MarkupPlace::SingleQuoted : MarkupPlace::DoubleQuoted;
-    put(place.value,
-        isChanged ? std::optional(toMarkup(*text, markupPlace, document.isAsciiOnly())) : std::nullopt);
-}
-
-void Annotations::put(Span span, const std::optional<std::string>& markup)
-{
-    if (markup)
+    for (auto& [span, markup] : changes)
     {
-        source.replace(span, *markup);
-    }
-    else
-    {
-        source.restore(span);
+        if (markup.empty())
+        {
+            source.restore(span);
+        }
+        else
+        {
+            source.replace(std::move(markup));
+        }
     }
 }
 
-std::vector<DynamicAttributeCollection::Entry> Annotations::getAdded() const
+std::vector<DynamicAttributeCollection::Entry> Annotations::getAdded(const Attributes& attributes) const
 {
     std::vector<DynamicAttributeCollection::Entry> added;
-    if (collection != nullptr)
+    if (attributes != nullptr)
     {
-        std::ranges::copy_if(*collection, std::back_inserter(added),
+        std::ranges::copy_if(*attributes, std::back_inserter(added),
                              [this](const auto& entry) { return tag.find(entry.name) == nullptr; });
     }
     return added;

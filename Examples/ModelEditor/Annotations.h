@@ -33,7 +33,7 @@ public:
     const std::shared_ptr<Valdane::DynamicAttributeCollection>& get() const noexcept;
 
     /// @throws VdException if a name is not `prefix:name` or XML cannot hold a text, unless it is what the
-    ///         file has there. Nothing has changed then.
+    ///         file has there; std::bad_alloc. Nothing has changed then.
     void set(std::shared_ptr<Valdane::DynamicAttributeCollection> attributes);
 
 private:
@@ -44,11 +44,20 @@ private:
     };
 
     void requireWritable(const Valdane::DynamicAttributeCollection& attributes) const;
-    void writeNodes();
-    void writeSource();
-    void writeOriginal(const Original& original);
-    void put(Span span, const std::optional<std::string>& markup);
-    std::vector<Valdane::DynamicAttributeCollection::Entry> getAdded() const;
+    using Attributes = std::shared_ptr<Valdane::DynamicAttributeCollection>;
+
+    /// What is to stand at a place of the source text; empty for the original.
+    struct Change
+    {
+        Span span;
+        SourceText::Prepared markup;
+    };
+
+    void writeNodes(const Attributes& attributes);
+    pugi::xml_attribute insertBehind(pugi::xml_attribute previous, const std::string& name);
+    std::vector<Change> prepareSource(const Attributes& attributes) const;
+    void writeSource(std::vector<Change> changes) noexcept;
+    std::vector<Valdane::DynamicAttributeCollection::Entry> getAdded(const Attributes& attributes) const;
 
     XmlDocument& document;
     SourceText& source;

@@ -76,6 +76,16 @@ void ScaleValueCmd::finishRun()
     getProgressPtr()->setComplete();
 }
 
+void ScaleValueCmd::sendFinishSignal(bool ok)
+{
+    if (!ok)
+    {
+        undo();
+        done.reset();
+    }
+    ThreadedCommand::sendFinishSignal(ok);
+}
+
 void ScaleValueCmd::undo()
 {
     if (done != nullptr)

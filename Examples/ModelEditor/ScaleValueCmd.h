@@ -36,6 +36,9 @@ public:
     /// Makes the change, unless the run was aborted.
     void finishRun() override;
 
+    /// Takes the change back if the run was aborted after it.
+    void sendFinishSignal(bool ok) override;
+
     void undo() override;
     void redo() override;
 

@@ -14,11 +14,23 @@ std::string_view SourceText::getOriginal() const noexcept
 
 void SourceText::replace(Span span, std::string replacement)
 {
-    replacements.insert_or_assign(span.offset,
-                                  Replacement{.length = span.length, .text = std::move(replacement)});
+    replace(prepare(span, std::move(replacement)));
 }
 
-void SourceText::restore(Span span)
+SourceText::Prepared SourceText::prepare(Span span, std::string replacement)
+{
+    std::map<std::size_t, Replacement> one;
+    one.emplace(span.offset, Replacement{.length = span.length, .text = std::move(replacement)});
+    return one.extract(one.begin());
+}
+
+void SourceText::replace(Prepared prepared) noexcept
+{
+    replacements.erase(prepared.key());
+    replacements.insert(std::move(prepared));
+}
+
+void SourceText::restore(Span span) noexcept
 {
     replacements.erase(span.offset);
 }

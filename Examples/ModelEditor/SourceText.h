@@ -22,7 +22,16 @@ struct Span
 /// Thread: one at a time.
 class SourceText
 {
+    struct Replacement
+    {
+        std::size_t length;
+        std::string text;
+    };
+
 public:
+    /// A replacement that has all the memory it needs.
+    using Prepared = std::map<std::size_t, Replacement>::node_type;
+
     explicit SourceText(std::string text);
 
     /// The text as it was read; valid as long as this object.
@@ -33,8 +42,12 @@ public:
     /// Stretches that are replaced at the same time must be equal or apart (not checked).
     void replace(Span span, std::string replacement);
 
+    /// The same in two steps, of which only the first one can fail.
+    static Prepared prepare(Span span, std::string replacement);
+    void replace(Prepared prepared) noexcept;
+
     /// Puts the original back at @p span.
-    void restore(Span span);
+    void restore(Span span) noexcept;
 
     /// The text with all replacements. Cost: a copy of the text.
     std::string getCurrent() const;
@@ -49,12 +62,6 @@ public:
     std::string release() noexcept;
 
 private:
-    struct Replacement
-    {
-        std::size_t length;
-        std::string text;
-    };
-
     std::string original;
     std::map<std::size_t, Replacement> replacements;
 };

@@ -213,9 +213,23 @@ void XmlObject::setDynamicAttributeCollection(std::shared_ptr<DynamicAttributeCo
     {
         return;
     }
+    try
+    {
+        reportAnnotations(before, collection);
+    }
+    catch (...)
+    {
+        all.set(before);
+        throw;
+    }
+}
+
+void XmlObject::reportAnnotations(const std::shared_ptr<DynamicAttributeCollection>& before,
+                                  const std::shared_ptr<DynamicAttributeCollection>& after) const
+{
     const DynamicAttributeCollection none;
     const auto& old = before == nullptr ? none : *before;
-    const auto& now = collection == nullptr ? none : *collection;
+    const auto& now = after == nullptr ? none : *after;
     for (const auto& entry : old)
     {
         const auto text = now.get(entry.name);
@@ -240,9 +254,18 @@ void XmlObject::change(const ValueName& which, const std::string& text)
     auto& value = requireValue(which.name);
     const std::string before = value.getText();
     value.setText(text);
-    if (context.changed && before != text)
+    if (!context.changed || before == text)
+    {
+        return;
+    }
+    try
     {
         context.changed({.object = *this, .value = which.step, .before = before, .after = text});
+    }
+    catch (...)
+    {
+        value.setText(before);
+        throw;
     }
 }
 

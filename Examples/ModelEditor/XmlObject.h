@@ -96,8 +96,8 @@ public:
     /// of the tag.
     ///
     /// A collection must not change once it is set; copy it, and set the copy.
-    /// @throws VdException if a name is not `prefix:name` or XML cannot hold a text. Nothing has changed
-    /// then.
+    /// @throws VdException if a name is not `prefix:name` or XML cannot hold a text; what the listener throws;
+    ///         std::bad_alloc. Nothing has changed then.
     void
     setDynamicAttributeCollection(std::shared_ptr<Valdane::DynamicAttributeCollection> collection) override;
 
@@ -111,7 +111,8 @@ protected:
 
     /// Sets the value to @p text and reports the change.
     ///
-    /// @throws VdException if there is no such value or XML cannot hold @p text. Nothing has changed then.
+    /// @throws VdException if there is no such value or XML cannot hold @p text; what the listener throws;
+    ///         std::bad_alloc. Nothing has changed then.
     void change(const ValueName& which, const std::string& text);
 
 private:
@@ -125,6 +126,8 @@ private:
     XmlValue& requireValue(const std::string& name);
     const Texts& getTexts();
     Annotations& requireAnnotations();
+    void reportAnnotations(const std::shared_ptr<Valdane::DynamicAttributeCollection>& before,
+                           const std::shared_ptr<Valdane::DynamicAttributeCollection>& after) const;
     Findings& requireFindings();
 
     const XmlContext& context;

@@ -59,23 +59,24 @@ const std::string& XmlValue::getOriginal() const noexcept
 
 void XmlValue::setText(const std::string& text)
 {
-    std::string markup;
+    SourceText::Prepared markup;
     if (text != original)
     {
         requireXmlText(text);
-        markup = toMarkup(text, place, document.isAsciiOnly());
+        markup = SourceText::prepare(span, toMarkup(text, place, document.isAsciiOnly()));
     }
     if (!(attribute ? attribute.set_value(text.c_str()) : textNode.set_value(text.c_str())))
     {
         throw std::bad_alloc();
     }
-    if (text == original)
+    // From here on nothing fails, so that what is saved is what an XPath sees.
+    if (markup.empty())
     {
         source.restore(span);
     }
     else
     {
-        source.replace(span, std::move(markup));
+        source.replace(std::move(markup));
     }
 }
 
