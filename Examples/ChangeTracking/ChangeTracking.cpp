@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <iostream>
+#include <list>
 #include <memory>
 #include <set>
 #include <string>
@@ -31,7 +32,7 @@ class Sheet : public Object
 public:
     using Object::Object;
 
-    std::vector<std::string> lines;
+    std::list<std::string> lines;
 };
 
 // The manager asks this after each new command, and takes note.
@@ -65,11 +66,13 @@ public:
     {
     }
 
-    // The mark comes after the change, so that a command that fails has set none.
+    // What may fail comes first, and the mark is the last of it: a command that fails has changed and marked
+    // nothing.
     void execute() override
     {
-        sheet.lines.push_back(line);
+        std::list<std::string> added{line};
         marks.mark(sheet);
+        sheet.lines.splice(sheet.lines.end(), added);
     }
 
     // No mark is needed: the manager knows to which state an undo leads.

@@ -16,10 +16,12 @@
 #include <boost/asio/post.hpp>
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <functional>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <semaphore>
 #include <string>
@@ -32,8 +34,8 @@ namespace
 using namespace Valdane;
 using Pages = std::vector<std::string>;
 
-// Scans sheets of paper. The worker waits for each of them, so this is not for CommandManager::addCommand():
-// it runs the command on the thread that feeds.
+// Scans sheets of paper. The worker waits for each of them. CommandManager::addCommand() runs the command on the
+// calling thread, so all sheets must have been fed before.
 class Scan : public ThreadedCommand
 {
 public:
@@ -71,6 +73,13 @@ public:
     }
 
     void finishRun() override {}
+
+    // On the calling thread: addCommand() and a plain macro send no finish signal.
+    void execute() override
+    {
+        ThreadedCommand::execute();
+        insert();
+    }
 
     // On the thread of the event loop, to which the document belongs. False if the run failed or was aborted;
     // after true only if a slot has thrown.
@@ -116,7 +125,10 @@ protected:
 private:
     void insert()
     {
-        pages.insert(pages.end(), scanned.begin(), scanned.end());
+        // What may fail comes first, so that a failure leaves the document as it was.
+        Pages added = scanned;
+        pages.reserve(pages.size() + added.size());
+        std::ranges::move(added, std::back_inserter(pages));
         isDone = true;
     }
 
