@@ -35,9 +35,9 @@ void AbortProbe::runBegins(const Thread& thread)
         const std::scoped_lock lock(mutex);
         ++runs;
         questionsOfRun = 0;
-        name = !tellsNames ? "" : " of \"" + thread.getName() + "\"";
+        name = !tellsNames ? "" : " in \"" + thread.getName() + "\"";
     }
-    stop("before the run");
+    stop({.what = "before the run"});
 }
 
 void AbortProbe::abortIsAsked(const Thread& /*thread*/)
@@ -48,7 +48,7 @@ void AbortProbe::abortIsAsked(const Thread& /*thread*/)
         ++questions;
         number = ++questionsOfRun;
     }
-    stop("at isAborted() (call " + std::to_string(number) + ")");
+    stop({.what = "at isAborted()", .call = number});
 }
 
 void AbortProbe::abortWasSet(const Thread& /*thread*/)
@@ -62,26 +62,27 @@ void AbortProbe::abortWasSet(const Thread& /*thread*/)
 void AbortProbe::runEnds()
 {
     const std::scoped_lock lock(mutex);
-    isPlaceTheEnd = isReached("after the run");
+    isPlaceTheEnd = isReached({.what = "after the run"});
     hasEnded = true;
     changed.notify_all();
 }
 
 // The mutex is locked.
-bool AbortProbe::isReached(const std::string& what)
+bool AbortProbe::isReached(const Place& reached)
 {
     if (next++ != target)
     {
         return false;
     }
-    place = what + name;
+    place = reached;
+    place.step = name;
     return true;
 }
 
-void AbortProbe::stop(const std::string& what)
+void AbortProbe::stop(const Place& reached)
 {
     std::unique_lock lock(mutex);
-    if (!isReached(what))
+    if (!isReached(reached))
     {
         return;
     }
@@ -125,7 +126,7 @@ void AbortProbe::abort()
     }
 }
 
-std::string AbortProbe::getPlace() const
+Place AbortProbe::getPlace() const
 {
     const std::scoped_lock lock(mutex);
     return place;

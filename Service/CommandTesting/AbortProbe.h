@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Multitasking/RunProbe.h"
+#include "Service/CommandTesting/Place.h"
 
 #include <condition_variable>
 #include <cstdint>
@@ -47,8 +48,9 @@ public:
     /// Aborts the run through the manager, and keeps what that throws.
     void abort();
 
-    /// Where it was aborted, such as "at isAborted() (call 2)"; empty if the place was not reached.
-    std::string getPlace() const;
+    /// Where it was aborted; its step is the run, such as " in \"Load\"", or empty. No `what` if the place was not
+    /// reached.
+    Place getPlace() const;
 
     /// What abort() has kept: empty, or "abortRun() throws: ...".
     std::string getFailure() const;
@@ -59,8 +61,8 @@ public:
 
 private:
     void runEnds();
-    bool isReached(const std::string& what);
-    void stop(const std::string& what);
+    bool isReached(const Place& reached);
+    void stop(const Place& reached);
 
     CommandManager& manager;
     const std::shared_ptr<ThreadManager> threads;
@@ -72,7 +74,7 @@ private:
     // Guarded by the mutex.
     std::condition_variable changed;
     std::string name;
-    std::string place;
+    Place place;
     std::string failure;
     std::uint64_t next = 0;
     std::uint64_t runs = 0;

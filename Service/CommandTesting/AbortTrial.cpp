@@ -24,6 +24,11 @@ AbortTrial::AbortTrial(const CommandSubject& subject, const CommandSubject::Make
     trial.getManager().getThreadManager()->setThreadingMode(mode == Mode::OnWorker ? 1 : 0);
 }
 
+std::string AbortTrial::nameOf(Mode mode)
+{
+    return mode == Mode::OnWorker ? "on a worker" : "in synchronous mode";
+}
+
 bool AbortTrial::isMacro() const
 {
     return dynamic_cast<const ThreadedMacroCommand*>(trial.getCommand().get()) != nullptr;
@@ -139,9 +144,11 @@ bool AbortTrial::isAsking() const
     return probe.getQuestions() > 0;
 }
 
-std::string AbortTrial::getPlace() const
+Place AbortTrial::getPlace() const
 {
-    return probe.getPlace();
+    Place place = probe.getPlace();
+    place.step = nameOf(mode) + place.step;
+    return place;
 }
 
 } // namespace Valdane

@@ -3,6 +3,7 @@
 #include "Platform/Signals/Connection.h"
 #include "Service/CommandTesting/AbortProbe.h"
 #include "Service/CommandTesting/CommandSubject.h"
+#include "Service/CommandTesting/Place.h"
 #include "Service/CommandTesting/Snapshot.h"
 #include "Service/CommandTesting/Trial.h"
 
@@ -23,6 +24,9 @@ public:
         OnWorker,
     };
 
+    /// "on a worker" or "in synchronous mode".
+    static std::string nameOf(Mode mode);
+
     /// @param place  the number of an AbortProbe's place. @throws Mistake
     AbortTrial(const CommandSubject& subject, const CommandSubject::Maker& make, Mode threadingMode,
                std::uint64_t place);
@@ -42,8 +46,8 @@ public:
     /// Whether any run has asked isAborted().
     bool isAsking() const;
 
-    /// Where it was aborted; empty if the run has no such place.
-    std::string getPlace() const;
+    /// Where it was aborted; no `what` if the run has no such place.
+    Place getPlace() const;
 
 private:
     bool isMacro() const;

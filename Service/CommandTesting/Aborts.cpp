@@ -3,11 +3,11 @@
 #include "Service/CommandTesting/AbortTrial.h"
 #include "Service/CommandTesting/Checks.h"
 #include "Service/CommandTesting/Mistake.h"
+#include "Service/CommandTesting/Place.h"
 #include "Service/CommandTesting/PlacedMistakes.h"
 #include "Service/CommandTesting/Trial.h"
 
 #include <cstdint>
-#include <string>
 
 namespace Valdane
 {
@@ -27,63 +27,65 @@ void expectThreads(const CommandSubject& subject, const CommandSubject::Maker& m
 }
 
 /// Aborts the command at one place after the other, until there is none left.
-class AbortsInOneMode
+class AbortCheck
 {
 public:
-    AbortsInOneMode(const CommandSubject& triedSubject, const CommandSubject::Maker& makeCommand,
-                    AbortTrial::Mode threadingMode)
-        : subject(triedSubject), make(makeCommand), mode(threadingMode)
+    AbortCheck(const CommandSubject& triedSubject, const CommandSubject::Maker& makeCommand)
+        : subject(triedSubject), make(makeCommand)
     {
+    }
+
+    void run(AbortTrial::Mode mode)
+    {
+        bool isDone = false;
+        whole.collect({.step = AbortTrial::nameOf(mode)},
+                      [&]
+                      {
+                          runWhole(mode);
+                          isDone = true;
+                      });
+        for (std::uint64_t place = 0; isDone && abortAt(mode, place); ++place)
+        {
+        }
     }
 
     void addTo(Report& report) const
     {
-        PlacedMistakes mistakes;
-        bool isDone = false;
-        mistakes.collect("not aborted", [&] { isDone = runWhole(mistakes); });
-        mistakes.addTo(report, name() + ",");
-        mistakes = {};
-        for (std::uint64_t place = 0; isDone && abortAt(place, mistakes); ++place)
-        {
-        }
-        mistakes.addTo(report, name() + ", aborted");
+        whole.addTo(report, "Not aborted,");
+        aborted.addTo(report, "Aborted");
     }
 
 private:
-    std::string name() const
-    {
-        return mode == AbortTrial::Mode::OnWorker ? "On a worker" : "In synchronous mode";
-    }
-
-    // Whether it can be aborted.
-    bool runWhole(PlacedMistakes& mistakes) const
+    void runWhole(AbortTrial::Mode mode)
     {
         AbortTrial trial(subject, make, mode, AbortProbe::nowhere);
         trial.run();
         trial.expectDone();
         if (mode == AbortTrial::Mode::OnWorker && !trial.isAsking())
         {
-            mistakes.add("not aborted", "no run asks isAborted(), so that none stops early");
+            whole.add({.step = AbortTrial::nameOf(mode)},
+                      "no run asks isAborted(), so that none stops early");
         }
-        return true;
     }
 
     // Whether there was such a place.
-    bool abortAt(std::uint64_t place, PlacedMistakes& mistakes) const
+    bool abortAt(AbortTrial::Mode mode, std::uint64_t number)
     {
-        AbortTrial trial(subject, make, mode, place);
+        AbortTrial trial(subject, make, mode, number);
         trial.run();
-        if (trial.getPlace().empty())
+        const Place place = trial.getPlace();
+        if (place.what.empty())
         {
             return false;
         }
-        mistakes.collect(trial.getPlace(), [&] { trial.expectAborted(); });
+        aborted.collect(place, [&] { trial.expectAborted(); });
         return true;
     }
 
     const CommandSubject& subject;
     const CommandSubject::Maker& make;
-    AbortTrial::Mode mode;
+    PlacedMistakes whole;
+    PlacedMistakes aborted;
 };
 
 } // namespace
@@ -91,13 +93,15 @@ private:
 Report Checks::aborts(const CommandSubject& subject, const CommandSubject::Maker& make)
 {
     Report report = Trial::begin("Aborts", subject, make);
+    AbortCheck check(subject, make);
     Mistake::collect(report,
                      [&]
                      {
                          expectThreads(subject, make);
-                         AbortsInOneMode(subject, make, AbortTrial::Mode::OnWorker).addTo(report);
-                         AbortsInOneMode(subject, make, AbortTrial::Mode::Synchronous).addTo(report);
+                         check.run(AbortTrial::Mode::OnWorker);
+                         check.run(AbortTrial::Mode::Synchronous);
                      });
+    check.addTo(report);
     return report;
 }
 

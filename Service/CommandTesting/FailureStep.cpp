@@ -49,15 +49,15 @@ std::vector<FailureStep> FailureStep::allFor(const CommandBase& command)
     steps.push_back({"redo()", Kind::Redo, Caller::Nobody});
     if (isThreadedMacro || dynamic_cast<const ThreadedCommand*>(&command) != nullptr)
     {
-        steps.push_back({"The manager's addThreadedCommand()", Kind::Execute, Caller::ManagerThreads});
+        steps.push_back({"CommandManager::addThreadedCommand()", Kind::Execute, Caller::ManagerThreads});
     }
     if (!isThreadedMacro)
     {
-        steps.push_back({"The manager's addCommand()", Kind::Execute, Caller::Manager});
+        steps.push_back({"CommandManager::addCommand()", Kind::Execute, Caller::Manager});
     }
     const Caller adding = isThreadedMacro ? Caller::ManagerThreads : Caller::Manager;
-    steps.push_back({"The manager's undo()", Kind::Undo, adding});
-    steps.push_back({"The manager's redo()", Kind::Redo, adding});
+    steps.push_back({"CommandManager::undo()", Kind::Undo, adding});
+    steps.push_back({"CommandManager::redo()", Kind::Redo, adding});
     return steps;
 }
 

@@ -7,6 +7,7 @@
 #include "Service/CommandTesting/FailureStep.h"
 #include "Service/CommandTesting/Fault.h"
 #include "Service/CommandTesting/Mistake.h"
+#include "Service/CommandTesting/Place.h"
 #include "Service/CommandTesting/PlacedMistakes.h"
 #include "Service/CommandTesting/RoundTripOptions.h"
 #include "Service/CommandTesting/Trial.h"
@@ -37,6 +38,7 @@ public:
     {
     }
 
+    /// @throws Mistake what no step can be tried after.
     void run()
     {
         const Trial trial(subject, make);
@@ -54,6 +56,12 @@ public:
             }
         }
         findLateLeak();
+    }
+
+    /// Adds what failures have left behind.
+    void tell() const
+    {
+        mistakes.addTo(report, "Made to fail");
     }
 
 private:
@@ -75,17 +83,11 @@ private:
             isLeaking = true;
             report.addMistake(step.getName() + ", without a failure: " + textOf(leaked));
         }
-        PlacedMistakes mistakes;
         for (const std::unique_ptr<Fault>& fault : faultsFor(step))
         {
-            for (std::uint64_t place = 0; tryPlace(step, *whole, *fault, place, mistakes); ++place)
+            for (std::uint64_t place = 0; tryPlace(step, *whole, *fault, place); ++place)
             {
             }
-        }
-        if (!mistakes.isEmpty())
-        {
-            mistakes.addTo(report, step.getName() + ", made to fail");
-            mistaken.push_back(step);
         }
     }
 
@@ -126,24 +128,32 @@ private:
 
     // Whether there was such a place.
     bool tryPlace(const FailureStep& step, const FailureScenario::Data& whole, Fault& fault,
-                  std::uint64_t place, PlacedMistakes& mistakes)
+                  std::uint64_t place)
     {
-        std::string mistake = failAt(step, whole, fault, place);
+        const std::string mistake = failAt(step, whole, fault, place);
         if (!fault.wasReached())
         {
             return false;
         }
         if (!mistake.empty())
         {
-            mistakes.add(fault.describe(), mistake);
+            add(step, fault, mistake);
         }
         // What the first time leaves may be kept on purpose.
         const std::uint64_t left = isLeaking ? 0 : countLeft([&] { failAt(step, whole, fault, place); });
         if (left > 0)
         {
-            mistakes.add(fault.describe(), textOf(left));
+            add(step, fault, textOf(left));
         }
         return true;
+    }
+
+    void add(const FailureStep& step, const Fault& fault, const std::string& mistake)
+    {
+        Place place = fault.getPlace();
+        place.step = "in " + step.getName();
+        mistakes.add(place, mistake);
+        mistaken.push_back(step);
     }
 
     // The text of the mistake, empty if there is none.
@@ -187,6 +197,7 @@ private:
     FailurePoints& points;
     AllocationFaults* const allocations;
     Report& report;
+    PlacedMistakes mistakes;
     std::vector<FailureStep> mistaken;
     bool isMacro = false;
     bool isLeaking = false;
@@ -200,7 +211,9 @@ Report Checks::failures(const CommandSubject& subject, const CommandSubject::Mak
     const bool hasAllocations = AllocationFaults::getInstalled() != nullptr;
     Report report(Trial::begin("Failures", subject, make).getSubject() +
                   (hasAllocations ? "" : ", without failing allocations"));
-    Mistake::collect(report, [&] { FailureCheck(subject, make, points, report).run(); });
+    FailureCheck check(subject, make, points, report);
+    Mistake::collect(report, [&] { check.run(); });
+    check.tell();
     return report;
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string>
 #include <vector>
 
 namespace Valdane
@@ -32,9 +33,9 @@ public:
         return hasFailed;
     }
 
-    std::string describe() const override
+    Place getPlace() const override
     {
-        return "at allocation " + std::to_string(place + 1);
+        return {.what = "at operator new", .call = place + 1};
     }
 
 private:
@@ -67,14 +68,14 @@ public:
         return points.wasReached();
     }
 
-    std::string describe() const override
+    Place getPlace() const override
     {
         const std::vector<std::string> reached = points.getReached();
         const auto failed = std::next(reached.begin(), static_cast<std::ptrdiff_t>(place));
         const auto earlier = std::count(reached.begin(), failed, *failed);
-        return "at \"" + *failed + "\"" +
-               (earlier == 0 ? "" : " (call " + std::to_string(earlier + 1) + ")") +
-               (kind == FailurePoints::Kind::Other ? " with an int instead of a std::exception" : "");
+        return {.what = "at \"" + *failed + "\"",
+                .call = static_cast<std::uint64_t>(earlier) + 1,
+                .throwsInt = kind == FailurePoints::Kind::Other};
     }
 
 private:

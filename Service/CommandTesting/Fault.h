@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Service/CommandTesting/FailurePoints.h"
+#include "Service/CommandTesting/Place.h"
 
 #include <cstdint>
 #include <memory>
-#include <string>
 
 namespace Valdane
 {
@@ -35,8 +35,8 @@ public:
     /// Whether the place was reached between begin() and end().
     virtual bool wasReached() const = 0;
 
-    /// Where it was, such as "at allocation 2". @pre it was reached.
-    virtual std::string describe() const = 0;
+    /// Where it was, in a step that has no name yet. @pre it was reached.
+    virtual Place getPlace() const = 0;
 };
 
 } // namespace Valdane

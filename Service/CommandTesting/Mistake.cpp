@@ -3,10 +3,25 @@
 #include "Service/CommandTesting/Report.h"
 #include "Service/CommandTesting/Snapshot.h"
 
+#include <algorithm>
+#include <array>
 #include <exception>
 
 namespace Valdane
 {
+namespace
+{
+
+// Signs of lines are explained; a difference that no line shows is told by a sentence.
+std::string withSigns(const std::string& sentence, const char* signs, const std::string& difference)
+{
+    constexpr std::array<const char*, 3> beginnings{"- ", "+ ", "  "};
+    const bool hasSigns = std::ranges::any_of(beginnings, [&](const char* beginning)
+                                              { return difference.starts_with(beginning); });
+    return sentence + (hasSigns ? signs : "") + ":\n" + difference;
+}
+
+} // namespace
 
 void Mistake::collect(Report& report, const std::function<void()>& trial)
 {
@@ -50,11 +65,22 @@ void Mistake::guard(const std::string& step, const std::function<void()>& work)
     }
 }
 
+std::string Mistake::tellDifference(const std::string& sentence, const Snapshot& expected,
+                                    const Snapshot& found)
+{
+    return withSigns(sentence, " (- expected, + found)", expected.differenceTo(found));
+}
+
+std::string Mistake::tellChange(const std::string& sentence, const Snapshot& before, const Snapshot& after)
+{
+    return withSigns(sentence, " (- before, + after)", before.differenceTo(after));
+}
+
 void Mistake::unlessEqual(const Snapshot& expected, const Snapshot& found, const std::string& sentence)
 {
     if (!(expected == found))
     {
-        throw Mistake(sentence + ":\n" + expected.differenceTo(found));
+        throw Mistake(tellDifference(sentence, expected, found));
     }
 }
 

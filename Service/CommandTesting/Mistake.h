@@ -22,7 +22,13 @@ public:
     /// Runs a step of a trial. @throws Mistake "<step> throws: <text>" if it throws anything.
     static void guard(const std::string& step, const std::function<void()>& work);
 
-    /// @throws Mistake "<sentence>:" with the difference, if @p found is not as @p expected.
+    /// "<sentence>", what - and + mean, and the difference. The first form is for data that should not differ,
+    /// the second one for those that were changed.
+    static std::string tellDifference(const std::string& sentence, const Snapshot& expected,
+                                      const Snapshot& found);
+    static std::string tellChange(const std::string& sentence, const Snapshot& before, const Snapshot& after);
+
+    /// @throws Mistake tellDifference(), if @p found is not as @p expected.
     static void unlessEqual(const Snapshot& expected, const Snapshot& found, const std::string& sentence);
 };
 

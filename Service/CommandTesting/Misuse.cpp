@@ -33,8 +33,8 @@ void expectOnlyMade(const CommandSubject& subject, const CommandSubject::Maker& 
     const Snapshot after = trial.takeSnapshot();
     if (!(before == after))
     {
-        throw Mistake("Making the command changes the data, and executing it would do so again:\n" +
-                      before.differenceTo(after));
+        throw Mistake(Mistake::tellChange(
+            "Making the command changes the data, and executing it would do so again", before, after));
     }
 }
 

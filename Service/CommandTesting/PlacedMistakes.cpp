@@ -4,31 +4,28 @@
 #include "Service/CommandTesting/Report.h"
 
 #include <algorithm>
-#include <cstddef>
+#include <sstream>
 
 namespace Valdane
 {
 namespace
 {
 
-// More do not help whoever reads them.
-constexpr std::size_t mostPlaces = 4;
-
-std::string listOf(const std::vector<std::string>& places)
+// Without the lines of the difference that are there instead of others.
+std::string keyOf(const std::string& text)
 {
-    const std::size_t count = places.size();
-    const std::size_t named = count > mostPlaces ? mostPlaces - 1 : count;
-    std::string text = places.front();
-    for (std::size_t i = 1; i < named; ++i)
+    std::istringstream lines(text);
+    std::string key;
+    for (std::string line; std::getline(lines, line);)
     {
-        text += (i + 1 == count ? " and " : ", ") + places[i];
+        key += line.starts_with("+ ") ? "" : line + "\n";
     }
-    return named == count ? text : text + " and at " + std::to_string(count - named) + " more places";
+    return key;
 }
 
 } // namespace
 
-void PlacedMistakes::collect(const std::string& place, const std::function<void()>& trial)
+void PlacedMistakes::collect(const Place& place, const std::function<void()>& trial)
 {
     try
     {
@@ -40,29 +37,28 @@ void PlacedMistakes::collect(const std::string& place, const std::function<void(
     }
 }
 
-void PlacedMistakes::add(const std::string& place, const std::string& text)
+void PlacedMistakes::add(const Place& place, const std::string& text)
 {
-    auto same = std::ranges::find(mistakes, text, &Found::text);
+    const std::string key = keyOf(text);
+    auto same = std::ranges::find(mistakes, key, &Found::key);
     if (same == mistakes.end())
     {
-        same = mistakes.insert(same, {text, {}});
+        same = mistakes.insert(same, {.key = key, .text = text, .places = {}});
     }
+    same->hasOtherTexts = same->hasOtherTexts || same->text != text;
     if (std::ranges::find(same->places, place) == same->places.end())
     {
         same->places.push_back(place);
     }
 }
 
-bool PlacedMistakes::isEmpty() const
-{
-    return mistakes.empty();
-}
-
 void PlacedMistakes::addTo(Report& report, const std::string& beginning) const
 {
     for (const Found& found : mistakes)
     {
-        report.addMistake(beginning + " " + listOf(found.places) + ": " + found.text);
+        report.addMistake(
+            beginning + " " + Place::toText(found.places) + ": " + found.text +
+            (found.hasOtherTexts ? "\nThis is the first place; elsewhere the + lines are different." : ""));
     }
 }
 

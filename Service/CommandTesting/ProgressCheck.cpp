@@ -79,7 +79,8 @@ void judge(const std::vector<double>& fractions, double largestMove, Report& rep
     }
     if (last < 1)
     {
-        report.addMistake("The progress ends at " + percent(last));
+        report.addMistake("The progress ends at " + percent(last) +
+                          ", or the command has taken its change callback away");
     }
 }
 

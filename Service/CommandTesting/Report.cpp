@@ -1,6 +1,7 @@
 #include "Service/CommandTesting/Report.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <ostream>
 #include <sstream>
 #include <utility>
@@ -44,8 +45,14 @@ const std::vector<std::string>& Report::getMistakes() const noexcept
 
 void Report::addMistake(std::string mistake)
 {
+    addOnce(std::move(mistake), "");
+}
+
+void Report::addOnce(std::string mistake, std::string heading)
+{
     if (std::ranges::find(mistakes, mistake) == mistakes.end())
     {
+        headings.push_back(std::move(heading));
         mistakes.push_back(std::move(mistake));
     }
 }
@@ -54,7 +61,7 @@ void Report::add(const Report& other)
 {
     for (const std::string& mistake : other.mistakes)
     {
-        addMistake(other.subject + ":\n" + indented(mistake, ""));
+        addOnce(other.subject + ":\n" + indented(mistake, ""), other.subject);
     }
 }
 
@@ -67,9 +74,14 @@ std::string Report::toText() const
         text += mistakes.size() == 1 ? " mistake" : " mistakes";
     }
     text += "\n";
-    for (const std::string& mistake : mistakes)
+    for (std::size_t i = 0; i < mistakes.size(); ++i)
     {
-        text += indented(mistake, "  ");
+        std::string lines = indented(mistakes[i], "  ");
+        if (i > 0 && !headings[i].empty() && headings[i] == headings[i - 1])
+        {
+            lines.erase(0, lines.find('\n') + 1);
+        }
+        text += lines;
     }
     return text;
 }

@@ -17,7 +17,7 @@ namespace Valdane
 /// Printed, it is one line that says what was checked, and below it the mistakes:
 ///
 ///     Round trip of "Rename pump": 1 mistake
-///       After undo 1 the data are not as before execute():
+///       After undo 1 the data are not as before execute() (- expected, + found):
 ///         - name: pump
 ///         + name: Pump
 ///
@@ -40,15 +40,19 @@ public:
     /// Adds a mistake: a sentence, below which there may be further lines. The same one counts once.
     void addMistake(std::string mistake);
 
-    /// Adds the mistakes of @p other, each with the subject of @p other above it.
+    /// Adds the mistakes of @p other, each with the subject of @p other above it; printed, it is above the first.
     void add(const Report& other);
 
     /// The text that the class comment shows. It ends with the end of a line.
     std::string toText() const;
 
 private:
+    void addOnce(std::string mistake, std::string heading);
+
     std::string subject;
     std::vector<std::string> mistakes;
+    /// For each mistake the line above it, if it comes from another report.
+    std::vector<std::string> headings;
 };
 
 /// Writes the text of @p report.

@@ -133,9 +133,9 @@ void expectChange(const Snapshot& before, const Snapshot& after, const RoundTrip
     }
     if (hasChanged && options.changesNothing)
     {
-        throw Mistake(
-            "execute() changes the data, but RoundTripOptions::changesNothing says that it does not:\n" +
-            before.differenceTo(after));
+        throw Mistake(Mistake::tellChange(
+            "execute() changes the data, but RoundTripOptions::changesNothing says that it does not", before,
+            after));
     }
 }
 

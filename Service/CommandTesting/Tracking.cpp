@@ -3,6 +3,7 @@
 #include "Service/CommandPattern/ModuleAccessInterface.h"
 #include "Service/CommandTesting/Checks.h"
 #include "Service/CommandTesting/Mistake.h"
+#include "Service/CommandTesting/PlacedMistakes.h"
 #include "Service/CommandTesting/Trial.h"
 
 #include <algorithm>
@@ -21,8 +22,8 @@ constexpr std::uint64_t Tracker = 0;
 class Tracked
 {
 public:
-    Tracked(const CommandSubject& trackedSubject, Trial& trackedTrial, Report& trackedReport)
-        : subject(trackedSubject), trial(trackedTrial), report(trackedReport), saved(takeSnapshots())
+    Tracked(const CommandSubject& trackedSubject, Trial& trackedTrial, PlacedMistakes& trackedMistakes)
+        : subject(trackedSubject), trial(trackedTrial), mistakes(trackedMistakes), saved(takeSnapshots())
     {
         trial.getManager().adjustOnSave(Tracker);
     }
@@ -40,7 +41,7 @@ public:
         }
         if (!listed.empty())
         {
-            report.addMistake("After " + step + " the manager lists a module of which there is no snapshot");
+            mistakes.add({.step = step}, "the manager lists a module of which there is no snapshot");
         }
     }
 
@@ -52,15 +53,16 @@ private:
         const std::string module = "module \"" + now.name + "\"";
         if (differs && !isListed)
         {
-            const std::string how = before == saved.end() ? "" : before->snapshot.differenceTo(now.snapshot);
-            report.addMistake("After " + step + " " + module +
-                              " is not as before execute(), but the manager does not list it as modified:\n" +
-                              how);
+            const std::string text =
+                module + " is not as before execute(), but the manager does not list it as modified";
+            mistakes.add({.step = step}, before == saved.end()
+                                             ? text
+                                             : Mistake::tellChange(text, before->snapshot, now.snapshot));
         }
         if (!differs && isListed)
         {
-            report.addMistake("After " + step + " the manager lists " + module +
-                              " as modified, but it is as before execute()");
+            mistakes.add({.step = step},
+                         "the manager lists " + module + " as modified, but it is as before execute()");
         }
     }
 
@@ -74,18 +76,18 @@ private:
 
     const CommandSubject& subject;
     Trial& trial;
-    Report& report;
+    PlacedMistakes& mistakes;
     std::vector<ModuleSnapshot> saved;
 };
 
-void track(const CommandSubject& subject, const CommandSubject::Maker& make, Report& report)
+void track(const CommandSubject& subject, const CommandSubject::Maker& make, PlacedMistakes& mistakes)
 {
     if (!subject.modules || !subject.moduleSnapshots)
     {
         throw Mistake("setModules() was not called, so there are no modules to compare");
     }
     Trial trial(subject, make);
-    const Tracked tracked(subject, trial, report);
+    const Tracked tracked(subject, trial, mistakes);
     tracked.compare("making the command");
     trial.addAsItMust("execute()");
     tracked.compare("execute()");
@@ -103,7 +105,9 @@ void track(const CommandSubject& subject, const CommandSubject::Maker& make, Rep
 Report Checks::tracking(const CommandSubject& subject, const CommandSubject::Maker& make)
 {
     Report report = Trial::begin("Tracking", subject, make);
-    Mistake::collect(report, [&] { track(subject, make, report); });
+    PlacedMistakes mistakes;
+    Mistake::collect(report, [&] { track(subject, make, mistakes); });
+    mistakes.addTo(report, "After");
     return report;
 }
 

@@ -80,11 +80,7 @@ Snapshot Trial::takeSnapshot() const
 
 void Trial::expect(const Snapshot& expected, const std::string& when, const std::string& asWhen) const
 {
-    const Snapshot found = takeSnapshot();
-    if (!(expected == found))
-    {
-        throw Mistake(when + " the data are not " + asWhen + ":\n" + expected.differenceTo(found));
-    }
+    Mistake::unlessEqual(expected, takeSnapshot(), when + " the data are not " + asWhen);
 }
 
 void Trial::add(const std::string& step, const std::shared_ptr<CommandBase>& added)

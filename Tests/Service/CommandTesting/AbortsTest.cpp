@@ -244,19 +244,16 @@ TEST(AbortsTest, OneThatWritesWhateverIsAskedOfItIsAccused)
         }
     };
 
-    EXPECT_EQ(abortsOf<Ignoring>(),
-              "Aborts of \"Load ab\": 3 mistakes\n"
-              "  On a worker, not aborted: no run asks isAborted(), so that none stops early\n"
-              "  On a worker, aborted before the run and after the run: the data are not as before:\n"
-              "    - parts: \n"
-              "    - count: 0\n"
-              "    + parts: ab\n"
-              "    + count: 1\n"
-              "  In synchronous mode, aborted before the run: the data are not as before:\n"
-              "    - parts: \n"
-              "    - count: 0\n"
-              "    + parts: ab\n"
-              "    + count: 1\n");
+    EXPECT_EQ(
+        abortsOf<Ignoring>(),
+        "Aborts of \"Load ab\": 2 mistakes\n"
+        "  Not aborted, on a worker: no run asks isAborted(), so that none stops early\n"
+        "  Aborted on a worker before the run and after the run,\n"
+        "    and in synchronous mode before the run: the data are not as before (- expected, + found):\n"
+        "    - parts: \n"
+        "    - count: 0\n"
+        "    + parts: ab\n"
+        "    + count: 1\n");
 }
 
 TEST(AbortsTest, OneThatDoesNotRestoreWhatItsRunHasWrittenIsAccused)
@@ -288,18 +285,16 @@ TEST(AbortsTest, OneThatDoesNotRestoreWhatItsRunHasWrittenIsAccused)
     };
 
     EXPECT_EQ(abortsOf<WritingAtOnce>(),
-              "Aborts of \"Load ab\": 3 mistakes\n"
-              "  On a worker, aborted at isAborted() (call 2): the data are not as before:\n"
+              "Aborts of \"Load ab\": 2 mistakes\n"
+              "  Aborted on a worker and in synchronous mode at isAborted() (call 2): the data are not as "
+              "before (- expected, + found):\n"
               "    - parts: \n"
               "    + parts: a\n"
-              "  On a worker, aborted after the run: the data are not as before:\n"
+              "  Aborted on a worker after the run: the data are not as before (- expected, + found):\n"
               "    - parts: \n"
               "    - count: 0\n"
               "    + parts: ab\n"
-              "    + count: 1\n"
-              "  In synchronous mode, aborted at isAborted() (call 2): the data are not as before:\n"
-              "    - parts: \n"
-              "    + parts: a\n");
+              "    + count: 1\n");
 }
 
 TEST(AbortsTest, OneThatHandsOverWhenItIsToldOfTheAbortIsAccused)
@@ -315,33 +310,21 @@ TEST(AbortsTest, OneThatHandsOverWhenItIsToldOfTheAbortIsAccused)
         }
     };
 
-    EXPECT_EQ(
-        abortsOf<AlwaysKeeping>(),
-        "Aborts of \"Load ab\": 5 mistakes\n"
-        "  On a worker, aborted before the run and at isAborted() (call 1): the data are not as before:\n"
-        "      parts: \n"
-        "    - count: 0\n"
-        "    + count: 1\n"
-        "  On a worker, aborted at isAborted() (call 2): the data are not as before:\n"
-        "    - parts: \n"
-        "    - count: 0\n"
-        "    + parts: a\n"
-        "    + count: 1\n"
-        "  On a worker, aborted after the run: the data are not as before:\n"
-        "    - parts: \n"
-        "    - count: 0\n"
-        "    + parts: ab\n"
-        "    + count: 1\n"
-        "  In synchronous mode, aborted before the run and at isAborted() (call 1): the data are not as "
-        "before:\n"
-        "      parts: \n"
-        "    - count: 0\n"
-        "    + count: 1\n"
-        "  In synchronous mode, aborted at isAborted() (call 2): the data are not as before:\n"
-        "    - parts: \n"
-        "    - count: 0\n"
-        "    + parts: a\n"
-        "    + count: 1\n");
+    EXPECT_EQ(abortsOf<AlwaysKeeping>(),
+              "Aborts of \"Load ab\": 2 mistakes\n"
+              "  Aborted on a worker and in synchronous mode before the run and at isAborted() (call 1): the "
+              "data are not as before (- expected, + found):\n"
+              "      parts: \n"
+              "    - count: 0\n"
+              "    + count: 1\n"
+              "  Aborted on a worker at isAborted() (call 2) and after the run,\n"
+              "    and in synchronous mode at isAborted() (call 2): the data are not as before (- expected, "
+              "+ found):\n"
+              "    - parts: \n"
+              "    - count: 0\n"
+              "    + parts: a\n"
+              "    + count: 1\n"
+              "    This is the first place; elsewhere the + lines are different.\n");
 }
 
 TEST(AbortsTest, OneThatRestoresOneFieldOnlyIsAccused)
@@ -368,14 +351,10 @@ TEST(AbortsTest, OneThatRestoresOneFieldOnlyIsAccused)
     };
 
     EXPECT_EQ(abortsOf<RestoringHalf>(),
-              "Aborts of \"Load ab\": 2 mistakes\n"
-              "  On a worker, aborted before the run, at isAborted() (call 1), at isAborted() (call 2) and "
-              "after the run: the data are not as before:\n"
-              "      parts: \n"
-              "    - count: 0\n"
-              "    + count: 1\n"
-              "  In synchronous mode, aborted before the run, at isAborted() (call 1) and at isAborted() "
-              "(call 2): the data are not as before:\n"
+              "Aborts of \"Load ab\": 1 mistake\n"
+              "  Aborted on a worker before the run, at isAborted() (calls 1 and 2) and after the run,\n"
+              "    and in synchronous mode before the run and at isAborted() (calls 1 and 2): the data are "
+              "not as before (- expected, + found):\n"
               "      parts: \n"
               "    - count: 0\n"
               "    + count: 1\n");
@@ -396,8 +375,8 @@ TEST(AbortsTest, OneWhoseUndoDoesNotKnowThatNothingWasDoneIsAccused)
 
     EXPECT_EQ(abortsOf<AlwaysUndoing>(),
               "Aborts of \"Load ab\": 1 mistake\n"
-              "  In synchronous mode, aborted before the run, at isAborted() (call 1) and at isAborted() "
-              "(call 2): after undo() the data are not as before:\n"
+              "  Aborted in synchronous mode before the run and at isAborted() (calls 1 and 2): after undo() "
+              "the data are not as before (- expected, + found):\n"
               "      parts: \n"
               "    - count: 0\n"
               "    + count: -1\n");
@@ -418,7 +397,7 @@ TEST(AbortsTest, OneThatNeverAsksIsAccused)
 
     EXPECT_EQ(abortsOf<NeverAsking>(),
               "Aborts of \"Load ab\": 1 mistake\n"
-              "  On a worker, not aborted: no run asks isAborted(), so that none stops early\n");
+              "  Not aborted, on a worker: no run asks isAborted(), so that none stops early\n");
 }
 
 TEST(AbortsTest, WhatAbortRunThrowsIsTold)
@@ -436,11 +415,10 @@ TEST(AbortsTest, WhatAbortRunThrowsIsTold)
     };
 
     EXPECT_EQ(abortsOf<ThrowingAbort>(),
-              "Aborts of \"Load ab\": 2 mistakes\n"
-              "  On a worker, aborted before the run, at isAborted() (call 1), at isAborted() (call 2) and "
-              "after the run: abortRun() throws: cannot stop\n"
-              "  In synchronous mode, aborted before the run, at isAborted() (call 1) and at isAborted() "
-              "(call 2): abortRun() throws: cannot stop\n");
+              "Aborts of \"Load ab\": 1 mistake\n"
+              "  Aborted on a worker before the run, at isAborted() (calls 1 and 2) and after the run,\n"
+              "    and in synchronous mode before the run and at isAborted() (calls 1 and 2): abortRun() "
+              "throws: cannot stop\n");
 }
 
 TEST(AbortsTest, OneThatFailsWithoutAnAbortIsAccusedOfThat)
@@ -456,9 +434,9 @@ TEST(AbortsTest, OneThatFailsWithoutAnAbortIsAccusedOfThat)
         }
     };
 
-    EXPECT_EQ(abortsOf<Failing>(), "Aborts of \"Load ab\": 2 mistakes\n"
-                                   "  On a worker, not aborted: it fails: no such file\n"
-                                   "  In synchronous mode, not aborted: it fails: no such file\n");
+    EXPECT_EQ(abortsOf<Failing>(),
+              "Aborts of \"Load ab\": 1 mistake\n"
+              "  Not aborted, on a worker and in synchronous mode: it fails: no such file\n");
 }
 
 TEST(AbortsTest, WhatIsNotDerivedFromAnExceptionIsTold)
@@ -478,14 +456,12 @@ TEST(AbortsTest, WhatIsNotDerivedFromAnExceptionIsTold)
         }
     };
 
-    EXPECT_EQ(
-        abortsOf<ThrowingNumbers>(),
-        "Aborts of \"Load ab\": 2 mistakes\n"
-        "  On a worker, aborted before the run, at isAborted() (call 1), at isAborted() (call 2) and at "
-        "isAborted() (call 3): finalizeThread() throws something that is not derived from std::exception\n"
-        "  In synchronous mode, aborted before the run, at isAborted() (call 1), at isAborted() (call 2) and "
-        "at isAborted() (call 3): addThreadedCommand() throws something that is not derived from "
-        "std::exception\n");
+    EXPECT_EQ(abortsOf<ThrowingNumbers>(),
+              "Aborts of \"Load ab\": 2 mistakes\n"
+              "  Aborted on a worker before the run and at isAborted() (calls 1 to 3): finalizeThread() "
+              "throws something that is not derived from std::exception\n"
+              "  Aborted in synchronous mode before the run and at isAborted() (calls 1 to 3): "
+              "addThreadedCommand() throws something that is not derived from std::exception\n");
 }
 
 TEST(AbortsTest, OneThatChangesNothingProvesNothing)
@@ -501,12 +477,9 @@ TEST(AbortsTest, OneThatChangesNothingProvesNothing)
         }
     };
 
-    EXPECT_EQ(
-        abortsOf<Idle>(),
-        "Aborts of \"Load ab\": 2 mistakes\n"
-        "  On a worker, not aborted: nothing changes that the snapshot shows, so that aborts prove nothing\n"
-        "  In synchronous mode, not aborted: nothing changes that the snapshot shows, so that aborts prove "
-        "nothing\n");
+    EXPECT_EQ(abortsOf<Idle>(), "Aborts of \"Load ab\": 1 mistake\n"
+                                "  Not aborted, on a worker and in synchronous mode: nothing changes that "
+                                "the snapshot shows, so that aborts prove nothing\n");
 }
 
 TEST(AbortsTest, ACommandThatIsNoThreadCannotBeAborted)
@@ -519,10 +492,9 @@ TEST(AbortsTest, ACommandThatIsNoThreadCannotBeAborted)
     {
         return macroOf({std::make_shared<SetCountCommand>(store)});
     };
-    EXPECT_EQ(storeKit().aborts(noThread).toText(),
-              "Aborts of \"Load all\": 2 mistakes\n"
-              "  On a worker, not aborted: it runs no thread, so that there is nothing to abort\n"
-              "  In synchronous mode, not aborted: it runs no thread, so that there is nothing to abort\n");
+    EXPECT_EQ(storeKit().aborts(noThread).toText(), "Aborts of \"Load all\": 1 mistake\n"
+                                                    "  Not aborted, on a worker and in synchronous mode: it "
+                                                    "runs no thread, so that there is nothing to abort\n");
 }
 
 TEST(AbortsTest, AMacroOfThreeIsNotAccused)
@@ -569,20 +541,21 @@ TEST(AbortsTest, ASubCommandThatDoesNotUndoIsAccusedByTheNameOfTheRunThatWasAbor
         return macroOf({std::make_shared<LoadRun>(store, "ab"), std::make_shared<NotUndoing>(store),
                         std::make_shared<LoadRun>(store, "c")});
     };
-    EXPECT_EQ(storeKit().aborts(make).toText(),
-              "Aborts of \"Load all\": 2 mistakes\n"
-              "  On a worker, aborted before the run of \"Load c\", at isAborted() (call 1) of \"Load c\" "
-              "and after the run of \"Load c\": the macro has undone the aborted command and those before "
-              "it, but the data are not as before:\n"
-              "      parts: \n"
-              "    - count: 0\n"
-              "    + count: 100\n"
-              "  In synchronous mode, aborted before the run of \"Load ab\", at isAborted() (call 1) of "
-              "\"Load ab\", at isAborted() (call 2) of \"Load ab\" and at 2 more places: after undo() the "
-              "data are not as before:\n"
-              "      parts: \n"
-              "    - count: 0\n"
-              "    + count: 100\n");
+    EXPECT_EQ(
+        storeKit().aborts(make).toText(),
+        "Aborts of \"Load all\": 2 mistakes\n"
+        "  Aborted on a worker in \"Load c\" before the run, at isAborted() (call 1) and after the run: the "
+        "macro has undone the aborted command and those before it, but the data are not as before (- "
+        "expected, + found):\n"
+        "      parts: \n"
+        "    - count: 0\n"
+        "    + count: 100\n"
+        "  Aborted in synchronous mode in \"Load ab\" before the run and at isAborted() (calls 1 and 2),\n"
+        "    and in synchronous mode in \"Load c\" before the run and at isAborted() (call 1): after undo() "
+        "the data are not as before (- expected, + found):\n"
+        "      parts: \n"
+        "    - count: 0\n"
+        "    + count: 100\n");
     const auto nested = [&](Store& store)
     {
         return macroOf(
@@ -590,14 +563,14 @@ TEST(AbortsTest, ASubCommandThatDoesNotUndoIsAccusedByTheNameOfTheRunThatWasAbor
     };
     EXPECT_EQ(storeKit().aborts(nested).toText(),
               "Aborts of \"Load all\": 2 mistakes\n"
-              "  On a worker, aborted before the run of \"Load c\", at isAborted() (call 1) of \"Load c\" "
-              "and after the run of \"Load c\": the macro has undone the aborted command and those before "
-              "it, but the data are not as before:\n"
+              "  Aborted on a worker in \"Load c\" before the run, at isAborted() (call 1) and after the "
+              "run: the macro has undone the aborted command and those before it, but the data are not as "
+              "before (- expected, + found):\n"
               "      parts: \n"
               "    - count: 0\n"
               "    + count: 100\n"
-              "  In synchronous mode, aborted before the run of \"Load c\" and at isAborted() (call 1) of "
-              "\"Load c\": after undo() the data are not as before:\n"
+              "  Aborted in synchronous mode in \"Load c\" before the run and at isAborted() (call 1): after "
+              "undo() the data are not as before (- expected, + found):\n"
               "      parts: \n"
               "    - count: 0\n"
               "    + count: 100\n");

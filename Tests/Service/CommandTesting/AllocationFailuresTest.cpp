@@ -99,12 +99,12 @@ TEST(AllocationFailuresTest, OneThatAllocatesHalfWayIsAccused)
         }
     };
 
-    EXPECT_EQ(allocationFailuresOf<OneByOne>(),
-              "Failures of \"Put\": 2 mistakes\n"
-              "  execute(), made to fail at allocation 3: the data are not as before:\n"
-              "    + 1\n"
-              "  redo(), made to fail at allocation 2: the data are not as before:\n"
-              "    + 1\n");
+    EXPECT_EQ(
+        allocationFailuresOf<OneByOne>(),
+        "Failures of \"Put\": 1 mistake\n"
+        "  Made to fail in execute() at operator new (call 3),\n"
+        "    and in redo() at operator new (call 2): the data are not as before (- expected, + found):\n"
+        "    + 1\n");
 }
 
 // What commands forget to release, so that the tests leak nothing.
@@ -130,9 +130,9 @@ TEST(AllocationFailuresTest, OneThatLosesWhatItHasAllocatedIsAccused)
 
     kept.reserve(1000);
     EXPECT_EQ(allocationFailuresOf<Losing>(),
-              "Failures of \"Put\": 2 mistakes\n"
-              "  execute(), made to fail at allocation 2 and at allocation 3: 1 block is not released\n"
-              "  redo(), made to fail at allocation 2: 1 block is not released\n");
+              "Failures of \"Put\": 1 mistake\n"
+              "  Made to fail in execute() at operator new (calls 2 and 3),\n"
+              "    and in redo() at operator new (call 2): 1 block is not released\n");
     kept.clear();
 }
 

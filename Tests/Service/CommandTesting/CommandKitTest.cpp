@@ -66,6 +66,46 @@ TEST(CommandKitTest, OutsideOfAFailureCheckNothingFails)
     EXPECT_TRUE(kit.roundTrip(write));
 }
 
+TEST(CommandKitTest, CopiesShareTheFailurePoints)
+{
+    const CommandKit<Page> kit = makePageKit();
+    const CommandKit<Page> copy = kit; // NOLINT(performance-unnecessary-copy-initialization): what is tested
+    const auto write = spoilt(
+        [&kit](ScriptedCommand& command, Page& page)
+        {
+            command.onExecute = [&kit, &page]
+            {
+                page.text = "done";
+                kit.failAt("write file");
+            };
+        });
+    EXPECT_FALSE(copy.failures(write));
+}
+
+/// Prints nothing.
+struct Silent
+{
+    std::string text;
+
+    bool operator==(const Silent& other) const = default;
+
+    friend std::ostream& operator<<(std::ostream& out, const Silent& /*value*/)
+    {
+        return out;
+    }
+};
+
+TEST(CommandKitTest, ADifferenceThatNoLineShowsIsToldWithoutSigns)
+{
+    const CommandKit<Page> kit([] { return std::make_unique<Page>(); },
+                               [](const Page& page) { return Silent{page.text}; });
+    const auto wrong = spoilt([](ScriptedCommand& command, Page&) { command.onUndo = nullptr; });
+    EXPECT_EQ(kit.roundTrip(wrong).toText(),
+              "Round trip of \"Write\": 1 mistake\n"
+              "  After undo 1 the data are not as before execute():\n"
+              "    The values differ, but are the same when they are printed\n");
+}
+
 /// Cannot be compared with another one.
 struct Incomparable
 {

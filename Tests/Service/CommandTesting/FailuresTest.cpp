@@ -10,9 +10,12 @@
 #include <gtest/gtest.h>
 
 #include <exception>
+#include <functional>
+#include <map>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace Valdane
 {
@@ -128,6 +131,167 @@ TEST_F(FailuresTest, MacrosAndRunsAreNotAccused)
     EXPECT_EQ(failuresOf<WriteRun>(), "Failures of \"Write\", without failing allocations: no mistakes\n");
 }
 
+TEST_F(FailuresTest, EachStepFailsByItselfAndThroughTheManager)
+{
+    using Counts = std::map<std::string, int>;
+
+    class Counting : public WriteCommand
+    {
+    public:
+        Counting(Disk& writtenDisk, const CommandKit<Disk>& usedKit, Counts& filledCounts)
+            : WriteCommand(writtenDisk, usedKit), counts(filledCounts)
+        {
+        }
+
+        void execute() override
+        {
+            countFailure("execute()", [this] { WriteCommand::execute(); });
+        }
+
+        void undo() override
+        {
+            countFailure("undo()", [this] { WriteCommand::undo(); });
+        }
+
+        void redo() override
+        {
+            countFailure("redo()", [this] { WriteCommand::execute(); });
+        }
+
+    private:
+        void countFailure(const std::string& step, const std::function<void()>& work)
+        {
+            try
+            {
+                work();
+            }
+            catch (...)
+            {
+                ++counts[step];
+                throw;
+            }
+        }
+
+        Counts& counts;
+    };
+
+    Counts failures;
+    EXPECT_TRUE(kit.failures([&](Disk& disk) { return std::make_shared<Counting>(disk, kit, failures); }));
+    // Each point fails with an exception and with an int, by itself and through the manager.
+    EXPECT_EQ(failures, (Counts{{"execute()", 2 * 2 * 2}, {"undo()", 2 * 2}, {"redo()", 2 * 2 * 2}}));
+}
+
+TEST_F(FailuresTest, ARunThatTakesBackWhatItHasNotDoneIsAccused)
+{
+    class TakingBack : public WriteRun
+    {
+    public:
+        TakingBack(Disk& writtenDisk, const CommandKit<Disk>& usedKit)
+            : WriteRun(writtenDisk, usedKit), disk(writtenDisk)
+        {
+        }
+
+        void sendFinishSignal(bool ok) override
+        {
+            disk.size -= ok ? 0 : 1;
+            WriteRun::sendFinishSignal(ok);
+        }
+
+    private:
+        Disk& disk;
+    };
+
+    EXPECT_EQ(failuresOf<TakingBack>(),
+              "Failures of \"Write\", without failing allocations: 1 mistake\n"
+              "  Made to fail in CommandManager::addThreadedCommand() at \"file\" (call 1, also if it throws "
+              "an int) and at \"size\" (call 1, also if it throws an int): the data are not as before (- "
+              "expected, + found):\n"
+              "      file: \n"
+              "    - size: 0\n"
+              "    + size: -1\n");
+}
+
+TEST_F(FailuresTest, ManyPlacesAreToldInShort)
+{
+    using Calls = std::vector<std::string>;
+    using IsLeft = std::function<bool(std::size_t call, bool isInt)>;
+
+    // Leaves the file behind after some failures.
+    class Leaving : public WriteCommand
+    {
+    public:
+        Leaving(Disk& writtenDisk, const CommandKit<Disk>& usedKit, const Calls& madeCalls,
+                const IsLeft& isLeftBehind)
+            : WriteCommand(writtenDisk, usedKit), calls(madeCalls), isLeft(isLeftBehind)
+        {
+        }
+
+        void execute() override
+        {
+            std::size_t call = 0;
+            try
+            {
+                for (; call < calls.size(); ++call)
+                {
+                    kit.failAt(calls[call]);
+                }
+            }
+            catch (const std::exception&)
+            {
+                disk.file = isLeft(call + 1, false) ? "x" : "";
+                throw;
+            }
+            catch (...)
+            {
+                disk.file = isLeft(call + 1, true) ? "x" : "";
+                throw;
+            }
+            disk.file = "x";
+        }
+
+        void undo() override
+        {
+            disk.file.clear();
+        }
+
+    private:
+        const Calls& calls;
+        const IsLeft& isLeft;
+    };
+
+    const auto failuresAtCalls = [this](const Calls& calls, const IsLeft& isLeft)
+    {
+        return kit.failures([&](Disk& disk) { return std::make_shared<Leaving>(disk, kit, calls, isLeft); })
+            .toText();
+    };
+    const auto always = [](std::size_t, bool)
+    {
+        return true;
+    };
+    EXPECT_EQ(failuresAtCalls({"a", "b", "c", "d", "e", "e"}, always),
+              "Failures of \"Write\", without failing allocations: 1 mistake\n"
+              "  Made to fail in execute() and in redo() at \"a\" (call 1, also if it throws an int), at "
+              "\"b\" (call 1, also if it throws an int), at \"c\" (call 1, also if it throws an int) and 3 "
+              "more: the data are not as before (- expected, + found):\n"
+              "    - file: \n"
+              "    + file: x\n");
+    EXPECT_EQ(failuresAtCalls(Calls(11, "a"), [](std::size_t call, bool isInt)
+                              { return !isInt && (call < 4 || call % 2 == 1); }),
+              "Failures of \"Write\", without failing allocations: 1 mistake\n"
+              "  Made to fail in execute() and in redo() at \"a\" (calls 1 to 3, 5, 7 and 2 more): the data "
+              "are not as before (- expected, + found):\n"
+              "    - file: \n"
+              "    + file: x\n");
+    EXPECT_EQ(failuresAtCalls(Calls(4, "a"),
+                              [](std::size_t call, bool isInt) { return isInt ? call > 1 : call < 4; }),
+              "Failures of \"Write\", without failing allocations: 1 mistake\n"
+              "  Made to fail in execute() and in redo() at \"a\" (call 1), at \"a\" (calls 2 and 3, also if "
+              "it throws an int) and at \"a\" (call 4, only if it throws an int, not a std::exception): the "
+              "data are not as before (- expected, + found):\n"
+              "    - file: \n"
+              "    + file: x\n");
+}
+
 TEST_F(FailuresTest, OneThatFailsHalfWayIsAccused)
 {
     class HalfWay : public WriteCommand
@@ -144,13 +308,9 @@ TEST_F(FailuresTest, OneThatFailsHalfWayIsAccused)
         }
     };
 
-    EXPECT_EQ(failuresOf<HalfWay>(), "Failures of \"Write\", without failing allocations: 2 mistakes\n"
-                                     "  execute(), made to fail at \"size\" and at \"size\" with an int "
-                                     "instead of a std::exception: the data are not as before:\n"
-                                     "    - file: \n"
-                                     "    + file: x\n"
-                                     "  redo(), made to fail at \"size\" and at \"size\" with an int instead "
-                                     "of a std::exception: the data are not as before:\n"
+    EXPECT_EQ(failuresOf<HalfWay>(), "Failures of \"Write\", without failing allocations: 1 mistake\n"
+                                     "  Made to fail in execute() and in redo() at \"size\" (call 1, also if "
+                                     "it throws an int): the data are not as before (- expected, + found):\n"
                                      "    - file: \n"
                                      "    + file: x\n");
 }
@@ -171,8 +331,8 @@ TEST_F(FailuresTest, AnUndoThatFailsHalfWayIsAccused)
     };
 
     EXPECT_EQ(failuresOf<HalfUndone>(), "Failures of \"Write\", without failing allocations: 1 mistake\n"
-                                        "  undo(), made to fail at \"size\" and at \"size\" with an int "
-                                        "instead of a std::exception: the data are not as before:\n"
+                                        "  Made to fail in undo() at \"size\" (call 1, also if it throws an "
+                                        "int): the data are not as before (- expected, + found):\n"
                                         "      file: x\n"
                                         "    - size: 1\n"
                                         "    + size: 0\n");
@@ -203,13 +363,9 @@ TEST_F(FailuresTest, OneThatRollsBackForExceptionsOnlyIsAccusedOfTheOthers)
     };
 
     EXPECT_EQ(failuresOf<CatchingExceptions>(),
-              "Failures of \"Write\", without failing allocations: 2 mistakes\n"
-              "  execute(), made to fail at \"size\" with an int instead of a std::exception and at \"size\" "
-              "(call 2) with an int instead of a std::exception: the data are not as before:\n"
-              "    - file: \n"
-              "    + file: x\n"
-              "  redo(), made to fail at \"size\" with an int instead of a std::exception and at \"size\" "
-              "(call 2) with an int instead of a std::exception: the data are not as before:\n"
+              "Failures of \"Write\", without failing allocations: 1 mistake\n"
+              "  Made to fail in execute() and in redo() at \"size\" (calls 1 and 2, only if it throws an "
+              "int, not a std::exception): the data are not as before (- expected, + found):\n"
               "    - file: \n"
               "    + file: x\n");
 }
@@ -236,14 +392,9 @@ TEST_F(FailuresTest, OneThatHidesAFailureAndItsWorkIsAccused)
     };
 
     EXPECT_EQ(failuresOf<Hiding>(),
-              "Failures of \"Write\", without failing allocations: 2 mistakes\n"
-              "  execute(), made to fail at \"size\" and at \"size\" with an int instead of a "
-              "std::exception: it hides the failure, but has not done all of its work:\n"
-              "      file: x\n"
-              "    - size: 1\n"
-              "    + size: 0\n"
-              "  redo(), made to fail at \"size\" and at \"size\" with an int instead of a std::exception: "
-              "it hides the failure, but has not done all of its work:\n"
+              "Failures of \"Write\", without failing allocations: 1 mistake\n"
+              "  Made to fail in execute() and in redo() at \"size\" (call 1, also if it throws an int): it "
+              "hides the failure, but has not done all of its work (- expected, + found):\n"
               "      file: x\n"
               "    - size: 1\n"
               "    + size: 0\n");
@@ -309,14 +460,14 @@ TEST_F(FailuresTest, OneThatCannotBeTriedAgainIsAccused)
         bool hasFailed = false;
     };
 
-    EXPECT_EQ(failuresOf<Once>(), "Failures of \"Write\", without failing allocations: 2 mistakes\n"
-                                  "  execute(), made to fail at \"file\" and at \"file\" with an int instead "
-                                  "of a std::exception: tried again, it has another result:\n"
-                                  "    - file: x\n"
-                                  "    + file: xx\n"
-                                  "  redo(), made to fail at \"file\", at \"size\", at \"file\" with an int "
-                                  "instead of a std::exception and at \"size\" with an int instead of a "
-                                  "std::exception: tried again, it throws: no handle\n");
+    EXPECT_EQ(failuresOf<Once>(),
+              "Failures of \"Write\", without failing allocations: 2 mistakes\n"
+              "  Made to fail in execute() at \"file\" (call 1, also if it throws an int): tried again, it "
+              "has another result (- expected, + found):\n"
+              "    - file: x\n"
+              "    + file: xx\n"
+              "  Made to fail in redo() at \"file\" (call 1, also if it throws an int) and at \"size\" (call "
+              "1, also if it throws an int): tried again, it throws: no handle\n");
 }
 
 TEST_F(FailuresTest, OneThatFailsByItselfIsAccusedOfThat)
@@ -371,7 +522,7 @@ TEST_F(FailuresTest, WorldsThatDifferAreTold)
     };
     EXPECT_EQ(growing.failures(make).toText(),
               "Failures of \"Write\", without failing allocations: 1 mistake\n"
-              "  In two worlds the data before execute() are not the same:\n"
+              "  In two worlds the data before execute() are not the same (- expected, + found):\n"
               "    - 3\n"
               "    + 4\n");
 }

@@ -40,7 +40,7 @@ TEST(GoogleTestTest, ACommandIsProvedOrNot)
     EXPECT_EQ(explain(isProvedBy(makePageKit()), wrongCommand),
               "does not match: All checks of \"Write\": 1 mistake\n"
               "  Round trip of \"Write\":\n"
-              "    After undo 1 the data are not as before execute():\n"
+              "    After undo 1 the data are not as before execute() (- expected, + found):\n"
               "        title: pump\n"
               "      - text: none\n"
               "      + text: done\n");

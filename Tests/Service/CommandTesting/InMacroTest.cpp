@@ -65,20 +65,20 @@ TEST(InMacroTest, CommandsThatAreNotRedoCapableAreOnlyUndone)
 
 TEST(InMacroTest, AnUndoThatIsNotTheInverseIsFoundInTheRollBack)
 {
-    EXPECT_EQ(
-        macroReport(
-            [](ScriptedCommand& command, Page& page)
-            {
-                command.onUndo = [&page]
-                {
-                    page.text = "nothing";
-                };
-            }),
-        "In a macro of 3 commands: 1 mistake\n"
-        "  After the roll-back of the first 2 commands the data are not as before the macro was executed:\n"
-        "      title: pump\n"
-        "    - text: none\n"
-        "    + text: nothing\n");
+    EXPECT_EQ(macroReport(
+                  [](ScriptedCommand& command, Page& page)
+                  {
+                      command.onUndo = [&page]
+                      {
+                          page.text = "nothing";
+                      };
+                  }),
+              "In a macro of 3 commands: 1 mistake\n"
+              "  After the roll-back of the first 2 commands the data are not as before the macro was "
+              "executed (- expected, + found):\n"
+              "      title: pump\n"
+              "    - text: none\n"
+              "    + text: nothing\n");
 }
 
 TEST(InMacroTest, AnUndoThatDependsOnLaterDataIsFound)
@@ -107,7 +107,7 @@ TEST(InMacroTest, ARedoThatIsNotExecuteIsFoundInTheRollBackOfAnUndo)
                   }),
               "In a macro of 3 commands: 1 mistake\n"
               "  After undo() and the redo() that rolls it back, of the first 2 commands the data are not as "
-              "before the macro was undone:\n"
+              "before the macro was undone (- expected, + found):\n"
               "      title: fan\n"
               "    - text: done\n"
               "    + text: redone\n");
@@ -125,7 +125,7 @@ TEST(InMacroTest, AnUndoThatIsWrongAfterARedoIsFoundInTheRollBackOfARedo)
                   }),
               "In a macro of 3 commands: 1 mistake\n"
               "  After redo() and the undo() that rolls it back, of the first 2 commands the data are not as "
-              "before the macro was redone:\n"
+              "before the macro was redone (- expected, + found):\n"
               "      title: pump\n"
               "    - text: none\n"
               "    + text: nothing\n");
@@ -153,7 +153,7 @@ TEST(InMacroTest, AThirdUndoThatIsWrongIsFoundInTheWholeMacro)
                   }),
               "In a macro of 3 commands: 1 mistake\n"
               "  Round trip of \"the whole macro\":\n"
-              "    After undo 3 the data are not as before execute():\n"
+              "    After undo 3 the data are not as before execute() (- expected, + found):\n"
               "        title: pump\n"
               "      - text: none\n"
               "      + text: nothing\n");

@@ -120,12 +120,13 @@ TEST(MergingTest, AMergedCommandThatUndoesOnlyTheNextOneIsFound)
         first.target = next.target;
         return true;
     };
-    EXPECT_EQ(mergingReport(takeInStart), "Merging of \"Drag to left\": 1 mistake\n"
-                                          "  After undo() of the first command, which has taken in the next "
-                                          "one, the data are not as before both were executed:\n"
-                                          "      title: pump\n"
-                                          "    - text: none\n"
-                                          "    + text: left\n");
+    EXPECT_EQ(mergingReport(takeInStart),
+              "Merging of \"Drag to left\": 1 mistake\n"
+              "  After undo() of the first command, which has taken in the next "
+              "one, the data are not as before both were executed (- expected, + found):\n"
+              "      title: pump\n"
+              "    - text: none\n"
+              "    + text: left\n");
 }
 
 TEST(MergingTest, AMergedCommandThatRedoesOnlyItselfIsFound)
@@ -133,7 +134,7 @@ TEST(MergingTest, AMergedCommandThatRedoesOnlyItselfIsFound)
     EXPECT_EQ(mergingReport([](DragCommand&, const DragCommand&) { return true; }),
               "Merging of \"Drag to left\": 1 mistake\n"
               "  After redo() of the first command, which has taken in the next one, the data are not as "
-              "after both were executed:\n"
+              "after both were executed (- expected, + found):\n"
               "      title: pump\n"
               "    - text: right\n"
               "    + text: left\n");
@@ -145,12 +146,13 @@ TEST(MergingTest, ARefusalThatHasChangedTheCommandIsFound)
     {
         return !takeIn(first, next);
     };
-    EXPECT_EQ(mergingReport(takeInAndRefuse), "Merging of \"Drag to left\": 1 mistake\n"
-                                              "  After redo() of the first command, which has refused the "
-                                              "next one, the data are not as after it was executed:\n"
-                                              "      title: pump\n"
-                                              "    - text: left\n"
-                                              "    + text: right\n");
+    EXPECT_EQ(mergingReport(takeInAndRefuse),
+              "Merging of \"Drag to left\": 1 mistake\n"
+              "  After redo() of the first command, which has refused the "
+              "next one, the data are not as after it was executed (- expected, + found):\n"
+              "      title: pump\n"
+              "    - text: left\n"
+              "    + text: right\n");
 }
 
 TEST(MergingTest, AMergeThatChangesTheDataIsFound)
@@ -160,10 +162,11 @@ TEST(MergingTest, AMergeThatChangesTheDataIsFound)
         first.page.title = "fan";
         return false;
     };
-    EXPECT_EQ(mergingReport(write), "Merging of \"Drag to left\": 1 mistake\n"
-                                    "  After mergeWith() the data are not as before it:\n"
-                                    "    - title: pump\n"
-                                    "    + title: fan\n");
+    EXPECT_EQ(mergingReport(write),
+              "Merging of \"Drag to left\": 1 mistake\n"
+              "  After mergeWith() the data are not as before it (- expected, + found):\n"
+              "    - title: pump\n"
+              "    + title: fan\n");
 }
 
 TEST(MergingTest, TheNextCommandIsLetGoWhenItIsTakenIn)

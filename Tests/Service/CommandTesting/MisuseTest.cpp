@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -97,16 +98,21 @@ TEST(MisuseTest, TheSameCommandTwiceIsFound)
                   }),
               mistake)
         << "one for each world";
+
+    const std::vector<std::shared_ptr<CommandBase>> two{makeTextCommand(page), makeTextCommand(page)};
+    std::size_t made = 0;
+    EXPECT_EQ(misuseReport([&](Page&) { return two[made++ % 2]; }), mistake) << "one for two worlds";
 }
 
 TEST(MisuseTest, ACommandThatDoesItsWorkWhenItIsMadeIsFound)
 {
-    EXPECT_EQ(misuseReport(spoilt([](ScriptedCommand& command, Page&) { command.execute(); })),
-              "Misuse of \"Write\": 1 mistake\n"
-              "  Making the command changes the data, and executing it would do so again:\n"
-              "      title: pump\n"
-              "    - text: none\n"
-              "    + text: done\n");
+    EXPECT_EQ(
+        misuseReport(spoilt([](ScriptedCommand& command, Page&) { command.execute(); })),
+        "Misuse of \"Write\": 1 mistake\n"
+        "  Making the command changes the data, and executing it would do so again (- before, + after):\n"
+        "      title: pump\n"
+        "    - text: none\n"
+        "    + text: done\n");
 }
 
 TEST(MisuseTest, ACommandThatOwnsTheWorldIsFound)

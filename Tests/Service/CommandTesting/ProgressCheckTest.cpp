@@ -93,6 +93,22 @@ TEST(ProgressCheckTest, ACommandThatFailsOrHasNoProgressIsFound)
               "  The command has no progress, because it was moved from\n");
 }
 
+TEST(ProgressCheckTest, AProgressThatIsNotSeenToItsEndIsFound)
+{
+    const auto hiding = spoilt(
+        [](ScriptedCommand& command, Page&)
+        {
+            command.onExecute = [&command]
+            {
+                command.getProgress()->moveTo(0.5 * LegacyProgress::FullRange);
+                command.getProgress()->setChangeCallback({});
+            };
+        });
+    EXPECT_EQ(makePageKit().progress(hiding).toText(),
+              "Progress of \"Write\": 1 mistake\n"
+              "  The progress ends at 50 %, or the command has taken its change callback away\n");
+}
+
 TEST(ProgressCheckTest, AProgressThatHasMovedAlreadyIsFound)
 {
     const auto begun = spoilt([](ScriptedCommand& command, Page&)

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -128,6 +129,40 @@ TEST_F(RandomHistoriesTest, AreTheSameForTheSameSeed)
     EXPECT_EQ(atRandom(kit, {}, {.seed = 7}).toText(), "Random histories with the seed 7: no mistakes\n");
 }
 
+TEST_F(RandomHistoriesTest, AreOthersForAnotherSeed)
+{
+    const auto lettersOf = [this](std::uint64_t seed)
+    {
+        std::string letters;
+        const auto noting = generatorOf(
+            [&letters](Notes& notes, std::size_t place, char letter)
+            {
+                letters += letter;
+                return std::make_shared<InsertLetter>(notes, place, letter);
+            });
+        EXPECT_TRUE(atRandom(kit, {noting}, {.seed = seed, .histories = 10}));
+        return letters;
+    };
+    EXPECT_EQ(lettersOf(1), lettersOf(1));
+    EXPECT_NE(lettersOf(1), lettersOf(2));
+}
+
+TEST_F(RandomHistoriesTest, AreAsManyAndAsLongAsTheOptionsSay)
+{
+    int worlds = 0;
+    const Kit counting(
+        [&worlds]
+        {
+            ++worlds;
+            return std::make_unique<Notes>();
+        },
+        [](const Notes& notes) { return notes.text; });
+    EXPECT_TRUE(atRandom(counting, {}, {.histories = 5}));
+    EXPECT_EQ(worlds, 5);
+    EXPECT_FALSE(atRandom(kit, {inserting, takingTheLast}));
+    EXPECT_TRUE(atRandom(kit, {inserting, takingTheLast}, {.longest = 1})) << "the mistake needs two steps";
+}
+
 using HistoryReplayTest = RandomHistoriesTest;
 
 TEST_F(HistoryReplayTest, ShowsAnUndoThatTakesAwayWhatIsNotItsOwn)
@@ -135,12 +170,31 @@ TEST_F(HistoryReplayTest, ShowsAnUndoThatTakesAwayWhatIsNotItsOwn)
     EXPECT_EQ(
         kit.replay({inserting, takingTheLast}, {HistoryStep::add(0, 0), HistoryStep::add(1, 2)}).toText(),
         "History of 2 steps: 1 mistake\n"
-        "  After undo at the end the data are not what they were before the command:\n"
+        "  After undo at the end the data are not what they were before the command (- expected, + found):\n"
         "    - a\n"
         "    + w\n"
         "    The history:\n"
         "      HistoryStep::add(0, 0), // Insert a at 0\n"
         "      HistoryStep::add(1, 2), // Insert w at 0\n");
+}
+
+TEST_F(HistoryReplayTest, ShowsAWrongUndoInGroupsThatAreAbandonedOrLeftOpen)
+{
+    EXPECT_EQ(kit.replay({inserting, takingTheLast}, {HistoryStep::add(0, 0), HistoryStep::beginGroup(),
+                                                      HistoryStep::add(1, 2), HistoryStep::abandonGroup()})
+                  .toText(),
+              "History of 4 steps: 1 mistake\n"
+              "  After HistoryStep::abandonGroup() the data are not what they were when the group was opened "
+              "(- expected, + found):\n"
+              "    - a\n"
+              "    + w\n"
+              "    The history:\n"
+              "      HistoryStep::add(0, 0), // Insert a at 0\n"
+              "      HistoryStep::beginGroup(),\n"
+              "      HistoryStep::add(1, 2), // Insert w at 0\n"
+              "      HistoryStep::abandonGroup(),\n");
+    EXPECT_FALSE(kit.replay({inserting, takingTheLast},
+                            {HistoryStep::add(0, 0), HistoryStep::beginGroup(), HistoryStep::add(1, 2)}));
 }
 
 TEST_F(HistoryReplayTest, PlaysEveryKindOfStep)
@@ -169,7 +223,7 @@ TEST_F(HistoryReplayTest, ShowsACommandThatDependsOnMoreThanTheData)
               "History of 1 step: 1 mistake\n"
               "  Executed from the start in a new world, HistoryStep::add(0, 0) included, the data are not "
               "those of "
-              "this history:\n"
+              "this history (- expected, + found):\n"
               "    - a\n"
               "    + b\n"
               "    The history:\n"
@@ -193,14 +247,15 @@ TEST_F(HistoryReplayTest, ShowsAMergeThatIsNotBoth)
 {
     const auto merging = generatorOf([](Notes& notes, std::size_t place, char letter)
                                      { return std::make_shared<MergesAnything>(notes, place, letter); });
-    EXPECT_EQ(kit.replay({merging}, {HistoryStep::add(0, 0), HistoryStep::addOrMerge(0, 2)}).toText(),
-              "History of 2 steps: 1 mistake\n"
-              "  After redo at the end the data are not what they were after the command:\n"
-              "    - wa\n"
-              "    + aw\n"
-              "    The history:\n"
-              "      HistoryStep::add(0, 0), // Insert a at 0\n"
-              "      HistoryStep::addOrMerge(0, 2), // Insert w at 0\n");
+    EXPECT_EQ(
+        kit.replay({merging}, {HistoryStep::add(0, 0), HistoryStep::addOrMerge(0, 2)}).toText(),
+        "History of 2 steps: 1 mistake\n"
+        "  After redo at the end the data are not what they were after the command (- expected, + found):\n"
+        "    - wa\n"
+        "    + aw\n"
+        "    The history:\n"
+        "      HistoryStep::add(0, 0), // Insert a at 0\n"
+        "      HistoryStep::addOrMerge(0, 2), // Insert w at 0\n");
 }
 
 /// Leaves the letter when the call-out fails.
@@ -235,7 +290,8 @@ TEST_F(HistoryReplayTest, ShowsWhatAFailureLeaves)
             StartsWith("History of 1 step: 1 mistake\n"
                        "  After HistoryStep::addFailing(0, " +
                        std::to_string(seed) +
-                       ", 0) the data are not what they were before it, although the command has failed:\n"));
+                       ", 0) the data are not what they were before it, although the command has failed "
+                       "(- expected, + found):\n"));
     }
 }
 

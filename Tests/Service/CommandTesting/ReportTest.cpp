@@ -65,8 +65,23 @@ TEST(ReportTest, TheMistakesOfAnotherOneComeWithItsSubject)
                               "  Round trip:\n"
                               "    First:\n"
                               "      - a\n"
-                              "  Round trip:\n"
                               "    Second\n");
+    EXPECT_THAT(whole.getMistakes(), ElementsAre("Round trip:\nFirst:\n  - a\n", "Round trip:\nSecond\n"));
+    Report again("Aborts");
+    again.addMistake("First");
+    whole.add(again);
+    whole.add(part);
+    whole.addMistake("Third");
+    whole.addMistake("Fourth");
+    EXPECT_EQ(whole.toText(), "All checks: 5 mistakes\n"
+                              "  Round trip:\n"
+                              "    First:\n"
+                              "      - a\n"
+                              "    Second\n"
+                              "  Aborts:\n"
+                              "    First\n"
+                              "  Third\n"
+                              "  Fourth\n");
 }
 
 } // namespace

@@ -85,9 +85,36 @@ TEST(StaleObjectsTest, ACommandThatRemembersAnObjectIsFound)
     EXPECT_EQ(makePlantKit().staleObjects(renameByPointer, removePump).toText(),
               "Stale objects of \"Rename pump\": 1 mistake\n"
               "  After undo() of the command, whose object was removed and has come back, the data are not "
-              "as before it was executed:\n"
+              "as before it was executed (- expected, + found):\n"
               "    - pump: old\n"
               "    + pump: new\n");
+}
+
+TEST(StaleObjectsTest, ACommandThatIsUndoneOnlyOnceIsFound)
+{
+    const auto wearingOut = [](Plant& plant)
+    {
+        auto command = std::make_shared<ScriptedCommand>("Rename pump");
+        const auto rename = [&plant](const std::string& name)
+        {
+            dynamic_cast<NamedObject&>(*plant.findChild("pump")).shownName = name;
+        };
+        command->onExecute = [rename]
+        {
+            rename("new");
+        };
+        command->onUndo = [rename, times = 0]() mutable
+        {
+            rename(++times == 1 ? "old" : "older");
+        };
+        return command;
+    };
+    EXPECT_EQ(makePlantKit().staleObjects(wearingOut, removePump).toText(),
+              "Stale objects of \"Rename pump\": 1 mistake\n"
+              "  After undo() of the command, whose object was removed and has come back, the data are not "
+              "as before it was executed (- expected, + found):\n"
+              "    - pump: old\n"
+              "    + pump: older\n");
 }
 
 TEST(StaleObjectsTest, ARemovalThatRemovesNothingProvesNothing)
@@ -110,10 +137,11 @@ TEST(StaleObjectsTest, ARemovalThatCannotBeRedoneIsFound)
         };
         return command;
     };
-    EXPECT_EQ(makePlantKit().staleObjects(renameByPath, removeOnce).toText(),
-              "Stale objects of \"Rename pump\": 1 mistake\n"
-              "  After redo() of the removal the data are not as after it was executed:\n"
-              "    + pump: new\n");
+    EXPECT_EQ(
+        makePlantKit().staleObjects(renameByPath, removeOnce).toText(),
+        "Stale objects of \"Rename pump\": 1 mistake\n"
+        "  After redo() of the removal the data are not as after it was executed (- expected, + found):\n"
+        "    + pump: new\n");
 }
 
 } // namespace

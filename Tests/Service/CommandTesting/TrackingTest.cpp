@@ -117,13 +117,9 @@ TEST(TrackingTest, AModuleThatIsChangedWithoutAMarkIsFound)
                           --store.pipes.count;
                       };
                   }),
-              "Tracking of \"Add pump\": 2 mistakes\n"
-              "  After execute() module \"pipes\" is not as before execute(), but the manager does not list "
-              "it as modified:\n"
-              "    - 0\n"
-              "    + 1\n"
-              "  After redo() module \"pipes\" is not as before execute(), but the manager does not list it "
-              "as modified:\n"
+              "Tracking of \"Add pump\": 1 mistake\n"
+              "  After execute() and redo(): module \"pipes\" is not as before execute(), but the manager "
+              "does not list it as modified (- before, + after):\n"
               "    - 0\n"
               "    + 1\n");
 }
@@ -142,7 +138,7 @@ TEST(TrackingTest, AMarkWithoutAChangeIsFound)
                 command.redoCapable = false;
             }),
         "Tracking of \"Add pump\": 1 mistake\n"
-        "  After execute() the manager lists module \"pipes\" as modified, but it is as before execute()\n");
+        "  After execute(): the manager lists module \"pipes\" as modified, but it is as before execute()\n");
 }
 
 TEST(TrackingTest, AnUndoThatForgetsAModuleIsFound)
@@ -155,8 +151,8 @@ TEST(TrackingTest, AnUndoThatForgetsAModuleIsFound)
                       };
                   }),
               "Tracking of \"Add pump\": 1 mistake\n"
-              "  After undo() module \"pumps\" is not as before execute(), but the manager does not list it "
-              "as modified:\n"
+              "  After undo(): module \"pumps\" is not as before execute(), but the manager does not list it "
+              "as modified (- before, + after):\n"
               "    - 0\n"
               "    + 1\n");
 }
@@ -174,22 +170,20 @@ TEST(TrackingTest, AModuleWithoutASnapshotIsFound)
                       command.redoCapable = false;
                   }),
               "Tracking of \"Add pump\": 1 mistake\n"
-              "  After execute() the manager lists a module of which there is no snapshot\n");
+              "  After execute(): the manager lists a module of which there is no snapshot\n");
 }
 
 TEST(TrackingTest, MakingTheCommandMarksNothing)
 {
-    EXPECT_EQ(
-        trackingReport(
-            [](ScriptedCommand& command, Depot& store)
-            {
-                store.change(store.pipes, 0);
-                command.redoCapable = false;
-            }),
-        "Tracking of \"Add pump\": 2 mistakes\n"
-        "  After making the command the manager lists module \"pipes\" as modified, but it is as before "
-        "execute()\n"
-        "  After execute() the manager lists module \"pipes\" as modified, but it is as before execute()\n");
+    EXPECT_EQ(trackingReport(
+                  [](ScriptedCommand& command, Depot& store)
+                  {
+                      store.change(store.pipes, 0);
+                      command.redoCapable = false;
+                  }),
+              "Tracking of \"Add pump\": 1 mistake\n"
+              "  After making the command and execute(): the manager lists module \"pipes\" as modified, but "
+              "it is as before execute()\n");
 }
 
 TEST(TrackingTest, WhatTheKitIsGivenMayBeWrong)

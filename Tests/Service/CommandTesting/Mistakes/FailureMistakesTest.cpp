@@ -184,65 +184,43 @@ private:
 
 const MistakeRow failureMistakes[] = {
     {"ThrowsHalfWayAndLeavesOneField", checkFailures<ThrowsHalfWayAndLeavesOneField>,
-     R"(Failures of "Rename, throttle and export pump": 2 mistakes
-  execute(), made to fail at allocation 2, at "write file" and at "write file" with an int instead of a std::exception: the data are not as before:
-      tank.medium: water
-    - pump.name: "Circulation pump of the first loop"
-    + pump.name: "Circulation pump P-101"
-  redo(), made to fail at allocation 2, at "write file" and at "write file" with an int instead of a std::exception: the data are not as before:
+     R"(Failures of "Rename, throttle and export pump": 1 mistake
+  Made to fail in execute() and in redo() at operator new (call 2) and at "write file" (call 1, also if it throws an int): the data are not as before (- expected, + found):
       tank.medium: water
     - pump.name: "Circulation pump of the first loop"
     + pump.name: "Circulation pump P-101"
 )"},
     {"SwallowsTheFailureWithHalfOfTheWorkDone", checkFailures<SwallowsTheFailureWithHalfOfTheWorkDone>,
-     R"(Failures of "Rename, throttle and export pump": 2 mistakes
-  execute(), made to fail at "write file" and at "write file" with an int instead of a std::exception: it hides the failure, but has not done all of its work:
-      total flow: 12
-    - file: pump: Circulation pump P-101
-    + file: nothing
-  redo(), made to fail at "write file" and at "write file" with an int instead of a std::exception: it hides the failure, but has not done all of its work:
+     R"(Failures of "Rename, throttle and export pump": 1 mistake
+  Made to fail in execute() and in redo() at "write file" (call 1, also if it throws an int): it hides the failure, but has not done all of its work (- expected, + found):
       total flow: 12
     - file: pump: Circulation pump P-101
     + file: nothing
 )"},
     {"RollsBackForStandardExceptionsOnly", checkFailures<RollsBackForStandardExceptionsOnly>,
-     R"(Failures of "Rename, throttle and export pump": 2 mistakes
-  execute(), made to fail at "write file" with an int instead of a std::exception: the data are not as before:
-      tank.medium: water
-    - pump.name: "Circulation pump of the first loop"
-    + pump.name: "Circulation pump P-101"
-  redo(), made to fail at "write file" with an int instead of a std::exception: the data are not as before:
+     R"(Failures of "Rename, throttle and export pump": 1 mistake
+  Made to fail in execute() and in redo() at "write file" (call 1, only if it throws an int, not a std::exception): the data are not as before (- expected, + found):
       tank.medium: water
     - pump.name: "Circulation pump of the first loop"
     + pump.name: "Circulation pump P-101"
 )"},
     {"UndoFailsHalfWay", checkFailures<UndoFailsHalfWay>,
      R"(Failures of "Rename, throttle and export pump": 1 mistake
-  undo(), made to fail at "write file" and at "write file" with an int instead of a std::exception: the data are not as before:
+  Made to fail in undo() at "write file" (call 1, also if it throws an int): the data are not as before (- expected, + found):
       tank.medium: water
     - pump.name: "Circulation pump P-101"
     + pump.name: "Circulation pump of the first loop"
 )"},
     {"RedoFailsHalfWay", checkFailures<RedoFailsHalfWay>,
      R"(Failures of "Rename, throttle and export pump": 1 mistake
-  redo(), made to fail at allocation 1, at "write file" and at "write file" with an int instead of a std::exception: the data are not as before:
+  Made to fail in redo() at operator new (call 1) and at "write file" (call 1, also if it throws an int): the data are not as before (- expected, + found):
       tank.medium: water
     - pump.name: "Circulation pump of the first loop"
     + pump.name: "Circulation pump P-101"
 )"},
     {"CannotBeTriedAgain", checkFailures<CannotBeTriedAgain>,
-     R"(Failures of "Rename, throttle and export pump": 2 mistakes
-  execute(), made to fail at allocation 1, at allocation 2, at "write file" and at "write file" with an int instead of a std::exception: tried again, it has another result:
-    - total flow: 12
-    - file: pump: Circulation pump P-101
-    + total flow: 15
-    + file: nothing
-      tank.medium: water
-    - pump.name: "Circulation pump P-101"
-    - pump.flow: 1
-    + pump.name: "Circulation pump of the first loop"
-    + pump.flow: 4
-  redo(), made to fail at allocation 1, at allocation 2, at "write file" and at "write file" with an int instead of a std::exception: tried again, it has another result:
+     R"(Failures of "Rename, throttle and export pump": 1 mistake
+  Made to fail in execute() and in redo() at operator new (calls 1 and 2) and at "write file" (call 1, also if it throws an int): tried again, it has another result (- expected, + found):
     - total flow: 12
     - file: pump: Circulation pump P-101
     + total flow: 15
@@ -254,11 +232,9 @@ const MistakeRow failureMistakes[] = {
     + pump.flow: 4
 )"},
     {"LeavesAnEntryThatItCouldNotFill", checkFailures<LeavesAnEntryThatItCouldNotFill>,
-     R"(Failures of "Add a note to the pump": 2 mistakes
-  execute(), made to fail at allocation 2: the data are not as before:
-      pump.note: "check the seal"
-    + pump.note: ""
-  redo(), made to fail at allocation 1: the data are not as before:
+     R"(Failures of "Add a note to the pump": 1 mistake
+  Made to fail in execute() at operator new (call 2),
+    and in redo() at operator new (call 1): the data are not as before (- expected, + found):
       pump.note: "check the seal"
     + pump.note: ""
 )"},

@@ -92,7 +92,7 @@ Report checkMergingOfTwoParts(const CommandKit<Plant>& kit)
 const MistakeRow mergeMistakes[] = {
     {"KeepsItsOwnTarget", checkMerging<KeepsItsOwnTarget>,
      R"(Merging of "Drag the flow of the pump": 1 mistake
-  After redo() of the first command, which has taken in the next one, the data are not as after both were executed:
+  After redo() of the first command, which has taken in the next one, the data are not as after both were executed (- expected, + found):
     - total flow: 13
     + total flow: 14
       pump.name: "Circulation pump of the first loop"
@@ -101,7 +101,7 @@ const MistakeRow mergeMistakes[] = {
 )"},
     {"LosesTheFirstOldValue", checkMerging<LosesTheFirstOldValue>,
      R"(Merging of "Drag the flow of the pump": 1 mistake
-  After undo() of the first command, which has taken in the next one, the data are not as before both were executed:
+  After undo() of the first command, which has taken in the next one, the data are not as before both were executed (- expected, + found):
     - total flow: 15
     + total flow: 14
       pump.name: "Circulation pump of the first loop"
@@ -110,7 +110,7 @@ const MistakeRow mergeMistakes[] = {
 )"},
     {"TakesInACommandOfAnotherPart", checkMergingOfTwoParts<TakesInACommandOfAnotherPart>,
      R"(Merging of "Drag the flow of the pump": 1 mistake
-  After undo() of the first command, which has taken in the next one, the data are not as before both were executed:
+  After undo() of the first command, which has taken in the next one, the data are not as before both were executed (- expected, + found):
     - total flow: 15
     + total flow: 14
       tank.name: "Feed tank"
@@ -119,7 +119,7 @@ const MistakeRow mergeMistakes[] = {
 )"},
     {"RefusesButHasChanged", checkMergingOfTwoParts<RefusesButHasChanged>,
      R"(Merging of "Drag the flow of the pump": 1 mistake
-  After redo() of the first command, which has refused the next one, the data are not as after it was executed:
+  After redo() of the first command, which has refused the next one, the data are not as after it was executed (- expected, + found):
     - total flow: 14
     + total flow: 18
       pump.name: "Circulation pump of the first loop"

@@ -205,14 +205,14 @@ std::shared_ptr<CommandBase> makeMacroUndoneInTheWrongOrder(Plant& plant)
 const MistakeRow undoMistakes[] = {
     {"ForgetsOneFieldInUndo", checkRoundTrip<ForgetsOneFieldInUndo>,
      R"(Round trip of "Rename and throttle pump": 1 mistake
-  After undo 1 the data are not as before execute():
+  After undo 1 the data are not as before execute() (- expected, + found):
       tank.medium: water
     - pump.name: "Circulation pump of the first loop"
     + pump.name: "Circulation pump P-101"
 )"},
     {"UndoRestoresAConstant", checkRoundTrip<UndoRestoresAConstant>,
      R"(Round trip of "Throttle pump": 1 mistake
-  After undo 1 the data are not as before execute():
+  After undo 1 the data are not as before execute() (- expected, + found):
     - total flow: 15
     + total flow: 11
       pump.name: "Circulation pump of the first loop"
@@ -221,7 +221,7 @@ const MistakeRow undoMistakes[] = {
 )"},
     {"RedoAppliesTwice", checkRoundTrip<RedoAppliesTwice>,
      R"(Round trip of "Halve the flow of the pump": 1 mistake
-  After redo 1 the data are not as after execute():
+  After redo 1 the data are not as after execute() (- expected, + found):
     - total flow: 13
     + total flow: 12
       pump.name: "Circulation pump of the first loop"
@@ -229,7 +229,7 @@ const MistakeRow undoMistakes[] = {
     + pump.flow: 1
 )"},
     {"RedoDoesNothing", checkRoundTrip<RedoDoesNothing>, R"(Round trip of "Throttle pump": 1 mistake
-  After redo 1 the data are not as after execute():
+  After redo 1 the data are not as after execute() (- expected, + found):
     - total flow: 12
     + total flow: 15
       pump.name: "Circulation pump of the first loop"
@@ -238,7 +238,7 @@ const MistakeRow undoMistakes[] = {
 )"},
     {"UndoRemovesTheFirstEqualNote", checkRoundTrip<UndoRemovesTheFirstEqualNote>,
      R"(Round trip of "Add a note to the pump": 1 mistake
-  After undo 1 the data are not as before execute():
+  After undo 1 the data are not as before execute() (- expected, + found):
       pump.medium: water
     - pump.note: "check the seal"
       pump.note: "oil"
@@ -246,7 +246,7 @@ const MistakeRow undoMistakes[] = {
 )"},
     {"UndoOfARemovalAppendsAtTheEnd", checkRoundTrip<UndoOfARemovalAppendsAtTheEnd>,
      R"(Round trip of "Remove the first note of the pump": 1 mistake
-  After undo 1 the data are not as before execute():
+  After undo 1 the data are not as before execute() (- expected, + found):
       pump.medium: water
     - pump.note: "check the seal"
       pump.note: "oil"
@@ -254,20 +254,20 @@ const MistakeRow undoMistakes[] = {
 )"},
     {"UndoDoesNotRestoreTheTotal", checkRoundTrip<UndoDoesNotRestoreTheTotal>,
      R"(Round trip of "Throttle pump": 1 mistake
-  After undo 1 the data are not as before execute():
+  After undo 1 the data are not as before execute() (- expected, + found):
     - total flow: 15
     + total flow: 12
 )"},
     {"MovesItsArgumentOutInExecute", checkRoundTrip<MovesItsArgumentOutInExecute>,
      R"(Round trip of "Rename pump": 1 mistake
-  After redo 1 the data are not as after execute():
+  After redo 1 the data are not as after execute() (- expected, + found):
       tank.medium: water
     - pump.name: "Circulation pump P-101"
     + pump.name: ""
 )"},
     {"KeepsWhatItRememberedBefore", checkRoundTrip<KeepsWhatItRememberedBefore>,
      R"(Round trip of "Tick the seal off": 1 mistake
-  After undo 2 the data are not as before execute():
+  After undo 2 the data are not as before execute() (- expected, + found):
       pump.note: "check the seal"
     + pump.note: "check the seal"
     + pump.note: "check the seal"
@@ -282,7 +282,7 @@ const MistakeRow undoMistakes[] = {
     {"MacroUndoneInTheWrongOrder",
      [](const CommandKit<Plant>& kit) { return kit.roundTrip(makeMacroUndoneInTheWrongOrder); },
      R"(Round trip of "Throttle pump in two steps": 1 mistake
-  After undo 1 the data are not as before execute():
+  After undo 1 the data are not as before execute() (- expected, + found):
     - total flow: 15
     + total flow: 13
       pump.name: "Circulation pump of the first loop"
@@ -294,7 +294,7 @@ const MistakeRow undoMistakes[] = {
          return kit.inMacro({make<HalveFlow>(), make<RemembersTheOldValueWhenItIsMade>()});
      },
      R"(In a macro of 2 commands: 1 mistake
-  After the roll-back of the first 2 commands the data are not as before the macro was executed:
+  After the roll-back of the first 2 commands the data are not as before the macro was executed (- expected, + found):
     - total flow: 15
     + total flow: 19
       pump.name: "Circulation pump of the first loop"
@@ -305,7 +305,7 @@ const MistakeRow undoMistakes[] = {
      [](const CommandKit<Plant>& kit)
      { return kit.staleObjects(make<RemembersAnObjectInsteadOfItsPath>(), make<RemovePump>()); },
      R"(Stale objects of "Throttle pump": 1 mistake
-  After undo() of the command, whose object was removed and has come back, the data are not as before it was executed:
+  After undo() of the command, whose object was removed and has come back, the data are not as before it was executed (- expected, + found):
       pump.name: "Circulation pump of the first loop"
     - pump.flow: 4
     + pump.flow: 1
