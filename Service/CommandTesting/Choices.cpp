@@ -5,13 +5,18 @@ namespace Valdane
 
 Choices::Choices(std::uint64_t seed) noexcept : state(seed) {}
 
-std::uint64_t Choices::below(std::uint64_t end) noexcept
+std::uint64_t Choices::draw() noexcept
 {
     state += 0x9e3779b97f4a7c15U;
     std::uint64_t number = state;
     number = (number ^ (number >> 30U)) * 0xbf58476d1ce4e5b9U;
     number = (number ^ (number >> 27U)) * 0x94d049bb133111ebU;
-    number ^= number >> 31U;
+    return number ^ (number >> 31U);
+}
+
+std::uint64_t Choices::below(std::uint64_t end) noexcept
+{
+    const std::uint64_t number = draw();
     return end == 0 ? 0 : number % end;
 }
 
@@ -22,7 +27,9 @@ std::int64_t Choices::between(std::int64_t first, std::int64_t last) noexcept
         return first;
     }
     const auto distance = static_cast<std::uint64_t>(last) - static_cast<std::uint64_t>(first);
-    return static_cast<std::int64_t>(static_cast<std::uint64_t>(first) + below(distance + 1));
+    const std::uint64_t count = distance + 1; // 0: every number there is
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(first) +
+                                     (count == 0 ? draw() : below(count)));
 }
 
 bool Choices::toss() noexcept

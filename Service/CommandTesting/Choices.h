@@ -33,6 +33,8 @@ public:
     bool toss() noexcept;
 
 private:
+    std::uint64_t draw() noexcept;
+
     std::uint64_t state;
 };
 
