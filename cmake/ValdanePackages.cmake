@@ -47,12 +47,14 @@ This package has the libraries.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvaldane-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libboost-dev (>= 1.74)")
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "libspdlog-dev")
+# For the headers of the testing kit that nothing else includes: GoogleTest.h and RandomHistories.h.
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "libgmock-dev, librapidcheck-dev, libspdlog-dev")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
     "Every change of an application is a command, and one manager runs it, logs
 it, keeps it for undo and redo, and tells which data differ from the last save.
 .
-This package has the headers, and the files for CMake and pkg-config.")
+This package has the headers, the files for CMake and pkg-config, and the
+objects that let allocations fail in tests of an application's own commands.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME valdane-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
