@@ -2,10 +2,10 @@
 
 namespace Valdane
 {
+namespace
+{
 
-Choices::Choices(std::uint64_t seed) noexcept : state(seed) {}
-
-std::uint64_t Choices::draw() noexcept
+std::uint64_t draw(std::uint64_t& state) noexcept
 {
     state += 0x9e3779b97f4a7c15U;
     std::uint64_t number = state;
@@ -14,9 +14,13 @@ std::uint64_t Choices::draw() noexcept
     return number ^ (number >> 31U);
 }
 
+} // namespace
+
+Choices::Choices(std::uint64_t seed) noexcept : state(seed) {}
+
 std::uint64_t Choices::below(std::uint64_t end) noexcept
 {
-    const std::uint64_t number = draw();
+    const std::uint64_t number = draw(state);
     return end == 0 ? 0 : number % end;
 }
 
@@ -29,7 +33,7 @@ std::int64_t Choices::between(std::int64_t first, std::int64_t last) noexcept
     const auto distance = static_cast<std::uint64_t>(last) - static_cast<std::uint64_t>(first);
     const std::uint64_t count = distance + 1; // 0: every number there is
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(first) +
-                                     (count == 0 ? draw() : below(count)));
+                                     (count == 0 ? draw(state) : below(count)));
 }
 
 bool Choices::toss() noexcept

@@ -33,8 +33,6 @@ public:
     bool toss() noexcept;
 
 private:
-    std::uint64_t draw() noexcept;
-
     std::uint64_t state;
 };
 

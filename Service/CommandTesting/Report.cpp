@@ -45,14 +45,9 @@ const std::vector<std::string>& Report::getMistakes() const noexcept
 
 void Report::addMistake(std::string mistake)
 {
-    addOnce(std::move(mistake), "");
-}
-
-void Report::addOnce(std::string mistake, std::string heading)
-{
     if (std::ranges::find(mistakes, mistake) == mistakes.end())
     {
-        headings.push_back(std::move(heading));
+        headings.emplace_back();
         mistakes.push_back(std::move(mistake));
     }
 }
@@ -61,7 +56,12 @@ void Report::add(const Report& other)
 {
     for (const std::string& mistake : other.mistakes)
     {
-        addOnce(other.subject + ":\n" + indented(mistake, ""), other.subject);
+        const std::size_t count = mistakes.size();
+        addMistake(other.subject + ":\n" + indented(mistake, ""));
+        if (mistakes.size() > count)
+        {
+            headings.back() = other.subject;
+        }
     }
 }
 

@@ -47,8 +47,6 @@ public:
     std::string toText() const;
 
 private:
-    void addOnce(std::string mistake, std::string heading);
-
     std::string subject;
     std::vector<std::string> mistakes;
     /// For each mistake the line above it, if it comes from another report.
