@@ -638,6 +638,36 @@ TEST_F(Reentrancy, NoUndoLeadsToTheSaveOnceADyingCommandHasAddedOneThatTakesUpTh
     }
 }
 
+TEST_F(Reentrancy, AGroupThatIsOpenedInAClearLeavesTheSaveFromBeforeIt)
+{
+    add("A");
+    modules->onAsk = [this]
+    {
+        modules->onAsk = nullptr;
+        manager.adjustOnSave(0);
+        manager.beginGroup("G");
+        add("B");
+    };
+    manager.clear();
+    manager.endGroup();
+    EXPECT_EQ(manager.getSavedPosition(0), std::uint64_t{0}) << "undo leads back to what was saved";
+}
+
+TEST_F(Reentrancy, WhatIsSavedInAGroupThatIsOpenedInAClearIsNotTheStateWithoutIt)
+{
+    modules->onAsk = [this]
+    {
+        modules->onAsk = nullptr;
+        manager.beginGroup("G");
+        add("B");
+        manager.adjustOnSave(0);
+    };
+    manager.clear();
+    manager.endGroup();
+    EXPECT_EQ(manager.getPosition(), 1U);
+    EXPECT_NE(manager.getSavedPosition(0), std::uint64_t{0});
+}
+
 TEST_F(Reentrancy, DyingCommandsOfAMacroMayUseTheMacro)
 {
     MacroCommand macro;

@@ -842,7 +842,8 @@ void ManagerModel::clear()
     {
         modified[tracker] = getModifiedModules(tracker);
     }
-    const DataState before = dataState();
+    // What is in a group that was opened when the modules were asked is not forgotten.
+    const DataState before{dataState().ofEntry, toMerge.state};
     dropAll();
     firstState = ++stateCount;
     for (std::optional<DataState>& state : saved)
