@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <source_location>
+#include <sstream>
 #include <string>
 #include <type_traits>
 
@@ -36,8 +37,9 @@ TEST(VdException, LocationIsFileLineAndFunctionOfTheThrow)
 {
     const auto here = std::source_location::current();
     const VdException exception("x");
-    EXPECT_EQ(exception.getLocation(), std::string(here.file_name()) + ":" + std::to_string(here.line() + 1) +
-                                           " (" + here.function_name() + ")");
+    std::ostringstream place;
+    place << here.file_name() << ':' << here.line() + 1 << " (" << here.function_name() << ')';
+    EXPECT_EQ(exception.getLocation(), place.str());
 }
 
 TEST(VdException, LocationNamesTheThrowingFunctionByARelativePath)
