@@ -10,8 +10,8 @@ std::vector<std::string> UnsavedModule::words() const
     std::vector<std::string> lines;
     for (const UnsavedCommand& command : commands)
     {
-        std::string line = command.description.empty() ? "unnamed change" : command.description;
-        lines.push_back(command.isUndone ? "undone: " + line : std::move(line));
+        const std::string line = command.description.empty() ? "unnamed change" : command.description;
+        lines.push_back((command.isUndone ? "undone: " : "") + line);
     }
     if (hasOtherChanges)
     {
