@@ -145,6 +145,9 @@ void showEnd(ThreadedRun::Result result, const std::string& text)
     case ThreadedRun::Result::Aborted:
         std::cout << "  nothing has changed\n";
         break;
+    case ThreadedRun::Result::NotTakenBack:
+        std::cout << "  failed, and some of it is left: " << text << '\n';
+        break;
     }
 }
 

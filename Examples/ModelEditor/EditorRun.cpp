@@ -193,7 +193,7 @@ void Editor::onFinished(const Run& run, const std::string& script)
     {
         run.level.onAdded(script);
     }
-    else
+    else if (run.result != ThreadedRun::Result::NotTakenBack)
     {
         modules->resetTo({});
     }
@@ -209,7 +209,7 @@ void Editor::conclude()
 {
     using Result = ThreadedRun::Result;
     const auto run = std::exchange(underWay, nullptr);
-    if (run->result == Result::Failed)
+    if (run->result == Result::Failed || run->result == Result::NotTakenBack)
     {
         // A macro that has failed too often does not say why.
         throw VdException(run->verb + ": " +

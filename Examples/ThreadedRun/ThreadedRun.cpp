@@ -226,6 +226,10 @@ private:
         case ThreadedRun::Result::Aborted:
             std::cout << "  aborted\n";
             break;
+        case ThreadedRun::Result::NotTakenBack:
+            // Worth a dialog: the data are between the two states.
+            std::cout << "  failed, and some of it is left: " << text << "\n";
+            break;
         }
     }
 

@@ -20,6 +20,9 @@ class CommandManager;
 ///     }
 ///     group.commit();
 ///
+/// While a threaded command is running, the manager refuses a group. Within ThreadedRun::edit() it can wait
+/// for the end of the run.
+///
 /// Ownership: the manager must outlive the group.
 /// Thread: as CommandManager.
 class VALDANE_EDITING_EXPORT CommandGroup

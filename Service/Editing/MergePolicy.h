@@ -33,6 +33,10 @@ struct HistoryChange;
 /// In the history a command with a key is in a MacroCommand, which is the step. Its description is that of
 /// the first command that has one. Undo, redo and what happens if they fail are those of a MacroCommand.
 ///
+/// While a threaded command is running: a policy does not know of a ThreadedRun, and the manager executes at
+/// once. Edit through ThreadedRun::edit(), which refuses the edit or lets it wait. Edits that waited are
+/// timed when they are done, so those with the same key become one step.
+///
 /// Failures: as CommandManager::addOrMergeCommand(). What the clock throws passes to the caller; it is asked
 /// before the command is executed, when nothing has changed, and after it, when the step ends because of
 /// that.

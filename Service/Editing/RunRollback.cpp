@@ -118,15 +118,15 @@ bool RunRollback::continueExecution(std::shared_ptr<ThreadManager> threadManager
         }
         hasRun = attempt([&] { threadManager->finalizeThread(); });
     }
-    if (auto* const command = dynamic_cast<CommandBase*>(thread.get()); command != nullptr && hasRun)
-    {
-        attempt([&] { command->undo(); });
-    }
+    // Each thread of a macro is a command.
+    auto& command = dynamic_cast<CommandBase&>(*thread);
+    isAllUndone = !hasRun || attempt([&] { command.undo(); });
     for (auto macro = chain.rbegin(); macro != chain.rend(); ++macro)
     {
         // Each failure leaves one sub-command less to undo. A slot and the progress may fail, too.
         for (auto left = (*macro)->size() + 2; left > 0 && !attempt([&] { (*macro)->abortExecution(); });)
         {
+            isAllUndone = false;
             --left;
         }
     }
@@ -134,10 +134,15 @@ bool RunRollback::continueExecution(std::shared_ptr<ThreadManager> threadManager
     if (!isHere)
     {
         // The manager knows no aborted thread, and would queue this.
-        throw VdException("The thread '" + thread->getName() +
+        throw VdException("The thread '" + command.getDescription() +
                           "' was finalized without the manager; all is undone");
     }
     return true;
+}
+
+bool RunRollback::hasUndoneAll() const noexcept
+{
+    return isAllUndone;
 }
 
 } // namespace Valdane

@@ -42,9 +42,13 @@ public:
     /// Waits for the thread and undoes all. @throws the first exception, when all is undone.
     bool continueExecution(std::shared_ptr<ThreadManager> threadManager) override;
 
+    /// Whether that was called, and no undo() has failed.
+    bool hasUndoneAll() const noexcept;
+
 private:
     MacroChain chain;
     std::shared_ptr<Thread> thread;
+    bool isAllUndone = false;
 };
 
 } // namespace Valdane

@@ -68,6 +68,11 @@ bool ThreadedRun::redo(std::uint64_t count)
     return d->edit("A redo", [&manager = d->manager, count] { return manager.redo(count); });
 }
 
+bool ThreadedRun::edit(const std::string& name, std::function<bool()> work)
+{
+    return d->edit("'" + name + "'", std::move(work));
+}
+
 Signals::Connection ThreadedRun::connectToSigStarted(const Signals::Slot<void()>& slot)
 {
     return d->told->started.connect(slot);
@@ -75,7 +80,7 @@ Signals::Connection ThreadedRun::connectToSigStarted(const Signals::Slot<void()>
 
 Signals::Connection ThreadedRun::connectToSigProgress(const Signals::Slot<void(const Progress&)>& slot)
 {
-    return d->told->progress.connect(slot);
+    return d->connectToProgress(slot);
 }
 
 Signals::Connection

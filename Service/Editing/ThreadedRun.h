@@ -41,8 +41,19 @@ class ThreadedMacroCommand;
 /// - A command that is queued before the abort takes effect is undone and dropped if it is the newest. What
 ///   could be redone before is lost then. If it is not the newest, the abort is too late.
 ///
-/// Failures: a run that fails is reported by the manager, as Docs/failures.md says, and told as Failed. An
-/// exception of a slot, and what the manager lets through, reaches the caller of start(), or the loop. By
+/// Failures: a run that fails is reported by the manager, as Docs/failures.md says, and told with the reason.
+/// - Failed: nothing has changed. A macro was rolled back. A command that throws, alone or in a macro, has
+///   restored its own data, as each command must.
+/// - NotTakenBack: something may be left, and it is not in the history. An undo() has failed; or a nested
+///   macro failed after its first thread, and what it had done stays; or the work was done when a slot of
+///   the command's run-finished signal, its isAddableToCommandManager() or the module access interface
+///   failed; or an exception that is not derived from std::exception has ended a macro. After an abort that
+///   came too late, the command whose undo() has failed is in the history.
+///
+/// A macro that skips failures has not failed: it is Done, without its failed sub-commands. If their number
+/// reaches the limit, the macro was rolled back as any other.
+///
+/// An exception of a slot, and what the manager lets through, reaches the caller of start(), or the loop. By
 /// then the end of the run is told, or follows from the loop.
 ///
 /// Others may use the manager directly: finalize or abort the run, or start one of their own. If they abort a
@@ -54,12 +65,14 @@ class ThreadedMacroCommand;
 ///
 /// Ownership: shares the command while it runs. The manager must outlive this object.
 /// Thread: the manager's thread.
-/// Cost: a change of the progress posts one function, unless one is waiting already. A function that was posted
-/// finalizes at most one thread, so that a macro of many quick threads leaves the loop its turn.
+/// Services of the application's own: Docs/own-services.md says what this needs of them.
+/// Cost: a change of the progress posts one function, unless one is waiting already, or no slot is connected to
+/// the progress. A function that was posted finalizes at most one thread, so that a macro of many quick threads
+/// leaves the loop its turn.
 class VALDANE_EDITING_EXPORT ThreadedRun
 {
 public:
-    /// What becomes of addCommand(), undo() and redo() while a command is running.
+    /// What becomes of addCommand(), undo(), redo() and edit() while a command is running.
     enum class Edits
     {
         Refused, ///< they throw a VdException
@@ -69,9 +82,10 @@ public:
     /// How a run has ended.
     enum class Result
     {
-        Done,    ///< its changes are made
-        Failed,  ///< it has failed, or what it did could not be taken back
-        Aborted, ///< nothing has changed
+        Done,         ///< its changes are made
+        Failed,       ///< it has failed; nothing has changed
+        Aborted,      ///< nothing has changed
+        NotTakenBack, ///< it has failed, or could not be aborted; some of what it did may be left
     };
 
     /// How far a run is.
@@ -101,7 +115,8 @@ public:
     /// @param clock           empty: the steady clock of the system.
     /// @param onRunEnd        called by each start(). Empty: ThreadManager::setRunEndedCallback(), which
     ///                        replaces the callback that was set before.
-    /// @throws VdException if @p post is empty.
+    /// @throws VdException if @p post is empty, or if @p onRunEnd is and a thread manager of the application's
+    ///         own does not have that operation.
     ThreadedRun(CommandManager& commandManager, PostFunction post, Edits edits, Clock clock = {},
                 RunEndFunction onRunEnd = {});
 
@@ -157,12 +172,24 @@ public:
     /// @throws VdException if it is refused.
     bool redo(std::uint64_t count);
 
+    /// Calls @p work if no command is running. For what edits by other means: a MergePolicy or a CommandGroup,
+    /// for example.
+    ///
+    ///     run.edit("Type", [&, command] { return policy.add(command, "title"); });
+    ///
+    /// @param name  what the user is told if it is refused.
+    /// @param work  not empty; called at most once.
+    /// @return what @p work answers, or true if it waits for the end of the run.
+    /// @throws VdException if it is refused; what @p work throws.
+    bool edit(const std::string& name, std::function<bool()> work);
+
     /// Before each run.
     /// @param slot  called until the connection is destroyed.
     [[nodiscard]] Signals::Connection connectToSigStarted(const Signals::Slot<void()>& slot);
 
     /// From the loop, after changes of the command's progress. The last one of a run that is done is told
-    /// before finished, unless the loop had no part in its end.
+    /// before finished, unless the loop had no part in its end. A slot that is connected during a run hears of
+    /// the next change.
     /// @param slot  called until the connection is destroyed.
     [[nodiscard]] Signals::Connection connectToSigProgress(const Signals::Slot<void(const Progress&)>& slot);
 

@@ -5,7 +5,10 @@
 #include "Service/Editing/FailureText.h"
 #include "Service/Editing/ThreadedRunPrivate.h"
 
+#include <algorithm>
+#include <new>
 #include <utility>
+#include <vector>
 
 namespace Valdane
 {
@@ -27,10 +30,10 @@ void keepFirst(std::exception_ptr& first)
 void ThreadedRun::Private::conclude(std::exception_ptr passing)
 {
     const auto self = shared_from_this();
-    const auto isPosted = run != nullptr ? run->isProgressPosted : nullptr;
+    const auto shared = run != nullptr ? run->shared : nullptr;
     const auto last = run != nullptr && passing == nullptr ? tellLastProgress() : nullptr;
     // A slot may have ended the run, and started the next one.
-    if (run != nullptr && run->isProgressPosted == isPosted)
+    if (run != nullptr && run->shared == shared)
     {
         const End end = judge(passing);
         release();
@@ -72,7 +75,8 @@ ThreadedRun::Private::End ThreadedRun::Private::judge(std::exception_ptr& passin
     }
     if (run->hasFailed && !run->isQueued)
     {
-        return {.result = Result::Failed, .text = std::move(run->failure)};
+        return {.result = isTakenBack() ? Result::Failed : Result::NotTakenBack,
+                .text = std::move(run->failure)};
     }
     return isAborted() ? takeBack(passing) : End{};
 }
@@ -113,7 +117,64 @@ ThreadedRun::Private::End ThreadedRun::Private::takeBack(std::exception_ptr& pas
     {
         describe(passing, run->failure);
     }
-    return {.result = Result::Failed, .text = std::move(run->failure)};
+    return {.result = Result::NotTakenBack, .text = std::move(run->failure)};
+}
+
+/// Whether nothing is left of a run that has failed. If nobody can tell, something may be.
+bool ThreadedRun::Private::isTakenBack() const
+{
+    if (run->rollback != nullptr)
+    {
+        return run->rollback->hasUndoneAll();
+    }
+    if (!run->isLaunched || run->isRolledBack)
+    {
+        return true;
+    }
+    const auto end = endOf(run->command.get());
+    if (dynamic_cast<const ThreadedMacroCommand*>(run->command.get()) == nullptr)
+    {
+        // A command that has not handed over restores its own data.
+        return end != true;
+    }
+    return end == false && !isPartLeft();
+}
+
+/// Whether something is left of a macro that was rolled back.
+bool ThreadedRun::Private::isPartLeft() const
+{
+    const auto thread = run->thread.lock();
+    if (thread == nullptr)
+    {
+        return false;
+    }
+    if (endOf(dynamic_cast<const CommandBase*>(thread.get())).has_value())
+    {
+        // The thread that was aborted has ended well, so it is an undo() that has failed.
+        return true;
+    }
+    // The manager rolls back what is around a nested macro that fails, and not that macro.
+    const auto hasEnded = [this](const auto& macro)
+    {
+        return endOf(macro.get()) == true;
+    };
+    try
+    {
+        const auto chains = findChains(run->command, *thread);
+        return !std::ranges::all_of(chains, [&](const MacroChain& chain)
+                                    { return std::all_of(chain.begin() + 1, chain.end(), hasEnded); });
+    }
+    catch (const std::bad_alloc&)
+    {
+        return true;
+    }
+}
+
+std::optional<bool> ThreadedRun::Private::endOf(const CommandBase* command) const
+{
+    const auto& ends = run->shared->ends;
+    const auto found = ends.find(command);
+    return found == ends.end() ? std::nullopt : found->second;
 }
 
 bool ThreadedRun::Private::isAborted() const
@@ -130,10 +191,7 @@ void ThreadedRun::Private::release()
     {
         relay->close();
     }
-    if (const auto progress = ended->command->getProgress())
-    {
-        progress->setChangeCallback({});
-    }
+    setProgressCallback(*ended->command, {});
 }
 
 } // namespace Valdane

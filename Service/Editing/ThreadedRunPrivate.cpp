@@ -13,7 +13,10 @@
 #include "Platform/Multitasking/ThreadManager.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/HistoryChange.h"
+#include "Service/CommandPattern/ThreadedCommand.h"
+#include "Service/CommandPattern/ThreadedMacroCommand.h"
 #include "Service/Editing/FailureText.h"
+#include "Service/Editing/FirstException.h"
 
 #include <algorithm>
 #include <utility>
@@ -25,18 +28,22 @@ namespace
 {
 
 // A template, because a thread manager of the application's own need not have this operation.
-
 template <typename Threads>
-void setRunEndedCallback(Threads& threads, const std::function<void()>& callback)
+std::function<void(Threads&, std::function<void()>)> runEndFunction()
 {
-    if constexpr (requires { threads.setRunEndedCallback(callback); })
+    if constexpr (requires(Threads & threads, std::function<void()> callback) {
+                      threads.setRunEndedCallback(callback);
+                  })
     {
-        threads.setRunEndedCallback(callback);
+        return [](Threads& threads, std::function<void()> callback)
+        {
+            threads.setRunEndedCallback(std::move(callback));
+        };
     }
     else
     {
-        throw VdException(
-            "The thread manager needs a function that tells the end of a run: give one to ThreadedRun");
+        throw VdException("A ThreadedRun needs a function that tells the end of a run, because the thread "
+                          "manager has no setRunEndedCallback()");
     }
 }
 
@@ -47,7 +54,7 @@ ThreadedRun::Private::Private(CommandManager& commandManager, PostFunction post,
     : manager(commandManager),
       edits(editsDuringRun),
       clock(ownClock ? std::move(ownClock) : Clock(&std::chrono::steady_clock::now)),
-      installRunEnd(onRunEnd ? std::move(onRunEnd) : RunEndFunction(&setRunEndedCallback<ThreadManager>))
+      installRunEnd(onRunEnd ? std::move(onRunEnd) : runEndFunction<ThreadManager>())
 {
     if (!post)
     {
@@ -62,7 +69,6 @@ void ThreadedRun::Private::start(const std::shared_ptr<CommandBase>& command,
     const auto self = shared_from_this();
     requireIdle(command.get());
     run = begin(command);
-    bool isLaunched = false;
     try
     {
         told->started();
@@ -70,13 +76,13 @@ void ThreadedRun::Private::start(const std::shared_ptr<CommandBase>& command,
         {
             requireFree(run->description);
             const Stepping stepping(*this);
-            isLaunched = true;
+            run->isLaunched = true;
             launch();
         }
     }
     catch (...)
     {
-        failStart(isLaunched, std::current_exception());
+        failStart(std::current_exception());
     }
     if (run == nullptr && isClosed)
     {
@@ -96,8 +102,9 @@ void ThreadedRun::Private::start(const std::shared_ptr<CommandBase>& command,
 }
 
 /// @throws @p exception
-void ThreadedRun::Private::failStart(bool isLaunched, const std::exception_ptr& exception)
+void ThreadedRun::Private::failStart(const std::exception_ptr& exception)
 {
+    const bool isLaunched = run != nullptr && run->isLaunched;
     const auto thread = isLaunched ? manager.getThreadManager()->getCurrentThread() : nullptr;
     if (thread == nullptr)
     {
@@ -154,12 +161,47 @@ ThreadedRun::Private::begin(const std::shared_ptr<CommandBase>& command)
     begun->patience = countCommands(*command);
     begun->begin = clock();
     connect(*begun);
-    installRunEnd(*manager.getThreadManager(), runEndCallback());
-    if (const auto progress = command->getProgress())
-    {
-        progress->setChangeCallback(progressCallback(begun->isProgressPosted));
-    }
+    followEnds(*command, begun->shared);
+    installRunEnd(*manager.getThreadManager(), runEndCallback(begun->shared));
+    setProgressCallback(*command, progressCallback(begun->shared));
     return begun;
+}
+
+/// Notes in @p shared how the next run of @p command ends, if it is a command that tells it.
+void ThreadedRun::Private::followEnd(CommandBase* command, const std::shared_ptr<Shared>& shared)
+{
+    const auto note = [weak = std::weak_ptr<Shared>(shared)](bool ok, const CommandBase* ended)
+    {
+        if (const auto notes = weak.lock())
+        {
+            notes->ends.find(ended)->second = ok;
+        }
+    };
+    shared->ends.try_emplace(command);
+    if (auto* const macro = dynamic_cast<ThreadedMacroCommand*>(command))
+    {
+        macro->connectToRunFinishedSignal(note);
+    }
+    else if (auto* const threaded = dynamic_cast<ThreadedCommand*>(command))
+    {
+        threaded->connectToRunFinishedSignal(note);
+    }
+}
+
+/// The same for the macros in @p command, too.
+void ThreadedRun::Private::followEnds(CommandBase& command, const std::shared_ptr<Shared>& shared)
+{
+    followEnd(&command, shared);
+    if (const auto* const macro = dynamic_cast<const ThreadedMacroCommand*>(&command))
+    {
+        for (const std::shared_ptr<CommandBase>& part : *macro)
+        {
+            if (dynamic_cast<const ThreadedMacroCommand*>(part.get()) != nullptr)
+            {
+                followEnds(*part, shared);
+            }
+        }
+    }
 }
 
 void ThreadedRun::Private::connect(Run& begun)
@@ -182,10 +224,11 @@ auto ThreadedRun::Private::checkLater()
     };
 }
 
-std::function<void()> ThreadedRun::Private::runEndCallback()
+std::function<void()> ThreadedRun::Private::runEndCallback(const std::shared_ptr<Shared>& shared)
 {
-    return [posts = relay, later = checkLater()]
+    return [posts = relay, later = checkLater(), shared]
     {
+        ++shared->endedThreads;
         posts->post(later);
     };
 }
@@ -221,20 +264,16 @@ void ThreadedRun::Private::close() noexcept
     run->isAborting = true;
     if (!isStepping)
     {
-        try
-        {
-            proceed();
-        }
-        catch (...)
-        {
-            // Nobody is left who could be told.
-        }
+        // Nobody is left who could be told of a failure.
+        FirstException failure;
+        failure.attempt([this] { proceed(); });
     }
 }
 
-bool ThreadedRun::Private::edit(const std::string& name, const std::function<bool()>& work)
+bool ThreadedRun::Private::edit(const std::string& name, std::function<bool()> work)
 {
-    if (run == nullptr && waiting.empty())
+    // What an edit does itself is part of it, even if others wait.
+    if (run == nullptr && (waiting.empty() || isEditing))
     {
         return work();
     }
@@ -243,7 +282,7 @@ bool ThreadedRun::Private::edit(const std::string& name, const std::function<boo
         throw VdException(name + " is refused while '" + run->description +
                           "' is running: wait until it has finished, or abort it");
     }
-    waiting.push_back(work);
+    waiting.push_back(std::move(work));
     return true;
 }
 
@@ -280,8 +319,8 @@ void ThreadedRun::Private::noteFailure(const char* text, const std::string& desc
 
 void ThreadedRun::Private::noteHistory(const HistoryChange& change)
 {
-    const bool isInserted = std::any_of(change.rows.begin(), change.rows.end(),
-                                        [](const RowChange& row) { return row.inserted > 0; });
+    const bool isInserted =
+        std::ranges::any_of(change.rows, [](const RowChange& row) { return row.inserted > 0; });
     const std::uint64_t position = manager.getPosition();
     if (run != nullptr && isInserted && position > 0 && manager.getCommand(position - 1) == run->command)
     {

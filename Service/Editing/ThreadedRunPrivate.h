@@ -12,6 +12,7 @@
 #include <exception>
 #include <functional>
 #include <list>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -40,9 +41,11 @@ public:
     void close() noexcept;
 
     /// Does @p work now or after the run. @return what it answers, or true if it waits.
-    bool edit(const std::string& name, const std::function<bool()>& work);
+    bool edit(const std::string& name, std::function<bool()> work);
 
     std::optional<Progress> getProgress() const;
+
+    Signals::Connection connectToProgress(const Signals::Slot<void(const Progress&)>& slot);
 
     bool isRunning() const noexcept
     {
@@ -61,6 +64,18 @@ public:
     std::unique_ptr<Told> told = std::make_unique<Told>();
 
 private:
+    /// What a run shares with functions that others hold. Those in the loop know their run by it.
+    struct Shared
+    {
+        /// Whether a function waits in the loop that tells the progress.
+        std::atomic<bool> isProgressPosted = false;
+        /// How many threads have ended.
+        std::atomic<std::size_t> endedThreads = 0;
+        /// What the command, its nested macros and a thread that is aborted have told of their ends: empty,
+        /// or whether they were successful. Filled before the run, so that telling allocates nothing.
+        std::map<const CommandBase*, std::optional<bool>> ends;
+    };
+
     /// What is known of the command that is running.
     struct Run
     {
@@ -73,11 +88,13 @@ private:
         std::shared_ptr<RunRollback> rollback;
         /// How many more steps may have no effect before others are seen to drive the run.
         std::size_t patience = 0;
-        /// Whether a function waits in the loop that tells the progress. It knows its run by this object.
-        std::shared_ptr<std::atomic<bool>> isProgressPosted = std::make_shared<std::atomic<bool>>(false);
+        std::shared_ptr<Shared> shared = std::make_shared<Shared>();
+        std::size_t finalizedThreads = 0;
+        bool isLaunched = false;
         bool isAborting = false;
         bool hasEnded = false;
         bool isDisplaced = false;
+        bool isRolledBack = false;
         bool isQueued = false;
         bool hasFailed = false;
         std::string failure;
@@ -120,12 +137,15 @@ private:
 
     void requireIdle(const CommandBase* command) const;
     void requireFree(const std::string& description) const;
-    void failStart(bool isLaunched, const std::exception_ptr& exception);
+    void failStart(const std::exception_ptr& exception);
     std::unique_ptr<Run> begin(const std::shared_ptr<CommandBase>& command);
     void connect(Run& begun);
+    static void followEnd(CommandBase* command, const std::shared_ptr<Shared>& shared);
+    static void followEnds(CommandBase& command, const std::shared_ptr<Shared>& shared);
     auto checkLater();
-    std::function<void()> runEndCallback();
-    std::function<void()> progressCallback(const std::shared_ptr<std::atomic<bool>>& isPosted);
+    std::function<void()> runEndCallback(const std::shared_ptr<Shared>& shared);
+    std::function<void()> progressCallback(const std::shared_ptr<Shared>& shared);
+    static void setProgressCallback(CommandBase& command, const std::function<void()>& callback);
     void postCheck();
     void check();
     void tellProgress(bool isUntold);
@@ -147,11 +167,17 @@ private:
     void conclude(std::exception_ptr passing);
     End judge(std::exception_ptr& passing);
     End takeBack(std::exception_ptr& passing);
+    bool isTakenBack() const;
+    bool isPartLeft() const;
+    std::optional<bool> endOf(const CommandBase* command) const;
     bool isAborted() const;
     void release();
     void runEdits();
 
     std::shared_ptr<RunRelay> relay;
+    /// Each slot of the progress has it, too, as long as it is connected: so the worker can ask whether there
+    /// is any, which it cannot ask the signal.
+    std::shared_ptr<const bool> listening = std::make_shared<const bool>(true);
     Edits edits;
     Clock clock;
     RunEndFunction installRunEnd;

@@ -5,29 +5,89 @@
 #include "Service/Editing/ThreadedRunPrivate.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Valdane
 {
 
-std::function<void()>
-ThreadedRun::Private::progressCallback(const std::shared_ptr<std::atomic<bool>>& isPosted)
+namespace
 {
-    return [posts = relay, weak = weak_from_this(), isPosted]
+
+// Templates, because services of the application's own need not have these operations.
+
+template <typename Source>
+void setChangeCallback([[maybe_unused]] Source& source,
+                       [[maybe_unused]] const std::function<void()>& callback)
+{
+    if constexpr (requires { source.setChangeCallback(callback); })
     {
-        const auto tell = [weak, isPosted]
+        source.setChangeCallback(callback);
+    }
+}
+
+template <typename Source>
+double shareOf([[maybe_unused]] const Source& source)
+{
+    if constexpr (requires { source.fraction(); })
+    {
+        return source.fraction();
+    }
+    else
+    {
+        return 0;
+    }
+}
+
+template <typename Source>
+std::string messageOf([[maybe_unused]] const Source& source)
+{
+    if constexpr (requires { source.getLastMessage()->getText(); })
+    {
+        const auto message = source.getLastMessage();
+        return message == nullptr ? "" : message->getText();
+    }
+    else
+    {
+        return {};
+    }
+}
+
+} // namespace
+
+std::function<void()> ThreadedRun::Private::progressCallback(const std::shared_ptr<Shared>& shared)
+{
+    return [posts = relay, weak = weak_from_this(), shared, heard = std::weak_ptr<const bool>(listening)]
+    {
+        const auto tell = [weak, shared]
         {
-            const bool isUntold = isPosted->exchange(false);
+            const bool isUntold = shared->isProgressPosted.exchange(false);
             if (const auto self = weak.lock())
             {
-                self->tellProgress(isUntold && self->run != nullptr &&
-                                   self->run->isProgressPosted == isPosted);
+                self->tellProgress(isUntold && self->run != nullptr && self->run->shared == shared);
             }
         };
-        if (!isPosted->exchange(true) && !posts->post(tell))
+        const bool isHeard = heard.use_count() > 1;
+        if (isHeard && !shared->isProgressPosted.exchange(true) && !posts->post(tell))
         {
-            *isPosted = false;
+            shared->isProgressPosted = false;
         }
     };
+}
+
+void ThreadedRun::Private::setProgressCallback(CommandBase& command, const std::function<void()>& callback)
+{
+    if (const auto progress = command.getProgress())
+    {
+        setChangeCallback(*progress, callback);
+    }
+}
+
+Signals::Connection ThreadedRun::Private::connectToProgress(const Signals::Slot<void(const Progress&)>& slot)
+{
+    const auto alone = std::make_shared<Signals::Signal<void(const Progress&)>>();
+    alone->connect(slot).releaseWithoutDisconnect();
+    return told->progress.connect([alone, listening = listening](const Progress& progress)
+                                  { (*alone)(progress); });
 }
 
 void ThreadedRun::Private::tellProgress(bool isUntold)
@@ -48,7 +108,7 @@ std::exception_ptr ThreadedRun::Private::tellLastProgress()
     try
     {
         const bool isUntold = isInLoop && !isClosed && !run->hasFailed && !isAborted() &&
-                              run->isProgressPosted->exchange(false);
+                              run->shared->isProgressPosted.exchange(false);
         if (const auto progress = isUntold ? getProgress() : std::nullopt)
         {
             told->progress(*progress);
@@ -71,9 +131,8 @@ std::optional<ThreadedRun::Progress> ThreadedRun::Private::getProgress() const
     progress.elapsed = std::max(clock() - run->begin, std::chrono::steady_clock::duration::zero());
     if (const LegacyProgress* const source = run->command->getProgressPtr())
     {
-        progress.share = source->fraction();
-        const auto message = source->getLastMessage();
-        progress.message = message == nullptr ? "" : message->getText();
+        progress.share = shareOf(*source);
+        progress.message = messageOf(*source);
     }
     using Duration = std::chrono::steady_clock::duration;
     const double remaining =

@@ -3,6 +3,7 @@
 #include "Platform/Multitasking/Thread.h"
 #include "Platform/Multitasking/ThreadManager.h"
 #include "Service/CommandPattern/CommandBase.h"
+#include "Service/Editing/FirstException.h"
 #include "Service/Editing/ThreadedRunPrivate.h"
 
 #include <utility>
@@ -15,7 +16,7 @@ namespace
 
 // A template, because a thread manager of the application's own need not have this operation.
 template <typename Threads>
-bool hasRunEnded(const Threads& threads)
+bool hasRunEnded([[maybe_unused]] const Threads& threads, [[maybe_unused]] bool isEndTold)
 {
     if constexpr (requires { threads.isRunEnded(); })
     {
@@ -23,7 +24,7 @@ bool hasRunEnded(const Threads& threads)
     }
     else
     {
-        return true;
+        return isEndTold;
     }
 }
 
@@ -121,10 +122,13 @@ bool ThreadedRun::Private::step(ThreadManager& threads, bool mayFinalize)
         run->thread = thread;
     }
     const bool isHeldByOthers = !isOwn && manager.getCurrentThreadedCommand() != nullptr;
-    if (isHeldByOthers || (thread != nullptr && !isClosed && !(mayFinalize && hasRunEnded(threads))))
+    const bool isEndTold = run->shared->endedThreads > run->finalizedThreads;
+    if (isHeldByOthers ||
+        (thread != nullptr && !isClosed && !(mayFinalize && hasRunEnded(threads, isEndTold))))
     {
         return false;
     }
+    run->finalizedThreads += thread != nullptr ? 1 : 0;
     {
         const Stepping stepping(*this);
         isOwn ? manager.finalizeThread() : finalizeDisplaced(thread);
@@ -150,26 +154,23 @@ void ThreadedRun::Private::finalizeDisplaced(const std::shared_ptr<Thread>& thre
         manager.finalizeThread();
         return;
     }
+    RunRollback rollback(std::move(chains.front()), thread);
     try
     {
-        RunRollback(std::move(chains.front()), thread).continueExecution(manager.getThreadManager());
+        rollback.continueExecution(manager.getThreadManager());
     }
     catch (const std::exception& exception)
     {
         noteFailure(exception.what(), run->description);
     }
+    run->isRolledBack = rollback.hasUndoneAll();
 }
 
 void ThreadedRun::Private::tryAbort(ThreadManager& threads) noexcept
 {
-    try
-    {
-        applyAbort(threads);
-    }
-    catch (...)
-    {
-        // The thread knows that it is aborted, and its end is waited for.
-    }
+    // If that fails, the thread knows that it is aborted, and its end is waited for.
+    FirstException failure;
+    failure.attempt([&] { applyAbort(threads); });
 }
 
 void ThreadedRun::Private::applyAbort(ThreadManager& threads)
@@ -191,8 +192,13 @@ void ThreadedRun::Private::applyAbort(ThreadManager& threads)
 bool ThreadedRun::Private::putRollback(const std::shared_ptr<Thread>& thread)
 {
     auto chains = findChains(run->command, *thread);
-    if (chains.empty() || (chains.size() == 1 && chains.front().size() == 1))
+    if (chains.empty())
     {
+        return true;
+    }
+    if (chains.size() == 1 && chains.front().size() == 1)
+    {
+        followEnd(dynamic_cast<CommandBase*>(thread.get()), run->shared);
         return true;
     }
     if (chains.size() > 1)

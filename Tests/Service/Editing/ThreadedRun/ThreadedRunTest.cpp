@@ -1,28 +1,22 @@
-#include "Service/Editing/ThreadedRun.h"
-
+#include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Logging/LogMessage.h"
-#include "Platform/Multitasking/ThreadManager.h"
-#include "Service/CommandPattern/CommandManager.h"
-#include "Service/CommandPattern/ThreadedCommand.h"
-#include "Service/CommandPattern/ThreadedMacroCommand.h"
 #include "Service/CommandTesting/Allocations.h"
+#include "Service/Editing/CommandGroup.h"
+#include "Service/Editing/MergePolicy.h"
 #include "Tests/Platform/Multitasking/RefusedThreadStart.h"
+#include "Tests/Service/Editing/ThreadedRun/ThreadedRunFixture.h"
 #include "Tests/Support/ElementsAre.h"
 #include "Tests/Support/MessageOf.h"
 #include "Tests/Support/ScriptedThread.h"
-#include "Tests/Support/ThreadingTest.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <cmath>
-#include <condition_variable>
 #include <cstddef>
-#include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -39,337 +33,6 @@ using ValdaneTests::ElementsAre;
 using ValdaneTests::Gate;
 using Edits = ThreadedRun::Edits;
 using Result = ThreadedRun::Result;
-
-/// Not derived from std::exception.
-struct Stranger
-{
-};
-
-/// An event loop that the test drives by hand.
-class HandDrivenLoop
-{
-public:
-    void post(std::function<void()> work)
-    {
-        const std::scoped_lock lock(mutex);
-        if (refusals > 0)
-        {
-            --refusals;
-            throw std::runtime_error("the loop is full");
-        }
-        queue.push_back(std::move(work));
-        posted.notify_all();
-    }
-
-    void refuse(int posts)
-    {
-        const std::scoped_lock lock(mutex);
-        refusals = posts;
-    }
-
-    /// Waits for a function, and runs it.
-    void runOne()
-    {
-        std::function<void()> work;
-        {
-            std::unique_lock lock(mutex);
-            posted.wait(lock, [this] { return !queue.empty(); });
-            work = std::move(queue.front());
-            queue.pop_front();
-        }
-        work();
-    }
-
-    void runAll()
-    {
-        while (size() > 0)
-        {
-            runOne();
-        }
-    }
-
-    std::size_t size() const
-    {
-        const std::scoped_lock lock(mutex);
-        return queue.size();
-    }
-
-private:
-    mutable std::mutex mutex;
-    std::condition_variable posted;
-    std::deque<std::function<void()>> queue;
-    int refusals = 0;
-};
-
-/// What is done, in order. A command that undoes what is not its own is noted.
-struct Model
-{
-    void add(const std::string& name)
-    {
-        done.push_back(name);
-    }
-
-    void remove(const std::string& name)
-    {
-        if (done.empty() || done.back() != name)
-        {
-            wrong.push_back(name);
-            return;
-        }
-        done.pop_back();
-    }
-
-    std::vector<std::string> done;
-    std::vector<std::string> wrong;
-};
-
-void act(const std::function<void()>& action)
-{
-    if (action)
-    {
-        action();
-    }
-}
-
-/// A command that does not ask whether there is something to undo.
-class Edit : public CommandBase
-{
-public:
-    Edit(Model& target, const std::string& name) : CommandBase(name), model(target) {}
-
-    void execute() override
-    {
-        model.add(getDescription());
-        act(onExecute);
-    }
-
-    void undo() override
-    {
-        act(onUndo);
-        model.remove(getDescription());
-    }
-
-    std::function<void()> onExecute;
-    std::function<void()> onUndo;
-
-private:
-    Model& model;
-};
-
-/// Hands its work over on the caller's thread. It is held on the worker if the test says so, until it is released
-/// or aborted.
-class Work : public ThreadedCommand
-{
-public:
-    Work(Model& target, const std::string& name) : ThreadedCommand(name), model(target) {}
-
-    void run() override
-    {
-        held.open();
-        if (isHeld)
-        {
-            released.waitUntilOpen();
-        }
-        act(onRun);
-    }
-
-    void finishRun() override {}
-
-    void sendFinishSignal(bool ok) override
-    {
-        if (ok)
-        {
-            model.add(getDescription());
-            isDone = true;
-        }
-        else
-        {
-            undo();
-        }
-        act(onFinish);
-        ThreadedCommand::sendFinishSignal(ok);
-    }
-
-    void undo() override
-    {
-        if (onUndo)
-        {
-            onUndo();
-        }
-        else if (isDone)
-        {
-            model.remove(getDescription());
-            isDone = false;
-        }
-    }
-
-    void redo() override
-    {
-        model.add(getDescription());
-        isDone = true;
-    }
-
-    bool isAddableToCommandManager() const override
-    {
-        return isAddable;
-    }
-
-    void waitUntilHeld()
-    {
-        held.waitUntilOpen();
-    }
-
-    void release()
-    {
-        released.open();
-    }
-
-    std::function<void()> onRun;
-    std::function<void()> onFinish;
-    std::function<void()> onAbort;
-    /// In place of what undo() does.
-    std::function<void()> onUndo;
-    bool isHeld = false;
-    bool isAddable = true;
-
-protected:
-    void abortRun() override
-    {
-        released.open();
-        act(onAbort);
-    }
-
-private:
-    Model& model;
-    Gate held;
-    Gate released;
-    bool isDone = false;
-};
-
-std::string nameOf(Result result)
-{
-    switch (result)
-    {
-    case Result::Done:
-        return "done";
-    case Result::Failed:
-        return "failed";
-    case Result::Aborted:
-        return "aborted";
-    }
-    return "unknown";
-}
-
-class ThreadedRunTest : public ThreadingTest
-{
-protected:
-    ThreadedRunTest()
-    {
-        makeRun(Edits::Refused);
-        notes.clear();
-    }
-
-    ~ThreadedRunTest() override
-    {
-        run.reset();
-    }
-
-    void makeRun(Edits edits, ThreadedRun::RunEndFunction onRunEnd = {})
-    {
-        run = std::make_unique<ThreadedRun>(
-            *manager, [this](std::function<void()> work) { loop.post(std::move(work)); }, edits,
-            [this] { return now; }, std::move(onRunEnd));
-        runStarted = run->connectToSigStarted(
-            [this]
-            {
-                notes.emplace_back("started");
-                act(onStarted);
-            });
-        runProgress = run->connectToSigProgress(
-            [this](const ThreadedRun::Progress& progress)
-            {
-                progresses.push_back(progress);
-                act(onProgress);
-            });
-        runFinished = run->connectToSigFinished(
-            [this](Result result, const std::string& text)
-            {
-                notes.push_back(nameOf(result) + (text.empty() ? "" : ": " + text));
-                act(onFinished);
-            });
-    }
-
-    std::shared_ptr<Work> work(const std::string& name)
-    {
-        return std::make_shared<Work>(model, name);
-    }
-
-    std::shared_ptr<Work> heldWork(const std::string& name)
-    {
-        auto made = work(name);
-        made->isHeld = true;
-        return made;
-    }
-
-    std::shared_ptr<Edit> edit(const std::string& name)
-    {
-        return std::make_shared<Edit>(model, name);
-    }
-
-    static std::shared_ptr<ThreadedMacroCommand> macro(const std::string& name,
-                                                       const MacroCommand::CommandList& parts)
-    {
-        auto made = std::make_shared<ThreadedMacroCommand>(name);
-        made->addCommands(parts);
-        return made;
-    }
-
-    /// Runs the loop until the run is over.
-    void drive()
-    {
-        while (run != nullptr && run->isRunning())
-        {
-            loop.runOne();
-        }
-        loop.runAll();
-    }
-
-    std::string history() const
-    {
-        std::string text;
-        for (const std::string& description : manager->collectUndoCommandDescriptions())
-        {
-            text += description + " ";
-        }
-        text += "|";
-        for (const std::string& description : manager->collectRedoCommandDescriptions())
-        {
-            text += " " + description;
-        }
-        return text;
-    }
-
-    void expectNothingChanged() const
-    {
-        EXPECT_THAT(model.done, IsEmpty());
-        EXPECT_THAT(model.wrong, IsEmpty());
-        EXPECT_EQ(manager->getPosition(), 0U);
-        expectIdle();
-    }
-
-    std::chrono::steady_clock::time_point now{};
-    HandDrivenLoop loop;
-    Model model;
-    std::vector<std::string> notes;
-    std::vector<ThreadedRun::Progress> progresses;
-    std::function<void()> onStarted;
-    std::function<void()> onProgress;
-    std::function<void()> onFinished;
-    std::unique_ptr<ThreadedRun> run;
-    Signals::Connection runStarted;
-    Signals::Connection runProgress;
-    Signals::Connection runFinished;
-};
 
 TEST_F(ThreadedRunTest, IsFinalizedByTheLoop)
 {
@@ -557,65 +220,6 @@ TEST_F(ThreadedRunTest, AbortedInASlotOfStartedItIsNotRun)
     EXPECT_THAT(notes, ElementsAre("started", "aborted"));
     EXPECT_THAT(signals, IsEmpty());
 }
-
-/// A macro with threads and edits on three levels.
-class AbortTest : public ThreadedRunTest
-{
-protected:
-    AbortTest()
-    {
-        for (std::size_t i = 0; i < 5; ++i)
-        {
-            works.push_back(work("T" + std::to_string(i)));
-        }
-        for (std::size_t i = 0; i < 9; ++i)
-        {
-            edits.push_back(edit("e" + std::to_string(i)));
-        }
-        const auto innermost = macro("innermost", {edits[3], works[2], edits[4]});
-        const auto inner = macro("inner", {edits[2], works[1], innermost, edits[5], works[3]});
-        whole = macro("whole", {edits[0], works[0], edits[1], inner, edits[6], works[4], edits[7]});
-    }
-
-    void expectAborted()
-    {
-        EXPECT_THAT(notes, ElementsAre("started", "aborted"));
-        expectNothingChanged();
-        EXPECT_EQ(history(), "|");
-        // Nothing is left that would keep it from being run again.
-        for (const auto& thread : works)
-        {
-            thread->isHeld = false;
-            thread->onFinish = nullptr;
-        }
-        for (const auto& one : edits)
-        {
-            one->onExecute = nullptr;
-        }
-        notes.clear();
-        run->start(whole);
-        drive();
-        EXPECT_THAT(notes, ElementsAre("started", "done"));
-        EXPECT_EQ(model.done.size(), 13U);
-        manager->undo(1);
-        EXPECT_THAT(model.done, IsEmpty());
-        EXPECT_THAT(model.wrong, IsEmpty());
-    }
-
-    /// Runs the loop until that thread is held.
-    void driveTo(Work& thread)
-    {
-        while (threads->getCurrentThread().get() != static_cast<Thread*>(&thread))
-        {
-            loop.runOne();
-        }
-        thread.waitUntilHeld();
-    }
-
-    std::vector<std::shared_ptr<Work>> works;
-    std::vector<std::shared_ptr<Edit>> edits;
-    std::shared_ptr<ThreadedMacroCommand> whole;
-};
 
 class AbortOfAThread : public AbortTest, public testing::WithParamInterface<std::size_t>
 {
@@ -819,7 +423,7 @@ TEST_F(AbortTest, OfAThreadInTwoMacrosWaitsForTheEnd)
     expectIdle();
 }
 
-TEST_F(AbortTest, ThatCannotBeUndoneIsAFailure)
+TEST_F(AbortTest, ThatCannotBeUndoneIsNotTakenBack)
 {
     works[1]->isHeld = true;
     edits[2]->onUndo = []
@@ -830,7 +434,7 @@ TEST_F(AbortTest, ThatCannotBeUndoneIsAFailure)
     driveTo(*works[1]);
     run->abort();
     drive();
-    EXPECT_THAT(notes, ElementsAre("started", "failed: stuck"));
+    EXPECT_THAT(notes, ElementsAre("started", "not taken back: stuck"));
     EXPECT_THAT(model.done, ElementsAre("e0", "T0", "e1", "e2"));
     EXPECT_THAT(model.wrong, ElementsAre("e1", "T0", "e0")) << "the rest is tried all the same";
     expectIdle();
@@ -1080,7 +684,194 @@ TEST_F(ThreadedRunTest, EditsThatWaitAreDroppedWithIt)
     expectNothingChanged();
 }
 
+TEST_F(ThreadedRunTest, InSynchronousModeEditsOfTheRunWaitForItsEnd)
+{
+    makeRun(Edits::Queued);
+    threads->setThreadingMode(0);
+    const auto command = work("A");
+    command->onRun = [this]
+    {
+        EXPECT_TRUE(run->addCommand(edit("b")));
+        EXPECT_TRUE(run->undo(1));
+        EXPECT_TRUE(run->redo(1));
+    };
+    onFinished = [this]
+    {
+        EXPECT_EQ(history(), "A |");
+        EXPECT_TRUE(run->addCommand(edit("c")));
+    };
+    run->start(command);
+    EXPECT_EQ(history(), "c b A |");
+}
+
+TEST_F(ThreadedRunTest, ASlotOfFinishedMayEditAtOnceIfNothingWaits)
+{
+    for (const auto edits : {Edits::Refused, Edits::Queued})
+    {
+        makeRun(edits);
+        onFinished = [this]
+        {
+            EXPECT_TRUE(run->addCommand(edit("b")));
+            EXPECT_THAT(model.done, ElementsAre("A", "b"));
+            EXPECT_TRUE(run->undo(1));
+        };
+        run->start(work("A"));
+        drive();
+        EXPECT_EQ(history(), "A | b");
+        manager->undoAll();
+        manager->clear();
+    }
+}
+
+TEST_F(ThreadedRunTest, ARunThatIsStartedInASlotOfFinishedIsBeforeTheEditsThatWait)
+{
+    makeRun(Edits::Queued);
+    threads->setThreadingMode(0);
+    const auto first = work("A");
+    first->onRun = [this]
+    {
+        run->addCommand(edit("c"));
+    };
+    onFinished = [this]
+    {
+        onFinished = nullptr;
+        run->addCommand(edit("d"));
+        run->start(work("B"));
+    };
+    run->start(first);
+    EXPECT_THAT(model.done, ElementsAre("A", "B", "c", "d"));
+    EXPECT_EQ(history(), "d c B A |");
+}
+
+TEST_F(ThreadedRunTest, WhatIsTypedWaitsAndIsOneStep)
+{
+    makeRun(Edits::Queued);
+    MergePolicy policy(*manager, {}, [this] { return now; });
+    const auto type = [&](const std::string& letter)
+    {
+        return run->edit("Type", [&, letter] { return policy.add(edit(letter), "title"); });
+    };
+    EXPECT_TRUE(type("w"));
+    const auto command = heldWork("Load");
+    run->start(command);
+    EXPECT_TRUE(type("p"));
+    now += std::chrono::hours(1);
+    EXPECT_TRUE(type("u"));
+    EXPECT_THAT(model.done, ElementsAre("w"));
+    command->release();
+    drive();
+    EXPECT_THAT(model.done, ElementsAre("w", "Load", "p", "u"));
+    EXPECT_EQ(history(), "p Load w |");
+    EXPECT_TRUE(type("m"));
+    EXPECT_EQ(history(), "p Load w |");
+    EXPECT_TRUE(run->undo(1));
+    EXPECT_THAT(model.done, ElementsAre("w", "Load"));
+    EXPECT_THAT(model.wrong, IsEmpty());
+}
+
+TEST_F(ThreadedRunTest, WhatIsTypedIsRefusedWithAReasonWhileItRuns)
+{
+    MergePolicy policy(*manager);
+    const auto type = [&]
+    {
+        return run->edit("Type", [&] { return policy.add(edit("p"), "title"); });
+    };
+    const auto command = heldWork("Load");
+    run->start(command);
+    EXPECT_EQ(messageOf([&] { type(); }),
+              "'Type' is refused while 'Load' is running: wait until it has finished, or abort it");
+    command->release();
+    drive();
+    EXPECT_THAT(model.done, ElementsAre("Load"));
+    EXPECT_TRUE(type());
+    EXPECT_EQ(history(), "p Load |");
+    EXPECT_FALSE(run->edit("Nothing", [] { return false; }));
+}
+
+TEST_F(ThreadedRunTest, AGroupWaitsForTheEnd)
+{
+    makeRun(Edits::Queued);
+    const auto command = heldWork("Load");
+    run->start(command);
+    EXPECT_THROW(CommandGroup(*manager, "Align"), VdException);
+    run->edit("Align",
+              [this]
+              {
+                  CommandGroup group(*manager, "Align");
+                  run->addCommand(edit("a"));
+                  run->addCommand(edit("b"));
+                  manager->addCommand(edit("c"));
+                  group.commit();
+                  return true;
+              });
+    run->addCommand(edit("d"));
+    command->release();
+    drive();
+    EXPECT_EQ(history(), "d Align Load |");
+    EXPECT_THAT(model.done, ElementsAre("Load", "a", "b", "c", "d"));
+}
+
 // Progress
+
+TEST_F(ThreadedRunTest, ProgressThatNobodyListensToIsNotPosted)
+{
+    runProgress.disconnect();
+    const auto command = work("A");
+    Gate moved;
+    Gate listened;
+    Gate seen;
+    command->onRun = [&]
+    {
+        command->getProgress()->moveTo(1);
+        moved.open();
+        listened.waitUntilOpen();
+        command->getProgress()->moveTo(0.5 * LegacyProgress::FullRange);
+        seen.open();
+    };
+    run->start(command);
+    moved.waitUntilOpen();
+    EXPECT_EQ(loop.size(), 0U);
+    std::vector<double> shares;
+    {
+        // The next change is told, although nobody listened to the first one.
+        const auto late = run->connectToSigProgress([&](const ThreadedRun::Progress& progress)
+                                                    { shares.push_back(progress.share); });
+        listened.open();
+        seen.waitUntilOpen();
+        loop.runOne();
+    }
+    drive();
+    EXPECT_THAT(shares, testing::ElementsAre(0.5));
+    EXPECT_THAT(notes, ElementsAre("started", "done"));
+}
+
+TEST_F(ThreadedRunTest, ProgressIsNotPostedAfterTheLastSlotIsDisconnected)
+{
+    auto second = run->connectToSigProgress([](const ThreadedRun::Progress&) {});
+    runProgress.disconnect();
+    const auto command = work("A");
+    Gate moved;
+    Gate disconnected;
+    command->onRun = [&]
+    {
+        command->getProgress()->moveTo(1);
+        moved.open();
+        disconnected.waitUntilOpen();
+        command->getProgress()->setComplete();
+    };
+    run->start(command);
+    moved.waitUntilOpen();
+    EXPECT_EQ(loop.size(), 1U);
+    loop.runOne();
+    second.disconnect();
+    disconnected.open();
+    while (!threads->waitForRunEnd(std::chrono::hours(1)))
+    {
+    }
+    EXPECT_EQ(loop.size(), 1U) << "the end";
+    drive();
+    EXPECT_THAT(progresses, IsEmpty());
+}
 
 TEST_F(ThreadedRunTest, TellsTheProgressFromTheLoopOneAtATime)
 {
