@@ -1,11 +1,13 @@
-# valdane_add_command_pattern(<target> <folder>)
+# valdane_add_command_pattern(<target> <folder> [EDITING])
 #
-# Makes the library <target>: Service/CommandPattern on services of the caller's own. Each service that has a folder
-# <folder>/Platform/<Service>/ is taken from there, with all of its headers; what it has to be compiled goes to <target> by
-# target_sources() or target_link_libraries(). All other services are those of this project, compiled into <target> as well.
+# Makes the library <target>: Service/CommandPattern, and with EDITING Service/Editing, on services of the caller's own.
+# Each service that has a folder <folder>/Platform/<Service>/ is taken from there, with all of its headers; what it has to be
+# compiled goes to <target> by target_sources() or target_link_libraries(). All other services are those of this project,
+# compiled into <target> as well.
 #
-# Do not link Valdane::CommandPattern into the same program.
+# Do not link Valdane::CommandPattern or Valdane::Editing into the same program.
 function(valdane_add_command_pattern target folder)
+  cmake_parse_arguments(PARSE_ARGV 2 arg "EDITING" "" "")
   cmake_path(ABSOLUTE_PATH folder NORMALIZE)
   find_package(Boost 1.74 REQUIRED)
   find_package(Threads REQUIRED)
@@ -32,6 +34,9 @@ function(valdane_add_command_pattern target folder)
   list(LENGTH parts count)
   if(count EQUAL 7)
     message(FATAL_ERROR "${folder}/Platform has none of the services")
+  endif()
+  if(arg_EDITING)
+    list(APPEND parts Editing)
   endif()
   target_include_directories(${target} PUBLIC "${folder}" "${kept}" "${Valdane_BINARY_DIR}/generated")
 
