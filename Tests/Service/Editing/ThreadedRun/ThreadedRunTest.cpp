@@ -852,12 +852,16 @@ TEST_F(ThreadedRunTest, ProgressIsNotPostedAfterTheLastSlotIsDisconnected)
     const auto command = work("A");
     Gate moved;
     Gate disconnected;
+    Gate movedOn;
+    Gate seen;
     command->onRun = [&]
     {
         command->getProgress()->moveTo(1);
         moved.open();
         disconnected.waitUntilOpen();
         command->getProgress()->setComplete();
+        movedOn.open();
+        seen.waitUntilOpen();
     };
     run->start(command);
     moved.waitUntilOpen();
@@ -865,10 +869,9 @@ TEST_F(ThreadedRunTest, ProgressIsNotPostedAfterTheLastSlotIsDisconnected)
     loop.runOne();
     second.disconnect();
     disconnected.open();
-    while (!threads->waitForRunEnd(std::chrono::hours(1)))
-    {
-    }
-    EXPECT_EQ(loop.size(), 1U) << "the end";
+    movedOn.waitUntilOpen();
+    EXPECT_EQ(loop.size(), 0U);
+    seen.open();
     drive();
     EXPECT_THAT(progresses, IsEmpty());
 }
