@@ -34,8 +34,8 @@ public:
     /// Runs the command to its end, or to its abort.
     void run();
 
-    /// @throws Mistake if the run has failed, runs no thread, or has changed nothing.
-    void expectDone() const;
+    /// @throws Mistake if the run has failed, runs no thread, or has changed nothing and @p changesNothing is false.
+    void expectDone(bool changesNothing) const;
 
     /// @throws Mistake if the abort has left something behind.
     void expectAborted();

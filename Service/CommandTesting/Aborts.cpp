@@ -30,8 +30,9 @@ void expectThreads(const CommandSubject& subject, const CommandSubject::Maker& m
 class AbortCheck
 {
 public:
-    AbortCheck(const CommandSubject& triedSubject, const CommandSubject::Maker& makeCommand)
-        : subject(triedSubject), make(makeCommand)
+    AbortCheck(const CommandSubject& triedSubject, const CommandSubject::Maker& makeCommand,
+               bool mayChangeNothing)
+        : subject(triedSubject), make(makeCommand), changesNothing(mayChangeNothing)
     {
     }
 
@@ -60,7 +61,7 @@ private:
     {
         AbortTrial trial(subject, make, mode, AbortProbe::nowhere);
         trial.run();
-        trial.expectDone();
+        trial.expectDone(changesNothing);
         if (mode == AbortTrial::Mode::OnWorker && !trial.isAsking())
         {
             whole.add({.step = AbortTrial::nameOf(mode)},
@@ -84,16 +85,17 @@ private:
 
     const CommandSubject& subject;
     const CommandSubject::Maker& make;
+    bool changesNothing;
     PlacedMistakes whole;
     PlacedMistakes aborted;
 };
 
 } // namespace
 
-Report Checks::aborts(const CommandSubject& subject, const CommandSubject::Maker& make)
+Report Checks::aborts(const CommandSubject& subject, const CommandSubject::Maker& make, bool changesNothing)
 {
     Report report = Trial::begin("Aborts", subject, make);
-    AbortCheck check(subject, make);
+    AbortCheck check(subject, make, changesNothing);
     Mistake::collect(report,
                      [&]
                      {

@@ -1,5 +1,6 @@
 #include "Service/CommandTesting/AbortProbe.h"
 #include "Service/CommandTesting/AbortTrial.h"
+#include "Service/CommandTesting/AllocationFaults.h"
 #include "Service/CommandTesting/Checks.h"
 #include "Service/CommandTesting/Mistake.h"
 #include "Service/CommandTesting/Trial.h"
@@ -27,7 +28,9 @@ Report Checks::all(const CommandSubject& subject, const CommandSubject::Maker& m
                    const RoundTripOptions& options, FailurePoints& points)
 {
     // First: what it finds, all others would stumble over.
-    Report report = Trial::begin("All checks", subject, make);
+    const bool hasAllocations = AllocationFaults::getInstalled() != nullptr;
+    Report report(Trial::begin("All checks", subject, make).getSubject() +
+                  (hasAllocations ? "" : ", without failing allocations"));
     report.add(misuse(subject, make));
     if (!report)
     {
@@ -45,7 +48,7 @@ Report Checks::all(const CommandSubject& subject, const CommandSubject::Maker& m
                      {
                          if (runsThreads(subject, make))
                          {
-                             report.add(aborts(subject, make));
+                             report.add(aborts(subject, make, options.changesNothing));
                          }
                      });
     return report;

@@ -26,7 +26,8 @@ VALDANE_COMMANDTESTING_EXPORT Report roundTrip(const CommandSubject& subject,
 VALDANE_COMMANDTESTING_EXPORT Report failures(const CommandSubject& subject,
                                               const CommandSubject::Maker& make, FailurePoints& points);
 /// See CommandKit::aborts().
-VALDANE_COMMANDTESTING_EXPORT Report aborts(const CommandSubject& subject, const CommandSubject::Maker& make);
+VALDANE_COMMANDTESTING_EXPORT Report aborts(const CommandSubject& subject, const CommandSubject::Maker& make,
+                                            bool changesNothing);
 /// See CommandKit::progress().
 VALDANE_COMMANDTESTING_EXPORT Report progress(const CommandSubject& subject,
                                               const CommandSubject::Maker& make, double largestMove);

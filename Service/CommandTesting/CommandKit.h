@@ -34,7 +34,8 @@ class ModuleAccessInterface;
 ///     EXPECT_TRUE(report) << report;
 ///
 /// No test framework is needed; GoogleTest.h has matchers for GoogleTest. A maker makes the same command each
-/// time, for a world that is as it was made. It only makes the command, and does not execute it.
+/// time, for a world that is as it was made. It only makes the command, and does not execute it. Worlds,
+/// snapshots and commands are deterministic: the same steps give the same data, in each world.
 ///
 /// Failures: what makers, snapshots and commands throw is a mistake with its text, and never passes to the
 /// caller. @throws std::bad_alloc
@@ -223,13 +224,17 @@ public:
     /// is called on a thread of the check.
     ///
     /// Cost: a world and a run for each place. Nobody else runs threads meanwhile: see RunProbe.
-    Report aborts(const Maker& make) const
+    ///
+    /// @param make            the command.
+    /// @param changesNothing  whether it is right that the snapshot does not show what the command does.
+    Report aborts(const Maker& make, bool changesNothing = false) const
     {
-        return Checks::aborts(subject, make.erased);
+        return Checks::aborts(subject, make.erased, changesNothing);
     }
 
     /// Every check that fits one command: misuse() and, if that finds nothing, roundTrip(), failures(),
-    /// progress(), tracking() if setModules() was called, and aborts() if it runs a thread.
+    /// progress(), tracking() if setModules() was called, and aborts() if it runs a thread. Without
+    /// `Valdane::CommandTestingAllocations` the subject of the report says so.
     Report all(const Maker& make, const RoundTripOptions& options = {}) const
     {
         return Checks::all(subject, make.erased, options, *points);

@@ -100,11 +100,12 @@ void HistoryReplay::finish()
 
 void HistoryReplay::add(const HistoryStep& step)
 {
-    if (generators.empty())
+    if (step.generator >= generators.size())
     {
-        return;
+        throw Mistake("There is no generator " + std::to_string(step.generator) + "; there are " +
+                      std::to_string(generators.size()));
     }
-    const Made made{.generator = step.generator % generators.size(), .seed = step.seed};
+    const Made made{.generator = step.generator, .seed = step.seed};
     std::shared_ptr<CommandBase> command;
     Mistake::guard("Making the command", [&] { command = makeCommand(trial.getWorld(), made); });
     if (command == nullptr)

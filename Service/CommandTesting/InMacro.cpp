@@ -32,6 +32,12 @@ public:
         commands = count == 1 ? "the first command" : "the first " + std::to_string(count) + " commands";
     }
 
+    /// So that a failure of one of them is told with its own text.
+    void execute()
+    {
+        trial.add("execute()" + ofMacro(), macro);
+    }
+
     /// The command after them does not execute.
     void failToExecute()
     {
@@ -143,6 +149,7 @@ Report Checks::inMacro(const CommandSubject& subject, const std::vector<CommandS
                      {
                          for (std::size_t count = 1; count <= makers.size(); ++count)
                          {
+                             MacroTrial(subject, makers, count).execute();
                              MacroTrial(subject, makers, count).failToExecute();
                              MacroTrial(subject, makers, count).failToUndo();
                              MacroTrial(subject, makers, count).failToRedo();

@@ -29,6 +29,13 @@ void expectOnlyMade(const CommandSubject& subject, const CommandSubject::Maker& 
 {
     const Trial trial(subject);
     const Snapshot before = trial.takeSnapshot();
+    const Snapshot again = trial.takeSnapshot();
+    if (!(before == again))
+    {
+        throw Mistake(Mistake::tellChange(
+            "Two snapshots of the same data differ; a snapshot must show the data only, and not change them",
+            before, again));
+    }
     const std::shared_ptr<CommandBase> command = trial.makeCommand(make);
     const Snapshot after = trial.takeSnapshot();
     if (!(before == after))

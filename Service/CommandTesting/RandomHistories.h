@@ -60,7 +60,7 @@ inline rc::Gen<std::vector<HistoryStep>> randomHistories(std::size_t generators)
 /// new world.
 ///
 /// A history that fails is made shorter, until no step can be left out. The report shows it as code for
-/// CommandKit::replay(), and names the seed.
+/// CommandKit::replay(), and names the seed. The seed that RapidCheck prints is another one.
 ///
 /// Cost: a history of n commands executes some n * n / 2 of them.
 template <typename World>
@@ -69,6 +69,11 @@ Report atRandom(const CommandKit<World>& kit,
                 const RandomOptions& options = {})
 {
     Report shortest("Random histories with the seed " + std::to_string(options.seed));
+    if (generators.empty())
+    {
+        shortest.addMistake("There is no generator of commands");
+        return shortest;
+    }
     rc::detail::TestParams parameters;
     parameters.seed = options.seed;
     parameters.maxSuccess = options.histories;

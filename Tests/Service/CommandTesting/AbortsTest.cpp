@@ -471,6 +471,12 @@ TEST(AbortsTest, OneThatChangesNothingProvesNothing)
     public:
         using LoadRun::LoadRun;
 
+        void execute() override {}
+
+        void undo() override {}
+
+        void redo() override {}
+
         void sendFinishSignal(bool ok) override
         {
             ThreadedCommand::sendFinishSignal(ok);
@@ -480,6 +486,13 @@ TEST(AbortsTest, OneThatChangesNothingProvesNothing)
     EXPECT_EQ(abortsOf<Idle>(), "Aborts of \"Load ab\": 1 mistake\n"
                                 "  Not aborted, on a worker and in synchronous mode: nothing changes that "
                                 "the snapshot shows, so that aborts prove nothing\n");
+    const auto make = [](Store& store)
+    {
+        return std::make_shared<Idle>(store, "ab");
+    };
+    EXPECT_TRUE(storeKit().aborts(make, true));
+    const Report report = storeKit().all(make, {.changesNothing = true});
+    EXPECT_TRUE(report) << report;
 }
 
 TEST(AbortsTest, ACommandThatIsNoThreadCannotBeAborted)

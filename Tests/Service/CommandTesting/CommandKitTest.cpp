@@ -28,7 +28,7 @@ TEST(CommandKitTest, AllFindsWhatTheChecksFindUnderTheirNames)
             };
         });
     EXPECT_EQ(makePageKit().all(wrong, {.changesNothing = true}).toText(),
-              "All checks of \"Write\": 1 mistake\n"
+              "All checks of \"Write\", without failing allocations: 1 mistake\n"
               "  Progress of \"Write\":\n"
               "    The progress runs backwards, from 100 % to 0 %\n");
 }
@@ -39,7 +39,7 @@ TEST(CommandKitTest, AllTellsOfMisuseOnly)
     {
         return std::shared_ptr<CommandBase>();
     };
-    EXPECT_EQ(makePageKit().all(none).toText(), "All checks: 1 mistake\n"
+    EXPECT_EQ(makePageKit().all(none).toText(), "All checks, without failing allocations: 1 mistake\n"
                                                 "  Misuse:\n"
                                                 "    Making the command gives an empty pointer\n");
 }

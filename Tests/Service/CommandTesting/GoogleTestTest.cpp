@@ -38,7 +38,7 @@ TEST(GoogleTestTest, ACommandIsProvedOrNot)
     EXPECT_THAT(wrongCommand, testing::Not(isProvedBy(makePageKit())));
     EXPECT_THAT(renameTo("pump"), isProvedBy(makePageKit(), {.changesNothing = true}));
     EXPECT_EQ(explain(isProvedBy(makePageKit()), wrongCommand),
-              "does not match: All checks of \"Write\": 1 mistake\n"
+              "does not match: All checks of \"Write\", without failing allocations: 1 mistake\n"
               "  Round trip of \"Write\":\n"
               "    After undo 1 the data are not as before execute() (- expected, + found):\n"
               "        title: pump\n"

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 namespace Valdane
@@ -137,6 +138,16 @@ TEST(InMacroTest, WhatFailsInTheWholeMacroIsTold)
               "In a macro of 3 commands: 1 mistake\n"
               "  execute() of a macro of the first 2 commands throws something that is not derived from "
               "std::exception\n");
+    EXPECT_EQ(macroReport(
+                  [](ScriptedCommand& command, Page&)
+                  {
+                      command.onExecute = []
+                      {
+                          throw std::runtime_error("no disk");
+                      };
+                  }),
+              "In a macro of 3 commands: 1 mistake\n"
+              "  execute() of a macro of the first 2 commands fails: no disk\n");
     EXPECT_EQ(makePageKit().inMacro({}).toText(), "In a macro of 0 commands: 1 mistake\n"
                                                   "  There is no command\n");
 }

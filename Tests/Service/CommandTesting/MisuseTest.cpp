@@ -159,6 +159,19 @@ TEST(MisuseTest, ACommandThatItsWorldOwnsDiesWithIt)
     EXPECT_TRUE(kit.misuse(make));
 }
 
+TEST(MisuseTest, ASnapshotThatIsAnotherOneEachTimeIsFound)
+{
+    int taken = 0;
+    const CommandKit<Page> kit([] { return std::make_unique<Page>(); }, [&taken](const Page&)
+                               { return "saved at " + std::to_string(++taken) + "\n"; });
+    EXPECT_EQ(kit.misuse(renameTo("valve")).toText(),
+              "Misuse of \"Rename to valve\": 1 mistake\n"
+              "  Two snapshots of the same data differ; a snapshot must show the data only, and not change "
+              "them (- before, + after):\n"
+              "    - saved at 1\n"
+              "    + saved at 2\n");
+}
+
 TEST(MisuseTest, WhatFailsIsTold)
 {
     EXPECT_EQ(misuseReport(spoilt([](ScriptedCommand& command, Page&) { command.onExecute = fail; })),

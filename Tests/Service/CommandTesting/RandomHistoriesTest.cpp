@@ -126,7 +126,14 @@ TEST_F(RandomHistoriesTest, AreTheSameForTheSameSeed)
 {
     EXPECT_EQ(atRandom(kit, {inserting, takingTheLast}, {.seed = 7}).toText(),
               atRandom(kit, {inserting, takingTheLast}, {.seed = 7}).toText());
-    EXPECT_EQ(atRandom(kit, {}, {.seed = 7}).toText(), "Random histories with the seed 7: no mistakes\n");
+    EXPECT_EQ(atRandom(kit, {inserting}, {.seed = 7}).toText(),
+              "Random histories with the seed 7: no mistakes\n");
+}
+
+TEST_F(RandomHistoriesTest, ProveNothingWithoutAGenerator)
+{
+    EXPECT_EQ(atRandom(kit, {}).toText(), "Random histories with the seed 1: 1 mistake\n"
+                                          "  There is no generator of commands\n");
 }
 
 TEST_F(RandomHistoriesTest, AreOthersForAnotherSeed)
@@ -157,7 +164,11 @@ TEST_F(RandomHistoriesTest, AreAsManyAndAsLongAsTheOptionsSay)
             return std::make_unique<Notes>();
         },
         [](const Notes& notes) { return notes.text; });
-    EXPECT_TRUE(atRandom(counting, {}, {.histories = 5}));
+    const auto nothing = [](Notes&, Choices&) -> std::shared_ptr<CommandBase>
+    {
+        return nullptr;
+    };
+    EXPECT_TRUE(atRandom(counting, {nothing}, {.histories = 5}));
     EXPECT_EQ(worlds, 5);
     EXPECT_FALSE(atRandom(kit, {inserting, takingTheLast}));
     EXPECT_TRUE(atRandom(kit, {inserting, takingTheLast}, {.longest = 1})) << "the mistake needs two steps";
@@ -202,7 +213,7 @@ TEST_F(HistoryReplayTest, PlaysEveryKindOfStep)
     const Report report = kit.replay(
         {inserting}, {HistoryStep::endGroup(),   HistoryStep::abandonGroup(),   HistoryStep::redo(2),
                       HistoryStep::undo(2),      HistoryStep::add(0, 1),        HistoryStep::addOrMerge(0, 2),
-                      HistoryStep::add(5, 3),    HistoryStep::save(),           HistoryStep::beginGroup(),
+                      HistoryStep::add(0, 3),    HistoryStep::save(),           HistoryStep::beginGroup(),
                       HistoryStep::add(0, 4),    HistoryStep::undo(1),          HistoryStep::limit(1),
                       HistoryStep::beginGroup(), HistoryStep::addOrMerge(0, 5), HistoryStep::abandonGroup(),
                       HistoryStep::add(0, 6),    HistoryStep::endGroup(),       HistoryStep::undo(2),
@@ -211,6 +222,16 @@ TEST_F(HistoryReplayTest, PlaysEveryKindOfStep)
                       HistoryStep::add(0, 9),    HistoryStep::limit(2),         HistoryStep::add(0, 10),
                       HistoryStep::beginGroup(), HistoryStep::beginGroup(),     HistoryStep::add(0, 11)});
     EXPECT_TRUE(report) << report;
+}
+
+TEST_F(HistoryReplayTest, AStepOfAGeneratorThatIsNotThereIsAMistake)
+{
+    EXPECT_EQ(kit.replay({inserting}, {HistoryStep::undo(1), HistoryStep::add(1, 0)}).toText(),
+              "History of 2 steps: 1 mistake\n"
+              "  There is no generator 1; there are 1\n"
+              "    The history:\n"
+              "      HistoryStep::undo(1),\n"
+              "      HistoryStep::add(1, 0),\n");
 }
 
 TEST_F(HistoryReplayTest, ShowsACommandThatDependsOnMoreThanTheData)

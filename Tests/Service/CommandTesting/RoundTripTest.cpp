@@ -126,8 +126,10 @@ TEST_F(RoundTripTest, TheCommandsOfTheLibraryHaveNoMistakes)
         const Path path = plant->getPath(plant.get(), "speed", RequestedPathType::FromRoot);
         return std::make_shared<SetAttributeCmd<int>>(plant, path, 2, "");
     };
-    EXPECT_EQ(plantKit.all(rename).toText(), "All checks of \"Rename plant\": no mistakes\n");
-    EXPECT_EQ(plantKit.all(setSpeed).toText(), "All checks of \"Set speed\": no mistakes\n");
+    EXPECT_EQ(plantKit.all(rename).toText(),
+              "All checks of \"Rename plant\", without failing allocations: no mistakes\n");
+    EXPECT_EQ(plantKit.all(setSpeed).toText(),
+              "All checks of \"Set speed\", without failing allocations: no mistakes\n");
     const Report macro = plantKit.inMacro({rename, setSpeed});
     EXPECT_TRUE(macro) << macro;
 }

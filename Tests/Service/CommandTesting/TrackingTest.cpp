@@ -98,7 +98,8 @@ TEST(TrackingTest, RightCommandsHaveNoMistakes)
     EXPECT_EQ(trackingReport({}), rightTracking);
     EXPECT_EQ(trackingReport([](ScriptedCommand& command, Depot&) { command.redoCapable = false; }),
               rightTracking);
-    EXPECT_EQ(makeDepotKit().all(addPump()).toText(), "All checks of \"Add pump\": no mistakes\n");
+    EXPECT_EQ(makeDepotKit().all(addPump()).toText(),
+              "All checks of \"Add pump\", without failing allocations: no mistakes\n");
 }
 
 TEST(TrackingTest, AModuleThatIsChangedWithoutAMarkIsFound)
