@@ -192,7 +192,8 @@ void HistoryReplay::expectReplayed(const State& state) const
 
 void HistoryReplay::undoOrRedo(const HistoryStep& step)
 {
-    for (std::uint64_t i = 0; i < step.number && groups.empty(); ++i)
+    // In a group the manager can do neither.
+    for (std::uint64_t i = 0; i < step.number; ++i)
     {
         if (step.kind == HistoryStep::Kind::Undo && manager.canUndo())
         {

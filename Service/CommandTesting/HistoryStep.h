@@ -36,7 +36,8 @@ struct VALDANE_COMMANDTESTING_EXPORT HistoryStep
     /// The same with CommandManager::addOrMergeCommand().
     static HistoryStep addOrMerge(std::size_t generator, std::uint64_t seed);
 
-    /// As add(), while the call of CommandKit::failAt() with the number @p point fails; 0 is the first.
+    /// As add(), while the call of CommandKit::failAt() with the number @p point fails; 0 is the first. It throws a
+    /// standard exception, or an int if @p seed is odd.
     static HistoryStep addFailing(std::size_t generator, std::uint64_t seed, std::uint64_t point);
 
     /// CommandManager::undo(), redo(). Skipped in a group.

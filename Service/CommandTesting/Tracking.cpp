@@ -25,7 +25,6 @@ public:
     Tracked(const CommandSubject& trackedSubject, Trial& trackedTrial, PlacedMistakes& trackedMistakes)
         : subject(trackedSubject), trial(trackedTrial), mistakes(trackedMistakes), saved(takeSnapshots())
     {
-        trial.getManager().adjustOnSave(Tracker);
     }
 
     /// @param step  that was taken last.

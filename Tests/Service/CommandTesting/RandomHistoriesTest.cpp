@@ -7,9 +7,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace Valdane
 {
@@ -279,6 +281,26 @@ TEST_F(HistoryReplayTest, ShowsAMergeThatIsNotBoth)
         "      HistoryStep::addOrMerge(0, 2), // Insert w at 0\n");
 }
 
+TEST_F(HistoryReplayTest, MergesNothingAcrossASave)
+{
+    const auto merging = generatorOf([](Notes& notes, std::size_t place, char letter)
+                                     { return std::make_shared<MergesAnything>(notes, place, letter); });
+    const Report report =
+        kit.replay({merging}, {HistoryStep::add(0, 0), HistoryStep::save(), HistoryStep::addOrMerge(0, 2)});
+    EXPECT_TRUE(report) << report;
+}
+
+TEST_F(HistoryReplayTest, ForgetsWhatIsAboveTheLimit)
+{
+    const std::vector<HistoryStep> steps{HistoryStep::add(0, 0), HistoryStep::add(1, 2),
+                                         HistoryStep::add(0, 1)};
+    EXPECT_FALSE(kit.replay({inserting, takingTheLast}, steps));
+    std::vector<HistoryStep> limited = steps;
+    limited.push_back(HistoryStep::limit(1));
+    const Report report = kit.replay({inserting, takingTheLast}, limited);
+    EXPECT_TRUE(report) << report;
+}
+
 /// Leaves the letter when the call-out fails.
 class LeavesAMess : public InsertLetter
 {
@@ -314,6 +336,35 @@ TEST_F(HistoryReplayTest, ShowsWhatAFailureLeaves)
                        ", 0) the data are not what they were before it, although the command has failed "
                        "(- expected, + found):\n"));
     }
+}
+
+/// Takes the letter away again, but only after a standard exception.
+class RollsBackForExceptionsOnly : public LeavesAMess
+{
+public:
+    using LeavesAMess::LeavesAMess;
+
+    void execute() override
+    {
+        try
+        {
+            LeavesAMess::execute();
+        }
+        catch (const std::exception&)
+        {
+            undo();
+            throw;
+        }
+    }
+};
+
+TEST_F(HistoryReplayTest, LetsCallsFailWithWhatIsNoExceptionIfTheSeedIsOdd)
+{
+    const auto failing =
+        generatorOf([this](Notes& notes, std::size_t place, char letter)
+                    { return std::make_shared<RollsBackForExceptionsOnly>(notes, place, letter, kit); });
+    EXPECT_TRUE(kit.replay({failing}, {HistoryStep::addFailing(0, 0, 0)}));
+    EXPECT_FALSE(kit.replay({failing}, {HistoryStep::addFailing(0, 1, 0)}));
 }
 
 /// An undo that fails.
