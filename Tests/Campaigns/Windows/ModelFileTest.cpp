@@ -50,7 +50,8 @@ protected:
 
 TEST_F(ModelFileOnWindows, ReplacesTheContentWholeAndLeavesNothingElse)
 {
-    const std::string bytes = std::string("a\0\r\n\xFF\x1A", 6) + std::string(100'000, 'x');
+    std::string bytes("a\0\r\n\xFF\x1A", 6);
+    bytes.append(100'000, 'x');
     replaceFile(in("f"), "old");
     replaceFile(in("f"), bytes);
     EXPECT_EQ(readFile(in("f")), bytes);

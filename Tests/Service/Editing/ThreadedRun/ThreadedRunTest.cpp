@@ -1555,6 +1555,8 @@ TEST_F(ThreadedRunTest, AnEndThatTheLoopDidNotTakeIsFoundByTheNextFunction)
     EXPECT_THAT(notes, ElementsAre("started", "aborted"));
 }
 
+#ifndef _WIN32
+
 TEST_F(ThreadedRunTest, ThreadsThatCannotBeStartedDoNotStopTheMacro)
 {
     const auto whole = macro("M", {edit("a"), work("B"), work("C"), edit("d")});
@@ -1586,6 +1588,8 @@ TEST_F(ThreadedRunTest, DestroyedWhileThreadsCannotBeStartedItTakesTheMacroBack)
     expectNothingChanged();
     EXPECT_EQ(history(), "|");
 }
+
+#endif
 
 // Memory
 
