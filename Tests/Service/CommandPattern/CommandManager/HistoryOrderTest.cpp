@@ -747,6 +747,13 @@ TEST_F(OpenGroupsOrder, AreToldLastOfEachOperationThatChangesThem)
                             "  queueChanged 3 [G a|]", "  groups () [G a|]"));
 }
 
+TEST_F(OpenGroupsOrder, AreToldToTheSlotThatWasConnectedFirstFirst)
+{
+    const Signals::Connection second = manager.connectToSigOpenGroupsChanged([this] { note("second"); });
+    manager.beginGroup("G");
+    EXPECT_THAT(takeJournal(), ElementsAre("  groups (G) [|]", "  second"));
+}
+
 TEST_F(OpenGroupsOrder, AreToldAfterTheUndoOfOneThatIsAbandoned)
 {
     manager.beginGroup("G");
