@@ -156,7 +156,7 @@ bool ThreadedRun::Private::isPartLeft() const
     // The manager rolls back what is around a nested macro that fails, and not that macro.
     const auto hasEnded = [this](const auto& macro)
     {
-        return endOf(macro.get()) == true;
+        return endOf(macro.get()).value_or(false);
     };
     try
     {
