@@ -7,6 +7,7 @@
 #include "Platform/Multitasking/ThreadManager.h"
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandTesting/Mistake.h"
+#include "Service/CommandTesting/PlaceSequence.h"
 
 #include <utility>
 
@@ -35,6 +36,7 @@ void AbortProbe::runBegins(const Thread& thread)
         const std::scoped_lock lock(mutex);
         ++runs;
         questionsOfRun = 0;
+        nextQuestion = 1;
         name = !tellsNames ? "" : " in \"" + thread.getName() + "\"";
     }
     stop({.what = "before the run"});
@@ -47,6 +49,11 @@ void AbortProbe::abortIsAsked(const Thread& /*thread*/)
         const std::scoped_lock lock(mutex);
         ++questions;
         number = ++questionsOfRun;
+        if (number != nextQuestion)
+        {
+            return;
+        }
+        nextQuestion = placeAfter(number);
     }
     stop({.what = "at isAborted()", .call = number});
 }

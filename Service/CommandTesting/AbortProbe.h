@@ -18,7 +18,7 @@ class CommandManager;
 class ThreadManager;
 
 /// Has the runs of a manager stop at one place, where they are aborted. The places of a command have numbers: the
-/// beginning of each run, each question for isAborted(), and on a worker the end of each run.
+/// beginning of each run, its questions for isAborted() that placeAfter() leads to, and on a worker its end.
 ///
 /// The run is held at the place until the abort is set.
 ///
@@ -80,6 +80,7 @@ private:
     std::uint64_t runs = 0;
     std::uint64_t questions = 0;
     std::uint64_t questionsOfRun = 0;
+    std::uint64_t nextQuestion = 1;
     bool isHeld = false;
     bool isReleased = false;
     bool hasEnded = false;

@@ -148,7 +148,7 @@ public:
     /// whole. The last move, to the end, is the manager's if the command does not make it itself.
     ///
     /// @param make         makes the command.
-    /// @param largestMove  from 0 to 1; 1 allows every move forward.
+    /// @param largestMove  from 0 to 1; 1 allows every move forward. Anything else is a mistake.
     Report progress(const Maker& make, double largestMove = 1) const
     {
         return Checks::progress(subject, make.erased, largestMove);
@@ -184,7 +184,8 @@ public:
     }
 
     /// What a program does wrong around its command: the maker gives no command, or the same one twice; making the
-    /// command changes the data already; the command owns the world; the command never dies.
+    /// command changes the data already, or destroying it does; its getDescription() throws; the command owns the world; the
+    /// command never dies.
     Report misuse(const Maker& make) const
     {
         return Checks::misuse(subject, make.erased);
@@ -208,7 +209,8 @@ public:
     /// subject of the report says so. Macros do not fail with an int, after which they do not roll back. A
     /// ThreadedMacroCommand, which rolls back only there, is executed by addThreadedCommand(); runs are synchronous.
     ///
-    /// Cost: two worlds for each failure.
+    /// Cost: two worlds for each failure, for each of the first 256 of a step, and then for ever fewer; some 800 for
+    /// a million.
     Report failures(const Maker& make) const
     {
         return Checks::failures(subject, make.erased, *points);
@@ -219,13 +221,14 @@ public:
     /// asks is a mistake.
     ///
     /// In synchronous mode the manager queues an aborted command all the same; its undo() changes nothing. A macro
-    /// continues there; undone, the data are those from before. If a nested macro has the run, the outer one is
+    /// continues there; undone, the data are those from before. Nothing leaks, counted as failures() does. If a nested macro has the run, the outer one is
     /// undone, too, as applications want it; the manager alone ends the nested one. In synchronous mode abortRun()
     /// is called on a thread of the check.
     ///
-    /// Cost: a world and a run for each place. Nobody else runs threads meanwhile: see RunProbe.
+    /// Cost: two worlds and runs for each place; of the questions of a run for each of the first 256, and then for ever
+    /// fewer. Nobody else runs threads meanwhile: see RunProbe.
     ///
-    /// @param make            the command.
+    /// @param make            the command. Its run ends if nobody aborts it, too; the check waits for that.
     /// @param changesNothing  whether it is right that the snapshot does not show what the command does.
     Report aborts(const Maker& make, bool changesNothing = false) const
     {

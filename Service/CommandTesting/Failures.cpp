@@ -6,8 +6,10 @@
 #include "Service/CommandTesting/FailureScenario.h"
 #include "Service/CommandTesting/FailureStep.h"
 #include "Service/CommandTesting/Fault.h"
+#include "Service/CommandTesting/Leaks.h"
 #include "Service/CommandTesting/Mistake.h"
 #include "Service/CommandTesting/Place.h"
+#include "Service/CommandTesting/PlaceSequence.h"
 #include "Service/CommandTesting/PlacedMistakes.h"
 #include "Service/CommandTesting/RoundTripOptions.h"
 #include "Service/CommandTesting/Trial.h"
@@ -73,7 +75,7 @@ private:
             whole = FailureScenario(subject, make, step).runWhole();
         };
         runWhole();
-        const std::uint64_t leaked = countLeft(runWhole);
+        const std::uint64_t leaked = blocksLeftBy(runWhole);
         if (!whole)
         {
             return;
@@ -81,11 +83,11 @@ private:
         if (leaked > 0 && !isLeaking)
         {
             isLeaking = true;
-            report.addMistake(step.getName() + ", without a failure: " + textOf(leaked));
+            report.addMistake(step.getName() + ", without a failure: " + textOfLeak(leaked));
         }
         for (const std::unique_ptr<Fault>& fault : faultsFor(step))
         {
-            for (std::uint64_t place = 0; tryPlace(step, *whole, *fault, place); ++place)
+            for (std::uint64_t place = 0; tryPlace(step, *whole, *fault, place); place = placeAfter(place))
             {
             }
         }
@@ -103,10 +105,10 @@ private:
             return;
         }
         travel();
-        const std::uint64_t leaked = countLeft(travel);
+        const std::uint64_t leaked = blocksLeftBy(travel);
         if (leaked > 0)
         {
-            report.addMistake("Undone and redone several times, without a failure: " + textOf(leaked));
+            report.addMistake("Undone and redone several times, without a failure: " + textOfLeak(leaked));
         }
     }
 
@@ -140,10 +142,10 @@ private:
             add(step, fault, mistake);
         }
         // What the first time leaves may be kept on purpose.
-        const std::uint64_t left = isLeaking ? 0 : countLeft([&] { failAt(step, whole, fault, place); });
+        const std::uint64_t left = isLeaking ? 0 : blocksLeftBy([&] { failAt(step, whole, fault, place); });
         if (left > 0)
         {
-            add(step, fault, textOf(left));
+            add(step, fault, textOfLeak(left));
         }
         return true;
     }
@@ -171,25 +173,6 @@ private:
         {
             return mistake.what();
         }
-    }
-
-    // How many blocks more are in use after it than before.
-    template <typename Work>
-    std::uint64_t countLeft(const Work& work) const
-    {
-        if (allocations == nullptr)
-        {
-            return 0;
-        }
-        const std::uint64_t before = allocations->getBlocksInUse();
-        work();
-        const std::uint64_t after = allocations->getBlocksInUse();
-        return after > before ? after - before : 0;
-    }
-
-    static std::string textOf(std::uint64_t blocks)
-    {
-        return blocks == 1 ? "1 block is not released" : std::to_string(blocks) + " blocks are not released";
     }
 
     const CommandSubject& subject;

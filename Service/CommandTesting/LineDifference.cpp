@@ -10,6 +10,7 @@ namespace
 {
 
 constexpr std::size_t LargestTable = 1'000'000;
+constexpr std::size_t LongestText = 100;
 
 std::vector<std::string> toLines(const std::string& text)
 {
@@ -25,6 +26,22 @@ std::vector<std::string> toLines(const std::string& text)
 void appendLine(std::string& text, const char* mark, const std::string& line)
 {
     text += mark + line + "\n";
+}
+
+// Nobody reads more, and a report may tell several differences.
+void shorten(std::string& text)
+{
+    std::size_t end = 0;
+    for (std::size_t line = 0; line < LongestText && end != text.size(); ++line)
+    {
+        end = text.find('\n', end) + 1;
+    }
+    if (const auto left = std::count(text.begin() + static_cast<std::ptrdiff_t>(end), text.end(), '\n');
+        left > 1)
+    {
+        text.resize(end);
+        text += "  ... and " + std::to_string(left) + " lines more\n";
+    }
 }
 
 } // namespace
@@ -63,6 +80,7 @@ std::string LineDifference::toText() const
         appendLine(text, "  ", expected[expectedMiddle.first - 1]);
     }
     describeMiddle(text);
+    shorten(text);
     text.pop_back();
     return text;
 }
@@ -109,8 +127,11 @@ void LineDifference::describeMiddle(std::string& text) const
     };
     const auto isMissing = [&]
     {
-        return row < expectedMiddle.size() && (common.empty() || column == foundMiddle.size() ||
-                                               common[row + 1][column] >= common[row][column + 1]);
+        if (row == expectedMiddle.size() || column == foundMiddle.size())
+        {
+            return column == foundMiddle.size();
+        }
+        return common.empty() ? row == column : common[row + 1][column] >= common[row][column + 1];
     };
     while (row < expectedMiddle.size() || column < foundMiddle.size())
     {

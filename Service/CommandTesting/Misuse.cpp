@@ -61,6 +61,35 @@ void expectWorldNotOwned(Trial& trial)
     }
 }
 
+void expectDescription(const CommandSubject& subject, const CommandSubject::Maker& make)
+{
+    const Trial trial(subject, make);
+    Mistake::guard("getDescription()", [&] { trial.getCommand()->getDescription(); });
+}
+
+// A command that the limit drops, or a new one behind undone ones.
+void expectNoTraceOfDestruction(const CommandSubject& subject, const CommandSubject::Maker& make,
+                                bool isUndone)
+{
+    Trial trial(subject, make);
+    trial.addAsItMust("execute()");
+    if (isUndone && trial.getManager().canUndo())
+    {
+        trial.undo("undo()");
+    }
+    const Snapshot before = trial.takeSnapshot();
+    trial.forgetCommand();
+    trial.getManager().clear();
+    const Snapshot after = trial.takeSnapshot();
+    if (!(before == after))
+    {
+        throw Mistake(
+            Mistake::tellChange(std::string("Destroying the ") + (isUndone ? "undone " : "") +
+                                    "command changes the data, and a history drops commands at any time",
+                                before, after));
+    }
+}
+
 void expectDestroyed(const CommandSubject& subject, const CommandSubject::Maker& make)
 {
     std::weak_ptr<CommandBase> command;
@@ -86,9 +115,12 @@ Report Checks::misuse(const CommandSubject& subject, const CommandSubject::Maker
     Mistake::collect(report,
                      [&]
                      {
+                         expectDescription(subject, make);
                          expectOwnCommands(subject, make);
                          expectOnlyMade(subject, make);
                          expectDestroyed(subject, make);
+                         expectNoTraceOfDestruction(subject, make, false);
+                         expectNoTraceOfDestruction(subject, make, true);
                      });
     return report;
 }

@@ -92,6 +92,11 @@ Report Checks::progress(const CommandSubject& subject, const CommandSubject::Mak
     Mistake::collect(report,
                      [&]
                      {
+                         // Also for what is no number.
+                         if (!(largestMove >= 0 && largestMove <= 1))
+                         {
+                             throw Mistake("The largest move that is allowed must be from 0 to 1");
+                         }
                          Trial trial(subject, make);
                          // Shared, because the command may be gone before the callback is taken away.
                          const std::shared_ptr<LegacyProgress> followed = trial.getCommand()->getProgress();

@@ -157,7 +157,9 @@ Report Trial::begin(const std::string& check, const CommandSubject& subject,
     try
     {
         const Trial trial(subject, make);
-        return Report(check + " of \"" + trial.command->getLogDescription() + "\"");
+        std::string description;
+        Mistake::guard("getLogDescription()", [&] { description = trial.command->getLogDescription(); });
+        return Report(check + " of \"" + description + "\"");
     }
     catch (const Mistake&)
     {

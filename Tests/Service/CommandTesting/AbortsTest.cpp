@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <condition_variable>
+#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
@@ -145,6 +146,31 @@ std::shared_ptr<ThreadedMacroCommand> macroOf(const std::vector<std::shared_ptr<
 TEST(AbortsTest, OneThatHandsOverWhenItIsToldOfSuccessIsNotAccused)
 {
     EXPECT_EQ(abortsOf<LoadRun>(), "Aborts of \"Load ab\": no mistakes\n");
+}
+
+TEST(AbortsTest, OfManyQuestionsEverFewerAreTried)
+{
+    int worlds = 0;
+    const CommandKit<Store> kit(
+        [&worlds]
+        {
+            ++worlds;
+            return std::make_unique<Store>();
+        },
+        [](const Store& store) { return store.parts; });
+    const auto worldsFor = [&](std::size_t questions)
+    {
+        worlds = 0;
+        EXPECT_TRUE(kit.aborts([questions](Store& store)
+                               { return std::make_shared<LoadRun>(store, std::string(questions, 'a')); }));
+        return worlds;
+    };
+    // In each mode.
+    const int of256 = worldsFor(256);
+    EXPECT_EQ(of256 - worldsFor(255), 2);
+    EXPECT_EQ(worldsFor(259), of256);
+    EXPECT_EQ(worldsFor(260), of256 + 2);
+    EXPECT_EQ(worldsFor(1000), of256 + 2 * 93) << "260, 264, 268 ... 987";
 }
 
 TEST(AbortsTest, OneThatTakesBackWhenItIsToldOfTheAbortIsNotAccused)

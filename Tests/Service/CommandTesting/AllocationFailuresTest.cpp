@@ -2,6 +2,7 @@
 
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/MacroCommand.h"
+#include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandTesting/AllocationFaults.h"
 #include "Service/CommandTesting/CommandKit.h"
 
@@ -172,6 +173,49 @@ TEST(AllocationFailuresTest, WhatIsKeptOnceIsNoLeak)
     };
 
     EXPECT_EQ(allocationFailuresOf<KeepingOnce>(), "Failures of \"Put\": no mistakes\n");
+}
+
+TEST(AllocationFailuresTest, ARunThatLosesSomethingWhenItIsAbortedIsAccused)
+{
+    class Forgetting : public ThreadedCommand
+    {
+    public:
+        explicit Forgetting(Numbers& filledNumbers) : ThreadedCommand("Put"), numbers(filledNumbers) {}
+
+        void run() override
+        {
+            number = std::make_unique<int>(1);
+            isAborted();
+        }
+
+        void finishRun() override {}
+
+        void sendFinishSignal(bool ok) override
+        {
+            (ok ? numbers : kept).push_back(std::move(number));
+            ThreadedCommand::sendFinishSignal(ok);
+        }
+
+        void undo() override
+        {
+            if (!numbers.empty())
+            {
+                numbers.clear();
+            }
+        }
+
+    private:
+        Numbers& numbers;
+        std::unique_ptr<int> number;
+    };
+
+    kept.reserve(1000);
+    EXPECT_EQ(
+        numbersKit().aborts([](Numbers& numbers) { return std::make_shared<Forgetting>(numbers); }).toText(),
+        "Aborts of \"Put\": 1 mistake\n"
+        "  Aborted on a worker before the run, at isAborted() (call 1) and after the run,\n"
+        "    and in synchronous mode before the run and at isAborted() (call 1): 1 block is not released\n");
+    kept.clear();
 }
 
 TEST(AllocationFailuresTest, OneThatDoesWithoutMemoryIsNotAccused)

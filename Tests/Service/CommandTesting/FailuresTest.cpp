@@ -211,6 +211,57 @@ TEST_F(FailuresTest, ARunThatTakesBackWhatItHasNotDoneIsAccused)
               "    + size: -1\n");
 }
 
+TEST_F(FailuresTest, OfManyPlacesEverFewerAreTried)
+{
+    class Long : public WriteCommand
+    {
+    public:
+        Long(Disk& writtenDisk, const CommandKit<Disk>& usedKit, int countOfParts)
+            : WriteCommand(writtenDisk, usedKit), parts(countOfParts)
+        {
+        }
+
+        void execute() override
+        {
+            for (int part = 0; part < parts; ++part)
+            {
+                kit.failAt("part");
+            }
+            disk.file += "x";
+        }
+
+        void undo() override
+        {
+            disk.file.pop_back();
+        }
+
+    private:
+        int parts;
+    };
+
+    int worlds = 0;
+    const CommandKit<Disk> counting(
+        [&worlds]
+        {
+            ++worlds;
+            return std::make_unique<Disk>();
+        },
+        [](const Disk& disk) { return disk.file; });
+    const auto worldsFor = [&](int parts)
+    {
+        worlds = 0;
+        EXPECT_TRUE(
+            counting.failures([&](Disk& disk) { return std::make_shared<Long>(disk, counting, parts); }));
+        return worlds;
+    };
+    // By itself and through the manager, in execute() and redo(), with each kind of exception.
+    constexpr int ways = 8;
+    const int of257 = worldsFor(257);
+    EXPECT_EQ(of257 - worldsFor(256), ways);
+    EXPECT_EQ(worldsFor(260), of257);
+    EXPECT_EQ(worldsFor(261), of257 + ways);
+}
+
 TEST_F(FailuresTest, ManyPlacesAreToldInShort)
 {
     using Calls = std::vector<std::string>;

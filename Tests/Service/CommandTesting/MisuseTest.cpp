@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Valdane
@@ -170,6 +171,73 @@ TEST(MisuseTest, ASnapshotThatIsAnotherOneEachTimeIsFound)
               "them (- before, + after):\n"
               "    - saved at 1\n"
               "    + saved at 2\n");
+}
+
+/// Takes back what it has done, or does what it has not done yet, when it is destroyed.
+class TidyCommand : public RenameCommand
+{
+public:
+    TidyCommand(Page& tidiedPage, bool tidiesWhenDone)
+        : RenameCommand(tidiedPage, "fan"), whenDone(tidiesWhenDone)
+    {
+    }
+
+    TidyCommand(const TidyCommand&) = delete;
+    TidyCommand& operator=(const TidyCommand&) = delete;
+
+    ~TidyCommand() override
+    {
+        if (wasExecuted && (page.title == "fan") == whenDone)
+        {
+            std::swap(page.title, title);
+        }
+    }
+
+    void execute() override
+    {
+        RenameCommand::execute();
+        wasExecuted = true;
+    }
+
+private:
+    bool whenDone;
+    bool wasExecuted = false;
+};
+
+TEST(MisuseTest, ACommandWhoseDestructionChangesTheDataIsFound)
+{
+    EXPECT_EQ(
+        misuseReport([](Page& page) { return std::make_shared<TidyCommand>(page, true); }),
+        "Misuse of \"Rename to fan\": 1 mistake\n"
+        "  Destroying the command changes the data, and a history drops commands at any time (- before, + "
+        "after):\n"
+        "    - title: fan\n"
+        "    + title: pump\n");
+    EXPECT_EQ(misuseReport([](Page& page) { return std::make_shared<TidyCommand>(page, false); }),
+              "Misuse of \"Rename to fan\": 1 mistake\n"
+              "  Destroying the undone command changes the data, and a history drops commands at any time (- "
+              "before, + after):\n"
+              "    - title: pump\n"
+              "    + title: fan\n");
+}
+
+TEST(MisuseTest, ADescriptionThatThrowsIsFound)
+{
+    class Nameless : public RenameCommand
+    {
+    public:
+        explicit Nameless(Page& renamedPage) : RenameCommand(renamedPage, "fan") {}
+
+        const std::string& getDescription() const override
+        {
+            fail();
+            return RenameCommand::getDescription();
+        }
+    };
+
+    EXPECT_EQ(misuseReport([](Page& page) { return std::make_shared<Nameless>(page); }),
+              "Misuse of \"Rename to fan\": 1 mistake\n"
+              "  getDescription() throws: no power\n");
 }
 
 TEST(MisuseTest, WhatFailsIsTold)

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <memory>
 #include <string>
 #include <utility>
@@ -46,6 +47,18 @@ TEST(ProgressCheckTest, ACommandThatMovesOftenEnoughHasNoMistakes)
     EXPECT_EQ(progressReport({0.1, 0.2, 0.3, 0.4, 0.5, 0.6, 0.7, 0.8, 0.9, 1.0}, 0.1), rightProgress);
     EXPECT_EQ(progressReport({}, 1), rightProgress);
     EXPECT_EQ(progressReport({0, 1}, 1), rightProgress) << "a reset before it has moved";
+}
+
+TEST(ProgressCheckTest, AMoveThatIsNoShareIsRefused)
+{
+    for (const double wrong : {-0.1, 1.1, std::numeric_limits<double>::quiet_NaN()})
+    {
+        EXPECT_EQ(progressReport({0.5}, wrong), "Progress of \"Write\": 1 mistake\n"
+                                                "  The largest move that is allowed must be from 0 to 1\n");
+    }
+    EXPECT_EQ(progressReport({0.5}, 0),
+              "Progress of \"Write\": 1 mistake\n"
+              "  The progress moves from 0 % to 50 % at once; the largest move allowed is 0 %\n");
 }
 
 TEST(ProgressCheckTest, AMacroMovesWithEachOfItsCommands)

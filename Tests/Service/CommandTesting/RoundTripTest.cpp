@@ -223,6 +223,24 @@ TEST_F(RoundTripTest, WhatIsThrownIsAMistakeOfItsStep)
               "  Undo 1 throws something that is not derived from std::exception\n");
 }
 
+TEST_F(RoundTripTest, WhatFailsTellsWhatItHasLeftBehind)
+{
+    EXPECT_EQ(textOf(
+                  [](ScriptedCommand& command, Page& page)
+                  {
+                      command.onExecute = [&page]
+                      {
+                          page.text = "half";
+                          fail();
+                      };
+                  }),
+              "Round trip of \"Write\": 1 mistake\n"
+              "  execute() throws: no power; then the data are not as before (- expected, + found):\n"
+              "      title: pump\n"
+              "    - text: none\n"
+              "    + text: half\n");
+}
+
 /// A command that wants a manager, or refuses one: it sees by its progress who runs it.
 void failInManager(ScriptedCommand& command, Page& page)
 {

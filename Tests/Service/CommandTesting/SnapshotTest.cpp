@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <ostream>
 #include <string>
 
@@ -69,11 +70,28 @@ TEST(SnapshotTest, LinesThatComeOrGoDoNotMakeOthersDiffer)
     EXPECT_EQ(difference("a\n\nb", "a\nb"), "  a\n- ");
 }
 
-TEST(SnapshotTest, VeryLongDifferencesAreShownWhole)
+TEST(SnapshotTest, OfVeryLongDifferencesTheFirstHundredLinesAreShown)
 {
-    const std::string text = difference(numbers(1001, "a") + "end", numbers(1001, "b") + "end");
-    EXPECT_EQ(text.substr(0, 11), "- a0\n- a1\n-");
-    EXPECT_EQ(text.substr(text.size() - 7), "+ b1000");
+    const auto count = [](const std::string& text)
+    {
+        return std::ranges::count(text, '\n') + 1;
+    };
+    const std::string whole = difference(numbers(50, "a"), numbers(50, "b"));
+    EXPECT_EQ(count(whole), 100);
+    EXPECT_EQ(whole.substr(whole.size() - 5), "+ b49");
+    const std::string oneMore = difference(numbers(50, "a"), numbers(51, "b"));
+    EXPECT_EQ(count(oneMore), 101);
+    EXPECT_EQ(oneMore.substr(oneMore.size() - 5), "+ b50") << "that it is left out would take a line, too";
+    const std::string two = difference(numbers(50, "a"), numbers(52, "b"));
+    EXPECT_EQ(count(two), 101);
+    EXPECT_EQ(two.substr(two.size() - 28), "+ b49\n  ... and 2 lines more");
+}
+
+TEST(SnapshotTest, OfLinesThatAreTooManyToBeComparedEachIsShownBesideTheOneInItsPlace)
+{
+    const std::string text = difference(numbers(1001, "a") + "end", numbers(1002, "b") + "end");
+    EXPECT_EQ(text.substr(0, 20), "- a0\n+ b0\n- a1\n+ b1\n");
+    EXPECT_EQ(text.substr(text.size() - 37), "- a49\n+ b49\n  ... and 1903 lines more");
 }
 
 TEST(SnapshotTest, WhatCannotBeShownInLinesIsSaid)

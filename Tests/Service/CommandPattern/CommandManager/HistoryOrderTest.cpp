@@ -749,7 +749,7 @@ TEST_F(OpenGroupsOrder, AreToldLastOfEachOperationThatChangesThem)
 
 TEST_F(OpenGroupsOrder, AreToldToTheSlotThatWasConnectedFirstFirst)
 {
-    const Signals::Connection second = manager.connectToSigOpenGroupsChanged([this] { note("second"); });
+    const Signals::Connection second = manager.connectToSigOpenGroupsChanged([] { note("second"); });
     manager.beginGroup("G");
     EXPECT_THAT(takeJournal(), ElementsAre("  groups (G) [|]", "  second"));
 }
