@@ -15,6 +15,10 @@ namespace ModelEditor
 namespace
 {
 
+// Of which most values are, and which stand for themselves everywhere.
+constexpr std::string_view plainCharacters =
+    "xabcdefghijklmnopqrstuvwyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789 .-_/:,;=+()[]{}!?#@$%*^~|\\";
+
 struct CodePoint
 {
     std::uint32_t value = 0;
@@ -136,8 +140,15 @@ std::string toMarkup(std::string_view value, MarkupPlace place, bool asciiOnly)
         return toCData(value);
     }
     std::string markup;
-    while (!value.empty())
+    while (true)
     {
+        const auto plain = std::min(value.size(), value.find_first_not_of(plainCharacters));
+        markup += value.substr(0, plain);
+        value.remove_prefix(plain);
+        if (value.empty())
+        {
+            return markup;
+        }
         const CodePoint next = firstCodePoint(value).value_or(CodePoint{.value = 0, .length = 1});
         if (next.length > 1 && asciiOnly)
         {
@@ -150,13 +161,17 @@ std::string toMarkup(std::string_view value, MarkupPlace place, bool asciiOnly)
         }
         value.remove_prefix(next.length);
     }
-    return markup;
 }
 
 void requireXmlText(std::string_view value)
 {
-    while (!value.empty())
+    while (true)
     {
+        value.remove_prefix(std::min(value.size(), value.find_first_not_of(plainCharacters)));
+        if (value.empty())
+        {
+            return;
+        }
         const auto next = firstCodePoint(value);
         if (!next)
         {
