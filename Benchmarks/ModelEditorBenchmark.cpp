@@ -1,8 +1,8 @@
 // The model editor on large models in memory, and pugixml's own loading and saving of the same bytes.
 
+#include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Applications/ModelEditor/Terminal/Editor.h"
 #include "Benchmarks/Each.h"
-#include "Examples/ModelEditor/Editor.h"
-#include "Examples/ModelEditor/XmlModel.h"
 
 #include <pugixml.hpp>
 

@@ -66,7 +66,7 @@ thread.")
 # What Debian wants of every package; only there, and not installed otherwise.
 set(debian "${PROJECT_BINARY_DIR}/debian")
 configure_file(cmake/debian/changelog.in "${debian}/changelog" @ONLY)
-configure_file(Examples/ModelEditor/model-editor.1 "${debian}/model-editor.1" COPYONLY)
+configure_file(Applications/ModelEditor/model-editor.1 "${debian}/model-editor.1" COPYONLY)
 execute_process(COMMAND "${GZIP}" -9nkf changelog model-editor.1 WORKING_DIRECTORY "${debian}" COMMAND_ERROR_IS_FATAL ANY)
 foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   string(TOUPPER ${component} upper_component)

@@ -1,6 +1,6 @@
 #include "Content.h"
 
-#include "Examples/ModelEditor/Markup.h"
+#include "Applications/ModelEditor/Document/Markup.h"
 
 #include <map>
 #include <utility>

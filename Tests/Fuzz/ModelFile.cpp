@@ -1,14 +1,14 @@
 // Model files: any bytes are opened as one. Where they are a model, it is looked through, edited, undone, redone, imported
 // into itself, and opened again.
 
+#include "Applications/ModelEditor/Document/ImportMarkup.h"
+#include "Applications/ModelEditor/Document/XmlDocument.h"
+#include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Applications/ModelEditor/Edits/CheckCmd.h"
+#include "Applications/ModelEditor/Edits/ImportCmd.h"
+#include "Applications/ModelEditor/Edits/Words.h"
+#include "Applications/ModelEditor/Terminal/Editor.h"
 #include "Content.h"
-#include "Examples/ModelEditor/CheckCmd.h"
-#include "Examples/ModelEditor/Editor.h"
-#include "Examples/ModelEditor/ImportCmd.h"
-#include "Examples/ModelEditor/ImportMarkup.h"
-#include "Examples/ModelEditor/Words.h"
-#include "Examples/ModelEditor/XmlDocument.h"
-#include "Examples/ModelEditor/XmlModel.h"
 #include "FuzzTarget.h"
 #include "Platform/ExceptionHandling/VdException.h"
 

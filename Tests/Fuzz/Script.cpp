@@ -1,16 +1,16 @@
 // Sessions of the model editor. The first byte says how they are held (see Mode), the rest are the lines that are played
 // on a small model; what must be true after every line, and of undoing and redoing all of them, is required.
 
+#include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Applications/ModelEditor/Edits/Words.h"
+#include "Applications/ModelEditor/Terminal/Background.h"
+#include "Applications/ModelEditor/Terminal/LineSource.h"
+#include "Applications/ModelEditor/Terminal/Session.h"
+#include "Applications/ModelEditor/Terminal/StreamLines.h"
+#include "Applications/ModelEditor/Terminal/WakeUp.h"
 #include "Content.h"
-#include "Examples/ModelEditor/Background.h"
-#include "Examples/ModelEditor/LineSource.h"
-#include "Examples/ModelEditor/Session.h"
-#include "Examples/ModelEditor/StreamLines.h"
-#include "Examples/ModelEditor/WakeUp.h"
-#include "Examples/ModelEditor/Words.h"
-#include "Examples/ModelEditor/XmlModel.h"
 #include "FuzzTarget.h"
-#include "Tests/Examples/ModelEditor/TestFiles.h"
+#include "Tests/Applications/ModelEditor/TestFiles.h"
 
 #include <spdlog/spdlog.h>
 

@@ -1,0 +1,204 @@
+#include "Applications/ModelEditor/Document/Annotations.h"
+
+#include "Applications/ModelEditor/Document/Markup.h"
+#include "Applications/ModelEditor/Document/XmlDocument.h"
+#include "Platform/ExceptionHandling/VdException.h"
+#include "Platform/Parameterization/DynamicAttributeCollection.h"
+
+#include <algorithm>
+#include <iterator>
+#include <new>
+#include <string_view>
+#include <utility>
+
+namespace ModelEditor
+{
+
+namespace
+{
+
+using Valdane::DynamicAttributeCollection;
+
+std::optional<std::string> textIn(const std::shared_ptr<DynamicAttributeCollection>& collection,
+                                  std::string_view name)
+{
+    return collection == nullptr ? std::nullopt : collection->get(name);
+}
+
+void require(bool done)
+{
+    if (!done)
+    {
+        throw std::bad_alloc();
+    }
+}
+
+} // namespace
+
+Annotations::Annotations(XmlDocument& owner, pugi::xml_node annotated)
+    : document(owner),
+      source(owner.locate(annotated.name()).source),
+      element(annotated),
+      tag(StartTag::read(source.getOriginal(), owner.locate(annotated.name()).offset))
+{
+    for (const auto& attribute : tag.attributes)
+    {
+        if (isAnnotationName(attribute.name))
+        {
+            const std::string name(attribute.name);
+            originals.push_back({attribute, element.attribute(name.c_str()).value()});
+            collection = collection == nullptr ? std::make_shared<DynamicAttributeCollection>() : collection;
+            collection->set(name, originals.back().text);
+        }
+    }
+}
+
+const std::shared_ptr<DynamicAttributeCollection>& Annotations::get() const noexcept
+{
+    return collection;
+}
+
+void Annotations::set(std::shared_ptr<DynamicAttributeCollection> attributes)
+{
+    if (attributes != nullptr)
+    {
+        requireWritable(*attributes);
+    }
+    auto changes = prepareSource(attributes);
+    writeNodes(attributes);
+    // From here on nothing fails, so that what is saved is what an XPath sees.
+    writeSource(std::move(changes));
+    collection = std::move(attributes);
+}
+
+// What the file has can always be written back, even if it is no UTF-8.
+void Annotations::requireWritable(const DynamicAttributeCollection& attributes) const
+{
+    for (const auto& entry : attributes)
+    {
+        const auto isEntry = [&entry](const Original& original)
+        {
+            return original.place.name == entry.name && original.text == entry.text;
+        };
+        if (std::ranges::any_of(originals, isEntry))
+        {
+            continue;
+        }
+        if (!isAnnotationName(entry.name))
+        {
+            throw Valdane::VdException("'" + entry.name + "' is no name of the form prefix:name");
+        }
+        requireXmlText(entry.text);
+    }
+}
+
+// The old attributes go when all new ones are there: to remove one cannot fail.
+void Annotations::writeNodes(const Attributes& attributes)
+{
+    std::vector<pugi::xml_attribute> old;
+    for (const auto attribute : element.attributes())
+    {
+        if (isAnnotationName(attribute.name()))
+        {
+            old.push_back(attribute);
+        }
+    }
+    const auto behind = getAdded(attributes);
+    std::vector<pugi::xml_attribute> made;
+    made.reserve(originals.size() + behind.size());
+    const auto add = [&](pugi::xml_attribute previous, const std::string& name, const std::string& text)
+    {
+        made.push_back(insertBehind(previous, name));
+        require(made.back().name() == name && made.back().set_value(text.c_str()));
+        return made.back();
+    };
+    try
+    {
+        pugi::xml_attribute previous;
+        for (const auto& place : tag.attributes)
+        {
+            const std::string name(place.name);
+            const auto text = isAnnotationName(name) ? textIn(attributes, name) : std::nullopt;
+            if (text)
+            {
+                previous = add(previous, name, *text);
+            }
+            else if (!isAnnotationName(name))
+            {
+                previous = element.attribute(name.c_str());
+            }
+        }
+        for (const auto& entry : behind)
+        {
+            add(element.last_attribute(), entry.name, entry.text);
+        }
+    }
+    catch (...)
+    {
+        std::ranges::for_each(made, [this](auto attribute) { element.remove_attribute(attribute); });
+        throw;
+    }
+    std::ranges::for_each(old, [this](auto attribute) { element.remove_attribute(attribute); });
+}
+
+pugi::xml_attribute Annotations::insertBehind(pugi::xml_attribute previous, const std::string& name)
+{
+    return previous ? element.insert_attribute_after(name.c_str(), previous)
+                    : element.prepend_attribute(name.c_str());
+}
+
+std::vector<Annotations::Change> Annotations::prepareSource(const Attributes& attributes) const
+{
+    std::vector<Change> changes;
+    const auto put = [&changes](Span span, const std::optional<std::string>& markup)
+    {
+        changes.push_back(
+            {.span = span, .markup = markup ? SourceText::prepare(span, *markup) : SourceText::Prepared()});
+    };
+    for (const auto& [place, original] : originals)
+    {
+        const auto text = textIn(attributes, place.name);
+        put(place.whole, text ? std::nullopt : std::optional<std::string>(""));
+        const char quote = source.getOriginal()[place.value.offset - 1];
+        const auto markupPlace = quote == '\'' ? MarkupPlace::SingleQuoted : MarkupPlace::DoubleQuoted;
+        put(place.value, text && *text != original
+                             ? std::optional(toMarkup(*text, markupPlace, document.isAsciiOnly()))
+                             : std::nullopt);
+    }
+    std::string markup;
+    for (const auto& entry : getAdded(attributes))
+    {
+        markup += " " + entry.name + "=\"" +
+                  toMarkup(entry.text, MarkupPlace::DoubleQuoted, document.isAsciiOnly()) + "\"";
+    }
+    put({.offset = tag.end, .length = 0}, markup.empty() ? std::nullopt : std::optional(markup));
+    return changes;
+}
+
+void Annotations::writeSource(std::vector<Change> changes) noexcept
+{
+    for (auto& [span, markup] : changes)
+    {
+        if (markup.empty())
+        {
+            source.restore(span);
+        }
+        else
+        {
+            source.replace(std::move(markup));
+        }
+    }
+}
+
+std::vector<DynamicAttributeCollection::Entry> Annotations::getAdded(const Attributes& attributes) const
+{
+    std::vector<DynamicAttributeCollection::Entry> added;
+    if (attributes != nullptr)
+    {
+        std::ranges::copy_if(*attributes, std::back_inserter(added),
+                             [this](const auto& entry) { return tag.find(entry.name) == nullptr; });
+    }
+    return added;
+}
+
+} // namespace ModelEditor

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "Applications/ModelEditor/Document/SourceText.h"
+#include "Applications/ModelEditor/Document/StartTag.h"
+#include "Platform/Parameterization/DynamicAttributeCollection.h"
+
+#include <pugixml.hpp>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ModelEditor
+{
+
+class XmlDocument;
+
+/// The namespaced attributes of one element, kept the same in the nodes, the source text and a collection.
+///
+/// What is written depends only on the collection that is set and on the file: attributes of the file stand
+/// in their places, and those with their first text in their first markup; others follow at the end of the
+/// tag.
+///
+/// Ownership: refers to the document, which must live longer. Thread: that of the document.
+class Annotations
+{
+public:
+    /// @pre nobody has changed the namespaced attributes of @p annotated yet (not checked).
+    Annotations(XmlDocument& owner, pugi::xml_node annotated);
+
+    /// Empty if there are none, and always as it was set.
+    const std::shared_ptr<Valdane::DynamicAttributeCollection>& get() const noexcept;
+
+    /// @throws VdException if a name is not `prefix:name` or XML cannot hold a text, unless it is what the
+    ///         file has there; std::bad_alloc. Nothing has changed then.
+    void set(std::shared_ptr<Valdane::DynamicAttributeCollection> attributes);
+
+private:
+    struct Original
+    {
+        StartTag::Attribute place;
+        std::string text;
+    };
+
+    void requireWritable(const Valdane::DynamicAttributeCollection& attributes) const;
+    using Attributes = std::shared_ptr<Valdane::DynamicAttributeCollection>;
+
+    /// What is to stand at a place of the source text; empty for the original.
+    struct Change
+    {
+        Span span;
+        SourceText::Prepared markup;
+    };
+
+    void writeNodes(const Attributes& attributes);
+    pugi::xml_attribute insertBehind(pugi::xml_attribute previous, const std::string& name);
+    std::vector<Change> prepareSource(const Attributes& attributes) const;
+    void writeSource(std::vector<Change> changes) noexcept;
+    std::vector<Valdane::DynamicAttributeCollection::Entry> getAdded(const Attributes& attributes) const;
+
+    XmlDocument& document;
+    SourceText& source;
+    pugi::xml_node element;
+    StartTag tag;
+    std::vector<Original> originals;
+    std::shared_ptr<Valdane::DynamicAttributeCollection> collection;
+};
+
+} // namespace ModelEditor

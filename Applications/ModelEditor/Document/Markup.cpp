@@ -1,0 +1,232 @@
+#include "Applications/ModelEditor/Document/Markup.h"
+
+#include "Platform/ExceptionHandling/VdException.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+
+namespace ModelEditor
+{
+
+namespace
+{
+
+// Of which most values are, and which stand for themselves everywhere.
+constexpr std::string_view plainCharacters =
+    "xabcdefghijklmnopqrstuvwyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789 .-_/:,;=+()[]{}!?#@$%*^~|\\";
+
+struct CodePoint
+{
+    std::uint32_t value = 0;
+    std::size_t length = 0;
+};
+
+// The code point at the start of the text; nothing if that is no UTF-8.
+std::optional<CodePoint> firstCodePoint(std::string_view text)
+{
+    const auto byte = [&](std::size_t i)
+    {
+        return static_cast<unsigned char>(text[i]);
+    };
+    if (byte(0) < 0x80)
+    {
+        return CodePoint{.value = byte(0), .length = 1};
+    }
+    const std::size_t length = 2U + (byte(0) >= 0xE0 ? 1U : 0U) + (byte(0) >= 0xF0 ? 1U : 0U);
+    if (byte(0) < 0xC2 || byte(0) > 0xF4 || text.size() < length)
+    {
+        return {};
+    }
+    std::uint32_t value = byte(0) & (0x7FU >> length);
+    for (std::size_t i = 1; i < length; ++i)
+    {
+        if ((byte(i) & 0xC0U) != 0x80)
+        {
+            return {};
+        }
+        value = value << 6U | (byte(i) & 0x3FU);
+    }
+    constexpr std::array<std::uint32_t, 5> smallest{0, 0, 0x80, 0x800, 0x10000};
+    return value < smallest.at(length) ? std::optional<CodePoint>{}
+                                       : CodePoint{.value = value, .length = length};
+}
+
+bool isXmlCharacter(std::uint32_t c)
+{
+    return c == '\t' || c == '\n' || c == '\r' || (c >= 0x20 && c < 0xD800) || (c >= 0xE000 && c < 0xFFFE) ||
+           (c >= 0x10000 && c < 0x110000);
+}
+
+std::string reference(std::uint32_t character)
+{
+    return "&#" + std::to_string(character) + ";";
+}
+
+std::string escaped(char c, MarkupPlace place)
+{
+    std::string itself(1, c);
+    const bool quoted = place != MarkupPlace::Text;
+    switch (c)
+    {
+    case '&':
+        return "&amp;";
+    case '<':
+        return "&lt;";
+    case '>':
+        return "&gt;";
+    case '"':
+        return place == MarkupPlace::DoubleQuoted ? "&quot;" : "\"";
+    case '\'':
+        return place == MarkupPlace::SingleQuoted ? "&apos;" : "'";
+    case '\t':
+    case '\n':
+        return quoted ? reference(static_cast<unsigned char>(c)) : itself;
+    case '\r':
+        return reference('\r');
+    default:
+        return itself;
+    }
+}
+
+// Inside CDATA nothing is escaped: what it cannot hold stands between two of them.
+std::string toCData(std::string_view value)
+{
+    std::string markup;
+    for (std::size_t i = 0; i < value.size(); ++i)
+    {
+        if (value.substr(i).starts_with("]]>"))
+        {
+            markup += "]]]]><![CDATA[>";
+            i += 2;
+        }
+        else if (value[i] == '\r')
+        {
+            markup += "]]>&#13;<![CDATA[";
+        }
+        else
+        {
+            markup += value[i];
+        }
+    }
+    return markup;
+}
+
+bool isNameStart(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' ||
+           static_cast<unsigned char>(c) >= 0x80;
+}
+
+bool isNameCharacter(char c)
+{
+    return isNameStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
+}
+
+bool isNameWithoutColon(std::string_view name)
+{
+    return !name.empty() && isNameStart(name.front()) && std::ranges::all_of(name, isNameCharacter);
+}
+
+} // namespace
+
+std::string toMarkup(std::string_view value, MarkupPlace place, bool asciiOnly)
+{
+    if (place == MarkupPlace::CData)
+    {
+        return toCData(value);
+    }
+    std::string markup;
+    while (true)
+    {
+        const auto plain = std::min(value.size(), value.find_first_not_of(plainCharacters));
+        markup += value.substr(0, plain);
+        value.remove_prefix(plain);
+        if (value.empty())
+        {
+            return markup;
+        }
+        const CodePoint next = firstCodePoint(value).value_or(CodePoint{.value = 0, .length = 1});
+        if (next.length > 1 && asciiOnly)
+        {
+            markup += reference(next.value);
+        }
+        else
+        {
+            markup +=
+                next.length > 1 ? std::string(value.substr(0, next.length)) : escaped(value.front(), place);
+        }
+        value.remove_prefix(next.length);
+    }
+}
+
+void requireXmlText(std::string_view value)
+{
+    while (true)
+    {
+        value.remove_prefix(std::min(value.size(), value.find_first_not_of(plainCharacters)));
+        if (value.empty())
+        {
+            return;
+        }
+        const auto next = firstCodePoint(value);
+        if (!next)
+        {
+            throw Valdane::VdException("the value is not UTF-8");
+        }
+        if (!isXmlCharacter(next->value))
+        {
+            std::array<char, 16> number{};
+            std::snprintf(number.data(), number.size(), "U+%04X", next->value);
+            throw Valdane::VdException(std::string("XML cannot hold the character ") + number.data());
+        }
+        value.remove_prefix(next->length);
+    }
+}
+
+bool isAnnotationName(std::string_view name)
+{
+    const auto colon = name.find(':');
+    return colon != std::string_view::npos && isNameWithoutColon(name.substr(0, colon)) &&
+           isNameWithoutColon(name.substr(colon + 1)) && !isNamespaceDeclaration(name);
+}
+
+bool isQualifiedName(std::string_view name)
+{
+    return std::ranges::count(name, ':') <= 1 && !name.starts_with(':') && !name.ends_with(':');
+}
+
+bool isNamespaceDeclaration(std::string_view name)
+{
+    return name == "xmlns" || name.starts_with("xmlns:");
+}
+
+bool startsWithReference(std::string_view markup)
+{
+    const auto end = markup.find(';');
+    if (end == std::string_view::npos || !markup.starts_with('&'))
+    {
+        return false;
+    }
+    const auto name = markup.substr(1, end - 1);
+    const auto areAll = [](std::string_view text, std::string_view characters)
+    {
+        return !text.empty() && text.find_first_not_of(characters) == std::string_view::npos;
+    };
+    if (name.starts_with("#x"))
+    {
+        return areAll(name.substr(2), "0123456789abcdefABCDEF");
+    }
+    return name.starts_with('#') ? areAll(name.substr(1), "0123456789")
+                                 : isNameWithoutColon(name.substr(0, name.find(':')));
+}
+
+bool isBlank(std::string_view text)
+{
+    return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
+}
+
+} // namespace ModelEditor

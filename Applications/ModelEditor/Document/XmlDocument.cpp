@@ -1,0 +1,348 @@
+#include "Applications/ModelEditor/Document/XmlDocument.h"
+
+#include "Applications/ModelEditor/Document/Markup.h"
+#include "Applications/ModelEditor/Document/StartTag.h"
+#include "Applications/ModelEditor/Document/WellFormedCheck.h"
+#include "Platform/ExceptionHandling/VdException.h"
+
+#include <algorithm>
+#include <functional>
+#include <new>
+#include <string_view>
+
+namespace ModelEditor
+{
+
+namespace
+{
+
+// As a fragment, because otherwise the parser drops text beside the root element instead of refusing it.
+constexpr unsigned int parseFlags = pugi::parse_full | pugi::parse_ws_pcdata | pugi::parse_fragment;
+
+std::string decoded(const Encoding& encoding, const std::string& bytes, const std::string& name)
+{
+    try
+    {
+        return encoding.decode(bytes);
+    }
+    catch (const Valdane::VdException& exception)
+    {
+        throw Valdane::VdException(name + ": " + exception.what());
+    }
+}
+
+[[noreturn]] void failToParse(const pugi::xml_parse_result& result, const std::string& name)
+{
+    if (result.status == pugi::status_out_of_memory)
+    {
+        throw std::bad_alloc();
+    }
+    throw Valdane::VdException(name + ": " + result.description());
+}
+
+// The text from which the node was parsed, if that starts with the node.
+const char* textFrom(pugi::xml_node node)
+{
+    switch (node.type())
+    {
+    case pugi::node_element:
+        return node.name() - std::string_view("<").size();
+    case pugi::node_pi:
+        return node.name() - std::string_view("<?").size();
+    case pugi::node_comment:
+        return node.value() - std::string_view("<!--").size();
+    default:
+        return node.value();
+    }
+}
+
+// Bottom up, because the parser would nest as deep as the nodes are.
+void removeNode(pugi::xml_node node) noexcept
+{
+    const auto end = node.parent();
+    while (node != end)
+    {
+        while (node.first_child())
+        {
+            node = node.first_child();
+        }
+        auto parent = node.parent();
+        parent.remove_child(node);
+        node = parent;
+    }
+}
+
+} // namespace
+
+pugi::xml_node nextNode(pugi::xml_node node)
+{
+    if (const auto child = node.first_child(); !child.empty())
+    {
+        return child;
+    }
+    auto sibling = node.next_sibling();
+    while (sibling.empty() && !node.empty())
+    {
+        node = node.parent();
+        sibling = node.next_sibling();
+    }
+    return sibling;
+}
+
+pugi::xml_node elementFrom(pugi::xml_node node)
+{
+    while (node.type() != pugi::node_element && !node.empty())
+    {
+        node = node.next_sibling();
+    }
+    return node;
+}
+
+bool isLayout(pugi::xml_node node)
+{
+    const bool isOnly = !node.previous_sibling() && !node.next_sibling();
+    return node.type() == pugi::node_pcdata && !isOnly && isBlank(node.value());
+}
+
+XmlDocument::XmlDocument(const std::string& bytes, const std::string& fileName)
+    : name(fileName),
+      encoding(Encoding::of(bytes)),
+      source(decoded(encoding, bytes, fileName)),
+      parsed(source.getOriginal())
+{
+    parse();
+    requireOneRoot();
+    requireNothingBehind();
+    requireWellFormed();
+    findContent();
+}
+
+XmlDocument::~XmlDocument() = default;
+
+const std::string& XmlDocument::getName() const noexcept
+{
+    return name;
+}
+
+pugi::xml_node XmlDocument::getDocumentNode() const
+{
+    return document;
+}
+
+pugi::xml_node XmlDocument::getRootElement() const
+{
+    return document.document_element();
+}
+
+SourceText& XmlDocument::getSource() noexcept
+{
+    return source;
+}
+
+Span XmlDocument::getContent() const noexcept
+{
+    return content;
+}
+
+XmlDocument::Place XmlDocument::locate(const char* text)
+{
+    const std::less<> before;
+    for (auto& segment : segments)
+    {
+        const char* const end = segment.parsed + segment.source.getOriginal().size();
+        if (!before(text, segment.parsed) && before(text, end))
+        {
+            return {.source = segment.source, .offset = static_cast<std::size_t>(text - segment.parsed)};
+        }
+    }
+    return {.source = source, .offset = offsetOf(text)};
+}
+
+void XmlDocument::append(const std::string& markup)
+{
+    auto root = getRootElement();
+    const auto last = root.last_child();
+    const bool isBehindText = last.type() == pugi::node_pcdata && last != layoutAtEnd;
+    const auto start = isBehindText ? markup.find_first_not_of(" \t\r\n") : 0;
+    auto& segment = segments.emplace_back(Segment{.source = SourceText(markup.substr(start)), .first = {}});
+    const auto text = segment.source.getOriginal();
+    const auto result = root.append_buffer(text.data(), text.size(), parseFlags, pugi::encoding_utf8);
+    segment.first = last ? last.next_sibling() : root.first_child();
+    if (!result)
+    {
+        removeLast();
+        failToParse(result, name);
+    }
+    segment.parsed = textFrom(segment.first);
+    root.append_move(layoutAtEnd);
+}
+
+pugi::xml_node XmlDocument::getLastAppended() const noexcept
+{
+    return segments.empty() ? pugi::xml_node() : segments.back().first;
+}
+
+std::string XmlDocument::removeLast() noexcept
+{
+    auto node = segments.back().first;
+    while (node && node != layoutAtEnd)
+    {
+        const auto following = node.next_sibling();
+        removeNode(node);
+        node = following;
+    }
+    auto markup = segments.back().source.release();
+    segments.pop_back();
+    return markup;
+}
+
+bool XmlDocument::isAsciiOnly() const noexcept
+{
+    return !encoding.isUnicode();
+}
+
+std::string XmlDocument::toBytes() const
+{
+    return encoding.encode(segments.empty() ? source.getCurrent() : getCurrent());
+}
+
+void XmlDocument::parse()
+{
+    if (parsed.empty())
+    {
+        throw Valdane::VdException(name + ": the file is empty");
+    }
+    if (const auto nul = parsed.find('\0'); nul != std::string::npos)
+    {
+        complain(nul, "a NUL character");
+    }
+    const auto result =
+        document.load_buffer_inplace(parsed.data(), parsed.size(), parseFlags, pugi::encoding_utf8);
+    if (result.status == pugi::status_out_of_memory)
+    {
+        throw std::bad_alloc();
+    }
+    if (result.status == pugi::status_no_document_element)
+    {
+        throw Valdane::VdException(name + ": the file has no element");
+    }
+    if (!result)
+    {
+        complain(static_cast<std::size_t>(std::max<std::ptrdiff_t>(result.offset, 0)), result.description());
+    }
+}
+
+void XmlDocument::requireOneRoot() const
+{
+    bool found = false;
+    for (const auto node : document.children())
+    {
+        const bool isText = node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+        if (isText && (node.type() == pugi::node_cdata || !isBlank(node.value())))
+        {
+            complainOfText(offsetOf(node.value()));
+        }
+        if (node.type() == pugi::node_element && found)
+        {
+            complain(offsetOf(node.name()), std::string("a second root element, ") + node.name());
+        }
+        found = found || node.type() == pugi::node_element;
+    }
+    if (!found)
+    {
+        throw Valdane::VdException(name + ": the file has no element");
+    }
+}
+
+// The parser drops text at the end without a word.
+void XmlDocument::requireNothingBehind() const
+{
+    const auto end = source.getOriginal().rfind('>') + 1;
+    if (!isBlank(source.getOriginal().substr(end)))
+    {
+        complainOfText(end);
+    }
+}
+
+// What the parser lets pass.
+void XmlDocument::requireWellFormed() const
+{
+    WellFormedCheck check(*this, source.getOriginal(), parsed.data());
+    for (auto node = nextNode(document); !node.empty(); node = nextNode(node))
+    {
+        check.require(node);
+    }
+}
+
+void XmlDocument::complainOfText(std::size_t offset) const
+{
+    complain(source.getOriginal().find_first_not_of(" \t\r\n", offset), "text outside the root element");
+}
+
+std::size_t XmlDocument::offsetOf(const char* text) const
+{
+    const std::less<> before;
+    if (before(text, parsed.data()) || !before(text, parsed.data() + parsed.size()))
+    {
+        throw Valdane::VdException("a text of " + name + " is not where it was");
+    }
+    return static_cast<std::size_t>(text - parsed.data());
+}
+
+// While nobody has changed a value yet.
+void XmlDocument::findContent()
+{
+    const auto text = source.getOriginal();
+    const auto root = getRootElement();
+    const auto end = text.find_first_of("/>", StartTag::read(text, offsetOf(root.name())).end);
+    hasEmptyTag = text[end] == '/';
+    if (hasEmptyTag)
+    {
+        content = {.offset = end, .length = 0};
+        return;
+    }
+    layoutAtEnd = isLayout(root.last_child()) ? root.last_child() : pugi::xml_node();
+    content.offset = end + 1;
+    content.length = (layoutAtEnd ? offsetOf(layoutAtEnd.value()) : findEndTag()) - content.offset;
+}
+
+// Where the end tag of the root starts: the last one before what follows the root.
+std::size_t XmlDocument::findEndTag() const
+{
+    const auto behind = getRootElement().next_sibling();
+    const char* const text = *behind.name() == '\0' ? behind.value() : behind.name();
+    return source.getOriginal().rfind("</", behind ? offsetOf(text) - 1 : std::string_view::npos);
+}
+
+std::string XmlDocument::getCurrent() const
+{
+    const std::size_t end = content.offset + content.length;
+    const std::size_t rest = end + (hasEmptyTag ? std::string_view("/>").size() : 0);
+    std::string text = source.getCurrent({.offset = 0, .length = end}) + (hasEmptyTag ? ">" : "");
+    for (const auto& segment : segments)
+    {
+        text += segment.source.getCurrent();
+    }
+    text += layoutAtEnd ? "" : getLineEnd();
+    text += hasEmptyTag ? std::string("</") + getRootElement().name() + ">" : "";
+    return text + source.getCurrent({.offset = rest, .length = source.getOriginal().size() - rest});
+}
+
+// What ends the line of the last module, so that the end tag stands on its own if the modules do.
+std::string XmlDocument::getLineEnd() const
+{
+    const auto text = segments.front().source.getOriginal();
+    const auto layout = text.substr(0, text.find_first_not_of(" \t\r\n"));
+    return std::string(layout.substr(0, layout.find('\n') + 1));
+}
+
+void XmlDocument::complain(std::size_t offset, const std::string& what) const
+{
+    const auto before = source.getOriginal().substr(0, offset);
+    const auto line = std::ranges::count(before, '\n') + 1;
+    const auto column = offset - (before.rfind('\n') + 1) + 1;
+    throw Valdane::VdException(name + ":" + std::to_string(line) + ":" + std::to_string(column) + ": " +
+                               what);
+}
+
+} // namespace ModelEditor

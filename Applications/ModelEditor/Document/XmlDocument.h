@@ -1,0 +1,141 @@
+#pragma once
+
+#include "Applications/ModelEditor/Document/Encoding.h"
+#include "Applications/ModelEditor/Document/SourceText.h"
+
+#include <pugixml.hpp>
+
+#include <cstddef>
+#include <list>
+#include <string>
+#include <string_view>
+
+namespace ModelEditor
+{
+
+/// The next node in document order; empty behind the last one.
+pugi::xml_node nextNode(pugi::xml_node node);
+
+/// @p node, or the first sibling behind it, that is an element; empty if none is.
+pugi::xml_node elementFrom(pugi::xml_node node);
+
+/// Whether @p node is white space that only lays out other nodes. White space that is all that an element has
+/// is its text.
+bool isLayout(pugi::xml_node node);
+
+/// An XML file in memory: its source text, and the nodes that pugixml made of it.
+///
+/// The nodes are what XPath sees, the source text is what is saved. Who changes a value changes it in both.
+///
+/// Markup can be appended to the root element. It is a source text of its own, which stands behind the last
+/// child that is no layout when the file is saved.
+///
+/// Thread: one at a time.
+class XmlDocument
+{
+public:
+    /// Parses @p bytes, the content of the file @p fileName.
+    ///
+    /// @throws VdException `<name>:<line>:<column>: <what is wrong>`, or without a place what concerns the
+    ///         whole file; std::bad_alloc.
+    XmlDocument(const std::string& bytes, const std::string& fileName);
+    ~XmlDocument();
+
+    XmlDocument(const XmlDocument&) = delete;
+    XmlDocument& operator=(const XmlDocument&) = delete;
+
+    /// What messages call it.
+    const std::string& getName() const noexcept;
+
+    pugi::xml_node getDocumentNode() const;
+    pugi::xml_node getRootElement() const;
+
+    /// The text of the file itself.
+    SourceText& getSource() noexcept;
+
+    /// Where in that text the children of the root stand, with the layout before them, without that behind
+    /// them.
+    Span getContent() const noexcept;
+
+    /// A place in the text of the file, or in one that was appended.
+    struct Place
+    {
+        SourceText& source;
+        std::size_t offset;
+    };
+
+    /// Where the text that @p text points to stands: a name, or a value that was not yet changed.
+    ///
+    /// @throws VdException if @p text points to something else.
+    /// Cost: a step for every append.
+    Place locate(const char* text);
+
+    /// Parses @p markup and appends its nodes to the root element, before the layout at its end.
+    ///
+    /// If the last child is a text, white space at the start of the markup is left out, for it would become a
+    /// part of that text.
+    ///
+    /// @param markup  part of a well-formed document, with an element, and without a text beside it that is
+    ///                no layout (not checked).
+    /// @throws std::bad_alloc, or VdException if it cannot be parsed. Nothing has changed then.
+    /// Cost: linear in the markup. Its memory is given back by removeLast(), but for one copy that the parser
+    ///       keeps as long as the document lives.
+    void append(const std::string& markup);
+
+    /// The first of the nodes that were appended last; empty if there are none.
+    pugi::xml_node getLastAppended() const noexcept;
+
+    /// Takes out what was appended last: its nodes, its source text and all replacements in it.
+    ///
+    /// @pre something was appended (not checked).
+    /// @return the markup as it was.
+    std::string removeLast() noexcept;
+
+    /// Whether values that are written have to be pure ASCII.
+    bool isAsciiOnly() const noexcept;
+
+    /// The file as it is to be saved, in the encoding that it had.
+    ///
+    /// Without changes these are the bytes that were read.
+    /// @throws VdException if the encoding lacks a character.
+    std::string toBytes() const;
+
+    /// Complains of what is at @p offset of the text of the file.
+    ///
+    /// @throws VdException `<name>:<line>:<column>: <what is wrong>`, always.
+    [[noreturn]] void complain(std::size_t offset, const std::string& what) const;
+
+private:
+    struct Segment
+    {
+        SourceText source;
+        pugi::xml_node first;
+        const char* parsed = nullptr;
+    };
+
+    void parse();
+    void requireOneRoot() const;
+    void requireNothingBehind() const;
+    [[noreturn]] void complainOfText(std::size_t offset) const;
+    void requireWellFormed() const;
+    std::size_t offsetOf(const char* text) const;
+    void findContent();
+    std::size_t findEndTag() const;
+    std::string getCurrent() const;
+    std::string getLineEnd() const;
+
+    std::string name;
+    Encoding encoding;
+    SourceText source;
+    // The parser works in place: the nodes point into this buffer.
+    std::string parsed;
+    pugi::xml_document document;
+
+    Span content;
+    bool hasEmptyTag = false;
+    pugi::xml_node layoutAtEnd;
+    // A list, because who changes values refers to the source texts.
+    std::list<Segment> segments;
+};
+
+} // namespace ModelEditor

@@ -1,0 +1,404 @@
+#include "Applications/ModelEditor/Document/XmlModel.h"
+
+#include "Applications/ModelEditor/Document/Markup.h"
+#include "Applications/ModelEditor/Document/NamedXmlObject.h"
+#include "Applications/ModelEditor/Document/SiblingKeys.h"
+#include "Applications/ModelEditor/Document/XmlChange.h"
+#include "Platform/ExceptionHandling/VdException.h"
+
+#include <cstddef>
+#include <span>
+#include <unordered_set>
+#include <utility>
+
+namespace ModelEditor
+{
+
+namespace
+{
+
+// An object whose children are being made.
+struct Level
+{
+    explicit Level(XmlObject& parent)
+        : object(parent), keys(parent.getElement()), next(elementFrom(parent.getElement().first_child()))
+    {
+    }
+
+    XmlObject& object;
+    SiblingKeys keys;
+    pugi::xml_node next;
+};
+
+// The node and the siblings behind it, those that are elements.
+std::vector<pugi::xml_node> elementsFrom(pugi::xml_node first)
+{
+    std::vector<pugi::xml_node> elements;
+    for (auto element = elementFrom(first); !element.empty(); element = elementFrom(element.next_sibling()))
+    {
+        elements.push_back(element);
+    }
+    return elements;
+}
+
+Part partOf(const std::string& attributeName)
+{
+    if (attributeName == "name")
+    {
+        return Part::Name;
+    }
+    return isAnnotationName(attributeName) ? Part::Annotation : Part::Value;
+}
+
+pugi::xpath_query compile(const std::string& xpath)
+{
+    try
+    {
+        return pugi::xpath_query(xpath.c_str());
+    }
+    catch (const pugi::xpath_exception& exception)
+    {
+        const auto& result = exception.result();
+        throw Valdane::VdException("bad XPath at character " + std::to_string(result.offset + 1) + ": " +
+                                   result.error + ": " + xpath);
+    }
+}
+
+const void* identityOf(const pugi::xpath_node& node)
+{
+    const void* const attribute = node.attribute().internal_object();
+    return attribute != nullptr ? attribute : node.node().internal_object();
+}
+
+// By a walk through the document: the library's own sort looks for nodes among their siblings once markup was
+// appended, which takes quadratic time.
+std::vector<pugi::xpath_node> inDocumentOrder(const pugi::xpath_node_set& nodes, pugi::xml_node document)
+{
+    std::unordered_set<const void*> wanted;
+    for (const auto& node : nodes)
+    {
+        wanted.insert(identityOf(node));
+    }
+    std::vector<pugi::xpath_node> ordered;
+    ordered.reserve(wanted.size());
+    for (auto node = document; node && ordered.size() < wanted.size(); node = nextNode(node))
+    {
+        if (wanted.contains(node.internal_object()))
+        {
+            ordered.emplace_back(node);
+        }
+        for (const auto attribute : node.attributes())
+        {
+            if (wanted.contains(attribute.internal_object()))
+            {
+                ordered.emplace_back(attribute, node);
+            }
+        }
+    }
+    return ordered;
+}
+
+std::vector<pugi::xpath_node> evaluate(const pugi::xpath_query& query, pugi::xml_node document)
+{
+    auto nodes = query.evaluate_node_set(document);
+    if (nodes.type() == pugi::xpath_node_set::type_unsorted)
+    {
+        return inDocumentOrder(nodes, document);
+    }
+    nodes.sort();
+    return {nodes.begin(), nodes.end()};
+}
+
+enum class Way
+{
+    Came,
+    Went,
+};
+
+std::vector<XmlChange> changesOf(const XmlObject& root, const XmlPart& part, Way way)
+{
+    std::vector<XmlChange> changes;
+    for (const auto& module : part.modules)
+    {
+        const std::optional<std::string> title = module->getTitle();
+        changes.push_back({.object = root,
+                           .value = module->getAddressStep(),
+                           .before = way == Way::Went ? title : std::nullopt,
+                           .after = way == Way::Came ? title : std::nullopt,
+                           .child = module.get()});
+    }
+    return changes;
+}
+
+} // namespace
+
+std::string Selected::getAddress() const
+{
+    std::string address = object->getAddress();
+    if (part == Part::Element || part == Part::Unsupported)
+    {
+        return address;
+    }
+    return address + "/" + object->getStep(name);
+}
+
+XmlModel::XmlModel(const std::string& bytes, const std::string& name)
+    : document(bytes, name), context{document, {}}
+{
+    const auto element = document.getRootElement();
+    root = makeObject(element.name(), element);
+    std::vector<XmlObject*> made;
+    addWithBelow(*root, made);
+    objects = ObjectsByNode(made);
+}
+
+std::shared_ptr<XmlObject> XmlModel::getRoot() const
+{
+    return root;
+}
+
+std::size_t XmlModel::getSize() const noexcept
+{
+    return objects.size();
+}
+
+Selection XmlModel::select(const std::string& xpath) const
+{
+    const auto query = compile(xpath);
+    Selection selection;
+    if (query.return_type() != pugi::xpath_type_node_set)
+    {
+        selection.value = query.evaluate_string(document.getDocumentNode());
+        return selection;
+    }
+    for (const auto& node : evaluate(query, document.getDocumentNode()))
+    {
+        if (auto selected = find(node))
+        {
+            selection.nodes.push_back(std::move(*selected));
+        }
+    }
+    return selection;
+}
+
+void XmlModel::append(XmlPart& part)
+{
+    attach(part);
+    try
+    {
+        report(changesOf(*root, part, Way::Came));
+    }
+    catch (...)
+    {
+        detach(part);
+        throw;
+    }
+}
+
+// The listener is told of what is done; if it does not take that, it is undone.
+void XmlModel::remove(XmlPart& part)
+{
+    requireLast(part);
+    const auto changes = changesOf(*root, part, Way::Went);
+    detach(part);
+    try
+    {
+        report(changes);
+    }
+    catch (...)
+    {
+        attach(part);
+        throw;
+    }
+}
+
+void XmlModel::setChangeListener(std::function<void(const XmlChange&)> listener)
+{
+    context.changed = std::move(listener);
+}
+
+std::string XmlModel::toBytes() const
+{
+    return document.toBytes();
+}
+
+// A child has its owner before there is something below it: that costs the same at every depth.
+void XmlModel::addWithBelow(XmlObject& top, std::vector<XmlObject*>& made) const
+{
+    made.push_back(&top);
+    std::vector<Level> open;
+    open.emplace_back(top);
+    while (!open.empty())
+    {
+        const auto element = open.back().next;
+        if (element.empty())
+        {
+            open.pop_back();
+            continue;
+        }
+        open.back().next = elementFrom(element.next_sibling());
+        auto owned = makeObject(open.back().keys.next(element.name()), element);
+        auto& child = *owned;
+        open.back().object.addChild(std::move(owned));
+        made.push_back(&child);
+        if (!element.first_child().empty())
+        {
+            open.emplace_back(child);
+        }
+    }
+}
+
+std::shared_ptr<XmlObject> XmlModel::makeObject(std::string key, pugi::xml_node element) const
+{
+    if (!element.attribute("name").empty())
+    {
+        return std::make_shared<NamedXmlObject>(std::move(key), context, element);
+    }
+    return std::make_shared<XmlObject>(std::move(key), context, element);
+}
+
+void XmlModel::attach(XmlPart& part)
+{
+    root->settleTexts();
+    document.append(part.markup);
+    const bool isNew = part.modules.empty();
+    try
+    {
+        isNew ? makeModules(part) : bindObjects(part);
+        for (const auto& module : part.modules)
+        {
+            root->addChild(module);
+        }
+    }
+    catch (...)
+    {
+        detach(part);
+        if (isNew)
+        {
+            part.objects.clear();
+            part.modules.clear();
+        }
+        throw;
+    }
+    part.markup = {};
+}
+
+void XmlModel::makeModules(XmlPart& part)
+{
+    const auto all = elementsFrom(root->getElement().first_child());
+    const auto nodes = elementsFrom(document.getLastAppended());
+    SiblingKeys keys(root->getElement());
+    for (const auto old : std::span(all).first(all.size() - nodes.size()))
+    {
+        keys.next(old.name());
+    }
+    for (const auto node : nodes)
+    {
+        part.modules.push_back(makeObject(keys.next(node.name()), node));
+        addWithBelow(*part.modules.back(), part.objects);
+    }
+    for (auto* const object : part.objects)
+    {
+        objects.add(*object);
+    }
+}
+
+void XmlModel::bindObjects(const XmlPart& part)
+{
+    auto object = part.objects.begin();
+    for (auto node = document.getLastAppended(); node; node = nextNode(node))
+    {
+        if (node.type() == pugi::node_element)
+        {
+            (*object)->bind(node);
+            objects.add(**object);
+            ++object;
+        }
+    }
+}
+
+// Also what was attached only in part. Goes by the nodes, which takes no memory.
+void XmlModel::detach(XmlPart& part) noexcept
+{
+    for (const auto& module : part.modules)
+    {
+        if (module->getOwner() == root)
+        {
+            root->removeChild(module->getKey());
+        }
+    }
+    for (auto node = document.getLastAppended(); node; node = nextNode(node))
+    {
+        objects.remove(node);
+    }
+    for (auto* const object : part.objects)
+    {
+        object->bind({});
+    }
+    part.markup = document.removeLast();
+}
+
+void XmlModel::requireLast(const XmlPart& part) const
+{
+    const auto nodes = elementsFrom(document.getLastAppended());
+    if (nodes.empty() || part.modules.empty() || part.modules.front()->getElement() != nodes.front())
+    {
+        throw Valdane::VdException("the modules are not the last that were appended to " +
+                                   document.getName());
+    }
+}
+
+void XmlModel::report(const std::vector<XmlChange>& changes) const
+{
+    for (const auto& change : changes)
+    {
+        if (context.changed)
+        {
+            context.changed(change);
+        }
+    }
+}
+
+std::optional<Selected> XmlModel::find(const pugi::xpath_node& node) const
+{
+    const auto objectOf = [this](pugi::xml_node element)
+    {
+        auto* const found = objects.find(element);
+        return std::static_pointer_cast<XmlObject>(
+            (found == nullptr ? root.get() : found)->shared_from_this());
+    };
+    if (const auto attribute = node.attribute())
+    {
+        if (node.parent().type() != pugi::node_element)
+        {
+            return std::nullopt; // of the declaration, which is no node to XPath
+        }
+        const std::string name = attribute.name();
+        return Selected{
+            .object = objectOf(node.parent()), .part = partOf(name), .name = name, .text = attribute.value()};
+    }
+    switch (node.node().type())
+    {
+    case pugi::node_document:
+    case pugi::node_element:
+        return Selected{.object = objectOf(node.node()), .part = Part::Element, .name = {}, .text = {}};
+    case pugi::node_pcdata:
+    case pugi::node_cdata:
+    {
+        const auto object = objectOf(node.node().parent());
+        const auto name = object->getTextName(node.node());
+        return name.empty()
+                   ? std::nullopt
+                   : std::optional(Selected{
+                         .object = object, .part = Part::Value, .name = name, .text = node.node().value()});
+    }
+    case pugi::node_declaration:
+    case pugi::node_doctype:
+        return std::nullopt;
+    default:
+        return Selected{
+            .object = objectOf(node.node().parent()), .part = Part::Unsupported, .name = {}, .text = {}};
+    }
+}
+
+} // namespace ModelEditor

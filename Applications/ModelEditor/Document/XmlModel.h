@@ -1,0 +1,130 @@
+#pragma once
+
+#include "Applications/ModelEditor/Document/ObjectsByNode.h"
+#include "Applications/ModelEditor/Document/XmlDocument.h"
+#include "Applications/ModelEditor/Document/XmlObject.h"
+
+#include <pugixml.hpp>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ModelEditor
+{
+
+struct XmlChange;
+
+/// What of an element an XPath has selected.
+enum class Part
+{
+    Element,
+    Name,        ///< its attribute `name`
+    Value,       ///< an attribute that is described, or a text
+    Annotation,  ///< a namespaced attribute
+    Unsupported, ///< a comment or a processing instruction
+};
+
+/// One node that an XPath has selected.
+struct Selected
+{
+    std::shared_ptr<XmlObject> object; ///< the element, or the one that the node belongs to; never empty
+    Part part = Part::Element;
+    std::string name; ///< of the attribute
+    std::string text; ///< its present value
+
+    /// An absolute XPath that selects it.
+    std::string getAddress() const;
+};
+
+/// What an XPath gives: nodes, or a number, a text or a truth value.
+struct Selection
+{
+    std::vector<Selected> nodes;
+    std::optional<std::string> value;
+};
+
+/// Modules that can be appended to a model and taken out of it again. They keep their objects.
+struct XmlPart
+{
+    std::string markup; ///< while they are out: what to append, see XmlDocument::append()
+
+    std::vector<std::shared_ptr<XmlObject>> modules{}; ///< empty until they are appended for the first time
+    std::vector<XmlObject*> objects{};                 ///< the modules and all below them, in document order
+};
+
+/// An XML file as a parameter tree.
+///
+/// Every element is an XmlObject, those with an attribute `name` are NamedXmlObjects. The children of the
+/// root are the modules of the model. Modules can be appended and taken out, last in, first out. The objects
+/// are made at once, about 300 bytes for each, all else when it is asked for.
+///
+/// Ownership: owns document and objects; objects that outlive it must not be used.
+/// Thread: the application's main thread only.
+class XmlModel
+{
+public:
+    /// @param bytes  the content of a file. @param name  what messages call it.
+    /// @throws VdException `<name>:<line>:<column>: <what is wrong>` if it is malformed; std::bad_alloc.
+    XmlModel(const std::string& bytes, const std::string& name);
+
+    XmlModel(const XmlModel&) = delete;
+    XmlModel& operator=(const XmlModel&) = delete;
+
+    std::shared_ptr<XmlObject> getRoot() const;
+
+    /// The number of elements.
+    std::size_t getSize() const noexcept;
+
+    /// What @p xpath selects, in document order, without white space that is only layout.
+    ///
+    /// @throws VdException `bad XPath: ...` with the place of the mistake.
+    Selection select(const std::string& xpath) const;
+
+    /// Appends the modules of @p part, as new objects or, if it was part of the model before, as those it
+    /// had.
+    ///
+    /// The change listener is told of every module.
+    /// @pre the part is not in the model (not checked).
+    /// @throws what XmlDocument::append() and the listener throw; std::bad_alloc. Nothing has changed then.
+    /// Cost: linear in the part; the first time also in the number of modules of the model.
+    void append(XmlPart& part);
+
+    /// Takes the modules of @p part out, and with them whatever was changed in them. Until they are appended
+    /// again, their objects have no element.
+    ///
+    /// The change listener is told of every module.
+    /// @throws VdException if they were not appended last; what the listener throws; std::bad_alloc. Nothing
+    ///         has changed then, except that the listener's exception costs what was changed in the modules.
+    /// Cost: linear in the part.
+    void remove(XmlPart& part);
+
+    /// Has @p listener called after every change of a value, and when modules have come or gone; an empty
+    /// function ends that.
+    void setChangeListener(std::function<void(const XmlChange&)> listener);
+
+    /// The file as it is to be saved; without changes the bytes that were read.
+    ///
+    /// @throws VdException if the file's encoding lacks a character.
+    std::string toBytes() const;
+
+private:
+    void addWithBelow(XmlObject& top, std::vector<XmlObject*>& made) const;
+    std::shared_ptr<XmlObject> makeObject(std::string key, pugi::xml_node element) const;
+    void attach(XmlPart& part);
+    void makeModules(XmlPart& part);
+    void bindObjects(const XmlPart& part);
+    void detach(XmlPart& part) noexcept;
+    void requireLast(const XmlPart& part) const;
+    void report(const std::vector<XmlChange>& changes) const;
+    std::optional<Selected> find(const pugi::xpath_node& node) const;
+
+    XmlDocument document;
+    XmlContext context;
+    std::shared_ptr<XmlObject> root;
+    ObjectsByNode objects;
+};
+
+} // namespace ModelEditor

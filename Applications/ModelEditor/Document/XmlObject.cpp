@@ -1,0 +1,402 @@
+#include "Applications/ModelEditor/Document/XmlObject.h"
+
+#include "Applications/ModelEditor/Document/Annotations.h"
+#include "Applications/ModelEditor/Document/Markup.h"
+#include "Applications/ModelEditor/Document/ValueText.h"
+#include "Applications/ModelEditor/Document/XmlChange.h"
+#include "Applications/ModelEditor/Document/XmlDocument.h"
+#include "Applications/ModelEditor/Document/XmlValue.h"
+#include "Platform/ExceptionHandling/VdException.h"
+#include "Platform/Parameterization/AttributeDescription.h"
+#include "Platform/Parameterization/DynamicAttributeCollection.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+
+namespace ModelEditor
+{
+
+namespace
+{
+
+using Valdane::AttributeDescription;
+using Valdane::AttributeDescriptionBase;
+
+template <typename T>
+bool is(const AttributeDescriptionBase& description)
+{
+    return dynamic_cast<const AttributeDescription<T>*>(&description) != nullptr;
+}
+
+ValueType typeOfDescription(const AttributeDescriptionBase& description)
+{
+    if (is<int>(description))
+    {
+        return ValueType::Int;
+    }
+    if (is<unsigned int>(description))
+    {
+        return ValueType::UnsignedInt;
+    }
+    if (is<double>(description))
+    {
+        return ValueType::Double;
+    }
+    return is<bool>(description) ? ValueType::Bool : ValueType::String;
+}
+
+using Valdane::AttributeDescription;
+using Valdane::AttributeDescriptionBase;
+using Valdane::DynamicAttributeCollection;
+
+bool isText(pugi::xml_node node)
+{
+    return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+}
+
+std::optional<std::string> nameOf(pugi::xml_node element)
+{
+    const auto name = element.attribute("name");
+    return name ? std::optional<std::string>(name.value()) : std::nullopt;
+}
+
+} // namespace
+
+// The texts of an element that are no layout, and the number that XPath gives each: it counts layout, too.
+struct XmlObject::Texts
+{
+    std::vector<pugi::xml_node> nodes;
+    std::unordered_map<const void*, std::size_t> numbers;
+
+    std::size_t numberOf(pugi::xml_node node) const
+    {
+        return numbers.at(node.internal_object());
+    }
+};
+
+// What was found out because somebody asked for it.
+struct XmlObject::Findings
+{
+    std::optional<Texts> texts;
+    std::map<std::string, XmlValue> values;
+    std::optional<Annotations> annotations;
+};
+
+XmlObject::XmlObject(std::string key, const XmlContext& shared, pugi::xml_node node)
+    : Object(std::move(key)), context(shared), element(node)
+{
+}
+
+XmlObject::~XmlObject() = default;
+
+pugi::xml_node XmlObject::getElement() const noexcept
+{
+    return element;
+}
+
+void XmlObject::bind(pugi::xml_node node) noexcept
+{
+    findings.reset();
+    element = node;
+}
+
+std::string XmlObject::getAddress() const
+{
+    std::vector<std::string> steps{getAddressStep()};
+    for (auto object = getOwner(); object != nullptr; object = object->getOwner())
+    {
+        steps.push_back(static_cast<const XmlObject&>(*object).getAddressStep());
+    }
+    std::string address;
+    for (auto step = steps.rbegin(); step != steps.rend(); ++step)
+    {
+        address += "/" + *step;
+    }
+    return address;
+}
+
+// A key without a number was made when there was no sibling of the same tag; since then one may have come.
+std::string XmlObject::getAddressStep() const
+{
+    const auto above = getOwner();
+    const bool isFirstOfMany = above != nullptr && above->findChild(getKey() + "[2]") != nullptr;
+    return isFirstOfMany ? getKey() + "[1]" : getKey();
+}
+
+void XmlObject::settleTexts()
+{
+    (void)getTexts();
+}
+
+std::string XmlObject::getTitle() const
+{
+    std::string tag = element.name();
+    if (const auto name = nameOf(element))
+    {
+        return tag + " " + *name;
+    }
+    for (auto node = element.parent(); !node.parent().parent().empty(); node = node.parent())
+    {
+        if (const auto name = nameOf(node))
+        {
+            return tag + " of " + node.name() + " " + *name;
+        }
+    }
+    return tag;
+}
+
+std::string XmlObject::getTextName(pugi::xml_node textNode)
+{
+    const auto& all = getTexts();
+    if (!all.numbers.contains(textNode.internal_object()))
+    {
+        return {};
+    }
+    return textNode == all.nodes.front() ? "text()"
+                                         : "text()[" + std::to_string(all.numberOf(textNode)) + "]";
+}
+
+std::vector<std::string> XmlObject::getAttributeNames()
+{
+    std::vector<std::string> names;
+    for (const auto attribute : element.attributes())
+    {
+        if (isPlainAttribute(attribute.name()))
+        {
+            names.emplace_back(attribute.name());
+        }
+    }
+    for (const auto text : getTexts().nodes)
+    {
+        names.push_back(getTextName(text));
+    }
+    return names;
+}
+
+std::string XmlObject::getStep(const std::string& name)
+{
+    if (!name.starts_with("text()"))
+    {
+        return "@" + name;
+    }
+    const auto& all = getTexts();
+    return all.nodes.size() > 1 && name == "text()"
+               ? name + "[" + std::to_string(all.numberOf(all.nodes.front())) + "]"
+               : name;
+}
+
+std::string XmlObject::getText(const std::string& name)
+{
+    return isPlainAttribute(name) && element.attribute(name.c_str()) ? element.attribute(name.c_str()).value()
+                                                                     : findTextNode(name).value();
+}
+
+bool XmlObject::isPlainAttribute(const std::string& name)
+{
+    return name != "name" && !isAnnotationName(name) && !isNamespaceDeclaration(name);
+}
+
+std::shared_ptr<AttributeDescriptionBase> XmlObject::getAttributeDescription(const std::string& name)
+{
+    auto description = Object::getAttributeDescription(name);
+    const auto* value = description == nullptr && isPlainAttribute(name) ? findValue(name) : nullptr;
+    if (value == nullptr)
+    {
+        return description;
+    }
+    switch (typeOf(value->getOriginal()))
+    {
+    case ValueType::Int:
+        return describe<int>(name);
+    case ValueType::UnsignedInt:
+        return describe<unsigned int>(name);
+    case ValueType::Double:
+        return describe<double>(name);
+    case ValueType::Bool:
+        return describe<bool>(name);
+    default:
+        return describe<std::string>(name);
+    }
+}
+
+std::shared_ptr<DynamicAttributeCollection> XmlObject::getDynamicAttributeCollection()
+{
+    return requireAnnotations().get();
+}
+
+void XmlObject::setDynamicAttributeCollection(std::shared_ptr<DynamicAttributeCollection> collection)
+{
+    auto& all = requireAnnotations();
+    const auto before = all.get();
+    all.set(collection);
+    if (!context.changed)
+    {
+        return;
+    }
+    try
+    {
+        reportAnnotations(before, collection);
+    }
+    catch (...)
+    {
+        all.set(before);
+        throw;
+    }
+}
+
+void XmlObject::reportAnnotations(const std::shared_ptr<DynamicAttributeCollection>& before,
+                                  const std::shared_ptr<DynamicAttributeCollection>& after) const
+{
+    const DynamicAttributeCollection none;
+    const auto& old = before == nullptr ? none : *before;
+    const auto& now = after == nullptr ? none : *after;
+    for (const auto& entry : old)
+    {
+        const auto text = now.get(entry.name);
+        if (text != entry.text)
+        {
+            context.changed(
+                {.object = *this, .value = "@" + entry.name, .before = entry.text, .after = text});
+        }
+    }
+    for (const auto& entry : now)
+    {
+        if (!old.get(entry.name))
+        {
+            context.changed(
+                {.object = *this, .value = "@" + entry.name, .before = std::nullopt, .after = entry.text});
+        }
+    }
+}
+
+void XmlObject::change(const ValueName& which, const std::string& text)
+{
+    auto& value = requireValue(which.name);
+    const std::string before = value.getText();
+    value.setText(text);
+    if (!context.changed || before == text)
+    {
+        return;
+    }
+    try
+    {
+        context.changed({.object = *this, .value = which.step, .before = before, .after = text});
+    }
+    catch (...)
+    {
+        value.setText(before);
+        throw;
+    }
+}
+
+// Looks the value up on every use: the description outlives it when the element goes and comes back.
+template <typename T>
+std::shared_ptr<AttributeDescriptionBase> XmlObject::describe(const std::string& name)
+{
+    auto description = std::make_shared<AttributeDescription<T>>(
+        name, [this, name] { return valueOf<T>(requireValue(name).getText()).value(); },
+        [this, which = ValueName{.name = name, .step = getStep(name)}](const T& to)
+        { change(which, textLike(requireValue(which.name).getOriginal(), to)); });
+    addAttributeDescription(description);
+    return description;
+}
+
+XmlValue* XmlObject::findValue(const std::string& name)
+{
+    auto& values = requireFindings().values;
+    const auto found = values.find(name);
+    if (found != values.end())
+    {
+        return &found->second;
+    }
+    if (const auto attribute = element.attribute(name.c_str()))
+    {
+        return &values.try_emplace(name, context.document, attribute).first->second;
+    }
+    const auto textNode = findTextNode(name);
+    return textNode ? &values.try_emplace(name, context.document, textNode).first->second : nullptr;
+}
+
+XmlValue& XmlObject::requireValue(const std::string& name)
+{
+    auto* const value = findValue(name);
+    if (value == nullptr)
+    {
+        throw Valdane::VdException("there is no " + name + " at " + getAddress());
+    }
+    return *value;
+}
+
+// The nodes stand in the order of their numbers.
+pugi::xml_node XmlObject::findTextNode(const std::string& name)
+{
+    const auto& all = getTexts();
+    if (name == "text()")
+    {
+        return all.nodes.empty() ? pugi::xml_node() : all.nodes.front();
+    }
+    constexpr std::string_view start = "text()[";
+    std::size_t number = 0;
+    if (name.starts_with(start))
+    {
+        std::from_chars(name.data() + start.size(), name.data() + name.size(), number);
+    }
+    const auto found = std::ranges::lower_bound(all.nodes, number, {},
+                                                [&](pugi::xml_node node) { return all.numberOf(node); });
+    return found != all.nodes.end() && getTextName(*found) == name ? *found : pugi::xml_node();
+}
+
+// Found before anybody can change one, so that what is layout stays so.
+const XmlObject::Texts& XmlObject::getTexts()
+{
+    auto& texts = requireFindings().texts;
+    if (!texts)
+    {
+        Texts found;
+        std::size_t number = 0;
+        for (const auto node : element.children())
+        {
+            number += isText(node) ? 1 : 0;
+            if (isText(node) && !isLayout(node))
+            {
+                found.nodes.push_back(node);
+                found.numbers.emplace(node.internal_object(), number);
+            }
+        }
+        texts = std::move(found);
+    }
+    return *texts;
+}
+
+Annotations& XmlObject::requireAnnotations()
+{
+    auto& annotations = requireFindings().annotations;
+    if (!annotations)
+    {
+        annotations.emplace(context.document, element);
+    }
+    return *annotations;
+}
+
+XmlObject::Findings& XmlObject::requireFindings()
+{
+    if (findings == nullptr)
+    {
+        findings = std::make_unique<Findings>();
+    }
+    return *findings;
+}
+
+std::string typeNameOf(XmlObject& object, const std::string& name)
+{
+    const auto description = object.getAttributeDescription(name);
+    return description == nullptr ? std::string() : std::string(nameOf(typeOfDescription(*description)));
+}
+
+} // namespace ModelEditor

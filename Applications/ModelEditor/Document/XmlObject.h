@@ -1,0 +1,141 @@
+#pragma once
+
+#include "Platform/Parameterization/Object.h"
+
+#include <pugixml.hpp>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace ModelEditor
+{
+
+class Annotations;
+class XmlDocument;
+class XmlValue;
+struct XmlChange;
+
+/// What the objects of one model share.
+struct XmlContext
+{
+    XmlDocument& document;
+    /// Called after every change of a value; may be empty.
+    std::function<void(const XmlChange&)> changed;
+};
+
+/// An element of a model as an object of the parameter tree.
+///
+/// Its key is its tag, followed by its number among the siblings of the same tag where there are several:
+/// `mass`, `link[2]`. It stays the same when siblings come and go: they come behind the others, so that
+/// `mass` may get a sibling `mass[2]`.
+///
+/// The element may go, and come back as another node with the same markup: see bind().
+///
+/// Its attributes are described when they are asked for:
+/// - every XML attribute except `name`, namespaced ones and namespace declarations, under its name;
+/// - its first text (or CDATA section) as `text()`, further ones as `text()[n]`, where n is XPath's number.
+///   White space that only lays out other nodes is no text.
+/// The type is that of the text when the description is made (see typeOf); it stays the same whatever is set.
+/// Undoing every change gives back the very characters that were read.
+///
+/// Its namespaced attributes, namespace declarations aside, are its dynamic attributes.
+///
+/// Ownership: refers to the context, which must live longer than any operation that is called here.
+/// Thread: the application's main thread only.
+class XmlObject : public Valdane::Object
+{
+public:
+    XmlObject(std::string key, const XmlContext& shared, pugi::xml_node node);
+    ~XmlObject() override;
+
+    /// Empty while the element is gone.
+    pugi::xml_node getElement() const noexcept;
+
+    /// Makes @p node the element, and forgets all that was found out about the one before.
+    ///
+    /// @param node  one that has the same markup as the one before had at first; empty if the element goes.
+    void bind(pugi::xml_node node) noexcept;
+
+    /// An absolute XPath that selects the element, and nothing else at this time: `/robot/link[2]/mass`.
+    std::string getAddress() const;
+
+    /// The last step of that address.
+    std::string getAddressStep() const;
+
+    /// Finds the texts now, so that what is one stays one when the element gets further children.
+    void settleTexts();
+
+    /// How a person would call it: `link base_link`; without a name of its own `mass of link base_link`, if
+    /// an element around it has one.
+    std::string getTitle() const;
+
+    /// The name of the attribute that describes @p textNode, a child of the element; empty for layout.
+    std::string getTextName(pugi::xml_node textNode);
+
+    /// The names of all attributes that are described, in the order of the file, texts last.
+    std::vector<std::string> getAttributeNames();
+
+    /// The XPath step from the element to its attribute or text @p name, which selects nothing else.
+    std::string getStep(const std::string& name);
+
+    /// The present text of the value that is described as @p name; empty if there is none.
+    std::string getText(const std::string& name);
+
+    /// Whether the attribute @p name is described, unless it is a text: plain attributes are.
+    static bool isPlainAttribute(const std::string& name);
+
+    std::shared_ptr<Valdane::AttributeDescriptionBase>
+    getAttributeDescription(const std::string& name) override;
+
+    std::shared_ptr<Valdane::DynamicAttributeCollection> getDynamicAttributeCollection() override;
+
+    /// Writes the attributes to the XML as well: those that the file has in their places, others at the end
+    /// of the tag.
+    ///
+    /// A collection must not change once it is set; copy it, and set the copy.
+    /// @throws VdException if a name is not `prefix:name` or XML cannot hold a text; what the listener throws;
+    ///         std::bad_alloc. Nothing has changed then.
+    void
+    setDynamicAttributeCollection(std::shared_ptr<Valdane::DynamicAttributeCollection> collection) override;
+
+protected:
+    /// A value as the object and an XPath know it.
+    struct ValueName
+    {
+        std::string name;
+        std::string step;
+    };
+
+    /// Sets the value to @p text and reports the change.
+    ///
+    /// @throws VdException if there is no such value or XML cannot hold @p text; what the listener throws;
+    ///         std::bad_alloc. Nothing has changed then.
+    void change(const ValueName& which, const std::string& text);
+
+private:
+    struct Findings;
+    struct Texts;
+
+    template <typename T>
+    std::shared_ptr<Valdane::AttributeDescriptionBase> describe(const std::string& name);
+    pugi::xml_node findTextNode(const std::string& name);
+    XmlValue* findValue(const std::string& name);
+    XmlValue& requireValue(const std::string& name);
+    const Texts& getTexts();
+    Annotations& requireAnnotations();
+    void reportAnnotations(const std::shared_ptr<Valdane::DynamicAttributeCollection>& before,
+                           const std::shared_ptr<Valdane::DynamicAttributeCollection>& after) const;
+    Findings& requireFindings();
+
+    const XmlContext& context;
+    pugi::xml_node element;
+    std::unique_ptr<Findings> findings;
+};
+
+/// What C++ calls the type of the attribute @p name of @p object; empty if it is not described.
+std::string typeNameOf(XmlObject& object, const std::string& name);
+
+} // namespace ModelEditor

@@ -1,0 +1,74 @@
+#include "Applications/ModelEditor/Edits/AnnotateCmd.h"
+
+#include "Platform/ExceptionHandling/VdException.h"
+#include "Platform/Parameterization/DynamicAttributeCollection.h"
+#include "Platform/Parameterization/Object.h"
+
+#include <utility>
+
+namespace ModelEditor
+{
+
+using Valdane::DynamicAttributeCollection;
+using Valdane::Object;
+
+AnnotateCmd::AnnotateCmd(const std::shared_ptr<Object>& object, std::string attributeName,
+                         std::string attributeText, std::string commandDescription)
+    : CommandBase(std::move(commandDescription)),
+      root(object->getRootObjectAlt()),
+      path(object->getPath(Valdane::RequestedPathType::FromRoot)),
+      name(std::move(attributeName)),
+      text(std::move(attributeText))
+{
+}
+
+AnnotateCmd::~AnnotateCmd() = default;
+
+void AnnotateCmd::execute()
+{
+    const auto object = findObject();
+    const auto present = object->getDynamicAttributeCollection();
+    const auto changed = present == nullptr ? std::make_shared<DynamicAttributeCollection>()
+                                            : std::make_shared<DynamicAttributeCollection>(*present);
+    changed->set(name, text);
+    put(*object, changed);
+    previous = present;
+}
+
+void AnnotateCmd::undo()
+{
+    put(*findObject(), previous);
+    previous.reset();
+}
+
+std::shared_ptr<Object> AnnotateCmd::findObject() const
+{
+    const auto tree = root.lock();
+    auto object =
+        tree == nullptr ? nullptr : tree->getObject(path, Valdane::GetObjectBehavior::EmptyIfMissing);
+    if (object == nullptr)
+    {
+        throw Valdane::VdException("there is no object at " + path.toString());
+    }
+    return object;
+}
+
+void AnnotateCmd::put(Object& object, std::shared_ptr<DynamicAttributeCollection> collection)
+{
+    const auto before = object.getDynamicAttributeCollection();
+    object.setDynamicAttributeCollection(std::move(collection));
+    try
+    {
+        if (const auto owner = object.getOwner())
+        {
+            owner->emitSigChanged();
+        }
+    }
+    catch (...)
+    {
+        object.setDynamicAttributeCollection(before);
+        throw;
+    }
+}
+
+} // namespace ModelEditor

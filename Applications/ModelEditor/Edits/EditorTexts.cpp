@@ -1,0 +1,134 @@
+#include "Applications/ModelEditor/Edits/EditorTexts.h"
+
+#include "Applications/ModelEditor/Document/XmlChange.h"
+#include "Applications/ModelEditor/Document/XmlObject.h"
+#include "Applications/ModelEditor/Edits/Words.h"
+
+namespace ModelEditor
+{
+
+namespace
+{
+
+constexpr std::size_t longest = 60;
+
+std::string several(const std::string& xpath, std::size_t count)
+{
+    return brief(xpath) + " (" + plural(count, "node") + ")";
+}
+
+} // namespace
+
+// Never cut within a UTF-8 sequence.
+std::string brief(std::string_view text)
+{
+    if (text.size() <= longest)
+    {
+        return shown(text);
+    }
+    std::size_t end = longest;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80)
+    {
+        --end;
+    }
+    return shown(text.substr(0, end)) + "...";
+}
+
+std::string plural(std::uint64_t count, const std::string& noun)
+{
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+const std::string recordingHeader = "# Recorded by model-editor, to be played on the model as it was then.\n";
+
+const std::string_view editingHelp = R"(
+An XPATH says which: //link[@name='tool0'], //mass/@value (an attribute), //plugin/text() (a text).
+An edit of several nodes is one step; if one of them cannot be edited, none is. Values have the type
+of the text that they had when the model was opened.
+
+What follows group, up to end, becomes one step; undo and redo stay within it until then. A line that
+fails inside, whatever the reason, undoes the group and ends it.
+
+An edit after merge is done at once and becomes one step with the next edit. If something else comes
+first that needs a finished step (undo, redo, scale, check, import, save, export, limit, group, end,
+record, stop), then what was merged so far is a step of its own. As after every edit, there is nothing to
+redo then.
+
+What is done between record and stop can be undone step by step up to stop, and is one step then. The
+script has what was not undone: played on the model as it was at record, it makes of it the model as
+it was at stop. If values were edited before record, types can differ, though: what was x when the model
+was opened, and 3.5 at record, takes numbers only when it is opened again, and writes 1.0 for 1.
+
+scale and check work on another thread. At a terminal lines can be typed meanwhile: status, abort and
+help; Ctrl-C aborts, too. In a script the line is over when the work is. What fails or is aborted has
+changed nothing.
+
+The modules of a model are the elements below its root; the root stands for its own values, and for what
+modules there are. A module is modified if it differs from the last save (or export); before the first
+one, from the file as it was opened. Undoing back to what was saved makes it unmodified; changing it back by
+another edit does not. tree marks modified modules with *.
+
+Words with blanks, quotes, backslashes or a # at the start stand in single or double quotes. A backslash
+before a character takes it as it is; in double quotes only before \" and \\, in single quotes never. The
+rest of a line after a # that starts a word is a comment.
+)";
+
+std::string describeSet(const XmlObject& object, const std::string& attribute, const std::string& value)
+{
+    const std::string what = attribute.starts_with("text()") ? "text" : attribute;
+    return "Set " + what + " of " + brief(object.getTitle()) + " to " + brief(value);
+}
+
+std::string describeRename(const XmlObject& object, const std::string& name)
+{
+    return "Rename " + brief(object.getTitle()) + " to " + brief(name);
+}
+
+std::string describeAnnotate(const XmlObject& object, const std::string& name, const std::string& text)
+{
+    return "Annotate " + brief(object.getTitle()) + " with " + name + " = " + brief(text);
+}
+
+std::string describeClear(const XmlObject& object)
+{
+    return "Clear annotations of " + brief(object.getTitle());
+}
+
+std::string describeSetOfSeveral(const std::string& xpath, std::size_t count, const std::string& value)
+{
+    return "Set " + several(xpath, count) + " to " + brief(value);
+}
+
+std::string describeRenameOfSeveral(const std::string& xpath, std::size_t count, const std::string& name)
+{
+    return "Rename " + several(xpath, count) + " to " + brief(name);
+}
+
+std::string describeAnnotateOfSeveral(const std::string& xpath, std::size_t count, const std::string& name,
+                                      const std::string& text)
+{
+    return "Annotate " + several(xpath, count) + " with " + name + " = " + brief(text);
+}
+
+std::string describeClearOfSeveral(const std::string& xpath, std::size_t count)
+{
+    return "Clear annotations of " + several(xpath, count);
+}
+
+std::string noteUndeclared(const std::string& prefix)
+{
+    return "  note: there is no xmlns:" + prefix + " around it; programs that know namespaces want one\n";
+}
+
+std::string describeChange(const XmlChange& change)
+{
+    const std::string place = change.object.getAddress() + "/" + change.value + ": ";
+    if (!change.before)
+    {
+        return place + "added " + brief(change.after.value_or(""));
+    }
+    return place + (change.after ? brief(*change.before) + " -> " + brief(*change.after)
+                                 : "removed " + brief(*change.before));
+}
+
+} // namespace ModelEditor

@@ -1,0 +1,127 @@
+#include "Applications/ModelEditor/Edits/Edits.h"
+
+#include "Applications/ModelEditor/Document/Markup.h"
+#include "Applications/ModelEditor/Document/NamedXmlObject.h"
+#include "Applications/ModelEditor/Document/Nodes.h"
+#include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Applications/ModelEditor/Edits/AnnotateCmd.h"
+#include "Applications/ModelEditor/Edits/EditorTexts.h"
+#include "Applications/ModelEditor/Edits/SetValue.h"
+#include "Applications/ModelEditor/Edits/Words.h"
+#include "Platform/ExceptionHandling/VdException.h"
+#include "Platform/Parameterization/DynamicAttributeCollection.h"
+#include "Service/CommandPattern/ClearDynamicAttributesCmd.h"
+#include "Service/CommandPattern/CommandBase.h"
+#include "Service/CommandPattern/MacroCommand.h"
+#include "Service/CommandPattern/SetNameCmd.h"
+
+#include <algorithm>
+
+namespace ModelEditor
+{
+
+namespace
+{
+
+using Valdane::CommandBase;
+using Valdane::MacroCommand;
+using Valdane::VdException;
+
+// The command itself for one node, a macro for several.
+template <typename Make>
+std::shared_ptr<CommandBase> forAll(const std::vector<Selected>& nodes, const std::string& description,
+                                    const Make& make)
+{
+    if (nodes.size() == 1)
+    {
+        return make(nodes.front());
+    }
+    auto macro = std::make_shared<MacroCommand>(description);
+    for (const auto& node : nodes)
+    {
+        macro->addCommand(make(node));
+    }
+    return macro;
+}
+
+bool isDeclaredAt(pugi::xml_node element, const std::string& prefix)
+{
+    const std::string declaration = "xmlns:" + prefix;
+    bool isDeclared = prefix == "xml";
+    for (; element && !isDeclared; element = element.parent())
+    {
+        isDeclared = !element.attribute(declaration.c_str()).empty();
+    }
+    return isDeclared;
+}
+
+} // namespace
+
+Edit makeSet(const XmlModel& model, const std::vector<std::string>& arguments)
+{
+    const auto& xpath = arguments[0];
+    const auto& text = arguments[1];
+    const auto nodes = requireNodes(model, xpath);
+    const auto make = [&](const Selected& node)
+    {
+        return makeSetCommand(node, text);
+    };
+    return {.command = forAll(nodes, describeSetOfSeveral(xpath, nodes.size(), text), make), .note = {}};
+}
+
+Edit makeRename(const XmlModel& model, const std::vector<std::string>& arguments)
+{
+    const auto& xpath = arguments[0];
+    const auto& name = arguments[1];
+    const auto nodes = requireNodes(model, xpath);
+    const auto make = [&](const Selected& node)
+    {
+        const auto object = requireElement(node);
+        if (dynamic_cast<NamedXmlObject*>(object.get()) == nullptr)
+        {
+            throw VdException(object->getAddress() + " has no attribute name");
+        }
+        return std::make_shared<Valdane::SetNameCmd>(object, name, describeRename(*object, name));
+    };
+    return {.command = forAll(nodes, describeRenameOfSeveral(xpath, nodes.size(), name), make), .note = {}};
+}
+
+Edit makeAnnotate(const XmlModel& model, const std::vector<std::string>& arguments)
+{
+    const auto& xpath = arguments[0];
+    const auto& name = arguments[1];
+    const auto& text = arguments[2];
+    if (!isAnnotationName(name))
+    {
+        throw VdException(shown(name) + " is not a name of the form prefix:name");
+    }
+    const auto nodes = requireNodes(model, xpath);
+    const auto make = [&](const Selected& node)
+    {
+        const auto object = requireElement(node);
+        return std::make_shared<AnnotateCmd>(object, name, text, describeAnnotate(*object, name, text));
+    };
+    auto command = forAll(nodes, describeAnnotateOfSeveral(xpath, nodes.size(), name, text), make);
+    const std::string prefix = name.substr(0, name.find(':'));
+    const bool isDeclared = std::ranges::all_of(nodes, [&](const Selected& node)
+                                                { return isDeclaredAt(node.object->getElement(), prefix); });
+    return {.command = std::move(command), .note = isDeclared ? "" : noteUndeclared(prefix)};
+}
+
+Edit makeClearAnnotations(const XmlModel& model, const std::vector<std::string>& arguments)
+{
+    const auto& xpath = arguments[0];
+    const auto nodes = requireNodes(model, xpath);
+    const auto make = [&](const Selected& node)
+    {
+        const auto object = requireElement(node);
+        if (object->getDynamicAttributeCollection() == nullptr)
+        {
+            throw VdException(object->getAddress() + " has no annotations");
+        }
+        return std::make_shared<Valdane::ClearDynamicAttributesCmd>(object, describeClear(*object));
+    };
+    return {.command = forAll(nodes, describeClearOfSeveral(xpath, nodes.size()), make), .note = {}};
+}
+
+} // namespace ModelEditor

@@ -1,0 +1,291 @@
+#include "Applications/ModelEditor/Terminal/Editor.h"
+
+#include "Applications/ModelEditor/Document/Nodes.h"
+#include "Applications/ModelEditor/Document/XmlChange.h"
+#include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Applications/ModelEditor/Edits/Counts.h"
+#include "Applications/ModelEditor/Edits/EditorTexts.h"
+#include "Applications/ModelEditor/Edits/Edits.h"
+#include "Applications/ModelEditor/Edits/ModelModules.h"
+#include "Applications/ModelEditor/Edits/Words.h"
+#include "Applications/ModelEditor/Terminal/EditorRun.h"
+#include "Applications/ModelEditor/Terminal/EditorVerb.h"
+#include "Platform/ExceptionHandling/VdException.h"
+#include "Service/CommandPattern/CommandBase.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <optional>
+#include <utility>
+
+namespace ModelEditor
+{
+
+namespace
+{
+
+using Valdane::VdException;
+
+constexpr std::size_t defaultTreeDepth = 2;
+constexpr std::size_t mostChangesTold = 10;
+
+std::shared_ptr<XmlObject> requireOneElement(const XmlModel& model, const std::string& xpath)
+{
+    const auto nodes = requireNodes(model, xpath);
+    if (nodes.size() > 1)
+    {
+        throw VdException(xpath + " selects " + std::to_string(nodes.size()) + " nodes; name one");
+    }
+    return requireElement(nodes.front());
+}
+
+} // namespace
+
+Editor::Editor(XmlModel& edited, Writer writer, std::ostream& stream)
+    : model(edited),
+      write(std::move(writer)),
+      out(stream),
+      view(stream),
+      modules(std::make_shared<ModelModules>(edited.getRoot()))
+{
+    levels.emplace_back(HistoryLevel::Kind::Model, std::string(), modules);
+    model.setChangeListener([this](const XmlChange& change) { onChanged(change); });
+}
+
+Editor::~Editor()
+{
+    // The other thread uses what is about to go.
+    underWay.reset();
+    model.setChangeListener({});
+}
+
+void Editor::run(const std::string& line)
+{
+    try
+    {
+        const auto words = splitWords(line);
+        if (!words.empty())
+        {
+            runVerb(words);
+        }
+    }
+    catch (const std::exception& exception)
+    {
+        fail(exception.what());
+    }
+}
+
+bool Editor::isUnderWay() const noexcept
+{
+    return underWay != nullptr;
+}
+
+const WakeUp& Editor::getWakeUp() const noexcept
+{
+    return wakeUp;
+}
+
+void Editor::finish()
+{
+    if (isInGroup())
+    {
+        fail("the group " + brief(levels.back().getName()) + " has no end");
+    }
+    if (isRecording())
+    {
+        endRecording();
+        throw VdException("the recording was not stopped; no script is written");
+    }
+}
+
+bool Editor::takeQuit() noexcept
+{
+    return std::exchange(quits, false);
+}
+
+std::vector<std::string> Editor::getUnsaved() const
+{
+    std::vector<std::string> addresses;
+    for (const auto& module : listModified(HistoryLevel::Saved))
+    {
+        addresses.push_back(module->getAddress());
+    }
+    return addresses;
+}
+
+std::string Editor::getPrompt() const
+{
+    return std::string("model") + (isRecording() ? " [recording]" : "") +
+           (isInGroup() ? " (" + brief(levels.back().getName()) + ")" : "") + "> ";
+}
+
+std::string Editor::getHelp()
+{
+    std::string text;
+    for (const auto& verb : Verb::getAll())
+    {
+        std::string usage = "  " + verb.getUsage();
+        usage.resize(std::max<std::size_t>(usage.size() + 2, 36), ' ');
+        text += usage + std::string(verb.summary) + "\n";
+    }
+    return text.append(editingHelp);
+}
+
+void Editor::runVerb(const Words& words)
+{
+    const Verb& verb = Verb::find(words.front());
+    const Words arguments(words.begin() + 1, words.end());
+    if (underWay == nullptr)
+    {
+        changes.clear(); // else it is the other thread that adds to them
+    }
+    try
+    {
+        verb.requireCount(arguments);
+        requirePlace(verb);
+        if (verb.makeEdit != nullptr)
+        {
+            const Edit edit = verb.makeEdit(model, arguments);
+            levels.back().execute(edit.command, joinWords(words) + "\n");
+            printEdit(edit);
+        }
+        else
+        {
+            (this->*verb.run)(arguments);
+        }
+    }
+    catch (const VdException& exception)
+    {
+        throw VdException(std::string(verb.name) + ": " + exception.what());
+    }
+}
+
+void Editor::requirePlace(const Verb& verb) const
+{
+    if (underWay != nullptr && !verb.isForRuns)
+    {
+        throw VdException("not while " + brief(underWay->command->getDescription()) +
+                          " is under way; abort it, or wait (status tells how far it is)");
+    }
+    if (verb.place != Verb::Place::Anywhere && isInGroup())
+    {
+        throw VdException("not in a group; end or abandon it first");
+    }
+    if (verb.place == Verb::Place::OutsideGroupAndRecording && isRecording())
+    {
+        throw VdException("not in a recording; stop it first");
+    }
+}
+
+void Editor::fail(const std::string& what)
+{
+    if (!isInGroup())
+    {
+        throw VdException(what);
+    }
+    changes.clear();
+    const std::string name = brief(levels.back().getName());
+    const auto count = abandonGroup();
+    throw VdException(what + "; the group " + name + " is ended, " + plural(count, "step") + " undone");
+}
+
+void Editor::tree(const Words& arguments)
+{
+    const auto last = arguments.empty() ? std::nullopt : findCount<std::size_t>(arguments.back());
+    if (arguments.size() == 2 && !last)
+    {
+        throw VdException(shown(arguments.back()) + " is not a depth");
+    }
+    const bool hasXPath = arguments.size() == 2 || (arguments.size() == 1 && !last);
+    const auto top = hasXPath ? requireOneElement(model, arguments.front()) : model.getRoot();
+    view.printTree(top, last.value_or(defaultTreeDepth), getModifiedModules(HistoryLevel::Saved));
+}
+
+void Editor::show(const Words& arguments)
+{
+    const auto selection = model.select(arguments.front());
+    if (selection.value)
+    {
+        out << shown(*selection.value) << '\n';
+    }
+    else if (selection.nodes.empty())
+    {
+        throw VdException("nothing at " + arguments.front());
+    }
+    for (const auto& selected : selection.nodes)
+    {
+        view.printDetails(selected);
+    }
+}
+
+void Editor::find(const Words& arguments)
+{
+    const auto selection = model.select(arguments.front());
+    if (selection.value)
+    {
+        out << shown(*selection.value) << '\n';
+        return;
+    }
+    for (const auto& selected : selection.nodes)
+    {
+        view.printLine(selected);
+    }
+    out << plural(selection.nodes.size(), "node") << '\n';
+}
+
+void Editor::help(const Words& arguments)
+{
+    if (arguments.empty())
+    {
+        out << getHelp();
+        return;
+    }
+    const Verb& verb = Verb::find(arguments[0]);
+    out << verb.getUsage() << ": " << verb.summary << '\n';
+}
+
+void Editor::quit(const Words& /*arguments*/)
+{
+    quits = true;
+}
+
+void Editor::printEdit(const Edit& edit)
+{
+    printStep(edit.command->getDescription());
+    out << edit.note;
+}
+
+void Editor::printStep(const std::string& line)
+{
+    out << line << '\n';
+    if (changes.empty())
+    {
+        out << "  (no change)\n";
+    }
+    printChanges();
+}
+
+void Editor::printChanges()
+{
+    const auto changed = std::exchange(changes, {});
+    for (std::size_t i = 0; i < std::min(changed.size(), mostChangesTold); ++i)
+    {
+        out << "  " << changed[i] << '\n';
+    }
+    if (changed.size() > mostChangesTold)
+    {
+        out << "  and " << plural(changed.size() - mostChangesTold, "more change") << '\n';
+    }
+}
+
+void Editor::onChanged(const XmlChange& change)
+{
+    modules->onChanged(change.object);
+    if (change.child != nullptr)
+    {
+        modules->onChanged(*change.child);
+    }
+    changes.push_back(describeChange(change));
+}
+
+} // namespace ModelEditor

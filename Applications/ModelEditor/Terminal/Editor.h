@@ -1,0 +1,181 @@
+#pragma once
+
+#include "Applications/ModelEditor/Terminal/HistoryLevel.h"
+#include "Applications/ModelEditor/Terminal/ModelView.h"
+#include "Applications/ModelEditor/Terminal/WakeUp.h"
+#include "Service/Editing/ThreadedRun.h"
+
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <memory>
+#include <ostream>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace Valdane
+{
+class Object;
+} // namespace Valdane
+
+namespace ModelEditor
+{
+
+class ModelModules;
+class XmlModel;
+class XmlObject;
+struct Edit;
+struct XmlChange;
+
+/// A file that a command line wants to be written.
+struct Output
+{
+    std::string verb;
+    std::string path; ///< empty for the model's own file
+    std::string bytes;
+};
+
+/// Carries out command lines on a model: the verbs that `help` lists.
+///
+/// All that changes the model is a command, and can be undone.
+///
+/// Ownership: refers to model and stream, which must live longer. Thread: the application's main thread only.
+class Editor
+{
+public:
+    using Words = std::vector<std::string>;
+    /// Writes a file, or sees to it later. Throws what is derived from std::exception if it cannot.
+    using Writer = std::function<void(Output output)>;
+
+    Editor(XmlModel& edited, Writer writer, std::ostream& stream);
+    Editor(const Editor&) = delete;
+    Editor& operator=(const Editor&) = delete;
+    ~Editor();
+
+    /// Carries out @p line; an empty one or a comment is fine.
+    ///
+    /// @throws VdException `<verb>: <what is wrong>`; the model is then as before, except for the steps that
+    ///         an `undo` or `redo` has done before the one that failed. An open group is undone and
+    ///         ended.
+    void run(const std::string& line);
+
+    /// Whether a line has started work on another thread that is not over. goOn() must then be called
+    /// whenever getWakeUp() was signalled, and only `status`, `abort` and `help` can be run.
+    bool isUnderWay() const noexcept;
+
+    const WakeUp& getWakeUp() const noexcept;
+
+    /// Takes the running work a step further. @return whether it is over; conclude() must follow then.
+    bool goOn();
+
+    /// Prints what came of the work that is over.
+    ///
+    /// @throws VdException `<verb>: <what is wrong>` if it failed or was aborted; the model is then as it was
+    ///         before.
+    void conclude();
+
+    /// Asks the running work to stop; does nothing without any.
+    void abort();
+
+    /// How far the work is just now. @pre isUnderWay() (not checked).
+    Valdane::ThreadedRun::Progress getProgress() const;
+
+    /// The share of it that goOn() has concluded, in percent, which does not depend on how fast the other
+    /// thread is.
+    ///
+    /// @pre goOn() has answered false (not checked).
+    int getPercentConcluded() const;
+
+    /// Ends what is still open when no line follows: undoes a group, stops a recording.
+    ///
+    /// @throws VdException if there was one.
+    void finish();
+
+    /// Whether `quit` was run since this was asked last.
+    bool takeQuit() noexcept;
+
+    /// The addresses of the modules that no `save` has seen as they are, in the order of the file.
+    std::vector<std::string> getUnsaved() const;
+
+    /// What a person is to see before the next line: tells of a group and of a recording.
+    std::string getPrompt() const;
+
+    /// What `help` prints.
+    static std::string getHelp();
+
+private:
+    struct Verb;
+    struct Run;
+
+    struct Recording
+    {
+        std::uint64_t count;
+        std::string script;
+    };
+
+    void runVerb(const Words& words);
+    void requirePlace(const Verb& verb) const;
+    [[noreturn]] void fail(const std::string& what);
+
+    void tree(const Words& arguments);
+    void show(const Words& arguments);
+    void find(const Words& arguments);
+    void merge(const Words& arguments);
+    void group(const Words& arguments);
+    void end(const Words& arguments);
+    void abandon(const Words& arguments);
+    void scale(const Words& arguments);
+    void check(const Words& arguments);
+    void importFile(const Words& arguments);
+    void status(const Words& arguments);
+    void abortRun(const Words& arguments);
+    void undo(const Words& arguments);
+    void redo(const Words& arguments);
+    void showHistory(const Words& arguments);
+    void limit(const Words& arguments);
+    void record(const Words& arguments);
+    void stop(const Words& arguments);
+    void modified(const Words& arguments);
+    void save(const Words& arguments);
+    void exportCopy(const Words& arguments);
+    void help(const Words& arguments);
+    void quit(const Words& arguments);
+
+    template <typename Command>
+    void start(const std::string& verb, const Words& arguments, const std::shared_ptr<Command>& command,
+               std::function<std::string()> tellResult);
+    void onFinished(const Run& run, const std::string& script);
+
+    bool isInGroup() const;
+    bool isRecording() const;
+    void requireGroup() const;
+    void beginLevel(HistoryLevel::Kind kind, const std::string& name);
+    void endLevel(const std::string& description, const std::string& script);
+    std::uint64_t abandonGroup();
+    Recording endRecording();
+
+    void printEdit(const Edit& edit);
+    void printStep(const std::string& line);
+    void printChanges();
+    void printEndOfHistory(std::uint64_t done, std::uint64_t wanted, const std::string& toWhat);
+    void writeModel(const std::string& verb, const std::string& path, HistoryLevel::Tracker tracker);
+    std::set<const Valdane::Object*> getModifiedModules(HistoryLevel::Tracker tracker) const;
+    std::vector<std::shared_ptr<XmlObject>> listModified(HistoryLevel::Tracker tracker) const;
+    void onChanged(const XmlChange& change);
+
+    XmlModel& model;
+    Writer write;
+    std::ostream& out;
+    ModelView view;
+    std::shared_ptr<ModelModules> modules;
+    // That of the model, of a recording and of a group. Edits, undo and redo concern the last one.
+    std::list<HistoryLevel> levels;
+    // What the running step has changed so far.
+    std::vector<std::string> changes;
+    WakeUp wakeUp;
+    std::unique_ptr<Run> underWay;
+    bool quits = false;
+};
+
+} // namespace ModelEditor

@@ -1,0 +1,269 @@
+#include "Applications/ModelEditor/Terminal/EditorRun.h"
+
+#include "Applications/ModelEditor/Document/ModelFile.h"
+#include "Applications/ModelEditor/Document/Nodes.h"
+#include "Applications/ModelEditor/Document/ValueText.h"
+#include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Applications/ModelEditor/Edits/CheckCmd.h"
+#include "Applications/ModelEditor/Edits/Counts.h"
+#include "Applications/ModelEditor/Edits/EditorTexts.h"
+#include "Applications/ModelEditor/Edits/Import.h"
+#include "Applications/ModelEditor/Edits/ModelModules.h"
+#include "Applications/ModelEditor/Edits/ScaleValueCmd.h"
+#include "Applications/ModelEditor/Edits/SetValue.h"
+#include "Applications/ModelEditor/Edits/Words.h"
+#include "Applications/ModelEditor/Terminal/HistoryLevel.h"
+#include "Platform/ExceptionHandling/VdException.h"
+#include "Platform/Multitasking/ThreadManager.h"
+#include "Service/CommandPattern/ThreadedMacroCommand.h"
+
+#include <cstddef>
+#include <utility>
+
+// The verbs that work on another thread, and those about such work.
+
+namespace ModelEditor
+{
+
+using Valdane::ThreadedMacroCommand;
+using Valdane::ThreadedRun;
+using Valdane::VdException;
+
+namespace
+{
+
+constexpr std::size_t mostFailuresTold = 5;
+
+double parseFactor(const std::string& text)
+{
+    const auto factor = valueOf<double>(text);
+    if (!factor)
+    {
+        throw VdException(shown(text) + " is not a number");
+    }
+    return *factor;
+}
+
+// `--continue-on-error [N]`, if it is there.
+void setFailurePolicy(ThreadedMacroCommand& macro, const std::vector<std::string>& options)
+{
+    if (options.empty())
+    {
+        return;
+    }
+    if (options[0] != "--continue-on-error")
+    {
+        throw VdException("no option " + shown(options[0]) + "; there is --continue-on-error [N]");
+    }
+    macro.setContinueOnException(true);
+    if (options.size() > 1)
+    {
+        macro.setFailCountToThrow(parseCount(options[1], 1));
+    }
+}
+
+std::shared_ptr<ThreadedMacroCommand> makeScale(const XmlModel& model,
+                                                const std::vector<std::string>& arguments)
+{
+    const auto& xpath = arguments[0];
+    const auto& factor = arguments[1];
+    const auto nodes = requireNodes(model, xpath);
+    const auto by = parseFactor(factor);
+    auto macro = std::make_shared<ThreadedMacroCommand>("Scale " + brief(xpath) + " (" +
+                                                        plural(nodes.size(), "value") + ") by " + factor);
+    setFailurePolicy(*macro, {arguments.begin() + 2, arguments.end()});
+    for (const auto& node : nodes)
+    {
+        requireValue(node);
+        macro->addCommand(std::make_shared<ScaleValueCmd>(*node.object, node.name, by));
+    }
+    return macro;
+}
+
+std::string tellFailures(const ThreadedMacroCommand& macro)
+{
+    std::size_t failed = 0;
+    std::string lines;
+    for (const auto& command : macro)
+    {
+        const auto& failure = dynamic_cast<const ScaleValueCmd&>(*command).getFailure();
+        if (!failure.empty() && ++failed <= mostFailuresTold)
+        {
+            lines += "    " + failure + "\n";
+        }
+    }
+    if (failed > mostFailuresTold)
+    {
+        lines += "    and " + std::to_string(failed - mostFailuresTold) + " more\n";
+    }
+    return failed == 0 ? lines : "  " + plural(failed, "value") + " left alone:\n" + lines;
+}
+
+std::string tellFindings(const CheckCmd& check)
+{
+    std::string lines;
+    for (const auto& finding : check.getFindings())
+    {
+        lines += "  " + finding + "\n";
+    }
+    return lines + plural(check.getFindings().size(), "finding") + "\n";
+}
+
+} // namespace
+
+Editor::Run::Run(std::string runVerb, std::shared_ptr<Valdane::CommandBase> runCommand, TellResult tell,
+                 HistoryLevel& runLevel, const WakeUp& woken)
+    : verb(std::move(runVerb)),
+      command(std::move(runCommand)),
+      tellResult(std::move(tell)),
+      level(runLevel),
+      posted(woken),
+      thread(
+          level.manager, [this](std::function<void()> call) { posted.post(std::move(call)); },
+          ThreadedRun::Edits::Refused)
+{
+}
+
+Editor::Run::~Run() = default;
+
+bool Editor::Run::goOn()
+{
+    const auto threads = level.manager.getThreadManager();
+    const auto before = threads->getCurrentThread();
+    posted.callOne();
+    concluded += before != threads->getCurrentThread() ? 1 : 0;
+    return result.has_value();
+}
+
+ThreadedRun::Progress Editor::Run::getProgress() const
+{
+    ThreadedRun::Progress whole;
+    whole.share = 1;
+    return thread.getProgress().value_or(whole);
+}
+
+int Editor::Run::getPercentConcluded() const
+{
+    const auto macro = std::dynamic_pointer_cast<ThreadedMacroCommand>(command);
+    return macro == nullptr ? 0 : static_cast<int>(concluded * 100 / macro->size());
+}
+
+void Editor::scale(const Words& arguments)
+{
+    const auto macro = makeScale(model, arguments);
+    start("scale", arguments, macro, [macro] { return tellFailures(*macro); });
+}
+
+void Editor::check(const Words& arguments)
+{
+    const auto command = std::make_shared<CheckCmd>(model.getRoot()->getElement(), model.getSize());
+    start("check", arguments, std::shared_ptr<Valdane::ThreadedCommand>(command),
+          [command] { return tellFindings(*command); });
+}
+
+void Editor::importFile(const Words& arguments)
+{
+    start("import", arguments, makeImport(model, arguments[0], &readFile), {});
+}
+
+template <typename Command>
+void Editor::start(const std::string& verb, const Words& arguments, const std::shared_ptr<Command>& command,
+                   std::function<std::string()> tellResult)
+{
+    auto& level = levels.back();
+    level.settle();
+    auto run = std::make_unique<Run>(verb, command, std::move(tellResult), level, wakeUp);
+    Words words{verb};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    run->finished = run->thread.connectToSigFinished(
+        [this, &ended = *run, script = joinWords(words) + "\n"](ThreadedRun::Result result,
+                                                                const std::string& why)
+        {
+            ended.result = result;
+            ended.failure = why;
+            onFinished(ended, script);
+        });
+    run->thread.start(command);
+    underWay = std::move(run);
+}
+
+void Editor::onFinished(const Run& run, const std::string& script)
+{
+    if (run.level.manager.getUndoCommand() == run.command)
+    {
+        run.level.onAdded(script);
+    }
+    else if (run.result != ThreadedRun::Result::NotTakenBack)
+    {
+        modules->resetTo({});
+    }
+    wakeUp.signal();
+}
+
+bool Editor::goOn()
+{
+    return underWay->goOn();
+}
+
+void Editor::conclude()
+{
+    using Result = ThreadedRun::Result;
+    const auto run = std::exchange(underWay, nullptr);
+    if (run->result == Result::Failed || run->result == Result::NotTakenBack)
+    {
+        // A macro that has failed too often does not say why.
+        throw VdException(run->verb + ": " +
+                          (run->failure.empty() ? "too many values cannot be changed" : run->failure));
+    }
+    if (run->result == Result::Aborted)
+    {
+        throw VdException(run->verb + ": aborted; nothing has changed");
+    }
+    out << run->command->getDescription() << '\n';
+    printChanges();
+    if (run->tellResult)
+    {
+        out << run->tellResult();
+    }
+}
+
+void Editor::abort()
+{
+    if (underWay != nullptr)
+    {
+        underWay->thread.abort();
+    }
+}
+
+ThreadedRun::Progress Editor::getProgress() const
+{
+    return underWay->getProgress();
+}
+
+int Editor::getPercentConcluded() const
+{
+    return underWay->getPercentConcluded();
+}
+
+void Editor::status(const Words& /*arguments*/)
+{
+    if (underWay == nullptr)
+    {
+        out << "Nothing is under way\n";
+        return;
+    }
+    const auto progress = getProgress();
+    out << underWay->command->getDescription() << ", " << static_cast<int>(progress.share * 100) << " %"
+        << (progress.message.empty() ? "" : ": ") << progress.message << '\n';
+}
+
+void Editor::abortRun(const Words& /*arguments*/)
+{
+    if (underWay == nullptr)
+    {
+        throw VdException("nothing is under way");
+    }
+    abort();
+}
+
+} // namespace ModelEditor

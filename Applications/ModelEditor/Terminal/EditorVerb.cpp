@@ -1,0 +1,116 @@
+#include "Applications/ModelEditor/Terminal/EditorVerb.h"
+
+#include "Applications/ModelEditor/Edits/Words.h"
+#include "Platform/ExceptionHandling/VdException.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace ModelEditor
+{
+
+const std::vector<Editor::Verb>& Editor::Verb::getAll()
+{
+    constexpr auto any = std::numeric_limits<std::size_t>::max();
+    constexpr auto outsideGroup = Place::OutsideGroup;
+    constexpr auto outside = Place::OutsideGroupAndRecording;
+    static const std::vector<Verb> verbs{
+        {"tree", "[XPATH] [DEPTH]", 0, 2, "the elements, DEPTH levels deep (2)", {}, &Editor::tree},
+        {"show", "XPATH", 1, 1, "values and their types", {}, &Editor::show},
+        {"find", "XPATH", 1, 1, "address and value of all that XPATH selects", {}, &Editor::find},
+        {"set", "XPATH VALUE", 2, 2, "give attributes or texts a value of their type", {}, {}, &makeSet},
+        {"rename", "XPATH NAME", 2, 2, "change the name of elements", {}, {}, &makeRename},
+        {"annotate",
+         "XPATH PREFIX:NAME VALUE",
+         3,
+         3,
+         "give elements a namespaced attribute",
+         {},
+         {},
+         &makeAnnotate},
+        {"clear-annotations",
+         "XPATH",
+         1,
+         1,
+         "remove all namespaced attributes of elements",
+         {},
+         {},
+         &makeClearAnnotations},
+        {"merge", "EDIT", 1, any, "do one of these four edits as one step with the next", {}, &Editor::merge},
+        {"group", "NAME", 1, 1, "start a group: what follows is one step NAME", outsideGroup, &Editor::group},
+        {"end", "", 0, 0, "end the group", {}, &Editor::end},
+        {"abandon", "", 0, 0, "end the group and undo all of it", {}, &Editor::abandon},
+        {"scale", "XPATH FACTOR [--continue-on-error [N]]", 2, 4,
+         "multiply numbers, on another thread; leave alone what fails, all if N do", outsideGroup,
+         &Editor::scale},
+        {"check", "", 0, 0, "look for what does not fit together, on another thread", outsideGroup,
+         &Editor::check},
+        {"import", "FILE", 1, 1, "append the modules of another model", outsideGroup, &Editor::importFile},
+        {.name = "status",
+         .arguments = "",
+         .minimum = 0,
+         .maximum = 0,
+         .summary = "how far the work on another thread has come",
+         .run = &Editor::status,
+         .isForRuns = true},
+        {.name = "abort",
+         .arguments = "",
+         .minimum = 0,
+         .maximum = 0,
+         .summary = "stop that work and take back what it has done; typed, not in a script",
+         .run = &Editor::abortRun,
+         .isForRuns = true},
+        {"undo", "[N]", 0, 1, "undo N steps (1)", {}, &Editor::undo},
+        {"redo", "[N]", 0, 1, "redo N steps (1)", {}, &Editor::redo},
+        {"history", "", 0, 0, "what can be undone and redone", {}, &Editor::showHistory},
+        {"limit", "[N|off]", 0, 1, "keep at most N steps in the history", outside, &Editor::limit},
+        {"record", "", 0, 0, "start to record the edits", outside, &Editor::record},
+        {"stop", "[FILE]", 0, 1, "list what was recorded, and write it as a script", outsideGroup,
+         &Editor::stop},
+        {"modified",
+         "[save|export]",
+         0,
+         1,
+         "the modules that differ from the last save",
+         {},
+         &Editor::modified},
+        {"save", "[FILE]", 0, 1, "write the model", outside, &Editor::save},
+        {"export", "FILE", 1, 1, "write a copy, for which `modified export` tells", outside,
+         &Editor::exportCopy},
+        {.name = "help",
+         .arguments = "[VERB]",
+         .minimum = 0,
+         .maximum = 1,
+         .summary = "this text, or the line about VERB",
+         .run = &Editor::help,
+         .isForRuns = true},
+        {"quit", "", 0, 0, "end without saving", outside, &Editor::quit},
+    };
+    return verbs;
+}
+
+const Editor::Verb& Editor::Verb::find(const std::string& name)
+{
+    const auto& verbs = getAll();
+    const auto found = std::ranges::find(verbs, name, &Verb::name);
+    if (found == verbs.end())
+    {
+        throw Valdane::VdException("no verb " + shown(name) + "; help lists them");
+    }
+    return *found;
+}
+
+std::string Editor::Verb::getUsage() const
+{
+    return std::string(name) + (arguments.empty() ? "" : " ") + std::string(arguments);
+}
+
+void Editor::Verb::requireCount(const Words& words) const
+{
+    if (words.size() < minimum || words.size() > maximum)
+    {
+        throw Valdane::VdException("write it as: " + getUsage());
+    }
+}
+
+} // namespace ModelEditor

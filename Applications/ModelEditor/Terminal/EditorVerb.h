@@ -1,0 +1,47 @@
+#pragma once
+
+#include "Applications/ModelEditor/Edits/Edits.h"
+#include "Applications/ModelEditor/Terminal/Editor.h"
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ModelEditor
+{
+
+/// A verb of the editor: how it is written, where it is allowed, and what it does.
+///
+/// Thread: constant, so any.
+struct Editor::Verb
+{
+    enum class Place
+    {
+        Anywhere,
+        OutsideGroup,             ///< not in a group
+        OutsideGroupAndRecording, ///< nor in a recording
+    };
+
+    std::string_view name;
+    std::string_view arguments;
+    std::size_t minimum;
+    std::size_t maximum;
+    std::string_view summary;
+    Place place = Place::Anywhere;
+    void (Editor::*run)(const Words&) = nullptr;
+    Edit (*makeEdit)(const XmlModel&, const Words&) = nullptr; ///< of an edit, which has no run
+    bool isForRuns = false;                                    ///< can be used while a thread is working
+
+    static const std::vector<Verb>& getAll();
+
+    /// @throws VdException if there is none.
+    static const Verb& find(const std::string& name);
+
+    std::string getUsage() const;
+
+    /// @throws VdException with the usage.
+    void requireCount(const Words& words) const;
+};
+
+} // namespace ModelEditor

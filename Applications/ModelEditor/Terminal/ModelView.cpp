@@ -1,0 +1,165 @@
+#include "Applications/ModelEditor/Terminal/ModelView.h"
+
+#include "Applications/ModelEditor/Document/ValueText.h"
+#include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Applications/ModelEditor/Document/XmlObject.h"
+#include "Applications/ModelEditor/Edits/EditorTexts.h"
+#include "Applications/ModelEditor/Edits/Words.h"
+#include "Applications/ModelEditor/Terminal/HistoryLevel.h"
+#include "Platform/Parameterization/AttributeDescription.h"
+#include "Platform/Parameterization/DynamicAttributeCollection.h"
+
+#include <iomanip>
+#include <utility>
+#include <vector>
+
+namespace ModelEditor
+{
+
+namespace
+{
+
+} // namespace
+
+ModelView::ModelView(std::ostream& stream) : out(stream) {}
+
+void ModelView::printTree(const std::shared_ptr<XmlObject>& top, std::size_t depth,
+                          const std::set<const Valdane::Object*>& marked) const
+{
+    std::vector<std::pair<std::shared_ptr<XmlObject>, std::size_t>> open{{top, 0}};
+    while (!open.empty())
+    {
+        const auto [object, level] = std::move(open.back());
+        open.pop_back();
+        printNode(*object, level, level == depth, marked.contains(object.get()));
+        if (level < depth)
+        {
+            const auto children = object->getChildren();
+            for (auto child = children.rbegin(); child != children.rend(); ++child)
+            {
+                open.emplace_back(std::static_pointer_cast<XmlObject>(*child), level + 1);
+            }
+        }
+    }
+}
+
+void ModelView::printDetails(const Selected& selected) const
+{
+    if (selected.part == Part::Element)
+    {
+        printElement(*selected.object);
+        return;
+    }
+    out << selected.getAddress() << '\n';
+    if (selected.part == Part::Value)
+    {
+        printValue(*selected.object, selected.name);
+    }
+    else if (selected.part != Part::Unsupported)
+    {
+        out << "  " << selected.object->getStep(selected.name) << " = " << shown(selected.text)
+            << (selected.part == Part::Name ? " (name)\n" : " (annotation)\n");
+    }
+}
+
+void ModelView::printLine(const Selected& selected) const
+{
+    out << selected.getAddress();
+    if (selected.part == Part::Element)
+    {
+        const auto name = selected.object->getElement().attribute("name");
+        out << (name ? " " + shown(name.value()) : std::string());
+    }
+    else if (selected.part != Part::Unsupported)
+    {
+        out << " = " << shown(selected.text);
+    }
+    out << '\n';
+}
+
+void ModelView::printModule(const XmlObject& module) const
+{
+    const auto name = module.getElement().attribute("name");
+    out << module.getAddress() << (name ? " " + shown(name.value()) : std::string())
+        << (module.getOwner() == nullptr ? " (itself)\n" : "\n");
+}
+
+void ModelView::printHistory(const std::list<HistoryLevel>& levels) const
+{
+    for (const auto& level : levels)
+    {
+        if (level.getKind() == HistoryLevel::Kind::Recording)
+        {
+            out << "  in this recording:\n";
+        }
+        else if (level.getKind() == HistoryLevel::Kind::Group)
+        {
+            out << "  in the group " << brief(level.getName()) << ":\n";
+        }
+        printRows(level, 0, level.history.getPosition());
+        for (const auto& waiting : level.getWaiting())
+        {
+            out << "   +  " << waiting.description << " (waits to be merged with the next edit)\n";
+        }
+    }
+    const auto& history = levels.back().history;
+    const auto done = history.getPosition();
+    out << "  => " << done << " to undo, " << history.getRowCount() - done << " to redo\n";
+    printRows(levels.back(), done, history.getRowCount());
+}
+
+void ModelView::printRows(const HistoryLevel& level, std::uint64_t first, std::uint64_t end) const
+{
+    for (auto row = first; row < end; ++row)
+    {
+        out << std::setw(4) << row + 1 << "  " << level.history.getText(row)
+            << (level.isSaved(row) ? "  [saved]\n" : "\n");
+    }
+}
+
+void ModelView::printNode(const XmlObject& object, std::size_t level, bool isLast, bool isMarked) const
+{
+    const auto name = object.getElement().attribute("name");
+    out << std::string(2 * level, ' ') << object.getKey();
+    if (name)
+    {
+        out << ' ' << shown(name.value());
+    }
+    if (isLast && object.getChildCount() != 0)
+    {
+        out << " (+" << object.getChildCount() << ')';
+    }
+    out << (isMarked ? " *\n" : "\n");
+}
+
+void ModelView::printElement(XmlObject& object) const
+{
+    out << object.getAddress() << '\n';
+    if (const auto name = object.getElement().attribute("name"))
+    {
+        out << "  @name = " << shown(name.value()) << " (name)\n";
+    }
+    for (const auto& name : object.getAttributeNames())
+    {
+        printValue(object, name);
+    }
+    if (const auto annotations = object.getDynamicAttributeCollection())
+    {
+        for (const auto& entry : *annotations)
+        {
+            out << "  @" << entry.name << " = " << shown(entry.text) << " (annotation)\n";
+        }
+    }
+    if (object.getChildCount() != 0)
+    {
+        out << "  elements: " << object.getChildCount() << '\n';
+    }
+}
+
+void ModelView::printValue(XmlObject& object, const std::string& attributeName) const
+{
+    out << "  " << object.getStep(attributeName) << " = " << shown(object.getText(attributeName)) << " ("
+        << typeNameOf(object, attributeName) << ")\n";
+}
+
+} // namespace ModelEditor

@@ -1,0 +1,157 @@
+#include "Applications/ModelEditor/Terminal/Options.h"
+
+#include "Platform/ExceptionHandling/VdException.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace ModelEditor
+{
+
+namespace
+{
+
+using Valdane::VdException;
+
+class Parser
+{
+public:
+    explicit Parser(const std::vector<std::string>& given) : arguments(given) {}
+
+    Options parse()
+    {
+        while (position < arguments.size())
+        {
+            const std::string& argument = arguments[position++];
+            if (!onlyModel && argument == "--")
+            {
+                onlyModel = true;
+            }
+            else if (!onlyModel && argument.size() > 1 && argument.starts_with('-'))
+            {
+                parseOption(argument);
+            }
+            else
+            {
+                takeModel(argument);
+            }
+        }
+        if (!hasModel && !options.wantsHelp && !options.wantsVersion)
+        {
+            throw VdException("which MODEL?");
+        }
+        return options;
+    }
+
+private:
+    void parseOption(const std::string& argument)
+    {
+        const std::string name = argument.substr(0, argument.find('='));
+        if (std::optional<std::string>* const value = valueOf(name))
+        {
+            *value = takeValue(argument, name);
+            if (name == "--log-level" && **value != "trace" && **value != "error")
+            {
+                throw VdException("--log-level is trace or error, not '" + **value + "'");
+            }
+        }
+        else if (bool* const flag = flagOf(argument))
+        {
+            *flag = true;
+        }
+        else
+        {
+            throw VdException("no option " + argument);
+        }
+    }
+
+    std::optional<std::string>* valueOf(std::string_view name)
+    {
+        if (name == "--script")
+        {
+            return &options.script;
+        }
+        if (name == "--output")
+        {
+            return &options.output;
+        }
+        return name == "--log-level" ? &options.logLevel : nullptr;
+    }
+
+    bool* flagOf(std::string_view name)
+    {
+        if (name == "--keep-going")
+        {
+            return &options.keepsGoing;
+        }
+        if (name == "--help" || name == "-h")
+        {
+            return &options.wantsHelp;
+        }
+        return name == "--version" ? &options.wantsVersion : nullptr;
+    }
+
+    std::string takeValue(const std::string& argument, const std::string& name)
+    {
+        std::string value;
+        if (argument.size() > name.size())
+        {
+            value = argument.substr(name.size() + 1);
+        }
+        else if (position < arguments.size())
+        {
+            value = arguments[position++];
+        }
+        if (value.empty())
+        {
+            throw VdException(name + " wants a value");
+        }
+        return value;
+    }
+
+    void takeModel(const std::string& argument)
+    {
+        if (hasModel)
+        {
+            throw VdException("one MODEL, not also '" + argument + "'");
+        }
+        options.model = argument;
+        hasModel = true;
+    }
+
+    const std::vector<std::string>& arguments;
+    std::size_t position = 0;
+    bool onlyModel = false;
+    bool hasModel = false;
+    Options options;
+};
+
+} // namespace
+
+const std::string_view Options::help =
+    "Edits an XML model, with undo.\n"
+    "\n"
+    "  model-editor MODEL [--script FILE] [--output FILE] [--log-level trace|error] [--keep-going]\n"
+    "  model-editor --help | --version\n"
+    "\n"
+    "Commands come from FILE or from standard input: typed at a terminal with line editing, or as a script.\n"
+    "\n"
+    "  --script FILE     play the commands of FILE, showing each one\n"
+    "  --output FILE     where `save` writes; without it, MODEL itself\n"
+    "  --log-level L     log lines on standard error: failures (error), or also every step (trace)\n"
+    "  --keep-going      do not stop a script at a line that fails\n"
+    "\n"
+    "Nothing is written but by the commands save, export and stop. A script stops at the first line that "
+    "fails\n"
+    "and then writes nothing: what it saves is written when it has run to its end. With --keep-going it is\n"
+    "written at once. Who ends with unsaved changes is asked at a terminal; a script is warned.\n"
+    "The exit status is 0 if all went well, 1 if something failed, 2 if the command line is wrong.\n"
+    "\n"
+    "Commands:\n";
+
+Options Options::parse(const std::vector<std::string>& arguments)
+{
+    return Parser(arguments).parse();
+}
+
+} // namespace ModelEditor

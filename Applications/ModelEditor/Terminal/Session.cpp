@@ -1,0 +1,258 @@
+#include "Applications/ModelEditor/Terminal/Session.h"
+
+#include "Applications/ModelEditor/Document/ModelFile.h"
+#include "Applications/ModelEditor/Edits/EditorTexts.h"
+#include "Applications/ModelEditor/Terminal/InterruptKey.h"
+#include "Applications/ModelEditor/Terminal/LineSource.h"
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <optional>
+#include <utility>
+
+namespace ModelEditor
+{
+
+namespace
+{
+
+std::string join(const std::vector<std::string>& addresses)
+{
+    constexpr std::size_t most = 5;
+    std::string text;
+    for (std::size_t i = 0; i < std::min(addresses.size(), most); ++i)
+    {
+        text += (i == 0 ? "" : ", ") + addresses[i];
+    }
+    return addresses.size() > most ? text + " and " + std::to_string(addresses.size() - most) + " more"
+                                   : text;
+}
+
+} // namespace
+
+Session::Session(XmlModel& edited, Settings chosen, std::ostream& results, std::ostream& errors)
+    : settings(std::move(chosen)),
+      out(results),
+      err(errors),
+      editor(
+          edited, [this](Output output) { accept(std::move(output)); }, results)
+{
+}
+
+bool Session::run(LineSource& source)
+{
+    source.serve(*this);
+    bool allWell = true;
+    bool ends = false;
+    while (!ends)
+    {
+        const auto line = source.next(editor.getPrompt());
+        ++lineNumber;
+        bool isWell = line ? runLine(*line) : finish();
+        if (!settings.isInteractive)
+        {
+            isWell = waitForRun() && isWell;
+        }
+        allWell = allWell && isWell;
+        out.flush();
+        if (!isWell && !settings.isInteractive && !settings.keepsGoing)
+        {
+            return false;
+        }
+        // Who ends the input in a group has meant to end the group, and is told so.
+        const bool wantsEnd = line ? editor.takeQuit() : isWell || !settings.isInteractive;
+        ends = wantsEnd && mayEnd(source);
+    }
+    return writePending() && (allWell || settings.isInteractive);
+}
+
+bool Session::runLine(const std::string& line)
+{
+    if (settings.echoes)
+    {
+        out << (line.empty() || line.starts_with('#') ? "" : "> ") << line << '\n';
+    }
+    try
+    {
+        const bool wasUnderWay = editor.isUnderWay();
+        editor.run(line);
+        if (!wasUnderWay && editor.isUnderWay())
+        {
+            runLineNumber = lineNumber;
+        }
+        return true;
+    }
+    catch (const std::exception& exception)
+    {
+        report(lineNumber, exception.what());
+        return false;
+    }
+}
+
+const WakeUp& Session::getWakeUp() const
+{
+    return editor.getWakeUp();
+}
+
+bool Session::isUnderWay() const
+{
+    return editor.isUnderWay();
+}
+
+std::string Session::getPrompt() const
+{
+    constexpr int width = 20;
+    const auto progress = editor.getProgress();
+    const int percent = static_cast<int>(progress.share * 100);
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(progress.elapsed).count();
+    std::string bar(static_cast<std::size_t>(percent * width / 100), '#');
+    bar.resize(width, '.');
+    const auto& step = progress.message;
+    return "[" + bar + "] " + std::to_string(percent) + " %, " + std::to_string(seconds) + " s" +
+           (step.empty() ? "" : ", " + brief(step)) + "> ";
+}
+
+bool Session::goOn()
+{
+    return editor.goOn();
+}
+
+void Session::conclude()
+{
+    isRunWell = true;
+    try
+    {
+        editor.conclude();
+    }
+    catch (const std::exception& exception)
+    {
+        report(runLineNumber, exception.what());
+        isRunWell = false;
+    }
+    out.flush();
+}
+
+void Session::interrupt()
+{
+    editor.abort();
+}
+
+// A pipe is told of every quarter.
+bool Session::waitForRun()
+{
+    if (!editor.isUnderWay())
+    {
+        return true;
+    }
+    constexpr int quarter = 25;
+    int told = 0;
+    const InterruptKey key(editor.getWakeUp());
+    for (bool isOver = false; !isOver;)
+    {
+        editor.getWakeUp().wait();
+        if (InterruptKey::takeStroke())
+        {
+            editor.abort();
+        }
+        isOver = editor.goOn();
+        const int percent = isOver ? 0 : editor.getPercentConcluded();
+        if (!settings.isInteractive && percent / quarter > told)
+        {
+            told = percent / quarter;
+            out << "  " << percent << " %\n" << std::flush;
+        }
+    }
+    conclude();
+    return isRunWell;
+}
+
+// Who ends the input cannot be asked any more whether to wait.
+bool Session::finish()
+{
+    if (settings.isInteractive)
+    {
+        editor.abort();
+        waitForRun();
+    }
+    try
+    {
+        editor.finish();
+        return true;
+    }
+    catch (const std::exception& exception)
+    {
+        report(lineNumber, exception.what());
+        return false;
+    }
+}
+
+// The end of the input instead of an answer is a yes: nobody may be there any more.
+bool Session::mayEnd(LineSource& source)
+{
+    const auto unsaved = editor.getUnsaved();
+    if (unsaved.empty())
+    {
+        return true;
+    }
+    if (!settings.isInteractive)
+    {
+        err << settings.sourceName << ": warning: not saved: " << join(unsaved) << '\n';
+        return true;
+    }
+    out << "Not saved: " << join(unsaved) << '\n' << std::flush;
+    const auto answer = source.next("Quit without saving? (y/n) ");
+    return !answer || *answer == "y" || *answer == "yes";
+}
+
+void Session::accept(Output output)
+{
+    if (output.path.empty())
+    {
+        output.path = settings.savePath;
+    }
+    if (settings.isInteractive || settings.keepsGoing)
+    {
+        write(output);
+        return;
+    }
+    std::erase_if(pending, [&](const PendingOutput& earlier) { return earlier.output.path == output.path; });
+    out << "To be saved at the end: " << output.path << '\n';
+    pending.push_back({lineNumber, std::move(output)});
+}
+
+bool Session::writePending()
+{
+    bool allWell = true;
+    for (const auto& [line, output] : pending)
+    {
+        try
+        {
+            write(output);
+        }
+        catch (const std::exception& exception)
+        {
+            report(line, output.verb + ": " + exception.what());
+            allWell = false;
+        }
+    }
+    return allWell;
+}
+
+void Session::write(const Output& output)
+{
+    replaceFile(output.path, output.bytes);
+    out << "Saved " << output.path << " (" << output.bytes.size() << " bytes)\n";
+}
+
+void Session::report(std::size_t line, const std::string& what)
+{
+    out.flush();
+    if (!settings.isInteractive)
+    {
+        err << settings.sourceName << ':' << line << ": ";
+    }
+    err << what << '\n' << std::flush;
+}
+
+} // namespace ModelEditor

@@ -1,8 +1,0 @@
-#include "Examples/ModelEditor/Background.h"
-
-namespace ModelEditor
-{
-
-Background::~Background() = default;
-
-} // namespace ModelEditor

@@ -1,0 +1,68 @@
+#include "Applications/ModelEditor/Terminal/Options.h"
+
+#include "Platform/ExceptionHandling/VdException.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using ModelEditor::Options;
+
+TEST(Options, AreReadInEveryOrder)
+{
+    const auto options =
+        Options::parse({"--keep-going", "--script", "s", "model", "--output=o=1", "--log-level", "trace"});
+    EXPECT_EQ(options.model, "model");
+    EXPECT_EQ(options.script, "s");
+    EXPECT_EQ(options.output, "o=1");
+    EXPECT_EQ(options.logLevel, "trace");
+    EXPECT_TRUE(options.keepsGoing);
+    EXPECT_FALSE(options.wantsHelp);
+}
+
+TEST(Options, OnlyTheModelIsNeeded)
+{
+    const auto options = Options::parse({"m"});
+    EXPECT_EQ(options.model, "m");
+    EXPECT_FALSE(options.script);
+    EXPECT_FALSE(options.output);
+    EXPECT_FALSE(options.logLevel);
+    EXPECT_FALSE(options.keepsGoing);
+}
+
+TEST(Options, BehindTwoDashesComesTheModelWhateverItsName)
+{
+    EXPECT_EQ(Options::parse({"--", "--help"}).model, "--help");
+    EXPECT_EQ(Options::parse({"-"}).model, "-");
+}
+
+TEST(Options, HelpAndVersionNeedNoModel)
+{
+    EXPECT_TRUE(Options::parse({"--help"}).wantsHelp);
+    EXPECT_TRUE(Options::parse({"-h"}).wantsHelp);
+    EXPECT_TRUE(Options::parse({"--version"}).wantsVersion);
+}
+
+TEST(Options, WhatIsWrongIsRefused)
+{
+    const std::vector<std::vector<std::string>> wrong{
+        {},
+        {"a", "b"},
+        {"m", "--nope"},
+        {"m", "--script"},
+        {"m", "--output="},
+        {"m", "--output", ""},
+        {"m", "--log-level", "info"},
+        {"m", "--keep-going=1"},
+    };
+    for (const auto& arguments : wrong)
+    {
+        EXPECT_THROW(Options::parse(arguments), Valdane::VdException) << testing::PrintToString(arguments);
+    }
+}
+
+} // namespace

@@ -1,0 +1,303 @@
+#include "Tests/Applications/ModelEditor/ProgramRun.h"
+#include "Tests/Applications/ModelEditor/TestFiles.h"
+#include "Tests/Support/ElementsAre.h"
+#include "Tests/Support/Sanitizers.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+namespace
+{
+
+using testing::HasSubstr;
+using testing::StartsWith;
+using ValdaneTests::ElementsAre;
+
+const std::string twoValues = "<a x='1'>\n<b y='2.0'/></a>\n";
+
+class Program : public testing::Test
+{
+protected:
+    Program()
+    {
+        directory.write("m.xml", twoValues);
+    }
+
+    ProgramResult run(const std::vector<std::string>& arguments, const std::string& input = {}) const
+    {
+        return execute({.directory = directory, .arguments = arguments, .input = input});
+    }
+
+    TestDirectory directory;
+};
+
+TEST_F(Program, HelpAndVersionGoToStandardOutput)
+{
+    const auto help = run({"--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_EQ(help.err, "");
+    for (const std::string text :
+         {"--script FILE", "--output FILE", "--log-level", "--keep-going", "clear-annotations"})
+    {
+        EXPECT_THAT(help.out, HasSubstr(text));
+    }
+    const auto version = run({"--version"});
+    EXPECT_EQ(version.out, "model-editor " MODEL_EDITOR_VERSION "\n");
+    EXPECT_EQ(version.status, 0);
+}
+
+TEST_F(Program, AWrongCommandLineEndsWithTwo)
+{
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{},
+                                                      {"m.xml", "n.xml"},
+                                                      {"m.xml", "--nope"},
+                                                      {"m.xml", "--log-level", "debug"}})
+    {
+        const auto result = run(arguments);
+        EXPECT_EQ(result.status, 2);
+        EXPECT_EQ(result.out, "");
+        EXPECT_THAT(result.err, StartsWith("model-editor: "));
+        EXPECT_THAT(result.err, HasSubstr("Try: model-editor --help\n"));
+    }
+}
+
+TEST_F(Program, AModelThatCannotBeOpenedGetsOneMessage)
+{
+    directory.write("empty.xml", "");
+    directory.write("bad.xml", "<a>\n<b></a>");
+    std::filesystem::create_directory(directory.getPath() / "d");
+    directory.write("huge.xml", "");
+    std::filesystem::resize_file(directory.getPath() / "huge.xml", std::uintmax_t{4} << 40U);
+    const std::pair<const char*, const char*> cases[] = {
+        {"none.xml", "none.xml: No such file or directory"},
+        {"empty.xml", "empty.xml: the file is empty"},
+        {"bad.xml", "bad.xml:2:6: Start-end tags mismatch"},
+        {"d", "d: is a directory"},
+        {"/dev/null", "/dev/null: is not a regular file"},
+        {"huge.xml", "huge.xml: is too large for the memory of this machine (4398046511104 bytes)"},
+    };
+    for (const auto& [model, message] : cases)
+    {
+        const auto result = run({model});
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(result.err, std::string("model-editor: ") + message + "\n");
+    }
+}
+
+TEST_F(Program, AModelThatMemoryDoesNotSufficeForGetsOneMessage)
+{
+    if (ValdaneTests::sanitizesAddresses)
+    {
+        GTEST_SKIP() << "the address sanitizer needs all address space";
+    }
+    std::string big = "<a>";
+    for (int i = 0; i < 1'000'000; ++i)
+    {
+        big += "<b/>";
+    }
+    directory.write("big.xml", big + "</a>");
+    const auto result = execute({.directory = directory, .arguments = {"big.xml"}, .memory = 200'000'000});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "model-editor: big.xml: not enough memory for a model of 4000007 bytes\n");
+}
+
+TEST_F(Program, CommandsFromAPipeAreNotShown)
+{
+    const auto result = run({"m.xml"}, "set /a/@x 2\n# comment\n\nsave\n");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out,
+              "Set x of a to 2\n  /a/@x: 1 -> 2\nTo be saved at the end: m.xml\nSaved m.xml (27 bytes)\n");
+    EXPECT_EQ(directory.read("m.xml"), "<a x='2'>\n<b y='2.0'/></a>\n");
+}
+
+TEST_F(Program, ABadLineStopsAScriptAndNothingIsWritten)
+{
+    directory.write("s", "set /a/@x 2\r\nsave\r\nsave other.xml\n\nset /a/@x two\nset /a/@x 3\n");
+    const auto result = run({"m.xml", "--script", "s"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "s:5: set: two is not a value of type int, which /a/@x has\n");
+    EXPECT_THAT(result.out, testing::Not(HasSubstr("3")));
+    EXPECT_EQ(directory.read("m.xml"), twoValues);
+    EXPECT_THAT(directory.list(), ElementsAre("m.xml", "s"));
+    const auto piped = run({"m.xml"}, "save\nnope\n");
+    EXPECT_EQ(piped.status, 1);
+    EXPECT_EQ(piped.err, "<stdin>:2: no verb nope; help lists them\n");
+}
+
+TEST_F(Program, KeepGoingPlaysTheRestAndStillFails)
+{
+    const auto result =
+        run({"m.xml", "--keep-going", "--output", "o.xml"}, "nope\nset /a/@x 2\nsave\nset //c d\n");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "<stdin>:1: no verb nope; help lists them\n<stdin>:4: set: nothing at //c\n");
+    EXPECT_THAT(result.out, HasSubstr("Saved o.xml"));
+    EXPECT_EQ(directory.read("o.xml"), "<a x='2'>\n<b y='2.0'/></a>\n");
+    EXPECT_EQ(directory.read("m.xml"), twoValues);
+}
+
+TEST_F(Program, AScriptIsShownWithItsComments)
+{
+    directory.write("s", "# look\n\n  find //b\nquit\nnope\n");
+    const auto result = run({"m.xml", "--script=s"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, "# look\n\n>   find //b\n/a/b\n1 node\n> quit\n");
+}
+
+TEST_F(Program, OddScriptsAreHandled)
+{
+    EXPECT_EQ(run({"m.xml"}, std::string("find\0//b\n", 9)).err, "<stdin>:1: the line has a NUL character\n");
+    EXPECT_EQ(run({"m.xml"}, "set '/a").err, "<stdin>:1: missing closing quote '\n");
+    const std::string text(3'000'000, 'x');
+    const auto result = run({"m.xml"}, "annotate /a n:t " + text + "\nsave\n");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(directory.read("m.xml"), HasSubstr(text));
+    EXPECT_EQ(run({"m.xml", "--script", "none"}).err, "model-editor: none: No such file or directory\n");
+}
+
+TEST_F(Program, ASaveThatFailsLeavesTheOldFile)
+{
+    const auto noDirectory = run({"m.xml", "--output", "gone/o.xml"}, "find /a\nsave\n");
+    EXPECT_EQ(noDirectory.status, 1);
+    EXPECT_EQ(noDirectory.err, "<stdin>:2: save: gone/o.xml: No such file or directory\n");
+    const auto full = execute(
+        {.directory = directory, .arguments = {"m.xml"}, .input = "set /a/@x 2\nsave\n", .largestFile = 5});
+    EXPECT_EQ(full.status, 1);
+    EXPECT_EQ(directory.read("m.xml"), twoValues);
+    EXPECT_THAT(directory.list(), ElementsAre("m.xml"));
+}
+
+TEST_F(Program, AFullDeviceIsNamedAsTheReason)
+{
+    directory.write("big.xml", "<a x='1'>" + std::string(100'000, ' ') + "</a>");
+    const std::string before = directory.read("big.xml");
+    const auto result = execute({.directory = directory,
+                                 .arguments = {"big.xml"},
+                                 .input = "set /a/@x 2\nsave\n",
+                                 .largestFile = 50'000});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "<stdin>:2: save: big.xml: File too large\n");
+    EXPECT_EQ(directory.read("big.xml"), before);
+    EXPECT_THAT(directory.list(), ElementsAre("big.xml", "m.xml"));
+}
+
+TEST_F(Program, OutputThatCannotBeWrittenIsAFailure)
+{
+    const auto result =
+        execute({.directory = directory, .arguments = {"m.xml"}, .input = "tree\n", .fillsOutput = true});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "model-editor: standard output cannot be written\n");
+}
+
+TEST_F(Program, TheLogGoesToStandardErrorAtTheLevelAskedFor)
+{
+    const std::string script = "set /a/@x 2\nundo\nset //@y nan\n";
+    EXPECT_EQ(run({"m.xml"}, script).err, "<stdin>:3: set: the value is not a finite number\n");
+    const auto error = run({"m.xml", "--log-level", "error"}, script);
+    EXPECT_THAT(
+        error.err,
+        StartsWith(
+            "error: Execution of command 'Set y of b to nan' failed with exception: the value is not"));
+    const auto trace = run({"m.xml", "--log-level", "trace"}, script);
+    EXPECT_THAT(trace.err, StartsWith("trace: Execute command 'Set x of a to 2'...\n"
+                                      "trace: Command 'Set x of a to 2' executed.\n"
+                                      "trace: Execute Undo command 'Set x of a to 2'...\n"
+                                      "trace: Undo command 'Set x of a to 2' executed.\n"));
+    EXPECT_THAT(trace.err, HasSubstr("error: Execution of command"));
+    EXPECT_EQ(trace.out, run({"m.xml"}, script).out);
+}
+
+TEST_F(Program, AScriptIsWarnedOfUnsavedModules)
+{
+    const auto piped = run({"m.xml"}, "set //b/@y 3\nset /a/@x 2\n");
+    EXPECT_EQ(piped.status, 0);
+    EXPECT_EQ(piped.err, "<stdin>: warning: not saved: /a, /a/b\n");
+    const auto quits = run({"m.xml", "--output", "o.xml"}, "set //b/@y 3\nsave\nset /a/@x 2\nquit\nnope\n");
+    EXPECT_EQ(quits.status, 0);
+    EXPECT_EQ(quits.err, "<stdin>: warning: not saved: /a\n");
+    EXPECT_EQ(run({"m.xml"}, "set //b/@y 3\nundo\n").err, "");
+    EXPECT_EQ(run({"m.xml"}, "set //b/@y 3\nexport e.xml\n").err, "<stdin>: warning: not saved: /a/b\n");
+    EXPECT_EQ(directory.read("e.xml"), "<a x='1'>\n<b y='3.0'/></a>\n");
+}
+
+TEST_F(Program, TheWarningNamesFiveModulesAtMost)
+{
+    directory.write("many.xml",
+                    "<a><b v='1'/><b v='1'/><b v='1'/><b v='1'/><b v='1'/><b v='1'/><b v='1'/></a>");
+    EXPECT_EQ(run({"many.xml"}, "set //@v 2\n").err,
+              "<stdin>: warning: not saved: /a/b[1], /a/b[2], /a/b[3], /a/b[4], /a/b[5] and 2 more\n");
+}
+
+TEST_F(Program, AFailingLineRollsTheGroupBack)
+{
+    const std::string script = "group g\nset /a/@x 2\nset //b/@y z\nset //b/@y 7\nend\nsave o.xml\n";
+    const auto stopped = run({"m.xml"}, script);
+    EXPECT_EQ(stopped.status, 1);
+    EXPECT_EQ(stopped.err,
+              "<stdin>:3: set: z is not a value of type double, which /a/b/@y has; the group g is "
+              "ended, 1 step undone\n");
+    EXPECT_THAT(directory.list(), ElementsAre("m.xml"));
+    const auto goneOn = run({"m.xml", "--keep-going"}, script);
+    EXPECT_EQ(goneOn.status, 1);
+    EXPECT_THAT(goneOn.err, HasSubstr("<stdin>:5: end: there is no group\n"));
+    EXPECT_EQ(directory.read("o.xml"), "<a x='1'>\n<b y='7.0'/></a>\n");
+}
+
+TEST_F(Program, AScriptThatEndsInAGroupOrARecordingFails)
+{
+    const auto group = run({"m.xml"}, "save\ngroup g\nset /a/@x 2\n");
+    EXPECT_EQ(group.status, 1);
+    EXPECT_EQ(group.err, "<stdin>:4: the group g has no end; the group g is ended, 1 step undone\n");
+    EXPECT_THAT(group.out, testing::Not(HasSubstr("Saved")));
+    const auto kept = run({"m.xml", "--keep-going"}, "group g\nset /a/@x 2\n");
+    EXPECT_EQ(kept.status, 1);
+    EXPECT_THAT(kept.err, testing::Not(HasSubstr("not saved")));
+    const auto recording = run({"m.xml"}, "record\nset /a/@x 2\n");
+    EXPECT_EQ(recording.status, 1);
+    EXPECT_EQ(recording.err, "<stdin>:3: the recording was not stopped; no script is written\n");
+}
+
+TEST_F(Program, WhatWasRecordedIsPlayedByItself)
+{
+    directory.write("s", "set /a/@x 2\nsave one.xml\nrecord\nset //b/@y 3\nundo\nset //b/@y 4\nset /a/@x 5\n"
+                         "stop r.script\nsave two.xml\n");
+    EXPECT_EQ(run({"m.xml", "--script", "s"}).status, 0);
+    const auto played = run({"one.xml", "--script", "r.script"}, "");
+    EXPECT_EQ(played.status, 0);
+    EXPECT_THAT(played.out, HasSubstr("> set //b/@y 4\n"));
+    const auto saved = run({"one.xml", "--output", "again.xml"}, directory.read("r.script") + "save\n");
+    EXPECT_EQ(saved.status, 0);
+    EXPECT_EQ(directory.read("again.xml"), directory.read("two.xml"));
+    EXPECT_EQ(directory.read("two.xml"), "<a x='5'>\n<b y='4.0'/></a>\n");
+}
+
+TEST_F(Program, AnExportThatFailsIsNamed)
+{
+    const auto result = run({"m.xml"}, "export gone/e.xml\n");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "<stdin>:1: export: gone/e.xml: No such file or directory\n");
+}
+
+TEST_F(Program, AVeryDeepModelIsEdited)
+{
+    std::string deep;
+    for (int i = 0; i < 100'000; ++i)
+    {
+        deep += "<a>";
+    }
+    deep += "<b v='1'/>";
+    for (int i = 0; i < 100'000; ++i)
+    {
+        deep += "</a>";
+    }
+    directory.write("deep.xml", deep);
+    const auto result = run({"deep.xml"}, "set //b/@v 2\nundo\nredo\ntree\nsave\n");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(directory.read("deep.xml"), deep.replace(deep.find('1'), 1, "2"));
+}
+
+} // namespace

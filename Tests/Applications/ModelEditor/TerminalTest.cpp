@@ -1,0 +1,342 @@
+#include "Tests/Applications/ModelEditor/ProgramRun.h"
+#include "Tests/Applications/ModelEditor/TestFiles.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <pty.h>
+#include <string>
+#include <sys/wait.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace
+{
+
+using testing::HasSubstr;
+
+// The program at a terminal of its own.
+class Terminal
+{
+public:
+    // With a script in place of what is typed, if there is one.
+    Terminal(const TestDirectory& directory, const std::string& model, const std::string& script = {})
+    {
+        const std::string program = getProgramPath();
+        child = forkpty(&terminal, nullptr, nullptr, nullptr);
+        if (child == -1)
+        {
+            // Going on would signal all processes that may be signalled: that is what -1 means there.
+            throw std::system_error(errno, std::generic_category(), "no pseudo-terminal");
+        }
+        if (child == 0)
+        {
+            setenv("TERM", "dumb", 1);
+            const bool isThere = chdir(directory.getPath().c_str()) == 0;
+            if (isThere)
+            {
+                script.empty() ? execl(program.c_str(), program.c_str(), model.c_str(), nullptr)
+                               : execl(program.c_str(), program.c_str(), model.c_str(), "--script",
+                                       script.c_str(), nullptr);
+            }
+            _exit(122);
+        }
+    }
+
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+
+    ~Terminal()
+    {
+        close(terminal);
+    }
+
+    void type(const std::string& keys) const
+    {
+        ASSERT_EQ(write(terminal, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+    }
+
+    void interrupt() const
+    {
+        kill(child, SIGINT);
+    }
+
+    // What is printed up to and with the text; all that was printed if it does not come.
+    std::string waitFor(const std::string& text) const
+    {
+        std::string seen;
+        char c = 0;
+        while (!seen.ends_with(text) && read(terminal, &c, 1) == 1)
+        {
+            seen += c;
+        }
+        return seen;
+    }
+
+    // What is still printed.
+    std::string waitForEnd(int& status) const
+    {
+        std::string seen;
+        char c = 0;
+        while (read(terminal, &c, 1) == 1)
+        {
+            seen += c;
+        }
+        int raw = 0;
+        waitpid(child, &raw, 0);
+        status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+        return seen;
+    }
+
+private:
+    int terminal = -1;
+    pid_t child = -1;
+};
+
+class TerminalTest : public testing::Test
+{
+protected:
+    TerminalTest()
+    {
+        directory.write("m.xml", "<a x='1'/>");
+    }
+
+    TestDirectory directory;
+    int status = -1;
+};
+
+const std::string prompt = "model> ";
+const std::string question = "(y/n) ";
+
+TEST_F(TerminalTest, PromptsRunsLinesAndSavesAtOnce)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("set /a/@x 2\n");
+    EXPECT_THAT(terminal.waitFor(prompt), HasSubstr("/a/@x: 1 -> 2"));
+    terminal.type("nope\n");
+    EXPECT_THAT(terminal.waitFor(prompt), HasSubstr("no verb nope; help lists them"));
+    terminal.type("save\n");
+    EXPECT_THAT(terminal.waitFor(prompt), HasSubstr("Saved m.xml (10 bytes)"));
+    EXPECT_EQ(directory.read("m.xml"), "<a x='2'/>");
+    terminal.type("quit\n");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(TerminalTest, LinesAreEditedAndComeBackFromTheHistory)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    // Control-H deletes, control-P takes the line before.
+    terminal.type("find /axx\x08\x08\n");
+    EXPECT_THAT(terminal.waitFor("1 node"), HasSubstr("/a\r\n"));
+    terminal.waitFor(prompt);
+    terminal.type("\x10\n");
+    EXPECT_THAT(terminal.waitFor("1 node"), HasSubstr("1 node"));
+    terminal.waitFor(prompt);
+    terminal.type("quit\n");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(TerminalTest, UnsavedModulesAreDroppedOnlyByAYes)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("set /a/@x 2\n");
+    terminal.waitFor(prompt);
+    terminal.type("quit\n");
+    EXPECT_THAT(terminal.waitFor(question), HasSubstr("Not saved: /a\r\n"));
+    terminal.type("no\n");
+    terminal.waitFor(prompt);
+    terminal.type("\x04");
+    EXPECT_THAT(terminal.waitFor(question), HasSubstr("Not saved: /a\r\n"));
+    terminal.type("n\n");
+    terminal.waitFor(prompt);
+    terminal.type("quit\n");
+    terminal.waitFor(question);
+    terminal.type("y\n");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(directory.read("m.xml"), "<a x='1'/>");
+}
+
+TEST_F(TerminalTest, TheEndKeyInsteadOfAnAnswerIsAYes)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("set /a/@x 2\n");
+    terminal.waitFor(prompt);
+    terminal.type("\x04");
+    terminal.waitFor(question);
+    terminal.type("\x04");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(TerminalTest, NobodyIsAskedWhenAllIsSavedOrUndone)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("set /a/@x 2\n");
+    terminal.waitFor(prompt);
+    terminal.type("undo\n");
+    terminal.waitFor(prompt);
+    terminal.type("quit\n");
+    EXPECT_THAT(terminal.waitForEnd(status), testing::Not(HasSubstr("Not saved")));
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(TerminalTest, ThePromptTellsOfARecordingAndAGroup)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("record\n");
+    terminal.waitFor("model [recording]> ");
+    terminal.type("group 'a b'\n");
+    EXPECT_THAT(terminal.waitFor("model [recording] (a b)> "), HasSubstr("(a b)> "));
+    terminal.type("set /a/@x 2\n");
+    terminal.waitFor("model [recording] (a b)> ");
+    terminal.type("end\n");
+    EXPECT_THAT(terminal.waitFor("model [recording]> "), HasSubstr("Group a b: 1 step as one"));
+    terminal.type("stop\n");
+    terminal.waitFor("\nmodel> ");
+    terminal.type("undo\n");
+    EXPECT_THAT(terminal.waitFor(prompt), HasSubstr("/a/@x: 2 -> 1"));
+    terminal.type("quit\n");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(TerminalTest, TheEndKeyInAGroupEndsTheGroupOnly)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("group g\n");
+    terminal.waitFor("model (g)> ");
+    terminal.type("set /a/@x 2\n");
+    terminal.waitFor("model (g)> ");
+    terminal.type("\x04");
+    EXPECT_THAT(terminal.waitFor(prompt),
+                HasSubstr("the group g has no end; the group g is ended, 1 step undone"));
+    terminal.type("find /a/@x\n");
+    EXPECT_THAT(terminal.waitFor("1 node"), HasSubstr("/a/@x = 1"));
+    terminal.waitFor(prompt);
+    terminal.type("\x04");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(TerminalTest, TheInterruptKeyEmptiesTheLine)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("set /a/@x 5\x03"
+                  "find /a/@x\n");
+    EXPECT_THAT(terminal.waitFor("1 node"), HasSubstr("/a/@x = 1"));
+    terminal.waitFor(prompt);
+    terminal.type("\x04");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(TerminalTest, TheInterruptKeyEmptiesTheLineAlsoWhenItComesAlone)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("nonsense");
+    terminal.waitFor("nonsense");
+    terminal.type("\x03");
+    terminal.waitFor(prompt);
+    terminal.type("find /a/@x\n");
+    EXPECT_THAT(terminal.waitFor("1 node"), HasSubstr("/a/@x = 1"));
+    terminal.waitFor(prompt);
+    terminal.type("\x04");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
+// So long a run that whoever sees it begin can stop it.
+class LongRun : public TerminalTest
+{
+protected:
+    LongRun()
+    {
+        std::string values;
+        for (int i = 0; i < 20000; ++i)
+        {
+            values += "<v x='1'/>";
+        }
+        directory.write("m.xml", "<r>" + values + "</r>");
+        directory.write("s", "scale //@x 2\nset //v[1]/@x 5\n");
+    }
+
+    const std::string bar = "[....................] ";
+};
+
+TEST_F(LongRun, LinesCanBeTypedWhileARunIsUnderWay)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("scale //@x 2\n");
+    terminal.waitFor(bar);
+    terminal.type("status\n");
+    EXPECT_THAT(terminal.waitFor("(20000 values) by 2, "), HasSubstr("status"));
+    terminal.type("save\n");
+    terminal.waitFor("save: not while Scale //@x (20000 values) by 2 is under way");
+    terminal.waitFor("> ");
+    terminal.type("abort\n");
+    terminal.waitFor("scale: aborted; nothing has changed");
+    terminal.waitFor(prompt);
+    terminal.type("modified\n");
+    EXPECT_THAT(terminal.waitFor(prompt), HasSubstr("0 modules"));
+    terminal.type("\x04");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(LongRun, TheInterruptKeyAbortsItAndASecondOneDoesNoHarm)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("scale //@x 2\n");
+    terminal.waitFor(bar);
+    terminal.type("\x03\x03");
+    terminal.waitFor("scale: aborted; nothing has changed");
+    terminal.waitFor(prompt);
+    terminal.type("\x03modified\n");
+    EXPECT_THAT(terminal.waitFor("0 modules"), HasSubstr("0 modules"));
+    terminal.waitFor(prompt);
+    terminal.type("\x04");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(LongRun, TheEndKeyAbortsIt)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("scale //@x 2\n");
+    terminal.waitFor(bar);
+    terminal.type("\x04");
+    EXPECT_THAT(terminal.waitForEnd(status), HasSubstr("nothing has changed"));
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(LongRun, AnInterruptAbortsThatOfAScriptAndStopsTheScript)
+{
+    Terminal terminal(directory, "m.xml", "s");
+    terminal.waitFor("25 %");
+    terminal.interrupt();
+    terminal.interrupt();
+    const auto rest = terminal.waitForEnd(status);
+    EXPECT_THAT(rest, HasSubstr("s:1: scale: aborted; nothing has changed"));
+    EXPECT_THAT(rest, testing::Not(HasSubstr("> set")));
+    EXPECT_EQ(status, 1);
+}
+
+} // namespace
