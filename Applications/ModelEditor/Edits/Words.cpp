@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdio>
 
 namespace ModelEditor
@@ -30,7 +31,12 @@ public:
         while (!rest.empty() && blanks.find(rest.front()) == std::string_view::npos)
         {
             const char c = take();
-            if (c == '\'' || c == '"')
+            if (c == '[' && hasClosingBracket())
+            {
+                word += c;
+                readBrackets();
+            }
+            else if (c == '\'' || c == '"')
             {
                 readQuoted(c);
             }
@@ -62,6 +68,54 @@ private:
             word += isEscape ? take() : c;
         }
         take();
+    }
+
+    // Behind an opening bracket: whether it is closed before a blank that is not in quotes.
+    bool hasClosingBracket() const
+    {
+        std::size_t depth = 1;
+        for (std::size_t i = 0; i < rest.size(); ++i)
+        {
+            const char c = rest[i];
+            if (c == '\'' || c == '"')
+            {
+                i = rest.find(c, i + 1);
+                if (i == std::string_view::npos)
+                {
+                    return false;
+                }
+            }
+            else if (blanks.find(c) != std::string_view::npos)
+            {
+                return false;
+            }
+            i += c == '\\' ? 1 : 0;
+            depth += c == '[' ? 1 : 0;
+            depth -= c == ']' ? 1 : 0;
+            if (depth == 0)
+            {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    // Up to and with the closing bracket. @pre there is one.
+    void readBrackets()
+    {
+        for (std::size_t depth = 1; depth != 0;)
+        {
+            const char c = take();
+            depth += c == '[' ? 1 : 0;
+            depth -= c == ']' ? 1 : 0;
+            word += c == '\\' ? takeEscaped() : c;
+            if (c == '\'' || c == '"')
+            {
+                const std::size_t length = rest.find(c) + 1;
+                word += rest.substr(0, length);
+                rest.remove_prefix(length);
+            }
+        }
     }
 
     char takeEscaped()

@@ -71,7 +71,8 @@ void Editor::run(const std::string& line)
     }
     catch (const std::exception& exception)
     {
-        fail(exception.what());
+        changes.clear();
+        throw VdException(exception.what());
     }
 }
 
@@ -89,7 +90,8 @@ void Editor::finish()
 {
     if (isInGroup())
     {
-        fail("the group " + brief(levels.back().getName()) + " has no end");
+        const std::string what = "the group " + brief(levels.back().getName()) + " has no end";
+        throw VdException(what + giveUpGroup());
     }
     if (isRecording())
     {
@@ -177,16 +179,15 @@ void Editor::requirePlace(const Verb& verb) const
     }
 }
 
-void Editor::fail(const std::string& what)
+std::string Editor::giveUpGroup()
 {
     if (!isInGroup())
     {
-        throw VdException(what);
+        return "";
     }
-    changes.clear();
     const std::string name = brief(levels.back().getName());
     const auto count = abandonGroup();
-    throw VdException(what + "; the group " + name + " is ended, " + plural(count, "step") + " undone");
+    return "; the group " + name + " is ended, " + plural(count, "step") + " undone";
 }
 
 void Editor::tree(const Words& arguments)

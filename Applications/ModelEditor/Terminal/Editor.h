@@ -56,9 +56,12 @@ public:
     /// Carries out @p line; an empty one or a comment is fine.
     ///
     /// @throws VdException `<verb>: <what is wrong>`; the model is then as before, except for the steps that
-    ///         an `undo` or `redo` has done before the one that failed. An open group is undone and
-    ///         ended.
+    ///         an `undo` or `redo` has done before the one that failed. An open group stays open.
     void run(const std::string& line);
+
+    /// Undoes and ends the group that is open: nobody can say how it was meant to go on after a line that failed.
+    /// @return what to say of it behind the failure; empty if there is none.
+    std::string giveUpGroup();
 
     /// Whether a line has started work on another thread that is not over. goOn() must then be called
     /// whenever getWakeUp() was signalled, and only `status`, `abort` and `help` can be run.
@@ -116,7 +119,6 @@ private:
 
     void runVerb(const Words& words);
     void requirePlace(const Verb& verb) const;
-    [[noreturn]] void fail(const std::string& what);
 
     void tree(const Words& arguments);
     void show(const Words& arguments);

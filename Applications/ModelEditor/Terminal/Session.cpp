@@ -85,7 +85,8 @@ bool Session::runLine(const std::string& line)
     }
     catch (const std::exception& exception)
     {
-        report(lineNumber, exception.what());
+        // Who types sees that the line has failed, and types it again.
+        report(lineNumber, exception.what() + (settings.isInteractive ? "" : editor.giveUpGroup()));
         return false;
     }
 }

@@ -212,6 +212,22 @@ TEST_F(TerminalTest, ThePromptTellsOfARecordingAndAGroup)
     EXPECT_EQ(status, 0);
 }
 
+TEST_F(TerminalTest, AMistypedLineInAGroupFailsAlone)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("group g\n");
+    terminal.waitFor("model (g)> ");
+    terminal.type("set /a/@x 2\n");
+    terminal.waitFor("model (g)> ");
+    terminal.type("sset /a/@x 3\n");
+    EXPECT_THAT(terminal.waitFor("model (g)> "), testing::Not(HasSubstr("is ended")));
+    terminal.type("end\n");
+    EXPECT_THAT(terminal.waitFor("\nmodel> "), HasSubstr("Group g: 1 step as one"));
+    terminal.type("find /a/@x\n");
+    EXPECT_THAT(terminal.waitFor("1 node"), HasSubstr("/a/@x = 2"));
+}
+
 TEST_F(TerminalTest, TheEndKeyInAGroupEndsTheGroupOnly)
 {
     Terminal terminal(directory, "m.xml");

@@ -30,6 +30,25 @@ TEST(Words, QuotesAndBackslashesWorkAsInAShell)
     EXPECT_EQ(splitWords(R"('a\b"' "a\b\"\\'" a\ \'\\)"), (Words{R"(a\b")", R"(a\b"\')", R"(a '\)"}));
 }
 
+TEST(Words, QuotesInBracketsBelongToTheAddress)
+{
+    EXPECT_EQ(splitWords("show //link[@name='wrist_1_link']"), (Words{"show", "//link[@name='wrist_1_link']"}));
+    EXPECT_EQ(splitWords(R"(//a[@b="it's #1 ]"]/@c 'd e')"), (Words{R"(//a[@b="it's #1 ]"]/@c)", "d e"}));
+    EXPECT_EQ(splitWords("//a[b[@c='d e']][2]/@f g"), (Words{"//a[b[@c='d e']][2]/@f", "g"}));
+    EXPECT_EQ(splitWords(R"(//a[@b=\'c\'] d)"), (Words{"//a[@b='c']", "d"})) << "as elsewhere";
+    EXPECT_EQ(splitWords(R"('//a[@b="c"]' "//a[@b='c']")"), (Words{R"(//a[@b="c"])", "//a[@b='c']"}));
+}
+
+TEST(Words, ABracketThatIsNotClosedInItsWordIsACharacter)
+{
+    EXPECT_EQ(splitWords("[a b] c[ 'd e'"), (Words{"[a", "b]", "c[", "d e"}));
+    EXPECT_EQ(splitWords("a['b c' d]"), (Words{"a[b c", "d]"}));
+    EXPECT_EQ(splitWords(R"([\] '[' "]")"), (Words{"[]", "[", "]"}));
+    EXPECT_EQ(splitWords("]['x'"), (Words{"][x"}));
+    EXPECT_THROW(splitWords("a['b]"), Valdane::VdException);
+    EXPECT_THROW(splitWords("[\\"), Valdane::VdException);
+}
+
 TEST(Words, ACommentStartsOnlyAtTheStartOfAWord)
 {
     EXPECT_EQ(splitWords("# all"), Words{});
@@ -52,6 +71,7 @@ TEST(Words, AreJoinedToALineThatSplitsIntoThemAgain)
                                  {"set", "//a/@b", "1"},
                                  {"", "#", "a#b"},
                                  {"a b", "\ta", "it's", R"("q")", R"(it's "q" \"\)", R"(\)", R"(a\')"},
+                                 {"[", "]", "[a", "b]", "a[b]", "a[", "'x y'", "]", "[\\", "[']"},
                                  {"gr\xC3\xBC\xC3\x9F", "\r\v\f"}};
     for (const auto& words : all)
     {
