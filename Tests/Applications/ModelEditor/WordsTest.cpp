@@ -32,7 +32,8 @@ TEST(Words, QuotesAndBackslashesWorkAsInAShell)
 
 TEST(Words, QuotesInBracketsBelongToTheAddress)
 {
-    EXPECT_EQ(splitWords("show //link[@name='wrist_1_link']"), (Words{"show", "//link[@name='wrist_1_link']"}));
+    EXPECT_EQ(splitWords("show //link[@name='wrist_1_link']"),
+              (Words{"show", "//link[@name='wrist_1_link']"}));
     EXPECT_EQ(splitWords(R"(//a[@b="it's #1 ]"]/@c 'd e')"), (Words{R"(//a[@b="it's #1 ]"]/@c)", "d e"}));
     EXPECT_EQ(splitWords("//a[b[@c='d e']][2]/@f g"), (Words{"//a[b[@c='d e']][2]/@f", "g"}));
     EXPECT_EQ(splitWords(R"(//a[@b=\'c\'] d)"), (Words{"//a[@b='c']", "d"})) << "as elsewhere";
