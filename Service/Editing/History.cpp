@@ -177,7 +177,7 @@ void History::Private::apply(const HistoryChange& change)
 History::MoveResult History::Private::step(std::uint64_t target, bool& hasMoved)
 {
     // Step by step, because a slot may change what there is to undo or redo.
-    for (std::uint64_t now = manager.getPosition(); now != target; now = manager.getPosition())
+    for (std::uint64_t now = manager.getPosition(); now != target;)
     {
         if (manager.getCurrentThreadedCommand() != nullptr)
         {
@@ -190,7 +190,8 @@ History::MoveResult History::Private::step(std::uint64_t target, bool& hasMoved)
             return manager.getOpenGroups().empty() ? MoveResult::Interrupted : MoveResult::GroupOpen;
         }
         const bool isDone = isUndo ? manager.undo(1) : manager.redo(1);
-        const bool isThere = manager.getPosition() == next;
+        now = manager.getPosition();
+        const bool isThere = now == next;
         // The manager also answers false if the step is done and a slot has opened a group then.
         if (!isDone && (!isThere || manager.getOpenGroups().empty()))
         {
