@@ -58,23 +58,28 @@ void HistoryReplay::playStep(const HistoryStep& step)
     case Add:
     case AddOrMerge:
     case AddFailing:
-        return add(step);
+        add(step);
+        return;
     case Undo:
     case Redo:
-        return undoOrRedo(step);
+        undoOrRedo(step);
+        return;
     case BeginGroup:
         manager.beginGroup("group");
         groups.push_back({.begin = getCurrent(), .now = getCurrent()});
         return;
     case EndGroup:
-        return endGroup();
+        endGroup();
+        return;
     case AbandonGroup:
-        return abandonGroup();
+        abandonGroup();
+        return;
     case Save:
         manager.adjustOnSave(0);
         return;
     case Limit:
-        return limit(static_cast<std::uint32_t>(step.number));
+        limit(static_cast<std::uint32_t>(step.number));
+        return;
     }
 }
 
@@ -116,7 +121,8 @@ void HistoryReplay::add(const HistoryStep& step)
     const State before = getCurrent();
     if (!execute(step, command))
     {
-        return expect(before, "what they were before it, although the command has failed");
+        expect(before, "what they were before it, although the command has failed");
+        return;
     }
     State after{.snapshot = trial.takeSnapshot(), .path = before.path};
     after.path.push_back(made);
@@ -160,7 +166,8 @@ void HistoryReplay::enter(State state, bool isMerged)
     const std::uint64_t size = manager.getQueueSize();
     if (size == 0) // a limit of 0
     {
-        states.assign(1, std::move(state));
+        states.clear();
+        states.push_back(std::move(state));
     }
     else
     {

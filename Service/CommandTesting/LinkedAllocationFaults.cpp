@@ -37,7 +37,7 @@ public:
 
     bool end() noexcept override
     {
-        const bool hasFailed = failing->hasFailed();
+        const bool hasFailed = failing->hasFailed(); // NOLINT(bugprone-unchecked-optional-access) @pre
         failing.reset();
         return hasFailed;
     }

@@ -11,7 +11,7 @@ namespace Valdane
 /// @return the place to be tried after @p place.
 constexpr std::uint64_t placeAfter(std::uint64_t place) noexcept
 {
-    return place < 256 ? place + 1 : place + place / 64;
+    return place < 256 ? place + 1 : place + (place / 64);
 }
 
 } // namespace Valdane

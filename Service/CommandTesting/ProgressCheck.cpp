@@ -92,8 +92,8 @@ Report Checks::progress(const CommandSubject& subject, const CommandSubject::Mak
     Mistake::collect(report,
                      [&]
                      {
-                         // Also for what is no number.
-                         if (!(largestMove >= 0 && largestMove <= 1))
+                         const bool isShare = largestMove >= 0 && largestMove <= 1;
+                         if (!isShare)
                          {
                              throw Mistake("The largest move that is allowed must be from 0 to 1");
                          }

@@ -75,7 +75,7 @@ Snapshot Trial::takeSnapshot() const
 {
     std::optional<Snapshot> snapshot;
     Mistake::guard("Taking a snapshot", [&] { snapshot = subject.takeSnapshot(world); });
-    return *snapshot;
+    return *snapshot; // NOLINT(bugprone-unchecked-optional-access) else guard() has thrown
 }
 
 void Trial::expect(const Snapshot& expected, const std::string& when, const std::string& asWhen) const
