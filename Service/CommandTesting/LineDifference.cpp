@@ -10,7 +10,6 @@ namespace
 {
 
 constexpr std::size_t LargestTable = 1'000'000;
-constexpr std::size_t LongestText = 100;
 
 std::vector<std::string> toLines(const std::string& text)
 {
@@ -26,22 +25,6 @@ std::vector<std::string> toLines(const std::string& text)
 void appendLine(std::string& text, const char* mark, const std::string& line)
 {
     text += mark + line + "\n";
-}
-
-// Nobody reads more, and a report may tell several differences.
-void shorten(std::string& text)
-{
-    std::size_t end = 0;
-    for (std::size_t line = 0; line < LongestText && end != text.size(); ++line)
-    {
-        end = text.find('\n', end) + 1;
-    }
-    if (const auto left = std::count(text.begin() + static_cast<std::ptrdiff_t>(end), text.end(), '\n');
-        left > 1)
-    {
-        text.resize(end);
-        text += "  ... and " + std::to_string(left) + " lines more\n";
-    }
 }
 
 } // namespace
@@ -80,7 +63,6 @@ std::string LineDifference::toText() const
         appendLine(text, "  ", expected[expectedMiddle.first - 1]);
     }
     describeMiddle(text);
-    shorten(text);
     text.pop_back();
     return text;
 }
@@ -122,8 +104,8 @@ void LineDifference::describeMiddle(std::string& text) const
     std::size_t column = 0;
     const auto isSame = [&]
     {
-        return !common.empty() && row < expectedMiddle.size() && column < foundMiddle.size() &&
-               expectedLine(row) == foundLine(column);
+        return (!common.empty() || row == column) && row < expectedMiddle.size() &&
+               column < foundMiddle.size() && expectedLine(row) == foundLine(column);
     };
     const auto isMissing = [&]
     {

@@ -10,14 +10,14 @@ namespace Valdane
 /// How two texts differ, line by line, in the fewest lines.
 ///
 /// Cost: the square of the number of lines between the first and the last difference, up to a bound. Above it, all
-/// of those lines count as different, each beside the one in its place.
+/// of those lines are compared with the one in their place.
 class LineDifference
 {
 public:
     LineDifference(const std::string& expectedText, const std::string& foundText);
 
     /// Lines that are missing begin with "- ", those that are there instead with "+ ". Others are left out, except
-    /// the one before each difference. After 100 lines the rest is counted only. Empty if the lines are the same.
+    /// the one before each difference. Empty if the lines are the same.
     std::string toText() const;
 
 private:

@@ -24,6 +24,25 @@ std::string indented(const std::string& text, const std::string& indentation)
     return result;
 }
 
+constexpr std::size_t LongestMistake = 101;
+
+// Nobody reads more, and a report may tell several differences.
+std::string shortened(std::string mistake)
+{
+    std::size_t end = 0;
+    for (std::size_t line = 0; line < LongestMistake && end < mistake.size(); ++line)
+    {
+        end = std::min(mistake.find('\n', end), mistake.size() - 1) + 1;
+    }
+    const auto more = std::count(mistake.begin() + static_cast<std::ptrdiff_t>(end), mistake.end(), '\n') + 1;
+    if (end < mistake.size() && more > 1)
+    {
+        mistake.resize(end);
+        mistake += "... and " + std::to_string(more) + " lines more";
+    }
+    return mistake;
+}
+
 } // namespace
 
 Report::Report(std::string whatWasChecked) : subject(std::move(whatWasChecked)) {}
@@ -76,7 +95,7 @@ std::string Report::toText() const
     text += "\n";
     for (std::size_t i = 0; i < mistakes.size(); ++i)
     {
-        std::string lines = indented(mistakes[i], "  ");
+        std::string lines = indented(shortened(mistakes[i]), "  ");
         if (i > 0 && !headings[i].empty() && headings[i] == headings[i - 1])
         {
             lines.erase(0, lines.find('\n') + 1);

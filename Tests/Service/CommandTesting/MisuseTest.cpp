@@ -240,6 +240,13 @@ TEST(MisuseTest, ADescriptionThatThrowsIsFound)
               "  getDescription() throws: no power\n");
 }
 
+TEST(MisuseTest, AnUndoThatFailsIsForTheRoundTripToTell)
+{
+    const auto wrong = spoilt([](ScriptedCommand& command, Page&) { command.onUndo = fail; });
+    EXPECT_TRUE(makePageKit().misuse(wrong));
+    EXPECT_NE(makePageKit().all(wrong).toText().find("Undo 1 throws: no power"), std::string::npos);
+}
+
 TEST(MisuseTest, WhatFailsIsTold)
 {
     EXPECT_EQ(misuseReport(spoilt([](ScriptedCommand& command, Page&) { command.onExecute = fail; })),

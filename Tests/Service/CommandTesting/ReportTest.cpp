@@ -84,5 +84,24 @@ TEST(ReportTest, TheMistakesOfAnotherOneComeWithItsSubject)
                               "  Fourth\n");
 }
 
+TEST(ReportTest, OfAMistakeAHundredLinesAreToldAndTheOthersCounted)
+{
+    const auto linesOf = [](int count)
+    {
+        std::string text = "first";
+        for (int line = 1; line < count; ++line)
+        {
+            text += "\n" + std::to_string(line);
+        }
+        Report report("Lines");
+        report.addMistake(text);
+        return report.toText();
+    };
+    const std::string whole = linesOf(102);
+    EXPECT_EQ(whole.substr(whole.size() - 16), "    100\n    101\n");
+    const std::string cut = linesOf(103);
+    EXPECT_EQ(cut.substr(cut.size() - 33), "    100\n    ... and 2 lines more\n");
+}
+
 } // namespace
 } // namespace Valdane
