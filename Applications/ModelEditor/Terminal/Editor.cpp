@@ -71,7 +71,6 @@ void Editor::run(const std::string& line)
     }
     catch (const std::exception& exception)
     {
-        changes.clear();
         throw VdException(exception.what());
     }
 }

@@ -185,6 +185,19 @@ TEST_F(EditorRun, WhileARunIsUnderWayOnlyItIsTalkedAbout)
     EXPECT_EQ(run("abort"), "abort: nothing is under way");
 }
 
+TEST_F(EditorRun, ARefusedLineLeavesAloneWhatIsToldOfTheRun)
+{
+    run("scale '//a/@*|//b/@x' 3");
+    ASSERT_FALSE(goOnTo(50));
+    EXPECT_THAT(run("undo"), StartsWith("undo: not while "));
+    EXPECT_THAT(run("set 'x"), HasSubstr("'"));
+    goOnToEnd();
+    EXPECT_EQ(conclude(), "Scale //a/@*|//b/@x (3 values) by 3\n"
+                          "  /r/a/@x: 1 -> 3\n"
+                          "  /r/a/@y: 2 -> 6\n"
+                          "  /r/b/@x: 1.5 -> 4.5\n");
+}
+
 TEST_F(EditorRun, StatusTellsTheShareAndTheStepThatIsDone)
 {
     run("scale '//a/@*|//b/@x|//d/@x' 2");
