@@ -31,10 +31,10 @@ public:
         while (!rest.empty() && blanks.find(rest.front()) == std::string_view::npos)
         {
             const char c = take();
-            if (c == '[' && hasClosingBracket())
+            if (c == '[')
             {
                 word += c;
-                readBrackets();
+                bracketsCanClose = bracketsCanClose && readBrackets();
             }
             else if (c == '\'' || c == '"')
             {
@@ -70,52 +70,33 @@ private:
         take();
     }
 
-    // Behind an opening bracket: whether it is closed before a blank that is not in quotes.
-    bool hasClosingBracket() const
+    // Behind an opening bracket: takes all up to and with its closing one, unless a blank that is not in quotes or the end
+    // comes first.
+    bool readBrackets()
     {
-        std::size_t depth = 1;
-        for (std::size_t i = 0; i < rest.size(); ++i)
+        std::string text;
+        std::size_t length = 0;
+        for (std::size_t depth = 1; depth != 0; ++length)
         {
-            const char c = rest[i];
-            if (c == '\'' || c == '"')
-            {
-                i = rest.find(c, i + 1);
-                if (i == std::string_view::npos)
-                {
-                    return false;
-                }
-            }
-            else if (blanks.find(c) != std::string_view::npos)
+            if (length == rest.size() || blanks.find(rest[length]) != std::string_view::npos)
             {
                 return false;
             }
-            i += c == '\\' ? 1 : 0;
+            const char c = rest[length];
             depth += c == '[' ? 1 : 0;
             depth -= c == ']' ? 1 : 0;
-            if (depth == 0)
+            const bool isQuote = c == '\'' || c == '"';
+            const std::size_t last = isQuote ? rest.find(c, length + 1) : length + (c == '\\' ? 1 : 0);
+            if (last >= rest.size())
             {
-                return true;
+                return false;
             }
+            text += c == '\\' ? rest.substr(last, 1) : rest.substr(length, last + 1 - length);
+            length = last;
         }
-        return false;
-    }
-
-    // Up to and with the closing bracket. @pre there is one.
-    void readBrackets()
-    {
-        for (std::size_t depth = 1; depth != 0;)
-        {
-            const char c = take();
-            depth += c == '[' ? 1 : 0;
-            depth -= c == ']' ? 1 : 0;
-            word += c == '\\' ? takeEscaped() : c;
-            if (c == '\'' || c == '"')
-            {
-                const std::size_t length = rest.find(c) + 1;
-                word += rest.substr(0, length);
-                rest.remove_prefix(length);
-            }
-        }
+        word += text;
+        rest.remove_prefix(length);
+        return true;
     }
 
     char takeEscaped()
@@ -136,6 +117,8 @@ private:
 
     std::string_view rest;
     std::string word;
+    // Looking for a closing bracket takes one look at the word, not one for each `[`.
+    bool bracketsCanClose = true;
 };
 
 bool isPlainWord(std::string_view word)

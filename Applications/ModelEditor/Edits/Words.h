@@ -11,7 +11,8 @@ namespace ModelEditor
 ///
 /// In single quotes every character stands for itself; in double quotes a backslash takes the meaning from
 /// `"` and `\`; elsewhere from any character. Between `[` and its `]` quotes belong to the word, with blanks
-/// in them, as in `//link[@name='wrist 1']`; a `[` without a `]` in the word is a character like any other.
+/// in them, as in `//link[@name='wrist 1']`; a `[` without its `]` in the word is a character like any other, and so
+/// are those behind it in that word.
 /// A `#` at the start of a word makes the rest of the line a comment.
 ///
 /// @throws VdException if a quote is not closed, a backslash ends the line, or the line has a NUL character.

@@ -46,8 +46,16 @@ TEST(Words, ABracketThatIsNotClosedInItsWordIsACharacter)
     EXPECT_EQ(splitWords("a['b c' d]"), (Words{"a[b c", "d]"}));
     EXPECT_EQ(splitWords(R"([\] '[' "]")"), (Words{"[]", "[", "]"}));
     EXPECT_EQ(splitWords("]['x'"), (Words{"][x"}));
+    EXPECT_EQ(splitWords("[['a b'] ['c d']"), (Words{"[[a b]", "['c d']"})) << "nor is one behind it";
+    EXPECT_EQ(splitWords("[a\\ b'c'] d"), (Words{"[a b'c']", "d"}));
     EXPECT_THROW(splitWords("a['b]"), Valdane::VdException);
     EXPECT_THROW(splitWords("[\\"), Valdane::VdException);
+}
+
+TEST(Words, ManyBracketsThatAreNotClosedTakeNoTime)
+{
+    const std::string brackets(1'000'000, '[');
+    EXPECT_EQ(splitWords(brackets + " 'a b'"), (Words{brackets, "a b"}));
 }
 
 TEST(Words, ACommentStartsOnlyAtTheStartOfAWord)
