@@ -52,20 +52,7 @@ void AbortTrial::run()
 
 void AbortTrial::start()
 {
-    CommandManager& manager = trial.getManager();
-    const auto& command = trial.getCommand();
-    Mistake::guard("addThreadedCommand()",
-                   [&]
-                   {
-                       if (auto macro = std::dynamic_pointer_cast<ThreadedMacroCommand>(command))
-                       {
-                           manager.addThreadedCommand(std::move(macro));
-                       }
-                       else
-                       {
-                           manager.addThreadedCommand(std::dynamic_pointer_cast<ThreadedCommand>(command));
-                       }
-                   });
+    Mistake::guard("addThreadedCommand()", [this] { trial.startThreads(); });
     probe.waitForAbort();
 }
 

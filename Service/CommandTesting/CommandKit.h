@@ -138,7 +138,8 @@ public:
 
     /// Undo is the inverse of execute, as often as one likes: execute, undo, redo, undo and so on, the command by
     /// itself and then through a CommandManager. After each undo the data are those from before, after each redo
-    /// those from after execute(). A command that is not redo-capable is only undone.
+    /// those from after execute(). A command that is not redo-capable is only undone. An execute() that fails also
+    /// tells what it has left behind in the data.
     Report roundTrip(const Maker& make, const RoundTripOptions& options = {}) const
     {
         return Checks::roundTrip(subject, make.erased, options);
@@ -184,8 +185,9 @@ public:
     }
 
     /// What a program does wrong around its command: the maker gives no command, or the same one twice; making the
-    /// command changes the data already, or destroying it does; its getDescription() throws; the command owns the world; the
-    /// command never dies.
+    /// command changes the data already, or destroying it does, be it only made, done or undone; its
+    /// getDescription() throws before or after execute(), or after undo(); the command owns the world; the command
+    /// never dies. Data that only the command keeps do not belong into the snapshot.
     Report misuse(const Maker& make) const
     {
         return Checks::misuse(subject, make.erased);
@@ -200,7 +202,7 @@ public:
     }
 
     /// A failure changes nothing: execute(), undo() and redo() fail once at each failAt() that they reach, with an
-    /// exception and with an int, and once at each of their allocations. The data are those from before then, and
+    /// exception and with an int, and once at each of their allocations (see the cost). The data are those from before then, and
     /// a second attempt succeeds. A step that hides the failure has done all of its work. Nothing leaks: each
     /// failure happens twice, and what the second time leaves counts; so it is with a round trip without failures.
     /// What is right by itself then fails at each failAt() through the manager, too.
@@ -209,24 +211,25 @@ public:
     /// subject of the report says so. Macros do not fail with an int, after which they do not roll back. A
     /// ThreadedMacroCommand, which rolls back only there, is executed by addThreadedCommand(); runs are synchronous.
     ///
-    /// Cost: two worlds for each failure, for each of the first 256 of a step, and then for ever fewer; some 800 for
-    /// a million.
+    /// Cost: two worlds for each failure that is tried: of those of a kind in a step some 256 in a row, then ever
+    /// fewer, and the last one; some 800 of a million.
     Report failures(const Maker& make) const
     {
         return Checks::failures(subject, make.erased, *points);
     }
 
     /// An abort changes nothing: a threaded command, or a macro with threads, is aborted before each of its runs, at
-    /// each question for isAborted(), and after each run. The data are those from before then. A run that never
-    /// asks is a mistake.
+    /// its questions for isAborted(), and after each run. The data are those from before then. A run that never
+    /// asks is a mistake. Nothing leaks, by the run itself or more by an abort; counted as in failures(), if the
+    /// program links `Valdane::CommandTestingAllocations`.
     ///
     /// In synchronous mode the manager queues an aborted command all the same; its undo() changes nothing. A macro
-    /// continues there; undone, the data are those from before. Nothing leaks, counted as failures() does. If a nested macro has the run, the outer one is
+    /// continues there; undone, the data are those from before. If a nested macro has the run, the outer one is
     /// undone, too, as applications want it; the manager alone ends the nested one. In synchronous mode abortRun()
     /// is called on a thread of the check.
     ///
-    /// Cost: two worlds and runs for each place; of the questions of a run for each of the first 256, and then for ever
-    /// fewer. Nobody else runs threads meanwhile: see RunProbe.
+    /// Cost: two worlds and runs for each place; of the questions of a run the first 256 are tried, then ever fewer.
+    /// Nobody else runs threads meanwhile: see RunProbe.
     ///
     /// @param make            the command. Its run ends if nobody aborts it, too; the check waits for that.
     /// @param changesNothing  whether it is right that the snapshot does not show what the command does.

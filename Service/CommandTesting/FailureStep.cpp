@@ -14,23 +14,6 @@
 
 namespace Valdane
 {
-namespace
-{
-
-void addThreaded(CommandManager& manager, const std::shared_ptr<CommandBase>& command)
-{
-    if (auto macro = std::dynamic_pointer_cast<ThreadedMacroCommand>(command))
-    {
-        manager.addThreadedCommand(std::move(macro));
-    }
-    else
-    {
-        manager.addThreadedCommand(std::dynamic_pointer_cast<ThreadedCommand>(command));
-    }
-}
-
-} // namespace
-
 FailureStep::FailureStep(std::string stepName, Kind stepKind, Caller stepCaller)
     : name(std::move(stepName)), kind(stepKind), caller(stepCaller)
 {
@@ -150,7 +133,7 @@ bool FailureStep::callManager(Trial& trial, Kind called) const
     bool isDone = true;
     const auto failing =
         manager.connectToSigCommandFailed([&isDone](const char*, const std::string&) { isDone = false; });
-    addThreaded(manager, trial.getCommand());
+    trial.startThreads();
     return isDone;
 }
 

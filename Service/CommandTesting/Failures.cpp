@@ -87,9 +87,7 @@ private:
         }
         for (const std::unique_ptr<Fault>& fault : faultsFor(step))
         {
-            for (std::uint64_t place = 0; tryPlace(step, *whole, *fault, place); place = placeAfter(place))
-            {
-            }
+            tryPlaces([&](std::uint64_t place) { return tryPlace(step, *whole, *fault, place); });
         }
     }
 

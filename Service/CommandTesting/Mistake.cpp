@@ -61,7 +61,7 @@ void Mistake::guard(const std::string& step, const std::function<void()>& work)
     }
     catch (...)
     {
-        throw Mistake(step + " throws something that is not derived from std::exception");
+        throw ForeignMistake(step + " throws something that is not derived from std::exception");
     }
 }
 

@@ -20,6 +20,7 @@ public:
     static void collect(Report& report, const std::function<void()>& trial);
 
     /// Runs a step of a trial. @throws Mistake "<step> throws: <text>" if it throws anything.
+    /// A ForeignMistake, if that is not derived from std::exception.
     static void guard(const std::string& step, const std::function<void()>& work);
 
     /// "<sentence>", what - and + mean, and the difference. The first form is for data that should not differ,
@@ -30,6 +31,13 @@ public:
 
     /// @throws Mistake tellDifference(), if @p found is not as @p expected.
     static void unlessEqual(const Snapshot& expected, const Snapshot& found, const std::string& sentence);
+};
+
+/// Something was thrown that is not derived from std::exception, after which macros do not roll back.
+class ForeignMistake : public Mistake
+{
+public:
+    using Mistake::Mistake;
 };
 
 } // namespace Valdane

@@ -4,7 +4,6 @@
 #include "Service/CommandTesting/Trial.h"
 
 #include <memory>
-#include <optional>
 #include <string>
 
 namespace Valdane
@@ -25,24 +24,26 @@ void expectOwnCommands(const CommandSubject& subject, const CommandSubject::Make
     }
 }
 
+void expectUnchanged(const Snapshot& before, const Trial& trial, const std::string& sentence)
+{
+    const Snapshot after = trial.takeSnapshot();
+    if (!(before == after))
+    {
+        throw Mistake(Mistake::tellChange(sentence, before, after));
+    }
+}
+
 void expectOnlyMade(const CommandSubject& subject, const CommandSubject::Maker& make)
 {
     const Trial trial(subject);
     const Snapshot before = trial.takeSnapshot();
-    const Snapshot again = trial.takeSnapshot();
-    if (!(before == again))
-    {
-        throw Mistake(Mistake::tellChange(
-            "Two snapshots of the same data differ; a snapshot must show the data only, and not change them",
-            before, again));
-    }
-    const std::shared_ptr<CommandBase> command = trial.makeCommand(make);
-    const Snapshot after = trial.takeSnapshot();
-    if (!(before == after))
-    {
-        throw Mistake(Mistake::tellChange(
-            "Making the command changes the data, and executing it would do so again", before, after));
-    }
+    expectUnchanged(
+        before, trial,
+        "Two snapshots of the same data differ; a snapshot must show the data only, and not change them");
+    std::shared_ptr<CommandBase> command = trial.makeCommand(make);
+    expectUnchanged(before, trial, "Making the command changes the data, and executing it would do so again");
+    command.reset();
+    expectUnchanged(before, trial, "Destroying the command, which was only made, changes the data");
 }
 
 // Others may own the world, too; what the command owns is what is let go with it.
@@ -61,41 +62,52 @@ void expectWorldNotOwned(Trial& trial)
     }
 }
 
-void expectDescription(const CommandSubject& subject, const CommandSubject::Maker& make)
+// Whether the manager can have undone the command; roundTrip() tells why not.
+bool isUndone(Trial& trial)
 {
-    const Trial trial(subject, make);
-    Mistake::guard("getDescription()", [&] { trial.getCommand()->getDescription(); });
+    try
+    {
+        trial.undo("undo()");
+        return true;
+    }
+    catch (const Mistake&)
+    {
+        return false;
+    }
+}
+
+// Menus and histories ask at any time.
+void expectDescriptions(const CommandSubject& subject, const CommandSubject::Maker& make)
+{
+    Trial trial(subject, make);
+    const auto ask = [&trial](const std::string& when)
+    {
+        Mistake::guard("getDescription()" + when, [&] { trial.getCommand()->getDescription(); });
+    };
+    ask("");
+    trial.addAsItMust("execute()");
+    ask(" after execute()");
+    if (trial.getManager().canUndo() && isUndone(trial))
+    {
+        ask(" after undo()");
+    }
 }
 
 // A command that the limit drops, or a new one behind undone ones.
-void expectNoTraceOfDestruction(const CommandSubject& subject, const CommandSubject::Maker& make,
-                                bool isUndone)
+void expectNoTraceOfDestruction(const CommandSubject& subject, const CommandSubject::Maker& make, bool undoes)
 {
     Trial trial(subject, make);
     trial.addAsItMust("execute()");
-    if (isUndone && trial.getManager().canUndo())
+    if (undoes && trial.getManager().canUndo() && !isUndone(trial))
     {
-        try
-        {
-            trial.undo("undo()");
-        }
-        catch (const Mistake&)
-        {
-            // Which roundTrip() tells.
-            return;
-        }
+        return;
     }
     const Snapshot before = trial.takeSnapshot();
     trial.forgetCommand();
     trial.getManager().clear();
-    const Snapshot after = trial.takeSnapshot();
-    if (!(before == after))
-    {
-        throw Mistake(
-            Mistake::tellChange(std::string("Destroying the ") + (isUndone ? "undone " : "") +
-                                    "command changes the data, and a history drops commands at any time",
-                                before, after));
-    }
+    expectUnchanged(before, trial,
+                    std::string("Destroying the ") + (undoes ? "undone " : "") +
+                        "command changes the data, and a history drops commands at any time");
 }
 
 void expectDestroyed(const CommandSubject& subject, const CommandSubject::Maker& make)
@@ -123,9 +135,9 @@ Report Checks::misuse(const CommandSubject& subject, const CommandSubject::Maker
     Mistake::collect(report,
                      [&]
                      {
-                         expectDescription(subject, make);
                          expectOwnCommands(subject, make);
                          expectOnlyMade(subject, make);
+                         expectDescriptions(subject, make);
                          expectDestroyed(subject, make);
                          expectNoTraceOfDestruction(subject, make, false);
                          expectNoTraceOfDestruction(subject, make, true);

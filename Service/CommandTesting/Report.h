@@ -43,7 +43,8 @@ public:
     /// Adds the mistakes of @p other, each with the subject of @p other above it; printed, it is above the first.
     void add(const Report& other);
 
-    /// The text that the class comment shows. It ends with the end of a line.
+    /// The text that the class comment shows. It ends with the end of a line. Of a mistake with more than 101 lines
+    /// the text has the first 100 and a line that says how many are left out; getMistakes() has them all.
     std::string toText() const;
 
 private:

@@ -2,6 +2,7 @@
 
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/DelayedInitializedCommand.h"
+#include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/ModuleAccessInterface.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
@@ -88,9 +89,14 @@ void Trial::add(const std::string& step, const std::shared_ptr<CommandBase>& add
     run(step, [&] { return manager.addCommand(added); });
 }
 
+void Trial::execute(const std::string& step)
+{
+    executeOrLeaveNothing(false, [&] { Mistake::guard(step, [this] { command->execute(); }); });
+}
+
 void Trial::add(const std::string& step)
 {
-    add(step, command);
+    executeOrLeaveNothing(false, [&] { add(step, command); });
 }
 
 void Trial::addAsItMust(const std::string& step)
@@ -108,25 +114,30 @@ void Trial::redo(const std::string& step)
     run(step, [this] { return manager.redo(1); });
 }
 
+void Trial::startThreads()
+{
+    if (const auto macro = std::dynamic_pointer_cast<ThreadedMacroCommand>(command))
+    {
+        manager.addThreadedCommand(macro);
+    }
+    else
+    {
+        manager.addThreadedCommand(std::dynamic_pointer_cast<ThreadedCommand>(command));
+    }
+}
+
 void Trial::addThreaded(const std::string& step)
 {
     const auto operation = [this]
     {
-        if (const auto macro = std::dynamic_pointer_cast<ThreadedMacroCommand>(command))
-        {
-            manager.addThreadedCommand(macro);
-        }
-        else
-        {
-            manager.addThreadedCommand(std::dynamic_pointer_cast<ThreadedCommand>(command));
-        }
+        startThreads();
         while (manager.getCurrentThreadedCommand() != nullptr)
         {
             manager.finalizeThread();
         }
         return !failure.has_value();
     };
-    run(step, operation);
+    executeOrLeaveNothing(true, [&] { run(step, operation); });
 }
 
 bool Trial::isThreaded() const
@@ -148,6 +159,40 @@ void Trial::run(const std::string& step, const std::function<bool()>& operation)
     if (!isDone)
     {
         throw Mistake(step + " fails: " + failure.value_or("the manager does not say why"));
+    }
+}
+
+// What fails tells what it has left behind.
+void Trial::executeOrLeaveNothing(bool rollsThreadsBack, const std::function<void()>& call) const
+{
+    const Snapshot before = takeSnapshot();
+    try
+    {
+        call();
+    }
+    catch (const Mistake& mistake)
+    {
+        const bool isMacro = dynamic_cast<const MacroCommand*>(command.get()) != nullptr;
+        const bool isForeign = dynamic_cast<const ForeignMistake*>(&mistake) != nullptr;
+        const bool isOfThreads = dynamic_cast<const ThreadedMacroCommand*>(command.get()) != nullptr;
+        if (!(isMacro && isForeign) && !(isOfThreads && !rollsThreadsBack))
+        {
+            Mistake::unlessEqual(before, takeSnapshotAfter(mistake),
+                                 mistake.what() + std::string("; then the data are not as before"));
+        }
+        throw;
+    }
+}
+
+Snapshot Trial::takeSnapshotAfter(const Mistake& mistake) const
+{
+    try
+    {
+        return takeSnapshot();
+    }
+    catch (const Mistake& second)
+    {
+        throw Mistake(mistake.what() + std::string("; then: ") + second.what());
     }
 }
 

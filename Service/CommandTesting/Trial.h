@@ -14,6 +14,8 @@
 namespace Valdane
 {
 
+class Mistake;
+
 /// A world, a manager for it, and the command that is tried. Whatever cannot be had is a Mistake.
 class Trial
 {
@@ -40,7 +42,11 @@ public:
     /// @throws Mistake "<when> the data are not <asWhen>:" with the difference, if the data are not as expected.
     void expect(const Snapshot& expected, const std::string& when, const std::string& asWhen) const;
 
-    /// Run a step through the manager. @throws Mistake "<step> fails: <text of sigCommandFailed>"
+    /// Executes the command, by itself. @throws Mistake what it throws, and what it has left behind in the data
+    void execute(const std::string& step);
+
+    /// Run a step through the manager. The first form adds the command, and tells what it has left behind if it fails.
+    /// @throws Mistake "<step> fails: <text of sigCommandFailed>"
     void add(const std::string& step);
     void add(const std::string& step, const std::shared_ptr<CommandBase>& added);
     void undo(const std::string& step);
@@ -48,6 +54,9 @@ public:
 
     /// add(), unless the command is one that does nothing without addThreadedCommand(). @throws Mistake as add()
     void addAsItMust(const std::string& step);
+
+    /// Gives the command, which is a thread or a macro of threads, to addThreadedCommand(), and throws what that throws.
+    void startThreads();
 
     /// Runs the command, which is a thread or a macro of threads, by addThreadedCommand(), and waits for its end.
     /// @throws Mistake as add()
@@ -63,6 +72,8 @@ public:
 
 private:
     void run(const std::string& step, const std::function<bool()>& operation);
+    void executeOrLeaveNothing(bool rollsThreadsBack, const std::function<void()>& call) const;
+    Snapshot takeSnapshotAfter(const Mistake& mistake) const;
 
     const CommandSubject& subject;
     // Destroyed last to first: the manager's commands may still need the world.

@@ -24,7 +24,7 @@ foreach(line IN LISTS lines)
     set(kind ${CMAKE_MATCH_1})
     # g++ names the tag, clang++ does not everywhere.
     string(REPLACE "<abi:cxx11>" "" symbol "${CMAKE_MATCH_2}")
-    # LLVM's nm writes no blank between them.
+    # LLVM's nm writes no blank between them. Twice, for three in a row.
     string(REPLACE "> >" ">>" symbol "${symbol}")
     string(REPLACE "> >" ">>" symbol "${symbol}")
     if(symbol MATCHES "^(vtable|typeinfo) " OR (NOT kind STREQUAL V AND NOT symbol MATCHES "^Valdane::([^(]*[*&>]|[A-Za-z:]*) std::"))

@@ -173,6 +173,33 @@ TEST(AbortsTest, OfManyQuestionsEverFewerAreTried)
     EXPECT_EQ(worldsFor(1000), of256 + 2 * 93) << "260, 264, 268 ... 987";
 }
 
+TEST(AbortsTest, OfTwoLongRunsAMistakeIsOneMistake)
+{
+    // Writes what it has read, if it is aborted late.
+    class Late : public LoadRun
+    {
+    public:
+        using LoadRun::LoadRun;
+
+        void sendFinishSignal(bool ok) override
+        {
+            store.count += !ok && read.size() > 100 ? 1 : 0;
+            LoadRun::sendFinishSignal(ok);
+        }
+    };
+
+    const auto make = [](Store& store)
+    {
+        return macroOf({std::make_shared<LoadRun>(store, std::string(300, 'a')),
+                        std::make_shared<Late>(store, std::string(300, 'b'))});
+    };
+    const std::string text = storeKit().aborts(make).toText();
+    EXPECT_TRUE(text.starts_with("Aborts of \"Load all\": 2 mistakes\n"
+                                 "  Aborted on a worker in \"Load bbb"))
+        << text;
+    EXPECT_NE(text.find(" at isAborted() (calls 102 to 256, 260, 264"), std::string::npos) << text;
+}
+
 TEST(AbortsTest, OneThatTakesBackWhenItIsToldOfTheAbortIsNotAccused)
 {
     class TakingBack : public LoadRun

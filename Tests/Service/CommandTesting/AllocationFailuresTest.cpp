@@ -3,6 +3,7 @@
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
+#include "Service/CommandPattern/ThreadedMacroCommand.h"
 #include "Service/CommandTesting/AllocationFaults.h"
 #include "Service/CommandTesting/CommandKit.h"
 
@@ -256,8 +257,93 @@ TEST(AllocationFailuresTest, ARunThatLosesSomethingEachTimeIsNotAccusedOfItsAbor
     };
 
     kept.reserve(1000);
-    EXPECT_EQ(abortsOf<Losing>(), "Aborts of \"Make\": no mistakes\n") << "failures() tells";
+    EXPECT_EQ(abortsOf<Losing>(),
+              "Aborts of \"Make\": 1 mistake\n"
+              "  Not aborted, on a worker and in synchronous mode: 1 block is not released\n");
     kept.clear();
+}
+
+TEST(AllocationFailuresTest, ARunThatLosesMoreWhenItIsAbortedIsAccusedOfBoth)
+{
+    class Losing : public MakeRun
+    {
+    public:
+        using MakeRun::MakeRun;
+
+        void run() override
+        {
+            kept.push_back(std::make_unique<int>(2));
+            MakeRun::run();
+            if (isAborted())
+            {
+                kept.push_back(std::make_unique<int>(3));
+            }
+        }
+    };
+
+    kept.reserve(1000);
+    EXPECT_EQ(
+        abortsOf<Losing>(),
+        "Aborts of \"Make\": 2 mistakes\n"
+        "  Not aborted, on a worker and in synchronous mode: 1 block is not released\n"
+        "  Aborted on a worker and in synchronous mode before the run and at isAborted() (calls 1 and 2): "
+        "2 blocks are not released\n");
+    kept.clear();
+}
+
+TEST(AllocationFailuresTest, AMacroWhoseUndoLosesSomethingIsAccusedOfItsAborts)
+{
+    class Losing : public PutCommand
+    {
+    public:
+        using PutCommand::PutCommand;
+
+        void undo() override
+        {
+            kept.push_back(std::make_unique<int>(4));
+            PutCommand::undo();
+        }
+    };
+
+    const auto make = [](Numbers& numbers)
+    {
+        auto macro = std::make_shared<ThreadedMacroCommand>("All");
+        macro->addCommand(std::make_shared<Losing>(numbers));
+        macro->addCommand(std::make_shared<MakeRun>(numbers));
+        return macro;
+    };
+    kept.reserve(1000);
+    EXPECT_EQ(numbersKit().aborts(make).toText(), "Aborts of \"All\": 1 mistake\n"
+                                                  "  Aborted on a worker in \"Make\" before the run, at "
+                                                  "isAborted() (call 1) and after the run: 1 block is "
+                                                  "not released\n");
+    kept.clear();
+}
+
+TEST(AllocationFailuresTest, OfManyAllocationsTheLastOneIsTried)
+{
+    // Forgets the number that it has put in, if there is no memory for what comes then.
+    class Long : public PutCommand
+    {
+    public:
+        using PutCommand::PutCommand;
+
+        void execute() override
+        {
+            for (int i = 0; i < 400; ++i)
+            {
+                std::make_unique<int>(i);
+            }
+            auto number = std::make_unique<int>(1);
+            numbers.reserve(1);
+            numbers.push_back(std::move(number));
+            std::make_unique<int>(2);
+        }
+    };
+
+    const std::string text = allocationFailuresOf<Long>();
+    EXPECT_NE(text.find("in execute() at operator new (call 403)"), std::string::npos) << text;
+    EXPECT_NE(text.find("in redo() at operator new (call 402)"), std::string::npos) << text;
 }
 
 TEST(AllocationFailuresTest, OneThatDoesWithoutMemoryIsNotAccused)

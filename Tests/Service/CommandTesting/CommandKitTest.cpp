@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 
 namespace Valdane
@@ -42,6 +43,96 @@ TEST(CommandKitTest, AllTellsOfMisuseOnly)
     EXPECT_EQ(makePageKit().all(none).toText(), "All checks, without failing allocations: 1 mistake\n"
                                                 "  Misuse:\n"
                                                 "    Making the command gives an empty pointer\n");
+}
+
+TEST(CommandKitTest, AllTellsWhatACommandThatFailsHasLeftBehind)
+{
+    const auto halfway = spoilt(
+        [](ScriptedCommand& command, Page& page)
+        {
+            command.onExecute = [&page]
+            {
+                page.text = "half";
+                fail();
+            };
+        });
+    EXPECT_EQ(makePageKit().all(halfway).toText(),
+              "All checks of \"Write\", without failing allocations: 1 mistake\n"
+              "  Misuse of \"Write\":\n"
+              "    execute() fails: no power; then the data are not as before (- expected, + found):\n"
+              "        title: pump\n"
+              "      - text: none\n"
+              "      + text: half\n");
+}
+
+TEST(CommandKitTest, AMakerThatFailsWheneverItDoesIsAMistake)
+{
+    int whole = 0;
+    EXPECT_TRUE(makePageKit().all(
+        [&whole](Page& page)
+        {
+            ++whole;
+            return makeTextCommand(page);
+        }));
+    ASSERT_GT(whole, 10);
+    for (int last = 0; last < whole; ++last)
+    {
+        int made = 0;
+        const auto ending = [&](Page& page)
+        {
+            return made++ < last ? makeTextCommand(page) : throw std::runtime_error("no more");
+        };
+        const Report report = makePageKit().all(ending);
+        ASSERT_FALSE(report) << last;
+        EXPECT_NE(report.toText().find("Making the command throws: no more"), std::string::npos)
+            << last << report;
+    }
+}
+
+TEST(CommandKitTest, WorldsAndCommandsDieBeforeACheckReturns)
+{
+    int alive = 0;
+
+    struct Counted : Page
+    {
+        explicit Counted(int& count) : counter(count)
+        {
+            ++counter;
+        }
+
+        Counted(const Counted&) = delete;
+        Counted& operator=(const Counted&) = delete;
+
+        ~Counted()
+        {
+            --counter;
+        }
+
+        int& counter;
+    };
+
+    const CommandKit<Counted> kit([&alive] { return std::make_unique<Counted>(alive); },
+                                  [](const Counted& page) { return page.toText(); });
+    for (const bool isRight : {true, false})
+    {
+        const auto make = [&](Counted& page)
+        {
+            auto command = makeTextCommand(page);
+            ++alive;
+            command->onDestroy = [&alive]
+            {
+                --alive;
+            };
+            command->onUndo = isRight ? command->onUndo : fail;
+            return command;
+        };
+        EXPECT_EQ(bool(kit.all(make)), isRight);
+        EXPECT_EQ(alive, 0);
+        EXPECT_EQ(bool(kit.inMacro({make, make})), isRight);
+        EXPECT_EQ(alive, 0);
+        kit.staleObjects(make, make);
+        EXPECT_EQ(alive, 0);
+    }
 }
 
 TEST(CommandKitTest, AllPassesTheOptionsOn)

@@ -240,6 +240,65 @@ TEST(MisuseTest, ADescriptionThatThrowsIsFound)
               "  getDescription() throws: no power\n");
 }
 
+TEST(MisuseTest, ADescriptionThatThrowsLaterIsFound)
+{
+    class Describing : public RenameCommand
+    {
+    public:
+        Describing(Page& renamedPage, std::string last)
+            : RenameCommand(renamedPage, "fan"), failing(std::move(last))
+        {
+        }
+
+        const std::string& getDescription() const override
+        {
+            state == failing ? fail() : void();
+            return RenameCommand::getDescription();
+        }
+
+        void execute() override
+        {
+            RenameCommand::execute();
+            state = "done";
+        }
+
+        void undo() override
+        {
+            RenameCommand::undo();
+            state = "undone";
+        }
+
+    private:
+        std::string failing;
+        std::string state;
+    };
+
+    const auto reportOf = [](const std::string& failing)
+    {
+        return misuseReport([failing](Page& page) { return std::make_shared<Describing>(page, failing); });
+    };
+    EXPECT_EQ(reportOf("undone"), "Misuse of \"Rename to fan\": 1 mistake\n"
+                                  "  getDescription() after undo() throws: no power\n");
+    EXPECT_NE(reportOf("done").find("no power\n"), std::string::npos);
+}
+
+TEST(MisuseTest, ACommandThatChangesTheDataIfItIsNeverExecutedIsFound)
+{
+    EXPECT_EQ(misuseReport(spoilt(
+                  [](ScriptedCommand& command, Page& page)
+                  {
+                      command.onDestroy = [&page]
+                      {
+                          page.text = page.text == "none" ? "gone" : page.text;
+                      };
+                  })),
+              "Misuse of \"Write\": 1 mistake\n"
+              "  Destroying the command, which was only made, changes the data (- before, + after):\n"
+              "      title: pump\n"
+              "    - text: none\n"
+              "    + text: gone\n");
+}
+
 TEST(MisuseTest, AnUndoThatFailsIsForTheRoundTripToTell)
 {
     const auto wrong = spoilt([](ScriptedCommand& command, Page&) { command.onUndo = fail; });

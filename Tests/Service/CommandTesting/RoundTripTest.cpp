@@ -241,6 +241,95 @@ TEST_F(RoundTripTest, WhatFailsTellsWhatItHasLeftBehind)
               "    + text: half\n");
 }
 
+TEST_F(RoundTripTest, WhatFailsIsToldEvenIfWhatItHasLeftCannotBe)
+{
+    const CommandKit<Page> strict(
+        [] { return std::make_unique<Page>(); }, [](const Page& page)
+        { return page.text == "half" ? throw std::runtime_error("half a page") : page.text; });
+    const auto halfway = spoilt(
+        [](ScriptedCommand& command, Page& page)
+        {
+            command.onExecute = [&page]
+            {
+                page.text = "half";
+                fail();
+            };
+        });
+    EXPECT_EQ(strict.roundTrip(halfway).toText(),
+              "Round trip of \"Write\": 1 mistake\n"
+              "  execute() throws: no power; then: Taking a snapshot throws: half a page\n");
+}
+
+TEST_F(RoundTripTest, AMacroLeavesBehindOnlyWhatItDoesNotRollBack)
+{
+    const auto macroOf = [](auto&& failing)
+    {
+        return [failing](Page& page)
+        {
+            auto macro = std::make_shared<MacroCommand>("Rename and write");
+            macro->addCommand(std::make_shared<RenameCommand>(page, "fan"));
+            macro->addCommand(
+                spoilt([failing](ScriptedCommand& command, Page&) { command.onExecute = failing; })(page));
+            return macro;
+        };
+    };
+    EXPECT_EQ(kit.roundTrip(macroOf(fail)).toText(), "Round trip of \"Rename and write\": 1 mistake\n"
+                                                     "  execute() throws: no power\n");
+    const std::string strangely = "throws something that is not derived from std::exception\n";
+    EXPECT_EQ(kit.roundTrip(macroOf(failStrangely)).toText(),
+              "Round trip of \"Rename and write\": 1 mistake\n  execute() " + strangely)
+        << "no macro rolls back for it";
+    EXPECT_EQ(kit.all(macroOf(failStrangely)).toText(),
+              "All checks of \"Rename and write\", without failing allocations: 1 mistake\n"
+              "  Misuse of \"Rename and write\":\n"
+              "    execute() " +
+                  strangely);
+}
+
+TEST_F(RoundTripTest, AMacroOfThreadsThatLeavesSomethingOnTheWorkerIsFound)
+{
+    // Fails on the worker only.
+    class Unready : public MeasureCommand
+    {
+    public:
+        using MeasureCommand::MeasureCommand;
+
+        void execute() override {}
+
+        void undo() override
+        {
+            wasUndone = true;
+        }
+
+        void run() override
+        {
+            fail();
+        }
+
+        bool wasUndone = false;
+    };
+
+    const auto make = [](Page& page)
+    {
+        const auto unready = std::make_shared<Unready>(page);
+        auto write = makeTextCommand(page);
+        write->onUndo = [&page, unready]
+        {
+            page.text = unready->wasUndone ? "none" : "left";
+        };
+        auto macro = std::make_shared<ThreadedMacroCommand>("Write and measure");
+        macro->addCommand(write);
+        macro->addCommand(unready);
+        return macro;
+    };
+    EXPECT_EQ(kit.roundTrip(make).toText(), "Round trip of \"Write and measure\": 1 mistake\n"
+                                            "  execute() by addThreadedCommand() fails: no power; then the "
+                                            "data are not as before (- expected, + found):\n"
+                                            "      title: pump\n"
+                                            "    - text: none\n"
+                                            "    + text: left\n");
+}
+
 /// A command that wants a manager, or refuses one: it sees by its progress who runs it.
 void failInManager(ScriptedCommand& command, Page& page)
 {
