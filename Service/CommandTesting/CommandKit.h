@@ -187,7 +187,7 @@ public:
     /// What a program does wrong around its command: the maker gives no command, or the same one twice; making the
     /// command changes the data already, or destroying it does, be it only made, done or undone; its
     /// getDescription() throws before or after execute(), or after undo(); the command owns the world; the command
-    /// never dies. Data that only the command keeps do not belong into the snapshot.
+    /// never dies; the end of a ThreadedCommand's run is told to nobody. Data that only the command keeps do not belong into the snapshot.
     Report misuse(const Maker& make) const
     {
         return Checks::misuse(subject, make.erased);

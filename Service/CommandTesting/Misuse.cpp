@@ -1,4 +1,5 @@
 #include "Service/CommandPattern/CommandBase.h"
+#include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandTesting/Checks.h"
 #include "Service/CommandTesting/Mistake.h"
 #include "Service/CommandTesting/Trial.h"
@@ -62,7 +63,7 @@ void expectWorldNotOwned(Trial& trial)
     }
 }
 
-// Whether the manager can have undone the command; roundTrip() tells why not.
+// Whether the manager has undone the command; roundTrip() tells why not.
 bool isUndone(Trial& trial)
 {
     try
@@ -87,9 +88,28 @@ void expectDescriptions(const CommandSubject& subject, const CommandSubject::Mak
     ask("");
     trial.addAsItMust("execute()");
     ask(" after execute()");
-    if (trial.getManager().canUndo() && isUndone(trial))
+    if (isUndone(trial))
     {
         ask(" after undo()");
+    }
+}
+
+// An override of sendFinishSignal() may forget that of its base class.
+void expectEndOfRunTold(const CommandSubject& subject, const CommandSubject::Maker& make)
+{
+    Trial trial(subject, make);
+    const auto command = std::dynamic_pointer_cast<ThreadedCommand>(trial.getCommand());
+    if (command == nullptr)
+    {
+        return;
+    }
+    bool isTold = false;
+    command->connectToRunFinishedSignal([&isTold](bool, const CommandBase*) { isTold = true; });
+    trial.addThreaded("execute() by addThreadedCommand()");
+    if (!isTold)
+    {
+        throw Mistake("sendFinishSignal() does not call that of the base class, so who waits for the end of "
+                      "the run is not told");
     }
 }
 
@@ -98,7 +118,7 @@ void expectNoTraceOfDestruction(const CommandSubject& subject, const CommandSubj
 {
     Trial trial(subject, make);
     trial.addAsItMust("execute()");
-    if (undoes && trial.getManager().canUndo() && !isUndone(trial))
+    if (undoes && !isUndone(trial))
     {
         return;
     }
@@ -138,6 +158,7 @@ Report Checks::misuse(const CommandSubject& subject, const CommandSubject::Maker
                          expectOwnCommands(subject, make);
                          expectOnlyMade(subject, make);
                          expectDescriptions(subject, make);
+                         expectEndOfRunTold(subject, make);
                          expectDestroyed(subject, make);
                          expectNoTraceOfDestruction(subject, make, false);
                          expectNoTraceOfDestruction(subject, make, true);

@@ -1,3 +1,4 @@
+#include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandTesting/CommandKit.h"
 #include "Tests/Service/CommandTesting/Page.h"
 #include "Tests/Support/Failures.h"
@@ -297,6 +298,45 @@ TEST(MisuseTest, ACommandThatChangesTheDataIfItIsNeverExecutedIsFound)
               "      title: pump\n"
               "    - text: none\n"
               "    + text: gone\n");
+}
+
+TEST(MisuseTest, ARunThatTellsNobodyOfItsEndIsFound)
+{
+    class WriteRun : public ThreadedCommand
+    {
+    public:
+        WriteRun(Page& writtenPage, bool tells) : ThreadedCommand("Write"), page(writtenPage), tellsEnd(tells)
+        {
+        }
+
+        void run() override {}
+
+        void finishRun() override
+        {
+            page.text = "done";
+        }
+
+        void sendFinishSignal(bool ok) override
+        {
+            tellsEnd ? ThreadedCommand::sendFinishSignal(ok) : void();
+        }
+
+        void undo() override
+        {
+            page.text = "none";
+        }
+
+    private:
+        Page& page;
+        bool tellsEnd;
+    };
+
+    EXPECT_EQ(misuseReport([](Page& page) { return std::make_shared<WriteRun>(page, true); }),
+              "Misuse of \"Write\": no mistakes\n");
+    EXPECT_EQ(misuseReport([](Page& page) { return std::make_shared<WriteRun>(page, false); }),
+              "Misuse of \"Write\": 1 mistake\n"
+              "  sendFinishSignal() does not call that of the base class, so who waits for the end of the "
+              "run is not told\n");
 }
 
 TEST(MisuseTest, AnUndoThatFailsIsForTheRoundTripToTell)
