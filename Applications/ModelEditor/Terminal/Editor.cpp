@@ -71,6 +71,7 @@ void Editor::run(const std::string& line)
     }
     catch (const std::exception& exception)
     {
+        forgetChanges();
         throw VdException(exception.what());
     }
 }
@@ -136,10 +137,7 @@ void Editor::runVerb(const Words& words)
 {
     const Verb& verb = Verb::find(words.front());
     const Words arguments(words.begin() + 1, words.end());
-    if (underWay == nullptr)
-    {
-        changes.clear(); // else it is the other thread that adds to them
-    }
+    forgetChanges();
     try
     {
         verb.requireCount(arguments);
@@ -147,7 +145,7 @@ void Editor::runVerb(const Words& words)
         if (verb.makeEdit != nullptr)
         {
             const Edit edit = verb.makeEdit(model, arguments);
-            levels.back().execute(edit.command, joinWords(words) + "\n");
+            levels.back().execute(edit.command, verb.getLine(arguments));
             printEdit(edit);
         }
         else
@@ -275,6 +273,15 @@ void Editor::printChanges()
     if (changed.size() > mostChangesTold)
     {
         out << "  and " << plural(changed.size() - mostChangesTold, "more change") << '\n';
+    }
+}
+
+// While work is running it is the other thread that adds to them.
+void Editor::forgetChanges()
+{
+    if (underWay == nullptr)
+    {
+        changes.clear();
     }
 }
 

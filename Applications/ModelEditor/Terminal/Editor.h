@@ -134,6 +134,7 @@ private:
     void abortRun(const Words& arguments);
     void undo(const Words& arguments);
     void redo(const Words& arguments);
+    void goTo(const Words& arguments);
     void showHistory(const Words& arguments);
     void limit(const Words& arguments);
     void record(const Words& arguments);
@@ -160,6 +161,11 @@ private:
     void printEdit(const Edit& edit);
     void printStep(const std::string& line);
     void printChanges();
+    void forgetChanges();
+    void moveTo(std::uint64_t wanted);
+    std::uint64_t moveBack(std::uint64_t count);
+    std::uint64_t moveForward(std::uint64_t count);
+    std::uint64_t requireSavedPosition();
     void printEndOfHistory(std::uint64_t done, std::uint64_t wanted, const std::string& toWhat);
     void writeModel(const std::string& verb, const std::string& path, HistoryLevel::Tracker tracker);
     std::set<const Valdane::Object*> getModifiedModules(HistoryLevel::Tracker tracker) const;

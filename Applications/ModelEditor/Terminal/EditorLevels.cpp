@@ -51,6 +51,11 @@ HistoryLevel::Tracker parseTracker(const Editor::Words& arguments)
     return HistoryLevel::Exported;
 }
 
+bool isToSave(const Editor::Words& arguments)
+{
+    return !arguments.empty() && arguments[0] == "--to-save";
+}
+
 std::string indented(const std::string& lines)
 {
     std::string result;
@@ -75,7 +80,7 @@ void Editor::merge(const Words& arguments)
     const Words words(arguments.begin() + 1, arguments.end());
     verb.requireCount(words);
     const Edit edit = verb.makeEdit(model, words);
-    levels.back().executeToMerge(edit.command, joinWords(arguments) + "\n");
+    levels.back().executeToMerge(edit.command, verb.getLine(words));
     printEdit(edit);
 }
 
@@ -110,21 +115,86 @@ void Editor::abandon(const Words& /*arguments*/)
 
 void Editor::undo(const Words& arguments)
 {
+    if (isToSave(arguments))
+    {
+        const auto saved = requireSavedPosition();
+        if (saved > levels.back().history.getPosition())
+        {
+            throw VdException("the save is ahead; redo --to-save leads to it");
+        }
+        moveTo(saved);
+        return;
+    }
     const auto count = arguments.empty() ? 1 : parseCount<std::uint64_t>(arguments[0]);
-    const auto done = levels.back().undo(count, [this](const std::string& step) { printStep(step); });
-    printEndOfHistory(done, count, "undo");
+    printEndOfHistory(moveBack(count), count, "undo");
 }
 
 void Editor::redo(const Words& arguments)
 {
+    if (isToSave(arguments))
+    {
+        const auto saved = requireSavedPosition();
+        if (saved < levels.back().history.getPosition())
+        {
+            throw VdException("the save is behind; undo --to-save leads to it");
+        }
+        moveTo(saved);
+        return;
+    }
     const auto count = arguments.empty() ? 1 : parseCount<std::uint64_t>(arguments[0]);
-    const auto done = levels.back().redo(count, [this](const std::string& step) { printStep(step); });
-    printEndOfHistory(done, count, "redo");
+    printEndOfHistory(moveForward(count), count, "redo");
 }
 
-void Editor::showHistory(const Words& /*arguments*/)
+void Editor::goTo(const Words& arguments)
 {
-    view.printHistory(levels);
+    auto& level = levels.back();
+    level.settle();
+    const auto position = parseCount<std::uint64_t>(arguments[0]);
+    const auto count = level.history.getRowCount();
+    if (position > count)
+    {
+        throw VdException("the history has " + plural(count, "step"));
+    }
+    moveTo(position);
+}
+
+void Editor::moveTo(std::uint64_t wanted)
+{
+    const auto position = levels.back().history.getPosition();
+    wanted < position ? moveBack(position - wanted) : moveForward(wanted - position);
+}
+
+std::uint64_t Editor::moveBack(std::uint64_t count)
+{
+    return levels.back().undo(count, [this](const std::string& step) { printStep(step); });
+}
+
+std::uint64_t Editor::moveForward(std::uint64_t count)
+{
+    return levels.back().redo(count, [this](const std::string& step) { printStep(step); });
+}
+
+// The place in the history that was saved. A group and a recording have none of their own.
+std::uint64_t Editor::requireSavedPosition()
+{
+    if (levels.size() > 1)
+    {
+        throw VdException(isInGroup() ? "not in a group; end or abandon it first"
+                                      : "not in a recording; stop it first");
+    }
+    levels.back().settle();
+    const auto saved = levels.back().manager.getSavedPosition(HistoryLevel::Saved);
+    if (!saved)
+    {
+        throw VdException("no step leads to what was saved");
+    }
+    return *saved;
+}
+
+void Editor::showHistory(const Words& arguments)
+{
+    view.printHistory(levels, arguments.empty() ? std::numeric_limits<std::uint64_t>::max()
+                                                : parseCount<std::uint64_t>(arguments[0]));
 }
 
 void Editor::limit(const Words& arguments)
@@ -214,8 +284,7 @@ void Editor::endLevel(const std::string& description, const std::string& script)
 
 std::uint64_t Editor::abandonGroup()
 {
-    const auto count = levels.back().undo(std::numeric_limits<std::uint64_t>::max(),
-                                          [this](const std::string& step) { printStep(step); });
+    const auto count = moveBack(std::numeric_limits<std::uint64_t>::max());
     levels.pop_back();
     return count;
 }

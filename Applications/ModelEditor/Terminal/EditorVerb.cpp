@@ -5,9 +5,33 @@
 
 #include <algorithm>
 #include <limits>
+#include <numeric>
 
 namespace ModelEditor
 {
+
+namespace
+{
+
+// How many characters must be inserted, removed or replaced to make one word of the other one.
+std::size_t differencesOf(std::string_view typed, std::string_view word)
+{
+    std::vector<std::size_t> row(word.size() + 1);
+    std::iota(row.begin(), row.end(), 0);
+    for (const char c : typed)
+    {
+        std::size_t diagonal = row[0]++;
+        for (std::size_t i = 0; i < word.size(); ++i)
+        {
+            const std::size_t replaced = diagonal + (c == word[i] ? 0 : 1);
+            diagonal = row[i + 1];
+            row[i + 1] = std::min({replaced, diagonal + 1, row[i] + 1});
+        }
+    }
+    return row.back();
+}
+
+} // namespace
 
 const std::vector<Editor::Verb>& Editor::Verb::getAll()
 {
@@ -60,9 +84,16 @@ const std::vector<Editor::Verb>& Editor::Verb::getAll()
          .summary = "stop that work and take back what it has done; typed, not in a script",
          .run = &Editor::abortRun,
          .isForRuns = true},
-        {"undo", "[N]", 0, 1, "undo N steps (1)", {}, &Editor::undo},
-        {"redo", "[N]", 0, 1, "redo N steps (1)", {}, &Editor::redo},
-        {"history", "", 0, 0, "what can be undone and redone", {}, &Editor::showHistory},
+        {"undo", "[N|--to-save]", 0, 1, "undo N steps (1), or all since the save", {}, &Editor::undo},
+        {"redo", "[N|--to-save]", 0, 1, "redo N steps (1), or all up to the save", {}, &Editor::redo},
+        {"goto", "N", 1, 1, "undo or redo until N steps are done", {}, &Editor::goTo},
+        {"history",
+         "[N]",
+         0,
+         1,
+         "what can be undone and redone, the nearest N of each",
+         {},
+         &Editor::showHistory},
         {"limit", "[N|off]", 0, 1, "keep at most N steps in the history", outside, &Editor::limit},
         {"record", "", 0, 0, "start to record the edits", outside, &Editor::record},
         {"stop", "[FILE]", 0, 1, "list what was recorded, and write it as a script", outsideGroup,
@@ -93,16 +124,60 @@ const Editor::Verb& Editor::Verb::find(const std::string& name)
 {
     const auto& verbs = getAll();
     const auto found = std::ranges::find(verbs, name, &Verb::name);
-    if (found == verbs.end())
+    if (found != verbs.end())
     {
-        throw Valdane::VdException("no verb " + shown(name) + "; help lists them");
+        return *found;
     }
-    return *found;
+    std::vector<const Verb*> meant;
+    for (const auto& verb : verbs)
+    {
+        if (verb.name.starts_with(name))
+        {
+            meant.push_back(&verb);
+        }
+    }
+    if (meant.empty())
+    {
+        throw Valdane::VdException("no verb " + shown(name) + "; " + findSimilar(name) + "help lists them");
+    }
+    if (meant.size() > 1)
+    {
+        throw Valdane::VdException(shown(name) + " may be " + listNames(meant));
+    }
+    return *meant.front();
+}
+
+std::string Editor::Verb::findSimilar(const std::string& name)
+{
+    const auto distance = [&name](const Verb& verb)
+    {
+        return differencesOf(name, verb.name);
+    };
+    const auto nearest = std::ranges::min_element(getAll(), {}, distance);
+    // Half of a word that differs is another word.
+    const bool isSimilar = 2 * distance(*nearest) < nearest->name.size();
+    return isSimilar ? "did you mean " + std::string(nearest->name) + "? " : "";
+}
+
+std::string Editor::Verb::listNames(const std::vector<const Verb*>& verbs)
+{
+    std::string list;
+    for (const auto* const verb : verbs)
+    {
+        const auto* const before = verb == verbs.back() ? " or " : ", ";
+        list.append(verb == verbs.front() ? "" : before).append(verb->name);
+    }
+    return list;
 }
 
 std::string Editor::Verb::getUsage() const
 {
     return std::string(name) + (arguments.empty() ? "" : " ") + std::string(arguments);
+}
+
+std::string Editor::Verb::getLine(const Words& words) const
+{
+    return joinWords({std::string(name)}) + (words.empty() ? "" : " ") + joinWords(words) + "\n";
 }
 
 void Editor::Verb::requireCount(const Words& words) const

@@ -35,13 +35,22 @@ struct Editor::Verb
 
     static const std::vector<Verb>& getAll();
 
-    /// @throws VdException if there is none.
+    /// The verb of that name, or the only one that begins with it.
+    ///
+    /// @throws VdException if there is none, with the one that was probably meant, or if there are several.
     static const Verb& find(const std::string& name);
 
     std::string getUsage() const;
 
+    /// The line of a script, which is run with these arguments; it names the verb in full.
+    std::string getLine(const Words& words) const;
+
     /// @throws VdException with the usage.
     void requireCount(const Words& words) const;
+
+private:
+    static std::string findSimilar(const std::string& name);
+    static std::string listNames(const std::vector<const Verb*>& verbs);
 };
 
 } // namespace ModelEditor

@@ -9,17 +9,13 @@
 #include "Platform/Parameterization/AttributeDescription.h"
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
 
+#include <algorithm>
 #include <iomanip>
 #include <utility>
 #include <vector>
 
 namespace ModelEditor
 {
-
-namespace
-{
-
-} // namespace
 
 ModelView::ModelView(std::ostream& stream) : out(stream) {}
 
@@ -84,7 +80,7 @@ void ModelView::printModule(const XmlObject& module) const
         << (module.getOwner() == nullptr ? " (itself)\n" : "\n");
 }
 
-void ModelView::printHistory(const std::list<HistoryLevel>& levels) const
+void ModelView::printHistory(const std::list<HistoryLevel>& levels, std::uint64_t most) const
 {
     for (const auto& level : levels)
     {
@@ -96,7 +92,10 @@ void ModelView::printHistory(const std::list<HistoryLevel>& levels) const
         {
             out << "  in the group " << brief(level.getName()) << ":\n";
         }
-        printRows(level, 0, level.history.getPosition());
+        const auto done = level.history.getPosition();
+        const auto hidden = done - std::min(done, most);
+        printHidden(hidden);
+        printRows(level, hidden, done);
         for (const auto& waiting : level.getWaiting())
         {
             out << "   +  " << waiting.description << " (waits to be merged with the next edit)\n";
@@ -104,8 +103,11 @@ void ModelView::printHistory(const std::list<HistoryLevel>& levels) const
     }
     const auto& history = levels.back().history;
     const auto done = history.getPosition();
-    out << "  => " << done << " to undo, " << history.getRowCount() - done << " to redo\n";
-    printRows(levels.back(), done, history.getRowCount());
+    const auto undone = history.getRowCount() - done;
+    const auto listed = std::min(undone, most);
+    out << "  => " << done << " to undo, " << undone << " to redo\n";
+    printRows(levels.back(), done, done + listed);
+    printHidden(undone - listed);
 }
 
 void ModelView::printRows(const HistoryLevel& level, std::uint64_t first, std::uint64_t end) const
@@ -114,6 +116,14 @@ void ModelView::printRows(const HistoryLevel& level, std::uint64_t first, std::u
     {
         out << std::setw(4) << row + 1 << "  " << level.history.getText(row)
             << (level.isSaved(row) ? "  [saved]\n" : "\n");
+    }
+}
+
+void ModelView::printHidden(std::uint64_t steps) const
+{
+    if (steps > 0)
+    {
+        out << " ...  " << plural(steps, "more step") << '\n';
     }
 }
 

@@ -44,10 +44,13 @@ public:
 
     /// What can be undone, oldest first, the position, and what can be redone: of the model and, under a line of
     /// their own, of a recording and a group in it. All but the last level show only what is done.
-    void printHistory(const std::list<HistoryLevel>& levels) const;
+    ///
+    /// @param most  how many steps to list before and behind each position; tells how many others there are.
+    void printHistory(const std::list<HistoryLevel>& levels, std::uint64_t most) const;
 
 private:
     void printRows(const HistoryLevel& level, std::uint64_t first, std::uint64_t end) const;
+    void printHidden(std::uint64_t steps) const;
     void printNode(const XmlObject& object, std::size_t level, bool isLast, bool isMarked) const;
     void printElement(XmlObject& object) const;
     void printValue(XmlObject& object, const std::string& attributeName) const;

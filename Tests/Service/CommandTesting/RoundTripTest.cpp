@@ -262,7 +262,7 @@ TEST_F(RoundTripTest, WhatFailsIsToldEvenIfWhatItHasLeftCannotBe)
 
 TEST_F(RoundTripTest, AMacroLeavesBehindOnlyWhatItDoesNotRollBack)
 {
-    const auto macroOf = [](auto&& failing)
+    const auto macroOf = [](void (*failing)())
     {
         return [failing](Page& page)
         {

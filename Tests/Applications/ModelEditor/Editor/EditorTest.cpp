@@ -265,9 +265,12 @@ TEST_F(EditorTest, AnEmptyFileNameIsNotTheFileOfTheModel)
 TEST_F(EditorTest, WhatItDoesNotKnowOrLacksIsReported)
 {
     EXPECT_EQ(run("frobnicate x"), "no verb frobnicate; help lists them");
+    EXPECT_EQ(run("hsitory"), "no verb hsitory; did you mean history? help lists them");
+    EXPECT_EQ(run("sett //a/@x 1"), "no verb sett; did you mean set? help lists them");
+    EXPECT_EQ(run("exit"), "no verb exit; help lists them") << "as far from quit as from nothing";
     EXPECT_EQ(run("set x"), "set: write it as: set XPATH VALUE");
     EXPECT_EQ(run("set x y z"), "set: write it as: set XPATH VALUE");
-    EXPECT_EQ(run("history x"), "history: write it as: history");
+    EXPECT_EQ(run("modified x y"), "modified: write it as: modified [save|export]");
     EXPECT_EQ(run(""), "");
 }
 
@@ -275,10 +278,10 @@ TEST_F(EditorTest, HelpListsEveryVerb)
 {
     const std::string help = "\n" + run("help");
     for (const std::string verb :
-         {"tree",  "show",   "find", "set",      "rename", "annotate", "clear-annotations",
-          "merge", "group",  "end",  "abandon",  "undo",   "redo",     "history",
-          "limit", "record", "stop", "modified", "save",   "export",   "help",
-          "quit"})
+         {"tree",    "show",  "find",   "set",     "rename",   "annotate", "clear-annotations",
+          "merge",   "group", "end",    "abandon", "undo",     "redo",     "goto",
+          "history", "limit", "record", "stop",    "modified", "save",     "export",
+          "help",    "quit"})
     {
         EXPECT_THAT(help, testing::HasSubstr("\n  " + verb + " ")) << verb;
         EXPECT_THAT(run("help " + verb), testing::StartsWith(verb));
