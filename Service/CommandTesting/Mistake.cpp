@@ -51,10 +51,6 @@ void Mistake::guard(const std::string& step, const std::function<void()>& work)
     {
         work();
     }
-    catch (const Mistake&)
-    {
-        throw;
-    }
     catch (const std::exception& exception)
     {
         throw Mistake(step + " throws: " + exception.what());

@@ -592,6 +592,32 @@ TEST(AbortsTest, ANestedMacroIsNotAccusedWhereverItIs)
     EXPECT_EQ(storeKit().aborts(first).toText(), "Aborts of \"Load all\": no mistakes\n");
 }
 
+TEST(AbortsTest, AnUndoThatFailsInANestedMacroIsTold)
+{
+    class Stuck : public LoadRun
+    {
+    public:
+        using LoadRun::LoadRun;
+
+        void undo() override
+        {
+            isKept ? LoadRun::undo() : throw std::runtime_error("stuck");
+        }
+    };
+
+    const auto make = [](Store& store)
+    {
+        return macroOf(
+            {std::make_shared<SetCountCommand>(store), macroOf({std::make_shared<Stuck>(store, "c")})});
+    };
+    EXPECT_EQ(storeKit().aborts(make).toText(),
+              "Aborts of \"Load all\": 1 mistake\n"
+              "  Aborted in synchronous mode in \"Load c\" before the run and at isAborted() (call 1): "
+              "undo(), which the "
+              "manager calls after an abort without a worker, fails: stuck\n")
+        << "on a worker the others are undone all the same";
+}
+
 TEST(AbortsTest, ASubCommandThatDoesNotUndoIsAccusedByTheNameOfTheRunThatWasAborted)
 {
     class NotUndoing : public SetCountCommand

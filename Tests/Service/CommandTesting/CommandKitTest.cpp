@@ -198,11 +198,13 @@ TEST(CommandKitTest, ADifferenceThatNoLineShowsIsToldWithoutSigns)
 }
 
 /// Cannot be compared with another one.
+template <auto failing>
 struct Incomparable
 {
     bool operator==(const Incomparable& /*other*/) const
     {
-        fail();
+        failing();
+        return true;
     }
 
     friend std::ostream& operator<<(std::ostream& out, const Incomparable& /*value*/)
@@ -214,9 +216,14 @@ struct Incomparable
 TEST(CommandKitTest, ASnapshotThatCannotBeComparedIsAMistake)
 {
     const CommandKit<Page> kit([] { return std::make_unique<Page>(); },
-                               [](const Page&) { return Incomparable(); });
+                               [](const Page&) { return Incomparable<fail>(); });
     EXPECT_EQ(kit.roundTrip(renameTo("fan")).toText(), "Round trip of \"Rename to fan\": 1 mistake\n"
                                                        "  The check cannot be completed: no power\n");
+    const CommandKit<Page> strange([] { return std::make_unique<Page>(); },
+                                   [](const Page&) { return Incomparable<failStrangely>(); });
+    EXPECT_EQ(strange.roundTrip(renameTo("fan")).toText(),
+              "Round trip of \"Rename to fan\": 1 mistake\n"
+              "  The check cannot be completed: something throws what is not derived from std::exception\n");
 }
 
 } // namespace

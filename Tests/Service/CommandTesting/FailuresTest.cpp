@@ -570,6 +570,68 @@ TEST_F(FailuresTest, OneThatFailsByItselfIsAccusedOfThat)
                                      "  undo() throws: is locked\n");
 }
 
+// Whose undo wants no manager: it sees by its progress who runs it.
+class ManagerShy : public CommandBase
+{
+public:
+    ManagerShy(Disk& writtenDisk, const CommandKit<Disk>& usedKit, bool refusesAtOnce)
+        : CommandBase("Write"), disk(writtenDisk), kit(usedKit), refuses(refusesAtOnce)
+    {
+    }
+
+    void execute() override
+    {
+        disk.file += "x";
+    }
+
+    void undo() override
+    {
+        if (refuses && getProgress()->fraction() == 1)
+        {
+            throw std::runtime_error("no manager");
+        }
+        refuses = true;
+        kit.failAt("file");
+        refuses = false;
+        disk.file.pop_back();
+    }
+
+private:
+    Disk& disk;
+    const CommandKit<Disk>& kit;
+    bool refuses;
+};
+
+TEST_F(FailuresTest, OneThatFailsThroughTheManagerOnlyIsAccusedOfThat)
+{
+    EXPECT_EQ(
+        kit.failures([this](Disk& disk) { return std::make_shared<ManagerShy>(disk, kit, true); }).toText(),
+        "Failures of \"Write\", without failing allocations: 1 mistake\n"
+        "  CommandManager::undo() fails\n");
+    EXPECT_EQ(
+        kit.failures([this](Disk& disk) { return std::make_shared<ManagerShy>(disk, kit, false); }).toText(),
+        "Failures of \"Write\", without failing allocations: 1 mistake\n"
+        "  Made to fail in CommandManager::undo() at \"file\" (call 1, also if it throws an int): tried "
+        "again, it "
+        "fails\n");
+}
+
+TEST_F(FailuresTest, OneThatTheManagerDoesNotKeepIsNotUndoneThroughIt)
+{
+    class Unqueued : public WriteRun
+    {
+    public:
+        using WriteRun::WriteRun;
+
+        bool isAddableToCommandManager() const override
+        {
+            return false;
+        }
+    };
+
+    EXPECT_EQ(failuresOf<Unqueued>(), "Failures of \"Write\", without failing allocations: no mistakes\n");
+}
+
 TEST_F(FailuresTest, OneThatIsOnlyUndoneIsNotRedone)
 {
     class NotAgain : public WriteCommand

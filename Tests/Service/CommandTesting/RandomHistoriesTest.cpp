@@ -11,6 +11,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Valdane
@@ -265,6 +266,38 @@ public:
         return true;
     }
 };
+
+TEST_F(HistoryReplayTest, ShowsACommandThatFailsInANewWorld)
+{
+    class Once : public InsertLetter
+    {
+    public:
+        Once(Notes& editedNotes, bool& wasDone) : InsertLetter(editedNotes, 0, 'a'), isDone(wasDone) {}
+
+        void execute() override
+        {
+            if (std::exchange(isDone, true))
+            {
+                throw std::runtime_error("already done");
+            }
+            InsertLetter::execute();
+        }
+
+    private:
+        bool& isDone;
+    };
+
+    bool isDone = false;
+    const Kit::Generator once([&isDone](Notes& notes, Choices&)
+                              { return std::make_shared<Once>(notes, isDone); });
+    EXPECT_EQ(kit.replay({once}, {HistoryStep::add(0, 0)}).toText(),
+              "History of 1 step: 1 mistake\n"
+              "  Executed from the start in a new world, a command of the generator 0 fails: it depends on "
+              "more than the "
+              "data, or an undo has left something behind\n"
+              "    The history:\n"
+              "      HistoryStep::add(0, 0), // Insert a at 0\n");
+}
 
 TEST_F(HistoryReplayTest, ShowsAMergeThatIsNotBoth)
 {
