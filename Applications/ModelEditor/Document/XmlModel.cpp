@@ -164,8 +164,13 @@ std::size_t XmlModel::getSize() const noexcept
 
 Selection XmlModel::select(const std::string& xpath) const
 {
-    const auto query = compile(xpath);
     Selection selection;
+    if (const auto node = addresses.find(document.getDocumentNode(), xpath))
+    {
+        selection.nodes.push_back(find(node).value());
+        return selection;
+    }
+    const auto query = compile(xpath);
     if (query.return_type() != pugi::xpath_type_node_set)
     {
         selection.value = query.evaluate_string(document.getDocumentNode());
@@ -260,6 +265,7 @@ std::shared_ptr<XmlObject> XmlModel::makeObject(std::string key, pugi::xml_node 
 void XmlModel::attach(XmlPart& part)
 {
     root->settleTexts();
+    addresses.forget();
     document.append(part.markup);
     const bool isNew = part.modules.empty();
     try
@@ -335,6 +341,7 @@ void XmlModel::detach(XmlPart& part) noexcept
     {
         object->bind({});
     }
+    addresses.forget();
     part.markup = document.removeLast();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Applications/ModelEditor/Document/AddressWalk.h"
 #include "Applications/ModelEditor/Document/ObjectsByNode.h"
 #include "Applications/ModelEditor/Document/XmlDocument.h"
 #include "Applications/ModelEditor/Document/XmlObject.h"
@@ -81,6 +82,8 @@ public:
     /// What @p xpath selects, in document order, without white space that is only layout.
     ///
     /// @throws VdException `bad XPath: ...` with the place of the mistake.
+    /// Cost: that of XPath, which looks at the whole document for many addresses. An address as getAddress() writes it
+    /// is followed directly; an index of the children of a large element is made when it is met first.
     Selection select(const std::string& xpath) const;
 
     /// Appends the modules of @p part, as new objects or, if it was part of the model before, as those it
@@ -125,6 +128,8 @@ private:
     XmlContext context;
     std::shared_ptr<XmlObject> root;
     ObjectsByNode objects;
+    // What is known of the document, not a part of it.
+    mutable AddressWalk addresses;
 };
 
 } // namespace ModelEditor
