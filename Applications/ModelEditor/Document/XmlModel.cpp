@@ -98,9 +98,10 @@ std::vector<pugi::xpath_node> inDocumentOrder(const pugi::xpath_node_set& nodes,
     return ordered;
 }
 
-std::vector<pugi::xpath_node> evaluate(const pugi::xpath_query& query, pugi::xml_node document)
+std::vector<pugi::xpath_node> evaluate(const pugi::xpath_query& query, pugi::xml_node start,
+                                       pugi::xml_node document)
 {
-    auto nodes = query.evaluate_node_set(document);
+    auto nodes = query.evaluate_node_set(start);
     if (nodes.type() == pugi::xpath_node_set::type_unsorted)
     {
         return inDocumentOrder(nodes, document);
@@ -162,7 +163,23 @@ std::size_t XmlModel::getSize() const noexcept
     return objects.size();
 }
 
+void XmlModel::setCurrent(const std::shared_ptr<XmlObject>& element)
+{
+    current = element;
+}
+
+std::shared_ptr<XmlObject> XmlModel::getCurrent() const
+{
+    auto element = current.lock();
+    return element == nullptr || element->getElement().empty() ? nullptr : element;
+}
+
 Selection XmlModel::select(const std::string& xpath) const
+{
+    return selectFrom(getCurrent(), xpath);
+}
+
+Selection XmlModel::selectFrom(const std::shared_ptr<XmlObject>& start, const std::string& xpath) const
 {
     Selection selection;
     if (const auto node = addresses.find(document.getDocumentNode(), xpath))
@@ -171,12 +188,13 @@ Selection XmlModel::select(const std::string& xpath) const
         return selection;
     }
     const auto query = compile(xpath);
+    const auto from = start == nullptr ? document.getDocumentNode() : start->getElement();
     if (query.return_type() != pugi::xpath_type_node_set)
     {
-        selection.value = query.evaluate_string(document.getDocumentNode());
+        selection.value = query.evaluate_string(from);
         return selection;
     }
-    for (const auto& node : evaluate(query, document.getDocumentNode()))
+    for (const auto& node : evaluate(query, from, document.getDocumentNode()))
     {
         if (auto selected = find(node))
         {

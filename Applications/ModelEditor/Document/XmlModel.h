@@ -79,12 +79,21 @@ public:
     /// The number of elements.
     std::size_t getSize() const noexcept;
 
+    /// Has relative addresses start at @p element; an empty pointer has them start at the document, as at first.
+    void setCurrent(const std::shared_ptr<XmlObject>& element);
+
+    /// Where relative addresses start; empty if that is the document, or if the element is not in it any more.
+    std::shared_ptr<XmlObject> getCurrent() const;
+
     /// What @p xpath selects, in document order, without white space that is only layout.
     ///
     /// @throws VdException `bad XPath: ...` with the place of the mistake.
     /// Cost: that of XPath, which looks at the whole document for many addresses. An address as getAddress() writes it
     /// is followed directly; an index of the children of a large element is made when it is met first.
     Selection select(const std::string& xpath) const;
+
+    /// The same, with relative addresses starting at @p start, or at the document if it is empty.
+    Selection selectFrom(const std::shared_ptr<XmlObject>& start, const std::string& xpath) const;
 
     /// Appends the modules of @p part, as new objects or, if it was part of the model before, as those it
     /// had.
@@ -128,6 +137,7 @@ private:
     XmlContext context;
     std::shared_ptr<XmlObject> root;
     ObjectsByNode objects;
+    std::weak_ptr<XmlObject> current;
     // What is known of the document, not a part of it.
     mutable AddressWalk addresses;
 };

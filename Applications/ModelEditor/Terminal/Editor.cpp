@@ -117,7 +117,9 @@ std::vector<std::string> Editor::getUnsaved() const
 
 std::string Editor::getPrompt() const
 {
-    return std::string("model") + (isRecording() ? " [recording]" : "") +
+    const auto current = model.getCurrent();
+    return "model" + (current == nullptr ? "" : " " + current->getAddress()) +
+           (isRecording() ? " [recording]" : "") +
            (isInGroup() ? " (" + brief(levels.back().getName()) + ")" : "") + "> ";
 }
 
@@ -145,7 +147,7 @@ void Editor::runVerb(const Words& words)
         if (verb.makeEdit != nullptr)
         {
             const Edit edit = verb.makeEdit(model, arguments);
-            levels.back().execute(edit.command, verb.getLine(arguments));
+            levels.back().execute(edit.command, getLine(verb, arguments));
             printEdit(edit);
         }
         else
@@ -195,8 +197,21 @@ void Editor::tree(const Words& arguments)
         throw VdException(shown(arguments.back()) + " is not a depth");
     }
     const bool hasXPath = arguments.size() == 2 || (arguments.size() == 1 && !last);
-    const auto top = hasXPath ? requireOneElement(model, arguments.front()) : model.getRoot();
+    const auto current = model.getCurrent();
+    const auto start = current == nullptr ? model.getRoot() : current;
+    const auto top = hasXPath ? requireOneElement(model, arguments.front()) : start;
     view.printTree(top, last.value_or(defaultTreeDepth), getModifiedModules(HistoryLevel::Saved));
+}
+
+void Editor::changeCurrent(const Words& arguments)
+{
+    model.setCurrent(arguments.empty() ? nullptr : requireOneElement(model, arguments.front()));
+}
+
+void Editor::printCurrent(const Words& /*arguments*/)
+{
+    const auto current = model.getCurrent();
+    out << (current == nullptr ? "/" : current->getAddress()) << '\n';
 }
 
 void Editor::show(const Words& arguments)
@@ -245,6 +260,44 @@ void Editor::help(const Words& arguments)
 void Editor::quit(const Words& /*arguments*/)
 {
     quits = true;
+}
+
+// The line of a script that does the same, wherever addresses start when it is played.
+std::string Editor::getLine(const Verb& verb, const Words& arguments) const
+{
+    Words words{std::string(verb.name)};
+    const Words kinds = splitWords(verb.arguments);
+    for (std::size_t i = 0; i < arguments.size(); ++i)
+    {
+        const bool isAddress = i < kinds.size() && kinds[i] == "XPATH";
+        words.push_back(isAddress && isRecording() ? absolute(arguments[i]) : arguments[i]);
+    }
+    return joinWords(words) + "\n";
+}
+
+// An address that starts at the document and selects the same.
+std::string Editor::absolute(const std::string& xpath) const
+{
+    const auto current = model.getCurrent();
+    if (current == nullptr || xpath.starts_with('/'))
+    {
+        return xpath;
+    }
+    const auto addressesFrom = [this](const std::shared_ptr<XmlObject>& start, const std::string& selecting)
+    {
+        std::vector<std::string> addresses;
+        for (const auto& selected : model.selectFrom(start, selecting).nodes)
+        {
+            addresses.push_back(selected.getAddress());
+        }
+        return addresses;
+    };
+    auto whole = current->getAddress() + "/" + xpath;
+    if (addressesFrom(nullptr, whole) != addressesFrom(current, xpath))
+    {
+        throw VdException(xpath + " cannot be recorded; start it with /");
+    }
+    return whole;
 }
 
 void Editor::printEdit(const Edit& edit)

@@ -121,6 +121,8 @@ private:
     void requirePlace(const Verb& verb) const;
 
     void tree(const Words& arguments);
+    void changeCurrent(const Words& arguments);
+    void printCurrent(const Words& arguments);
     void show(const Words& arguments);
     void find(const Words& arguments);
     void merge(const Words& arguments);
@@ -157,6 +159,9 @@ private:
     void endLevel(const std::string& description, const std::string& script);
     std::uint64_t abandonGroup();
     Recording endRecording();
+
+    std::string getLine(const Verb& verb, const Words& arguments) const;
+    std::string absolute(const std::string& xpath) const;
 
     void printEdit(const Edit& edit);
     void printStep(const std::string& line);

@@ -80,7 +80,7 @@ void Editor::merge(const Words& arguments)
     const Words words(arguments.begin() + 1, arguments.end());
     verb.requireCount(words);
     const Edit edit = verb.makeEdit(model, words);
-    levels.back().executeToMerge(edit.command, verb.getLine(words));
+    levels.back().executeToMerge(edit.command, getLine(verb, words));
     printEdit(edit);
 }
 

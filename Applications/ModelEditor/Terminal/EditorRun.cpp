@@ -12,6 +12,7 @@
 #include "Applications/ModelEditor/Edits/ScaleValueCmd.h"
 #include "Applications/ModelEditor/Edits/SetValue.h"
 #include "Applications/ModelEditor/Edits/Words.h"
+#include "Applications/ModelEditor/Terminal/EditorVerb.h"
 #include "Applications/ModelEditor/Terminal/HistoryLevel.h"
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Multitasking/ThreadManager.h"
@@ -173,11 +174,9 @@ void Editor::start(const std::string& verb, const Words& arguments, const std::s
     auto& level = levels.back();
     level.settle();
     auto run = std::make_unique<Run>(verb, command, std::move(tellResult), level, wakeUp);
-    Words words{verb};
-    words.insert(words.end(), arguments.begin(), arguments.end());
     run->finished = run->thread.connectToSigFinished(
-        [this, &ended = *run, script = joinWords(words) + "\n"](ThreadedRun::Result result,
-                                                                const std::string& why)
+        [this, &ended = *run, script = getLine(Verb::find(verb), arguments)](ThreadedRun::Result result,
+                                                                             const std::string& why)
         {
             ended.result = result;
             ended.failure = why;

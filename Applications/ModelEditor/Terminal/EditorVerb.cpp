@@ -41,6 +41,14 @@ const std::vector<Editor::Verb>& Editor::Verb::getAll()
     static const std::vector<Verb> verbs{
         {"tree", "[XPATH] [DEPTH]", 0, 2, "the elements, DEPTH levels deep (2)", {}, &Editor::tree},
         {"show", "XPATH", 1, 1, "values and their types", {}, &Editor::show},
+        {"cd",
+         "[XPATH]",
+         0,
+         1,
+         "have addresses start at an element; without XPATH, at the top",
+         {},
+         &Editor::changeCurrent},
+        {"pwd", "", 0, 0, "the element where addresses start", {}, &Editor::printCurrent},
         {"find", "XPATH", 1, 1, "address and value of all that XPATH selects", {}, &Editor::find},
         {"set", "XPATH VALUE", 2, 2, "give attributes or texts a value of their type", {}, {}, &makeSet},
         {"rename", "XPATH NAME", 2, 2, "change the name of elements", {}, {}, &makeRename},
@@ -173,11 +181,6 @@ std::string Editor::Verb::listNames(const std::vector<const Verb*>& verbs)
 std::string Editor::Verb::getUsage() const
 {
     return std::string(name) + (arguments.empty() ? "" : " ") + std::string(arguments);
-}
-
-std::string Editor::Verb::getLine(const Words& words) const
-{
-    return joinWords({std::string(name)}) + (words.empty() ? "" : " ") + joinWords(words) + "\n";
 }
 
 void Editor::Verb::requireCount(const Words& words) const

@@ -42,9 +42,6 @@ struct Editor::Verb
 
     std::string getUsage() const;
 
-    /// The line of a script, which is run with these arguments; it names the verb in full.
-    std::string getLine(const Words& words) const;
-
     /// @throws VdException with the usage.
     void requireCount(const Words& words) const;
 

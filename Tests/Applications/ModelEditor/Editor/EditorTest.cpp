@@ -277,11 +277,15 @@ TEST_F(EditorTest, WhatItDoesNotKnowOrLacksIsReported)
 TEST_F(EditorTest, HelpListsEveryVerb)
 {
     const std::string help = "\n" + run("help");
-    for (const std::string verb :
-         {"tree",    "show",  "find",   "set",     "rename",   "annotate", "clear-annotations",
-          "merge",   "group", "end",    "abandon", "undo",     "redo",     "goto",
-          "history", "limit", "record", "stop",    "modified", "save",     "export",
-          "help",    "quit"})
+    for (const std::string verb : {"tree",    "show",     "find",
+                                   "cd",      "pwd",      "set",
+                                   "rename",  "annotate", "clear-annotations",
+                                   "merge",   "group",    "end",
+                                   "abandon", "undo",     "redo",
+                                   "goto",    "history",  "limit",
+                                   "record",  "stop",     "modified",
+                                   "save",    "export",   "help",
+                                   "quit"})
     {
         EXPECT_THAT(help, testing::HasSubstr("\n  " + verb + " ")) << verb;
         EXPECT_THAT(run("help " + verb), testing::StartsWith(verb));

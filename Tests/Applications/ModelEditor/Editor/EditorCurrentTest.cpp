@@ -1,0 +1,111 @@
+#include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Applications/ModelEditor/Terminal/Editor.h"
+#include "Platform/ExceptionHandling/VdException.h"
+#include "Tests/Applications/ModelEditor/TestFiles.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+namespace
+{
+
+using ModelEditor::Editor;
+using ModelEditor::Output;
+using ModelEditor::XmlModel;
+using testing::EndsWith;
+using testing::StartsWith;
+
+// A current element, where relative addresses start.
+class EditorCurrent : public testing::Test
+{
+protected:
+    // What the line prints, or what it throws.
+    std::string run(const std::string& line)
+    {
+        out.str("");
+        try
+        {
+            editor.run(line);
+            return out.str();
+        }
+        catch (const Valdane::VdException& exception)
+        {
+            return exception.what();
+        }
+    }
+
+    XmlModel model{"<r><a><x v='1'/><x v='2'/></a><b><x v='3'/></b></r>", "m"};
+    std::ostringstream out;
+    Editor editor{model, [](const Output&) {}, out};
+};
+
+TEST_F(EditorCurrent, RelativeAddressesStartThere)
+{
+    EXPECT_EQ(run("pwd"), "/\n");
+    EXPECT_EQ(run("find r/a/x[1]/@v"), "/r/a/x[1]/@v = 1\n1 node\n");
+    EXPECT_EQ(run("cd /r/a"), "");
+    EXPECT_EQ(run("pwd"), "/r/a\n");
+    EXPECT_EQ(editor.getPrompt(), "model /r/a> ");
+    EXPECT_EQ(run("find x/@v"), "/r/a/x[1]/@v = 1\n/r/a/x[2]/@v = 2\n2 nodes\n");
+    EXPECT_EQ(run("find count(x)"), "2\n");
+    EXPECT_EQ(run("find //x[3]"), "0 nodes\n") << "an absolute address starts at the top";
+    EXPECT_EQ(run("find /r/b/x/@v"), "/r/b/x/@v = 3\n1 node\n");
+    EXPECT_EQ(run("tree"), "a\n  x[1]\n  x[2]\n");
+    EXPECT_THAT(run("set x[2]/@v 7"), EndsWith("  /r/a/x[2]/@v: 2 -> 7\n"));
+    EXPECT_EQ(run("cd x[2]"), "");
+    EXPECT_EQ(run("show ."), run("show /r/a/x[2]"));
+    run("cd ../../b");
+    EXPECT_EQ(run("pwd"), "/r/b\n");
+    run("cd");
+    EXPECT_EQ(run("pwd"), "/\n");
+    EXPECT_EQ(editor.getPrompt(), "model> ");
+    EXPECT_EQ(run("tree 0"), "r (+2)\n");
+}
+
+TEST_F(EditorCurrent, OnlyOneElementCanBeCurrent)
+{
+    run("cd /r/b");
+    EXPECT_EQ(run("cd //x"), "cd: //x selects 3 nodes; name one");
+    EXPECT_EQ(run("cd x/@v"), "cd: /r/b/x/@v is not an element");
+    EXPECT_EQ(run("cd nothing"), "cd: nothing at nothing");
+    EXPECT_EQ(run("pwd"), "/r/b\n");
+}
+
+TEST_F(EditorCurrent, WhatIsRecordedStartsAtTheTop)
+{
+    run("record");
+    run("cd /r/a");
+    run("set x[2]/@v 7");
+    run("merge set x[1]/@v 8");
+    run("set /r/b/x/@v 9");
+    run("group g");
+    run("set x/@v 4");
+    run("end");
+    EXPECT_EQ(run("set 'x[1]/@v | x[2]/@v' 5"), "set: x[1]/@v | x[2]/@v cannot be recorded; start it with /");
+    EXPECT_THAT(run("stop"), EndsWith("set /r/a/x[2]/@v 7\nmerge set /r/a/x[1]/@v 8\nset /r/b/x/@v 9\n"
+                                      "group g\n  set /r/a/x/@v 4\nend\n"));
+    EXPECT_THAT(run("set 'x[1]/@v | x[2]/@v' 5"), StartsWith("Set ")) << "not in a recording";
+}
+
+TEST_F(EditorCurrent, AnElementThatIsGoneIsCurrentNoMore)
+{
+    const TestDirectory directory;
+    run("import " + directory.write("other.xml", "<o><p><x v='5'/></p></o>"));
+    while (!editor.goOn())
+    {
+        editor.getWakeUp().wait();
+    }
+    editor.conclude();
+    run("cd /r/p");
+    EXPECT_EQ(run("find x/@v"), "/r/p/x/@v = 5\n1 node\n");
+    run("undo");
+    EXPECT_EQ(run("pwd"), "/\n");
+    EXPECT_EQ(run("find r/a"), "/r/a\n1 node\n");
+    run("redo");
+    EXPECT_EQ(run("pwd"), "/r/p\n");
+}
+
+} // namespace
