@@ -4,6 +4,7 @@
 #include "Applications/ModelEditor/Document/XmlModel.h"
 #include "Applications/ModelEditor/Edits/Words.h"
 #include "Applications/ModelEditor/Terminal/Background.h"
+#include "Applications/ModelEditor/Terminal/Editor.h"
 #include "Applications/ModelEditor/Terminal/LineSource.h"
 #include "Applications/ModelEditor/Terminal/Session.h"
 #include "Applications/ModelEditor/Terminal/StreamLines.h"
@@ -56,12 +57,17 @@ struct Mode
     bool echoes;
 };
 
-/// The words of a line; none if it cannot be split.
+/// The words of a line, the verb in full; none if it cannot be split or has no verb.
 std::vector<std::string> wordsOf(const std::string& line)
 {
     try
     {
-        return splitWords(line);
+        auto words = splitWords(line);
+        if (!words.empty())
+        {
+            words.front() = Editor::findVerb(words.front());
+        }
+        return words;
     }
     catch (const std::exception&)
     {
@@ -87,7 +93,7 @@ public:
         }
         settle();
         check();
-        isInGroup = prompt.find('(') != std::string::npos;
+        isInGroup = prompt.find(" (") != std::string::npos;
         auto line = nextOfScript();
         if (!line)
         {
@@ -145,7 +151,7 @@ private:
         {
             return "end";
         }
-        if (prompt.find('[') != std::string::npos)
+        if (prompt.find(" [recording]") != std::string::npos)
         {
             return "stop";
         }
@@ -190,7 +196,7 @@ private:
     /// Looks at what the last line has done.
     void check()
     {
-        const bool mayChange = isInGroup || verb() == "undo" || verb() == "redo";
+        const bool mayChange = isInGroup || verb() == "undo" || verb() == "redo" || verb() == "goto";
         require(!hasFailed() || mayChange || model.toBytes() == before,
                 verb() + " has failed and changed something");
         if (verb() == "save" && !hasFailed())

@@ -123,6 +123,11 @@ std::string Editor::getPrompt() const
            (isInGroup() ? " (" + brief(levels.back().getName()) + ")" : "") + "> ";
 }
 
+std::string Editor::findVerb(const std::string& name)
+{
+    return std::string(Verb::find(name).name);
+}
+
 std::string Editor::getHelp()
 {
     std::string text;

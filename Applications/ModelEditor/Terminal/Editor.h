@@ -104,6 +104,9 @@ public:
     /// What a person is to see before the next line: tells of a group and of a recording.
     std::string getPrompt() const;
 
+    /// The verb that @p name stands for, which may be shortened. @throws VdException if there is none, or several.
+    static std::string findVerb(const std::string& name);
+
     /// What `help` prints.
     static std::string getHelp();
 
