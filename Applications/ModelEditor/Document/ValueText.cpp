@@ -4,10 +4,8 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <charconv>
 #include <cmath>
-#include <cstdint>
 
 namespace ModelEditor
 {
@@ -45,17 +43,6 @@ std::optional<T> number(std::string_view text)
     return whole ? std::optional<T>(value) : std::nullopt;
 }
 
-template <typename T>
-bool isSame(const T& left, const T& right)
-{
-    return left == right;
-}
-
-bool isSame(double left, double right)
-{
-    return std::bit_cast<std::uint64_t>(left) == std::bit_cast<std::uint64_t>(right);
-}
-
 } // namespace
 
 template <>
@@ -84,26 +71,7 @@ std::optional<bool> valueOf<bool>(std::string_view text)
     return text == "true" || text == "false" ? std::optional<bool>(text == "true") : std::nullopt;
 }
 
-template <>
-std::optional<std::string> valueOf<std::string>(std::string_view text)
-{
-    return std::string(text);
-}
-
-template <>
-std::string textOf<int>(const int& value)
-{
-    return std::to_string(value);
-}
-
-template <>
-std::string textOf<unsigned int>(const unsigned int& value)
-{
-    return std::to_string(value);
-}
-
-template <>
-std::string textOf<double>(const double& value)
+std::string textOf(double value)
 {
     if (!std::isfinite(value))
     {
@@ -114,31 +82,6 @@ std::string textOf<double>(const double& value)
     const std::string text(buffer.data(), result.ptr);
     return isInteger(text) ? text + ".0" : text;
 }
-
-template <>
-std::string textOf<bool>(const bool& value)
-{
-    return value ? "true" : "false";
-}
-
-template <>
-std::string textOf<std::string>(const std::string& value)
-{
-    return value;
-}
-
-template <typename T>
-std::string textLike(std::string_view original, const T& value)
-{
-    const auto originalValue = valueOf<T>(original);
-    return originalValue && isSame(*originalValue, value) ? std::string(original) : textOf<T>(value);
-}
-
-template std::string textLike<int>(std::string_view, const int&);
-template std::string textLike<unsigned int>(std::string_view, const unsigned int&);
-template std::string textLike<double>(std::string_view, const double&);
-template std::string textLike<bool>(std::string_view, const bool&);
-template std::string textLike<std::string>(std::string_view, const std::string&);
 
 ValueType typeOf(std::string_view text)
 {
@@ -155,7 +98,7 @@ ValueType typeOf(std::string_view text)
         return ValueType::UnsignedInt;
     }
     const bool isExact = !isInteger(text) || withoutSign(text).size() <= exactDigits;
-    return isExact && valueOf<double>(text) ? ValueType::Double : ValueType::String;
+    return isExact && valueOf<double>(text) ? ValueType::Double : ValueType::Text;
 }
 
 std::string_view nameOf(ValueType type)
@@ -171,7 +114,24 @@ std::string_view nameOf(ValueType type)
     case ValueType::Bool:
         return "bool";
     default:
-        return "string";
+        return "text";
+    }
+}
+
+bool isOf(ValueType type, std::string_view text)
+{
+    switch (type)
+    {
+    case ValueType::Int:
+        return valueOf<int>(text).has_value();
+    case ValueType::UnsignedInt:
+        return valueOf<unsigned int>(text).has_value();
+    case ValueType::Double:
+        return valueOf<double>(text).has_value();
+    case ValueType::Bool:
+        return valueOf<bool>(text) || text == "0" || text == "1";
+    default:
+        return true;
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include "Applications/ModelEditor/Document/Annotations.h"
 #include "Applications/ModelEditor/Document/Markup.h"
-#include "Applications/ModelEditor/Document/ValueText.h"
 #include "Applications/ModelEditor/Document/XmlChange.h"
 #include "Applications/ModelEditor/Document/XmlDocument.h"
 #include "Applications/ModelEditor/Document/XmlValue.h"
@@ -24,32 +23,6 @@ namespace ModelEditor
 
 namespace
 {
-
-using Valdane::AttributeDescription;
-using Valdane::AttributeDescriptionBase;
-
-template <typename T>
-bool is(const AttributeDescriptionBase& description)
-{
-    return dynamic_cast<const AttributeDescription<T>*>(&description) != nullptr;
-}
-
-ValueType typeOfDescription(const AttributeDescriptionBase& description)
-{
-    if (is<int>(description))
-    {
-        return ValueType::Int;
-    }
-    if (is<unsigned int>(description))
-    {
-        return ValueType::UnsignedInt;
-    }
-    if (is<double>(description))
-    {
-        return ValueType::Double;
-    }
-    return is<bool>(description) ? ValueType::Bool : ValueType::String;
-}
 
 using Valdane::AttributeDescription;
 using Valdane::AttributeDescriptionBase;
@@ -205,24 +178,8 @@ bool XmlObject::isPlainAttribute(const std::string& name)
 std::shared_ptr<AttributeDescriptionBase> XmlObject::getAttributeDescription(const std::string& name)
 {
     auto description = Object::getAttributeDescription(name);
-    const auto* value = description == nullptr && isPlainAttribute(name) ? findValue(name) : nullptr;
-    if (value == nullptr)
-    {
-        return description;
-    }
-    switch (typeOf(value->getOriginal()))
-    {
-    case ValueType::Int:
-        return describe<int>(name);
-    case ValueType::UnsignedInt:
-        return describe<unsigned int>(name);
-    case ValueType::Double:
-        return describe<double>(name);
-    case ValueType::Bool:
-        return describe<bool>(name);
-    default:
-        return describe<std::string>(name);
-    }
+    const bool isValue = description == nullptr && isPlainAttribute(name) && findValue(name) != nullptr;
+    return isValue ? describe(name) : description;
 }
 
 std::shared_ptr<DynamicAttributeCollection> XmlObject::getDynamicAttributeCollection()
@@ -296,13 +253,12 @@ void XmlObject::change(const ValueName& which, const std::string& text)
 }
 
 // Looks the value up on every use: the description outlives it when the element goes and comes back.
-template <typename T>
 std::shared_ptr<AttributeDescriptionBase> XmlObject::describe(const std::string& name)
 {
-    auto description = std::make_shared<AttributeDescription<T>>(
-        name, [this, name] { return valueOf<T>(requireValue(name).getText()).value(); },
-        [this, which = ValueName{.name = name, .step = getStep(name)}](const T& to)
-        { change(which, textLike(requireValue(which.name).getOriginal(), to)); });
+    auto description = std::make_shared<AttributeDescription<std::string>>(
+        name, [this, name] { return requireValue(name).getText(); },
+        [this, which = ValueName{.name = name, .step = getStep(name)}](const std::string& to)
+        { change(which, to); });
     addAttributeDescription(description);
     return description;
 }
@@ -391,12 +347,6 @@ XmlObject::Findings& XmlObject::requireFindings()
         findings = std::make_unique<Findings>();
     }
     return *findings;
-}
-
-std::string typeNameOf(XmlObject& object, const std::string& name)
-{
-    const auto description = object.getAttributeDescription(name);
-    return description == nullptr ? std::string() : std::string(nameOf(typeOfDescription(*description)));
 }
 
 } // namespace ModelEditor

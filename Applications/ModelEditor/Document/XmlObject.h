@@ -38,8 +38,8 @@ struct XmlContext
 /// - every XML attribute except `name`, namespaced ones and namespace declarations, under its name;
 /// - its first text (or CDATA section) as `text()`, further ones as `text()[n]`, where n is XPath's number.
 ///   White space that only lays out other nodes is no text.
-/// The type is that of the text when the description is made (see typeOf); it stays the same whatever is set.
-/// Undoing every change gives back the very characters that were read.
+/// All are std::string, and what is set is what is written, escaped as markup needs it. Undoing every change gives back
+/// the very characters that were read.
 ///
 /// Its namespaced attributes, namespace declarations aside, are its dynamic attributes.
 ///
@@ -119,7 +119,6 @@ private:
     struct Findings;
     struct Texts;
 
-    template <typename T>
     std::shared_ptr<Valdane::AttributeDescriptionBase> describe(const std::string& name);
     pugi::xml_node findTextNode(const std::string& name);
     XmlValue* findValue(const std::string& name);
@@ -134,8 +133,5 @@ private:
     pugi::xml_node element;
     std::unique_ptr<Findings> findings;
 };
-
-/// What C++ calls the type of the attribute @p name of @p object; empty if it is not described.
-std::string typeNameOf(XmlObject& object, const std::string& name);
 
 } // namespace ModelEditor

@@ -26,7 +26,6 @@ public:
     XmlValue(XmlDocument& owner, pugi::xml_node changed);
 
     std::string getText() const;
-    const std::string& getOriginal() const noexcept;
 
     /// Setting the original again restores its markup, entities and all.
     ///

@@ -1,5 +1,6 @@
 #include "Applications/ModelEditor/Edits/EditorTexts.h"
 
+#include "Applications/ModelEditor/Document/ValueText.h"
 #include "Applications/ModelEditor/Document/XmlChange.h"
 #include "Applications/ModelEditor/Document/XmlObject.h"
 #include "Applications/ModelEditor/Edits/Words.h"
@@ -11,6 +12,19 @@ namespace
 {
 
 constexpr std::size_t longest = 60;
+
+// Of a value whose new text cannot stand where its type is wanted; names and annotations have none.
+std::string describeTypes(const XmlChange& change)
+{
+    const auto name = change.value.starts_with('@') ? change.value.substr(1) : change.value;
+    const auto before = typeOf(*change.before);
+    if (isOf(before, *change.after) || !XmlObject::isPlainAttribute(name))
+    {
+        return {};
+    }
+    return " (was " + std::string(nameOf(before)) + ", is " + std::string(nameOf(typeOf(*change.after))) +
+           " now)";
+}
 
 std::string several(const std::string& xpath, std::size_t count)
 {
@@ -43,8 +57,9 @@ const std::string recordingHeader = "# Recorded by model-editor, to be played on
 
 const std::string_view editingHelp = R"(
 An XPATH says which: //link[@name='tool0'], //mass/@value (an attribute), //plugin/text() (a text).
-An edit of several nodes is one step; if one of them cannot be edited, none is. Values have the type
-of the text that they had when the model was opened.
+An edit of several nodes is one step; if one of them cannot be edited, none is. A value is written as
+you write it: 008 stays 008. Its type (int, unsigned int, double, bool, text) is what its text looks like;
+a change of type is told, and with --strict refused.
 
 What follows group, up to end, becomes one step; undo and redo stay within it until then. A line that
 fails inside, whatever the reason, undoes the group and ends it.
@@ -56,8 +71,7 @@ redo then.
 
 What is done between record and stop can be undone step by step up to stop, and is one step then. The
 script has what was not undone: played on the model as it was at record, it makes of it the model as
-it was at stop. If values were edited before record, types can differ, though: what was x when the model
-was opened, and 3.5 at record, takes numbers only when it is opened again, and writes 1.0 for 1.
+it was at stop.
 
 scale and check work on another thread. At a terminal lines can be typed meanwhile: status, abort and
 help; Ctrl-C aborts, too. In a script the line is over when the work is. What fails or is aborted has
@@ -127,8 +141,11 @@ std::string describeChange(const XmlChange& change)
     {
         return place + "added " + brief(change.after.value_or(""));
     }
-    return place + (change.after ? brief(*change.before) + " -> " + brief(*change.after)
-                                 : "removed " + brief(*change.before));
+    if (!change.after)
+    {
+        return place + "removed " + brief(*change.before);
+    }
+    return place + brief(*change.before) + " -> " + brief(*change.after) + describeTypes(change);
 }
 
 } // namespace ModelEditor

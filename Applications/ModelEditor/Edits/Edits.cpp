@@ -61,10 +61,15 @@ Edit makeSet(const XmlModel& model, const std::vector<std::string>& arguments)
 {
     const auto& xpath = arguments[0];
     const auto& text = arguments[1];
+    const bool isStrict = arguments.size() > 2;
+    if (isStrict && arguments[2] != "--strict")
+    {
+        throw VdException("no option " + shown(arguments[2]) + "; there is --strict");
+    }
     const auto nodes = requireNodes(model, xpath);
     const auto make = [&](const Selected& node)
     {
-        return makeSetCommand(node, text);
+        return makeSetCommand(node, text, isStrict ? Types::Strict : Types::Free);
     };
     return {.command = forAll(nodes, describeSetOfSeveral(xpath, nodes.size(), text), make), .note = {}};
 }

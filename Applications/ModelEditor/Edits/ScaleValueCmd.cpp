@@ -7,8 +7,12 @@
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Logging/LogMessage.h"
 
+#include <array>
+#include <charconv>
 #include <cmath>
 #include <exception>
+#include <limits>
+#include <string_view>
 #include <utility>
 
 namespace ModelEditor
@@ -19,20 +23,32 @@ namespace
 
 using Valdane::VdException;
 
+// To the digits that a double has for sure: the product of two decimal numbers then looks as a person expects, 33.822
+// and not 33.821999999999996.
+double rounded(double value)
+{
+    constexpr int digits = std::numeric_limits<double>::digits10;
+    std::array<char, 32> text{};
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), value,
+                                   std::chars_format::scientific, digits - 1);
+    return valueOf<double>(std::string_view(text.data(), end.ptr)).value_or(value);
+}
+
 // The text of a number that was multiplied. A whole number that is none any more is left for its attribute to
 // refuse.
 std::string scaled(const std::string& address, const std::string& text, double factor)
 {
     const ValueType type = typeOf(text);
     const auto number = valueOf<double>(text);
-    if (type == ValueType::String || !number)
+    if (type == ValueType::Text || !number)
     {
         throw VdException(address + ": " + shown(text) + " is not a number");
     }
     const double value = *number * factor;
     constexpr double largestWholeNumber = 4294967295.0;
     const bool isWhole = std::abs(value) <= largestWholeNumber && std::trunc(value) == value;
-    return type != ValueType::Double && isWhole ? std::to_string(std::llround(value)) : textOf(value);
+    return type != ValueType::Double && isWhole ? std::to_string(std::llround(value))
+                                                : textOf(rounded(value));
 }
 
 } // namespace
@@ -121,7 +137,7 @@ std::shared_ptr<Valdane::CommandBase> ScaleValueCmd::prepare() const
                          .part = Part::Value,
                          .name = path.getAttributeName(),
                          .text = object->getText(path.getAttributeName())};
-    return makeSetCommand(value, scaled(value.getAddress(), value.text, by));
+    return makeSetCommand(value, scaled(value.getAddress(), value.text, by), Types::Strict);
 }
 
 } // namespace ModelEditor

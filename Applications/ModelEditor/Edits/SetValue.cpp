@@ -5,12 +5,10 @@
 #include "Applications/ModelEditor/Edits/EditorTexts.h"
 #include "Applications/ModelEditor/Edits/Words.h"
 #include "Platform/ExceptionHandling/VdException.h"
-#include "Platform/Parameterization/AttributeDescription.h"
-#include "Service/CommandPattern/CommandBase.h"
-#include "Service/CommandPattern/SetAttributecommandFactory.h"
+#include "Platform/Parameterization/Path.h"
+#include "Service/CommandPattern/SetAttributeCmd.h"
 
 #include <string>
-#include <typeinfo>
 
 namespace ModelEditor
 {
@@ -18,58 +16,7 @@ namespace ModelEditor
 namespace
 {
 
-using Valdane::AttributeDescription;
-using Valdane::CommandBase;
 using Valdane::VdException;
-
-// What the factory reads otherwise than a person would: it knows bool as 0 and 1, and takes -1 for an
-// unsigned int.
-template <typename T>
-std::string toFactoryText(const std::string& text)
-{
-    return text;
-}
-
-template <>
-std::string toFactoryText<bool>(const std::string& text)
-{
-    const auto value = valueOf<bool>(text);
-    return value ? std::to_string(static_cast<int>(*value)) : text;
-}
-
-template <>
-std::string toFactoryText<unsigned int>(const std::string& text)
-{
-    return text.starts_with('-') ? "" : text;
-}
-
-template <typename T>
-std::shared_ptr<CommandBase> createFor(const std::shared_ptr<Valdane::AttributeDescriptionBase>& description,
-                                       const Selected& selected, const std::string& text)
-{
-    const auto* typed = dynamic_cast<const AttributeDescription<T>*>(description.get());
-    if (typed == nullptr)
-    {
-        return {};
-    }
-    Valdane::SetAttributecommandFactory factory(selected.object);
-    return factory.createCommand(typed, toFactoryText<T>(text),
-                                 describeSet(*selected.object, selected.name, text));
-}
-
-std::shared_ptr<CommandBase> create(const Selected& selected, const std::string& text)
-{
-    const auto description = selected.object->getAttributeDescription(selected.name);
-    for (const auto& createTyped : {createFor<int>, createFor<unsigned int>, createFor<double>,
-                                    createFor<bool>, createFor<std::string>})
-    {
-        if (auto command = createTyped(description, selected, text))
-        {
-            return command;
-        }
-    }
-    throw VdException(selected.getAddress() + " cannot be set");
-}
 
 std::string namesOfValues(XmlObject& object)
 {
@@ -100,19 +47,21 @@ void requireValue(const Selected& selected)
     }
 }
 
-std::shared_ptr<CommandBase> makeSetCommand(const Selected& selected, const std::string& text)
+std::shared_ptr<Valdane::CommandBase> makeSetCommand(const Selected& selected, const std::string& text,
+                                                     Types types)
 {
     requireValue(selected);
-    try
+    auto& object = *selected.object;
+    const auto type = typeOf(object.getText(selected.name));
+    if (types == Types::Strict && !isOf(type, text))
     {
-        return create(selected, text);
+        throw VdException(shown(text) + " is not a value of type " + std::string(nameOf(type)) + ", which " +
+                          selected.getAddress() + " has");
     }
-    catch (const std::bad_cast&)
-    {
-        throw VdException(shown(text) + " is not a value of type " +
-                          typeNameOf(*selected.object, selected.name) + ", which " + selected.getAddress() +
-                          " has");
-    }
+    return std::make_shared<Valdane::SetAttributeCmd<std::string>>(
+        object.getRootObjectAlt(),
+        object.getPath(nullptr, selected.name, Valdane::RequestedPathType::FromRoot), text,
+        describeSet(object, selected.name, text));
 }
 
 } // namespace ModelEditor

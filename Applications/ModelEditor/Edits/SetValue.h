@@ -16,11 +16,18 @@ struct Selected;
 /// @throws VdException that says what to do instead, if @p selected is no attribute or text that has a value.
 void requireValue(const Selected& selected);
 
-/// The command that gives the attribute or text @p selected the value that @p text says.
+/// Whether a value keeps the type that its text has now.
+enum class Types
+{
+    Free,
+    Strict,
+};
+
+/// The command that makes @p text, as it is, the value of the attribute or text @p selected.
 ///
-/// @throws VdException if @p selected is no attribute or text that has a value to set, or @p text is not of
-/// its
-///         type.
-std::shared_ptr<Valdane::CommandBase> makeSetCommand(const Selected& selected, const std::string& text);
+/// @throws VdException if @p selected is no attribute or text that has a value to set, or if @p text is not of its type
+///         and types are strict.
+std::shared_ptr<Valdane::CommandBase> makeSetCommand(const Selected& selected, const std::string& text,
+                                                     Types types);
 
 } // namespace ModelEditor

@@ -168,8 +168,9 @@ void ModelView::printElement(XmlObject& object) const
 
 void ModelView::printValue(XmlObject& object, const std::string& attributeName) const
 {
-    out << "  " << object.getStep(attributeName) << " = " << shown(object.getText(attributeName)) << " ("
-        << typeNameOf(object, attributeName) << ")\n";
+    const auto text = object.getText(attributeName);
+    out << "  " << object.getStep(attributeName) << " = " << shown(text) << " (" << nameOf(typeOf(text))
+        << ")\n";
 }
 
 } // namespace ModelEditor

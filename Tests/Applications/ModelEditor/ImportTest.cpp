@@ -249,26 +249,14 @@ private:
         }
         else if (chosen.part == Part::Value)
         {
-            EXPECT_TRUE(manager.addCommand(ModelEditor::makeSetCommand(chosen, valueLike(chosen, text))));
+            EXPECT_TRUE(
+                manager.addCommand(ModelEditor::makeSetCommand(chosen, text, ModelEditor::Types::Free)));
         }
         else
         {
             EXPECT_TRUE(manager.addCommand(std::make_shared<ModelEditor::AnnotateCmd>(
                 chosen.object, chosen.part == Part::Annotation ? chosen.name : "n:a", text, "annotate")));
         }
-    }
-
-    std::string valueLike(const Selected& value, const std::string& text)
-    {
-        const bool isText = value.text.find_first_not_of("0123456789.-") != std::string::npos &&
-                            value.text != "true" && value.text != "false";
-        return isText && pick(2) == 0 && typeNameIsText(value) ? text : value.text;
-    }
-
-    static bool typeNameIsText(const Selected& value)
-    {
-        return std::dynamic_pointer_cast<Valdane::AttributeDescription<std::string>>(
-                   value.object->getAttributeDescription(value.name)) != nullptr;
     }
 
     unsigned int pick(std::size_t count)

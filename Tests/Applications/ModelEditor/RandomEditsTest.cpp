@@ -77,33 +77,16 @@ private:
         }
         const std::string verb =
             value.part == Part::Name ? "rename " + value.object->getAddress() : "set " + value.getAddress();
-        return verb + " " + pickValue(value) + "\n";
-    }
-
-    std::string pickValue(const Selected& value)
-    {
-        const std::string& text = value.text;
-        if (value.part == Part::Name || pick(5) == 0)
-        {
-            return value.part == Part::Name ? pickText() : "'" + text + "'";
-        }
-        if (text == "true" || text == "false")
-        {
-            return pick(2) == 0 ? "true" : "false";
-        }
-        if (text.empty() || text.find_first_not_of("0123456789.-") != std::string::npos)
-        {
-            return pickText();
-        }
-        const std::string whole = std::to_string(pick(10));
-        return text.find('.') == std::string::npos ? whole : whole + "." + std::to_string(pick(100000));
+        const std::string same = "'" + value.text + "'";
+        return verb + " " + (value.part == Part::Value && pick(5) == 0 ? same : pickText()) + "\n";
     }
 
     std::string pickText()
     {
         static const std::vector<std::string> texts{
-            "''",    "plain",         "'a < b & c > d'",        "'\"q\"'",    "\"it's\"", "'  blanks  '",
-            "'4.0'", "']]> &amp; x'", "'fl\xC3\xA4\xC3\x9Fig'", "'tab\there'"};
+            "''",         "plain",    "007",          "-1.50", "true",          "'a < b & c > d'",
+            "'\"q\"'",    "\"it's\"", "'  blanks  '", "'4.0'", "']]> &amp; x'", "'fl\xC3\xA4\xC3\x9Fig'",
+            "'tab\there'"};
         return texts[pick(static_cast<unsigned int>(texts.size()))];
     }
 

@@ -395,7 +395,7 @@ TEST(XmlModel, WhatIsChangedInModulesGoesWithThem)
     const auto description = module->getAttributeDescription("x");
     const auto change = [&]
     {
-        dynamic_cast<AttributeDescription<int>&>(*description).getSetter()(3);
+        dynamic_cast<AttributeDescription<std::string>&>(*description).getSetter()("3");
         dynamic_cast<NamedXmlObject&>(*module).setName("m", true);
         const auto annotations = std::make_shared<DynamicAttributeCollection>();
         annotations->set("n:z", "4");
@@ -410,7 +410,7 @@ TEST(XmlModel, WhatIsChangedInModulesGoesWithThem)
         EXPECT_EQ(part.markup, "<a name='n' x='1' n:y='2'>t</a>");
         model.append(part);
         EXPECT_EQ(module->getAttributeDescription("x"), description);
-        EXPECT_EQ(dynamic_cast<AttributeDescription<int>&>(*description).getGetter()(), 1);
+        EXPECT_EQ(dynamic_cast<AttributeDescription<std::string>&>(*description).getGetter()(), "1");
         EXPECT_EQ(dynamic_cast<NamedXmlObject&>(*module).getName(), "n");
         EXPECT_EQ(module->getDynamicAttributeCollection()->get("n:y"), "2");
     }

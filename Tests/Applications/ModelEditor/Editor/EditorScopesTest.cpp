@@ -82,7 +82,8 @@ TEST_F(EditorScopes, AnEditOfSeveralNodesIsOneStep)
 TEST_F(EditorScopes, AnEditOfSeveralNodesIsDoneWhollyOrNotAtAll)
 {
     EXPECT_EQ(run("set //a/@* nan"), "set: /r/a/@name is a name; use rename");
-    EXPECT_EQ(run("set '//a/@x|//a/@y' 2.5"), "set: 2.5 is not a value of type int, which /r/a/@x has");
+    EXPECT_EQ(run("set '//a/@x|//a/@y' 2.5 --strict"),
+              "set: 2.5 is not a value of type int, which /r/a/@x has");
     EXPECT_EQ(run("rename //* n"), "rename: /r has no attribute name");
     EXPECT_EQ(run("clear-annotations //*"), "clear-annotations: /r has no annotations");
     EXPECT_EQ(run("rename //*[@name] '\x01'"), "rename: XML cannot hold the character U+0001");
@@ -105,15 +106,14 @@ TEST_F(EditorScopes, OneElementWithoutTheNamespaceIsEnoughForTheNote)
 
 TEST_F(EditorScopes, WhatAFailingMacroRolledBackIsNotModified)
 {
-    // The second node is of a type that takes the text but not the value.
     XmlModel mixed("<r><a x='text'/><b x='1.5'/></r>", "mixed");
     Editor other(
         mixed, [](const Output&) {}, out);
-    EXPECT_THROW(other.run("set //@x nan"), Valdane::VdException);
+    EXPECT_THROW(other.run("set //@x '\x01'"), Valdane::VdException);
     EXPECT_EQ(mixed.toBytes(), "<r><a x='text'/><b x='1.5'/></r>");
     EXPECT_THAT(other.getUnsaved(), testing::IsEmpty());
     other.run("merge set //b/@x 2");
-    EXPECT_THROW(other.run("set //@x nan"), Valdane::VdException);
+    EXPECT_THROW(other.run("set //@x '\x01'"), Valdane::VdException);
     EXPECT_THAT(other.getUnsaved(), testing::ElementsAre("/r/b"));
     other.run("undo");
     EXPECT_EQ(mixed.toBytes(), "<r><a x='text'/><b x='1.5'/></r>");
@@ -169,8 +169,8 @@ TEST_F(EditorScopes, AnAbandonedGroupLeavesNoTrace)
 TEST_F(EditorScopes, AnyLineThatFailsInAGroupFailsAlone)
 {
     for (const std::string line :
-         {"set //a/@x no", "set //y 1", "nope", "set '", "tree //@x", "undo x", "save", "export f", "limit",
-          "limit 3", "record", "stop", "quit", "group h", "group", "merge tree"})
+         {"set //a/@x no --strict", "set //a/@x '\x01'", "set //y 1", "nope", "set '", "tree //@x", "undo x",
+          "save", "export f", "limit", "limit 3", "record", "stop", "quit", "group h", "group", "merge tree"})
     {
         runAll({"set //b/@x 3", "group g", "set //a/@x 5", "merge set //a/@x 6"});
         const std::string before = bytes();
@@ -197,7 +197,7 @@ TEST_F(EditorScopes, RollingBackAGroupTellsNothingOfTheEditThatFailed)
     other.run("group g");
     other.run("set //b/@x 2.5");
     out.str("");
-    EXPECT_THROW(other.run("set //@x nan"), Valdane::VdException);
+    EXPECT_THROW(other.run("set //@x '\x01'"), Valdane::VdException);
     EXPECT_EQ(out.str(), "");
     other.giveUpGroup();
     EXPECT_EQ(out.str(), "Undone: Set x of b to 2.5\n  /r/b/@x: 2.5 -> 1.5\n");
@@ -265,17 +265,17 @@ TEST_F(EditorScopes, OnlyEditsAreMerged)
     EXPECT_EQ(run("merge undo"), "merge: undo is no edit");
     EXPECT_EQ(run("merge merge set //a/@x 1"), "merge: merge is no edit");
     EXPECT_EQ(run("merge nope"), "merge: no verb nope; help lists them");
-    EXPECT_EQ(run("merge set //a/@x"), "merge: write it as: set XPATH VALUE");
+    EXPECT_EQ(run("merge set //a/@x"), "merge: write it as: set XPATH VALUE [--strict]");
     EXPECT_EQ(run("merge"), "merge: write it as: merge EDIT");
-    EXPECT_EQ(run("merge set //a/@x x"), "merge: x is not a value of type int, which /r/a/@x has");
+    EXPECT_EQ(run("merge set //a/@x x --strict"), "merge: x is not a value of type int, which /r/a/@x has");
     EXPECT_EQ(run("history"), "  => 0 to undo, 0 to redo\n");
 }
 
 TEST_F(EditorScopes, AFailingEditLeavesTheMergedOnesWaiting)
 {
     run("merge set //a/@x 5");
-    EXPECT_EQ(run("set //a/@y nan"), "set: the value is not a finite number");
-    EXPECT_EQ(run("merge set //a/@y inf"), "merge: the value is not a finite number");
+    EXPECT_EQ(run("set //a/@y '\x01'"), "set: XML cannot hold the character U+0001");
+    EXPECT_EQ(run("merge set //a/@y '\x02'"), "merge: XML cannot hold the character U+0002");
     run("set //a/@y 2");
     EXPECT_EQ(run("history"), "   1  Set y of a A to 2\n  => 1 to undo, 0 to redo\n");
     run("undo");

@@ -80,21 +80,58 @@ TEST_F(EditorTest, FindListsAddressesAndValues)
     EXPECT_THAT(run("find //["), testing::StartsWith("find: bad XPath at character 3: "));
 }
 
-TEST_F(EditorTest, SetWritesEveryTypeAndUndoGivesTheFileBack)
+TEST_F(EditorTest, SetWritesWhatIsWrittenAndUndoGivesTheFileBack)
 {
     EXPECT_EQ(run("set //link[1]/mass/@value 4"),
-              "Set value of mass of link base to 4\n  /robot/link[1]/mass/@value: 1.50 -> 4.0\n");
-    EXPECT_EQ(run("set //link[2]/mass/@value -7"),
-              "Set value of mass of link arm to -7\n  /robot/link[2]/mass/@value: 2 -> -7\n");
+              "Set value of mass of link base to 4\n  /robot/link[1]/mass/@value: 1.50 -> 4\n");
+    EXPECT_EQ(run("set //link[2]/mass/@value -007"),
+              "Set value of mass of link arm to -007\n  /robot/link[2]/mass/@value: 2 -> -007\n");
     EXPECT_EQ(run("set //size/@v 5"),
               "Set v of size of link arm to 5\n  /robot/link[2]/size/@v: 3000000000 -> 5\n");
     EXPECT_EQ(run("set //on/text() false"),
               "Set text of on of link base to false\n  /robot/link[1]/on/text(): true -> false\n");
-    EXPECT_THAT(model.toBytes(), testing::HasSubstr("<mass value='4.0'/><on>false</on>"));
+    EXPECT_THAT(model.toBytes(), testing::HasSubstr("<mass value='4'/><on>false</on>"));
     run("undo 4");
     EXPECT_EQ(model.toBytes(), robotFile);
     run("redo 4");
-    EXPECT_THAT(model.toBytes(), testing::HasSubstr("<mass value='-7'/><size v='5'/>"));
+    EXPECT_THAT(model.toBytes(), testing::HasSubstr("<mass value='-007'/><size v='5'/>"));
+}
+
+TEST_F(EditorTest, EveryTextIsSavedAsItWasWritten)
+{
+    for (const std::string text :
+         {"008", "04321", "3000000000", "1.20", "1.500", "+1", "1e3", "100%", "5.5", "True", ""})
+    {
+        for (const std::string address :
+             {"//link[1]/mass/@value", "//link[2]/mass/@value", "//size/@v", "//on/text()"})
+        {
+            run("set " + address + " '" + text + "'");
+            EXPECT_EQ(run("find 'string(" + address + ")'"), run("find 'string(\"" + text + "\")'"))
+                << address;
+            run("undo");
+            EXPECT_EQ(model.toBytes(), robotFile);
+        }
+    }
+    run("set //mass/@value 1.20");
+    EXPECT_THAT(model.toBytes(), testing::HasSubstr("<mass value='1.20'/><on>"));
+}
+
+TEST_F(EditorTest, AnotherTypeIsToldAndShown)
+{
+    EXPECT_EQ(run("set //link[2]/mass/@value 5.5"),
+              "Set value of mass of link arm to 5.5\n"
+              "  /robot/link[2]/mass/@value: 2 -> 5.5 (was int, is double now)\n");
+    EXPECT_THAT(run("show //link[2]/mass/@value"), testing::HasSubstr("@value = 5.5 (double)\n"));
+    EXPECT_THAT(run("set //link[2]/mass/@value 100%"),
+                testing::HasSubstr("5.5 -> 100% (was double, is text now)\n"));
+    EXPECT_THAT(run("set //link[2]/mass/@value 3"), testing::HasSubstr("100% -> 3\n"))
+        << "a text may be anything";
+    EXPECT_THAT(run("set //link[2]/mass/@value ''"),
+                testing::HasSubstr("3 -> \"\" (was int, is text now)\n"));
+    EXPECT_THAT(run("set //on/text() yes"), testing::HasSubstr("true -> yes (was bool, is text now)\n"));
+    EXPECT_THAT(run("rename //link[1] 7"), testing::HasSubstr("base -> 7\n"));
+    EXPECT_THAT(run("rename //link[1] base"), testing::HasSubstr("7 -> base\n")) << "a name has no type";
+    EXPECT_THAT(run("annotate //link[2] n:x one"), testing::HasSubstr("1 -> one\n"));
 }
 
 TEST_F(EditorTest, SeveralTextsOfOneValueInARowAllComeBack)
@@ -116,7 +153,7 @@ TEST_F(EditorTest, SettingWhatIsThereIsACommandWithoutChange)
     EXPECT_EQ(run("undo"), "Undone: Set value of mass of link arm to 2\n  (no change)\n");
 }
 
-TEST_F(EditorTest, SetRefusesWhatIsNotOfTheType)
+TEST_F(EditorTest, StrictlySetRefusesWhatIsNotOfTheType)
 {
     const auto refusal = [](const std::string& text, const std::string& type, const std::string& address)
     {
@@ -124,18 +161,23 @@ TEST_F(EditorTest, SetRefusesWhatIsNotOfTheType)
     };
     for (const std::string text : {"12a", "1.5", "2147483648", "x", "true"})
     {
-        EXPECT_EQ(run("set //link[2]/mass/@value " + text),
+        EXPECT_EQ(run("set //link[2]/mass/@value " + text + " --strict"),
                   refusal(text, "int", "/robot/link[2]/mass/@value"));
     }
     for (const std::string text : {"-1", "4294967296", "-4294967295"})
     {
-        EXPECT_EQ(run("set //size/@v " + text), refusal(text, "unsigned int", "/robot/link[2]/size/@v"));
+        EXPECT_EQ(run("set //size/@v " + text + " --strict"),
+                  refusal(text, "unsigned int", "/robot/link[2]/size/@v"));
     }
-    EXPECT_EQ(run("set //link[1]/mass/@value ''"), refusal("\"\"", "double", "/robot/link[1]/mass/@value"));
-    EXPECT_EQ(run("set //on/text() maybe"), refusal("maybe", "bool", "/robot/link[1]/on/text()"));
-    EXPECT_EQ(run("set //link[1]/mass/@value nan"), "set: the value is not a finite number");
-    EXPECT_EQ(run("set //link[1]/mass/@value -inf"), "set: the value is not a finite number");
+    EXPECT_EQ(run("set //link[1]/mass/@value '' --strict"),
+              refusal("\"\"", "double", "/robot/link[1]/mass/@value"));
+    EXPECT_EQ(run("set //on/text() maybe --strict"), refusal("maybe", "bool", "/robot/link[1]/on/text()"));
+    EXPECT_EQ(run("set //link[1]/mass/@value nan --strict"),
+              refusal("nan", "double", "/robot/link[1]/mass/@value"));
+    EXPECT_EQ(run("set //size/@v 5 --loose"), "set: no option --loose; there is --strict");
     EXPECT_EQ(model.toBytes(), robotFile);
+    EXPECT_THAT(run("set //size/@v 5 --strict"), testing::HasSubstr("3000000000 -> 5\n"));
+    EXPECT_THAT(run("undo"), testing::HasSubstr("5 -> 3000000000 (was int, is unsigned int now)\n"));
     EXPECT_EQ(run("undo"), "Nothing to undo\n");
 }
 
@@ -155,7 +197,7 @@ TEST_F(EditorTest, RenameChangesTheNameAndNoAddress)
     EXPECT_EQ(run("rename //link[1] foot"),
               "Rename link base to foot\n  /robot/link[1]/@name: base -> foot\n");
     EXPECT_EQ(run("set //link[@name='foot']/mass/@value 3"),
-              "Set value of mass of link foot to 3\n  /robot/link[1]/mass/@value: 1.50 -> 3.0\n");
+              "Set value of mass of link foot to 3\n  /robot/link[1]/mass/@value: 1.50 -> 3\n");
     EXPECT_EQ(run("rename //link[1] toe"), "Rename link foot to toe\n  /robot/link[1]/@name: foot -> toe\n");
     run("undo 3");
     EXPECT_EQ(model.toBytes(), robotFile);
@@ -268,8 +310,8 @@ TEST_F(EditorTest, WhatItDoesNotKnowOrLacksIsReported)
     EXPECT_EQ(run("hsitory"), "no verb hsitory; did you mean history? help lists them");
     EXPECT_EQ(run("sett //a/@x 1"), "no verb sett; did you mean set? help lists them");
     EXPECT_EQ(run("exit"), "no verb exit; help lists them") << "as far from quit as from nothing";
-    EXPECT_EQ(run("set x"), "set: write it as: set XPATH VALUE");
-    EXPECT_EQ(run("set x y z"), "set: write it as: set XPATH VALUE");
+    EXPECT_EQ(run("set x"), "set: write it as: set XPATH VALUE [--strict]");
+    EXPECT_EQ(run("set x y --strict z"), "set: write it as: set XPATH VALUE [--strict]");
     EXPECT_EQ(run("modified x y"), "modified: write it as: modified [save|export]");
     EXPECT_EQ(run(""), "");
 }
