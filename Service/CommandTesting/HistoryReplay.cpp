@@ -2,6 +2,7 @@
 
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandTesting/Checks.h"
 #include "Service/CommandTesting/Choices.h"
 #include "Service/CommandTesting/FailurePoints.h"
@@ -137,8 +138,10 @@ bool HistoryReplay::execute(const HistoryStep& step, const std::shared_ptr<Comma
     const bool isToFail = step.kind == HistoryStep::Kind::AddFailing;
     if (isToFail)
     {
-        points.arm(step.number,
-                   step.seed % 2 == 0 ? FailurePoints::Kind::StandardException : FailurePoints::Kind::Other);
+        // A macro does not roll back for anything else.
+        const bool isMacro = dynamic_cast<const MacroCommand*>(command.get()) != nullptr;
+        points.arm(step.number, isMacro || step.seed % 2 == 0 ? FailurePoints::Kind::StandardException
+                                                              : FailurePoints::Kind::Other);
     }
     bool isDone = false;
     try

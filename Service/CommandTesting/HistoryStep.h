@@ -37,7 +37,7 @@ struct VALDANE_COMMANDTESTING_EXPORT HistoryStep
     static HistoryStep addOrMerge(std::size_t generator, std::uint64_t seed);
 
     /// As add(), while the call of CommandKit::failAt() with the number @p point fails; 0 is the first. It throws a
-    /// standard exception, or an int if @p seed is odd.
+    /// standard exception, or an int if @p seed is odd and the command is no macro: macros do not roll back for that.
     static HistoryStep addFailing(std::size_t generator, std::uint64_t seed, std::uint64_t point);
 
     /// CommandManager::undo(), redo(). Skipped in a group.

@@ -1,6 +1,7 @@
 #include "Service/CommandTesting/RandomHistories.h"
 
 #include "Service/CommandPattern/CommandBase.h"
+#include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/MergeableCommand.h"
 
 #include <gmock/gmock.h>
@@ -390,6 +391,42 @@ public:
         }
     }
 };
+
+TEST_F(HistoryReplayTest, LetsMacrosFailOnlyWithWhatTheyRollBackFor)
+{
+    class TellsFirst : public InsertLetter
+    {
+    public:
+        TellsFirst(Notes& editedNotes, const Kit& failingKit)
+            : InsertLetter(editedNotes, 0, 'b'), kit(failingKit)
+        {
+        }
+
+        void execute() override
+        {
+            kit.failAt("tell the server");
+            InsertLetter::execute();
+        }
+
+    private:
+        const Kit& kit;
+    };
+
+    const Kit::Generator macro(
+        [this](Notes& notes, Choices&)
+        {
+            auto both = std::make_shared<MacroCommand>("both");
+            both->addCommand(std::make_shared<InsertLetter>(notes, 0, 'a'));
+            both->addCommand(std::make_shared<TellsFirst>(notes, kit));
+            return both;
+        });
+    for (const std::uint64_t seed : {0U, 1U})
+    {
+        const Report report =
+            kit.replay({macro}, {HistoryStep::addFailing(0, seed, 0), HistoryStep::add(0, 0)});
+        EXPECT_TRUE(report) << report;
+    }
+}
 
 TEST_F(HistoryReplayTest, LetsCallsFailWithWhatIsNoExceptionIfTheSeedIsOdd)
 {
