@@ -148,7 +148,7 @@ void edit(Bench& bench)
                    std::string(values[number % values.size()])});
         if (number % 4 == 0)
         {
-            bench.run({"clear-annotations", where});
+            bench.run({"clear-annotations", where, "n"});
         }
     }
 }

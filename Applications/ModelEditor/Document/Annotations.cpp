@@ -58,6 +58,11 @@ const std::shared_ptr<DynamicAttributeCollection>& Annotations::get() const noex
     return collection;
 }
 
+bool Annotations::isOfFile(std::string_view name) const
+{
+    return tag.find(name) != nullptr;
+}
+
 void Annotations::set(std::shared_ptr<DynamicAttributeCollection> attributes)
 {
     if (attributes != nullptr)

@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace ModelEditor
@@ -31,6 +32,9 @@ public:
 
     /// Empty if there are none, and always as it was set.
     const std::shared_ptr<Valdane::DynamicAttributeCollection>& get() const noexcept;
+
+    /// Whether the file has an attribute @p name at the element.
+    bool isOfFile(std::string_view name) const;
 
     /// @throws VdException if a name is not `prefix:name` or XML cannot hold a text, unless it is what the
     ///         file has there; std::bad_alloc. Nothing has changed then.

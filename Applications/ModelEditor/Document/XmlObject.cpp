@@ -207,6 +207,34 @@ void XmlObject::setDynamicAttributeCollection(std::shared_ptr<DynamicAttributeCo
     }
 }
 
+template <typename Wanted>
+std::vector<std::string> XmlObject::listAnnotations(const Wanted& isWanted)
+{
+    std::vector<std::string> names;
+    if (const auto collection = getDynamicAttributeCollection())
+    {
+        for (const auto& entry : *collection)
+        {
+            if (isWanted(entry.name))
+            {
+                names.push_back(entry.name);
+            }
+        }
+    }
+    return names;
+}
+
+std::vector<std::string> XmlObject::getNewAnnotations()
+{
+    return listAnnotations([this](const std::string& name) { return !requireAnnotations().isOfFile(name); });
+}
+
+std::vector<std::string> XmlObject::getAnnotationsOf(const std::string& prefix)
+{
+    return listAnnotations([start = prefix + ":"](const std::string& name)
+                           { return name.starts_with(start); });
+}
+
 void XmlObject::reportAnnotations(const std::shared_ptr<DynamicAttributeCollection>& before,
                                   const std::shared_ptr<DynamicAttributeCollection>& after) const
 {

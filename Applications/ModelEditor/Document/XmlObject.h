@@ -84,6 +84,11 @@ public:
     /// The present text of the value that is described as @p name; empty if there is none.
     std::string getText(const std::string& name);
 
+    /// The names of its namespaced attributes: of those that the file did not have when it was opened, and of those with
+    /// the prefix @p prefix.
+    std::vector<std::string> getNewAnnotations();
+    std::vector<std::string> getAnnotationsOf(const std::string& prefix);
+
     /// Whether the attribute @p name is described, unless it is a text: plain attributes are.
     static bool isPlainAttribute(const std::string& name);
 
@@ -125,6 +130,8 @@ private:
     XmlValue& requireValue(const std::string& name);
     const Texts& getTexts();
     Annotations& requireAnnotations();
+    template <typename Wanted>
+    std::vector<std::string> listAnnotations(const Wanted& isWanted);
     void reportAnnotations(const std::shared_ptr<Valdane::DynamicAttributeCollection>& before,
                            const std::shared_ptr<Valdane::DynamicAttributeCollection>& after) const;
     Findings& requireFindings();

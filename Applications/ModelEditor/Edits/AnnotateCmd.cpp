@@ -12,13 +12,19 @@ namespace ModelEditor
 using Valdane::DynamicAttributeCollection;
 using Valdane::Object;
 
-AnnotateCmd::AnnotateCmd(const std::shared_ptr<Object>& object, std::string attributeName,
-                         std::string attributeText, std::string commandDescription)
+AnnotateCmd::AnnotateCmd(const std::shared_ptr<Object>& object, std::string name, std::string attributeText,
+                         std::string commandDescription)
+    : AnnotateCmd(object, std::vector<std::string>{std::move(name)}, std::move(commandDescription))
+{
+    text = std::move(attributeText);
+}
+
+AnnotateCmd::AnnotateCmd(const std::shared_ptr<Object>& object, std::vector<std::string> attributeNames,
+                         std::string commandDescription)
     : CommandBase(std::move(commandDescription)),
       root(object->getRootObjectAlt()),
       path(object->getPath(Valdane::RequestedPathType::FromRoot)),
-      name(std::move(attributeName)),
-      text(std::move(attributeText))
+      names(std::move(attributeNames))
 {
 }
 
@@ -30,8 +36,11 @@ void AnnotateCmd::execute()
     const auto present = object->getDynamicAttributeCollection();
     const auto changed = present == nullptr ? std::make_shared<DynamicAttributeCollection>()
                                             : std::make_shared<DynamicAttributeCollection>(*present);
-    changed->set(name, text);
-    put(*object, changed);
+    for (const auto& name : names)
+    {
+        text ? changed->set(name, *text) : static_cast<void>(changed->remove(name));
+    }
+    put(*object, changed->size() == 0 ? nullptr : changed);
     previous = present;
 }
 

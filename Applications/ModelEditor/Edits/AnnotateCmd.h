@@ -4,7 +4,9 @@
 #include "Service/CommandPattern/CommandBase.h"
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace Valdane
 {
@@ -15,7 +17,7 @@ class Object;
 namespace ModelEditor
 {
 
-/// Gives an object one dynamic attribute, in place of one of the same name if there is one.
+/// Gives an object one dynamic attribute, in place of one of the same name if there is one, or takes some away.
 ///
 /// The object is looked up by its path on every execute and undo; an owner of it is told that it has changed.
 ///
@@ -25,6 +27,11 @@ class AnnotateCmd : public Valdane::CommandBase
 public:
     /// @param object  must not be empty (not checked).
     AnnotateCmd(const std::shared_ptr<Valdane::Object>& object, std::string name, std::string text,
+                std::string description);
+
+    /// @param object  must not be empty (not checked).
+    /// @param names   of the attributes to take away.
+    AnnotateCmd(const std::shared_ptr<Valdane::Object>& object, std::vector<std::string> names,
                 std::string description);
     ~AnnotateCmd() override;
 
@@ -43,8 +50,9 @@ private:
 
     std::weak_ptr<Valdane::Object> root;
     Valdane::Path path;
-    std::string name;
-    std::string text;
+    std::vector<std::string> names;
+    /// What the attribute of that name gets; nothing takes them away.
+    std::optional<std::string> text;
     std::shared_ptr<Valdane::DynamicAttributeCollection> previous;
 };
 

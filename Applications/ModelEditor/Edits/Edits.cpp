@@ -10,7 +10,6 @@
 #include "Applications/ModelEditor/Edits/Words.h"
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
-#include "Service/CommandPattern/ClearDynamicAttributesCmd.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Service/CommandPattern/SetNameCmd.h"
@@ -42,6 +41,18 @@ std::shared_ptr<CommandBase> forAll(const std::vector<Selected>& nodes, const st
         macro->addCommand(make(node));
     }
     return macro;
+}
+
+std::shared_ptr<CommandBase> makeClearOf(const std::shared_ptr<XmlObject>& object,
+                                         const std::vector<std::string>& names)
+{
+    if (names.empty())
+    {
+        const bool hasOthers = object->getDynamicAttributeCollection() != nullptr;
+        throw VdException(object->getAddress() + " has no such annotations" +
+                          (hasOthers ? "; those that the file had go by their PREFIX" : ""));
+    }
+    return std::make_shared<AnnotateCmd>(object, names, describeClear(*object));
 }
 
 bool isDeclaredAt(pugi::xml_node element, const std::string& prefix)
@@ -120,11 +131,8 @@ Edit makeClearAnnotations(const XmlModel& model, const std::vector<std::string>&
     const auto make = [&](const Selected& node)
     {
         const auto object = requireElement(node);
-        if (object->getDynamicAttributeCollection() == nullptr)
-        {
-            throw VdException(object->getAddress() + " has no annotations");
-        }
-        return std::make_shared<Valdane::ClearDynamicAttributesCmd>(object, describeClear(*object));
+        return makeClearOf(object, arguments.size() > 1 ? object->getAnnotationsOf(arguments[1])
+                                                        : object->getNewAnnotations());
     };
     return {.command = forAll(nodes, describeClearOfSeveral(xpath, nodes.size()), make), .note = {}};
 }

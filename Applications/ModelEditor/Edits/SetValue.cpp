@@ -2,11 +2,13 @@
 
 #include "Applications/ModelEditor/Document/ValueText.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Applications/ModelEditor/Edits/AnnotateCmd.h"
 #include "Applications/ModelEditor/Edits/EditorTexts.h"
 #include "Applications/ModelEditor/Edits/Words.h"
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Parameterization/Path.h"
 #include "Service/CommandPattern/SetAttributeCmd.h"
+#include "Service/CommandPattern/SetNameCmd.h"
 
 #include <string>
 
@@ -37,9 +39,9 @@ void requireValue(const Selected& selected)
     case Part::Element:
         throw VdException(selected.getAddress() + " is an element; " + namesOfValues(*selected.object));
     case Part::Name:
-        throw VdException(selected.getAddress() + " is a name; use rename");
+        throw VdException(selected.getAddress() + " is a name");
     case Part::Annotation:
-        throw VdException(selected.getAddress() + " is an annotation; use annotate");
+        throw VdException(selected.getAddress() + " is an annotation");
     case Part::Unsupported:
         throw VdException("comments and processing instructions are not edited");
     default:
@@ -50,8 +52,17 @@ void requireValue(const Selected& selected)
 std::shared_ptr<Valdane::CommandBase> makeSetCommand(const Selected& selected, const std::string& text,
                                                      Types types)
 {
-    requireValue(selected);
     auto& object = *selected.object;
+    if (selected.part == Part::Name)
+    {
+        return std::make_shared<Valdane::SetNameCmd>(selected.object, text, describeRename(object, text));
+    }
+    if (selected.part == Part::Annotation)
+    {
+        return std::make_shared<AnnotateCmd>(selected.object, selected.name, text,
+                                             describeAnnotate(object, selected.name, text));
+    }
+    requireValue(selected);
     const auto type = typeOf(object.getText(selected.name));
     if (types == Types::Strict && !isOf(type, text))
     {

@@ -226,6 +226,8 @@ const ProvedRow edits[] = {
     {"SetLongText", edit(makeSet, {"//@type", longText})},
     {"SetText", edit(makeSet, {"//visual/text()[1]", "<one>"})},
     {"SetCData", edit(makeSet, {"//visual/text()[2]", "still ]]> raw"})},
+    {"SetName", edit(makeSet, {"//link[1]/@name", "foot"})},
+    {"SetNamespaced", edit(makeSet, {"//link[2]/@note:by", "'them'"})},
     {"SetOfTheRoot", edit(makeSet, {"/*/@version", "3"})},
     {"SetSeveral", edit(makeSet, {"//@mass", "2.5"})},
     {"Rename", edit(makeRename, {"//link[1]", "foot"})},
@@ -235,8 +237,8 @@ const ProvedRow edits[] = {
     {"AnnotateBetween", edit(makeAnnotate, {"//link[2]", "note:by", "'them'"})},
     {"AnnotateLong", edit(makeAnnotate, {"//link[2]", "note:by", longText})},
     {"AnnotateSeveral", edit(makeAnnotate, {"//link", "note:at", "work"})},
-    {"ClearAnnotations", edit(makeClearAnnotations, {"//link[2]"})},
-    {"ClearSeveral", edit(makeClearAnnotations, {"//link"})},
+    {"ClearAnnotations", edit(makeClearAnnotations, {"//link[2]", "note"})},
+    {"ClearSeveral", edit(makeClearAnnotations, {"//link", "note"})},
     {"Scale", scale("//@count")},
     {"ScaleSeveral", makeScaleOfTwo},
     {"Append", makeAppend},
@@ -296,7 +298,7 @@ TEST(ModelEditorCommands, AreProvedInAMacro)
     const Report report = EditorKit().inMacro({makeAppend, edit(makeSet, {"//@mass", "2.5"}),
                                                edit(makeRename, {"//link", "part"}), scale("//@count"),
                                                edit(makeAnnotate, {"//link", "note:by", "them"}),
-                                               edit(makeClearAnnotations, {"//link[1]"})});
+                                               edit(makeClearAnnotations, {"//link[1]", "note"})});
     EXPECT_TRUE(report) << report;
 }
 
@@ -339,7 +341,7 @@ TEST(ModelEditorCommands, AreRightInRandomHistories)
     };
     const auto clear = [](const XmlModel& model, const Selected& node, Choices&)
     {
-        return makeClearAnnotations(model, {node.getAddress()});
+        return makeClearAnnotations(model, {node.getAddress(), "note"});
     };
     const auto append = [](EditedModel& edited, Choices& choices)
     {

@@ -186,8 +186,10 @@ TEST_F(EditorTest, SetSaysWhatToWriteInstead)
     EXPECT_EQ(run("set //@speed 1"), "set: nothing at //@speed");
     EXPECT_EQ(run("set //size 1"), "set: /robot/link[2]/size is an element; name one of its values: @v");
     EXPECT_EQ(run("set //link[1] 1"), "set: /robot/link[1] is an element; it has no values");
-    EXPECT_EQ(run("set //link[1]/@name x"), "set: /robot/link[1]/@name is a name; use rename");
-    EXPECT_EQ(run("set //@n:x 2"), "set: /robot/link[2]/@n:x is an annotation; use annotate");
+    EXPECT_EQ(run("set //link[1]/@name x"), "Rename link base to x\n  /robot/link[1]/@name: base -> x\n");
+    EXPECT_EQ(run("set //@n:x 2"), "Annotate link arm with n:x = 2\n  /robot/link[2]/@n:x: 1 -> 2\n");
+    EXPECT_THAT(model.toBytes(), testing::HasSubstr("<link name='arm' n:x='2'>"));
+    run("undo 2");
     EXPECT_EQ(run("set //comment() 2"), "set: comments and processing instructions are not edited");
     EXPECT_EQ(run("set 1+1 2"), "set: 1+1 is a value, not a place in the model");
 }
@@ -213,11 +215,22 @@ TEST_F(EditorTest, AnnotationsAreAddedReplacedAndCleared)
     EXPECT_EQ(run("annotate //link[2] n:x 2"),
               "Annotate link arm with n:x = 2\n  /robot/link[2]/@n:x: 1 -> 2\n");
     EXPECT_THAT(model.toBytes(), testing::HasSubstr("<link name='arm' n:x='2' n:y=\"a b\">"));
-    EXPECT_EQ(run("clear-annotations //link[2]"), "Clear annotations of link arm\n  /robot/link[2]/@n:x: "
-                                                  "removed 2\n  /robot/link[2]/@n:y: removed a b\n");
+    EXPECT_EQ(run("clear-annotations //link[2]"),
+              "Clear annotations of link arm\n  /robot/link[2]/@n:y: removed a b\n")
+        << "the file had n:x";
+    EXPECT_THAT(model.toBytes(), testing::HasSubstr("<link name='arm' n:x='2'>"));
+    EXPECT_EQ(run("clear-annotations //link[2]"),
+              "clear-annotations: /robot/link[2] has no such annotations; those "
+              "that the file had go by their PREFIX");
+    EXPECT_EQ(run("clear-annotations //link[2] m"),
+              "clear-annotations: /robot/link[2] has no such annotations; those "
+              "that the file had go by their PREFIX");
+    EXPECT_EQ(run("clear-annotations //link[2] n"),
+              "Clear annotations of link arm\n  /robot/link[2]/@n:x: removed 2\n");
     EXPECT_THAT(model.toBytes(), testing::HasSubstr("<link name='arm'>"));
-    EXPECT_EQ(run("clear-annotations //link[2]"), "clear-annotations: /robot/link[2] has no annotations");
-    run("undo 3");
+    EXPECT_EQ(run("clear-annotations //link[2]"),
+              "clear-annotations: /robot/link[2] has no such annotations");
+    run("undo 4");
     EXPECT_EQ(model.toBytes(), robotFile);
     EXPECT_EQ(run("annotate //link[2] plain x"), "annotate: plain is not a name of the form prefix:name");
     EXPECT_EQ(run("annotate //link[2] xmlns:q x"), "annotate: xmlns:q is not a name of the form prefix:name");
