@@ -9,7 +9,7 @@
 #include "Applications/ModelEditor/Edits/EditorTexts.h"
 #include "Applications/ModelEditor/Edits/Import.h"
 #include "Applications/ModelEditor/Edits/ModelModules.h"
-#include "Applications/ModelEditor/Edits/ScaleValueCmd.h"
+#include "Applications/ModelEditor/Edits/ScaleValuesCmd.h"
 #include "Applications/ModelEditor/Edits/SetValue.h"
 #include "Applications/ModelEditor/Edits/Words.h"
 #include "Applications/ModelEditor/Terminal/EditorVerb.h"
@@ -18,7 +18,10 @@
 #include "Platform/Multitasking/ThreadManager.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <span>
 #include <utility>
 
 // The verbs that work on another thread, and those about such work.
@@ -34,6 +37,7 @@ namespace
 {
 
 constexpr std::size_t mostFailuresTold = 5;
+constexpr std::size_t mostRuns = 100;
 
 double parseFactor(const std::string& text)
 {
@@ -46,23 +50,26 @@ double parseFactor(const std::string& text)
 }
 
 // `--continue-on-error [N]`, if it is there.
-void setFailurePolicy(ThreadedMacroCommand& macro, const std::vector<std::string>& options)
+std::shared_ptr<ScaleFailures> makeFailures(std::span<const std::string> options)
 {
+    auto failures = std::make_shared<ScaleFailures>();
     if (options.empty())
     {
-        return;
+        return failures;
     }
     if (options[0] != "--continue-on-error")
     {
         throw VdException("no option " + shown(options[0]) + "; there is --continue-on-error [N]");
     }
-    macro.setContinueOnException(true);
+    failures->areLeftAlone = true;
     if (options.size() > 1)
     {
-        macro.setFailCountToThrow(parseCount(options[1], 1));
+        failures->most = parseCount<std::uint64_t>(options[1], 1);
     }
+    return failures;
 }
 
+// Of a few commands only: each is a run of its own on the other thread.
 std::shared_ptr<ThreadedMacroCommand> makeScale(const XmlModel& model,
                                                 const std::vector<std::string>& arguments)
 {
@@ -70,13 +77,16 @@ std::shared_ptr<ThreadedMacroCommand> makeScale(const XmlModel& model,
     const auto& factor = arguments[1];
     const auto nodes = requireNodes(model, xpath);
     const auto by = parseFactor(factor);
+    const auto failures = makeFailures(std::span(arguments).subspan(2));
+    std::ranges::for_each(nodes, requireValue);
     auto macro = std::make_shared<ThreadedMacroCommand>("Scale " + brief(xpath) + " (" +
                                                         plural(nodes.size(), "value") + ") by " + factor);
-    setFailurePolicy(*macro, {arguments.begin() + 2, arguments.end()});
-    for (const auto& node : nodes)
+    const std::size_t share = 1 + ((nodes.size() - 1) / mostRuns);
+    for (std::span<const Selected> rest = nodes; !rest.empty();
+         rest = rest.subspan(std::min(share, rest.size())))
     {
-        requireValue(node);
-        macro->addCommand(std::make_shared<ScaleValueCmd>(*node.object, node.name, by));
+        macro->addCommand(
+            std::make_shared<ScaleValuesCmd>(rest.first(std::min(share, rest.size())), by, failures));
     }
     return macro;
 }
@@ -87,10 +97,9 @@ std::string tellFailures(const ThreadedMacroCommand& macro)
     std::string lines;
     for (const auto& command : macro)
     {
-        const auto& failure = dynamic_cast<const ScaleValueCmd&>(*command).getFailure();
-        if (!failure.empty() && ++failed <= mostFailuresTold)
+        for (const auto& failure : dynamic_cast<const ScaleValuesCmd&>(*command).getLeftAlone())
         {
-            lines += "    " + failure + "\n";
+            lines += ++failed <= mostFailuresTold ? "    " + failure + "\n" : "";
         }
     }
     if (failed > mostFailuresTold)
@@ -210,9 +219,7 @@ void Editor::conclude()
     const auto run = std::exchange(underWay, nullptr);
     if (run->result == Result::Failed || run->result == Result::NotTakenBack)
     {
-        // A macro that has failed too often does not say why.
-        throw VdException(run->verb + ": " +
-                          (run->failure.empty() ? "too many values cannot be changed" : run->failure));
+        throw VdException(run->verb + ": " + run->failure);
     }
     if (run->result == Result::Aborted)
     {

@@ -7,7 +7,7 @@
 #include "Applications/ModelEditor/Edits/Import.h"
 #include "Applications/ModelEditor/Edits/ImportCmd.h"
 #include "Applications/ModelEditor/Edits/ModelModules.h"
-#include "Applications/ModelEditor/Edits/ScaleValueCmd.h"
+#include "Applications/ModelEditor/Edits/ScaleValuesCmd.h"
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
 #include "Service/CommandTesting/CommandKit.h"
@@ -20,6 +20,7 @@
 #include <memory>
 #include <new>
 #include <ostream>
+#include <span>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -149,16 +150,18 @@ Maker scale(const std::string& xpath)
         [=](EditedModel& edited)
         {
             const auto selected = edited.model.select(xpath).nodes.at(0);
-            return std::make_shared<ScaleValueCmd>(*selected.object, selected.name, 3.0);
+            return std::make_shared<ScaleValuesCmd>(std::span(&selected, 1), 3.0,
+                                                    std::make_shared<ScaleFailures>());
         });
 }
 
-std::shared_ptr<Valdane::ThreadedMacroCommand> makeScaleOfAll(EditedModel& edited)
+std::shared_ptr<Valdane::ThreadedMacroCommand> makeScaleOfAll(EditedModel& edited,
+                                                              const std::shared_ptr<ScaleFailures>& failures)
 {
     auto macro = std::make_shared<Valdane::ThreadedMacroCommand>("Scale");
     for (const auto& selected : edited.model.select("//@mass | //@type").nodes)
     {
-        macro->addCommand(std::make_shared<ScaleValueCmd>(*selected.object, selected.name, 3.0));
+        macro->addCommand(std::make_shared<ScaleValuesCmd>(std::span(&selected, 1), 3.0, failures));
     }
     return macro;
 }
@@ -166,14 +169,23 @@ std::shared_ptr<Valdane::ThreadedMacroCommand> makeScaleOfAll(EditedModel& edite
 // What is no number is left alone.
 std::shared_ptr<CommandBase> makeScaleOfNumbers(EditedModel& edited)
 {
-    auto macro = makeScaleOfAll(edited);
-    macro->setContinueOnException(true);
-    return macro;
+    const auto failures = std::make_shared<ScaleFailures>();
+    failures->areLeftAlone = true;
+    return makeScaleOfAll(edited, failures);
+}
+
+// The same in one command.
+std::shared_ptr<CommandBase> makeScaleAtOnce(EditedModel& edited)
+{
+    const auto failures = std::make_shared<ScaleFailures>();
+    failures->areLeftAlone = true;
+    const auto values = edited.model.select("//@mass | //@type").nodes;
+    return std::make_shared<ScaleValuesCmd>(values, 3.0, failures);
 }
 
 std::shared_ptr<CommandBase> makeScaleOfTwo(EditedModel& edited)
 {
-    auto macro = makeScaleOfAll(edited);
+    auto macro = makeScaleOfAll(edited, std::make_shared<ScaleFailures>());
     macro->removeLastCommand();
     return macro;
 }
@@ -241,6 +253,7 @@ const ProvedRow edits[] = {
     {"ClearSeveral", edit(makeClearAnnotations, {"//link", "note"})},
     {"Scale", scale("//@count")},
     {"ScaleSeveral", makeScaleOfTwo},
+    {"ScaleAtOnce", makeScaleAtOnce},
     {"Append", makeAppend},
 };
 

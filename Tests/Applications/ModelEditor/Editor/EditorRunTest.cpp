@@ -320,6 +320,57 @@ TEST_F(FiftySteps, AnAbortAtAnyOfThemLeavesTheModelAsItWas)
     EXPECT_THAT(model.toBytes(), HasSubstr("<v x='100'/>"));
 }
 
+// More than a run has steps: each of them scales some.
+class ManyValues : public EditorRun
+{
+protected:
+    ManyValues() : EditorRun(makeFile()) {}
+
+    static std::string makeFile()
+    {
+        std::string file = "<r>";
+        for (int i = 1; i <= 1003; ++i)
+        {
+            file += "<v x='" + (i % 300 == 7 ? "word" : std::to_string(i)) + "'/>";
+        }
+        return file + "</r>";
+    }
+};
+
+TEST_F(ManyValues, AreScaledLeftAloneAndComeBack)
+{
+    const std::string before = model.toBytes();
+    EXPECT_EQ(runToEnd("scale //@x 2"), "scale: /r/v[7]/@x: word is not a number");
+    EXPECT_EQ(model.toBytes(), before);
+    EXPECT_THAT(runToEnd("scale //@x 2 --continue-on-error 5"),
+                testing::AllOf(HasSubstr("/r/v[10]/@x: 10 -> 20\n"), HasSubstr("  and 989 more changes\n"),
+                               HasSubstr("  4 values left alone:\n    /r/v[7]/@x: word is not a number\n"
+                                         "    /r/v[307]/@x: word")));
+    EXPECT_EQ(run("find 'sum(//@x[. != \"word\"])'"), "1003356\n")
+        << "(1003 * 1004 / 2 - 7 - 307 - 607 - 907) * 2";
+    EXPECT_THAT(run("history"), HasSubstr("=> 1 to undo, 0 to redo"));
+    const std::string scaled = model.toBytes();
+    run("undo");
+    EXPECT_EQ(model.toBytes(), before);
+    run("redo");
+    EXPECT_EQ(model.toBytes(), scaled);
+    EXPECT_EQ(runToEnd("scale //@x 2 --continue-on-error 4"), "scale: too many values cannot be changed");
+    EXPECT_EQ(model.toBytes(), scaled);
+}
+
+TEST_F(ManyValues, AreAsTheyWereAfterAnAbort)
+{
+    const std::string before = model.toBytes();
+    run("scale //@x 2 --continue-on-error");
+    ASSERT_FALSE(goOnTo(50));
+    EXPECT_THAT(run("status"),
+                testing::MatchesRegex("Scale .* by 2, [0-9]+ %: Scale /r/v\\[[0-9]+\\]/@x and 10 more\n"));
+    run("abort");
+    goOnToEnd();
+    EXPECT_EQ(conclude(), "scale: aborted; nothing has changed");
+    EXPECT_EQ(model.toBytes(), before);
+}
+
 TEST_F(FiftySteps, TheEditorMayGoWhileARunIsUnderWay)
 {
     run("scale //@x 2");
