@@ -17,6 +17,9 @@ struct XmlChange
         before;                       ///< the value, or what a person calls the element; nothing if it is new
     std::optional<std::string> after; ///< as before; nothing if it is gone
 
+    /// What the file had when it was opened; nothing for what has no type, such as a name.
+    std::optional<std::string> original{};
+
     /// The child of the object that came or went; null if a value has changed.
     const XmlObject* child = nullptr;
 };

@@ -170,6 +170,11 @@ std::string XmlObject::getText(const std::string& name)
                                                                      : findTextNode(name).value();
 }
 
+const std::string& XmlObject::getOriginalText(const std::string& name)
+{
+    return requireValue(name).getOriginal();
+}
+
 bool XmlObject::isPlainAttribute(const std::string& name)
 {
     return name != "name" && !isAnnotationName(name) && !isNamespaceDeclaration(name);
@@ -271,7 +276,10 @@ void XmlObject::change(const ValueName& which, const std::string& text)
     }
     try
     {
-        context.changed({.object = *this, .value = which.step, .before = before, .after = text});
+        const auto original =
+            isPlainAttribute(which.name) ? std::optional(value.getOriginal()) : std::nullopt;
+        context.changed(
+            {.object = *this, .value = which.step, .before = before, .after = text, .original = original});
     }
     catch (...)
     {

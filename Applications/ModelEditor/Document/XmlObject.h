@@ -84,6 +84,11 @@ public:
     /// The present text of the value that is described as @p name; empty if there is none.
     std::string getText(const std::string& name);
 
+    /// The text that the file had there when it was opened.
+    ///
+    /// @throws VdException if there is no such value.
+    const std::string& getOriginalText(const std::string& name);
+
     /// The names of its namespaced attributes: of those that the file did not have when it was opened, and of those with
     /// the prefix @p prefix.
     std::vector<std::string> getNewAnnotations();

@@ -52,6 +52,11 @@ std::string XmlValue::getText() const
     return attribute ? attribute.value() : textNode.value();
 }
 
+const std::string& XmlValue::getOriginal() const noexcept
+{
+    return original;
+}
+
 void XmlValue::setText(const std::string& text)
 {
     SourceText::Prepared markup;

@@ -27,6 +27,9 @@ public:
 
     std::string getText() const;
 
+    /// The text that the file had when it was opened.
+    const std::string& getOriginal() const noexcept;
+
     /// Setting the original again restores its markup, entities and all.
     ///
     /// @throws VdException if XML cannot hold @p text; std::bad_alloc. Nothing has changed then.

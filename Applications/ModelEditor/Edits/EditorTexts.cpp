@@ -13,17 +13,15 @@ namespace
 
 constexpr std::size_t longest = 60;
 
-// Of a value whose new text cannot stand where its type is wanted; names and annotations have none.
+// Of a value whose text cannot stand where the type that the file had is wanted.
 std::string describeTypes(const XmlChange& change)
 {
-    const auto name = change.value.starts_with('@') ? change.value.substr(1) : change.value;
-    const auto before = typeOf(*change.before);
-    if (isOf(before, *change.after) || !XmlObject::isPlainAttribute(name))
+    if (!change.original || isOf(typeOf(*change.original), *change.after))
     {
         return {};
     }
-    return " (was " + std::string(nameOf(before)) + ", is " + std::string(nameOf(typeOf(*change.after))) +
-           " now)";
+    return " (was " + std::string(nameOf(typeOf(*change.original))) + ", is " +
+           std::string(nameOf(typeOf(*change.after))) + " now)";
 }
 
 std::string several(const std::string& xpath, std::size_t count)

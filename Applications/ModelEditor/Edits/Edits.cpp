@@ -15,6 +15,7 @@
 #include "Service/CommandPattern/SetNameCmd.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace ModelEditor
 {
@@ -80,7 +81,10 @@ Edit makeSet(const XmlModel& model, const std::vector<std::string>& arguments)
     const auto nodes = requireNodes(model, xpath);
     const auto make = [&](const Selected& node)
     {
-        return makeSetCommand(node, text, isStrict ? Types::Strict : Types::Free);
+        const bool isTyped = isStrict && node.part == Part::Value;
+        return makeSetCommand(node, text,
+                              isTyped ? std::optional(typeOf(node.object->getOriginalText(node.name)))
+                                      : std::nullopt);
     };
     return {.command = forAll(nodes, describeSetOfSeveral(xpath, nodes.size(), text), make), .note = {}};
 }

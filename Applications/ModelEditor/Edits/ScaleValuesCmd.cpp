@@ -216,7 +216,7 @@ std::shared_ptr<Valdane::CommandBase> ScaleValuesCmd::prepare(Valdane::Object& t
                          .part = Part::Value,
                          .name = path.getAttributeName(),
                          .text = object->getText(path.getAttributeName())};
-    return makeSetCommand(value, scaled(value.getAddress(), value.text, by), Types::Strict);
+    return makeSetCommand(value, scaled(value.getAddress(), value.text, by), typeOf(value.text));
 }
 
 } // namespace ModelEditor

@@ -50,7 +50,7 @@ void requireValue(const Selected& selected)
 }
 
 std::shared_ptr<Valdane::CommandBase> makeSetCommand(const Selected& selected, const std::string& text,
-                                                     Types types)
+                                                     std::optional<ValueType> wanted)
 {
     auto& object = *selected.object;
     if (selected.part == Part::Name)
@@ -63,11 +63,10 @@ std::shared_ptr<Valdane::CommandBase> makeSetCommand(const Selected& selected, c
                                              describeAnnotate(object, selected.name, text));
     }
     requireValue(selected);
-    const auto type = typeOf(object.getText(selected.name));
-    if (types == Types::Strict && !isOf(type, text))
+    if (wanted && !isOf(*wanted, text))
     {
-        throw VdException(shown(text) + " is not a value of type " + std::string(nameOf(type)) + ", which " +
-                          selected.getAddress() + " has");
+        throw VdException(shown(text) + " is not a value of type " + std::string(nameOf(*wanted)) +
+                          ", which " + selected.getAddress() + " has");
     }
     return std::make_shared<Valdane::SetAttributeCmd<std::string>>(
         object.getRootObjectAlt(),

@@ -34,7 +34,7 @@ TEST(ImportCmd, BringsTheSameObjectsBackSoThatLaterCommandsFindThem)
     command.execute();
     const auto selected = model.select("//@v").nodes.at(0);
     const auto module = model.getRoot()->findChild("a");
-    const auto edit = ModelEditor::makeSetCommand(selected, "2", ModelEditor::Types::Free);
+    const auto edit = ModelEditor::makeSetCommand(selected, "2", {});
     edit->execute();
     EXPECT_EQ(model.toBytes(), "<r><a><b v='2'/></a></r>");
     edit->undo();

@@ -250,7 +250,7 @@ private:
         else if (chosen.part == Part::Value)
         {
             EXPECT_TRUE(
-                manager.addCommand(ModelEditor::makeSetCommand(chosen, text, ModelEditor::Types::Free)));
+                manager.addCommand(ModelEditor::makeSetCommand(chosen, text, {})));
         }
         else
         {
