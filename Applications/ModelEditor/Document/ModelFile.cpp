@@ -1,12 +1,16 @@
 #include "Applications/ModelEditor/Document/ModelFile.h"
 
+#include "Applications/ModelEditor/Document/Descriptor.h"
+#include "Applications/ModelEditor/Document/EndingSignals.h"
+#include "Applications/ModelEditor/Document/FileAttributes.h"
+#include "Applications/ModelEditor/Document/TemporaryFile.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <cerrno>
 #include <climits>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
+#include <exception>
 #include <fcntl.h>
 #include <filesystem>
 #include <optional>
@@ -30,38 +34,6 @@ constexpr int maximumOfLinks = 40;
 {
     throw Valdane::VdException(path + ": " + std::generic_category().message(error));
 }
-
-// Closes what it has opened.
-class Descriptor
-{
-public:
-    explicit Descriptor(int opened) : number(opened) {}
-
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    ~Descriptor()
-    {
-        if (number >= 0)
-        {
-            ::close(number);
-        }
-    }
-
-    int get() const noexcept
-    {
-        return number;
-    }
-
-    // Some file systems report only here that they could not write. @return 0 or an error.
-    int close() noexcept
-    {
-        return ::close(std::exchange(number, -1)) == 0 ? 0 : errno;
-    }
-
-private:
-    int number;
-};
 
 void requireRegular(const std::string& path, mode_t mode)
 {
@@ -127,89 +99,11 @@ fs::path followLinks(const std::string& path)
     fail(path, ELOOP);
 }
 
-// Removed when it goes, unless it has taken another name by then.
-class TemporaryFile
-{
-public:
-    TemporaryFile(const std::string& asked, const fs::path& directory)
-        : path(asked),
-          name((directory / ".model-editor.XXXXXX").string()),
-          file(mkostemp(name.data(), O_CLOEXEC))
-    {
-        if (file.get() < 0)
-        {
-            fail(path, errno);
-        }
-    }
-
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-    ~TemporaryFile()
-    {
-        if (!name.empty())
-        {
-            ::unlink(name.c_str());
-        }
-    }
-
-    void write(std::string_view bytes)
-    {
-        while (!bytes.empty())
-        {
-            const ssize_t count = ::write(file.get(), bytes.data(), bytes.size());
-            if (count < 0 && errno != EINTR)
-            {
-                fail(path, errno);
-            }
-            bytes.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
-        }
-    }
-
-    // The owner first: changing it takes permissions away.
-    void takeAttributes(const std::optional<struct stat>& old)
-    {
-        if (old && ::fchown(file.get(), old->st_uid, old->st_gid) != 0 &&
-            ::fchown(file.get(), static_cast<uid_t>(-1), old->st_gid) != 0)
-        {
-            // Only the super-user may; the file is then this user's.
-        }
-        const mode_t mask = ::umask(0);
-        ::umask(mask);
-        require(::fchmod(file.get(), old ? old->st_mode & 07777U : 0666U & ~mask) == 0);
-    }
-
-    void moveTo(const fs::path& target)
-    {
-        require(::fsync(file.get()) == 0);
-        if (const int error = file.close())
-        {
-            fail(path, error);
-        }
-        require(::rename(name.c_str(), target.c_str()) == 0);
-        name.clear();
-    }
-
-private:
-    void require(bool done) const
-    {
-        if (!done)
-        {
-            fail(path, errno);
-        }
-    }
-
-    std::string path;
-    std::string name;
-    Descriptor file;
-};
-
-std::optional<struct stat> attributesOf(const std::string& path, const fs::path& target)
+std::optional<struct stat> statusOf(const std::string& path)
 {
     struct stat status = {};
-    if (::stat(target.c_str(), &status) == 0)
+    if (::stat(path.c_str(), &status) == 0)
     {
-        requireRegular(path, status.st_mode);
         return status;
     }
     if (errno != ENOENT)
@@ -217,6 +111,14 @@ std::optional<struct stat> attributesOf(const std::string& path, const fs::path&
         fail(path, errno);
     }
     return {};
+}
+
+void require(const std::string& path, int error)
+{
+    if (error != 0)
+    {
+        fail(path, error);
+    }
 }
 
 // File systems that cannot do this for directories say so; there is nothing better then.
@@ -231,12 +133,120 @@ void makeDurable(const std::string& path, const fs::path& directory)
     }
 }
 
+bool isForbidden(int error)
+{
+    return error == EACCES || error == EPERM || error == EROFS;
+}
+
+mode_t usualMode()
+{
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    return 0666U & ~mask;
+}
+
+// Why the file must be written in place; empty if it is replaced. The permissions last: what is written and a change
+// of the owner take some away.
+std::string replaceFile(const std::string& path, const fs::path& target,
+                        const std::optional<struct stat>& old, const std::string& bytes)
+{
+    if (old && old->st_nlink > 1)
+    {
+        return "it has other names";
+    }
+    TemporaryFile temporary(target);
+    if (!temporary.isOpen())
+    {
+        if (!old || !isForbidden(errno))
+        {
+            fail(path, errno);
+        }
+        return "its directory cannot be written";
+    }
+    const auto lost =
+        old ? takeAttributes(temporary.getFile(), temporary.getName(), target.string(), *old) : "";
+    if (!lost.empty())
+    {
+        return lost + " cannot be given to another file";
+    }
+    require(path, temporary.getFile().write(bytes));
+    if (::fchmod(temporary.getFile().get(), old ? old->st_mode & 07777U : usualMode()) != 0)
+    {
+        fail(path, errno);
+    }
+    require(path, temporary.finish());
+    const int error = temporary.takeName(target);
+    if (old && (isForbidden(error) || error == EBUSY))
+    {
+        return "its name cannot be given to another file";
+    }
+    require(path, error);
+    return "";
+}
+
+int overwrite(const Descriptor& file, const std::string& bytes)
+{
+    if (::lseek(file.get(), 0, SEEK_SET) != 0)
+    {
+        return errno;
+    }
+    if (const int error = file.write(bytes))
+    {
+        return error;
+    }
+    const bool isDone =
+        ::ftruncate(file.get(), static_cast<off_t>(bytes.size())) == 0 && ::fsync(file.get()) == 0;
+    return isDone ? 0 : errno;
+}
+
+void writeInPlace(const std::string& path, const fs::path& target, const std::string& bytes)
+{
+    Descriptor file(::open(target.c_str(), O_RDWR | O_CLOEXEC | O_NOCTTY));
+    if (!file.isOpen())
+    {
+        fail(path, errno);
+    }
+    const std::string before = readAll(path, file.get(), bytes.size());
+    const EndingSignals waiting;
+    if (const int error = overwrite(file, bytes))
+    {
+        overwrite(file, before);
+        fail(path, error);
+    }
+    require(path, file.close());
+}
+
+// Standard output or standard error, if the file is one of them: opened once more, it would be written from its start.
+std::optional<int> findStandardStream(const struct stat& status)
+{
+    for (const int stream : {STDOUT_FILENO, STDERR_FILENO})
+    {
+        struct stat other = {};
+        if (::fstat(stream, &other) == 0 && other.st_dev == status.st_dev && other.st_ino == status.st_ino)
+        {
+            return stream;
+        }
+    }
+    return {};
+}
+
+void writeStream(const std::string& path, int opened, const std::string& bytes)
+{
+    Descriptor file(opened);
+    if (!file.isOpen())
+    {
+        fail(path, errno);
+    }
+    require(path, file.write(bytes));
+    require(path, file.close());
+}
+
 } // namespace
 
 std::string readFile(const std::string& path)
 {
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    if (file.get() < 0)
+    if (!file.isOpen())
     {
         fail(path, errno);
     }
@@ -250,16 +260,54 @@ std::string readFile(const std::string& path)
     return readAll(path, file.get(), static_cast<std::size_t>(status.st_size));
 }
 
-void replaceFile(const std::string& path, const std::string& bytes)
+std::string writeFile(const std::string& path, const std::string& bytes)
 {
+    const auto old = statusOf(path);
+    if (old)
+    {
+        if (const auto stream = findStandardStream(*old))
+        {
+            writeStream(path, ::dup(*stream), bytes);
+            return "it is an output of this program";
+        }
+        if (S_ISCHR(old->st_mode) || S_ISFIFO(old->st_mode))
+        {
+            writeStream(path, ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY), bytes);
+            return "it is not a regular file";
+        }
+        requireRegular(path, old->st_mode);
+    }
     const fs::path target = followLinks(path);
-    const fs::path directory = target.has_parent_path() ? target.parent_path() : ".";
-    const auto old = attributesOf(path, target);
-    TemporaryFile temporary(path, directory);
-    temporary.write(bytes);
-    temporary.takeAttributes(old);
-    temporary.moveTo(target);
-    makeDurable(path, directory);
+    const auto why = replaceFile(path, target, old, bytes);
+    if (why.empty())
+    {
+        makeDurable(path, target.has_parent_path() ? target.parent_path() : ".");
+    }
+    else
+    {
+        writeInPlace(path, target, bytes);
+    }
+    return why;
+}
+
+bool isReadOnly(const std::string& path)
+{
+    constexpr mode_t anybody = S_IWUSR | S_IWGRP | S_IWOTH;
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+           ((status.st_mode & anybody) == 0 || ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0);
+}
+
+void removeTemporaries(const std::string& path)
+{
+    try
+    {
+        TemporaryFile::removeLeftBehind(followLinks(path));
+    }
+    catch (const std::exception&)
+    {
+        // Somebody may see them there; nothing else depends on it.
+    }
 }
 
 } // namespace ModelEditor

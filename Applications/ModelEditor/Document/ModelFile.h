@@ -12,15 +12,26 @@ namespace ModelEditor
 ///         this machine; std::bad_alloc.
 std::string readFile(const std::string& path);
 
-/// Makes @p bytes the content of the file @p path, whole or not at all, and durably.
+/// Makes @p bytes the content of the file @p path, durably.
 ///
-/// They are written to a temporary file in the same directory, which then takes the place of the old file
-/// with its permissions and, where the process may do that, its owner. A symbolic link stays one: what it
-/// leads to is replaced. On Windows the new file has the permissions that its directory gives. When the
-/// process or the machine dies on the way, the old or the new content is there, and perhaps the temporary
-/// file.
+/// The old file is replaced: the bytes are written to a temporary file in the same directory, which then takes its
+/// place, with its owner, permissions, access control list and extended attributes. When the process or the machine
+/// dies on the way, the old or the new content is there, whole. A symbolic link stays one: what it leads to is replaced.
 ///
-/// @throws VdException `<path>: <why>`. The old file is unchanged then and there is no temporary file.
-void replaceFile(const std::string& path, const std::string& bytes);
+/// A file that cannot be replaced without losing one of these is written in place: one that has other names or
+/// attributes that this process cannot keep, or whose directory cannot be written. So is what is no regular file, and
+/// what standard output or standard error is redirected to, behind all that was written there. When the process dies on the
+/// way, part of both contents is there; SIGHUP, SIGINT and SIGTERM wait until it is written.
+///
+/// @return why it was written in place; empty if it was not.
+/// @throws VdException `<path>: <why>`. The old file is unchanged then, as far as it can be written at all, and there is
+///         no temporary file.
+std::string writeFile(const std::string& path, const std::string& bytes);
+
+/// Whether @p path is a regular file that is there, and that nobody or not this process is permitted to write.
+bool isReadOnly(const std::string& path);
+
+/// Removes the temporary files that writeFile() has left beside @p path when its process was killed.
+void removeTemporaries(const std::string& path);
 
 } // namespace ModelEditor

@@ -32,8 +32,9 @@ struct XmlChange;
 struct Output
 {
     std::string verb;
-    std::string path; ///< empty for the model's own file
-    std::string bytes;
+    std::string path;      ///< empty for the model's own file
+    std::string bytes{};   ///< its content
+    bool isForced = false; ///< whatever speaks against it
 };
 
 /// Carries out command lines on a model: the verbs that `help` lists.
@@ -146,6 +147,7 @@ private:
     void stop(const Words& arguments);
     void modified(const Words& arguments);
     void save(const Words& arguments);
+    void saveAnyway(const Words& arguments);
     void exportCopy(const Words& arguments);
     void help(const Words& arguments);
     void quit(const Words& arguments);
@@ -175,7 +177,7 @@ private:
     std::uint64_t moveForward(std::uint64_t count);
     std::uint64_t requireSavedPosition();
     void printEndOfHistory(std::uint64_t done, std::uint64_t wanted, const std::string& toWhat);
-    void writeModel(const std::string& verb, const std::string& path, HistoryLevel::Tracker tracker);
+    void writeModel(Output output, HistoryLevel::Tracker tracker);
     std::set<const Valdane::Object*> getModifiedModules(HistoryLevel::Tracker tracker) const;
     std::vector<std::shared_ptr<XmlObject>> listModified(HistoryLevel::Tracker tracker) const;
     void onChanged(const XmlChange& change);

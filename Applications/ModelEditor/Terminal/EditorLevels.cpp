@@ -12,6 +12,7 @@
 #include <iterator>
 #include <limits>
 #include <optional>
+#include <utility>
 
 // The verbs about the history and its levels, and those about what was saved.
 
@@ -244,12 +245,18 @@ void Editor::modified(const Words& arguments)
 
 void Editor::save(const Words& arguments)
 {
-    writeModel("save", findPath(arguments).value_or(""), HistoryLevel::Saved);
+    writeModel({.verb = "save", .path = findPath(arguments).value_or("")}, HistoryLevel::Saved);
+}
+
+void Editor::saveAnyway(const Words& arguments)
+{
+    writeModel({.verb = "save!", .path = findPath(arguments).value_or(""), .isForced = true},
+               HistoryLevel::Saved);
 }
 
 void Editor::exportCopy(const Words& arguments)
 {
-    writeModel("export", findPath(arguments).value(), HistoryLevel::Exported);
+    writeModel({.verb = "export", .path = findPath(arguments).value()}, HistoryLevel::Exported);
 }
 
 bool Editor::isInGroup() const
@@ -309,10 +316,11 @@ void Editor::printEndOfHistory(std::uint64_t done, std::uint64_t wanted, const s
 }
 
 // What waits to be merged is made a step first, because what is saved must be a place in the history.
-void Editor::writeModel(const std::string& verb, const std::string& path, HistoryLevel::Tracker tracker)
+void Editor::writeModel(Output output, HistoryLevel::Tracker tracker)
 {
     levels.back().settle();
-    write({.verb = verb, .path = path, .bytes = model.toBytes()});
+    output.bytes = model.toBytes();
+    write(std::move(output));
     levels.back().saveState.saved(tracker);
 }
 

@@ -121,6 +121,8 @@ const std::vector<Editor::Verb>& Editor::Verb::getAll()
          {},
          &Editor::modified},
         {"save", "[FILE]", 0, 1, "write the model", outside, &Editor::save},
+        {"save!", "[FILE]", 0, 1, "the same, also over a file that is read-only", outside,
+         &Editor::saveAnyway},
         {"export", "FILE", 1, 1, "write a copy, for which `modified export` tells", outside,
          &Editor::exportCopy},
         {.name = "help",

@@ -145,6 +145,12 @@ const std::string_view Options::help =
     "fails\n"
     "and then writes nothing: what it saves is written when it has run to its end. With --keep-going it is\n"
     "written at once. Who ends with unsaved changes is asked at a terminal; a script is warned.\n"
+    "\n"
+    "A file that is saved keeps its owner, permissions, access control list and extended attributes, and a\n"
+    "symbolic link stays one. The new content takes the place of the old one whole. A file that cannot keep\n"
+    "all that is written in place, and this is told: one that has other names, for instance. A read-only\n"
+    "file is written after a question at a terminal, in a script by save!.\n"
+    "\n"
     "The exit status is 0 if all went well, 1 if something failed, 2 if the command line is wrong.\n"
     "\n"
     "Commands:\n";

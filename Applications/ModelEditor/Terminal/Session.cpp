@@ -4,6 +4,7 @@
 #include "Applications/ModelEditor/Edits/EditorTexts.h"
 #include "Applications/ModelEditor/Terminal/InterruptKey.h"
 #include "Applications/ModelEditor/Terminal/LineSource.h"
+#include "Platform/ExceptionHandling/VdException.h"
 
 #include <algorithm>
 #include <chrono>
@@ -43,6 +44,7 @@ Session::Session(XmlModel& edited, Settings chosen, std::ostream& results, std::
 bool Session::run(LineSource& source)
 {
     source.serve(*this);
+    lines = &source;
     bool allWell = true;
     bool ends = false;
     while (!ends)
@@ -206,12 +208,33 @@ bool Session::mayEnd(LineSource& source)
     return !answer || *answer == "y" || *answer == "yes";
 }
 
+bool Session::agreesTo(const std::string& question)
+{
+    const auto answer = lines->next(question + " (y/n) ");
+    return answer == "y" || answer == "yes";
+}
+
+// As early as that can be told: a script is to stop before it does something else.
+void Session::requireAllowed(const Output& output)
+{
+    if (output.isForced || !isReadOnly(output.path))
+    {
+        return;
+    }
+    const std::string what = output.path + " is read-only";
+    if (!settings.isInteractive || !agreesTo(what + ". Write it anyway?"))
+    {
+        throw Valdane::VdException(what + (output.verb == "save" ? "; save! writes it anyway" : ""));
+    }
+}
+
 void Session::accept(Output output)
 {
     if (output.path.empty())
     {
         output.path = settings.savePath;
     }
+    requireAllowed(output);
     if (settings.isInteractive || settings.keepsGoing)
     {
         write(output);
@@ -242,8 +265,11 @@ bool Session::writePending()
 
 void Session::write(const Output& output)
 {
-    replaceFile(output.path, output.bytes);
-    out << "Saved " << output.path << " (" << output.bytes.size() << " bytes)\n";
+    // It may be written to the same place.
+    out.flush();
+    const auto whyInPlace = writeFile(output.path, output.bytes);
+    out << "Saved " << output.path << " (" << output.bytes.size() << " bytes"
+        << (whyInPlace.empty() ? "" : ", in place: ") << whyInPlace << ")\n";
 }
 
 void Session::report(std::size_t line, const std::string& what)

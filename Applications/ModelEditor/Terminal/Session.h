@@ -64,6 +64,8 @@ private:
     bool finish();
     bool mayEnd(LineSource& source);
     void accept(Output output);
+    void requireAllowed(const Output& output);
+    bool agreesTo(const std::string& question);
     bool writePending();
     void write(const Output& output);
     void report(std::size_t line, const std::string& what);
@@ -72,6 +74,8 @@ private:
     std::ostream& out;
     std::ostream& err;
     Editor editor;
+    // Only while run() is running.
+    LineSource* lines = nullptr;
     std::size_t lineNumber = 0;
     // Of the line that has started what is under way.
     std::size_t runLineNumber = 0;

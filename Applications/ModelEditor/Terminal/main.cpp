@@ -106,6 +106,8 @@ int run(const Options& options)
     {
         setUpLog(options);
         const auto model = openModel(options.model);
+        ModelEditor::removeTemporaries(options.model);
+        ModelEditor::removeTemporaries(options.output.value_or(options.model));
         if (!play(*model, options))
         {
             return failure;

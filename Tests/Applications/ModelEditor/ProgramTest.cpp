@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <limits>
 #include <string>
 
 namespace
@@ -183,6 +184,56 @@ TEST_F(Program, AFullDeviceIsNamedAsTheReason)
     EXPECT_EQ(result.err, "<stdin>:2: save: big.xml: File too large\n");
     EXPECT_EQ(directory.read("big.xml"), before);
     EXPECT_THAT(directory.list(), ElementsAre("big.xml", "m.xml"));
+}
+
+TEST_F(Program, AFileThatIsWrittenInPlaceIsTold)
+{
+    std::filesystem::create_hard_link(directory.getPath() / "m.xml", directory.getPath() / "other.xml");
+    const auto result = run({"m.xml"}, "set /a/@x 2\nsave\n");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.out, HasSubstr("Saved m.xml (27 bytes, in place: it has other names)\n"));
+    EXPECT_EQ(directory.read("other.xml"), "<a x='2'>\n<b y='2.0'/></a>\n");
+}
+
+TEST_F(Program, AFullDeviceLeavesWhatWasWrittenInPlace)
+{
+    directory.write("big.xml", "<a x='1'>" + std::string(100'000, ' ') + "</a>");
+    const std::string before = directory.read("big.xml");
+    std::filesystem::create_hard_link(directory.getPath() / "big.xml", directory.getPath() / "other.xml");
+    const auto result = execute({.directory = directory,
+                                 .arguments = {"big.xml"},
+                                 .input = "set /a/@x 2\nsave\n",
+                                 .largestFile = 50'000});
+    EXPECT_EQ(result.err, "<stdin>:2: save: big.xml: File too large\n");
+    EXPECT_EQ(directory.read("big.xml"), before);
+}
+
+TEST_F(Program, AScriptWritesAReadOnlyFileOnlyWhenItInsists)
+{
+    using std::filesystem::perms;
+    const auto path = directory.getPath() / "m.xml";
+    std::filesystem::permissions(path, perms::owner_read);
+    const auto refused = run({"m.xml"}, "set /a/@x 2\nsave\nset /a/@x 3\n");
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.err, "<stdin>:2: save: m.xml is read-only; save! writes it anyway\n");
+    EXPECT_THAT(refused.out, testing::Not(HasSubstr("3")));
+    EXPECT_EQ(run({"m.xml"}, "export m.xml\n").err, "<stdin>:1: export: m.xml is read-only\n");
+    EXPECT_EQ(directory.read("m.xml"), twoValues);
+    const auto forced = run({"m.xml"}, "set /a/@x 2\nsave!\n");
+    EXPECT_EQ(forced.status, 0);
+    EXPECT_EQ(directory.read("m.xml"), "<a x='2'>\n<b y='2.0'/></a>\n");
+    EXPECT_EQ(std::filesystem::status(path).permissions(), perms::owner_read);
+}
+
+TEST_F(Program, TemporaryFilesOfKilledProcessesAreRemovedAtTheStart)
+{
+    // No process has so large a number.
+    const std::string nobody = ".model-editor-" + std::to_string(std::numeric_limits<int>::max()) + "-1";
+    directory.write(".m.xml" + nobody, "");
+    directory.write(".o.xml" + nobody, "");
+    directory.write(".p.xml" + nobody, "");
+    run({"m.xml", "--output", "o.xml"});
+    EXPECT_THAT(directory.list(), ElementsAre(".p.xml" + nobody, "m.xml"));
 }
 
 TEST_F(Program, OutputThatCannotBeWrittenIsAFailure)

@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <filesystem>
 #include <pty.h>
 #include <string>
 #include <sys/wait.h>
@@ -174,6 +175,27 @@ TEST_F(TerminalTest, TheEndKeyInsteadOfAnAnswerIsAYes)
     terminal.type("\x04");
     terminal.waitFor(question);
     terminal.type("\x04");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(TerminalTest, AReadOnlyFileIsWrittenOnlyAfterAYes)
+{
+    std::filesystem::permissions(directory.getPath() / "m.xml", std::filesystem::perms::owner_read);
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("set /a/@x 2\n");
+    terminal.waitFor(prompt);
+    terminal.type("save\n");
+    EXPECT_THAT(terminal.waitFor(question), HasSubstr("m.xml is read-only. Write it anyway?"));
+    terminal.type("\x04");
+    EXPECT_THAT(terminal.waitFor(prompt), HasSubstr("save: m.xml is read-only; save! writes it anyway"));
+    terminal.type("save\n");
+    terminal.waitFor(question);
+    terminal.type("y\n");
+    EXPECT_THAT(terminal.waitFor(prompt), HasSubstr("Saved m.xml (10 bytes)"));
+    EXPECT_EQ(directory.read("m.xml"), "<a x='2'/>");
+    terminal.type("quit\n");
     terminal.waitForEnd(status);
     EXPECT_EQ(status, 0);
 }
