@@ -241,11 +241,9 @@ void writeStream(const std::string& path, int opened, const std::string& bytes)
     require(path, file.close());
 }
 
-} // namespace
-
-std::string readFile(const std::string& path)
+std::string readOpened(const std::string& path, int opened, bool isRegularOnly)
 {
-    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    const Descriptor file(opened);
     if (!file.isOpen())
     {
         fail(path, errno);
@@ -255,9 +253,24 @@ std::string readFile(const std::string& path)
     {
         fail(path, errno);
     }
-    requireRegular(path, status.st_mode);
+    if (isRegularOnly || S_ISDIR(status.st_mode))
+    {
+        requireRegular(path, status.st_mode);
+    }
     requireMemoryFor(path, static_cast<std::uintmax_t>(status.st_size));
     return readAll(path, file.get(), static_cast<std::size_t>(status.st_size));
+}
+
+} // namespace
+
+std::string readFile(const std::string& path)
+{
+    return readOpened(path, ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY), true);
+}
+
+std::string readStream(const std::string& path)
+{
+    return readOpened(path, ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY), false);
 }
 
 std::string writeFile(const std::string& path, const std::string& bytes)

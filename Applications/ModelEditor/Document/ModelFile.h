@@ -12,6 +12,9 @@ namespace ModelEditor
 ///         this machine; std::bad_alloc.
 std::string readFile(const std::string& path);
 
+/// The same of a file of any kind, up to its end: also of a pipe, or of what a terminal gives.
+std::string readStream(const std::string& path);
+
 /// Makes @p bytes the content of the file @p path, durably.
 ///
 /// The old file is replaced: the bytes are written to a temporary file in the same directory, which then takes its

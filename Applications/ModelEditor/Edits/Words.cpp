@@ -4,8 +4,11 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
+#include <optional>
 
 namespace ModelEditor
 {
@@ -15,9 +18,78 @@ namespace
 
 constexpr std::string_view blanks = " \t\r\n\v\f";
 
-bool isControl(char c)
+// The first character of a text; without a code if the first byte does not start one in UTF-8.
+struct Character
 {
-    return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+    std::size_t length = 1;
+    std::optional<std::uint32_t> code;
+};
+
+Character firstOf(std::string_view text)
+{
+    constexpr std::array<std::uint32_t, 5> least{0, 0, 0x80, 0x800, 0x10000};
+    const auto first = static_cast<unsigned char>(text.front());
+    const auto length = static_cast<std::size_t>(std::countl_one(first));
+    if (length == 0)
+    {
+        return {.length = 1, .code = first};
+    }
+    if (length == 1 || length > 4 || length > text.size())
+    {
+        return {};
+    }
+    std::uint32_t code = first & (0x7FU >> length);
+    for (const char c : text.substr(1, length - 1))
+    {
+        const auto byte = static_cast<unsigned char>(c);
+        if ((byte & 0xC0U) != 0x80)
+        {
+            return {};
+        }
+        code = (code << 6U) | (byte & 0x3FU);
+    }
+    const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
+    return code < least[length] || code > 0x10FFFF || isSurrogate ? Character() : Character{length, code};
+}
+
+// Whether a terminal obeys it: control characters, and what changes the direction of writing.
+bool isObeyed(std::uint32_t code)
+{
+    return code < 0x20 || (code >= 0x7F && code <= 0x9F) || code == 0x061C || code == 0x200E ||
+           code == 0x200F || (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+}
+
+std::string escaped(const char* pattern, std::uint32_t number)
+{
+    std::array<char, 8> text{};
+    std::snprintf(text.data(), text.size(), pattern, number);
+    return text.data();
+}
+
+// Puts text on the end of the result. Escapes what visible() tells of; of what that leaves, what is in the list is given to
+// the function.
+template <typename Escape>
+void appendVisible(std::string& result, std::string_view text, std::string_view special, Escape escape)
+{
+    while (!text.empty())
+    {
+        const auto [length, code] = firstOf(text);
+        if (special.find(text.front()) != std::string_view::npos)
+        {
+            result += escape(text.front());
+        }
+        else if (!code || isObeyed(*code))
+        {
+            const bool isByte = !code || *code < 0x80;
+            result += isByte ? escaped("\\x%02x", static_cast<unsigned char>(text.front()))
+                             : escaped("\\u%04x", *code);
+        }
+        else
+        {
+            result.append(text, 0, length);
+        }
+        text.remove_prefix(length);
+    }
 }
 
 // Takes one word off the front of the line, which does not start with a blank.
@@ -173,33 +245,22 @@ std::string joinWords(const std::vector<std::string>& words)
     return line;
 }
 
+std::string visible(std::string_view text)
+{
+    std::string result;
+    appendVisible(result, text, "\n\t", [](char c) { return c; });
+    return result;
+}
+
 std::string shown(std::string_view text)
 {
-    const bool isPlain =
-        !text.empty() && text.front() != ' ' && text.back() != ' ' && std::ranges::none_of(text, isControl);
-    if (isPlain)
-    {
-        return std::string(text);
-    }
+    constexpr std::string_view special = "\n\"\\";
     std::string quoted = "\"";
-    for (const char c : text)
-    {
-        if (c == '\n')
-        {
-            quoted += "\\n";
-        }
-        else if (isControl(c))
-        {
-            std::array<char, 8> code{};
-            std::snprintf(code.data(), code.size(), "\\x%02x", static_cast<unsigned int>(c));
-            quoted += code.data();
-        }
-        else
-        {
-            quoted += c == '"' || c == '\\' ? std::string{'\\', c} : std::string{c};
-        }
-    }
-    return quoted + "\"";
+    appendVisible(quoted, text, special, [](char c) { return std::string{'\\', c == '\n' ? 'n' : c}; });
+    const bool isPlain = !text.empty() && text.front() != ' ' && text.back() != ' ' &&
+                         text.find_first_of("\n\t") == std::string_view::npos &&
+                         visible(text).size() == text.size();
+    return isPlain ? std::string(text) : quoted + "\"";
 }
 
 } // namespace ModelEditor

@@ -136,7 +136,7 @@ const std::string_view Options::help =
     "\n"
     "Commands come from FILE or from standard input: typed at a terminal with line editing, or as a script.\n"
     "\n"
-    "  --script FILE     play the commands of FILE, showing each one\n"
+    "  --script FILE     play the commands of FILE, showing each one; - is standard input\n"
     "  --output FILE     where `save` writes; without it, MODEL itself\n"
     "  --log-level L     log lines on standard error: failures (error), or also every step (trace)\n"
     "  --keep-going      do not stop a script at a line that fails\n"
@@ -151,6 +151,8 @@ const std::string_view Options::help =
     "all that is written in place, and this is told: one that has other names, for instance. A read-only\n"
     "file is written after a question at a terminal, in a script by save!.\n"
     "\n"
+    "What is printed shows control characters and marks of direction as escapes, such as \\x1b and \\u202e;\n"
+    "files have them as they are.\n"
     "The exit status is 0 if all went well, 1 if something failed, 2 if the command line is wrong.\n"
     "\n"
     "Commands:\n";

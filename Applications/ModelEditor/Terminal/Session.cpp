@@ -64,7 +64,7 @@ bool Session::run(LineSource& source)
         }
         // Who ends the input in a group has meant to end the group, and is told so.
         const bool wantsEnd = line ? editor.takeQuit() : isWell || !settings.isInteractive;
-        ends = wantsEnd && mayEnd(source);
+        ends = wantsEnd && mayEnd();
     }
     return writePending() && (allWell || settings.isInteractive);
 }
@@ -190,8 +190,7 @@ bool Session::finish()
     }
 }
 
-// The end of the input instead of an answer is a yes: nobody may be there any more.
-bool Session::mayEnd(LineSource& source)
+bool Session::mayEnd()
 {
     const auto unsaved = editor.getUnsaved();
     if (unsaved.empty())
@@ -203,13 +202,14 @@ bool Session::mayEnd(LineSource& source)
         err << settings.sourceName << ": warning: not saved: " << join(unsaved) << '\n';
         return true;
     }
-    out << "Not saved: " << join(unsaved) << '\n' << std::flush;
-    const auto answer = source.next("Quit without saving? (y/n) ");
-    return !answer || *answer == "y" || *answer == "yes";
+    out << "Not saved: " << join(unsaved) << '\n';
+    return agreesTo("Quit without saving?");
 }
 
+// The end key instead of an answer is a no: it may have been struck once too often.
 bool Session::agreesTo(const std::string& question)
 {
+    out.flush();
     const auto answer = lines->next(question + " (y/n) ");
     return answer == "y" || answer == "yes";
 }

@@ -62,7 +62,7 @@ private:
     bool runLine(const std::string& line);
     bool waitForRun();
     bool finish();
-    bool mayEnd(LineSource& source);
+    bool mayEnd();
     void accept(Output output);
     void requireAllowed(const Output& output);
     bool agreesTo(const std::string& question);

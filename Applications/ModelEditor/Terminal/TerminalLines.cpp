@@ -80,6 +80,10 @@ public:
             takeSingleKeys();
             typed = el_gets(editLine.get(), &length);
         } while (mustGiveWay);
+        if (isGone)
+        {
+            throw Valdane::VdException("the terminal is gone");
+        }
         if (typed == nullptr || length <= 0)
         {
             std::fputs("\n", stdout);
@@ -138,6 +142,8 @@ private:
         while (waitForKey())
         {
             const int count = readCharacter(key);
+            // The end key is a key like others here, so there is nothing to read only when nobody is there any more.
+            isGone = count <= 0;
             if (count <= 0 || key != interruptKey || !isBackgroundUnderWay())
             {
                 return count;
@@ -156,6 +162,10 @@ private:
         while (true)
         {
             const auto count = read(STDIN_FILENO, &byte, 1);
+            if (count < 0 && errno == EINTR)
+            {
+                continue;
+            }
             if (count <= 0)
             {
                 return static_cast<int>(count);
@@ -253,6 +263,7 @@ private:
     std::unique_ptr<History, EndHistory> history;
     Background* background = nullptr;
     bool mustGiveWay = false;
+    bool isGone = false;
     std::string typedSoFar;
     std::chrono::steady_clock::time_point nextRefresh;
     void (*previousHandler)(int) = nullptr;

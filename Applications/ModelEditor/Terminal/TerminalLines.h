@@ -22,6 +22,7 @@ public:
     TerminalLines();
     ~TerminalLines() override;
 
+    /// @throws VdException if the terminal has gone, which is not the end key.
     std::optional<std::string> next(const std::string& prompt) override;
     void serve(Background& background) override;
 

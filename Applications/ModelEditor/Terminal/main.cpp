@@ -1,13 +1,15 @@
 #include "Applications/ModelEditor/Document/ModelFile.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Applications/ModelEditor/Edits/Words.h"
 #include "Applications/ModelEditor/Terminal/Editor.h"
 #include "Applications/ModelEditor/Terminal/Options.h"
 #include "Applications/ModelEditor/Terminal/Session.h"
 #include "Applications/ModelEditor/Terminal/StreamLines.h"
 #include "Applications/ModelEditor/Terminal/TerminalLines.h"
+#include "Applications/ModelEditor/Terminal/VisibleOutput.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
-#include <spdlog/sinks/stdout_sinks.h>
+#include <spdlog/sinks/base_sink.h>
 #include <spdlog/spdlog.h>
 
 #include <clocale>
@@ -15,7 +17,9 @@
 #include <exception>
 #include <iostream>
 #include <memory>
+#include <mutex>
 #include <new>
+#include <ostream>
 #include <sstream>
 #include <string>
 #include <unistd.h>
@@ -30,10 +34,24 @@ constexpr int success = 0;
 constexpr int failure = 1;
 constexpr int wrongUsage = 2;
 
+// Log lines name what is in the model, like all else that is printed.
+class VisibleSink : public spdlog::sinks::base_sink<std::mutex>
+{
+protected:
+    void sink_it_(const spdlog::details::log_msg& message) override
+    {
+        spdlog::memory_buf_t line;
+        formatter_->format(message, line);
+        std::cerr << ModelEditor::visible({line.data(), line.size()});
+    }
+
+    void flush_() override {}
+};
+
 // The framework's log goes to standard error, without times: sessions can be compared.
 void setUpLog(const Options& options)
 {
-    const auto sink = std::make_shared<spdlog::sinks::stderr_sink_mt>();
+    const auto sink = std::make_shared<VisibleSink>();
     sink->set_pattern("%l: %v");
     const auto level = options.logLevel ? spdlog::level::from_str(*options.logLevel) : spdlog::level::off;
     spdlog::apply_all(
@@ -70,15 +88,16 @@ std::unique_ptr<ModelEditor::XmlModel> openModel(const std::string& path)
     }
 }
 
-bool play(ModelEditor::XmlModel& model, const Options& options)
+bool play(ModelEditor::XmlModel& model, const Options& options, std::ostream& out, std::ostream& err)
 {
+    const bool readsInput = !options.script || options.script == "-";
     const ModelEditor::Session::Settings settings{.savePath = options.output.value_or(options.model),
-                                                  .sourceName = options.script.value_or("<stdin>"),
+                                                  .sourceName = readsInput ? "<stdin>" : *options.script,
                                                   .isInteractive =
                                                       !options.script && isatty(STDIN_FILENO) != 0,
                                                   .echoes = options.script.has_value(),
                                                   .keepsGoing = options.keepsGoing};
-    std::istringstream script(options.script ? ModelEditor::readFile(*options.script) : std::string());
+    std::istringstream script(readsInput ? std::string() : ModelEditor::readStream(*options.script));
     std::unique_ptr<ModelEditor::LineSource> lines;
     if (settings.isInteractive)
     {
@@ -86,21 +105,21 @@ bool play(ModelEditor::XmlModel& model, const Options& options)
     }
     else
     {
-        std::istream& stream = options.script ? script : std::cin;
+        std::istream& stream = readsInput ? std::cin : script;
         lines = std::make_unique<ModelEditor::StreamLines>(stream);
     }
-    return ModelEditor::Session(model, settings, std::cout, std::cerr).run(*lines);
+    return ModelEditor::Session(model, settings, out, err).run(*lines);
 }
 
-int run(const Options& options)
+int run(const Options& options, std::ostream& out, std::ostream& err)
 {
     if (options.wantsHelp)
     {
-        std::cout << Options::help << ModelEditor::Editor::getHelp();
+        out << Options::help << ModelEditor::Editor::getHelp();
     }
     else if (options.wantsVersion)
     {
-        std::cout << "model-editor " MODEL_EDITOR_VERSION "\n";
+        out << "model-editor " MODEL_EDITOR_VERSION "\n";
     }
     else
     {
@@ -108,12 +127,12 @@ int run(const Options& options)
         const auto model = openModel(options.model);
         ModelEditor::removeTemporaries(options.model);
         ModelEditor::removeTemporaries(options.output.value_or(options.model));
-        if (!play(*model, options))
+        if (!play(*model, options, out, err))
         {
             return failure;
         }
     }
-    if (!std::cout.flush())
+    if (!out.flush())
     {
         throw Valdane::VdException("standard output cannot be written");
     }
@@ -122,7 +141,7 @@ int run(const Options& options)
 
 int complain(const std::exception& exception, int status)
 {
-    std::cerr << "model-editor: " << exception.what() << '\n';
+    std::cerr << "model-editor: " << ModelEditor::visible(exception.what()) << '\n';
     return status;
 }
 
@@ -132,8 +151,10 @@ int main(int argc, char** argv)
 {
     // The terminal's characters, not its numbers.
     std::setlocale(LC_CTYPE, "");
-    // A file that grows too large is an error of the write, not the end of the process.
+    // A file that grows too large and a pipe that nobody reads any more are errors of the write, not the end of the process:
+    // a script still saves its model.
     std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
     Options options;
     try
     {
@@ -147,7 +168,9 @@ int main(int argc, char** argv)
     }
     try
     {
-        return run(options);
+        ModelEditor::VisibleOutput out(std::cout);
+        ModelEditor::VisibleOutput err(std::cerr);
+        return run(options, out, err);
     }
     catch (const std::exception& exception)
     {

@@ -2,6 +2,7 @@
 
 #include "Tests/Applications/ModelEditor/TestFiles.h"
 
+#include <array>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -28,6 +29,15 @@ void redirect(int number, const std::string& path, int flags)
     }
 }
 
+void redirectToClosedPipe(int number)
+{
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0 || dup2(ends[1], number) < 0 || close(ends[0]) != 0)
+    {
+        _exit(123);
+    }
+}
+
 [[noreturn]] void become(const ProgramRun& run, const TestDirectory& streams)
 {
     std::string program = getProgramPath();
@@ -41,6 +51,10 @@ void redirect(int number, const std::string& path, int flags)
     redirect(STDIN_FILENO, streams.getPath() / "in", O_RDONLY);
     redirect(STDOUT_FILENO, run.fillsOutput ? "/dev/full" : (streams.getPath() / "out").string(),
              O_WRONLY | O_CREAT);
+    if (run.closesOutput)
+    {
+        redirectToClosedPipe(STDOUT_FILENO);
+    }
     redirect(STDERR_FILENO, streams.getPath() / "err", O_WRONLY | O_CREAT);
     if (chdir(run.directory.getPath().c_str()) != 0)
     {

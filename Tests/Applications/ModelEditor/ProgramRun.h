@@ -15,7 +15,8 @@ struct ProgramRun
     std::string input = {};
     std::optional<std::uint64_t> largestFile = {};
     std::optional<std::uint64_t> memory = {};
-    bool fillsOutput = false; ///< standard output is a full device
+    bool fillsOutput = false;  ///< standard output is a full device
+    bool closesOutput = false; ///< standard output is a pipe that nobody reads
 };
 
 struct ProgramResult

@@ -6,9 +6,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <filesystem>
 #include <limits>
 #include <string>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace
 {
@@ -242,6 +246,76 @@ TEST_F(Program, OutputThatCannotBeWrittenIsAFailure)
         execute({.directory = directory, .arguments = {"m.xml"}, .input = "tree\n", .fillsOutput = true});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.err, "model-editor: standard output cannot be written\n");
+}
+
+TEST_F(Program, AScriptSavesAlsoWhenNobodyReadsItsOutput)
+{
+    const auto result = execute({.directory = directory,
+                                 .arguments = {"m.xml"},
+                                 .input = "tree\nset /a/@x 2\nsave\n",
+                                 .closesOutput = true});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "model-editor: standard output cannot be written\n");
+    EXPECT_EQ(directory.read("m.xml"), "<a x='2'>\n<b y='2.0'/></a>\n");
+}
+
+TEST_F(Program, AScriptMayComeFromStandardInput)
+{
+    for (const std::string name : {"-", "/dev/stdin"})
+    {
+        const auto result = run({"m.xml", "--script", name}, "find //b\nnope\n");
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.out, "> find //b\n/a/b\n1 node\n> nope\n");
+        EXPECT_EQ(result.err, (name == "-" ? "<stdin>" : name) + ":2: no verb nope; help lists them\n");
+    }
+    EXPECT_EQ(run({"m.xml", "--script", "."}).err, "model-editor: .: is a directory\n");
+}
+
+TEST_F(Program, AScriptMayComeFromAPipe)
+{
+    const auto pipe = (directory.getPath() / "pipe").string();
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const pid_t writer = fork();
+    if (writer == 0)
+    {
+        directory.write("pipe", "find //b\n");
+        _exit(0);
+    }
+    const auto result = run({"m.xml", "--script", "pipe"});
+    kill(writer, SIGKILL);
+    waitpid(writer, nullptr, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out, "> find //b\n/a/b\n1 node\n");
+}
+
+TEST_F(Program, ACopyCanBeWrittenToStandardOutput)
+{
+    const auto result = run({"m.xml", "--keep-going"}, "find //b\nexport /dev/stdout\n");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, "/a/b\n1 node\n" + twoValues +
+                              "Saved /dev/stdout (27 bytes, in place: it is an output of this program)\n");
+}
+
+TEST_F(Program, WhatATerminalObeysIsPrintedAsEscapes)
+{
+    const std::string bytes = "<a name='&#x9b;31m' t='\u202E'><b\u061C/></a>";
+    directory.write("odd.xml", bytes);
+    const auto result = run({"odd.xml", "--script", "-", "--log-level", "trace"},
+                            "# \x1B[31m\ntree\nshow /a\nset //@t \u202Ax\nsave\nfind //[\xFF\n");
+    EXPECT_EQ(result.out, "# \\x1b[31m\n"
+                          "> tree\na \"\\u009b31m\"\n  b\\u061c\n"
+                          "> show /a\n/a\n  @name = \"\\u009b31m\" (name)\n  @t = \"\\u202e\" (text)\n"
+                          "  elements: 1\n"
+                          "> set //@t \\u202ax\nSet t of \"a \\u009b31m\" to \"\\u202ax\"\n"
+                          "  /a/@t: \"\\u202e\" -> \"\\u202ax\"\n"
+                          "> save\nTo be saved at the end: odd.xml\n"
+                          "> find //[\\xff\n");
+    EXPECT_THAT(result.err, HasSubstr("<stdin>:6: find: bad XPath at character"));
+    EXPECT_THAT(result.err, testing::EndsWith("//[\\xff\n"));
+    EXPECT_EQ(run({"odd.xml"}, "save\n").status, 0);
+    EXPECT_EQ(directory.read("odd.xml"), bytes);
+    directory.write("\x1B.xml", "");
+    EXPECT_EQ(run({"\x1B.xml"}).err, "model-editor: \\x1b.xml: the file is empty\n");
 }
 
 TEST_F(Program, TheLogGoesToStandardErrorAtTheLevelAskedFor)

@@ -13,6 +13,7 @@
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace
 {
@@ -52,7 +53,15 @@ public:
 
     ~Terminal()
     {
-        close(terminal);
+        hangUp();
+    }
+
+    void hangUp()
+    {
+        if (terminal >= 0)
+        {
+            close(std::exchange(terminal, -1));
+        }
     }
 
     void type(const std::string& keys) const
@@ -166,7 +175,7 @@ TEST_F(TerminalTest, UnsavedModulesAreDroppedOnlyByAYes)
     EXPECT_EQ(directory.read("m.xml"), "<a x='1'/>");
 }
 
-TEST_F(TerminalTest, TheEndKeyInsteadOfAnAnswerIsAYes)
+TEST_F(TerminalTest, TheEndKeyInsteadOfAnAnswerIsANo)
 {
     Terminal terminal(directory, "m.xml");
     terminal.waitFor(prompt);
@@ -175,8 +184,28 @@ TEST_F(TerminalTest, TheEndKeyInsteadOfAnAnswerIsAYes)
     terminal.type("\x04");
     terminal.waitFor(question);
     terminal.type("\x04");
+    terminal.waitFor(prompt);
+    terminal.type("save\n");
+    EXPECT_THAT(terminal.waitFor(prompt), HasSubstr("Saved m.xml"));
+    terminal.type("\x04");
     terminal.waitForEnd(status);
     EXPECT_EQ(status, 0);
+    EXPECT_EQ(directory.read("m.xml"), "<a x='2'/>");
+}
+
+// Where a person has told the program to outlive the terminal.
+TEST_F(TerminalTest, ATerminalThatIsGoneEndsTheProgram)
+{
+    const auto before = std::signal(SIGHUP, SIG_IGN);
+    Terminal terminal(directory, "m.xml");
+    std::signal(SIGHUP, before);
+    terminal.waitFor(prompt);
+    terminal.type("set /a/@x 2\n");
+    terminal.waitFor(prompt);
+    terminal.hangUp();
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 1);
+    EXPECT_EQ(directory.read("m.xml"), "<a x='1'/>");
 }
 
 TEST_F(TerminalTest, AReadOnlyFileIsWrittenOnlyAfterAYes)

@@ -14,6 +14,7 @@ namespace
 using ModelEditor::joinWords;
 using ModelEditor::shown;
 using ModelEditor::splitWords;
+using ModelEditor::visible;
 using Words = std::vector<std::string>;
 
 TEST(Words, AreSplitAtBlanks)
@@ -100,6 +101,36 @@ TEST(Words, AreShownAsTheyAreUnlessThatCouldNotBeSeen)
     EXPECT_EQ(shown(" a"), "\" a\"");
     EXPECT_EQ(shown("a "), "\"a \"");
     EXPECT_EQ(shown("a\n\x1B\"\\"), R"("a\n\x1b\"\\")");
+    EXPECT_EQ(shown("a\tb"), R"("a\x09b")");
+    EXPECT_EQ(shown("\"\\"), "\"\\");
+    EXPECT_EQ(shown("a\u202Eb"), R"("a\u202eb")");
+    EXPECT_EQ(shown("a\xFF"), R"("a\xff")");
+}
+
+TEST(Words, WhatATerminalObeysIsMadeVisible)
+{
+    EXPECT_EQ(visible("a\tb\n\"\\\"\n"), "a\tb\n\"\\\"\n");
+    EXPECT_EQ(visible(std::string_view("\0\r\x1B[31m\x7F", 8)), R"(\x00\x0d\x1b[31m\x7f)");
+    EXPECT_EQ(visible("\u0080\u009B\u009F\u00A0"), "\\u0080\\u009b\\u009f\u00A0");
+    EXPECT_EQ(visible("\u061C\u200E\u200F"), R"(\u061c\u200e\u200f)");
+    EXPECT_EQ(visible("\u202A\u202B\u202C\u202D\u202E"), R"(\u202a\u202b\u202c\u202d\u202e)");
+    EXPECT_EQ(visible("\u2066\u2067\u2068\u2069"), R"(\u2066\u2067\u2068\u2069)");
+    const std::string others =
+        "gr\u00FC\u00DF \u05D0 \u0627 \u200D \u2029 \u202F \u2065 \u206A \uFFFD \U0001F916 \U0010FFFF";
+    EXPECT_EQ(visible(others), others);
+}
+
+TEST(Words, BytesThatAreNotUtf8AreMadeVisible)
+{
+    EXPECT_EQ(visible("a\x80\xFF"), R"(a\x80\xff)");
+    EXPECT_EQ(visible("\xC3"), R"(\xc3)");
+    EXPECT_EQ(visible("\xC3("), R"(\xc3()");
+    EXPECT_EQ(visible("\xE2\x80"), R"(\xe2\x80)");
+    EXPECT_EQ(visible("\xC0\x8A\xE0\x80\x8A\xF0\x80\x80\x8A"), R"(\xc0\x8a\xe0\x80\x8a\xf0\x80\x80\x8a)")
+        << "too long for what it says";
+    EXPECT_EQ(visible("\xED\xA0\x80"), R"(\xed\xa0\x80)") << "half of a pair";
+    EXPECT_EQ(visible("\xF4\x90\x80\x80\xF8\x88\x80\x80\x80"), R"(\xf4\x90\x80\x80\xf8\x88\x80\x80\x80)")
+        << "beyond the last character";
 }
 
 } // namespace

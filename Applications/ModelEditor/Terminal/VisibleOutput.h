@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <ostream>
+#include <streambuf>
+#include <string>
+
+namespace ModelEditor
+{
+
+/// A stream that hands lines on to another one, with escapes for what a terminal would obey: see visible().
+///
+/// Names and values of a model, file names and lines of scripts come from anywhere.
+///
+/// Ownership: refers to the other stream, which must live longer. Thread: one at a time.
+class VisibleOutput : public std::ostream
+{
+public:
+    explicit VisibleOutput(std::ostream& target);
+    VisibleOutput(const VisibleOutput&) = delete;
+    VisibleOutput& operator=(const VisibleOutput&) = delete;
+
+    /// Flushes.
+    ~VisibleOutput() override;
+
+private:
+    class Lines : public std::streambuf
+    {
+    public:
+        explicit Lines(std::ostream& target);
+
+    protected:
+        int_type overflow(int_type character) override;
+        std::streamsize xsputn(const char* text, std::streamsize length) override;
+        int sync() override;
+
+    private:
+        void handOn(std::size_t length);
+
+        std::ostream& out;
+        std::string waiting;
+    };
+
+    Lines lines;
+};
+
+} // namespace ModelEditor
