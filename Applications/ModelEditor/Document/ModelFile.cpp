@@ -145,14 +145,21 @@ mode_t usualMode()
     return 0666U & ~mask;
 }
 
-// Why the file must be written in place; empty if it is replaced. The permissions last: what is written and a change
+FileState stateOf(const std::string& path, const Descriptor& file, const std::string& bytes)
+{
+    struct stat status = {};
+    require(path, ::fstat(file.get(), &status) == 0 ? 0 : errno);
+    return {status, bytes};
+}
+
+// Without a state if the file must be written in place. The permissions last: what is written and a change
 // of the owner take some away.
-std::string replaceFile(const std::string& path, const fs::path& target,
-                        const std::optional<struct stat>& old, const std::string& bytes)
+Written replaceFile(const std::string& path, const fs::path& target, const std::optional<struct stat>& old,
+                    const std::string& bytes)
 {
     if (old && old->st_nlink > 1)
     {
-        return "it has other names";
+        return {"it has other names"};
     }
     TemporaryFile temporary(target);
     if (!temporary.isOpen())
@@ -161,27 +168,28 @@ std::string replaceFile(const std::string& path, const fs::path& target,
         {
             fail(path, errno);
         }
-        return "its directory cannot be written";
+        return {"its directory cannot be written"};
     }
     const auto lost =
         old ? takeAttributes(temporary.getFile(), temporary.getName(), target.string(), *old) : "";
     if (!lost.empty())
     {
-        return lost + " cannot be given to another file";
+        return {lost + " cannot be given to another file"};
     }
     require(path, temporary.getFile().write(bytes));
     if (::fchmod(temporary.getFile().get(), old ? old->st_mode & 07777U : usualMode()) != 0)
     {
         fail(path, errno);
     }
+    const auto state = stateOf(path, temporary.getFile(), bytes);
     require(path, temporary.finish());
     const int error = temporary.takeName(target);
     if (old && (isForbidden(error) || error == EBUSY))
     {
-        return "its name cannot be given to another file";
+        return {"its name cannot be given to another file"};
     }
     require(path, error);
-    return "";
+    return {.state = state};
 }
 
 int overwrite(const Descriptor& file, const std::string& bytes)
@@ -199,7 +207,7 @@ int overwrite(const Descriptor& file, const std::string& bytes)
     return isDone ? 0 : errno;
 }
 
-void writeInPlace(const std::string& path, const fs::path& target, const std::string& bytes)
+FileState writeInPlace(const std::string& path, const fs::path& target, const std::string& bytes)
 {
     Descriptor file(::open(target.c_str(), O_RDWR | O_CLOEXEC | O_NOCTTY));
     if (!file.isOpen())
@@ -213,7 +221,9 @@ void writeInPlace(const std::string& path, const fs::path& target, const std::st
         overwrite(file, before);
         fail(path, error);
     }
+    const auto state = stateOf(path, file, bytes);
     require(path, file.close());
+    return state;
 }
 
 // Standard output or standard error, if the file is one of them: opened once more, it would be written from its start.
@@ -241,7 +251,7 @@ void writeStream(const std::string& path, int opened, const std::string& bytes)
     require(path, file.close());
 }
 
-std::string readOpened(const std::string& path, int opened, bool isRegularOnly)
+FileContent readOpened(const std::string& path, int opened, bool isRegularOnly)
 {
     const Descriptor file(opened);
     if (!file.isOpen())
@@ -258,22 +268,29 @@ std::string readOpened(const std::string& path, int opened, bool isRegularOnly)
         requireRegular(path, status.st_mode);
     }
     requireMemoryFor(path, static_cast<std::uintmax_t>(status.st_size));
-    return readAll(path, file.get(), static_cast<std::size_t>(status.st_size));
+    std::string bytes = readAll(path, file.get(), static_cast<std::size_t>(status.st_size));
+    const FileState state(status, bytes);
+    return {std::move(bytes), state};
 }
 
 } // namespace
 
 std::string readFile(const std::string& path)
 {
+    return loadFile(path).bytes;
+}
+
+FileContent loadFile(const std::string& path)
+{
     return readOpened(path, ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY), true);
 }
 
 std::string readStream(const std::string& path)
 {
-    return readOpened(path, ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY), false);
+    return readOpened(path, ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY), false).bytes;
 }
 
-std::string writeFile(const std::string& path, const std::string& bytes)
+Written writeFile(const std::string& path, const std::string& bytes)
 {
     const auto old = statusOf(path);
     if (old)
@@ -281,26 +298,26 @@ std::string writeFile(const std::string& path, const std::string& bytes)
         if (const auto stream = findStandardStream(*old))
         {
             writeStream(path, ::dup(*stream), bytes);
-            return "it is an output of this program";
+            return {"it is an output of this program"};
         }
         if (S_ISCHR(old->st_mode) || S_ISFIFO(old->st_mode))
         {
             writeStream(path, ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY), bytes);
-            return "it is not a regular file";
+            return {"it is not a regular file"};
         }
         requireRegular(path, old->st_mode);
     }
     const fs::path target = followLinks(path);
-    const auto why = replaceFile(path, target, old, bytes);
-    if (why.empty())
+    auto written = replaceFile(path, target, old, bytes);
+    if (written.state)
     {
         makeDurable(path, target.has_parent_path() ? target.parent_path() : ".");
     }
     else
     {
-        writeInPlace(path, target, bytes);
+        written.state = writeInPlace(path, target, bytes);
     }
-    return why;
+    return written;
 }
 
 bool isReadOnly(const std::string& path)

@@ -1,9 +1,26 @@
 #pragma once
 
+#include "Applications/ModelEditor/Document/FileState.h"
+
+#include <optional>
 #include <string>
 
 namespace ModelEditor
 {
+
+/// What was read of a file.
+struct FileContent
+{
+    std::string bytes;
+    FileState state;
+};
+
+/// How a file was written.
+struct Written
+{
+    std::string whyInPlace{};            ///< empty if it was replaced
+    std::optional<FileState> state = {}; ///< nothing if it is no regular file
+};
 
 /// The content of the file @p path.
 ///
@@ -11,6 +28,9 @@ namespace ModelEditor
 /// of
 ///         this machine; std::bad_alloc.
 std::string readFile(const std::string& path);
+
+/// The same, with what is needed to tell later whether the file has changed.
+FileContent loadFile(const std::string& path);
 
 /// The same of a file of any kind, up to its end: also of a pipe, or of what a terminal gives.
 std::string readStream(const std::string& path);
@@ -26,10 +46,9 @@ std::string readStream(const std::string& path);
 /// what standard output or standard error is redirected to, behind all that was written there. When the process dies on the
 /// way, part of both contents is there; SIGHUP, SIGINT and SIGTERM wait until it is written.
 ///
-/// @return why it was written in place; empty if it was not.
 /// @throws VdException `<path>: <why>`. The old file is unchanged then, as far as it can be written at all, and there is
 ///         no temporary file.
-std::string writeFile(const std::string& path, const std::string& bytes);
+Written writeFile(const std::string& path, const std::string& bytes);
 
 /// Whether @p path is a regular file that is there, and that nobody or not this process is permitted to write.
 bool isReadOnly(const std::string& path);

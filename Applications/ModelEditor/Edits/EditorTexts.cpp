@@ -67,6 +67,10 @@ first that needs a finished step (undo, redo, scale, check, import, save, export
 record, stop), then what was merged so far is a step of its own. As after every edit, there is nothing to
 redo then.
 
+save refuses to overwrite a file that another process has changed or removed since it was loaded or saved;
+diff shows what differs, reload reads it again, save! overwrites it. A file with the same content counts
+as the same, whatever was done to it.
+
 What is done between record and stop can be undone step by step up to stop, and is one step then. The
 script has what was not undone: played on the model as it was at record, it makes of it the model as
 it was at stop.

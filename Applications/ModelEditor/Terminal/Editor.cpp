@@ -41,9 +41,10 @@ std::shared_ptr<XmlObject> requireOneElement(const XmlModel& model, const std::s
 
 } // namespace
 
-Editor::Editor(XmlModel& edited, Writer writer, std::ostream& stream)
+Editor::Editor(XmlModel& edited, Writer writer, std::ostream& stream, Reader reader)
     : model(edited),
       write(std::move(writer)),
+      read(std::move(reader)),
       out(stream),
       view(stream),
       modules(std::make_shared<ModelModules>(edited.getRoot()))
@@ -103,6 +104,16 @@ void Editor::finish()
 bool Editor::takeQuit() noexcept
 {
     return std::exchange(quits, false);
+}
+
+bool Editor::takeReload() noexcept
+{
+    return std::exchange(reloads, false);
+}
+
+void Editor::takeLimitOf(const Editor& other)
+{
+    levels.front().setLimit(other.levels.front().getLimit());
 }
 
 std::vector<std::string> Editor::getUnsaved() const

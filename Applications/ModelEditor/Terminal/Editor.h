@@ -37,6 +37,13 @@ struct Output
     bool isForced = false; ///< whatever speaks against it
 };
 
+/// A file that was read.
+struct Input
+{
+    std::string path;
+    std::string bytes;
+};
+
 /// Carries out command lines on a model: the verbs that `help` lists.
 ///
 /// All that changes the model is a command, and can be undone.
@@ -49,7 +56,10 @@ public:
     /// Writes a file, or sees to it later. Throws what is derived from std::exception if it cannot.
     using Writer = std::function<void(Output output)>;
 
-    Editor(XmlModel& edited, Writer writer, std::ostream& stream);
+    /// Reads the file of the model as it is now; throws as a writer does.
+    using Reader = std::function<Input()>;
+
+    Editor(XmlModel& edited, Writer writer, std::ostream& stream, Reader reader = {});
     Editor(const Editor&) = delete;
     Editor& operator=(const Editor&) = delete;
     ~Editor();
@@ -98,6 +108,12 @@ public:
 
     /// Whether `quit` was run since this was asked last.
     bool takeQuit() noexcept;
+
+    /// Whether `reload` was run since this was asked last: the model is to be replaced, and this with it.
+    bool takeReload() noexcept;
+
+    /// Has the history keep as many steps as that of @p other does.
+    void takeLimitOf(const Editor& other);
 
     /// The addresses of the modules that no `save` has seen as they are, in the order of the file.
     std::vector<std::string> getUnsaved() const;
@@ -148,6 +164,9 @@ private:
     void modified(const Words& arguments);
     void save(const Words& arguments);
     void saveAnyway(const Words& arguments);
+    void diff(const Words& arguments);
+    void reload(const Words& arguments);
+    void reloadAnyway(const Words& arguments);
     void exportCopy(const Words& arguments);
     void help(const Words& arguments);
     void quit(const Words& arguments);
@@ -184,6 +203,7 @@ private:
 
     XmlModel& model;
     Writer write;
+    Reader read;
     std::ostream& out;
     ModelView view;
     std::shared_ptr<ModelModules> modules;
@@ -194,6 +214,7 @@ private:
     WakeUp wakeUp;
     std::unique_ptr<Run> underWay;
     bool quits = false;
+    bool reloads = false;
 };
 
 } // namespace ModelEditor

@@ -1,7 +1,9 @@
+#include "Applications/ModelEditor/Document/Encoding.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
 #include "Applications/ModelEditor/Edits/Counts.h"
 #include "Applications/ModelEditor/Edits/EditorTexts.h"
 #include "Applications/ModelEditor/Edits/Edits.h"
+#include "Applications/ModelEditor/Edits/LineDiff.h"
 #include "Applications/ModelEditor/Edits/Words.h"
 #include "Applications/ModelEditor/Terminal/Editor.h"
 #include "Applications/ModelEditor/Terminal/EditorVerb.h"
@@ -55,6 +57,19 @@ HistoryLevel::Tracker parseTracker(const Editor::Words& arguments)
 bool isToSave(const Editor::Words& arguments)
 {
     return !arguments.empty() && arguments[0] == "--to-save";
+}
+
+// Without its encoding, if it is in one.
+std::string textOfFile(const std::string& bytes)
+{
+    try
+    {
+        return Encoding::of(bytes).decode(bytes);
+    }
+    catch (const VdException&)
+    {
+        return bytes;
+    }
 }
 
 std::string indented(const std::string& lines)
@@ -252,6 +267,31 @@ void Editor::saveAnyway(const Words& arguments)
 {
     writeModel({.verb = "save!", .path = findPath(arguments).value_or(""), .isForced = true},
                HistoryLevel::Saved);
+}
+
+void Editor::diff(const Words& /*arguments*/)
+{
+    constexpr std::size_t mostLines = 300;
+    const auto file = read();
+    const auto lines = differencesOf(textOfFile(file.bytes), textOfFile(model.toBytes()), mostLines);
+    out << (lines.empty() ? "No difference from " + file.path + "\n"
+                          : "--- " + file.path + "\n+++ the model\n" + lines);
+}
+
+void Editor::reload(const Words& /*arguments*/)
+{
+    const auto unsaved = getUnsaved();
+    if (!unsaved.empty())
+    {
+        throw VdException(plural(unsaved.size(), "module") +
+                          " not saved; reload! loses what has changed there");
+    }
+    reloads = true;
+}
+
+void Editor::reloadAnyway(const Words& /*arguments*/)
+{
+    reloads = true;
 }
 
 void Editor::exportCopy(const Words& arguments)

@@ -121,8 +121,17 @@ const std::vector<Editor::Verb>& Editor::Verb::getAll()
          {},
          &Editor::modified},
         {"save", "[FILE]", 0, 1, "write the model", outside, &Editor::save},
-        {"save!", "[FILE]", 0, 1, "the same, also over a file that is read-only", outside,
+        {"save!", "[FILE]", 0, 1, "the same, whoever has changed the file, also if it is read-only", outside,
          &Editor::saveAnyway},
+        {"diff",
+         "",
+         0,
+         0,
+         "what differs in the model (+) from its file (-) as that is now",
+         {},
+         &Editor::diff},
+        {"reload", "", 0, 0, "read the file again, and clear the history", outside, &Editor::reload},
+        {"reload!", "", 0, 0, "the same, also if that loses changes", outside, &Editor::reloadAnyway},
         {"export", "FILE", 1, 1, "write a copy, for which `modified export` tells", outside,
          &Editor::exportCopy},
         {.name = "help",
@@ -148,7 +157,7 @@ const Editor::Verb& Editor::Verb::find(const std::string& name)
     std::vector<const Verb*> meant;
     for (const auto& verb : verbs)
     {
-        if (verb.name.starts_with(name))
+        if (verb.name.starts_with(name) && !verb.name.ends_with('!'))
         {
             meant.push_back(&verb);
         }

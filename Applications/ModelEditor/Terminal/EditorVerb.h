@@ -35,7 +35,7 @@ struct Editor::Verb
 
     static const std::vector<Verb>& getAll();
 
-    /// The verb of that name, or the only one that begins with it.
+    /// The verb of that name, or the only one that begins with it; one with a `!` only by its name.
     ///
     /// @throws VdException if there is none, with the one that was probably meant, or if there are several.
     static const Verb& find(const std::string& name);

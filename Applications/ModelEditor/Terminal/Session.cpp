@@ -32,13 +32,22 @@ std::string join(const std::vector<std::string>& addresses)
 
 } // namespace
 
-Session::Session(XmlModel& edited, Settings chosen, std::ostream& results, std::ostream& errors)
+Session::Session(LoadedModel edited, Settings chosen, std::ostream& results, std::ostream& errors)
     : settings(std::move(chosen)),
       out(results),
       err(errors),
-      editor(
-          edited, [this](Output output) { accept(std::move(output)); }, results)
+      loaded(std::move(edited)),
+      editor(makeEditor()),
+      ownPath(loaded.path)
 {
+    known.note(loaded.path, loaded.state);
+}
+
+std::unique_ptr<Editor> Session::makeEditor()
+{
+    return std::make_unique<Editor>(
+        *loaded.model, [this](Output output) { accept(std::move(output)); }, out,
+        [this] { return Input{.path = ownPath, .bytes = readFile(ownPath)}; });
 }
 
 bool Session::run(LineSource& source)
@@ -49,7 +58,7 @@ bool Session::run(LineSource& source)
     bool ends = false;
     while (!ends)
     {
-        const auto line = source.next(editor.getPrompt());
+        const auto line = source.next(editor->getPrompt());
         ++lineNumber;
         bool isWell = line ? runLine(*line) : finish();
         if (!settings.isInteractive)
@@ -63,7 +72,7 @@ bool Session::run(LineSource& source)
             return false;
         }
         // Who ends the input in a group has meant to end the group, and is told so.
-        const bool wantsEnd = line ? editor.takeQuit() : isWell || !settings.isInteractive;
+        const bool wantsEnd = line ? editor->takeQuit() : isWell || !settings.isInteractive;
         ends = wantsEnd && mayEnd();
     }
     return writePending() && (allWell || settings.isInteractive);
@@ -77,36 +86,67 @@ bool Session::runLine(const std::string& line)
     }
     try
     {
-        const bool wasUnderWay = editor.isUnderWay();
-        editor.run(line);
-        if (!wasUnderWay && editor.isUnderWay())
+        const bool wasUnderWay = editor->isUnderWay();
+        editor->run(line);
+        if (!wasUnderWay && editor->isUnderWay())
         {
             runLineNumber = lineNumber;
+        }
+        if (editor->takeReload())
+        {
+            tryToReload();
         }
         return true;
     }
     catch (const std::exception& exception)
     {
         // Who types sees that the line has failed, and types it again.
-        report(lineNumber, exception.what() + (settings.isInteractive ? "" : editor.giveUpGroup()));
+        report(lineNumber, exception.what() + (settings.isInteractive ? "" : editor->giveUpGroup()));
         return false;
     }
 }
 
+void Session::tryToReload()
+{
+    try
+    {
+        reload();
+    }
+    catch (const std::exception& exception)
+    {
+        throw Valdane::VdException(std::string("reload: ") + exception.what());
+    }
+}
+
+// The commands of the old model go before it does.
+void Session::reload()
+{
+    if (!pending.empty())
+    {
+        throw Valdane::VdException(pending.back().output.path +
+                                   " is still to be saved, at the end of the script");
+    }
+    const LoadedModel before = std::exchange(loaded, loadModel(ownPath));
+    const auto former = std::exchange(editor, makeEditor());
+    editor->takeLimitOf(*former);
+    known.note(ownPath, loaded.state);
+    out << "Loaded " << ownPath << "; the history is empty\n";
+}
+
 const WakeUp& Session::getWakeUp() const
 {
-    return editor.getWakeUp();
+    return editor->getWakeUp();
 }
 
 bool Session::isUnderWay() const
 {
-    return editor.isUnderWay();
+    return editor->isUnderWay();
 }
 
 std::string Session::getPrompt() const
 {
     constexpr int width = 20;
-    const auto progress = editor.getProgress();
+    const auto progress = editor->getProgress();
     const int percent = static_cast<int>(progress.share * 100);
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(progress.elapsed).count();
     std::string bar(static_cast<std::size_t>(percent * width / 100), '#');
@@ -118,7 +158,7 @@ std::string Session::getPrompt() const
 
 bool Session::goOn()
 {
-    return editor.goOn();
+    return editor->goOn();
 }
 
 void Session::conclude()
@@ -126,7 +166,7 @@ void Session::conclude()
     isRunWell = true;
     try
     {
-        editor.conclude();
+        editor->conclude();
     }
     catch (const std::exception& exception)
     {
@@ -138,28 +178,28 @@ void Session::conclude()
 
 void Session::interrupt()
 {
-    editor.abort();
+    editor->abort();
 }
 
 // A pipe is told of every quarter.
 bool Session::waitForRun()
 {
-    if (!editor.isUnderWay())
+    if (!editor->isUnderWay())
     {
         return true;
     }
     constexpr int quarter = 25;
     int told = 0;
-    const InterruptKey key(editor.getWakeUp());
+    const InterruptKey key(editor->getWakeUp());
     for (bool isOver = false; !isOver;)
     {
-        editor.getWakeUp().wait();
+        editor->getWakeUp().wait();
         if (InterruptKey::takeStroke())
         {
-            editor.abort();
+            editor->abort();
         }
-        isOver = editor.goOn();
-        const int percent = isOver ? 0 : editor.getPercentConcluded();
+        isOver = editor->goOn();
+        const int percent = isOver ? 0 : editor->getPercentConcluded();
         if (!settings.isInteractive && percent / quarter > told)
         {
             told = percent / quarter;
@@ -175,12 +215,12 @@ bool Session::finish()
 {
     if (settings.isInteractive)
     {
-        editor.abort();
+        editor->abort();
         waitForRun();
     }
     try
     {
-        editor.finish();
+        editor->finish();
         return true;
     }
     catch (const std::exception& exception)
@@ -192,7 +232,7 @@ bool Session::finish()
 
 bool Session::mayEnd()
 {
-    const auto unsaved = editor.getUnsaved();
+    const auto unsaved = editor->getUnsaved();
     if (unsaved.empty())
     {
         return true;
@@ -217,7 +257,12 @@ bool Session::agreesTo(const std::string& question)
 // As early as that can be told: a script is to stop before it does something else.
 void Session::requireAllowed(const Output& output)
 {
-    if (output.isForced || !isReadOnly(output.path))
+    if (output.isForced)
+    {
+        return;
+    }
+    known.requireUnchanged(output.path);
+    if (!isReadOnly(output.path))
     {
         return;
     }
@@ -252,6 +297,8 @@ bool Session::writePending()
     {
         try
         {
+            // Another process may have been there since the line.
+            requireAllowed(output);
             write(output);
         }
         catch (const std::exception& exception)
@@ -267,7 +314,16 @@ void Session::write(const Output& output)
 {
     // It may be written to the same place.
     out.flush();
-    const auto whyInPlace = writeFile(output.path, output.bytes);
+    const auto [whyInPlace, state] = writeFile(output.path, output.bytes);
+    const bool isSave = output.verb.starts_with("save");
+    if (state && (isSave || known.isKnown(output.path)))
+    {
+        known.note(output.path, *state);
+    }
+    if (state && isSave)
+    {
+        ownPath = output.path;
+    }
     out << "Saved " << output.path << " (" << output.bytes.size() << " bytes"
         << (whyInPlace.empty() ? "" : ", in place: ") << whyInPlace << ")\n";
 }

@@ -2,8 +2,11 @@
 
 #include "Applications/ModelEditor/Terminal/Background.h"
 #include "Applications/ModelEditor/Terminal/Editor.h"
+#include "Applications/ModelEditor/Terminal/KnownFiles.h"
+#include "Applications/ModelEditor/Terminal/LoadedModel.h"
 
 #include <cstddef>
+#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -12,11 +15,10 @@ namespace ModelEditor
 {
 
 class LineSource;
-class XmlModel;
 
 /// Plays the lines of a source on a model, and says where and why one fails.
 ///
-/// Ownership: refers to model and streams, which must live longer. Thread: the application's main thread
+/// Ownership: owns the model; refers to the streams, which must live longer. Thread: the application's main thread
 /// only.
 class Session : private Background
 {
@@ -30,7 +32,7 @@ public:
         bool keepsGoing = false;    ///< go on after a failure, and write what is saved at once
     };
 
-    Session(XmlModel& edited, Settings chosen, std::ostream& results, std::ostream& errors);
+    Session(LoadedModel edited, Settings chosen, std::ostream& results, std::ostream& errors);
 
     /// Plays all lines up to `quit` or the end.
     ///
@@ -59,7 +61,10 @@ private:
     void conclude() override;
     void interrupt() override;
 
+    std::unique_ptr<Editor> makeEditor();
     bool runLine(const std::string& line);
+    void tryToReload();
+    void reload();
     bool waitForRun();
     bool finish();
     bool mayEnd();
@@ -73,7 +78,12 @@ private:
     Settings settings;
     std::ostream& out;
     std::ostream& err;
-    Editor editor;
+    LoadedModel loaded;
+    // Of the model in turn.
+    std::unique_ptr<Editor> editor;
+    // The file that was loaded or saved last.
+    std::string ownPath;
+    KnownFiles known;
     // Only while run() is running.
     LineSource* lines = nullptr;
     std::size_t lineNumber = 0;

@@ -1,7 +1,7 @@
 #include "Applications/ModelEditor/Document/ModelFile.h"
-#include "Applications/ModelEditor/Document/XmlModel.h"
 #include "Applications/ModelEditor/Edits/Words.h"
 #include "Applications/ModelEditor/Terminal/Editor.h"
+#include "Applications/ModelEditor/Terminal/LoadedModel.h"
 #include "Applications/ModelEditor/Terminal/Options.h"
 #include "Applications/ModelEditor/Terminal/Session.h"
 #include "Applications/ModelEditor/Terminal/StreamLines.h"
@@ -18,11 +18,11 @@
 #include <iostream>
 #include <memory>
 #include <mutex>
-#include <new>
 #include <ostream>
 #include <sstream>
 #include <string>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace
@@ -62,33 +62,7 @@ void setUpLog(const Options& options)
         });
 }
 
-std::string readModel(const std::string& path)
-{
-    try
-    {
-        return ModelEditor::readFile(path);
-    }
-    catch (const std::bad_alloc&)
-    {
-        throw Valdane::VdException(path + ": not enough memory");
-    }
-}
-
-std::unique_ptr<ModelEditor::XmlModel> openModel(const std::string& path)
-{
-    const std::string bytes = readModel(path);
-    try
-    {
-        return std::make_unique<ModelEditor::XmlModel>(bytes, path);
-    }
-    catch (const std::bad_alloc&)
-    {
-        throw Valdane::VdException(path + ": not enough memory for a model of " +
-                                   std::to_string(bytes.size()) + " bytes");
-    }
-}
-
-bool play(ModelEditor::XmlModel& model, const Options& options, std::ostream& out, std::ostream& err)
+bool play(ModelEditor::LoadedModel model, const Options& options, std::ostream& out, std::ostream& err)
 {
     const bool readsInput = !options.script || options.script == "-";
     const ModelEditor::Session::Settings settings{.savePath = options.output.value_or(options.model),
@@ -108,7 +82,7 @@ bool play(ModelEditor::XmlModel& model, const Options& options, std::ostream& ou
         std::istream& stream = readsInput ? std::cin : script;
         lines = std::make_unique<ModelEditor::StreamLines>(stream);
     }
-    return ModelEditor::Session(model, settings, out, err).run(*lines);
+    return ModelEditor::Session(std::move(model), settings, out, err).run(*lines);
 }
 
 int run(const Options& options, std::ostream& out, std::ostream& err)
@@ -124,10 +98,10 @@ int run(const Options& options, std::ostream& out, std::ostream& err)
     else
     {
         setUpLog(options);
-        const auto model = openModel(options.model);
+        auto model = ModelEditor::loadModel(options.model);
         ModelEditor::removeTemporaries(options.model);
         ModelEditor::removeTemporaries(options.output.value_or(options.model));
-        if (!play(*model, options, out, err))
+        if (!play(std::move(model), options, out, err))
         {
             return failure;
         }

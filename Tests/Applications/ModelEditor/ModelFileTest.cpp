@@ -299,7 +299,7 @@ TEST(ModelFile, WhatIsReplacedIsAnotherFileAndNothingIsToldOfIt)
     const TestDirectory directory;
     const std::string path = directory.write("f", "old");
     const auto before = inodeOf(path);
-    EXPECT_EQ(writeFile(path, "new"), "");
+    EXPECT_EQ(writeFile(path, "new").whyInPlace, "");
     EXPECT_NE(inodeOf(path), before);
 }
 
@@ -314,7 +314,7 @@ TEST(ModelFile, KeepsExtendedAttributesAndTheAccessControlList)
     }
     ASSERT_EQ(chmod(path.c_str(), 0640), 0) << "which the list is part of";
     const auto list = attributeOf(path, "system.posix_acl_access");
-    EXPECT_EQ(writeFile(path, "new"), "");
+    EXPECT_EQ(writeFile(path, "new").whyInPlace, "");
     EXPECT_EQ(attributeOf(path, "user.origin"), "plant 7");
     EXPECT_EQ(attributeOf(path, "system.posix_acl_access"), list);
     EXPECT_NE(list, "");
@@ -329,7 +329,7 @@ TEST(ModelFile, TakesNoAccessControlListFromTheDirectory)
     {
         GTEST_SKIP() << "the file system has none";
     }
-    EXPECT_EQ(writeFile(path, "new"), "");
+    EXPECT_EQ(writeFile(path, "new").whyInPlace, "");
     EXPECT_EQ(attributeOf(path, "system.posix_acl_access"), "");
 }
 
@@ -339,7 +339,7 @@ TEST(ModelFile, AFileWithOtherNamesIsWrittenInPlace)
     const std::string path = directory.write("f", "old content");
     fs::create_hard_link(path, directory.getPath() / "other");
     durabilityCalls.clear();
-    EXPECT_EQ(writeFile(path, "new"), "it has other names");
+    EXPECT_EQ(writeFile(path, "new").whyInPlace, "it has other names");
     EXPECT_EQ(directory.read("other"), "new");
     EXPECT_EQ(directory.read("f"), "new");
     EXPECT_THAT(durabilityCalls, ElementsAre("fsync file"));
@@ -356,7 +356,7 @@ TEST(ModelFile, AFileWhoseOwnerCannotBeKeptIsWrittenInPlace)
         GTEST_SKIP() << "only the super-user can give files away";
     }
     const Failing failing(fchownError, EPERM);
-    EXPECT_EQ(writeFile(path, "new"), "its owner cannot be given to another file");
+    EXPECT_EQ(writeFile(path, "new").whyInPlace, "its owner cannot be given to another file");
     EXPECT_EQ(directory.read("f"), "new");
     EXPECT_EQ(inodeOf(path), before);
     EXPECT_THAT(directory.list(), ElementsAre("f"));
@@ -370,7 +370,7 @@ TEST(ModelFile, TheOwnerIsKeptWhereThatIsPossible)
     {
         GTEST_SKIP() << "only the super-user can give files away";
     }
-    EXPECT_EQ(writeFile(path, "new"), "");
+    EXPECT_EQ(writeFile(path, "new").whyInPlace, "");
     struct stat status = {};
     ASSERT_EQ(stat(path.c_str(), &status), 0);
     EXPECT_EQ(status.st_uid, 1234U);
@@ -382,7 +382,7 @@ TEST(ModelFile, AFileWhoseNameCannotBeTakenIsWrittenInPlace)
     const TestDirectory directory;
     const std::string path = directory.write("f", "old");
     const Failing failing(renameError, EBUSY);
-    EXPECT_EQ(writeFile(path, "new"), "its name cannot be given to another file");
+    EXPECT_EQ(writeFile(path, "new").whyInPlace, "its name cannot be given to another file");
     EXPECT_EQ(directory.read("f"), "new");
     EXPECT_THAT(directory.list(), ElementsAre("f"));
 }
@@ -393,7 +393,7 @@ TEST(ModelFile, InADirectoryThatCannotBeWrittenAFileIsWrittenInPlace)
     const std::string path = directory.write("f", "old");
     const OrdinaryUser user(directory);
     ASSERT_EQ(chmod(directory.getPath().c_str(), 0500), 0);
-    EXPECT_EQ(writeFile(path, "new"), "its directory cannot be written");
+    EXPECT_EQ(writeFile(path, "new").whyInPlace, "its directory cannot be written");
     EXPECT_EQ(messageOf([&] { writeFile(directory.getPath() / "fresh", "x"); }),
               (directory.getPath() / "fresh").string() + ": Permission denied");
     ASSERT_EQ(chmod(directory.getPath().c_str(), 0700), 0);
@@ -416,7 +416,7 @@ TEST(ModelFile, APipeIsWrittenAsItIs)
     const auto path = (directory.getPath() / "pipe").string();
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     const int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK);
-    EXPECT_EQ(writeFile(path, "new"), "it is not a regular file");
+    EXPECT_EQ(writeFile(path, "new").whyInPlace, "it is not a regular file");
     std::string read(10, '\0');
     read.resize(static_cast<std::size_t>(::read(reader, read.data(), read.size())));
     close(reader);
@@ -545,7 +545,7 @@ TEST(ModelFile, LongNamesHaveTemporaryFilesToo)
 {
     const TestDirectory directory;
     const std::string path = directory.write(std::string(255, 'f'), "old");
-    EXPECT_EQ(writeFile(path, "new"), "");
+    EXPECT_EQ(writeFile(path, "new").whyInPlace, "");
     EXPECT_EQ(endOfWriting(path, SIGKILL), SIGKILL);
     EXPECT_EQ(directory.list().size(), 2U);
     removeTemporaries(path);

@@ -1,0 +1,54 @@
+#include "Applications/ModelEditor/Terminal/KnownFiles.h"
+
+#include "Platform/ExceptionHandling/VdException.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+namespace ModelEditor
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+// A file that is there may have several names, one that is gone has that which was noted.
+bool isSameFile(const fs::path& one, const fs::path& other)
+{
+    std::error_code ignored;
+    return fs::equivalent(one, other, ignored) || one.lexically_normal() == other.lexically_normal();
+}
+
+} // namespace
+
+void KnownFiles::note(const std::string& path, const FileState& state)
+{
+    std::erase_if(files, [&](const KnownFile& file) { return isSameFile(file.path, path); });
+    files.push_back({path, state});
+}
+
+bool KnownFiles::isKnown(const std::string& path) const
+{
+    return find(path) != files.end();
+}
+
+void KnownFiles::requireUnchanged(const std::string& path) const
+{
+    const auto file = find(path);
+    const auto change = file == files.end() ? FileChange::None : file->state.findChange(path);
+    if (change != FileChange::None)
+    {
+        const std::string what = change == FileChange::Removed ? "removed" : "changed";
+        throw Valdane::VdException(path + " was " + what +
+                                   " by another process since it was loaded or saved; save! overwrites it");
+    }
+}
+
+std::vector<KnownFiles::KnownFile>::const_iterator KnownFiles::find(const std::string& path) const
+{
+    return std::ranges::find_if(files, [&](const KnownFile& file) { return isSameFile(file.path, path); });
+}
+
+} // namespace ModelEditor

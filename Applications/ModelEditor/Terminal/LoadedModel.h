@@ -1,0 +1,25 @@
+#pragma once
+
+#include "Applications/ModelEditor/Document/FileState.h"
+#include "Applications/ModelEditor/Document/XmlModel.h"
+
+#include <memory>
+#include <string>
+
+namespace ModelEditor
+{
+
+/// A model, and the file that it was loaded from.
+struct LoadedModel
+{
+    std::string path;
+    std::unique_ptr<XmlModel> model; ///< never empty
+    FileState state;                 ///< of the file when it was loaded
+};
+
+/// Loads the model in the file @p path.
+///
+/// @throws VdException with the path if it cannot be read, is no model, or memory does not suffice.
+LoadedModel loadModel(const std::string& path);
+
+} // namespace ModelEditor
