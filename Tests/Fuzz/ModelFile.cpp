@@ -177,7 +177,7 @@ void look(const std::string& bytes)
     bench.run({"tree", "99"});
     bench.run({"find", "//node()"});
     bench.run({"show", "/*"});
-    CheckCmd(bench.model.getRoot()->getElement(), bench.model.getSize()).run();
+    CheckCmd(bench.model).run();
 }
 
 /// Its own modules once more, and others.

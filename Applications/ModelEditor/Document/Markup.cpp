@@ -1,13 +1,11 @@
 #include "Applications/ModelEditor/Document/Markup.h"
 
+#include "Applications/ModelEditor/Document/CodePoint.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <optional>
 
 namespace ModelEditor
 {
@@ -18,48 +16,6 @@ namespace
 // Of which most values are, and which stand for themselves everywhere.
 constexpr std::string_view plainCharacters =
     "xabcdefghijklmnopqrstuvwyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789 .-_/:,;=+()[]{}!?#@$%*^~|\\";
-
-struct CodePoint
-{
-    std::uint32_t value = 0;
-    std::size_t length = 0;
-};
-
-// The code point at the start of the text; nothing if that is no UTF-8.
-std::optional<CodePoint> firstCodePoint(std::string_view text)
-{
-    const auto byte = [&](std::size_t i)
-    {
-        return static_cast<unsigned char>(text[i]);
-    };
-    if (byte(0) < 0x80)
-    {
-        return CodePoint{.value = byte(0), .length = 1};
-    }
-    const std::size_t length = 2U + (byte(0) >= 0xE0 ? 1U : 0U) + (byte(0) >= 0xF0 ? 1U : 0U);
-    if (byte(0) < 0xC2 || byte(0) > 0xF4 || text.size() < length)
-    {
-        return {};
-    }
-    std::uint32_t value = byte(0) & (0x7FU >> length);
-    for (std::size_t i = 1; i < length; ++i)
-    {
-        if ((byte(i) & 0xC0U) != 0x80)
-        {
-            return {};
-        }
-        value = value << 6U | (byte(i) & 0x3FU);
-    }
-    constexpr std::array<std::uint32_t, 5> smallest{0, 0, 0x80, 0x800, 0x10000};
-    return value < smallest.at(length) ? std::optional<CodePoint>{}
-                                       : CodePoint{.value = value, .length = length};
-}
-
-bool isXmlCharacter(std::uint32_t c)
-{
-    return c == '\t' || c == '\n' || c == '\r' || (c >= 0x20 && c < 0xD800) || (c >= 0xE000 && c < 0xFFFE) ||
-           (c >= 0x10000 && c < 0x110000);
-}
 
 std::string reference(std::uint32_t character)
 {
@@ -179,9 +135,7 @@ void requireXmlText(std::string_view value)
         }
         if (!isXmlCharacter(next->value))
         {
-            std::array<char, 16> number{};
-            std::snprintf(number.data(), number.size(), "U+%04X", next->value);
-            throw Valdane::VdException(std::string("XML cannot hold the character ") + number.data());
+            throw Valdane::VdException("XML cannot hold the character " + nameOfCharacter(next->value));
         }
         value.remove_prefix(next->length);
     }

@@ -203,7 +203,12 @@ bool XmlDocument::isAsciiOnly() const noexcept
 
 std::string XmlDocument::toBytes() const
 {
-    return encoding.encode(segments.empty() ? source.getCurrent() : getCurrent());
+    return encoding.encode(getCurrent());
+}
+
+MarkupWarnings XmlDocument::findWarnings() const
+{
+    return ModelEditor::findWarnings(getCurrent(), name);
 }
 
 void XmlDocument::parse()
@@ -316,6 +321,10 @@ std::size_t XmlDocument::findEndTag() const
 
 std::string XmlDocument::getCurrent() const
 {
+    if (segments.empty())
+    {
+        return source.getCurrent();
+    }
     const std::size_t end = content.offset + content.length;
     const std::size_t rest = end + (hasEmptyTag ? std::string_view("/>").size() : 0);
     std::string text = source.getCurrent({.offset = 0, .length = end}) + (hasEmptyTag ? ">" : "");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Applications/ModelEditor/Document/Encoding.h"
+#include "Applications/ModelEditor/Document/MarkupWarnings.h"
 #include "Applications/ModelEditor/Document/SourceText.h"
 
 #include <pugixml.hpp>
@@ -99,6 +100,11 @@ public:
     /// Without changes these are the bytes that were read.
     /// @throws VdException if the encoding lacks a character.
     std::string toBytes() const;
+
+    /// What is wrong in the text as it would be saved now, although the parser has taken it.
+    ///
+    /// @throws std::bad_alloc.
+    MarkupWarnings findWarnings() const;
 
     /// Complains of what is at @p offset of the text of the file.
     ///

@@ -204,6 +204,11 @@ Selection XmlModel::selectFrom(const std::shared_ptr<XmlObject>& start, const st
     return selection;
 }
 
+MarkupWarnings XmlModel::findWarnings() const
+{
+    return document.findWarnings();
+}
+
 void XmlModel::append(XmlPart& part)
 {
     attach(part);

@@ -95,6 +95,9 @@ public:
     /// The same, with relative addresses starting at @p start, or at the document if it is empty.
     Selection selectFrom(const std::shared_ptr<XmlObject>& start, const std::string& xpath) const;
 
+    /// See XmlDocument::findWarnings().
+    MarkupWarnings findWarnings() const;
+
     /// Appends the modules of @p part, as new objects or, if it was part of the model before, as those it
     /// had.
     ///

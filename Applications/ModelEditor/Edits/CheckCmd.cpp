@@ -1,5 +1,7 @@
 #include "Applications/ModelEditor/Edits/CheckCmd.h"
 
+#include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Applications/ModelEditor/Edits/EditorTexts.h"
 #include "Applications/ModelEditor/Edits/Words.h"
 
 #include <ranges>
@@ -55,8 +57,11 @@ std::string prefixOf(std::string_view name)
 
 } // namespace
 
-CheckCmd::CheckCmd(pugi::xml_node root, std::size_t elements)
-    : ThreadedCommand("Check the model"), top(root), size(static_cast<double>(elements))
+CheckCmd::CheckCmd(const XmlModel& checked)
+    : ThreadedCommand("Check the model"),
+      model(checked),
+      top(checked.getRoot()->getElement()),
+      size(static_cast<double>(checked.getSize()))
 {
 }
 
@@ -68,6 +73,7 @@ void CheckCmd::run()
     findings.clear();
     namesOfTags.clear();
     numbers.clear();
+    checkText();
     forEachElement(0, [this](pugi::xml_node element) { collectNames(element); });
     forEachElement(half,
                    [this](pugi::xml_node element)
@@ -92,6 +98,16 @@ bool CheckCmd::isAddableToCommandManager() const
 const std::vector<std::string>& CheckCmd::getFindings() const noexcept
 {
     return findings;
+}
+
+void CheckCmd::checkText()
+{
+    auto warnings = model.findWarnings();
+    findings = std::move(warnings.texts);
+    if (warnings.count > findings.size())
+    {
+        findings.push_back("and " + plural(warnings.count - findings.size(), "more place") + " like these");
+    }
 }
 
 void CheckCmd::forEachElement(double from, const std::function<void(pugi::xml_node)>& look)

@@ -15,7 +15,10 @@
 namespace ModelEditor
 {
 
-/// Looks a whole model through for what does not fit together:
+class XmlModel;
+
+/// Looks a whole model through for what other programs may refuse, see MarkupWarnings, and for what does not fit
+/// together:
 /// - elements of the same tag and name in the same element;
 /// - references to nothing: an attribute that is called like the tag of elements with names (`link="arm"`),
 ///   where no element of that tag has the name;
@@ -23,13 +26,12 @@ namespace ModelEditor
 ///
 /// Changes nothing, and is not kept for undo.
 ///
-/// Ownership: refers to the model's nodes, which must live longer.
+/// Ownership: refers to the model, which must live longer.
 /// Thread: the run has the model for itself; otherwise as Valdane::ThreadedCommand.
 class CheckCmd : public Valdane::ThreadedCommand
 {
 public:
-    /// @param elements  their number below and with @p root, for the progress.
-    CheckCmd(pugi::xml_node root, std::size_t elements);
+    explicit CheckCmd(const XmlModel& checked);
     ~CheckCmd() override;
 
     void run() override;
@@ -37,10 +39,12 @@ public:
     void undo() override;
     bool isAddableToCommandManager() const override;
 
-    /// What the last run found, in the order of the file; what it had found up to then if it was aborted.
+    /// What the last run found, in the order of the file: first what is wrong in its text, then what does not fit
+    /// together. What it had found up to then if it was aborted.
     const std::vector<std::string>& getFindings() const noexcept;
 
 private:
+    void checkText();
     void forEachElement(double from, const std::function<void(pugi::xml_node)>& look);
     std::string addressOf(pugi::xml_node element);
     std::string stepTo(pugi::xml_node element);
@@ -48,6 +52,7 @@ private:
     void checkNames(pugi::xml_node element);
     void checkAttributes(pugi::xml_node element);
 
+    const XmlModel& model;
     pugi::xml_node top;
     double size;
     std::map<std::string, std::set<std::string>> namesOfTags;

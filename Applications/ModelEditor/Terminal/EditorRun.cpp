@@ -166,7 +166,7 @@ void Editor::scale(const Words& arguments)
 
 void Editor::check(const Words& arguments)
 {
-    const auto command = std::make_shared<CheckCmd>(model.getRoot()->getElement(), model.getSize());
+    const auto command = std::make_shared<CheckCmd>(model);
     start("check", arguments, std::shared_ptr<Valdane::ThreadedCommand>(command),
           [command] { return tellFindings(*command); });
 }

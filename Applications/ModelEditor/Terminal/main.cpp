@@ -19,6 +19,7 @@
 #include <memory>
 #include <mutex>
 #include <ostream>
+#include <ranges>
 #include <sstream>
 #include <string>
 #include <unistd.h>
@@ -62,6 +63,21 @@ void setUpLog(const Options& options)
         });
 }
 
+// What other programs may refuse does not keep anybody from editing the file.
+void warnOf(const ModelEditor::XmlModel& model, const std::string& path, std::ostream& err)
+{
+    constexpr std::size_t most = 10;
+    const auto warnings = model.findWarnings();
+    for (const auto& text : warnings.texts | std::views::take(most))
+    {
+        err << "warning: " << text << '\n';
+    }
+    if (warnings.count > most)
+    {
+        err << "warning: " << path << ": and " << warnings.count - most << " more\n";
+    }
+}
+
 bool play(ModelEditor::LoadedModel model, const Options& options, std::ostream& out, std::ostream& err)
 {
     const bool readsInput = !options.script || options.script == "-";
@@ -99,6 +115,7 @@ int run(const Options& options, std::ostream& out, std::ostream& err)
     {
         setUpLog(options);
         auto model = ModelEditor::loadModel(options.model);
+        warnOf(*model.model, options.model, err);
         ModelEditor::removeTemporaries(options.model);
         ModelEditor::removeTemporaries(options.output.value_or(options.model));
         if (!play(std::move(model), options, out, err))

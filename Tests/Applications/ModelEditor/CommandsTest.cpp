@@ -198,7 +198,7 @@ std::shared_ptr<CommandBase> makeAppend(EditedModel& edited)
 
 std::shared_ptr<CheckCmd> makeCheck(EditedModel& edited)
 {
-    return std::make_shared<CheckCmd>(edited.model.getRoot()->getElement(), edited.model.getSize());
+    return std::make_shared<CheckCmd>(edited.model);
 }
 
 std::shared_ptr<CheckCmd> makeCheckThatTells(EditedModel& edited)

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <limits>
@@ -91,6 +92,33 @@ TEST_F(Program, AModelThatCannotBeOpenedGetsOneMessage)
         EXPECT_EQ(result.out, "");
         EXPECT_EQ(result.err, std::string("model-editor: ") + message + "\n");
     }
+}
+
+TEST_F(Program, AModelThatOthersMayRefuseIsEditedWithAWarning)
+{
+    const std::string wrong = "<a x='1'>\n&nbsp;\xFF</a>\n";
+    directory.write("wrong.xml", wrong);
+    const auto result = run({"wrong.xml", "--output", "o.xml"}, "set /a/@x 2\nsave\ncheck\n");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "warning: wrong.xml:2:1: &nbsp; is not declared\n"
+                          "warning: wrong.xml:2:7: the byte 0xFF is no UTF-8\n");
+    EXPECT_THAT(result.out, HasSubstr("\n  wrong.xml:2:1: &nbsp; is not declared\n"
+                                      "  wrong.xml:2:7: the byte 0xFF is no UTF-8\n2 findings\n"));
+    EXPECT_EQ(directory.read("o.xml"), std::string(wrong).replace(wrong.find('1'), 1, "2"));
+}
+
+TEST_F(Program, TenWarningsOfAModelAreToldAndTheOthersCounted)
+{
+    std::string wrong = "<a>";
+    for (int i = 0; i < 12; ++i)
+    {
+        wrong += "&x;\n";
+    }
+    directory.write("wrong.xml", wrong + "</a>");
+    const auto result = run({"wrong.xml"});
+    EXPECT_EQ(std::ranges::count(result.err, '\n'), 11);
+    EXPECT_THAT(result.err,
+                HasSubstr("wrong.xml:10:1: &x; is not declared\nwarning: wrong.xml: and 2 more\n"));
 }
 
 TEST_F(Program, AModelThatMemoryDoesNotSufficeForGetsOneMessage)

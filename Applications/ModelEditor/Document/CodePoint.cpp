@@ -1,0 +1,52 @@
+#include "Applications/ModelEditor/Document/CodePoint.h"
+
+#include <array>
+#include <cstdio>
+
+namespace ModelEditor
+{
+
+std::optional<CodePoint> firstCodePoint(std::string_view text)
+{
+    const auto byte = [&](std::size_t i)
+    {
+        return static_cast<unsigned char>(text[i]);
+    };
+    if (byte(0) < 0x80)
+    {
+        return CodePoint{.value = byte(0), .length = 1};
+    }
+    const std::size_t length = 2U + (byte(0) >= 0xE0 ? 1U : 0U) + (byte(0) >= 0xF0 ? 1U : 0U);
+    if (byte(0) < 0xC2 || byte(0) > 0xF4 || text.size() < length)
+    {
+        return {};
+    }
+    std::uint32_t value = byte(0) & (0x7FU >> length);
+    for (std::size_t i = 1; i < length; ++i)
+    {
+        if ((byte(i) & 0xC0U) != 0x80)
+        {
+            return {};
+        }
+        value = value << 6U | (byte(i) & 0x3FU);
+    }
+    constexpr std::array<std::uint32_t, 5> smallest{0, 0, 0x80, 0x800, 0x10000};
+    return value < smallest.at(length) ? std::optional<CodePoint>{}
+                                       : CodePoint{.value = value, .length = length};
+}
+
+bool isXmlCharacter(std::uint32_t character)
+{
+    return character == '\t' || character == '\n' || character == '\r' ||
+           (character >= 0x20 && character < 0xD800) || (character >= 0xE000 && character < 0xFFFE) ||
+           (character >= 0x10000 && character < 0x110000);
+}
+
+std::string nameOfCharacter(std::uint32_t character)
+{
+    std::array<char, 16> name{};
+    std::snprintf(name.data(), name.size(), "U+%04X", character);
+    return name.data();
+}
+
+} // namespace ModelEditor

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ModelEditor
+{
+
+/// What is wrong in a file and yet passes the parser, so that the file can be edited; other programs may refuse
+/// it, or read it otherwise.
+struct MarkupWarnings
+{
+    /// No more texts than this, however many places there are.
+    static constexpr std::size_t most = 1000;
+
+    std::vector<std::string> texts; ///< `<name>:<line>:<column>: <what is wrong>`, in the order of the file
+    std::size_t count = 0;          ///< of all places
+};
+
+/// Looks for
+/// - bytes that are no UTF-8, and characters that XML cannot hold, also as references;
+/// - references to entities that are not declared, if all that may declare them is in the file;
+/// - `]]>` in a text, `--` in a comment;
+/// - a document type or an XML declaration where none may be.
+///
+/// @param text  a whole document that the parser takes. @param name  of its file.
+/// Cost: a pass for the characters, and one for the markup.
+MarkupWarnings findWarnings(std::string_view text, const std::string& name);
+
+} // namespace ModelEditor
