@@ -188,7 +188,8 @@ void checkImport(const std::string& bytes, const std::string& imported)
     std::optional<ImportCmd> command;
     try
     {
-        command.emplace(model, takeModules(from, model.getRoot()->getElement()).markup, "Import");
+        command.emplace(model, takeModules(from, model.getRoot()->getElement(), model.getEncoding()).markup,
+                        "Import");
     }
     catch (const Valdane::VdException&)
     {

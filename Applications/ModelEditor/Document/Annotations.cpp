@@ -93,6 +93,7 @@ void Annotations::requireWritable(const DynamicAttributeCollection& attributes) 
         {
             throw Valdane::VdException("'" + entry.name + "' is no name of the form prefix:name");
         }
+        document.getEncoding().requireAll(entry.name, "which is in the name " + entry.name);
         requireXmlText(entry.text);
     }
 }
@@ -167,14 +168,14 @@ std::vector<Annotations::Change> Annotations::prepareSource(const Attributes& at
         const char quote = source.getOriginal()[place.value.offset - 1];
         const auto markupPlace = quote == '\'' ? MarkupPlace::SingleQuoted : MarkupPlace::DoubleQuoted;
         put(place.value, text && *text != original
-                             ? std::optional(toMarkup(*text, markupPlace, document.isAsciiOnly()))
+                             ? std::optional(toMarkup(*text, markupPlace, document.getEncoding()))
                              : std::nullopt);
     }
     std::string markup;
     for (const auto& entry : getAdded(attributes))
     {
         markup += " " + entry.name + "=\"" +
-                  toMarkup(entry.text, MarkupPlace::DoubleQuoted, document.isAsciiOnly()) + "\"";
+                  toMarkup(entry.text, MarkupPlace::DoubleQuoted, document.getEncoding()) + "\"";
     }
     put({.offset = tag.end, .length = 0}, markup.empty() ? std::nullopt : std::optional(markup));
     return changes;

@@ -36,7 +36,8 @@ public:
     /// Whether the file has an attribute @p name at the element.
     bool isOfFile(std::string_view name) const;
 
-    /// @throws VdException if a name is not `prefix:name` or XML cannot hold a text, unless it is what the
+    /// @throws VdException if a name is not `prefix:name` or not in the encoding of the file, or XML cannot hold a
+    ///         text, unless it is what the
     ///         file has there; std::bad_alloc. Nothing has changed then.
     void set(std::shared_ptr<Valdane::DynamicAttributeCollection> attributes);
 

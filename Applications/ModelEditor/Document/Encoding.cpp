@@ -1,5 +1,6 @@
 #include "Applications/ModelEditor/Document/Encoding.h"
 
+#include "Applications/ModelEditor/Document/CodePoint.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <algorithm>
@@ -68,8 +69,18 @@ std::string_view declaredEncoding(std::string_view bytes)
 // What is readable as ASCII so far as to say that it is in UTF-16 is not.
 bool isUtf8(const std::string& upperName)
 {
-    return upperName.empty() || upperName == "UTF8" || upperName == "US-ASCII" || upperName == "ASCII" ||
-           upperName.starts_with("UTF-");
+    return upperName.empty() || upperName == "UTF8" || upperName.starts_with("UTF-");
+}
+
+// So that nothing in it is an order to the converter, as `//TRANSLIT` is.
+bool isNameOfEncoding(const std::string& name)
+{
+    return std::ranges::all_of(name,
+                               [](char c)
+                               {
+                                   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+                                          (c >= '0' && c <= '9') || c == '.' || c == '_' || c == '-';
+                               });
 }
 
 struct CloseConverter
@@ -84,7 +95,7 @@ using Converter = std::unique_ptr<std::remove_pointer_t<iconv_t>, CloseConverter
 
 Converter openConverter(const std::string& to, const std::string& from, const std::string& encoding)
 {
-    auto* const opened = iconv_open(to.c_str(), from.c_str());
+    auto* const opened = isNameOfEncoding(encoding) ? iconv_open(to.c_str(), from.c_str()) : nullptr;
     Converter converter(std::bit_cast<std::intptr_t>(opened) == -1 ? nullptr : opened);
     if (converter == nullptr)
     {
@@ -144,10 +155,57 @@ bool Encoding::isUnicode() const noexcept
     return name.starts_with("UTF-");
 }
 
+bool Encoding::isAscii() const
+{
+    const auto upperName = upperCase(name);
+    return upperName == "US-ASCII" || upperName == "ASCII";
+}
+
+std::size_t Encoding::findMissing(std::string_view text, std::size_t offset) const
+{
+    if (name == "UTF-8")
+    {
+        return std::string_view::npos;
+    }
+    const auto rest = text.substr(offset);
+    if (isAscii())
+    {
+        const auto* const found =
+            std::ranges::find_if(rest, [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
+        return found == rest.end() ? std::string_view::npos : static_cast<std::size_t>(found - text.begin());
+    }
+    const auto converter = openConverter(name, "UTF-8", name);
+    std::array<char, 65536> piece{};
+    // The function that takes it only reads it.
+    char* in = const_cast<char*>(rest.data()); // NOLINT(cppcoreguidelines-pro-type-const-cast)
+    std::size_t left = rest.size();
+    while (left != 0)
+    {
+        char* out = piece.data();
+        std::size_t room = piece.size();
+        if (iconv(converter.get(), &in, &left, &out, &room) == static_cast<std::size_t>(-1) && errno != E2BIG)
+        {
+            return text.size() - left;
+        }
+    }
+    return std::string_view::npos;
+}
+
+void Encoding::requireAll(std::string_view text, const std::string& where) const
+{
+    const auto missing = findMissing(text);
+    if (missing != std::string_view::npos)
+    {
+        const auto character = firstCodePoint(text.substr(missing)).value_or(CodePoint{});
+        throw Valdane::VdException("the encoding " + name + " lacks " + nameOfCharacter(character.value) +
+                                   ", " + where);
+    }
+}
+
 std::string Encoding::decode(std::string_view bytes) const
 {
     bytes.remove_prefix(byteOrderMark.size());
-    if (name == "UTF-8")
+    if (name == "UTF-8" || isAscii())
     {
         return std::string(bytes);
     }
@@ -163,7 +221,7 @@ std::string Encoding::decode(std::string_view bytes) const
 
 std::string Encoding::encode(std::string text) const
 {
-    if (name == "UTF-8")
+    if (name == "UTF-8" || isAscii())
     {
         text.insert(0, byteOrderMark);
         return text;

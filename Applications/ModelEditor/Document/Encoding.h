@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -9,7 +10,7 @@ namespace ModelEditor
 /// The character encoding of an XML file: its byte order mark, or else what its declaration says, or else
 /// UTF-8.
 ///
-/// A file that is in UTF-8 anyway is handed on byte by byte, not checked.
+/// A file that is in UTF-8 or ASCII is handed on byte by byte, not checked.
 ///
 /// Thread: immutable; safe from any thread.
 class Encoding
@@ -23,6 +24,17 @@ public:
 
     /// Whether every character can be written in it.
     bool isUnicode() const noexcept;
+
+    /// Whether only ASCII can be written in it.
+    bool isAscii() const;
+
+    /// Where in @p text, at or behind @p offset, the first character is that it lacks; npos if there is none.
+    ///
+    /// What is no UTF-8 is lacking, unless it is handed on.
+    std::size_t findMissing(std::string_view text, std::size_t offset = 0) const;
+
+    /// @throws VdException that names the first character of @p text that it lacks, and @p where that is.
+    void requireAll(std::string_view text, const std::string& where) const;
 
     /// The text of a whole file as UTF-8, without byte order mark.
     ///

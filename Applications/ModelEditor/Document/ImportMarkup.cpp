@@ -1,12 +1,16 @@
 #include "Applications/ModelEditor/Document/ImportMarkup.h"
 
+#include "Applications/ModelEditor/Document/CodePoint.h"
+#include "Applications/ModelEditor/Document/Encoding.h"
 #include "Applications/ModelEditor/Document/Markup.h"
+#include "Applications/ModelEditor/Document/MarkupPiece.h"
 #include "Applications/ModelEditor/Document/StartTag.h"
 #include "Applications/ModelEditor/Document/XmlDocument.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <string_view>
 #include <vector>
 
@@ -146,14 +150,99 @@ std::string_view documentTypeOf(pugi::xml_node document)
     return type.value();
 }
 
+bool isInReference(std::string_view text, std::size_t offset)
+{
+    const auto start = text.rfind('&', offset);
+    return start != std::string_view::npos && start + 1 + referenceAt(text.substr(start)).size() > offset;
+}
+
+bool isInQuotes(std::string_view tag, std::size_t offset)
+{
+    char quote = '\0';
+    for (const char c : tag.substr(0, offset))
+    {
+        if (quote == '\0')
+        {
+            quote = c == '"' || c == '\'' ? c : '\0';
+        }
+        else if (c == quote)
+        {
+            quote = '\0';
+        }
+    }
+    return quote != '\0';
+}
+
+// What no reference can stand in; empty if one can.
+std::string_view literalAt(const MarkupPiece& piece, std::size_t offset)
+{
+    switch (piece.kind)
+    {
+    case MarkupPiece::Kind::Comment:
+        return "a comment";
+    case MarkupPiece::Kind::Instruction:
+        return "a processing instruction";
+    case MarkupPiece::Kind::CData:
+        return "";
+    default:
+        const bool isName = piece.kind == MarkupPiece::Kind::Tag && !isInQuotes(piece.text, offset);
+        return isName || isInReference(piece.text, offset) ? "a name" : "";
+    }
+}
+
+using Complain = std::function<void(std::size_t offset, const std::string& what)>;
+
+// With references to what the encoding lacks.
+std::string writtenIn(const Encoding& encoding, const std::string& markup, const Complain& complain)
+{
+    std::string result;
+    std::size_t written = 0;
+    MarkupPiece piece;
+    std::size_t start = 0;
+    auto place = encoding.findMissing(markup);
+    for (; place != std::string::npos; place = encoding.findMissing(markup, written))
+    {
+        while (start + piece.text.size() <= place)
+        {
+            start += piece.text.size();
+            piece = MarkupPiece::at(markup, start);
+        }
+        const auto character = firstCodePoint(std::string_view(markup).substr(place));
+        const auto literal = literalAt(piece, place - start);
+        if (complain && (!character || !literal.empty()))
+        {
+            complain(place, character
+                                ? nameOfCharacter(character->value) + " in " + std::string(literal) +
+                                      ", which the encoding " + encoding.getName() + " of the model lacks"
+                                : "a byte that is no UTF-8");
+        }
+        const auto reference = referenceTo(character.value_or(CodePoint{}).value);
+        result += markup.substr(written, place - written) +
+                  (piece.kind == MarkupPiece::Kind::CData ? "]]>" + reference + "<![CDATA[" : reference);
+        written = place + character.value_or(CodePoint{.value = 0, .length = 1}).length;
+    }
+    return result + markup.substr(written);
+}
+
+// Told by the place in the file, which nothing has changed yet.
+void requireWritable(XmlDocument& from, const Encoding& encoding)
+{
+    const auto content = from.getContent();
+    const std::string text(from.getSource().getOriginal().substr(content.offset, content.length));
+    writtenIn(encoding, text,
+              [&](std::size_t offset, const std::string& what)
+              { from.complain(content.offset + offset, what); });
+}
+
 } // namespace
 
-ImportMarkup takeModules(XmlDocument& from, pugi::xml_node into)
+ImportMarkup takeModules(XmlDocument& from, pugi::xml_node into, const Encoding& encoding)
 {
     const auto modules = modulesOf(from);
     requireNoTexts(from);
+    requireWritable(from, encoding);
     declare(findDeclarations(from, into), from, modules);
-    ImportMarkup result{.markup = from.getSource().getCurrent(from.getContent()),
+    ImportMarkup result{.markup = writtenIn(encoding, from.getSource().getCurrent(from.getContent()), {}),
                         .moduleCount = modules.size()};
     const std::string entity(findEntity(result.markup));
     if (!entity.empty() && documentTypeOf(from.getDocumentNode()) != documentTypeOf(into.root()))

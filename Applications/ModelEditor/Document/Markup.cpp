@@ -1,6 +1,7 @@
 #include "Applications/ModelEditor/Document/Markup.h"
 
 #include "Applications/ModelEditor/Document/CodePoint.h"
+#include "Applications/ModelEditor/Document/Encoding.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <algorithm>
@@ -16,11 +17,6 @@ namespace
 // Of which most values are, and which stand for themselves everywhere.
 constexpr std::string_view plainCharacters =
     "xabcdefghijklmnopqrstuvwyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789 .-_/:,;=+()[]{}!?#@$%*^~|\\";
-
-std::string reference(std::uint32_t character)
-{
-    return "&#" + std::to_string(character) + ";";
-}
 
 std::string escaped(char c, MarkupPlace place)
 {
@@ -40,28 +36,41 @@ std::string escaped(char c, MarkupPlace place)
         return place == MarkupPlace::SingleQuoted ? "&apos;" : "'";
     case '\t':
     case '\n':
-        return quoted ? reference(static_cast<unsigned char>(c)) : itself;
+        return quoted ? referenceTo(static_cast<unsigned char>(c)) : itself;
     case '\r':
-        return reference('\r');
+        return referenceTo('\r');
     default:
         return itself;
     }
 }
 
 // Inside CDATA nothing is escaped: what it cannot hold stands between two of them.
-std::string toCData(std::string_view value)
+std::string toCData(std::string_view value, const Encoding& encoding)
 {
+    const auto between = [](const std::string& reference)
+    {
+        return "]]>" + reference + "<![CDATA[";
+    };
     std::string markup;
+    auto missing = encoding.findMissing(value);
     for (std::size_t i = 0; i < value.size(); ++i)
     {
-        if (value.substr(i).starts_with("]]>"))
+        if (i == missing)
+        {
+            const auto character =
+                firstCodePoint(value.substr(i)).value_or(CodePoint{.value = 0, .length = 1});
+            markup += between(referenceTo(character.value));
+            missing = encoding.findMissing(value, i + character.length);
+            i += character.length - 1;
+        }
+        else if (value.substr(i).starts_with("]]>"))
         {
             markup += "]]]]><![CDATA[>";
             i += 2;
         }
         else if (value[i] == '\r')
         {
-            markup += "]]>&#13;<![CDATA[";
+            markup += between(referenceTo('\r'));
         }
         else
         {
@@ -69,6 +78,33 @@ std::string toCData(std::string_view value)
         }
     }
     return markup;
+}
+
+// Where what stands for itself as ASCII is written as it is.
+std::string toEscaped(std::string_view value, MarkupPlace place, bool asciiOnly)
+{
+    std::string markup;
+    while (true)
+    {
+        const auto plain = std::min(value.size(), value.find_first_not_of(plainCharacters));
+        markup += value.substr(0, plain);
+        value.remove_prefix(plain);
+        if (value.empty())
+        {
+            return markup;
+        }
+        const CodePoint next = firstCodePoint(value).value_or(CodePoint{.value = 0, .length = 1});
+        if (next.length > 1 && asciiOnly)
+        {
+            markup += referenceTo(next.value);
+        }
+        else
+        {
+            markup +=
+                next.length > 1 ? std::string(value.substr(0, next.length)) : escaped(value.front(), place);
+        }
+        value.remove_prefix(next.length);
+    }
 }
 
 bool isNameStart(char c)
@@ -89,34 +125,17 @@ bool isNameWithoutColon(std::string_view name)
 
 } // namespace
 
-std::string toMarkup(std::string_view value, MarkupPlace place, bool asciiOnly)
+std::string toMarkup(std::string_view value, MarkupPlace place, const Encoding& encoding)
 {
-    if (place == MarkupPlace::CData)
-    {
-        return toCData(value);
-    }
-    std::string markup;
-    while (true)
-    {
-        const auto plain = std::min(value.size(), value.find_first_not_of(plainCharacters));
-        markup += value.substr(0, plain);
-        value.remove_prefix(plain);
-        if (value.empty())
-        {
-            return markup;
-        }
-        const CodePoint next = firstCodePoint(value).value_or(CodePoint{.value = 0, .length = 1});
-        if (next.length > 1 && asciiOnly)
-        {
-            markup += reference(next.value);
-        }
-        else
-        {
-            markup +=
-                next.length > 1 ? std::string(value.substr(0, next.length)) : escaped(value.front(), place);
-        }
-        value.remove_prefix(next.length);
-    }
+    auto markup = place == MarkupPlace::CData ? toCData(value, encoding)
+                                              : toEscaped(value, place, !encoding.isUnicode());
+    encoding.requireAll(markup, "which the value needs");
+    return markup;
+}
+
+std::string referenceTo(std::uint32_t character)
+{
+    return "&#" + std::to_string(character) + ";";
 }
 
 void requireXmlText(std::string_view value)

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
 namespace ModelEditor
 {
+
+class Encoding;
 
 /// Where in the markup a value stands, which says what has to be escaped in it.
 enum class MarkupPlace
@@ -17,10 +20,15 @@ enum class MarkupPlace
 
 /// The markup that reads as @p value at @p place.
 ///
-/// @param asciiOnly  whether to write all that is no ASCII character as a character reference; not in CDATA,
-///                   which knows none.
+/// In an encoding that has not every character, what is no ASCII character is written as a reference. CDATA, which
+/// knows none, is split around what the encoding lacks.
+///
 /// @pre @p value passes requireXmlText (not checked).
-std::string toMarkup(std::string_view value, MarkupPlace place, bool asciiOnly);
+/// @throws VdException if the encoding lacks even what the markup is written with.
+std::string toMarkup(std::string_view value, MarkupPlace place, const Encoding& encoding);
+
+/// The reference `&#8364;` to a character.
+std::string referenceTo(std::uint32_t character);
 
 /// @throws VdException if @p value has a character that XML cannot hold, or is no UTF-8.
 void requireXmlText(std::string_view value);

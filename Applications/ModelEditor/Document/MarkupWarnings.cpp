@@ -1,6 +1,7 @@
 #include "Applications/ModelEditor/Document/MarkupWarnings.h"
 
 #include "Applications/ModelEditor/Document/CodePoint.h"
+#include "Applications/ModelEditor/Document/Encoding.h"
 #include "Applications/ModelEditor/Document/Markup.h"
 #include "Applications/ModelEditor/Document/MarkupPiece.h"
 
@@ -60,9 +61,11 @@ std::string wrongByte(char byte)
     return text.data();
 }
 
-Findings findWrongCharacters(std::string_view text)
+Findings findWrongCharacters(std::string_view text, const Encoding& encoding)
 {
     static const std::array<bool, 256> plain = makePlainBytes();
+    // From other encodings the text was converted, so that they have all of it.
+    const bool isAscii = encoding.isAscii();
     Findings found;
     std::size_t place = 0;
     // Of bytes that follow each other, one is told.
@@ -85,6 +88,12 @@ Findings findWrongCharacters(std::string_view text)
         else if (next && !isXmlCharacter(next->value))
         {
             found.add(place, [&] { return nameOfCharacter(next->value) + cannotBeHeld; });
+        }
+        else if (next && next->length > 1 && isAscii)
+        {
+            found.add(
+                place, [&]
+                { return nameOfCharacter(next->value) + " is not in the encoding " + encoding.getName(); });
         }
         place += next ? next->length : 1;
         behindWrong = next ? behindWrong : place;
@@ -259,9 +268,9 @@ private:
 
 } // namespace
 
-MarkupWarnings findWarnings(std::string_view text, const std::string& name)
+MarkupWarnings findWarnings(std::string_view text, const std::string& name, const Encoding& encoding)
 {
-    const auto characters = findWrongCharacters(text);
+    const auto characters = findWrongCharacters(text, encoding);
     const auto markup = MarkupPass(text).run();
     std::vector<Finding> all(characters.first);
     all.insert(all.end(), markup.first.begin(), markup.first.end());

@@ -8,6 +8,8 @@
 namespace ModelEditor
 {
 
+class Encoding;
+
 /// What is wrong in a file and yet passes the parser, so that the file can be edited; other programs may refuse
 /// it, or read it otherwise.
 struct MarkupWarnings
@@ -20,13 +22,15 @@ struct MarkupWarnings
 };
 
 /// Looks for
-/// - bytes that are no UTF-8, and characters that XML cannot hold, also as references;
+/// - bytes that are no UTF-8, characters that the encoding lacks, and those that XML cannot hold, also as
+///   references;
 /// - references to entities that are not declared, if all that may declare them is in the file;
 /// - `]]>` in a text, `--` in a comment;
 /// - a document type or an XML declaration where none may be.
 ///
-/// @param text  a whole document that the parser takes. @param name  of its file.
+/// @param text  a whole document that the parser takes. @param name  of its file. @param encoding  that
+/// of its file.
 /// Cost: a pass for the characters, and one for the markup.
-MarkupWarnings findWarnings(std::string_view text, const std::string& name);
+MarkupWarnings findWarnings(std::string_view text, const std::string& name, const Encoding& encoding);
 
 } // namespace ModelEditor

@@ -196,9 +196,9 @@ std::string XmlDocument::removeLast() noexcept
     return markup;
 }
 
-bool XmlDocument::isAsciiOnly() const noexcept
+const Encoding& XmlDocument::getEncoding() const noexcept
 {
-    return !encoding.isUnicode();
+    return encoding;
 }
 
 std::string XmlDocument::toBytes() const
@@ -208,7 +208,7 @@ std::string XmlDocument::toBytes() const
 
 MarkupWarnings XmlDocument::findWarnings() const
 {
-    return ModelEditor::findWarnings(getCurrent(), name);
+    return ModelEditor::findWarnings(getCurrent(), name, encoding);
 }
 
 void XmlDocument::parse()

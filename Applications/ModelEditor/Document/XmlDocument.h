@@ -92,8 +92,8 @@ public:
     /// @return the markup as it was.
     std::string removeLast() noexcept;
 
-    /// Whether values that are written have to be pure ASCII.
-    bool isAsciiOnly() const noexcept;
+    /// The encoding in which it is saved.
+    const Encoding& getEncoding() const noexcept;
 
     /// The file as it is to be saved, in the encoding that it had.
     ///

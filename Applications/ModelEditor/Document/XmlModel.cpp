@@ -204,6 +204,11 @@ Selection XmlModel::selectFrom(const std::shared_ptr<XmlObject>& start, const st
     return selection;
 }
 
+const Encoding& XmlModel::getEncoding() const noexcept
+{
+    return document.getEncoding();
+}
+
 MarkupWarnings XmlModel::findWarnings() const
 {
     return document.findWarnings();

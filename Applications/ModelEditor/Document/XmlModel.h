@@ -95,6 +95,9 @@ public:
     /// The same, with relative addresses starting at @p start, or at the document if it is empty.
     Selection selectFrom(const std::shared_ptr<XmlObject>& start, const std::string& xpath) const;
 
+    /// The encoding in which it is saved.
+    const Encoding& getEncoding() const noexcept;
+
     /// See XmlDocument::findWarnings().
     MarkupWarnings findWarnings() const;
 

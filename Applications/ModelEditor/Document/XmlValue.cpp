@@ -63,7 +63,7 @@ void XmlValue::setText(const std::string& text)
     if (text != original)
     {
         requireXmlText(text);
-        markup = SourceText::prepare(span, toMarkup(text, place, document.isAsciiOnly()));
+        markup = SourceText::prepare(span, toMarkup(text, place, document.getEncoding()));
     }
     if (!(attribute ? attribute.set_value(text.c_str()) : textNode.set_value(text.c_str())))
     {

@@ -32,7 +32,7 @@ public:
 
     /// Setting the original again restores its markup, entities and all.
     ///
-    /// @throws VdException if XML cannot hold @p text; std::bad_alloc. Nothing has changed then.
+    /// @throws VdException if XML or the encoding of the document cannot hold @p text; std::bad_alloc. Nothing has changed then.
     void setText(const std::string& text);
 
 private:

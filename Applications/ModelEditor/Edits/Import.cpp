@@ -19,7 +19,7 @@ std::shared_ptr<Valdane::ThreadedMacroCommand> makeImport(XmlModel& model, const
     const auto makeCommand = [&model, path, read = std::move(read)]
     {
         XmlDocument from(read(path), path);
-        auto modules = takeModules(from, model.getRoot()->getElement());
+        auto modules = takeModules(from, model.getRoot()->getElement(), model.getEncoding());
         const std::string name = std::filesystem::path(path).filename().string();
         return std::make_shared<ImportCmd>(model, std::move(modules.markup),
                                            "Import " + plural(modules.moduleCount, "module") + " of " +

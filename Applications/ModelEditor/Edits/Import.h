@@ -25,7 +25,8 @@ using FileReader = std::function<std::string(const std::string& path)>;
 /// throws, and with a VdException that starts with the path if
 /// - the file is malformed, with the place;
 /// - its root has no elements, or a text of its own;
-/// - an entity is used that is not one of XML's own, and the document types of the two files differ.
+/// - an entity is used that is not one of XML's own, and the document types of the two files differ;
+/// - a name, a comment or a processing instruction has a character that the encoding of @p model lacks.
 ///
 /// Modules get the namespace declarations of their old root that they use and @p model does not have at its
 /// root. What an attribute like `xml:space` at their old root said of them gets lost.

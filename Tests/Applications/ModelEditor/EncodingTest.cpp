@@ -65,6 +65,61 @@ TEST(Encoding, WhatCannotBeConvertedIsRefused)
     EXPECT_THROW(Encoding::of("\xFF\xFE").decode("\xFF\xFE<"), Valdane::VdException);
 }
 
+TEST(Encoding, SaysWhichCharacterItLacks)
+{
+    const auto declared = [](const std::string& name)
+    {
+        return Encoding::of("<?xml version='1.0' encoding='" + name + "'?>");
+    };
+    const std::string text = "a\xC3\xA9\xE2\x82\xACz\xCE\xB1"; // an e with an accent, a euro, an alpha
+    constexpr auto none = std::string::npos;
+
+    struct Case
+    {
+        std::string encoding;
+        std::size_t first;
+        std::size_t second;
+    };
+
+    for (const auto& [encoding, first, second] :
+         {Case{"UTF-8", none, none}, Case{"US-ASCII", 1, 3}, Case{"ascii", 1, 3}, Case{"ISO-8859-1", 3, 7},
+          Case{"windows-1252", 7, none}, Case{"ISO-8859-7", 1, none}})
+    {
+        EXPECT_EQ(declared(encoding).findMissing(text), first) << encoding;
+        EXPECT_EQ(first == none
+                      ? none
+                      : declared(encoding).findMissing(text, first + (text[first] == '\xE2' ? 3 : 2)),
+                  second)
+            << encoding;
+    }
+    EXPECT_EQ(Encoding::of("\xFF\xFE<\0").findMissing(text), none);
+    EXPECT_NO_THROW(declared("windows-1252").requireAll("\xE2\x82\xAC", ""));
+    try
+    {
+        declared("ISO-8859-1").requireAll(text, "which is here");
+        FAIL() << "nothing was thrown";
+    }
+    catch (const Valdane::VdException& exception)
+    {
+        EXPECT_STREQ(exception.what(), "the encoding ISO-8859-1 lacks U+20AC, which is here");
+    }
+}
+
+TEST(Encoding, WhatIsDeclaredAsAsciiIsHandedOn)
+{
+    const std::string bytes = "<?xml version='1.0' encoding='US-ASCII'?><a>\xC3\xA9\xFF</a>";
+    const Encoding encoding = Encoding::of(bytes);
+    EXPECT_EQ(encoding.decode(bytes), bytes);
+    EXPECT_EQ(encoding.encode(bytes), bytes);
+    EXPECT_FALSE(encoding.isUnicode());
+}
+
+TEST(Encoding, ANameCannotTellTheConverterToReplaceCharacters)
+{
+    const std::string bytes = "<?xml version='1.0' encoding='ISO-8859-1//TRANSLIT'?>";
+    EXPECT_THROW(Encoding::of(bytes).decode(bytes), Valdane::VdException);
+}
+
 TEST(Encoding, WhatWouldBeSavedDifferentlyIsRefused)
 {
     // The converter takes it for UTF-7, which can write '<' as it is, but writes "+ADw-".

@@ -19,7 +19,7 @@ ImportMarkup taken(const std::string& from, const std::string& into = "<r/>")
 {
     XmlDocument source(from, "m.xml");
     const XmlDocument target(into, "target");
-    return takeModules(source, target.getRootElement());
+    return takeModules(source, target.getRootElement(), target.getEncoding());
 }
 
 TEST(ImportMarkup, IsAllBelowTheRootButTheLayoutAtItsEnd)
@@ -90,6 +90,47 @@ TEST(ImportMarkup, AnEntityNeedsTheSameDocumentType)
                   .moduleCount,
               1U);
     EXPECT_EQ(taken("<r><a>&undeclared;</a></r>").moduleCount, 1U);
+}
+
+const std::string latin1 = "<?xml version='1.0' encoding='ISO-8859-1'?><r/>";
+
+TEST(ImportMarkup, WhatTheEncodingLacksBecomesAReference)
+{
+    const std::string euro = "\xE2\x82\xAC";
+    const std::string markup = "<a b=\"'" + euro + "\" c='\"\xC3\xA9'>" + euro + "&lt;" + euro +
+                               "<![CDATA[&" + euro + euro + "]]></a><a d='" + euro + "'/>";
+    EXPECT_EQ(
+        taken("<r>" + markup + "</r>", latin1).markup,
+        "<a b=\"'&#8364;\" c='\"\xC3\xA9'>&#8364;&lt;&#8364;<![CDATA[&]]>&#8364;<![CDATA[]]>&#8364;<![CDATA["
+        "]]></a><a d='&#8364;'/>");
+    EXPECT_EQ(taken("<r>" + markup + "</r>").markup, markup);
+    EXPECT_EQ(taken("<r xmlns:p='" + euro + "'><p:a/></r>", latin1).markup, "<p:a xmlns:p='&#8364;'/>");
+}
+
+TEST(ImportMarkup, WhatNoReferenceCanStandInIsRefusedWithThePlace)
+{
+    const std::string alpha = "\xCE\xB1";
+    const std::string lacking = ", which the encoding ISO-8859-1 of the model lacks";
+
+    struct Case
+    {
+        std::string module;
+        std::string complaint;
+    };
+
+    for (const auto& [module, complaint] :
+         {Case{"<a>" + alpha + "</a><!-- " + alpha + " -->", "m.xml:2:15: U+03B1 in a comment" + lacking},
+          Case{"<a/><?p " + alpha + "?>", "m.xml:2:9: U+03B1 in a processing instruction" + lacking},
+          Case{"<a" + alpha + "/>", "m.xml:2:3: U+03B1 in a name" + lacking},
+          Case{"<a b='1' " + alpha + "='1'/>", "m.xml:2:10: U+03B1 in a name" + lacking},
+          Case{"<a>&" + alpha + ";</a>", "m.xml:2:5: U+03B1 in a name" + lacking},
+          Case{"<a b='&x" + alpha + ";'/>", "m.xml:2:9: U+03B1 in a name" + lacking},
+          Case{"<a>\xFF</a>", "m.xml:2:4: a byte that is no UTF-8"}})
+    {
+        EXPECT_THAT([&] { taken("<r>\n" + module + "</r>", latin1); },
+                    testing::ThrowsMessage<Valdane::VdException>(complaint));
+        EXPECT_EQ(taken("<r>\n" + module + "</r>").markup, "\n" + module);
+    }
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "Applications/ModelEditor/Document/Markup.h"
 
+#include "Applications/ModelEditor/Document/Encoding.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <gmock/gmock.h>
@@ -10,35 +11,57 @@
 namespace
 {
 
+using ModelEditor::Encoding;
 using ModelEditor::isAnnotationName;
 using ModelEditor::MarkupPlace;
 using ModelEditor::requireXmlText;
 using ModelEditor::startsWithReference;
 using ModelEditor::toMarkup;
 
+const auto utf8 = Encoding::of("");
+const auto latin1 = Encoding::of("<?xml version='1.0' encoding='ISO-8859-1'?>");
 const std::string everything = "&<>\"'\t\r\n\xC3\xA9";
 
 TEST(Markup, EscapesWhatWouldReadAsSomethingElse)
 {
-    EXPECT_EQ(toMarkup(everything, MarkupPlace::DoubleQuoted, false),
+    EXPECT_EQ(toMarkup(everything, MarkupPlace::DoubleQuoted, utf8),
               "&amp;&lt;&gt;&quot;'&#9;&#13;&#10;\xC3\xA9");
-    EXPECT_EQ(toMarkup(everything, MarkupPlace::SingleQuoted, false),
+    EXPECT_EQ(toMarkup(everything, MarkupPlace::SingleQuoted, utf8),
               "&amp;&lt;&gt;\"&apos;&#9;&#13;&#10;\xC3\xA9");
-    EXPECT_EQ(toMarkup(everything, MarkupPlace::Text, false), "&amp;&lt;&gt;\"'\t&#13;\n\xC3\xA9");
+    EXPECT_EQ(toMarkup(everything, MarkupPlace::Text, utf8), "&amp;&lt;&gt;\"'\t&#13;\n\xC3\xA9");
 }
 
 TEST(Markup, CDataIsSplitWhereItCannotHoldTheText)
 {
-    EXPECT_EQ(toMarkup("a<&]]>b", MarkupPlace::CData, false), "a<&]]]]><![CDATA[>b");
-    EXPECT_EQ(toMarkup("a\rb", MarkupPlace::CData, false), "a]]>&#13;<![CDATA[b");
+    EXPECT_EQ(toMarkup("a<&]]>b", MarkupPlace::CData, utf8), "a<&]]]]><![CDATA[>b");
+    EXPECT_EQ(toMarkup("a\rb", MarkupPlace::CData, utf8), "a]]>&#13;<![CDATA[b");
 }
 
 TEST(Markup, CanDoWithoutAnythingButAscii)
 {
     EXPECT_EQ(toMarkup("\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80"
                        "e",
-                       MarkupPlace::Text, true),
+                       MarkupPlace::Text, latin1),
               "&#233;&#8364;&#128512;e");
+}
+
+TEST(Markup, CDataIsSplitAroundWhatTheEncodingLacks)
+{
+    EXPECT_EQ(toMarkup("\xC3\xA9\xE2\x82\xAC<\xE2\x82\xAC", MarkupPlace::CData, latin1),
+              "\xC3\xA9]]>&#8364;<![CDATA[<]]>&#8364;<![CDATA[");
+    const auto ascii = Encoding::of("<?xml version='1.0' encoding='US-ASCII'?>");
+    EXPECT_EQ(toMarkup("a\xC3\xA9", MarkupPlace::CData, ascii), "a]]>&#233;<![CDATA[");
+    EXPECT_EQ(toMarkup("\xC3\xA9", MarkupPlace::DoubleQuoted, ascii), "&#233;");
+    EXPECT_EQ(toMarkup("\xE2\x82\xAC", MarkupPlace::CData, utf8), "\xE2\x82\xAC");
+}
+
+// A German one has letters in the place of brackets.
+TEST(Markup, WhatCannotBeWrittenWithoutACharacterThatTheEncodingLacksIsRefused)
+{
+    const auto din = Encoding::of("<?xml version='1.0' encoding='DIN_66003'?>");
+    EXPECT_EQ(toMarkup("\xC3\xA4(", MarkupPlace::Text, din), "&#228;(");
+    EXPECT_THROW(toMarkup("[", MarkupPlace::Text, din), Valdane::VdException);
+    EXPECT_THROW(toMarkup("\r", MarkupPlace::CData, din), Valdane::VdException);
 }
 
 TEST(Markup, XmlHoldsUnicodeTextButNotEveryCharacter)

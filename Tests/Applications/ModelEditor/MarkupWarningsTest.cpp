@@ -46,6 +46,15 @@ TEST(MarkupWarnings, BytesThatAreNoUtf8AreTold)
                 ElementsAre("m:1:7: the byte 0xC3 is no UTF-8", "m:1:16: the byte 0xE2 is no UTF-8"));
 }
 
+TEST(MarkupWarnings, WhatIsNotInADeclaredAsciiIsTold)
+{
+    const std::string start = "<?xml version='1.0' encoding='US-ASCII'?>\n<a>";
+    EXPECT_THAT(
+        warningsOf(start + "x\xC3\xA9\xFF</a>"),
+        ElementsAre("m:2:5: U+00E9 is not in the encoding US-ASCII", "m:2:7: the byte 0xFF is no UTF-8"));
+    EXPECT_THAT(warningsOf("<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE9</a>"), ElementsAre());
+}
+
 TEST(MarkupWarnings, CharactersThatXmlCannotHoldAreTold)
 {
     EXPECT_THAT(warningsOf("<a b='\x01'>\x1F<!--\xEF\xBF\xBF--><?p \xED\xA0\x80?></a>"),
@@ -110,7 +119,7 @@ TEST(MarkupWarnings, AreAllCountedAndTheFirstAreTold)
     {
         text += i % 2 == 0 ? "&x;" : "\x01";
     }
-    const auto warnings = ModelEditor::findWarnings(text + "</a>", "m");
+    const auto warnings = ModelEditor::findWarnings(text + "</a>", "m", ModelEditor::Encoding::of(""));
     EXPECT_EQ(warnings.count, 3000U);
     ASSERT_EQ(warnings.texts.size(), MarkupWarnings::most);
     EXPECT_EQ(warnings.texts.back(), "m:1:2003: U+0001, a character that XML cannot hold");

@@ -157,6 +157,63 @@ TEST(XmlObject, InOtherEncodingsWhatIsWrittenIsAscii)
     EXPECT_EQ(after(model, "s", "\xC3\xA9\xE2\x82\xAC"), head + "<a s='&#233;&#8364;'/>");
 }
 
+// Read by the parser's own conversion, as other programs would.
+TEST(XmlObject, WhatIsWrittenInAnotherEncodingIsReadAsItWasSet)
+{
+    const std::string value = "\xC3\xA9 ]]> \xE2\x82\xAC\xF0\x9F\x98\x80<&'\"";
+    for (const std::string encoding : {"ISO-8859-1", "US-ASCII", "UTF-8"})
+    {
+        XmlModel model("<?xml version='1.0' encoding='" + encoding +
+                           "'?><a s='x' t=\"x\" name='n' p:q='x'><b>x</b><c><![CDATA[x]]></c></a>",
+                       "m");
+        after(model, "s", value);
+        after(model, "t", value);
+        dynamic_cast<NamedXmlObject&>(*model.getRoot()).setName(value, false);
+        const auto collection = std::make_shared<DynamicAttributeCollection>();
+        collection->set("p:q", value);
+        collection->set("p:r", value);
+        model.getRoot()->setDynamicAttributeCollection(collection);
+        for (const std::string child : {"//b", "//c"})
+        {
+            const auto description =
+                model.select(child).nodes.at(0).object->getAttributeDescription("text()");
+            dynamic_cast<AttributeDescription<std::string>&>(*description).getSetter()(value);
+        }
+        const std::string bytes = model.toBytes();
+        pugi::xml_document read;
+        ASSERT_TRUE(read.load_buffer(bytes.data(), bytes.size(), pugi::parse_full | pugi::parse_ws_pcdata));
+        const auto root = read.document_element();
+        for (const std::string name : {"s", "t", "name", "p:q", "p:r"})
+        {
+            EXPECT_EQ(root.attribute(name.c_str()).value(), value) << encoding << ' ' << name;
+        }
+        EXPECT_EQ(root.child("b").text().get(), value) << encoding;
+        std::string data;
+        for (const auto node : root.child("c").children())
+        {
+            data += node.value();
+        }
+        EXPECT_EQ(data, value) << encoding;
+    }
+}
+
+TEST(XmlObject, ANameThatTheEncodingLacksIsRefused)
+{
+    const std::string file = "<?xml version='1.0' encoding='ISO-8859-1'?><a/>";
+    const XmlModel model(file, "m");
+    const auto collection = std::make_shared<DynamicAttributeCollection>();
+    collection->set("n:\xC3\xA9", "1");
+    model.getRoot()->setDynamicAttributeCollection(collection);
+    const auto saved = model.toBytes();
+    EXPECT_EQ(saved, file.substr(0, file.size() - 2) + " n:\xE9=\"1\"/>");
+    const auto other = std::make_shared<DynamicAttributeCollection>();
+    other->set("n:\xCE\xB1", "1");
+    EXPECT_THAT([&] { model.getRoot()->setDynamicAttributeCollection(other); },
+                testing::ThrowsMessage<Valdane::VdException>(
+                    "the encoding ISO-8859-1 lacks U+03B1, which is in the name n:\xCE\xB1"));
+    EXPECT_EQ(model.toBytes(), saved);
+}
+
 TEST(XmlObject, RenamingTellsListenersIfAskedTo)
 {
     const XmlModel model("<a name='old'/>", "m");
