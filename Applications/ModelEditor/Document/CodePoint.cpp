@@ -42,6 +42,22 @@ bool isXmlCharacter(std::uint32_t character)
            (character >= 0x10000 && character < 0x110000);
 }
 
+std::string toUtf8(std::uint32_t character)
+{
+    if (character < 0x80)
+    {
+        return {static_cast<char>(character)};
+    }
+    constexpr std::array<std::uint32_t, 4> starts{0, 0xC0, 0xE0, 0xF0};
+    std::size_t following = character < 0x800 ? 1U : character < 0x10000 ? 2U : 3U;
+    std::string bytes{static_cast<char>(starts.at(following) | character >> 6 * following)};
+    while (following-- > 0)
+    {
+        bytes += static_cast<char>(0x80U | (character >> 6 * following & 0x3FU));
+    }
+    return bytes;
+}
+
 std::string nameOfCharacter(std::uint32_t character)
 {
     std::array<char, 16> name{};

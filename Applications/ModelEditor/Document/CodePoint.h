@@ -24,6 +24,9 @@ std::optional<CodePoint> firstCodePoint(std::string_view text);
 /// Whether XML 1.0 can hold the character, as such or by a reference.
 bool isXmlCharacter(std::uint32_t character);
 
+/// In UTF-8.
+std::string toUtf8(std::uint32_t character);
+
 /// `U+000B`.
 std::string nameOfCharacter(std::uint32_t character);
 

@@ -132,4 +132,24 @@ std::string_view referenceAt(std::string_view markup)
     return startsWithReference(markup) ? markup.substr(1, markup.find(';') - 1) : std::string_view();
 }
 
+std::optional<std::uint32_t> characterOf(std::string_view reference)
+{
+    if (!reference.starts_with('#'))
+    {
+        return {};
+    }
+    const bool isHex = reference.starts_with("#x");
+    std::uint32_t number = 0;
+    for (const char digit : reference.substr(isHex ? 2 : 1))
+    {
+        const auto value = digit <= '9' ? digit - '0' : (digit | 0x20) - 'a' + 10;
+        number = number * (isHex ? 16 : 10) + static_cast<std::uint32_t>(value);
+        if (number >= 0x110000)
+        {
+            return {};
+        }
+    }
+    return number;
+}
+
 } // namespace ModelEditor

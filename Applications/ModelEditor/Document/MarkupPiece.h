@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace ModelEditor
@@ -30,5 +32,9 @@ struct MarkupPiece
 
 /// The reference at the start of @p markup, without `&` and `;`: `amp`, `#xE9`; empty if there is none.
 std::string_view referenceAt(std::string_view markup);
+
+/// The character that @p reference, as referenceAt() gives it, is the number of; nothing if it names an entity, or if
+/// no character has that number.
+std::optional<std::uint32_t> characterOf(std::string_view reference);
 
 } // namespace ModelEditor

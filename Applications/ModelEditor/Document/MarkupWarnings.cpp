@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <optional>
 #include <set>
 
 namespace ModelEditor
@@ -98,23 +97,6 @@ Findings findWrongCharacters(std::string_view text, const Encoding& encoding)
         place += next ? next->length : 1;
         behindWrong = next ? behindWrong : place;
     }
-}
-
-// What a character reference stands for; nothing if no character has that number.
-std::optional<std::uint32_t> characterOf(std::string_view reference)
-{
-    const bool isHex = reference.starts_with("#x");
-    std::uint32_t number = 0;
-    for (const char digit : reference.substr(isHex ? 2 : 1))
-    {
-        const auto value = digit <= '9' ? digit - '0' : (digit | 0x20) - 'a' + 10;
-        number = number * (isHex ? 16 : 10) + static_cast<std::uint32_t>(value);
-        if (number >= 0x110000)
-        {
-            return {};
-        }
-    }
-    return number;
 }
 
 /// The entities that the document types declare.

@@ -1,6 +1,7 @@
 #include "Applications/ModelEditor/Document/XmlObject.h"
 
 #include "Applications/ModelEditor/Document/Annotations.h"
+#include "Applications/ModelEditor/Document/MarkedText.h"
 #include "Applications/ModelEditor/Document/Markup.h"
 #include "Applications/ModelEditor/Document/XmlChange.h"
 #include "Applications/ModelEditor/Document/XmlDocument.h"
@@ -175,6 +176,26 @@ const std::string& XmlObject::getOriginalText(const std::string& name)
     return requireValue(name).getOriginal();
 }
 
+std::string XmlObject::getShownText(const std::string& name)
+{
+    return mayTakeMarkup(name) ? requireValue(name).getShown() : getText(name);
+}
+
+bool XmlObject::takesMarkup(const std::string& name)
+{
+    return mayTakeMarkup(name) && requireValue(name).takesMarkup();
+}
+
+std::string XmlObject::readMarkup(const std::string& name, const std::string& markup)
+{
+    if (findTextNode(name).type() == pugi::node_cdata)
+    {
+        throw Valdane::VdException(getAddress() + "/" + getStep(name) +
+                                   " is a CDATA section, which has no references");
+    }
+    return markReferences(markup, context.document.getEncoding());
+}
+
 bool XmlObject::isPlainAttribute(const std::string& name)
 {
     return name != "name" && !isAnnotationName(name) && !isNamespaceDeclaration(name);
@@ -269,17 +290,24 @@ void XmlObject::change(const ValueName& which, const std::string& text)
 {
     auto& value = requireValue(which.name);
     const std::string before = value.getText();
+    const std::string shownBefore = value.getShown();
     value.setText(text);
-    if (!context.changed || before == text)
+    if (!context.changed)
     {
         return;
     }
     try
     {
-        const auto original =
-            isPlainAttribute(which.name) ? std::optional(value.getOriginal()) : std::nullopt;
-        context.changed(
-            {.object = *this, .value = which.step, .before = before, .after = text, .original = original});
+        if (value.getText() != before)
+        {
+            const auto original =
+                isPlainAttribute(which.name) ? std::optional(value.getOriginal()) : std::nullopt;
+            context.changed({.object = *this,
+                             .value = which.step,
+                             .before = shownBefore,
+                             .after = value.getShown(),
+                             .original = original});
+        }
     }
     catch (...)
     {
@@ -313,6 +341,25 @@ XmlValue* XmlObject::findValue(const std::string& name)
     }
     const auto textNode = findTextNode(name);
     return textNode ? &values.try_emplace(name, context.document, textNode).first->second : nullptr;
+}
+
+// Remembers nothing: hardly any value has an ampersand.
+bool XmlObject::mayTakeMarkup(const std::string& name)
+{
+    if (findings != nullptr && findings->values.contains(name))
+    {
+        return true;
+    }
+    const auto attribute = isPlainAttribute(name) ? element.attribute(name.c_str()) : pugi::xml_attribute();
+    const auto textNode = attribute ? pugi::xml_node() : findTextNode(name);
+    if (!attribute && textNode.type() != pugi::node_pcdata)
+    {
+        return false;
+    }
+    const auto place = context.document.locate(attribute ? attribute.value() : textNode.value());
+    const auto text = place.source.getOriginal();
+    const auto end = text.find(attribute ? text[place.offset - 1] : '<', place.offset);
+    return text.substr(place.offset, end - place.offset).find('&') != std::string_view::npos;
 }
 
 XmlValue& XmlObject::requireValue(const std::string& name)

@@ -94,6 +94,19 @@ public:
     std::vector<std::string> getNewAnnotations();
     std::vector<std::string> getAnnotationsOf(const std::string& prefix);
 
+    /// The same as a person is shown it: if it takes markup, with its references as they stand and `&amp;` for an
+    /// ampersand.
+    std::string getShownText(const std::string& name);
+
+    /// Whether the value is shown, and entered, with references: it has some, or was a text that had some when
+    /// the model was opened.
+    bool takesMarkup(const std::string& name);
+
+    /// What to set the value to if a person enters @p markup, in which references are meant as such.
+    ///
+    /// @throws VdException if the value is a CDATA section: that has no references.
+    std::string readMarkup(const std::string& name, const std::string& markup);
+
     /// Whether the attribute @p name is described, unless it is a text: plain attributes are.
     static bool isPlainAttribute(const std::string& name);
 
@@ -131,6 +144,7 @@ private:
 
     std::shared_ptr<Valdane::AttributeDescriptionBase> describe(const std::string& name);
     pugi::xml_node findTextNode(const std::string& name);
+    bool mayTakeMarkup(const std::string& name);
     XmlValue* findValue(const std::string& name);
     XmlValue& requireValue(const std::string& name);
     const Texts& getTexts();

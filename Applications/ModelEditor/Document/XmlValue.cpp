@@ -1,7 +1,10 @@
 #include "Applications/ModelEditor/Document/XmlValue.h"
 
+#include "Applications/ModelEditor/Document/MarkedText.h"
+#include "Applications/ModelEditor/Document/ValueText.h"
 #include "Applications/ModelEditor/Document/XmlDocument.h"
 
+#include <cstddef>
 #include <new>
 #include <string_view>
 
@@ -14,6 +17,26 @@ namespace
 MarkupPlace placeOf(char quote)
 {
     return quote == '\'' ? MarkupPlace::SingleQuoted : MarkupPlace::DoubleQuoted;
+}
+
+std::string toPlainMarkup(const std::string& text, MarkupPlace place, const Encoding& encoding)
+{
+    requireXmlText(text);
+    return toMarkup(text, place, encoding);
+}
+
+// As the parser reads line ends, and in attributes white space, that no reference gives.
+std::string normalized(std::string_view markup, MarkupPlace place)
+{
+    std::string text;
+    for (std::size_t i = 0; i < markup.size(); ++i)
+    {
+        const bool isLineEnd = markup[i] == '\r' || markup[i] == '\n';
+        i += markup.substr(i, 2) == "\r\n" ? 1 : 0;
+        const bool isBlank = place != MarkupPlace::Text && (isLineEnd || markup[i] == '\t');
+        text += isBlank ? ' ' : isLineEnd ? '\n' : markup[i];
+    }
+    return text;
 }
 
 Span spanUpTo(std::string_view end, const XmlDocument::Place& place)
@@ -35,6 +58,7 @@ XmlValue::XmlValue(XmlDocument& owner, pugi::xml_attribute changed)
     const auto quote = source.getOriginal().substr(where.offset - 1, 1);
     span = spanUpTo(quote, where);
     place = placeOf(quote.front());
+    hadReferences = hasReferences(getMarkedOriginal());
 }
 
 XmlValue::XmlValue(XmlDocument& owner, pugi::xml_node changed)
@@ -45,11 +69,27 @@ XmlValue::XmlValue(XmlDocument& owner, pugi::xml_node changed)
       original(changed.value())
 {
     span = spanUpTo(place == MarkupPlace::CData ? "]]>" : "<", owner.locate(changed.value()));
+    hadReferences = hasReferences(getMarkedOriginal());
 }
 
 std::string XmlValue::getText() const
 {
-    return attribute ? attribute.value() : textNode.value();
+    return marked ? *marked : std::string(attribute ? attribute.value() : textNode.value());
+}
+
+bool XmlValue::takesMarkup() const
+{
+    return hadReferences || marked;
+}
+
+std::string XmlValue::getShown() const
+{
+    if (!takesMarkup())
+    {
+        return getText();
+    }
+    const auto text = getText();
+    return toEntered(text == original ? getMarkedOriginal() : text);
 }
 
 const std::string& XmlValue::getOriginal() const noexcept
@@ -59,17 +99,26 @@ const std::string& XmlValue::getOriginal() const noexcept
 
 void XmlValue::setText(const std::string& text)
 {
+    const bool isMarked = place != MarkupPlace::CData && hasReferences(text);
+    if (isMarked && text == getMarkedOriginal())
+    {
+        setText(original);
+        return;
+    }
     SourceText::Prepared markup;
     if (text != original)
     {
-        requireXmlText(text);
-        markup = SourceText::prepare(span, toMarkup(text, place, document.getEncoding()));
+        markup = SourceText::prepare(span, isMarked ? toMarkedMarkup(text, place, document.getEncoding())
+                                                    : toPlainMarkup(text, place, document.getEncoding()));
     }
-    if (!(attribute ? attribute.set_value(text.c_str()) : textNode.set_value(text.c_str())))
+    const std::string plain = isMarked ? withoutMarks(text) : text;
+    auto kept = isMarked ? std::optional(text) : std::nullopt;
+    if (!(attribute ? attribute.set_value(plain.c_str()) : textNode.set_value(plain.c_str())))
     {
         throw std::bad_alloc();
     }
     // From here on nothing fails, so that what is saved is what an XPath sees.
+    marked.swap(kept);
     if (markup.empty())
     {
         source.restore(span);
@@ -78,6 +127,19 @@ void XmlValue::setText(const std::string& text)
     {
         source.replace(std::move(markup));
     }
+}
+
+// Empty for what has no references: CDATA knows none, and a number is no text with references,
+// however it is written.
+std::string XmlValue::getMarkedOriginal() const
+{
+    const auto markup = source.getOriginal().substr(span.offset, span.length);
+    if (place == MarkupPlace::CData || markup.find('&') == std::string_view::npos ||
+        typeOf(original) != ValueType::Text)
+    {
+        return {};
+    }
+    return markReferences(normalized(markup, place), document.getEncoding());
 }
 
 } // namespace ModelEditor

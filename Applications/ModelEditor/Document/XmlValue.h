@@ -5,6 +5,7 @@
 
 #include <pugixml.hpp>
 
+#include <optional>
 #include <string>
 
 namespace ModelEditor
@@ -25,17 +26,28 @@ public:
     /// @throws VdException if somebody has.
     XmlValue(XmlDocument& owner, pugi::xml_node changed);
 
+    /// As it was set, or as the parser has read it.
     std::string getText() const;
 
     /// The text that the file had when it was opened.
     const std::string& getOriginal() const noexcept;
 
+    /// Whether references in it are told from other text: it has some, or was no number and no bool,
+    /// and had some at first.
+    bool takesMarkup() const;
+
+    /// What a person is shown: if it takes markup as toEntered() gives it, else the text.
+    std::string getShown() const;
+
     /// Setting the original again restores its markup, entities and all.
     ///
+    /// @param text  in which references may be marked, see MarkedText.h.
     /// @throws VdException if XML or the encoding of the document cannot hold @p text; std::bad_alloc. Nothing has changed then.
     void setText(const std::string& text);
 
 private:
+    std::string getMarkedOriginal() const;
+
     XmlDocument& document;
     SourceText& source;
     pugi::xml_attribute attribute;
@@ -43,6 +55,9 @@ private:
     Span span;
     MarkupPlace place;
     std::string original;
+    bool hadReferences = false;
+    // What was set, if that has references; else the nodes have it.
+    std::optional<std::string> marked;
 };
 
 } // namespace ModelEditor

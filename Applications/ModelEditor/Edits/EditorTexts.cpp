@@ -59,6 +59,12 @@ An edit of several nodes is one step; if one of them cannot be edited, none is. 
 you write it: 008 stays 008. Its type (int, unsigned int, double, bool, text) is what its text looks like;
 a change of type is told, and with --strict refused.
 
+In a value that set takes, & is an ampersand. It is otherwise with texts that have references to entities
+or characters (&nbsp;, &#160;), or had some when the model was opened: they are shown as markup, with &amp;
+for an ampersand, and set takes them so, so that references stay. With markup a reference is entered where
+none was. References to tabs and line ends, and those without which the encoding of the file could not hold
+a character, count as characters. Names and annotations are shown and entered without references.
+
 What follows group, up to end, becomes one step; undo and redo stay within it until then. A line that
 fails inside, whatever the reason, undoes the group and ends it.
 

@@ -67,9 +67,7 @@ bool isDeclaredAt(pugi::xml_node element, const std::string& prefix)
     return isDeclared;
 }
 
-} // namespace
-
-Edit makeSet(const XmlModel& model, const std::vector<std::string>& arguments)
+Edit makeSetAs(Entered entered, const XmlModel& model, const std::vector<std::string>& arguments)
 {
     const auto& xpath = arguments[0];
     const auto& text = arguments[1];
@@ -82,11 +80,23 @@ Edit makeSet(const XmlModel& model, const std::vector<std::string>& arguments)
     const auto make = [&](const Selected& node)
     {
         const bool isTyped = isStrict && node.part == Part::Value;
-        return makeSetCommand(node, text,
-                              isTyped ? std::optional(typeOf(node.object->getOriginalText(node.name)))
-                                      : std::nullopt);
+        return makeSetCommand(
+            node, text,
+            isTyped ? std::optional(typeOf(node.object->getOriginalText(node.name))) : std::nullopt, entered);
     };
     return {.command = forAll(nodes, describeSetOfSeveral(xpath, nodes.size(), text), make), .note = {}};
+}
+
+} // namespace
+
+Edit makeSet(const XmlModel& model, const std::vector<std::string>& arguments)
+{
+    return makeSetAs(Entered::AsTheValueIs, model, arguments);
+}
+
+Edit makeSetMarkup(const XmlModel& model, const std::vector<std::string>& arguments)
+{
+    return makeSetAs(Entered::AsMarkup, model, arguments);
 }
 
 Edit makeRename(const XmlModel& model, const std::vector<std::string>& arguments)

@@ -21,11 +21,12 @@ struct Edit
     std::string note;                              ///< what the user should know about it; often empty
 };
 
-/// The edits that the verbs `set`, `rename`, `annotate` and `clear-annotations` stand for.
+/// The edits that the verbs `set`, `markup`, `rename`, `annotate` and `clear-annotations` stand for.
 ///
 /// @param arguments  what follows the verb, as many as it wants (not checked).
 /// @throws VdException if the address selects nothing, or one of the nodes cannot be edited this way.
 Edit makeSet(const XmlModel& model, const std::vector<std::string>& arguments);
+Edit makeSetMarkup(const XmlModel& model, const std::vector<std::string>& arguments);
 Edit makeRename(const XmlModel& model, const std::vector<std::string>& arguments);
 Edit makeAnnotate(const XmlModel& model, const std::vector<std::string>& arguments);
 Edit makeClearAnnotations(const XmlModel& model, const std::vector<std::string>& arguments);

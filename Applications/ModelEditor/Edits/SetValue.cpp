@@ -50,9 +50,13 @@ void requireValue(const Selected& selected)
 }
 
 std::shared_ptr<Valdane::CommandBase> makeSetCommand(const Selected& selected, const std::string& text,
-                                                     std::optional<ValueType> wanted)
+                                                     std::optional<ValueType> wanted, Entered entered)
 {
     auto& object = *selected.object;
+    if (entered == Entered::AsMarkup)
+    {
+        requireValue(selected);
+    }
     if (selected.part == Part::Name)
     {
         return std::make_shared<Valdane::SetNameCmd>(selected.object, text, describeRename(object, text));
@@ -68,10 +72,11 @@ std::shared_ptr<Valdane::CommandBase> makeSetCommand(const Selected& selected, c
         throw VdException(shown(text) + " is not a value of type " + std::string(nameOf(*wanted)) +
                           ", which " + selected.getAddress() + " has");
     }
+    const bool isMarkup = entered == Entered::AsMarkup || object.takesMarkup(selected.name);
     return std::make_shared<Valdane::SetAttributeCmd<std::string>>(
         object.getRootObjectAlt(),
-        object.getPath(nullptr, selected.name, Valdane::RequestedPathType::FromRoot), text,
-        describeSet(object, selected.name, text));
+        object.getPath(nullptr, selected.name, Valdane::RequestedPathType::FromRoot),
+        isMarkup ? object.readMarkup(selected.name, text) : text, describeSet(object, selected.name, text));
 }
 
 } // namespace ModelEditor

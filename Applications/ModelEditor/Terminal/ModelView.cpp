@@ -66,6 +66,11 @@ void ModelView::printLine(const Selected& selected) const
         const auto name = selected.object->getElement().attribute("name");
         out << (name ? " " + shown(name.value()) : std::string());
     }
+    else if (selected.part == Part::Value)
+    {
+        out << " = " << shown(selected.object->getShownText(selected.name))
+            << (selected.object->takesMarkup(selected.name) ? " (markup)" : "");
+    }
     else if (selected.part != Part::Unsupported)
     {
         out << " = " << shown(selected.text);
@@ -168,9 +173,10 @@ void ModelView::printElement(XmlObject& object) const
 
 void ModelView::printValue(XmlObject& object, const std::string& attributeName) const
 {
-    const auto text = object.getText(attributeName);
-    out << "  " << object.getStep(attributeName) << " = " << shown(text) << " (" << nameOf(typeOf(text))
-        << ")\n";
+    const bool isMarkup = object.takesMarkup(attributeName);
+    const auto text = isMarkup ? object.getShownText(attributeName) : object.getText(attributeName);
+    out << "  " << object.getStep(attributeName) << " = " << shown(text) << " ("
+        << (isMarkup ? "markup" : nameOf(typeOf(text))) << ")\n";
 }
 
 } // namespace ModelEditor

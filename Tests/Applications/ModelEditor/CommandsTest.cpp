@@ -236,6 +236,8 @@ const ProvedRow edits[] = {
     {"SetBool", edit(makeSet, {"//@fixed", "false"})},
     {"SetAttributeText", edit(makeSet, {"//@type", "a < b & \"c\""})},
     {"SetLongText", edit(makeSet, {"//@type", longText})},
+    {"SetReference", edit(makeSetMarkup, {"//@type", "a&nbsp;&#8364; & b"})},
+    {"SetReferencesOfSeveral", edit(makeSetMarkup, {"//@type|//visual/text()[1]", "&own;"})},
     {"SetText", edit(makeSet, {"//visual/text()[1]", "<one>"})},
     {"SetCData", edit(makeSet, {"//visual/text()[2]", "still ]]> raw"})},
     {"SetName", edit(makeSet, {"//link[1]/@name", "foot"})},
