@@ -6,6 +6,7 @@
 #include "Applications/ModelEditor/Terminal/Background.h"
 #include "Applications/ModelEditor/Terminal/Editor.h"
 #include "Applications/ModelEditor/Terminal/LineSource.h"
+#include "Applications/ModelEditor/Terminal/LoadedModel.h"
 #include "Applications/ModelEditor/Terminal/Session.h"
 #include "Applications/ModelEditor/Terminal/StreamLines.h"
 #include "Applications/ModelEditor/Terminal/WakeUp.h"
@@ -89,7 +90,7 @@ public:
     {
         if (!prompt.starts_with("model"))
         {
-            return prompt.starts_with("Quit") ? lines.next(prompt) : interject();
+            return prompt.ends_with("(y/n) ") ? answer(prompt) : interject();
         }
         settle();
         check();
@@ -130,14 +131,26 @@ private:
         return err.str().size() != complained;
     }
 
-    /// A line of the script that is not to reach for files elsewhere.
+    /// A person who strikes the end key is asked again and again; the end of the script means yes.
+    std::optional<std::string> answer(const std::string& question)
+    {
+        auto line = lines.next(question);
+        return line || step < steps.size() ? line : "y";
+    }
+
+    /// A line of the script that neither reaches for files elsewhere nor puts another model in the place of the watched one.
     std::optional<std::string> nextOfScript()
     {
         while (auto line = lines.next({}))
         {
             const auto split = wordsOf(*line);
+            if (!split.empty() && split[0].starts_with("reload"))
+            {
+                continue;
+            }
             if (split.size() < 2 || split[1].find('/') == std::string::npos ||
-                (split[0] != "import" && split[0] != "save" && split[0] != "export" && split[0] != "stop"))
+                (split[0] != "import" && split[0] != "save" && split[0] != "save!" && split[0] != "export" &&
+                 split[0] != "stop"))
             {
                 return line;
             }
@@ -199,7 +212,7 @@ private:
         const bool mayChange = isInGroup || verb() == "undo" || verb() == "redo" || verb() == "goto";
         require(!hasFailed() || mayChange || model.toBytes() == before,
                 verb() + " has failed and changed something");
-        if (verb() == "save" && !hasFailed())
+        if ((verb() == "save" || verb() == "save!") && !hasFailed())
         {
             saved = model.toBytes();
         }
@@ -284,7 +297,8 @@ private:
 
 void play(const Mode& mode, const std::string& script)
 {
-    XmlModel model(std::string(modelText), modelFile);
+    auto loaded = loadModel(modelFile);
+    const XmlModel& model = *loaded.model;
     std::istringstream lines(script);
     std::ostringstream out;
     std::ostringstream err;
@@ -294,7 +308,8 @@ void play(const Mode& mode, const std::string& script)
                                      .isInteractive = mode.isInteractive,
                                      .echoes = mode.echoes,
                                      .keepsGoing = mode.keepsGoing};
-    Session(model, settings, out, err).run(source);
+    Session session(std::move(loaded), settings, out, err);
+    session.run(source);
     const XmlModel again(model.toBytes(), "the model as it was left");
     requireSame(contentOf(again.getRoot()->getElement()), contentOf(model.getRoot()->getElement()),
                 "opened again, it is not what it was");
