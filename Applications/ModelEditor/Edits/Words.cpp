@@ -61,7 +61,7 @@ bool isObeyed(std::uint32_t code)
 
 std::string escaped(const char* pattern, std::uint32_t number)
 {
-    std::array<char, 8> text{};
+    std::array<char, 16> text{};
     std::snprintf(text.data(), text.size(), pattern, number);
     return text.data();
 }
