@@ -1,45 +1,22 @@
-#include "Applications/ModelEditor/Document/XmlModel.h"
-#include "Applications/ModelEditor/Terminal/Editor.h"
-#include "Platform/ExceptionHandling/VdException.h"
+#include "Tests/Applications/ModelEditor/Editor/EditorFixture.h"
 #include "Tests/Applications/ModelEditor/TestFiles.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <string>
 
 namespace
 {
 
-using ModelEditor::Editor;
-using ModelEditor::Output;
-using ModelEditor::XmlModel;
 using testing::EndsWith;
 using testing::StartsWith;
 
 // A current element, where relative addresses start.
-class EditorCurrent : public testing::Test
+class EditorCurrent : public EditorFixture
 {
 protected:
-    // What the line prints, or what it throws.
-    std::string run(const std::string& line)
-    {
-        out.str("");
-        try
-        {
-            editor.run(line);
-            return out.str();
-        }
-        catch (const Valdane::VdException& exception)
-        {
-            return exception.what();
-        }
-    }
-
-    XmlModel model{"<r><a><x v='1'/><x v='2'/></a><b><x v='3'/></b></r>", "m"};
-    std::ostringstream out;
-    Editor editor{model, [](const Output&) {}, out};
+    EditorCurrent() : EditorFixture("<r><a><x v='1'/><x v='2'/></a><b><x v='3'/></b></r>") {}
 };
 
 TEST_F(EditorCurrent, RelativeAddressesStartThere)

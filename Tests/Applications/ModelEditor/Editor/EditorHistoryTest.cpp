@@ -1,43 +1,21 @@
-#include "Applications/ModelEditor/Document/XmlModel.h"
-#include "Applications/ModelEditor/Terminal/Editor.h"
-#include "Platform/ExceptionHandling/VdException.h"
+#include "Tests/Applications/ModelEditor/Editor/EditorFixture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace
 {
 
-using ModelEditor::Editor;
-using ModelEditor::Output;
-using ModelEditor::XmlModel;
 using testing::EndsWith;
 using testing::StartsWith;
 
 // Moves in the history of one model.
-class EditorHistory : public testing::Test
+class EditorHistory : public EditorFixture
 {
 protected:
-    // What the line prints, or what it throws.
-    std::string run(const std::string& line)
-    {
-        out.str("");
-        try
-        {
-            editor.run(line);
-            return out.str();
-        }
-        catch (const Valdane::VdException& exception)
-        {
-            EXPECT_EQ(out.str(), "") << "output of what failed";
-            return exception.what();
-        }
-    }
+    EditorHistory() : EditorFixture("<r v='0'/>") {}
 
     // The value after so many edits.
     void setUpTo(int last)
@@ -52,10 +30,6 @@ protected:
     {
         return std::stoi(run("find number(/r/@v)"));
     }
-
-    XmlModel model{"<r v='0'/>", "m"};
-    std::ostringstream out;
-    Editor editor{model, [](const Output&) {}, out};
 };
 
 TEST_F(EditorHistory, GotoLeadsToAnyPlaceAndTellsEachStep)

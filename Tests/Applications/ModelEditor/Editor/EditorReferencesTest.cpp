@@ -1,8 +1,7 @@
 // References to entities and characters: how they are shown, kept and entered.
 
 #include "Applications/ModelEditor/Document/XmlModel.h"
-#include "Applications/ModelEditor/Terminal/Editor.h"
-#include "Platform/ExceptionHandling/VdException.h"
+#include "Tests/Applications/ModelEditor/Editor/EditorFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -19,23 +18,10 @@ using ModelEditor::XmlModel;
 const std::string withReferences = "<r a='10&nbsp;kg' b='x &amp;nbsp; y' c='7' d='&#55;' "
                                    "t='x&#9;y'>1&#160;m\r\n\r&own;<![CDATA[&nbsp;]]></r>";
 
-class EditorReferences : public testing::Test
+class EditorReferences : public EditorFixture
 {
 protected:
-    /// What is printed, or why it fails.
-    std::string run(const std::string& line)
-    {
-        out.str("");
-        try
-        {
-            editor.run(line);
-            return out.str();
-        }
-        catch (const Valdane::VdException& exception)
-        {
-            return exception.what();
-        }
-    }
+    EditorReferences() : EditorFixture(withReferences) {}
 
     /// Between the quotes of an attribute of the root, as it is saved.
     std::string saved(const std::string& attribute) const
@@ -44,10 +30,6 @@ protected:
         const auto start = bytes.find(' ' + attribute + "='") + attribute.size() + 3;
         return bytes.substr(start, bytes.find('\'', start) - start);
     }
-
-    XmlModel model{withReferences, "m"};
-    std::ostringstream out;
-    Editor editor{model, [](const Output&) {}, out};
 };
 
 TEST_F(EditorReferences, AreShownAsTheyStand)

@@ -1,51 +1,23 @@
-#include "Applications/ModelEditor/Terminal/Editor.h"
 
-#include "Applications/ModelEditor/Document/XmlModel.h"
-#include "Platform/ExceptionHandling/VdException.h"
+#include "Tests/Applications/ModelEditor/Editor/EditorFixture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace
 {
-
-using ModelEditor::Editor;
-using ModelEditor::Output;
-using ModelEditor::XmlModel;
 
 const std::string robotFile = "<robot name='r' xmlns:n='u' version='4'>\n"
                               "  <link name='base'><mass value='1.50'/><on>true</on></link>\n"
                               "  <link name='arm' n:x='1'><mass value='2'/><size v='3000000000'/></link>\n"
                               "  <!-- c --></robot>\n";
 
-class EditorTest : public testing::Test
+class EditorTest : public EditorFixture
 {
 protected:
-    // What the line prints, or what it throws.
-    std::string run(const std::string& line)
-    {
-        out.str("");
-        try
-        {
-            editor.run(line);
-        }
-        catch (const Valdane::VdException& exception)
-        {
-            EXPECT_EQ(out.str(), "") << "output of what failed";
-            return exception.what();
-        }
-        return out.str();
-    }
-
-    std::vector<Output> written;
-    XmlModel model{robotFile, "m"};
-    std::ostringstream out;
-    Editor editor{model, [this](Output output) { written.push_back(std::move(output)); }, out};
+    EditorTest() : EditorFixture(robotFile) {}
 };
 
 TEST_F(EditorTest, TreeShowsKeysNamesAndWhatIsBelow)
