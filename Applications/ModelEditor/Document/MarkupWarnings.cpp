@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <compare>
 #include <cstdio>
 #include <set>
 
@@ -22,6 +23,8 @@ struct Finding
 {
     std::size_t offset;
     std::string what;
+
+    auto operator<=>(const Finding&) const = default;
 };
 
 /// The first findings of one pass, and how many there were.
@@ -256,7 +259,7 @@ MarkupWarnings findWarnings(std::string_view text, const std::string& name, cons
     const auto markup = MarkupPass(text).run();
     std::vector<Finding> all(characters.first);
     all.insert(all.end(), markup.first.begin(), markup.first.end());
-    std::ranges::stable_sort(all, {}, &Finding::offset);
+    std::ranges::sort(all);
     all.resize(std::min(all.size(), MarkupWarnings::most), Finding{});
     MarkupWarnings warnings{.texts = {}, .count = characters.count + markup.count};
     std::size_t line = 1;

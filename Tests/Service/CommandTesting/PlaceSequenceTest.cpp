@@ -31,7 +31,7 @@ std::vector<std::uint64_t> triedOf(std::uint64_t count)
 
 TEST(PlaceSequenceTest, OfFewPlacesEachIsTried)
 {
-    for (const std::size_t count : {0, 1, 2, 256, 257})
+    for (const std::size_t count : {0U, 1U, 2U, 256U, 257U})
     {
         std::vector<std::uint64_t> all(count);
         std::iota(all.begin(), all.end(), 0);
