@@ -30,7 +30,7 @@ public:
 
     /// Where in @p text, at or behind @p offset, the first character is that it lacks; npos if there is none.
     ///
-    /// What is no UTF-8 is lacking, unless it is handed on.
+    /// Bytes that are not UTF-8 are lacking, unless it is handed on.
     std::size_t findMissing(std::string_view text, std::size_t offset = 0) const;
 
     /// @throws VdException that names the first character of @p text that it lacks, and @p where that is.

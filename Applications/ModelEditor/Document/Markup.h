@@ -20,7 +20,7 @@ enum class MarkupPlace
 
 /// The markup that reads as @p value at @p place.
 ///
-/// In an encoding that has not every character, what is no ASCII character is written as a reference. CDATA, which
+/// In an encoding that has not every character, a character beyond ASCII is written as a reference. CDATA, which
 /// knows none, is split around what the encoding lacks.
 ///
 /// @pre @p value passes requireXmlText (not checked).

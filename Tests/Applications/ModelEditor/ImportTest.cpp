@@ -249,8 +249,7 @@ private:
         }
         else if (chosen.part == Part::Value)
         {
-            EXPECT_TRUE(
-                manager.addCommand(ModelEditor::makeSetCommand(chosen, text, {})));
+            EXPECT_TRUE(manager.addCommand(ModelEditor::makeSetCommand(chosen, text, {})));
         }
         else
         {
