@@ -42,8 +42,9 @@ std::string readStream(const std::string& path);
 /// dies on the way, the old or the new content is there, whole. A symbolic link stays one: what it leads to is replaced.
 ///
 /// A file that cannot be replaced without losing one of these is written in place: one that has other names or
-/// attributes that this process cannot keep, or whose directory cannot be written. So are pipes, devices and other files that are not regular, and
-/// what standard output or standard error is redirected to, behind all that was written there. When the process dies on the
+/// attributes that this process cannot keep, or whose directory cannot be written. So are pipes, devices and
+/// other files that are not regular, and what standard output or standard error is redirected to, behind all
+/// that was written there. When the process dies on the
 /// way, part of both contents is there; SIGHUP, SIGINT and SIGTERM wait until it is written.
 ///
 /// @throws VdException `<path>: <why>`. The old file is unchanged then, as far as it can be written at all, and there is
