@@ -37,9 +37,9 @@ void require(bool done)
 
 Annotations::Annotations(XmlDocument& owner, pugi::xml_node annotated)
     : document(owner),
-      source(owner.locate(annotated.name()).source),
+      source(owner.locate(annotated).source),
       element(annotated),
-      tag(StartTag::read(source.getOriginal(), owner.locate(annotated.name()).offset))
+      tag(StartTag::read(source.getOriginal(), owner.locate(annotated).offset))
 {
     for (const auto& attribute : tag.attributes)
     {
@@ -61,6 +61,11 @@ const std::shared_ptr<DynamicAttributeCollection>& Annotations::get() const noex
 bool Annotations::isOfFile(std::string_view name) const
 {
     return tag.find(name) != nullptr;
+}
+
+void Annotations::rebind(pugi::xml_node annotated) noexcept
+{
+    element = annotated;
 }
 
 void Annotations::set(std::shared_ptr<DynamicAttributeCollection> attributes)

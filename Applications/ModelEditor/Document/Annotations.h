@@ -41,6 +41,9 @@ public:
     ///         file has there; std::bad_alloc. Nothing has changed then.
     void set(std::shared_ptr<Valdane::DynamicAttributeCollection> attributes);
 
+    /// Are from now on those of @p annotated, a copy of the element.
+    void rebind(pugi::xml_node annotated) noexcept;
+
 private:
     struct Original
     {

@@ -8,6 +8,21 @@
 namespace ModelEditor
 {
 
+namespace
+{
+
+// The entry of that node in what is sorted by node; null if there is none.
+template <typename Entries>
+auto* findLasting(Entries& sorted, const void* node) noexcept
+{
+    const auto place = std::lower_bound(sorted.begin(), sorted.end(), node,
+                                        [](const auto& entry, const void* wanted)
+                                        { return std::less<>()(entry.node, wanted); });
+    return place != sorted.end() && place->node == node ? &*place : nullptr;
+}
+
+} // namespace
+
 // Mostly the parser has the nodes in memory in the order of the document.
 ObjectsByNode::ObjectsByNode(const std::vector<XmlObject*>& lasting)
 {
@@ -29,16 +44,23 @@ void ObjectsByNode::add(XmlObject& object)
 
 void ObjectsByNode::remove(pugi::xml_node element) noexcept
 {
+    if (auto* const entry = findLasting(sorted, element.internal_object());
+        entry != nullptr && entry->object != nullptr)
+    {
+        entry->object = nullptr;
+        ++removed;
+        return;
+    }
     added.erase(element.internal_object());
 }
 
 XmlObject* ObjectsByNode::find(pugi::xml_node element) const
 {
     const void* const node = element.internal_object();
-    const auto place = std::ranges::lower_bound(sorted, node, std::less<>(), &Entry::node);
-    if (place != sorted.end() && place->node == node)
+    const auto* const entry = findLasting(sorted, node);
+    if (entry != nullptr && entry->object != nullptr)
     {
-        return place->object;
+        return entry->object;
     }
     const auto found = added.find(node);
     return found == added.end() ? nullptr : found->second;
@@ -46,7 +68,7 @@ XmlObject* ObjectsByNode::find(pugi::xml_node element) const
 
 std::size_t ObjectsByNode::size() const noexcept
 {
-    return sorted.size() + added.size();
+    return sorted.size() - removed + added.size();
 }
 
 } // namespace ModelEditor

@@ -20,15 +20,15 @@ class ObjectsByNode
 public:
     ObjectsByNode() = default;
 
-    /// @param lasting  objects of different elements, which keep them; best in the order of the document.
+    /// @param lasting  objects of different elements; best in the order of the document.
     explicit ObjectsByNode(const std::vector<XmlObject*>& lasting);
 
-    /// Adds an object that may go again. @pre it has an element whose object is not in here (not checked).
+    /// Adds an object. @pre it has an element whose object is not in here (not checked).
     ///
     /// @throws std::bad_alloc, nothing has changed then.
     void add(XmlObject& object);
 
-    /// Takes out the object of @p element if it was added.
+    /// Takes out the object of @p element if there is one.
     void remove(pugi::xml_node element) noexcept;
 
     /// The object of @p element, null if there is none. Cost: logarithmic.
@@ -45,6 +45,7 @@ private:
 
     // By node. Smaller than a table of hashes, and much faster made.
     std::vector<Entry> sorted;
+    std::size_t removed = 0; // entries of `sorted` that have lost their object
     std::unordered_map<const void*, XmlObject*> added;
 };
 

@@ -46,8 +46,16 @@ std::string SourceText::getCurrent(Span span) const
     result.reserve(span.length);
     const std::size_t end = span.offset + span.length;
     std::size_t position = span.offset;
-    auto next = position == 0 ? replacements.begin() : replacements.upper_bound(position);
-    for (; next != replacements.end() && next->first <= end; ++next)
+    auto next = replacements.lower_bound(position);
+    const auto isOfNothingAt = [&](std::size_t offset)
+    {
+        return next != replacements.end() && next->first == offset && next->second.length == 0;
+    };
+    if (position != 0 && isOfNothingAt(position))
+    {
+        ++next;
+    }
+    for (; next != replacements.end() && (next->first < end || isOfNothingAt(end)); ++next)
     {
         const auto& [offset, replacement] = *next;
         result.append(original, position, offset - position);

@@ -20,7 +20,7 @@ struct XmlChange
     /// What the file had when it was opened; nothing for what has no type, such as a name.
     std::optional<std::string> original{};
 
-    /// The child of the object that came or went; null if a value has changed.
+    /// The module that came, or went as it had been imported; null if something else has changed.
     const XmlObject* child = nullptr;
 };
 

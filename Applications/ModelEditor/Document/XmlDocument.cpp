@@ -16,9 +16,6 @@ namespace ModelEditor
 namespace
 {
 
-// As a fragment, because otherwise the parser drops text beside the root element instead of refusing it.
-constexpr unsigned int parseFlags = pugi::parse_full | pugi::parse_ws_pcdata | pugi::parse_fragment;
-
 std::string decoded(const Encoding& encoding, const std::string& bytes, const std::string& name)
 {
     try
@@ -28,47 +25,6 @@ std::string decoded(const Encoding& encoding, const std::string& bytes, const st
     catch (const Valdane::VdException& exception)
     {
         throw Valdane::VdException(name + ": " + exception.what());
-    }
-}
-
-[[noreturn]] void failToParse(const pugi::xml_parse_result& result, const std::string& name)
-{
-    if (result.status == pugi::status_out_of_memory)
-    {
-        throw std::bad_alloc();
-    }
-    throw Valdane::VdException(name + ": " + result.description());
-}
-
-// The text from which the node was parsed, if that starts with the node.
-const char* textFrom(pugi::xml_node node)
-{
-    switch (node.type())
-    {
-    case pugi::node_element:
-        return node.name() - std::string_view("<").size();
-    case pugi::node_pi:
-        return node.name() - std::string_view("<?").size();
-    case pugi::node_comment:
-        return node.value() - std::string_view("<!--").size();
-    default:
-        return node.value();
-    }
-}
-
-// Bottom up, because the parser would nest as deep as the nodes are.
-void removeNode(pugi::xml_node node) noexcept
-{
-    const auto end = node.parent();
-    while (node != end)
-    {
-        while (node.first_child())
-        {
-            node = node.first_child();
-        }
-        auto parent = node.parent();
-        parent.remove_child(node);
-        node = parent;
     }
 }
 
@@ -104,11 +60,12 @@ bool isLayout(pugi::xml_node node)
     return node.type() == pugi::node_pcdata && !isOnly && isBlank(node.value());
 }
 
-XmlDocument::XmlDocument(const std::string& bytes, const std::string& fileName)
+XmlDocument::XmlDocument(const std::string& bytes, const std::string& fileName, std::size_t firstLine)
     : name(fileName),
       encoding(Encoding::of(bytes)),
       source(decoded(encoding, bytes, fileName)),
-      parsed(source.getOriginal())
+      parsed(source.getOriginal()),
+      lineOffset(firstLine)
 {
     parse();
     requireOneRoot();
@@ -142,58 +99,6 @@ SourceText& XmlDocument::getSource() noexcept
 Span XmlDocument::getContent() const noexcept
 {
     return content;
-}
-
-XmlDocument::Place XmlDocument::locate(const char* text)
-{
-    const std::less<> before;
-    for (auto& segment : segments)
-    {
-        const char* const end = segment.parsed + segment.source.getOriginal().size();
-        if (!before(text, segment.parsed) && before(text, end))
-        {
-            return {.source = segment.source, .offset = static_cast<std::size_t>(text - segment.parsed)};
-        }
-    }
-    return {.source = source, .offset = offsetOf(text)};
-}
-
-void XmlDocument::append(const std::string& markup)
-{
-    auto root = getRootElement();
-    const auto last = root.last_child();
-    const bool isBehindText = last.type() == pugi::node_pcdata && last != layoutAtEnd;
-    const auto start = isBehindText ? markup.find_first_not_of(" \t\r\n") : 0;
-    auto& segment = segments.emplace_back(Segment{.source = SourceText(markup.substr(start)), .first = {}});
-    const auto text = segment.source.getOriginal();
-    const auto result = root.append_buffer(text.data(), text.size(), parseFlags, pugi::encoding_utf8);
-    segment.first = last ? last.next_sibling() : root.first_child();
-    if (!result)
-    {
-        removeLast();
-        failToParse(result, name);
-    }
-    segment.parsed = textFrom(segment.first);
-    root.append_move(layoutAtEnd);
-}
-
-pugi::xml_node XmlDocument::getLastAppended() const noexcept
-{
-    return segments.empty() ? pugi::xml_node() : segments.back().first;
-}
-
-std::string XmlDocument::removeLast() noexcept
-{
-    auto node = segments.back().first;
-    while (node && node != layoutAtEnd)
-    {
-        const auto following = node.next_sibling();
-        removeNode(node);
-        node = following;
-    }
-    auto markup = segments.back().source.release();
-    segments.pop_back();
-    return markup;
 }
 
 const Encoding& XmlDocument::getEncoding() const noexcept
@@ -300,13 +205,12 @@ void XmlDocument::findContent()
     const auto text = source.getOriginal();
     const auto root = getRootElement();
     const auto end = text.find_first_of("/>", StartTag::read(text, offsetOf(root.name())).end);
-    hasEmptyTag = text[end] == '/';
-    if (hasEmptyTag)
+    if (text[end] == '/')
     {
         content = {.offset = end, .length = 0};
         return;
     }
-    layoutAtEnd = isLayout(root.last_child()) ? root.last_child() : pugi::xml_node();
+    const auto layoutAtEnd = isLayout(root.last_child()) ? root.last_child() : pugi::xml_node();
     content.offset = end + 1;
     content.length = (layoutAtEnd ? offsetOf(layoutAtEnd.value()) : findEndTag()) - content.offset;
 }
@@ -321,34 +225,13 @@ std::size_t XmlDocument::findEndTag() const
 
 std::string XmlDocument::getCurrent() const
 {
-    if (segments.empty())
-    {
-        return source.getCurrent();
-    }
-    const std::size_t end = content.offset + content.length;
-    const std::size_t rest = end + (hasEmptyTag ? std::string_view("/>").size() : 0);
-    std::string text = source.getCurrent({.offset = 0, .length = end}) + (hasEmptyTag ? ">" : "");
-    for (const auto& segment : segments)
-    {
-        text += segment.source.getCurrent();
-    }
-    text += layoutAtEnd ? "" : getLineEnd();
-    text += hasEmptyTag ? std::string("</") + getRootElement().name() + ">" : "";
-    return text + source.getCurrent({.offset = rest, .length = source.getOriginal().size() - rest});
-}
-
-// What ends the line of the last module, so that the end tag stands on its own if the modules do.
-std::string XmlDocument::getLineEnd() const
-{
-    const auto text = segments.front().source.getOriginal();
-    const auto layout = text.substr(0, text.find_first_not_of(" \t\r\n"));
-    return std::string(layout.substr(0, layout.find('\n') + 1));
+    return chunkTable.getCurrent(source, {.offset = 0, .length = source.getOriginal().size()});
 }
 
 void XmlDocument::complain(std::size_t offset, const std::string& what) const
 {
     const auto before = source.getOriginal().substr(0, offset);
-    const auto line = std::ranges::count(before, '\n') + 1;
+    const auto line = std::ranges::count(before, '\n') + static_cast<std::ptrdiff_t>(lineOffset);
     const auto column = offset - (before.rfind('\n') + 1) + 1;
     throw Valdane::VdException(name + ":" + std::to_string(line) + ":" + std::to_string(column) + ": " +
                                what);

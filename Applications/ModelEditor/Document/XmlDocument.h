@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Applications/ModelEditor/Document/Chunks.h"
+#include "Applications/ModelEditor/Document/Cutting.h"
 #include "Applications/ModelEditor/Document/Encoding.h"
 #include "Applications/ModelEditor/Document/MarkupWarnings.h"
 #include "Applications/ModelEditor/Document/SourceText.h"
@@ -8,6 +10,7 @@
 
 #include <cstddef>
 #include <list>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -28,8 +31,8 @@ bool isLayout(pugi::xml_node node);
 ///
 /// The nodes are what XPath sees, the source text is what is saved. Who changes a value changes it in both.
 ///
-/// Markup can be appended to the root element. It is a source text of its own, which stands behind the last
-/// child that is no layout when the file is saved.
+/// Markup can be appended to the root element, and children can be put into any element and taken out. Markup that
+/// was added is a source text of its own; a table says in which order what parts of the texts are saved.
 ///
 /// Thread: one at a time.
 class XmlDocument
@@ -39,7 +42,8 @@ public:
     ///
     /// @throws VdException `<name>:<line>:<column>: <what is wrong>`, or without a place what concerns the
     ///         whole file; std::bad_alloc.
-    XmlDocument(const std::string& bytes, const std::string& fileName);
+    /// @param firstLine  the number that messages give the first line.
+    XmlDocument(const std::string& bytes, const std::string& fileName, std::size_t firstLine = 1);
     ~XmlDocument();
 
     XmlDocument(const XmlDocument&) = delete;
@@ -71,6 +75,51 @@ public:
     /// Cost: a step for every append.
     Place locate(const char* text);
 
+    /// Where the name of the element or instruction @p node stands, or the value of another one or of
+    /// @p attribute, unless that was changed.
+    ///
+    /// @throws VdException if it was changed.
+    Place locate(pugi::xml_node node);
+    Place locate(pugi::xml_attribute attribute);
+
+    /// The children of the element @p parent that are no layout, as they are saved; valid until some come or go.
+    ///
+    /// @throws std::bad_alloc. Cost: the first time linear in the element.
+    const Chunks& getChunks(pugi::xml_node parent);
+
+    /// Which of the chunks of its parent @p node is; the number of them if it is none. Cost: linear in that number.
+    std::size_t indexOf(pugi::xml_node node);
+
+    /// The node of the chunk @p index of @p parent.
+    pugi::xml_node getNode(pugi::xml_node parent, std::size_t index);
+
+    /// What is saved of @p chunk, without its layout.
+    std::string getMarkup(const Chunk& chunk) const;
+
+    /// The nodes of @p markup, to be put into the document. Its text is kept as long as the document lives.
+    ///
+    /// @param markup  part of a well-formed document, with a node (not checked).
+    /// @param layout  white space that stands before each node, instead of what @p markup has there; nothing to keep
+    ///                that.
+    /// @throws VdException if the encoding of the file lacks a character; std::bad_alloc.
+    Cutting parse(const std::string& markup, const std::optional<std::string>& layout);
+
+    /// Copies @p count chunks of @p parent from @p index on.
+    ///
+    /// @param copies  gets the nodes of the document and the copies. @throws std::bad_alloc
+    Cutting copy(pugi::xml_node parent, std::size_t index, std::size_t count, Copies& copies);
+
+    /// Puts a copy of @p cutting into @p parent, as its chunks from @p index on.
+    ///
+    /// @return the nodes of the cutting and their copies.
+    /// @throws std::bad_alloc. Nothing has changed then.
+    Copies insert(pugi::xml_node parent, std::size_t index, const Cutting& cutting);
+
+    /// Removes @p count chunks of @p parent from @p index on, and with the last one the layout behind it.
+    ///
+    /// @pre getChunks() was called for @p parent (not checked).
+    void remove(pugi::xml_node parent, std::size_t index, std::size_t count) noexcept;
+
     /// Parses @p markup and appends its nodes to the root element, before the layout at its end.
     ///
     /// If the last child is a text, white space at the start of the markup is left out, for it would become a
@@ -84,7 +133,7 @@ public:
     void append(const std::string& markup);
 
     /// The first of the nodes that were appended last; empty if there are none.
-    pugi::xml_node getLastAppended() const noexcept;
+    pugi::xml_node getLastAppended() noexcept;
 
     /// Takes out what was appended last: its nodes, its source text and all replacements in it.
     ///
@@ -115,8 +164,8 @@ private:
     struct Segment
     {
         SourceText source;
-        pugi::xml_node first;
         const char* parsed = nullptr;
+        bool hasTail = false; // whether it brought the layout at the end of the root
     };
 
     void parse();
@@ -128,7 +177,14 @@ private:
     void findContent();
     std::size_t findEndTag() const;
     std::string getCurrent() const;
-    std::string getLineEnd() const;
+    std::optional<Location> find(const void* identity, const char* text);
+    Place require(const std::optional<Location>& location) const;
+    void keepPlaces(const Cutting& cutting, const NodeMap& copies);
+    void findPlaces(pugi::xml_node original, const NodeMap& copies, Locations& places);
+    void forgetPlaces(pugi::xml_node node) noexcept;
+    void removeNodes(pugi::xml_node first, pugi::xml_node end) noexcept;
+    Chunks& chunksOf(pugi::xml_node element);
+    pugi::xml_node firstNodeOf(pugi::xml_node parent, const Chunks& chunks, std::size_t index) const;
 
     std::string name;
     Encoding encoding;
@@ -138,10 +194,12 @@ private:
     pugi::xml_document document;
 
     Span content;
-    bool hasEmptyTag = false;
-    pugi::xml_node layoutAtEnd;
-    // A list, because who changes values refers to the source texts.
+    std::size_t lineOffset;
+    // Lists, because who changes values refers to the source texts.
     std::list<Segment> segments;
+    std::list<SourceText> inserted;
+    ChunkTable chunkTable;
+    Locations places;
 };
 
 } // namespace ModelEditor

@@ -7,7 +7,6 @@
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <cstddef>
-#include <span>
 #include <unordered_set>
 #include <utility>
 
@@ -29,17 +28,6 @@ struct Level
     SiblingKeys keys;
     pugi::xml_node next;
 };
-
-// The node and the siblings behind it, those that are elements.
-std::vector<pugi::xml_node> elementsFrom(pugi::xml_node first)
-{
-    std::vector<pugi::xml_node> elements;
-    for (auto element = elementFrom(first); !element.empty(); element = elementFrom(element.next_sibling()))
-    {
-        elements.push_back(element);
-    }
-    return elements;
-}
 
 Part partOf(const std::string& attributeName)
 {
@@ -110,27 +98,6 @@ std::vector<pugi::xpath_node> evaluate(const pugi::xpath_query& query, pugi::xml
     return {nodes.begin(), nodes.end()};
 }
 
-enum class Way
-{
-    Came,
-    Went,
-};
-
-std::vector<XmlChange> changesOf(const XmlObject& root, const XmlPart& part, Way way)
-{
-    std::vector<XmlChange> changes;
-    for (const auto& module : part.modules)
-    {
-        const std::optional<std::string> title = module->getTitle();
-        changes.push_back({.object = root,
-                           .value = module->getAddressStep(),
-                           .before = way == Way::Went ? title : std::nullopt,
-                           .after = way == Way::Came ? title : std::nullopt,
-                           .child = module.get()});
-    }
-    return changes;
-}
-
 } // namespace
 
 std::string Selected::getAddress() const
@@ -171,7 +138,7 @@ void XmlModel::setCurrent(const std::shared_ptr<XmlObject>& element)
 std::shared_ptr<XmlObject> XmlModel::getCurrent() const
 {
     auto element = current.lock();
-    return element == nullptr || element->getElement().empty() ? nullptr : element;
+    return element == nullptr || element->getRootObjectAlt() != root ? nullptr : element;
 }
 
 Selection XmlModel::select(const std::string& xpath) const
@@ -212,37 +179,6 @@ const Encoding& XmlModel::getEncoding() const noexcept
 MarkupWarnings XmlModel::findWarnings() const
 {
     return document.findWarnings();
-}
-
-void XmlModel::append(XmlPart& part)
-{
-    attach(part);
-    try
-    {
-        report(changesOf(*root, part, Way::Came));
-    }
-    catch (...)
-    {
-        detach(part);
-        throw;
-    }
-}
-
-// The listener is told of what is done; if it does not take that, it is undone.
-void XmlModel::remove(XmlPart& part)
-{
-    requireLast(part);
-    const auto changes = changesOf(*root, part, Way::Went);
-    detach(part);
-    try
-    {
-        report(changes);
-    }
-    catch (...)
-    {
-        attach(part);
-        throw;
-    }
 }
 
 void XmlModel::setChangeListener(std::function<void(const XmlChange&)> listener)
@@ -290,110 +226,6 @@ std::shared_ptr<XmlObject> XmlModel::makeObject(std::string key, pugi::xml_node 
     return std::make_shared<XmlObject>(std::move(key), context, element);
 }
 
-void XmlModel::attach(XmlPart& part)
-{
-    root->settleTexts();
-    addresses.forget();
-    document.append(part.markup);
-    const bool isNew = part.modules.empty();
-    try
-    {
-        isNew ? makeModules(part) : bindObjects(part);
-        for (const auto& module : part.modules)
-        {
-            root->addChild(module);
-        }
-    }
-    catch (...)
-    {
-        detach(part);
-        if (isNew)
-        {
-            part.objects.clear();
-            part.modules.clear();
-        }
-        throw;
-    }
-    part.markup = {};
-}
-
-void XmlModel::makeModules(XmlPart& part)
-{
-    const auto all = elementsFrom(root->getElement().first_child());
-    const auto nodes = elementsFrom(document.getLastAppended());
-    SiblingKeys keys(root->getElement());
-    for (const auto old : std::span(all).first(all.size() - nodes.size()))
-    {
-        keys.next(old.name());
-    }
-    for (const auto node : nodes)
-    {
-        part.modules.push_back(makeObject(keys.next(node.name()), node));
-        addWithBelow(*part.modules.back(), part.objects);
-    }
-    for (auto* const object : part.objects)
-    {
-        objects.add(*object);
-    }
-}
-
-void XmlModel::bindObjects(const XmlPart& part)
-{
-    auto object = part.objects.begin();
-    for (auto node = document.getLastAppended(); node; node = nextNode(node))
-    {
-        if (node.type() == pugi::node_element)
-        {
-            (*object)->bind(node);
-            objects.add(**object);
-            ++object;
-        }
-    }
-}
-
-// Also what was attached only in part. Goes by the nodes, which takes no memory.
-void XmlModel::detach(XmlPart& part) noexcept
-{
-    for (const auto& module : part.modules)
-    {
-        if (module->getOwner() == root)
-        {
-            root->removeChild(module->getKey());
-        }
-    }
-    for (auto node = document.getLastAppended(); node; node = nextNode(node))
-    {
-        objects.remove(node);
-    }
-    for (auto* const object : part.objects)
-    {
-        object->bind({});
-    }
-    addresses.forget();
-    part.markup = document.removeLast();
-}
-
-void XmlModel::requireLast(const XmlPart& part) const
-{
-    const auto nodes = elementsFrom(document.getLastAppended());
-    if (nodes.empty() || part.modules.empty() || part.modules.front()->getElement() != nodes.front())
-    {
-        throw Valdane::VdException("the modules are not the last that were appended to " +
-                                   document.getName());
-    }
-}
-
-void XmlModel::report(const std::vector<XmlChange>& changes) const
-{
-    for (const auto& change : changes)
-    {
-        if (context.changed)
-        {
-            context.changed(change);
-        }
-    }
-}
-
 std::optional<Selected> XmlModel::find(const pugi::xpath_node& node) const
 {
     const auto objectOf = [this](pugi::xml_node element)
@@ -409,30 +241,42 @@ std::optional<Selected> XmlModel::find(const pugi::xpath_node& node) const
             return std::nullopt; // of the declaration, which is no node to XPath
         }
         const std::string name = attribute.name();
-        return Selected{
-            .object = objectOf(node.parent()), .part = partOf(name), .name = name, .text = attribute.value()};
+        return Selected{.object = objectOf(node.parent()),
+                        .part = partOf(name),
+                        .name = name,
+                        .text = attribute.value(),
+                        .node = node.parent()};
     }
     switch (node.node().type())
     {
     case pugi::node_document:
     case pugi::node_element:
-        return Selected{.object = objectOf(node.node()), .part = Part::Element, .name = {}, .text = {}};
+        return Selected{.object = objectOf(node.node()),
+                        .part = Part::Element,
+                        .name = {},
+                        .text = {},
+                        .node = node.node()};
     case pugi::node_pcdata:
     case pugi::node_cdata:
     {
         const auto object = objectOf(node.node().parent());
         const auto name = object->getTextName(node.node());
-        return name.empty()
-                   ? std::nullopt
-                   : std::optional(Selected{
-                         .object = object, .part = Part::Value, .name = name, .text = node.node().value()});
+        return name.empty() ? std::nullopt
+                            : std::optional(Selected{.object = object,
+                                                     .part = Part::Value,
+                                                     .name = name,
+                                                     .text = node.node().value(),
+                                                     .node = node.node()});
     }
     case pugi::node_declaration:
     case pugi::node_doctype:
         return std::nullopt;
     default:
-        return Selected{
-            .object = objectOf(node.node().parent()), .part = Part::Unsupported, .name = {}, .text = {}};
+        return Selected{.object = objectOf(node.node().parent()),
+                        .part = Part::Unsupported,
+                        .name = {},
+                        .text = {},
+                        .node = node.node()};
     }
 }
 

@@ -1,12 +1,15 @@
 #pragma once
 
 #include "Applications/ModelEditor/Document/AddressWalk.h"
+#include "Applications/ModelEditor/Document/Layout.h"
 #include "Applications/ModelEditor/Document/ObjectsByNode.h"
 #include "Applications/ModelEditor/Document/XmlDocument.h"
 #include "Applications/ModelEditor/Document/XmlObject.h"
+#include "Platform/Parameterization/Path.h"
 
 #include <pugixml.hpp>
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -33,8 +36,9 @@ struct Selected
 {
     std::shared_ptr<XmlObject> object; ///< the element, or the one that the node belongs to; never empty
     Part part = Part::Element;
-    std::string name; ///< of the attribute
-    std::string text; ///< its present value
+    std::string name;      ///< of the attribute
+    std::string text;      ///< its present value
+    pugi::xml_node node{}; ///< the node itself; the element if it is an attribute
 
     /// An absolute XPath that selects it.
     std::string getAddress() const;
@@ -56,11 +60,42 @@ struct XmlPart
     std::vector<XmlObject*> objects{};                 ///< the modules and all below them, in document order
 };
 
+/// Children of one element that follow each other, and can be taken out of a model and put into it. They keep their
+/// objects, and what was changed in them.
+struct XmlCutting
+{
+    /// A text among them.
+    struct Text
+    {
+        pugi::xml_node node;
+        XmlObject::TakenText taken;
+    };
+
+    Valdane::Path parent{}; ///< the way to the element
+    std::size_t index = 0;  ///< of the first of them among the element's chunks
+    std::size_t count = 0;  ///< of the chunks that they are
+
+    // While they are out, the nodes, the objects of elements among them, the objects of all elements, and the texts.
+    Cutting cutting{};
+    std::vector<std::shared_ptr<XmlObject>> tops{};
+    std::vector<XmlObject*> objects{};
+    std::vector<Text> texts{};
+};
+
+/// Markup that is to become children of an element.
+struct NewChildren
+{
+    std::string markup;
+    std::optional<std::string> layout{}; ///< see XmlDocument::parse()
+    std::string tail{};                  ///< white space behind them if there are no other children
+};
+
 /// An XML file as a parameter tree.
 ///
 /// Every element is an XmlObject, those with an attribute `name` are NamedXmlObjects. The children of the
-/// root are the modules of the model. Modules can be appended and taken out, last in, first out. The objects
-/// are made at once, about 300 bytes for each, all else when it is asked for.
+/// root are the modules of the model. Modules can be appended and taken out, and children of any element put in and
+/// taken out, last in, first out. The objects are made at once, about 300 bytes for each, all else when it is asked
+/// for.
 ///
 /// Ownership: owns document and objects; objects that outlive it must not be used.
 /// Thread: the application's main thread only.
@@ -119,6 +154,42 @@ public:
     /// Cost: linear in the part.
     void remove(XmlPart& part);
 
+    /// The children of @p parent that are no layout, as they are saved; see XmlDocument::getChunks().
+    const Chunks& getChunks(const XmlObject& parent);
+
+    /// Which of them @p node is. Cost: linear in their number.
+    std::size_t indexOf(pugi::xml_node node);
+
+    /// What is saved of @p node, which is one of them, without its layout.
+    std::string getMarkup(pugi::xml_node node);
+
+    /// The white space for new children of @p parent; see layoutAt().
+    Layout getLayout(const XmlObject& parent, std::optional<std::size_t> neighbour);
+
+    /// By how much the children of an element are indented more than the element.
+    std::string getIndent();
+
+    /// What @p children are as chunks of @p parent from @p index on. They are not in the model yet; put() does that.
+    ///
+    /// @throws what XmlDocument::parse() throws. Nothing has changed then.
+    XmlCutting parse(XmlObject& parent, std::size_t index, const NewChildren& children);
+
+    /// Puts the children of @p part to where they belong.
+    ///
+    /// The change listener is told of each of them.
+    /// @pre they are not in the model (not checked).
+    /// @throws VdException if the place is gone; what the listener throws; std::bad_alloc. Nothing has changed then.
+    /// Cost: linear in the part, and in the number of children of the element.
+    void put(XmlCutting& part);
+
+    /// Takes the children out that @p part says where to find.
+    ///
+    /// Until they are put in again, their objects have elements that are not in the document. The change listener is told
+    /// of each of them.
+    /// @throws VdException if there are not so many; what the listener throws; std::bad_alloc. Nothing has changed then.
+    /// Cost: as for put().
+    void take(XmlCutting& part);
+
     /// Has @p listener called after every change of a value, and when modules have come or gone; an empty
     /// function ends that.
     void setChangeListener(std::function<void(const XmlChange&)> listener);
@@ -135,7 +206,11 @@ private:
     void makeModules(XmlPart& part);
     void bindObjects(const XmlPart& part);
     void detach(XmlPart& part) noexcept;
-    void requireLast(const XmlPart& part) const;
+    void requireLast(const XmlPart& part);
+    std::shared_ptr<XmlObject> requireParent(const XmlCutting& part) const;
+    void attach(XmlObject& parent, XmlCutting& part);
+    void detach(XmlObject& parent, XmlCutting& part);
+    std::vector<XmlChange> changesIn(XmlObject& parent, const XmlCutting& part, bool came);
     void report(const std::vector<XmlChange>& changes) const;
     std::optional<Selected> find(const pugi::xpath_node& node) const;
 

@@ -5,6 +5,7 @@
 #include "Applications/ModelEditor/Document/Markup.h"
 #include "Applications/ModelEditor/Document/XmlChange.h"
 #include "Applications/ModelEditor/Document/XmlDocument.h"
+#include "Applications/ModelEditor/Document/XmlObjectFindings.h"
 #include "Applications/ModelEditor/Document/XmlValue.h"
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Parameterization/AttributeDescription.h"
@@ -29,11 +30,6 @@ using Valdane::AttributeDescription;
 using Valdane::AttributeDescriptionBase;
 using Valdane::DynamicAttributeCollection;
 
-bool isText(pugi::xml_node node)
-{
-    return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
-}
-
 std::optional<std::string> nameOf(pugi::xml_node element)
 {
     const auto name = element.attribute("name");
@@ -41,26 +37,6 @@ std::optional<std::string> nameOf(pugi::xml_node element)
 }
 
 } // namespace
-
-// The texts of an element that are no layout, and the number that XPath gives each: it counts layout, too.
-struct XmlObject::Texts
-{
-    std::vector<pugi::xml_node> nodes;
-    std::unordered_map<const void*, std::size_t> numbers;
-
-    std::size_t numberOf(pugi::xml_node node) const
-    {
-        return numbers.at(node.internal_object());
-    }
-};
-
-// What was found out because somebody asked for it.
-struct XmlObject::Findings
-{
-    std::optional<Texts> texts;
-    std::map<std::string, XmlValue> values;
-    std::optional<Annotations> annotations;
-};
 
 XmlObject::XmlObject(std::string key, const XmlContext& shared, pugi::xml_node node)
     : Object(std::move(key)), context(shared), element(node)
@@ -95,19 +71,6 @@ std::string XmlObject::getAddress() const
     return address;
 }
 
-// A key without a number was made when there was no sibling of the same tag; since then one may have come.
-std::string XmlObject::getAddressStep() const
-{
-    const auto above = getOwner();
-    const bool isFirstOfMany = above != nullptr && above->findChild(getKey() + "[2]") != nullptr;
-    return isFirstOfMany ? getKey() + "[1]" : getKey();
-}
-
-void XmlObject::settleTexts()
-{
-    (void)getTexts();
-}
-
 std::string XmlObject::getTitle() const
 {
     std::string tag = element.name();
@@ -125,17 +88,6 @@ std::string XmlObject::getTitle() const
     return tag;
 }
 
-std::string XmlObject::getTextName(pugi::xml_node textNode)
-{
-    const auto& all = getTexts();
-    if (!all.numbers.contains(textNode.internal_object()))
-    {
-        return {};
-    }
-    return textNode == all.nodes.front() ? "text()"
-                                         : "text()[" + std::to_string(all.numberOf(textNode)) + "]";
-}
-
 std::vector<std::string> XmlObject::getAttributeNames()
 {
     std::vector<std::string> names;
@@ -146,23 +98,11 @@ std::vector<std::string> XmlObject::getAttributeNames()
             names.emplace_back(attribute.name());
         }
     }
-    for (const auto text : getTexts().nodes)
+    for (const auto& text : getTexts().all)
     {
-        names.push_back(getTextName(text));
+        names.push_back(getTextName(text.node));
     }
     return names;
-}
-
-std::string XmlObject::getStep(const std::string& name)
-{
-    if (!name.starts_with("text()"))
-    {
-        return "@" + name;
-    }
-    const auto& all = getTexts();
-    return all.nodes.size() > 1 && name == "text()"
-               ? name + "[" + std::to_string(all.numberOf(all.nodes.front())) + "]"
-               : name;
 }
 
 std::string XmlObject::getText(const std::string& name)
@@ -321,8 +261,7 @@ std::shared_ptr<AttributeDescriptionBase> XmlObject::describe(const std::string&
 {
     auto description = std::make_shared<AttributeDescription<std::string>>(
         name, [this, name] { return requireValue(name).getText(); },
-        [this, which = ValueName{.name = name, .step = getStep(name)}](const std::string& to)
-        { change(which, to); });
+        [this, name](const std::string& to) { change({.name = name, .step = getStep(name)}, to); });
     addAttributeDescription(description);
     return description;
 }
@@ -356,7 +295,7 @@ bool XmlObject::mayTakeMarkup(const std::string& name)
     {
         return false;
     }
-    const auto place = context.document.locate(attribute ? attribute.value() : textNode.value());
+    const auto place = attribute ? context.document.locate(attribute) : context.document.locate(textNode);
     const auto text = place.source.getOriginal();
     const auto end = text.find(attribute ? text[place.offset - 1] : '<', place.offset);
     return text.substr(place.offset, end - place.offset).find('&') != std::string_view::npos;
@@ -370,47 +309,6 @@ XmlValue& XmlObject::requireValue(const std::string& name)
         throw Valdane::VdException("there is no " + name + " at " + getAddress());
     }
     return *value;
-}
-
-// The nodes stand in the order of their numbers.
-pugi::xml_node XmlObject::findTextNode(const std::string& name)
-{
-    const auto& all = getTexts();
-    if (name == "text()")
-    {
-        return all.nodes.empty() ? pugi::xml_node() : all.nodes.front();
-    }
-    constexpr std::string_view start = "text()[";
-    std::size_t number = 0;
-    if (name.starts_with(start))
-    {
-        std::from_chars(name.data() + start.size(), name.data() + name.size(), number);
-    }
-    const auto found = std::ranges::lower_bound(all.nodes, number, {},
-                                                [&](pugi::xml_node node) { return all.numberOf(node); });
-    return found != all.nodes.end() && getTextName(*found) == name ? *found : pugi::xml_node();
-}
-
-// Found before anybody can change one, so that what is layout stays so.
-const XmlObject::Texts& XmlObject::getTexts()
-{
-    auto& texts = requireFindings().texts;
-    if (!texts)
-    {
-        Texts found;
-        std::size_t number = 0;
-        for (const auto node : element.children())
-        {
-            number += isText(node) ? 1 : 0;
-            if (isText(node) && !isLayout(node))
-            {
-                found.nodes.push_back(node);
-                found.numbers.emplace(node.internal_object(), number);
-            }
-        }
-        texts = std::move(found);
-    }
-    return *texts;
 }
 
 Annotations& XmlObject::requireAnnotations()

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "Applications/ModelEditor/Document/XmlValue.h"
 #include "Platform/Parameterization/Object.h"
 
 #include <pugixml.hpp>
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,8 +17,8 @@ namespace ModelEditor
 {
 
 class Annotations;
+class NodeMap;
 class XmlDocument;
-class XmlValue;
 struct XmlChange;
 
 /// What the objects of one model share.
@@ -29,14 +32,15 @@ struct XmlContext
 /// An element of a model as an object of the parameter tree.
 ///
 /// Its key is its tag, followed by its number among the siblings of the same tag where there are several:
-/// `mass`, `link[2]`. It stays the same when siblings come and go: they come behind the others, so that
-/// `mass` may get a sibling `mass[2]`.
+/// `mass`, `link[2]`. It stays the same when siblings come and go, so that it may differ from the last step of the
+/// address then: `mass` may get a sibling `mass[2]`, and `link[3]` stays what it is when `link[2]` goes.
 ///
 /// The element may go, and come back as another node with the same markup: see bind().
 ///
 /// Its attributes are described when they are asked for:
 /// - every XML attribute except `name`, namespaced ones and namespace declarations, under its name;
-/// - its first text (or CDATA section) as `text()`, further ones as `text()[n]`, where n is XPath's number.
+/// - its first text (or CDATA section) as `text()`, further ones as `text()[n]`, where n is XPath's number
+///   when the object has looked for them; these names stay the same when children come and go.
 ///   White space that only lays out other nodes is no text.
 /// All are std::string, and what is set is what is written, escaped as markup needs it. Undoing every change gives back
 /// the very characters that were read.
@@ -64,6 +68,36 @@ public:
 
     /// The last step of that address.
     std::string getAddressStep() const;
+
+    /// The elements below this one, in the order of the document.
+    std::vector<std::shared_ptr<XmlObject>> getElements() const;
+
+    /// Is from now on the object of the copy that its element has in @p copies, with all that was found out of it.
+    void rebind(const NodeMap& copies) noexcept;
+
+    /// Has to be called when nodes have come or gone below the element.
+    void onChildrenChanged() noexcept;
+
+    /// A text that is not in the element just now.
+    struct TakenText
+    {
+        std::size_t key = 0;                                ///< what its name is made of
+        std::map<std::string, XmlValue>::node_type value{}; ///< if somebody has asked for it
+    };
+
+    /// A key that no text of the element has had.
+    std::size_t makeTextKey();
+
+    /// Adds the child @p node, which was not in the element, to the texts.
+    ///
+    /// @throws std::bad_alloc, nothing has changed then.
+    void addText(pugi::xml_node node, TakenText& taken);
+
+    /// Takes the text @p node, which is going, from the texts. @pre it is one, and settleTexts() was called (not checked).
+    TakenText takeText(pugi::xml_node node) noexcept;
+
+    /// Whether the child @p node is one of the texts.
+    bool hasText(pugi::xml_node node);
 
     /// Finds the texts now, so that what is one stays one when the element gets further children.
     void settleTexts();
@@ -147,7 +181,9 @@ private:
     bool mayTakeMarkup(const std::string& name);
     XmlValue* findValue(const std::string& name);
     XmlValue& requireValue(const std::string& name);
-    const Texts& getTexts();
+    Texts& getTexts();
+    const Texts& getNumberedTexts();
+    std::string getStepOfChild(pugi::xml_node child);
     Annotations& requireAnnotations();
     template <typename Wanted>
     std::vector<std::string> listAnnotations(const Wanted& isWanted);
@@ -158,6 +194,7 @@ private:
     const XmlContext& context;
     pugi::xml_node element;
     std::unique_ptr<Findings> findings;
+    bool hasOwnOrder = false; // once children have come or gone
 };
 
 } // namespace ModelEditor

@@ -1,5 +1,6 @@
 #include "Applications/ModelEditor/Document/XmlValue.h"
 
+#include "Applications/ModelEditor/Document/Cutting.h"
 #include "Applications/ModelEditor/Document/MarkedText.h"
 #include "Applications/ModelEditor/Document/ValueText.h"
 #include "Applications/ModelEditor/Document/XmlDocument.h"
@@ -49,12 +50,12 @@ Span spanUpTo(std::string_view end, const XmlDocument::Place& place)
 
 XmlValue::XmlValue(XmlDocument& owner, pugi::xml_attribute changed)
     : document(owner),
-      source(owner.locate(changed.value()).source),
+      source(owner.locate(changed).source),
       attribute(changed),
       place(MarkupPlace::DoubleQuoted),
       original(changed.value())
 {
-    const auto where = owner.locate(changed.value());
+    const auto where = owner.locate(changed);
     const auto quote = source.getOriginal().substr(where.offset - 1, 1);
     span = spanUpTo(quote, where);
     place = placeOf(quote.front());
@@ -63,12 +64,12 @@ XmlValue::XmlValue(XmlDocument& owner, pugi::xml_attribute changed)
 
 XmlValue::XmlValue(XmlDocument& owner, pugi::xml_node changed)
     : document(owner),
-      source(owner.locate(changed.value()).source),
+      source(owner.locate(changed).source),
       textNode(changed),
       place(changed.type() == pugi::node_cdata ? MarkupPlace::CData : MarkupPlace::Text),
       original(changed.value())
 {
-    span = spanUpTo(place == MarkupPlace::CData ? "]]>" : "<", owner.locate(changed.value()));
+    span = spanUpTo(place == MarkupPlace::CData ? "]]>" : "<", owner.locate(changed));
     hadReferences = hasReferences(getMarkedOriginal());
 }
 
@@ -95,6 +96,12 @@ std::string XmlValue::getShown() const
 const std::string& XmlValue::getOriginal() const noexcept
 {
     return original;
+}
+
+void XmlValue::rebind(const NodeMap& copies) noexcept
+{
+    attribute = copies(attribute);
+    textNode = copies(textNode);
 }
 
 void XmlValue::setText(const std::string& text)

@@ -11,6 +11,7 @@
 namespace ModelEditor
 {
 
+class NodeMap;
 class XmlDocument;
 
 /// One attribute value or one text of a document, to read and to write.
@@ -44,6 +45,9 @@ public:
     /// @param text  in which references may be marked, see MarkedText.h.
     /// @throws VdException if XML or the encoding of the document cannot hold @p text; std::bad_alloc. Nothing has changed then.
     void setText(const std::string& text);
+
+    /// Is from now on the value of the copy that its node or attribute has in @p copies.
+    void rebind(const NodeMap& copies) noexcept;
 
 private:
     std::string getMarkedOriginal() const;

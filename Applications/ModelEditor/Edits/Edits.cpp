@@ -2,6 +2,7 @@
 
 #include "Applications/ModelEditor/Document/Markup.h"
 #include "Applications/ModelEditor/Document/NamedXmlObject.h"
+#include "Applications/ModelEditor/Document/NewMarkup.h"
 #include "Applications/ModelEditor/Document/Nodes.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
 #include "Applications/ModelEditor/Edits/AnnotateCmd.h"
@@ -54,17 +55,6 @@ std::shared_ptr<CommandBase> makeClearOf(const std::shared_ptr<XmlObject>& objec
                           (hasOthers ? "; those that the file had go by their PREFIX" : ""));
     }
     return std::make_shared<AnnotateCmd>(object, names, describeClear(*object));
-}
-
-bool isDeclaredAt(pugi::xml_node element, const std::string& prefix)
-{
-    const std::string declaration = "xmlns:" + prefix;
-    bool isDeclared = prefix == "xml";
-    for (; element && !isDeclared; element = element.parent())
-    {
-        isDeclared = !element.attribute(declaration.c_str()).empty();
-    }
-    return isDeclared;
 }
 
 Edit makeSetAs(Entered entered, const XmlModel& model, const std::vector<std::string>& arguments)

@@ -383,10 +383,7 @@ std::vector<std::shared_ptr<XmlObject>> Editor::listModified(HistoryLevel::Track
     }
     const auto modifiedModules = getModifiedModules(tracker);
     std::vector<std::shared_ptr<XmlObject>> all{model.getRoot()};
-    for (const auto& child : model.getRoot()->getChildren())
-    {
-        all.push_back(std::static_pointer_cast<XmlObject>(child));
-    }
+    std::ranges::copy(model.getRoot()->getElements(), std::back_inserter(all));
     std::erase_if(all, [&](const auto& module) { return !modifiedModules.contains(module.get()); });
     return all;
 }

@@ -30,10 +30,10 @@ void ModelView::printTree(const std::shared_ptr<XmlObject>& top, std::size_t dep
         printNode(*object, level, level == depth, marked.contains(object.get()));
         if (level < depth)
         {
-            const auto children = object->getChildren();
+            const auto children = object->getElements();
             for (auto child = children.rbegin(); child != children.rend(); ++child)
             {
-                open.emplace_back(std::static_pointer_cast<XmlObject>(*child), level + 1);
+                open.emplace_back(*child, level + 1);
             }
         }
     }
@@ -135,7 +135,7 @@ void ModelView::printHidden(std::uint64_t steps) const
 void ModelView::printNode(const XmlObject& object, std::size_t level, bool isLast, bool isMarked) const
 {
     const auto name = object.getElement().attribute("name");
-    out << std::string(2 * level, ' ') << object.getKey();
+    out << std::string(2 * level, ' ') << object.getAddressStep();
     if (name)
     {
         out << ' ' << shown(name.value());

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "Applications/ModelEditor/Document/SourceText.h"
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace ModelEditor
+{
+
+/// A child of an element as it is saved: an element, a text, a comment or an instruction, with the layout before it.
+struct Chunk
+{
+    SourceText* source; ///< in which it stands
+    Span node;          ///< where it stands there, without the layout
+    std::string layout; ///< white space between it and what is before it
+};
+
+/// The children of one element in the order in which they are saved.
+struct Chunks
+{
+    Span replaced; ///< what they take the place of: all between the two tags, or the end `/>` of the only one
+    std::string emptyTag;     ///< the name of the element if it has only one tag, otherwise empty
+    std::vector<Chunk> all{}; ///< the children
+    std::string tail{};       ///< white space behind the last child
+};
+
+/// The nodes that follow each other in @p source from @p offset up to the end of the text, or to the end tag of the
+/// element around them. White space that is all that there is is a text.
+///
+/// @pre the text is well-formed (not checked). Cost: linear in what is read.
+Chunks readChunks(SourceText& source, std::size_t offset);
+
+/// The children of those elements that have got or lost some.
+///
+/// The texts in which the children stand stay as they are; this says in which order which parts of them are saved.
+///
+/// Ownership: refers to the source texts. Thread: one at a time.
+class ChunkTable
+{
+public:
+    /// The children of the element whose name is at @p nameOffset of @p source; they are read there if nobody asked
+    /// before.
+    ///
+    /// Throws nothing if somebody has. Cost: the first time linear in the element's length.
+    Chunks& of(SourceText& source, std::size_t nameOffset);
+
+    /// Forgets all elements of @p source.
+    void forget(const SourceText& source) noexcept;
+
+    /// What is saved of @p span of @p source: with all replacements, and with the children that elements have now.
+    /// Uses no stack that grows with the depth of the elements.
+    ///
+    /// @pre as for SourceText::getCurrent().
+    std::string getCurrent(const SourceText& source, Span span) const;
+
+private:
+    using Key = std::pair<const SourceText*, std::size_t>;
+
+    // By where the name of the element is.
+    std::map<Key, Chunks> elements;
+};
+
+} // namespace ModelEditor

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <pugixml.hpp>
+
+#include <string>
+#include <vector>
+
+namespace ModelEditor
+{
+
+/// Markup that somebody has written to be put into a document.
+struct NewMarkup
+{
+    std::string text;      ///< without layout around the nodes, unless there are texts beside them
+    bool hasTexts = false; ///< texts or CDATA sections that are in no element of it
+    std::vector<std::string> prefixes; ///< that are used in it and not declared there
+};
+
+/// Reads elements, comments, instructions, CDATA sections and texts.
+///
+/// @throws VdException `markup:<line>:<column>: <what is wrong>`, or without a place what concerns all of it.
+NewMarkup readMarkup(const std::string& markup);
+
+/// Whether @p prefix is declared at @p element or around it.
+bool isDeclaredAt(pugi::xml_node element, const std::string& prefix);
+
+} // namespace ModelEditor

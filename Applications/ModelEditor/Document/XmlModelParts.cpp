@@ -1,0 +1,308 @@
+#include "Applications/ModelEditor/Document/SiblingKeys.h"
+#include "Applications/ModelEditor/Document/XmlChange.h"
+#include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Platform/ExceptionHandling/VdException.h"
+
+#include <cstddef>
+#include <map>
+#include <span>
+#include <utility>
+
+// How children come into a model and go again.
+
+namespace ModelEditor
+{
+
+namespace
+{
+
+// Keys for further children of an element, which no child has.
+class NewKeys
+{
+public:
+    NewKeys(const XmlObject& parent, pugi::xml_node added) : owner(parent)
+    {
+        count(parent.getElement(), present);
+        count(added, all);
+    }
+
+    std::string next(const std::string& tag)
+    {
+        auto& number = ++present[tag];
+        if (number == 1 && all[tag] == 1 && owner.findChild(tag) == nullptr)
+        {
+            return tag;
+        }
+        while (owner.findChild(tag + "[" + std::to_string(number) + "]") != nullptr)
+        {
+            ++number;
+        }
+        return tag + "[" + std::to_string(number) + "]";
+    }
+
+private:
+    static void count(pugi::xml_node parent, std::map<std::string, std::size_t>& tags)
+    {
+        for (auto element = elementFrom(parent.first_child()); element;
+             element = elementFrom(element.next_sibling()))
+        {
+            ++tags[element.name()];
+        }
+    }
+
+    const XmlObject& owner;
+    std::map<std::string, std::size_t> present;
+    std::map<std::string, std::size_t> all;
+};
+
+bool isTextChild(pugi::xml_node node)
+{
+    return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+}
+
+} // namespace
+
+const Chunks& XmlModel::getChunks(const XmlObject& parent)
+{
+    return document.getChunks(parent.getElement());
+}
+
+std::size_t XmlModel::indexOf(pugi::xml_node node)
+{
+    return document.indexOf(node);
+}
+
+std::string XmlModel::getMarkup(pugi::xml_node node)
+{
+    return document.getMarkup(document.getChunks(node.parent()).all.at(document.indexOf(node)));
+}
+
+Layout XmlModel::getLayout(const XmlObject& parent, std::optional<std::size_t> neighbour)
+{
+    return layoutAt(document, parent.getElement(), neighbour);
+}
+
+std::string XmlModel::getIndent()
+{
+    return indentOf(document);
+}
+
+XmlCutting XmlModel::parse(XmlObject& parent, std::size_t index, const NewChildren& children)
+{
+    XmlCutting part{.parent = parent.getPath(Valdane::RequestedPathType::FromRoot), .index = index};
+    part.cutting = document.parse(children.markup, children.layout);
+    part.cutting.tail = children.tail;
+    part.count = part.cutting.chunks.size();
+    NewKeys keys(parent, *part.cutting.nodes);
+    for (const auto node : part.cutting.nodes->children())
+    {
+        if (node.type() == pugi::node_element)
+        {
+            part.tops.push_back(makeObject(keys.next(node.name()), node));
+            addWithBelow(*part.tops.back(), part.objects);
+        }
+        else if (isTextChild(node))
+        {
+            part.texts.push_back({.node = node, .taken = {.key = parent.makeTextKey()}});
+        }
+    }
+    return part;
+}
+
+void XmlModel::put(XmlCutting& part)
+{
+    attach(*requireParent(part), part);
+}
+
+void XmlModel::take(XmlCutting& part)
+{
+    const auto parent = requireParent(part);
+    if (part.index + part.count > getChunks(*parent).all.size())
+    {
+        throw Valdane::VdException("there is no longer what was to be taken out of " + parent->getAddress());
+    }
+    detach(*parent, part);
+}
+
+std::shared_ptr<XmlObject> XmlModel::requireParent(const XmlCutting& part) const
+{
+    auto parent = std::static_pointer_cast<XmlObject>(
+        root->getObject(part.parent, Valdane::GetObjectBehavior::EmptyIfMissing));
+    if (parent == nullptr)
+    {
+        throw Valdane::VdException("there is no element at " + part.parent.toString());
+    }
+    return parent;
+}
+
+void XmlModel::attach(XmlObject& parent, XmlCutting& part)
+{
+    const auto element = parent.getElement();
+    if (part.index > getChunks(parent).all.size())
+    {
+        throw Valdane::VdException("there is no longer a place for it in " + parent.getAddress());
+    }
+    parent.settleTexts();
+    addresses.forget();
+    const auto copies = document.insert(element, part.index, part.cutting);
+    const auto rebindAll = [&](const NodeMap& map)
+    {
+        for (auto* const object : part.objects)
+        {
+            object->rebind(map);
+        }
+        for (auto& text : part.texts)
+        {
+            if (text.taken.value)
+            {
+                text.taken.value.mapped().rebind(map);
+            }
+        }
+    };
+    rebindAll(copies.there);
+    std::size_t added = 0;
+    try
+    {
+        for (auto* const object : part.objects)
+        {
+            objects.add(*object);
+        }
+        for (const auto& top : part.tops)
+        {
+            parent.addChild(top);
+        }
+        for (auto& text : part.texts)
+        {
+            parent.addText(copies.there(text.node), text.taken);
+            ++added;
+        }
+        parent.onChildrenChanged();
+        report(changesIn(parent, part, true));
+    }
+    catch (...)
+    {
+        for (auto& text : std::span(part.texts).first(added))
+        {
+            text.taken = parent.takeText(copies.there(text.node));
+        }
+        for (const auto& top : part.tops)
+        {
+            if (top->getOwner().get() == &parent)
+            {
+                parent.removeChild(top->getKey());
+            }
+        }
+        for (auto* const object : part.objects)
+        {
+            objects.remove(object->getElement());
+        }
+        rebindAll(copies.back);
+        document.remove(element, part.index, part.count);
+        addresses.forget();
+        parent.onChildrenChanged();
+        throw;
+    }
+    part.cutting = {};
+    part.tops.clear();
+    part.objects.clear();
+    part.texts.clear();
+}
+
+void XmlModel::detach(XmlObject& parent, XmlCutting& part)
+{
+    const auto element = parent.getElement();
+    parent.settleTexts();
+    Copies copies;
+    auto cutting = document.copy(element, part.index, part.count, copies);
+    std::vector<std::shared_ptr<XmlObject>> tops;
+    std::vector<XmlObject*> gone;
+    std::vector<XmlCutting::Text> texts;
+    for (const auto node : cutting.nodes->children())
+    {
+        if (isTextChild(node) && parent.hasText(copies.back(node)))
+        {
+            texts.push_back({.node = node, .taken = {}});
+        }
+    }
+    for (auto node = cutting.nodes->first_child(); node; node = nextNode(node))
+    {
+        if (node.type() != pugi::node_element)
+        {
+            continue;
+        }
+        gone.push_back(objects.find(copies.back(node)));
+        if (node.parent() == *cutting.nodes)
+        {
+            tops.push_back(std::static_pointer_cast<XmlObject>(gone.back()->shared_from_this()));
+        }
+    }
+    // The listener is told while nothing has changed: what has gone could not be brought back without memory.
+    report(changesIn(parent, part, false));
+    // From here on nothing fails.
+    addresses.forget();
+    for (auto& text : texts)
+    {
+        text.taken = parent.takeText(copies.back(text.node));
+        if (text.taken.value)
+        {
+            text.taken.value.mapped().rebind(copies.there);
+        }
+    }
+    for (const auto& top : tops)
+    {
+        parent.removeChild(top->getKey());
+    }
+    for (auto* const object : gone)
+    {
+        objects.remove(object->getElement());
+        object->rebind(copies.there);
+    }
+    document.remove(element, part.index, part.count);
+    parent.onChildrenChanged();
+    part.cutting = std::move(cutting);
+    part.tops = std::move(tops);
+    part.objects = std::move(gone);
+    part.texts = std::move(texts);
+}
+
+// Of the children of the part, which are in the model.
+std::vector<XmlChange> XmlModel::changesIn(XmlObject& parent, const XmlCutting& part, bool came)
+{
+    std::vector<XmlChange> changes;
+    for (std::size_t index = part.index; index < part.index + part.count; ++index)
+    {
+        const auto node = document.getNode(parent.getElement(), index);
+        XmlChange change{.object = parent, .value = {}, .before = {}, .after = {}};
+        auto& text = came ? change.after : change.before;
+        if (node.type() == pugi::node_element)
+        {
+            const auto* const child = objects.find(node);
+            change.value = child->getAddressStep();
+            text = child->getTitle();
+            change.child = came && &parent == root.get() ? child : nullptr;
+        }
+        else
+        {
+            const bool isComment = node.type() == pugi::node_comment;
+            change.value = isTextChild(node) ? parent.getStep(parent.getTextName(node))
+                                             : (isComment ? "comment()" : "processing-instruction()");
+            text =
+                node.type() == pugi::node_pi ? std::string(node.name()) + " " + node.value() : node.value();
+        }
+        changes.push_back(std::move(change));
+    }
+    return changes;
+}
+
+void XmlModel::report(const std::vector<XmlChange>& changes) const
+{
+    for (const auto& change : changes)
+    {
+        if (context.changed)
+        {
+            context.changed(change);
+        }
+    }
+}
+
+} // namespace ModelEditor

@@ -1,0 +1,245 @@
+#include "Applications/ModelEditor/Document/Cutting.h"
+#include "Applications/ModelEditor/Document/SiblingKeys.h"
+#include "Applications/ModelEditor/Document/XmlDocument.h"
+#include "Applications/ModelEditor/Document/XmlObjectFindings.h"
+
+#include <algorithm>
+#include <charconv>
+#include <string_view>
+#include <utility>
+
+// The texts of an element, and what children that come and go mean for it.
+
+namespace ModelEditor
+{
+
+namespace
+{
+
+constexpr std::string_view textName = "text()";
+
+bool isTextNode(pugi::xml_node node)
+{
+    return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+}
+
+std::string nameOfKey(std::size_t key)
+{
+    return std::string(textName) + (key == 0 ? "" : "[" + std::to_string(key) + "]");
+}
+
+} // namespace
+
+void XmlObject::settleTexts()
+{
+    (void)getTexts();
+}
+
+std::string XmlObject::getTextName(pugi::xml_node textNode)
+{
+    const auto& texts = getNumberedTexts();
+    const auto found = texts.byNode.find(textNode.internal_object());
+    return found == texts.byNode.end() ? std::string() : nameOfKey(texts.all[found->second.index].key);
+}
+
+std::string XmlObject::getStep(const std::string& name)
+{
+    if (!name.starts_with(textName))
+    {
+        return "@" + name;
+    }
+    const auto node = findTextNode(name);
+    const auto& texts = getNumberedTexts();
+    return texts.all.size() > 1 && node ? nameOfKey(texts.byNode.at(node.internal_object()).number) : name;
+}
+
+// The key stands in the name.
+pugi::xml_node XmlObject::findTextNode(const std::string& name)
+{
+    const auto& texts = getNumberedTexts();
+    std::size_t key = 0;
+    if (name.starts_with("text()["))
+    {
+        std::from_chars(name.data() + textName.size() + 1, name.data() + name.size(), key);
+    }
+    const auto found = texts.indexByKey.find(key);
+    return found != texts.indexByKey.end() && nameOfKey(key) == name ? texts.all[found->second].node
+                                                                     : pugi::xml_node();
+}
+
+// Found before anybody can change one, so that what is layout stays so.
+XmlObject::Texts& XmlObject::getTexts()
+{
+    auto& texts = requireFindings().texts;
+    if (!texts)
+    {
+        Texts found;
+        std::size_t number = 0;
+        for (const auto node : element.children())
+        {
+            number += isTextNode(node) ? 1 : 0;
+            if (isTextNode(node) && !isLayout(node))
+            {
+                found.all.push_back({.node = node, .key = found.all.empty() ? 0 : number});
+            }
+        }
+        found.nextKey = number + 1;
+        texts = std::move(found);
+    }
+    return *texts;
+}
+
+const XmlObject::Texts& XmlObject::getNumberedTexts()
+{
+    auto& texts = getTexts();
+    if (texts.isNumbered)
+    {
+        return texts;
+    }
+    texts.byNode.clear();
+    texts.indexByKey.clear();
+    for (std::size_t index = 0; index < texts.all.size(); ++index)
+    {
+        texts.byNode[texts.all[index].node.internal_object()] = {.index = index, .number = 0};
+        texts.indexByKey[texts.all[index].key] = index;
+    }
+    std::size_t number = 0;
+    for (const auto node : element.children())
+    {
+        number += isTextNode(node) ? 1 : 0;
+        if (const auto found = texts.byNode.find(node.internal_object()); found != texts.byNode.end())
+        {
+            found->second.number = number;
+        }
+    }
+    texts.isNumbered = true;
+    return texts;
+}
+
+std::size_t XmlObject::makeTextKey()
+{
+    return getTexts().nextKey++;
+}
+
+void XmlObject::addText(pugi::xml_node node, TakenText& taken)
+{
+    auto& texts = getTexts();
+    auto place = texts.all.begin();
+    for (auto before = element.first_child(); before != node && place != texts.all.end();
+         before = before.next_sibling())
+    {
+        place += before == place->node ? 1 : 0;
+    }
+    texts.all.insert(place, {.node = node, .key = taken.key});
+    texts.isNumbered = false;
+    if (taken.value)
+    {
+        requireFindings().values.insert(std::move(taken.value));
+    }
+}
+
+XmlObject::TakenText XmlObject::takeText(pugi::xml_node node) noexcept
+{
+    auto& texts = *findings->texts;
+    const auto found = std::ranges::find(texts.all, node, &Texts::Text::node);
+    TakenText taken{.key = found->key};
+    taken.value = findings->values.extract(nameOfKey(taken.key));
+    texts.all.erase(found);
+    texts.isNumbered = false;
+    return taken;
+}
+
+bool XmlObject::hasText(pugi::xml_node node)
+{
+    return !getTextName(node).empty();
+}
+
+void XmlObject::onChildrenChanged() noexcept
+{
+    hasOwnOrder = true;
+    if (findings != nullptr)
+    {
+        findings->steps.reset();
+        if (findings->texts)
+        {
+            findings->texts->isNumbered = false;
+        }
+    }
+}
+
+void XmlObject::rebind(const NodeMap& copies) noexcept
+{
+    element = copies(element);
+    if (findings == nullptr)
+    {
+        return;
+    }
+    findings->steps.reset();
+    if (findings->texts)
+    {
+        findings->texts->isNumbered = false;
+        for (auto& text : findings->texts->all)
+        {
+            text.node = copies(text.node);
+        }
+    }
+    for (auto& [name, value] : findings->values)
+    {
+        value.rebind(copies);
+    }
+    if (findings->annotations)
+    {
+        findings->annotations->rebind(element);
+    }
+}
+
+// A key without a number was made when there was no sibling of the same tag; since then one may have come.
+std::string XmlObject::getAddressStep() const
+{
+    const auto above = std::static_pointer_cast<XmlObject>(getOwner());
+    if (above != nullptr && above->hasOwnOrder)
+    {
+        return above->getStepOfChild(element);
+    }
+    const bool isFirstOfMany = above != nullptr && above->findChild(getKey() + "[2]") != nullptr;
+    return isFirstOfMany ? getKey() + "[1]" : getKey();
+}
+
+std::string XmlObject::getStepOfChild(pugi::xml_node child)
+{
+    auto& steps = requireFindings().steps;
+    if (!steps)
+    {
+        std::unordered_map<const void*, std::string> found;
+        SiblingKeys keys(element);
+        for (auto node = elementFrom(element.first_child()); node; node = elementFrom(node.next_sibling()))
+        {
+            found.emplace(node.internal_object(), keys.next(node.name()));
+        }
+        steps = std::move(found);
+    }
+    return steps->at(child.internal_object());
+}
+
+std::vector<std::shared_ptr<XmlObject>> XmlObject::getElements() const
+{
+    std::vector<std::shared_ptr<XmlObject>> elements;
+    for (const auto& child : getChildren())
+    {
+        elements.push_back(std::static_pointer_cast<XmlObject>(child));
+    }
+    if (hasOwnOrder)
+    {
+        std::unordered_map<const void*, std::size_t> places;
+        for (const auto node : element.children())
+        {
+            places.emplace(node.internal_object(), places.size());
+        }
+        std::ranges::sort(elements, {},
+                          [&](const auto& child)
+                          { return places.at(child->getElement().internal_object()); });
+    }
+    return elements;
+}
+
+} // namespace ModelEditor
