@@ -65,6 +65,11 @@ for an ampersand, and set takes them so, so that references stay. With markup a 
 none was. References to tabs and line ends, and those without which the encoding of the file could not hold
 a character, count as characters. Names and annotations are shown and entered without references.
 
+insert, copy and move put nodes into the element as its last children; with --first as the first ones, with
+--before and --after beside what is named. New lines are indented like their neighbours; what is inside of
+the nodes stays as it is written. MARKUP may have elements, comments, instructions and texts, with the
+prefixes that are declared where it goes. What is copied or moved are new elements.
+
 What follows group, up to end, becomes one step; undo and redo stay within it until then. A line that
 fails inside, whatever the reason, undoes the group and ends it.
 

@@ -285,7 +285,7 @@ std::string Editor::getLine(const Verb& verb, const Words& arguments) const
     const Words kinds = splitWords(verb.arguments);
     for (std::size_t i = 0; i < arguments.size(); ++i)
     {
-        const bool isAddress = i < kinds.size() && kinds[i] == "XPATH";
+        const bool isAddress = i < kinds.size() && (kinds[i] == "XPATH" || kinds[i] == "TARGET");
         words.push_back(isAddress && isRecording() ? absolute(arguments[i]) : arguments[i]);
     }
     return joinWords(words) + "\n";

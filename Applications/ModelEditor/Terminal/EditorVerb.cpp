@@ -1,5 +1,6 @@
 #include "Applications/ModelEditor/Terminal/EditorVerb.h"
 
+#include "Applications/ModelEditor/Edits/Structure.h"
 #include "Applications/ModelEditor/Edits/Words.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
@@ -83,7 +84,33 @@ const std::vector<Editor::Verb>& Editor::Verb::getAll()
          {},
          {},
          &makeClearAnnotations},
-        {"merge", "EDIT", 1, any, "do one of these five edits as one step with the next", {}, &Editor::merge},
+        {"insert",
+         "XPATH MARKUP [--first|--before|--after]",
+         2,
+         3,
+         "put markup into elements as the last children, or elsewhere",
+         {},
+         {},
+         &makeInsert},
+        {"delete", "XPATH", 1, 1, "remove elements, texts, comments or instructions", {}, {}, &makeDelete},
+        {"copy",
+         "XPATH TARGET [--first|--before|--after]",
+         2,
+         3,
+         "put copies into the element TARGET, or elsewhere",
+         {},
+         {},
+         &makeCopy},
+        {"move",
+         "XPATH TARGET [--first|--before|--after]",
+         2,
+         3,
+         "take nodes out and put them into TARGET, or elsewhere",
+         {},
+         {},
+         &makeMove},
+        {"wrap", "XPATH NAME", 2, 2, "put a new element around each node", {}, {}, &makeWrap},
+        {"merge", "EDIT", 1, any, "do one of these edits as one step with the next", {}, &Editor::merge},
         {"group", "NAME", 1, 1, "start a group: what follows is one step NAME", outsideGroup, &Editor::group},
         {"end", "", 0, 0, "end the group", {}, &Editor::end},
         {"abandon", "", 0, 0, "end the group and undo all of it", {}, &Editor::abandon},

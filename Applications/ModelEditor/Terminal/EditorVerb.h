@@ -4,6 +4,7 @@
 #include "Applications/ModelEditor/Terminal/Editor.h"
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,8 +31,8 @@ struct Editor::Verb
     std::string_view summary;
     Place place = Place::Anywhere;
     void (Editor::*run)(const Words&) = nullptr;
-    Edit (*makeEdit)(const XmlModel&, const Words&) = nullptr; ///< of an edit, which has no run
-    bool isForRuns = false;                                    ///< can be used while a thread is working
+    std::function<Edit(XmlModel&, const Words&)> makeEdit{}; ///< of an edit, which has no run
+    bool isForRuns = false;                                  ///< can be used while a thread is working
 
     static const std::vector<Verb>& getAll();
 

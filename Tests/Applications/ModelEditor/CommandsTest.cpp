@@ -8,6 +8,7 @@
 #include "Applications/ModelEditor/Edits/ImportCmd.h"
 #include "Applications/ModelEditor/Edits/ModelModules.h"
 #include "Applications/ModelEditor/Edits/ScaleValuesCmd.h"
+#include "Applications/ModelEditor/Edits/Structure.h"
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
 #include "Service/CommandTesting/CommandKit.h"
@@ -110,10 +111,14 @@ std::vector<ModuleSnapshot> modulesOf(const EditedModel& edited)
     {
         own << attribute.name() << " = " << attribute.value() << "\n";
     }
-    for (const auto& child : root->getChildren())
+    for (const auto& node : root->getElement().children())
+    {
+        own << (node.type() == pugi::node_element ? "" : node.value());
+    }
+    for (const auto& child : root->getElements())
     {
         std::ostringstream markup;
-        dynamic_cast<const XmlObject&>(*child).getElement().print(markup);
+        child->getElement().print(markup);
         modules.push_back({child.get(), child->getKey(), Snapshot(markup.str())});
         own << child->getKey() << "\n";
     }
@@ -138,6 +143,13 @@ struct EditorKit : CommandKit<EditedModel>
 
 using Maker = CommandKit<EditedModel>::Maker;
 using MakeEdit = Edit(const XmlModel&, const std::vector<std::string>&);
+
+using MakeStructureEdit = Edit(XmlModel&, const std::vector<std::string>&);
+
+Maker structure(MakeStructureEdit* make, const std::vector<std::string>& arguments)
+{
+    return Maker([=](EditedModel& edited) { return make(edited.model, arguments).command; });
+}
 
 Maker edit(MakeEdit* make, const std::vector<std::string>& arguments)
 {
@@ -257,6 +269,20 @@ const ProvedRow edits[] = {
     {"ScaleSeveral", makeScaleOfTwo},
     {"ScaleAtOnce", makeScaleAtOnce},
     {"Append", makeAppend},
+    {"Insert", structure(makeInsert, {"/robot", "<link name='hand'><mass v='1'/></link><!-- c -->"})},
+    {"InsertBelow", structure(makeInsert, {"//joint", "<axis note:by='me'/>"})},
+    {"InsertTexts", structure(makeInsert, {"//visual", "three <b/> four"})},
+    {"InsertFirst", structure(makeInsert, {"//visual", "zero", "--first"})},
+    {"InsertSeveral", structure(makeInsert, {"//link", "<link/>", "--before"})},
+    {"DeleteModule", structure(makeDelete, {"//link[2]"})},
+    {"DeleteBelow", structure(makeDelete, {"//visual"})},
+    {"DeleteText", structure(makeDelete, {"//visual/text()[1]"})},
+    {"DeleteSeveral", structure(makeDelete, {"//link | //visual | //text()"})},
+    {"Copy", structure(makeCopy, {"//visual", "//joint"})},
+    {"CopyText", structure(makeCopy, {"//visual/text()[2]", "//visual/text()[1]", "--before"})},
+    {"Move", structure(makeMove, {"//visual", "//joint"})},
+    {"MoveModule", structure(makeMove, {"//joint", "//link[1]", "--before"})},
+    {"Wrap", structure(makeWrap, {"//link", "part"})},
 };
 
 class ModelEditorEdits : public testing::TestWithParam<ProvedRow>
@@ -308,6 +334,22 @@ TEST(ModelEditorCommands, ScaleThatSkipsFailuresIsProved)
     EXPECT_TRUE(report) << report;
 }
 
+// What is deleted comes back as the objects that it was, and what is put in under the same paths.
+TEST(ModelEditorCommands, FindTheirObjectsAfterStructureCameAndWent)
+{
+    const EditorKit kit;
+    const auto remove = structure(makeDelete, {"//link[2]"});
+    Report report = kit.staleObjects(edit(makeSet, {"//link[2]/@mass", "2.5"}), remove);
+    report.add(kit.staleObjects(edit(makeSet, {"//visual/text()[2]", "2.5"}), remove));
+    report.add(kit.staleObjects(edit(makeAnnotate, {"//visual", "note:by", "me"}), remove));
+    report.add(kit.staleObjects(edit(makeClearAnnotations, {"//link[2]", "note"}), remove));
+    report.add(kit.staleObjects(structure(makeInsert, {"//visual", "<b/>"}), remove));
+    report.add(kit.staleObjects(structure(makeDelete, {"//visual"}), remove));
+    report.add(kit.staleObjects(structure(makeWrap, {"//visual", "group"}), remove));
+    report.add(kit.staleObjects(scale("//link[2]/@mass"), remove));
+    EXPECT_TRUE(report) << report;
+}
+
 TEST(ModelEditorCommands, AreProvedInAMacro)
 {
     const Report report = EditorKit().inMacro({makeAppend, edit(makeSet, {"//@mass", "2.5"}),
@@ -333,6 +375,13 @@ anyEdit(const std::string& xpath,
 std::string anyOf(const std::vector<std::string>& texts, Choices& choices)
 {
     return texts[choices.below(texts.size())];
+}
+
+// Comments have no address of their own: the first one goes then.
+std::shared_ptr<CommandBase> makeDeleteOf(XmlModel& model, const Selected& node)
+{
+    const bool isComment = node.part == Part::Unsupported;
+    return makeDelete(model, {isComment ? "(/robot//comment())[1]" : node.getAddress()}).command;
 }
 
 TEST(ModelEditorCommands, AreRightInRandomHistories)
@@ -365,10 +414,33 @@ TEST(ModelEditorCommands, AreRightInRandomHistories)
             anyOf({"\n  <link name='hand' mass='1.5'/>", "<tool>drill</tool><!-- end -->"}, choices),
             "Append");
     };
+    const auto insert = [](EditedModel& edited, Choices& choices)
+    {
+        const auto nodes = edited.model.select("//*").nodes;
+        const auto& node = nodes[choices.below(nodes.size())];
+        const std::string markup =
+            anyOf({"<link name='a' mass='1.5'/>", "<b/><!-- c -->", "text <b>x</b>"}, choices);
+        return makeInsert(edited.model, {node.getAddress(), markup}).command;
+    };
+    const auto remove = [](EditedModel& edited, Choices& choices) -> std::shared_ptr<CommandBase>
+    {
+        const auto nodes = edited.model.select("/robot//node()").nodes;
+        return nodes.empty() || choices.below(2) == 0
+                   ? nullptr
+                   : makeDeleteOf(edited.model, nodes[choices.below(nodes.size())]);
+    };
+    const auto copy = [](EditedModel& edited, Choices& choices) -> std::shared_ptr<CommandBase>
+    {
+        const auto nodes = edited.model.select("/robot//*").nodes;
+        return nodes.empty() ? nullptr
+                             : makeCopy(edited.model, {nodes[choices.below(nodes.size())].getAddress(),
+                                                       "/robot", "--first"})
+                                   .command;
+    };
     const Report report =
-        atRandom(EditorKit(), {anyEdit("//@mass", setNumber), anyEdit("//joint/@* | //text()", setText),
-                               anyEdit("//*[@name]", rename), anyEdit("//*", annotate),
-                               anyEdit("//*[@note:*]", clear), append});
+        atRandom(EditorKit(), {insert, remove, copy, anyEdit("//@mass", setNumber),
+                               anyEdit("//joint/@* | //text()", setText), anyEdit("//*[@name]", rename),
+                               anyEdit("//*", annotate), anyEdit("//*[@note:*]", clear), append});
     EXPECT_TRUE(report) << report;
 }
 

@@ -1,0 +1,63 @@
+#include "Applications/ModelEditor/Edits/StructureCmds.h"
+
+#include "Platform/ExceptionHandling/VdException.h"
+
+#include <utility>
+
+namespace ModelEditor
+{
+
+InsertCmd::InsertCmd(XmlModel& target, const XmlObject& parent, std::size_t index, NewChildren children,
+                     std::string commandDescription)
+    : CommandBase(std::move(commandDescription)),
+      model(target),
+      added(std::move(children)),
+      part{.parent = parent.getPath(Valdane::RequestedPathType::FromRoot), .index = index}
+{
+}
+
+InsertCmd::~InsertCmd() = default;
+
+void InsertCmd::execute()
+{
+    if (!isParsed)
+    {
+        const auto parent =
+            model.getRoot()->getObject(part.parent, Valdane::GetObjectBehavior::EmptyIfMissing);
+        if (parent == nullptr)
+        {
+            throw Valdane::VdException("there is no element at " + part.parent.toString());
+        }
+        part = model.parse(static_cast<XmlObject&>(*parent), part.index, added);
+        isParsed = true;
+        added = {};
+    }
+    model.put(part);
+}
+
+void InsertCmd::undo()
+{
+    model.take(part);
+}
+
+DeleteCmd::DeleteCmd(XmlModel& target, const XmlObject& parent, std::size_t index, std::size_t count,
+                     std::string commandDescription)
+    : CommandBase(std::move(commandDescription)),
+      model(target),
+      part{.parent = parent.getPath(Valdane::RequestedPathType::FromRoot), .index = index, .count = count}
+{
+}
+
+DeleteCmd::~DeleteCmd() = default;
+
+void DeleteCmd::execute()
+{
+    model.take(part);
+}
+
+void DeleteCmd::undo()
+{
+    model.put(part);
+}
+
+} // namespace ModelEditor
