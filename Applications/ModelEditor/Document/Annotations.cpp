@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <new>
 #include <string_view>
 #include <utility>
 
@@ -23,14 +22,6 @@ std::optional<std::string> textIn(const std::shared_ptr<DynamicAttributeCollecti
                                   std::string_view name)
 {
     return collection == nullptr ? std::nullopt : collection->get(name);
-}
-
-void require(bool done)
-{
-    if (!done)
-    {
-        throw std::bad_alloc();
-    }
 }
 
 } // namespace
@@ -120,7 +111,7 @@ void Annotations::writeNodes(const Attributes& attributes)
     const auto add = [&](pugi::xml_attribute previous, const std::string& name, const std::string& text)
     {
         made.push_back(insertBehind(previous, name));
-        require(made.back().name() == name && made.back().set_value(text.c_str()));
+        requireMemory(made.back().name() == name && made.back().set_value(text.c_str()));
         return made.back();
     };
     try

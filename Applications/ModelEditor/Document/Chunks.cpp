@@ -12,11 +12,6 @@ namespace ModelEditor
 namespace
 {
 
-std::size_t behind(std::string_view text, std::string_view wanted, std::size_t offset)
-{
-    return text.find(wanted, offset) + wanted.size();
-}
-
 // Reads one node after the other.
 class NodeReader
 {
@@ -51,22 +46,22 @@ private:
         }
         if (rest.starts_with("<!--"))
         {
-            position = behind(text, "-->", position + 4);
+            position = placeBehind(text, "-->", position + 4);
             return 0;
         }
         if (rest.starts_with("<![CDATA["))
         {
-            position = behind(text, "]]>", position);
+            position = placeBehind(text, "]]>", position);
             return 0;
         }
         if (rest.starts_with("<?"))
         {
-            position = behind(text, "?>", position);
+            position = placeBehind(text, "?>", position);
             return 0;
         }
         if (rest.starts_with("</"))
         {
-            position = behind(text, ">", position);
+            position = placeBehind(text, ">", position);
             return static_cast<std::size_t>(-1);
         }
         return readStartTag();

@@ -1,20 +1,12 @@
 #include "Applications/ModelEditor/Document/Cutting.h"
 
-#include <new>
+#include "Applications/ModelEditor/Document/Markup.h"
 
 namespace ModelEditor
 {
 
 namespace
 {
-
-void require(bool done)
-{
-    if (!done)
-    {
-        throw std::bad_alloc();
-    }
-}
 
 template <typename T>
 T lookUp(const std::unordered_map<const void*, T>& table, T from) noexcept
@@ -25,15 +17,15 @@ T lookUp(const std::unordered_map<const void*, T>& table, T from) noexcept
 
 void copyOne(pugi::xml_node from, pugi::xml_node to, Copies& copies)
 {
-    require(!to.empty());
-    require(*from.name() == '\0' || to.set_name(from.name()));
-    require(*from.value() == '\0' || to.set_value(from.value()));
+    requireMemory(!to.empty());
+    requireMemory(*from.name() == '\0' || to.set_name(from.name()));
+    requireMemory(*from.value() == '\0' || to.set_value(from.value()));
     copies.there.add(from, to);
     copies.back.add(to, from);
     for (const auto attribute : from.attributes())
     {
         auto copy = to.append_attribute(attribute.name());
-        require(!copy.empty() && *copy.name() != '\0' && copy.set_value(attribute.value()));
+        requireMemory(!copy.empty() && *copy.name() != '\0' && copy.set_value(attribute.value()));
         copies.there.add(attribute, copy);
         copies.back.add(copy, attribute);
     }

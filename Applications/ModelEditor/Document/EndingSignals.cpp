@@ -13,7 +13,7 @@ namespace
 
 // A signal handler knows nothing but what lasts.
 std::array<char, PATH_MAX> doomed{};
-std::atomic<int> waiting = 0;
+std::atomic<int> pendingSignal = 0;
 static_assert(std::atomic<int>::is_always_lock_free);
 
 // The signal is blocked until this returns, and then does what it does by default.
@@ -26,7 +26,7 @@ void removeAndEnd(int signal)
 
 void remember(int signal)
 {
-    waiting = signal;
+    pendingSignal = signal;
 }
 
 } // namespace
@@ -41,7 +41,7 @@ EndingSignals::EndingSignals(const std::string& temporary)
 
 EndingSignals::EndingSignals()
 {
-    waiting = 0;
+    pendingSignal = 0;
     takeOver(&remember);
 }
 
@@ -54,7 +54,7 @@ EndingSignals::~EndingSignals()
             std::signal(signals[i], SIG_DFL);
         }
     }
-    if (const int signal = waiting.exchange(0))
+    if (const int signal = pendingSignal.exchange(0))
     {
         std::raise(signal);
     }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 
 namespace ModelEditor
 {
@@ -200,6 +201,20 @@ bool startsWithReference(std::string_view markup)
 bool isBlank(std::string_view text)
 {
     return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
+}
+
+std::size_t placeBehind(std::string_view text, std::string_view wanted, std::size_t offset)
+{
+    const auto found = text.find(wanted, std::min(offset, text.size()));
+    return found == std::string_view::npos ? text.size() : found + wanted.size();
+}
+
+void requireMemory(bool done)
+{
+    if (!done)
+    {
+        throw std::bad_alloc();
+    }
 }
 
 } // namespace ModelEditor

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -48,5 +49,11 @@ bool startsWithReference(std::string_view markup);
 
 /// Whether @p text has nothing but XML's white space.
 bool isBlank(std::string_view text);
+
+/// The place behind the first @p wanted in @p text from @p offset on; the end of @p text if there is none.
+std::size_t placeBehind(std::string_view text, std::string_view wanted, std::size_t offset);
+
+/// For what the parser answers when it changes a node. @throws std::bad_alloc if @p done is false.
+void requireMemory(bool done);
 
 } // namespace ModelEditor

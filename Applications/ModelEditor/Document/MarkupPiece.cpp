@@ -22,12 +22,6 @@ constexpr std::array enclosed{Enclosed{"<!--", "-->", MarkupPiece::Kind::Comment
                               Enclosed{"<![CDATA[", "]]>", MarkupPiece::Kind::CData},
                               Enclosed{"<?", "?>", MarkupPiece::Kind::Instruction}};
 
-std::size_t behind(std::string_view markup, std::string_view end, std::size_t offset)
-{
-    const auto found = markup.find(end, std::min(offset, markup.size()));
-    return found == std::string_view::npos ? markup.size() : found + end.size();
-}
-
 // A loop is several times as fast as find_first_of().
 std::size_t lengthOfTag(std::string_view markup)
 {
@@ -77,15 +71,15 @@ std::size_t lengthOfDocumentType(std::string_view markup)
         const auto rest = markup.substr(i);
         if (rest.front() == '"' || rest.front() == '\'')
         {
-            i = behind(markup, rest.substr(0, 1), i + 1);
+            i = placeBehind(markup, rest.substr(0, 1), i + 1);
         }
         else if (rest.starts_with("<!--"))
         {
-            i = behind(markup, "-->", i + 4);
+            i = placeBehind(markup, "-->", i + 4);
         }
         else if (rest.starts_with("<?"))
         {
-            i = behind(markup, "?>", i + 2);
+            i = placeBehind(markup, "?>", i + 2);
         }
         else if (rest.starts_with("<!["))
         {
@@ -121,7 +115,7 @@ MarkupPiece MarkupPiece::at(std::string_view markup, std::size_t offset)
     {
         if (rest.starts_with(start))
         {
-            return {.kind = kind, .text = rest.substr(0, behind(rest, end, start.size()))};
+            return {.kind = kind, .text = rest.substr(0, placeBehind(rest, end, start.size()))};
         }
     }
     return {.kind = Kind::DocumentType, .text = rest.substr(0, lengthOfDocumentType(rest))};

@@ -11,7 +11,7 @@ namespace ModelEditor
 namespace
 {
 
-constexpr std::size_t longest = 60;
+constexpr std::size_t longestBrief = 60;
 
 // Of a value whose text cannot stand where the type that the file had is wanted.
 std::string describeTypes(const XmlChange& change)
@@ -34,11 +34,11 @@ std::string several(const std::string& xpath, std::size_t count)
 // Never cut within a UTF-8 sequence.
 std::string brief(std::string_view text)
 {
-    if (text.size() <= longest)
+    if (text.size() <= longestBrief)
     {
         return shown(text);
     }
-    std::size_t end = longest;
+    std::size_t end = longestBrief;
     while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80)
     {
         --end;
