@@ -72,6 +72,11 @@ void Annotations::set(std::shared_ptr<DynamicAttributeCollection> attributes)
     collection = std::move(attributes);
 }
 
+bool Annotations::isCollected(std::string_view attributeName) const
+{
+    return isAnnotationName(attributeName) || (isAttributeName(attributeName) && !isOfFile(attributeName));
+}
+
 // What the file has can always be written back, even if it is no UTF-8.
 void Annotations::requireWritable(const DynamicAttributeCollection& attributes) const
 {
@@ -85,9 +90,10 @@ void Annotations::requireWritable(const DynamicAttributeCollection& attributes) 
         {
             continue;
         }
-        if (!isAnnotationName(entry.name))
+        if (!isCollected(entry.name))
         {
-            throw Valdane::VdException("'" + entry.name + "' is no name of the form prefix:name");
+            throw Valdane::VdException("'" + entry.name +
+                                       "' cannot be the name of an attribute that is added");
         }
         document.getEncoding().requireAll(entry.name, "which is in the name " + entry.name);
         requireXmlText(entry.text);
@@ -100,7 +106,7 @@ void Annotations::writeNodes(const Attributes& attributes)
     std::vector<pugi::xml_attribute> old;
     for (const auto attribute : element.attributes())
     {
-        if (isAnnotationName(attribute.name()))
+        if (isCollected(attribute.name()))
         {
             old.push_back(attribute);
         }

@@ -17,7 +17,8 @@ namespace ModelEditor
 
 class XmlDocument;
 
-/// The namespaced attributes of one element, kept the same in the nodes, the source text and a collection.
+/// The namespaced attributes of one element, and all others that the file does not have there, kept the same in the nodes,
+/// the source text and a collection.
 ///
 /// What is written depends only on the collection that is set and on the file: attributes of the file stand
 /// in their places, and those with their first text in their first markup; others follow at the end of the
@@ -27,7 +28,7 @@ class XmlDocument;
 class Annotations
 {
 public:
-    /// @pre nobody has changed the namespaced attributes of @p annotated yet (not checked).
+    /// @pre nobody has changed the attributes of @p annotated yet (not checked).
     Annotations(XmlDocument& owner, pugi::xml_node annotated);
 
     /// Empty if there are none, and always as it was set.
@@ -36,7 +37,7 @@ public:
     /// Whether the file has an attribute @p name at the element.
     bool isOfFile(std::string_view name) const;
 
-    /// @throws VdException if a name is not `prefix:name` or not in the encoding of the file, or XML cannot hold a
+    /// @throws VdException if a name is none for an attribute, that of one without prefix in the file, or not in the encoding of the file, or XML cannot hold a
     ///         text, unless it is what the
     ///         file has there; std::bad_alloc. Nothing has changed then.
     void set(std::shared_ptr<Valdane::DynamicAttributeCollection> attributes);
@@ -51,6 +52,8 @@ private:
         std::string text;
     };
 
+    /// Whether an attribute of that name is in the collection if the element has it.
+    bool isCollected(std::string_view attributeName) const;
     void requireWritable(const Valdane::DynamicAttributeCollection& attributes) const;
     using Attributes = std::shared_ptr<Valdane::DynamicAttributeCollection>;
 

@@ -1,5 +1,6 @@
 #include "Applications/ModelEditor/Document/CodePoint.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 
@@ -33,6 +34,12 @@ std::optional<CodePoint> firstCodePoint(std::string_view text)
     constexpr std::array<std::uint32_t, 5> smallest{0, 0, 0x80, 0x800, 0x10000};
     return value < smallest.at(length) ? std::optional<CodePoint>{}
                                        : CodePoint{.value = value, .length = length};
+}
+
+std::size_t countCharacters(std::string_view text)
+{
+    return static_cast<std::size_t>(
+        std::ranges::count_if(text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80; }));
 }
 
 bool isXmlCharacter(std::uint32_t character)

@@ -21,6 +21,9 @@ struct CodePoint
 /// Surrogates are code points here, which no XML has.
 std::optional<CodePoint> firstCodePoint(std::string_view text);
 
+/// The number of characters of @p text, which is UTF-8.
+std::size_t countCharacters(std::string_view text);
+
 /// Whether XML 1.0 can hold the character, as such or by a reference.
 bool isXmlCharacter(std::uint32_t character);
 

@@ -126,16 +126,19 @@ std::string toEntered(std::string_view text)
 std::string toMarkedMarkup(std::string_view text, MarkupPlace place, const Encoding& encoding)
 {
     std::string markup;
+    std::size_t before = 0;
     forEachPart(
         text,
         [&](std::string_view part)
         {
-            requireXmlText(part);
+            requireXmlText(part, before);
+            before += countCharacters(part);
             markup += toMarkup(part, place, encoding);
         },
         [&](std::string_view reference)
         {
             encoding.requireAll(reference, "which is in the name " + std::string(reference));
+            before += countCharacters(markupOf(reference));
             markup += markupOf(reference);
         });
     return markup;

@@ -139,25 +139,33 @@ std::string referenceTo(std::uint32_t character)
     return "&#" + std::to_string(character) + ";";
 }
 
-void requireXmlText(std::string_view value)
+void requireXmlText(std::string_view value, std::size_t before)
 {
+    auto left = value;
+    const auto getPlace = [&]
+    {
+        return "character " +
+               std::to_string(before + countCharacters(value.substr(0, value.size() - left.size())) + 1) +
+               " of the value";
+    };
     while (true)
     {
-        value.remove_prefix(std::min(value.size(), value.find_first_not_of(plainCharacters)));
-        if (value.empty())
+        left.remove_prefix(std::min(left.size(), left.find_first_not_of(plainCharacters)));
+        if (left.empty())
         {
             return;
         }
-        const auto next = firstCodePoint(value);
+        const auto next = firstCodePoint(left);
         if (!next)
         {
-            throw Valdane::VdException("the value is not UTF-8");
+            throw Valdane::VdException("the value is not UTF-8 at " + getPlace());
         }
         if (!isXmlCharacter(next->value))
         {
-            throw Valdane::VdException("XML cannot hold the character " + nameOfCharacter(next->value));
+            throw Valdane::VdException("XML cannot hold the character " + nameOfCharacter(next->value) +
+                                       ", " + getPlace());
         }
-        value.remove_prefix(next->length);
+        left.remove_prefix(next->length);
     }
 }
 
@@ -166,6 +174,11 @@ bool isAnnotationName(std::string_view name)
     const auto colon = name.find(':');
     return colon != std::string_view::npos && isNameWithoutColon(name.substr(0, colon)) &&
            isNameWithoutColon(name.substr(colon + 1)) && !isNamespaceDeclaration(name);
+}
+
+bool isAttributeName(std::string_view name)
+{
+    return isAnnotationName(name) || (isNameWithoutColon(name) && !isNamespaceDeclaration(name));
 }
 
 bool isQualifiedName(std::string_view name)

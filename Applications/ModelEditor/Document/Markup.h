@@ -31,11 +31,16 @@ std::string toMarkup(std::string_view value, MarkupPlace place, const Encoding& 
 /// The reference `&#8364;` to a character.
 std::string referenceTo(std::uint32_t character);
 
-/// @throws VdException if @p value has a character that XML cannot hold, or is no UTF-8.
-void requireXmlText(std::string_view value);
+/// @param before  the number of characters that are before @p value in what messages call the value.
+/// @throws VdException if @p value has a character that XML cannot hold, or is no UTF-8; it says which character that is.
+void requireXmlText(std::string_view value, std::size_t before = 0);
 
 /// Whether @p name is `prefix:name` and may be the name of an attribute that is no namespace declaration.
 bool isAnnotationName(std::string_view name);
+
+/// Whether @p name is `prefix:name` or has no prefix, and may be the name of an attribute that is no namespace
+/// declaration.
+bool isAttributeName(std::string_view name);
 
 /// Whether @p name, of which its letters are known to be right, has no colon or one between two parts: XPath knows no
 /// others.

@@ -29,15 +29,6 @@ struct Level
     pugi::xml_node next;
 };
 
-Part partOf(const std::string& attributeName)
-{
-    if (attributeName == "name")
-    {
-        return Part::Name;
-    }
-    return isAnnotationName(attributeName) ? Part::Annotation : Part::Value;
-}
-
 pugi::xpath_query compile(const std::string& xpath)
 {
     try
@@ -99,6 +90,15 @@ std::vector<pugi::xpath_node> evaluate(const pugi::xpath_query& query, pugi::xml
 }
 
 } // namespace
+
+Part partOf(const std::string& attributeName)
+{
+    if (attributeName == "name")
+    {
+        return Part::Name;
+    }
+    return isAnnotationName(attributeName) ? Part::Annotation : Part::Value;
+}
 
 std::string Selected::getAddress() const
 {

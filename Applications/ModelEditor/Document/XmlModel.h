@@ -31,6 +31,9 @@ enum class Part
     Unsupported, ///< a comment or a processing instruction
 };
 
+/// What the attribute @p attributeName of an element is.
+Part partOf(const std::string& attributeName);
+
 /// One node that an XPath has selected.
 struct Selected
 {

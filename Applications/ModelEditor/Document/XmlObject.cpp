@@ -111,9 +111,9 @@ std::string XmlObject::getText(const std::string& name)
                                                                      : findTextNode(name).value();
 }
 
-const std::string& XmlObject::getOriginalText(const std::string& name)
+std::optional<std::string> XmlObject::getOriginalText(const std::string& name)
 {
-    return requireValue(name).getOriginal();
+    return isAdded(name) ? std::nullopt : std::optional(requireValue(name).getOriginal());
 }
 
 std::string XmlObject::getShownText(const std::string& name)
@@ -128,6 +128,11 @@ bool XmlObject::takesMarkup(const std::string& name)
 
 std::string XmlObject::readMarkup(const std::string& name, const std::string& markup)
 {
+    if (isAdded(name))
+    {
+        throw Valdane::VdException(getAddress() + "/" + getStep(name) +
+                                   " was added since the model was opened, so that it has no references");
+    }
     if (findTextNode(name).type() == pugi::node_cdata)
     {
         throw Valdane::VdException(getAddress() + "/" + getStep(name) +
@@ -144,7 +149,8 @@ bool XmlObject::isPlainAttribute(const std::string& name)
 std::shared_ptr<AttributeDescriptionBase> XmlObject::getAttributeDescription(const std::string& name)
 {
     auto description = Object::getAttributeDescription(name);
-    const bool isValue = description == nullptr && isPlainAttribute(name) && findValue(name) != nullptr;
+    const bool isValue =
+        description == nullptr && isPlainAttribute(name) && (isAdded(name) || findValue(name) != nullptr);
     return isValue ? describe(name) : description;
 }
 
@@ -192,7 +198,8 @@ std::vector<std::string> XmlObject::listAnnotations(const Wanted& isWanted)
 
 std::vector<std::string> XmlObject::getNewAnnotations()
 {
-    return listAnnotations([this](const std::string& name) { return !requireAnnotations().isOfFile(name); });
+    return listAnnotations([this](const std::string& name)
+                           { return isAnnotationName(name) && !requireAnnotations().isOfFile(name); });
 }
 
 std::vector<std::string> XmlObject::getAnnotationsOf(const std::string& prefix)
@@ -226,8 +233,29 @@ void XmlObject::reportAnnotations(const std::shared_ptr<DynamicAttributeCollecti
     }
 }
 
+// Whoever adds an attribute asks for the annotations first.
+bool XmlObject::isAdded(const std::string& name) const
+{
+    const auto* const collection = findings != nullptr && findings->annotations && !isAnnotationName(name)
+                                       ? findings->annotations->get().get()
+                                       : nullptr;
+    return collection != nullptr && collection->get(name);
+}
+
+void XmlObject::changeAdded(const std::string& name, const std::string& text)
+{
+    const auto changed = std::make_shared<DynamicAttributeCollection>(*requireAnnotations().get());
+    changed->set(name, text);
+    setDynamicAttributeCollection(changed);
+}
+
 void XmlObject::change(const ValueName& which, const std::string& text)
 {
+    if (isAdded(which.name))
+    {
+        changeAdded(which.name, text);
+        return;
+    }
     auto& value = requireValue(which.name);
     const std::string before = value.getText();
     const std::string shownBefore = value.getShown();
@@ -260,7 +288,7 @@ void XmlObject::change(const ValueName& which, const std::string& text)
 std::shared_ptr<AttributeDescriptionBase> XmlObject::describe(const std::string& name)
 {
     auto description = std::make_shared<AttributeDescription<std::string>>(
-        name, [this, name] { return requireValue(name).getText(); },
+        name, [this, name] { return isAdded(name) ? getText(name) : requireValue(name).getText(); },
         [this, name](const std::string& to) { change({.name = name, .step = getStep(name)}, to); });
     addAttributeDescription(description);
     return description;
@@ -288,6 +316,10 @@ bool XmlObject::mayTakeMarkup(const std::string& name)
     if (findings != nullptr && findings->values.contains(name))
     {
         return true;
+    }
+    if (isAdded(name))
+    {
+        return false;
     }
     const auto attribute = isPlainAttribute(name) ? element.attribute(name.c_str()) : pugi::xml_attribute();
     const auto textNode = attribute ? pugi::xml_node() : findTextNode(name);

@@ -10,6 +10,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -45,7 +46,8 @@ struct XmlContext
 /// All are std::string, and what is set is what is written, escaped as markup needs it. Undoing every change gives back
 /// the very characters that were read.
 ///
-/// Its namespaced attributes, namespace declarations aside, are its dynamic attributes.
+/// Its namespaced attributes, namespace declarations aside, are its dynamic attributes. So are all attributes that were
+/// added since the file was opened; those without prefix are described as well, but for `name`.
 ///
 /// Ownership: refers to the context, which must live longer than any operation that is called here.
 /// Thread: the application's main thread only.
@@ -118,10 +120,10 @@ public:
     /// The present text of the value that is described as @p name; empty if there is none.
     std::string getText(const std::string& name);
 
-    /// The text that the file had there when it was opened.
+    /// The text that the file had there when it was opened; nothing if it had no such attribute.
     ///
     /// @throws VdException if there is no such value.
-    const std::string& getOriginalText(const std::string& name);
+    std::optional<std::string> getOriginalText(const std::string& name);
 
     /// The names of its namespaced attributes: of those that the file did not have when it was opened, and of those with
     /// the prefix @p prefix.
@@ -138,7 +140,7 @@ public:
 
     /// What to set the value to if a person enters @p markup, in which references are meant as such.
     ///
-    /// @throws VdException if the value is a CDATA section: that has no references.
+    /// @throws VdException if the value is a CDATA section or an attribute that was added: these have no references.
     std::string readMarkup(const std::string& name, const std::string& markup);
 
     /// Whether the attribute @p name is described, unless it is a text: plain attributes are.
@@ -150,11 +152,11 @@ public:
     std::shared_ptr<Valdane::DynamicAttributeCollection> getDynamicAttributeCollection() override;
 
     /// Writes the attributes to the XML as well: those that the file has in their places, others at the end
-    /// of the tag.
+    /// of the tag, with prefix or without.
     ///
     /// A collection must not change once it is set; copy it, and set the copy.
-    /// @throws VdException if a name is not `prefix:name` or XML cannot hold a text; what the listener throws;
-    ///         std::bad_alloc. Nothing has changed then.
+    /// @throws VdException if a name is none for an attribute, or that of one without prefix in the file, or if XML cannot
+    ///         hold a text; what the listener throws; std::bad_alloc. Nothing has changed then.
     void
     setDynamicAttributeCollection(std::shared_ptr<Valdane::DynamicAttributeCollection> collection) override;
 
@@ -177,6 +179,8 @@ private:
     struct Texts;
 
     std::shared_ptr<Valdane::AttributeDescriptionBase> describe(const std::string& name);
+    bool isAdded(const std::string& name) const;
+    void changeAdded(const std::string& name, const std::string& text);
     pugi::xml_node findTextNode(const std::string& name);
     bool mayTakeMarkup(const std::string& name);
     XmlValue* findValue(const std::string& name);

@@ -57,7 +57,8 @@ const std::string_view editingHelp = R"(
 An XPATH says which: //link[@name='tool0'], //mass/@value (an attribute), //plugin/text() (a text).
 An edit of several nodes is one step; if one of them cannot be edited, none is. A value is written as
 you write it: 008 stays 008. Its type (int, unsigned int, double, bool, text) is what its text looks like;
-a change of type is told, and with --strict refused.
+a change of type is told, and with --strict refused. set also takes names and namespaced attributes, and
+adds an attribute that an element does not have: //link[1]/@colour; not with --strict.
 
 In a value that set takes, & is an ampersand. It is otherwise with texts that have references to entities
 or characters (&nbsp;, &#160;), or had some when the model was opened: they are shown as markup, with &amp;

@@ -1,7 +1,6 @@
 #include "Applications/ModelEditor/Edits/Edits.h"
 
 #include "Applications/ModelEditor/Document/Markup.h"
-#include "Applications/ModelEditor/Document/NamedXmlObject.h"
 #include "Applications/ModelEditor/Document/NewMarkup.h"
 #include "Applications/ModelEditor/Document/Nodes.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
@@ -13,10 +12,10 @@
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/MacroCommand.h"
-#include "Service/CommandPattern/SetNameCmd.h"
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 namespace ModelEditor
 {
@@ -50,11 +49,23 @@ std::shared_ptr<CommandBase> makeClearOf(const std::shared_ptr<XmlObject>& objec
 {
     if (names.empty())
     {
-        const bool hasOthers = object->getDynamicAttributeCollection() != nullptr;
+        const bool hasOthers =
+            std::ranges::any_of(object->getElement().attributes(),
+                                [](const auto& attribute) { return isAnnotationName(attribute.name()); });
         throw VdException(object->getAddress() + " has no such annotations" +
                           (hasOthers ? "; those that the file had go by their PREFIX" : ""));
     }
     return std::make_shared<AnnotateCmd>(object, names, describeClear(*object));
+}
+
+// Of the prefix of an attribute that elements get, if it has one.
+std::string noteOf(const std::string& attributeName, const std::vector<Selected>& nodes)
+{
+    const std::string prefix = attributeName.substr(0, attributeName.find(':'));
+    const bool isDeclared = prefix == attributeName ||
+                            std::ranges::all_of(nodes, [&](const Selected& node)
+                                                { return isDeclaredAt(node.object->getElement(), prefix); });
+    return isDeclared ? "" : noteUndeclared(prefix);
 }
 
 Edit makeSetAs(Entered entered, const XmlModel& model, const std::vector<std::string>& arguments)
@@ -66,13 +77,22 @@ Edit makeSetAs(Entered entered, const XmlModel& model, const std::vector<std::st
     {
         throw VdException("no option " + shown(arguments[2]) + "; there is --strict");
     }
-    const auto nodes = requireNodes(model, xpath);
+    auto selection = model.select(xpath);
+    const bool isMissing = selection.nodes.empty() && !selection.value;
+    if (isMissing && !isStrict && entered == Entered::AsTheValueIs)
+    {
+        if (const auto missing = findNewAttribute(model, xpath))
+        {
+            return {.command = makeAddCommand(*missing, text), .note = noteOf(missing->name, {*missing})};
+        }
+    }
+    const auto nodes = requireNodes(std::move(selection), xpath);
     const auto make = [&](const Selected& node)
     {
-        const bool isTyped = isStrict && node.part == Part::Value;
-        return makeSetCommand(
-            node, text,
-            isTyped ? std::optional(typeOf(node.object->getOriginalText(node.name))) : std::nullopt, entered);
+        const auto original =
+            isStrict && node.part == Part::Value ? node.object->getOriginalText(node.name) : std::nullopt;
+        return makeSetCommand(node, text, original ? std::optional(typeOf(*original)) : std::nullopt,
+                              entered);
     };
     return {.command = forAll(nodes, describeSetOfSeveral(xpath, nodes.size(), text), make), .note = {}};
 }
@@ -97,11 +117,12 @@ Edit makeRename(const XmlModel& model, const std::vector<std::string>& arguments
     const auto make = [&](const Selected& node)
     {
         const auto object = requireElement(node);
-        if (dynamic_cast<NamedXmlObject*>(object.get()) == nullptr)
+        if (object->getElement().attribute("name").empty())
         {
             throw VdException(object->getAddress() + " has no attribute name");
         }
-        return std::make_shared<Valdane::SetNameCmd>(object, name, describeRename(*object, name));
+        const Selected selected{.object = object, .part = Part::Name, .name = "name", .text = {}};
+        return makeSetCommand(selected, name, std::nullopt);
     };
     return {.command = forAll(nodes, describeRenameOfSeveral(xpath, nodes.size(), name), make), .note = {}};
 }
@@ -122,10 +143,7 @@ Edit makeAnnotate(const XmlModel& model, const std::vector<std::string>& argumen
         return std::make_shared<AnnotateCmd>(object, name, text, describeAnnotate(*object, name, text));
     };
     auto command = forAll(nodes, describeAnnotateOfSeveral(xpath, nodes.size(), name, text), make);
-    const std::string prefix = name.substr(0, name.find(':'));
-    const bool isDeclared = std::ranges::all_of(nodes, [&](const Selected& node)
-                                                { return isDeclaredAt(node.object->getElement(), prefix); });
-    return {.command = std::move(command), .note = isDeclared ? "" : noteUndeclared(prefix)};
+    return {.command = std::move(command), .note = noteOf(name, nodes)};
 }
 
 Edit makeClearAnnotations(const XmlModel& model, const std::vector<std::string>& arguments)

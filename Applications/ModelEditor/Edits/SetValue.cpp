@@ -1,5 +1,6 @@
 #include "Applications/ModelEditor/Edits/SetValue.h"
 
+#include "Applications/ModelEditor/Document/NamedXmlObject.h"
 #include "Applications/ModelEditor/Document/ValueText.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
 #include "Applications/ModelEditor/Edits/AnnotateCmd.h"
@@ -30,6 +31,19 @@ std::string namesOfValues(XmlObject& object)
     return names.empty() ? "it has no values" : "name one of its values: " + names;
 }
 
+std::string describe(const Selected& selected, const std::string& text)
+{
+    switch (selected.part)
+    {
+    case Part::Name:
+        return describeRename(*selected.object, text);
+    case Part::Annotation:
+        return describeAnnotate(*selected.object, selected.name, text);
+    default:
+        return describeSet(*selected.object, selected.name, text);
+    }
+}
+
 } // namespace
 
 void requireValue(const Selected& selected)
@@ -57,14 +71,13 @@ std::shared_ptr<Valdane::CommandBase> makeSetCommand(const Selected& selected, c
     {
         requireValue(selected);
     }
-    if (selected.part == Part::Name)
+    if (selected.part == Part::Name && dynamic_cast<NamedXmlObject*>(&object) != nullptr)
     {
-        return std::make_shared<Valdane::SetNameCmd>(selected.object, text, describeRename(object, text));
+        return std::make_shared<Valdane::SetNameCmd>(selected.object, text, describe(selected, text));
     }
-    if (selected.part == Part::Annotation)
+    if (selected.part == Part::Name || selected.part == Part::Annotation)
     {
-        return std::make_shared<AnnotateCmd>(selected.object, selected.name, text,
-                                             describeAnnotate(object, selected.name, text));
+        return makeAddCommand(selected, text);
     }
     requireValue(selected);
     if (wanted && !isOf(*wanted, text))
@@ -76,7 +89,12 @@ std::shared_ptr<Valdane::CommandBase> makeSetCommand(const Selected& selected, c
     return std::make_shared<Valdane::SetAttributeCmd<std::string>>(
         object.getRootObjectAlt(),
         object.getPath(nullptr, selected.name, Valdane::RequestedPathType::FromRoot),
-        isMarkup ? object.readMarkup(selected.name, text) : text, describeSet(object, selected.name, text));
+        isMarkup ? object.readMarkup(selected.name, text) : text, describe(selected, text));
+}
+
+std::shared_ptr<Valdane::CommandBase> makeAddCommand(const Selected& missing, const std::string& text)
+{
+    return std::make_shared<AnnotateCmd>(missing.object, missing.name, text, describe(missing, text));
 }
 
 } // namespace ModelEditor

@@ -35,4 +35,7 @@ std::shared_ptr<Valdane::CommandBase> makeSetCommand(const Selected& selected, c
                                                      std::optional<ValueType> wanted,
                                                      Entered entered = Entered::AsTheValueIs);
 
+/// The command that gives the element of @p missing that attribute, which it does not have, with the value @p text.
+std::shared_ptr<Valdane::CommandBase> makeAddCommand(const Selected& missing, const std::string& text);
+
 } // namespace ModelEditor

@@ -1,5 +1,6 @@
 #include "Applications/ModelEditor/Terminal/ModelView.h"
 
+#include "Applications/ModelEditor/Document/Markup.h"
 #include "Applications/ModelEditor/Document/ValueText.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
 #include "Applications/ModelEditor/Document/XmlObject.h"
@@ -162,7 +163,10 @@ void ModelView::printElement(XmlObject& object) const
     {
         for (const auto& entry : *annotations)
         {
-            out << "  @" << entry.name << " = " << shown(entry.text) << " (annotation)\n";
+            if (isAnnotationName(entry.name))
+            {
+                out << "  @" << entry.name << " = " << shown(entry.text) << " (annotation)\n";
+            }
         }
     }
     if (object.getChildCount() != 0)

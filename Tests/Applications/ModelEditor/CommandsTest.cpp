@@ -126,12 +126,32 @@ std::vector<ModuleSnapshot> modulesOf(const EditedModel& edited)
     return modules;
 }
 
-/// The kit for the editor, whose listener may fail.
+/// The kit for the editor, whose listener may fail once the model is there.
 struct EditorKit : CommandKit<EditedModel>
 {
-    EditorKit()
-        : CommandKit([this] { return std::make_unique<EditedModel>([this] { failAt("tell of a change"); }); },
-                     textOf)
+    /// @param added  what attributes to set in the model: address and text.
+    explicit EditorKit(const std::vector<std::vector<std::string>>& added = {})
+        : CommandKit(
+              [this, added]
+              {
+                  auto isThere = std::make_shared<bool>(false);
+                  const auto tell = [this, isThere]
+                  {
+                      if (*isThere)
+                      {
+                          failAt("tell of a change");
+                      }
+                  };
+                  auto edited = std::make_unique<EditedModel>(tell);
+                  for (const auto& arguments : added)
+                  {
+                      makeSet(edited->model, arguments).command->execute();
+                  }
+                  edited->modules->resetTo({});
+                  *isThere = true;
+                  return edited;
+              },
+              textOf)
     {
         setModules([](EditedModel& edited) { return edited.modules; }, modulesOf);
     }
@@ -254,6 +274,10 @@ const ProvedRow edits[] = {
     {"SetCData", edit(makeSet, {"//visual/text()[2]", "still ]]> raw"})},
     {"SetName", edit(makeSet, {"//link[1]/@name", "foot"})},
     {"SetNamespaced", edit(makeSet, {"//link[2]/@note:by", "'them'"})},
+    {"AddAttribute", edit(makeSet, {"//link[1]/@colour", "'red' & <blue>"})},
+    {"AddLongAttribute", edit(makeSet, {"//joint/@colour", longText})},
+    {"AddName", edit(makeSet, {"//joint/@name", "elbow"})},
+    {"AddNamespaced", edit(makeSet, {"//joint/@note:by", "them"})},
     {"SetOfTheRoot", edit(makeSet, {"/*/@version", "3"})},
     {"SetSeveral", edit(makeSet, {"//@mass", "2.5"})},
     {"Rename", edit(makeRename, {"//link[1]", "foot"})},
@@ -343,11 +367,26 @@ TEST(ModelEditorCommands, FindTheirObjectsAfterStructureCameAndWent)
     report.add(kit.staleObjects(edit(makeSet, {"//visual/text()[2]", "2.5"}), remove));
     report.add(kit.staleObjects(edit(makeAnnotate, {"//visual", "note:by", "me"}), remove));
     report.add(kit.staleObjects(edit(makeClearAnnotations, {"//link[2]", "note"}), remove));
+    report.add(kit.staleObjects(edit(makeSet, {"//visual/@colour", "red"}), remove));
     report.add(kit.staleObjects(structure(makeInsert, {"//visual", "<b/>"}), remove));
     report.add(kit.staleObjects(structure(makeDelete, {"//visual"}), remove));
     report.add(kit.staleObjects(structure(makeWrap, {"//visual", "group"}), remove));
     report.add(kit.staleObjects(scale("//link[2]/@mass"), remove));
     EXPECT_TRUE(report) << report;
+}
+
+// Such an attribute is set, scaled and renamed like those of the file.
+TEST(ModelEditorCommands, AreProvedOnAttributesThatWereAdded)
+{
+    const EditorKit kit({{"//joint/@size", "2.5"}, {"//joint/@name", "elbow"}});
+    const std::vector<Maker> makers{
+        edit(makeSet, {"//@size", "<wide>"}), scale("//@size"), edit(makeRename, {"//joint", "knee"}),
+        edit(makeSet, {"//joint/@colour", "red"}), edit(makeAnnotate, {"//joint", "note:at", "home"})};
+    for (const auto& make : makers)
+    {
+        const Report report = kit.all(make);
+        EXPECT_TRUE(report) << report;
+    }
 }
 
 TEST(ModelEditorCommands, AreProvedInAMacro)
@@ -403,6 +442,11 @@ TEST(ModelEditorCommands, AreRightInRandomHistories)
         return makeAnnotate(model, {node.getAddress(), anyOf({"note:by", "note:at", "note:x"}, choices),
                                     anyOf({"me", "you", "it's <\"me\">"}, choices)});
     };
+    const auto add = [](const XmlModel& model, const Selected& node, Choices& choices)
+    {
+        return makeSet(model, {node.getAddress() + anyOf({"/@added", "/@name", "/@more"}, choices),
+                               anyOf({"", "1.5", "it's <\"me\">"}, choices)});
+    };
     const auto clear = [](const XmlModel& model, const Selected& node, Choices&)
     {
         return makeClearAnnotations(model, {node.getAddress(), "note"});
@@ -437,10 +481,10 @@ TEST(ModelEditorCommands, AreRightInRandomHistories)
                                                        "/robot", "--first"})
                                    .command;
     };
-    const Report report =
-        atRandom(EditorKit(), {insert, remove, copy, anyEdit("//@mass", setNumber),
-                               anyEdit("//joint/@* | //text()", setText), anyEdit("//*[@name]", rename),
-                               anyEdit("//*", annotate), anyEdit("//*[@note:*]", clear), append});
+    const Report report = atRandom(
+        EditorKit(), {insert, remove, copy, anyEdit("//@mass", setNumber),
+                      anyEdit("//joint/@* | //text()", setText), anyEdit("//*[@name]", rename),
+                      anyEdit("//*", annotate), anyEdit("//*", add), anyEdit("//*[@note:*]", clear), append});
     EXPECT_TRUE(report) << report;
 }
 

@@ -13,6 +13,7 @@ namespace
 
 using ModelEditor::Encoding;
 using ModelEditor::isAnnotationName;
+using ModelEditor::isAttributeName;
 using ModelEditor::MarkupPlace;
 using ModelEditor::requireXmlText;
 using ModelEditor::startsWithReference;
@@ -74,16 +75,37 @@ TEST(Markup, XmlHoldsUnicodeTextButNotEveryCharacter)
     }
 }
 
-TEST(Markup, SaysWhichCharacterXmlCannotHold)
+std::string complaintOfText(const std::string& value)
 {
     try
     {
-        requireXmlText("a\x0B");
-        FAIL() << "nothing was thrown";
+        requireXmlText(value);
     }
     catch (const Valdane::VdException& exception)
     {
-        EXPECT_STREQ(exception.what(), "XML cannot hold the character U+000B");
+        return exception.what();
+    }
+    return "";
+}
+
+TEST(Markup, SaysWhichCharacterXmlCannotHold)
+{
+    EXPECT_EQ(complaintOfText("a\x0B"), "XML cannot hold the character U+000B, character 2 of the value");
+    EXPECT_EQ(complaintOfText("\xC3\xA9\xE2\x82\xAC\xEF\xBF\xBFx"),
+              "XML cannot hold the character U+FFFF, character 3 of the value");
+    EXPECT_EQ(complaintOfText("\xE2\x82\xAC\xFF"), "the value is not UTF-8 at character 2 of the value");
+}
+
+TEST(Markup, AnAttributeNameMayHaveAPrefixAndDeclaresNothing)
+{
+    for (const std::string name : {"a", "name", "a:b", "_", "gr\xC3\xBCn", "xmlnsx"})
+    {
+        EXPECT_TRUE(isAttributeName(name)) << name;
+    }
+    for (const std::string name :
+         {"", "*", "1a", "a b", "a]", "a:", ":b", "a:b:c", "xmlns", "xmlns:a", "text()"})
+    {
+        EXPECT_FALSE(isAttributeName(name)) << name;
     }
 }
 

@@ -349,7 +349,8 @@ TEST_F(Program, WhatATerminalObeysIsPrintedAsEscapes)
 TEST_F(Program, TheLogGoesToStandardErrorAtTheLevelAskedFor)
 {
     const std::string script = "set /a/@x 2\nundo\nset //@y '\x01'\n";
-    EXPECT_EQ(run({"m.xml"}, script).err, "<stdin>:3: set: XML cannot hold the character U+0001\n");
+    EXPECT_EQ(run({"m.xml"}, script).err,
+              "<stdin>:3: set: XML cannot hold the character U+0001, character 1 of the value\n");
     const auto error = run({"m.xml", "--log-level", "error"}, script);
     EXPECT_THAT(
         error.err,

@@ -66,6 +66,10 @@ private:
             --count;
             return "annotate " + element + " note:x y\nclear-annotations " + element + "\n";
         }
+        if (kind == 5)
+        {
+            return "set " + element + "/@added" + std::to_string(pick(4)) + " " + pickText() + "\n";
+        }
         return writeSet(pickFrom(values));
     }
 

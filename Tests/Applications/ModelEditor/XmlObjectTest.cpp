@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -139,7 +140,7 @@ TEST(XmlObject, WhatXmlCannotHoldChangesNothing)
     const XmlModel model("<a name='n' s='x' n:y='z'/>", "m");
     EXPECT_THROW(attribute(model, "s").getSetter()("\x01"), Valdane::VdException);
     EXPECT_THROW(dynamic_cast<NamedXmlObject&>(*model.getRoot()).setName("\xFF", true), Valdane::VdException);
-    for (const auto& entry : {DynamicAttributeCollection::Entry{"no-prefix", "x"}, {"n:y", "\x02"}})
+    for (const auto& entry : {DynamicAttributeCollection::Entry{"no name", "x"}, {"n:y", "\x02"}})
     {
         const auto collection = std::make_shared<DynamicAttributeCollection>();
         collection->set(entry.name, entry.text);
@@ -293,6 +294,43 @@ TEST(XmlObject, NewDynamicAttributesStandAtTheEndOfTheTag)
     EXPECT_EQ(model.select("/a/@n:b").nodes.at(0).text, "\"<");
     model.getRoot()->setDynamicAttributeCollection({});
     EXPECT_EQ(model.toBytes(), "<a x='1'\n/>");
+}
+
+TEST(XmlObject, AnAttributeThatIsAddedIsDynamicAndDescribed)
+{
+    const std::string file = "<a x='1'\n/>";
+    XmlModel model(file, "m");
+    const auto root = model.getRoot();
+    const auto added = std::make_shared<DynamicAttributeCollection>();
+    added->set("y", "2 < 3");
+    added->set("name", "n");
+    added->set("p:y", "3");
+    root->setDynamicAttributeCollection(added);
+    EXPECT_EQ(model.toBytes(), "<a x='1' y=\"2 &lt; 3\" name=\"n\" p:y=\"3\"\n/>");
+    EXPECT_THAT(root->getAttributeNames(), ElementsAre("x", "y"));
+    EXPECT_THAT(root->getNewAnnotations(), ElementsAre("p:y"));
+    EXPECT_EQ(attribute(model, "y").getGetter()(), "2 < 3");
+    EXPECT_EQ(root->getOriginalText("y"), std::nullopt);
+    EXPECT_EQ(root->getOriginalText("x"), "1");
+    EXPECT_EQ(after(model, "y", "&amp;"), "<a x='1' y=\"&amp;amp;\" name=\"n\" p:y=\"3\"\n/>");
+    EXPECT_EQ(added->get("y"), "2 < 3");
+    root->setDynamicAttributeCollection(nullptr);
+    EXPECT_EQ(model.toBytes(), file);
+    EXPECT_THROW(attribute(model, "y").getSetter()("4"), Valdane::VdException);
+    EXPECT_EQ(model.toBytes(), file);
+}
+
+TEST(XmlObject, WhatCannotBeAddedChangesNothing)
+{
+    const std::string file = "<a x='1' xmlns:n='u'/>";
+    const XmlModel model(file, "m");
+    for (const std::string name : {"x", "xmlns", "xmlns:n", "xmlns:q", "", "1", "a b", "text()"})
+    {
+        const auto added = std::make_shared<DynamicAttributeCollection>();
+        added->set(name, "2");
+        EXPECT_THROW(model.getRoot()->setDynamicAttributeCollection(added), Valdane::VdException) << name;
+        EXPECT_EQ(model.toBytes(), file) << name;
+    }
 }
 
 TEST(XmlObject, TellsWhatHasChanged)

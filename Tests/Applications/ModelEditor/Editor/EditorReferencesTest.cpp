@@ -116,6 +116,8 @@ TEST_F(EditorReferences, WhatCannotHaveOneIsRefused)
     EXPECT_EQ(run("markup /r/@n:b &x;"), "markup: /r/@n:b is an annotation");
     run("undo");
     EXPECT_EQ(run("set /r/@a &#1;"), "set: XML cannot hold the character &#1;");
+    EXPECT_EQ(run("set /r/@a 'x&nbsp;&own;\x01'"),
+              "set: XML cannot hold the character U+0001, character 13 of the value");
     run("set /r/text()[2] &x;");
     EXPECT_NE(model.toBytes().find("<![CDATA[&x;]]>"), std::string::npos);
     run("undo");

@@ -86,7 +86,8 @@ TEST_F(EditorScopes, AnEditOfSeveralNodesIsDoneWhollyOrNotAtAll)
               "set: 2.5 is not a value of type int, which /r/a/@x has");
     EXPECT_EQ(run("rename //* n"), "rename: /r has no attribute name");
     EXPECT_EQ(run("clear-annotations //*"), "clear-annotations: /r has no such annotations");
-    EXPECT_EQ(run("rename //*[@name] '\x01'"), "rename: XML cannot hold the character U+0001");
+    EXPECT_EQ(run("rename //*[@name] '\x01'"),
+              "rename: XML cannot hold the character U+0001, character 1 of the value");
     EXPECT_EQ(run("rename //comment()|/r n"), "rename: /r has no attribute name");
     EXPECT_EQ(bytes(), smallFile);
     EXPECT_EQ(run("history"), "  => 0 to undo, 0 to redo\n");
@@ -274,8 +275,10 @@ TEST_F(EditorScopes, OnlyEditsAreMerged)
 TEST_F(EditorScopes, AFailingEditLeavesTheMergedOnesWaiting)
 {
     run("merge set //a/@x 5");
-    EXPECT_EQ(run("set //a/@y '\x01'"), "set: XML cannot hold the character U+0001");
-    EXPECT_EQ(run("merge set //a/@y '\x02'"), "merge: XML cannot hold the character U+0002");
+    EXPECT_EQ(run("set //a/@y '\x01'"),
+              "set: XML cannot hold the character U+0001, character 1 of the value");
+    EXPECT_EQ(run("merge set //a/@y '\x02'"),
+              "merge: XML cannot hold the character U+0002, character 1 of the value");
     run("set //a/@y 2");
     EXPECT_EQ(run("history"), "   1  Set y of a A to 2\n  => 1 to undo, 0 to redo\n");
     run("undo");

@@ -179,7 +179,8 @@ TEST_F(EditorTest, RenameChangesTheNameAndNoAddress)
     EXPECT_EQ(model.toBytes(), robotFile);
     EXPECT_EQ(run("rename //size x"), "rename: /robot/link[2]/size has no attribute name");
     EXPECT_EQ(run("rename //link[1]/@name x"), "rename: /robot/link[1]/@name is not an element");
-    EXPECT_EQ(run("rename //link[1] \x01"), "rename: XML cannot hold the character U+0001");
+    EXPECT_EQ(run("rename //link[1] \x01"),
+              "rename: XML cannot hold the character U+0001, character 1 of the value");
 }
 
 TEST_F(EditorTest, AnnotationsAreAddedReplacedAndCleared)
