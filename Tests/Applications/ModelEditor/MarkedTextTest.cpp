@@ -22,7 +22,7 @@ using ModelEditor::withoutMarks;
 const auto unicode = Encoding::of("");
 const auto german = Encoding::of("<?xml version='1.0' encoding='ISO-8859-1'?>");
 
-struct Case
+struct MarkedCase
 {
     std::string entered;
     std::string seen; // by an XPath
@@ -33,13 +33,14 @@ struct Case
 TEST(MarkedText, ReferencesStayAndAllElseIsText)
 {
     for (const auto& [entered, seen, shown, written] :
-         {Case{"a&nbsp;b", "a&nbsp;b", "a&nbsp;b", "a&nbsp;b"},
-          Case{"&#65;&#x20AC;&#x1F600;&#xe9;&#x7f;", "A\xE2\x82\xAC\xF0\x9F\x98\x80\xC3\xA9\x7F",
-               "&#65;&#x20AC;&#x1F600;&#xe9;&#x7f;", "&#65;&#x20AC;&#x1F600;&#xe9;&#x7f;"},
-          Case{"&x;&amp;y;&lt;<&gt;&quot;&apos;", "&x;&y;<<>\"'", "&x;&amp;y;<<>\"'",
-               "&x;&amp;y;&lt;&lt;&gt;&quot;'"},
-          Case{"&x; & &y z; &", "&x; & &y z; &", "&x; &amp; &amp;y z; &amp;", "&x; &amp; &amp;y z; &amp;"},
-          Case{"&x;&#9;&#10;", "&x;\t\n", "&x;\t\n", "&x;&#9;&#10;"}})
+         {MarkedCase{"a&nbsp;b", "a&nbsp;b", "a&nbsp;b", "a&nbsp;b"},
+          MarkedCase{"&#65;&#x20AC;&#x1F600;&#xe9;&#x7f;", "A\xE2\x82\xAC\xF0\x9F\x98\x80\xC3\xA9\x7F",
+                     "&#65;&#x20AC;&#x1F600;&#xe9;&#x7f;", "&#65;&#x20AC;&#x1F600;&#xe9;&#x7f;"},
+          MarkedCase{"&x;&amp;y;&lt;<&gt;&quot;&apos;", "&x;&y;<<>\"'", "&x;&amp;y;<<>\"'",
+                     "&x;&amp;y;&lt;&lt;&gt;&quot;'"},
+          MarkedCase{"&x; & &y z; &", "&x; & &y z; &", "&x; &amp; &amp;y z; &amp;",
+                     "&x; &amp; &amp;y z; &amp;"},
+          MarkedCase{"&x;&#9;&#10;", "&x;\t\n", "&x;\t\n", "&x;&#9;&#10;"}})
     {
         const auto text = markReferences(entered, unicode);
         EXPECT_TRUE(hasReferences(text)) << entered;
