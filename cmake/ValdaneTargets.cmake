@@ -52,6 +52,10 @@ function(valdane_add_library name)
                  CXX_EXTENSIONS OFF
                  # Installed, each finds the others beside it.
                  INSTALL_RPATH "$ORIGIN")
+    if(NOT CMAKE_BUILD_TYPE STREQUAL Debug)
+      # Of united sources, g++ makes slower code: an undo takes 13 % more instructions.
+      set_target_properties(${target} PROPERTIES UNITY_BUILD OFF)
+    endif()
     # A library calls its own functions, exported or not, without the detour that would let others replace them; and those
     # of other libraries without the one that looks for them at the first call.
     target_compile_options(${target} PRIVATE -fno-semantic-interposition -fno-plt)
