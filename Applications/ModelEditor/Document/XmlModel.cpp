@@ -1,5 +1,7 @@
 #include "Applications/ModelEditor/Document/XmlModel.h"
 
+#include "Applications/ModelEditor/Document/ComputeApart.h"
+#include "Applications/ModelEditor/Document/Interruption.h"
 #include "Applications/ModelEditor/Document/Markup.h"
 #include "Applications/ModelEditor/Document/NamedXmlObject.h"
 #include "Applications/ModelEditor/Document/SiblingKeys.h"
@@ -7,6 +9,8 @@
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <cstddef>
+#include <cstring>
+#include <string_view>
 #include <unordered_set>
 #include <utility>
 
@@ -77,8 +81,8 @@ std::vector<pugi::xpath_node> inDocumentOrder(const pugi::xpath_node_set& nodes,
     return ordered;
 }
 
-std::vector<pugi::xpath_node> evaluate(const pugi::xpath_query& query, pugi::xml_node start,
-                                       pugi::xml_node document)
+std::vector<pugi::xpath_node> evaluateHere(const pugi::xpath_query& query, pugi::xml_node start,
+                                           pugi::xml_node document)
 {
     auto nodes = query.evaluate_node_set(start);
     if (nodes.type() == pugi::xpath_node_set::type_unsorted)
@@ -87,6 +91,42 @@ std::vector<pugi::xpath_node> evaluate(const pugi::xpath_query& query, pugi::xml
     }
     nodes.sort();
     return {nodes.begin(), nodes.end()};
+}
+
+// A node is where it is in each process that is a copy of this one.
+struct SentNode
+{
+    pugi::xml_node_struct* node;
+    pugi::xml_attribute_struct* attribute;
+};
+
+std::string bytesOf(const std::vector<pugi::xpath_node>& nodes)
+{
+    std::string bytes;
+    bytes.reserve(nodes.size() * sizeof(SentNode));
+    for (const auto& node : nodes)
+    {
+        const auto owner = node.attribute() ? node.parent() : node.node();
+        const SentNode sent{owner.internal_object(), node.attribute().internal_object()};
+        bytes.append(reinterpret_cast<const char*>(&sent), sizeof sent);
+    }
+    return bytes;
+}
+
+std::vector<pugi::xpath_node> nodesOf(std::string_view bytes)
+{
+    std::vector<pugi::xpath_node> nodes;
+    nodes.reserve(bytes.size() / sizeof(SentNode));
+    for (; bytes.size() >= sizeof(SentNode); bytes.remove_prefix(sizeof(SentNode)))
+    {
+        SentNode sent{};
+        std::memcpy(&sent, bytes.data(), sizeof sent);
+        const pugi::xml_node node(sent.node);
+        nodes.push_back(sent.attribute == nullptr
+                            ? pugi::xpath_node(node)
+                            : pugi::xpath_node(pugi::xml_attribute(sent.attribute), node));
+    }
+    return nodes;
 }
 
 } // namespace
@@ -158,17 +198,31 @@ Selection XmlModel::selectFrom(const std::shared_ptr<XmlObject>& start, const st
     const auto from = start == nullptr ? document.getDocumentNode() : start->getElement();
     if (query.return_type() != pugi::xpath_type_node_set)
     {
-        selection.value = query.evaluate_string(from);
+        selection.value = evaluateText(query, from);
         return selection;
     }
-    for (const auto& node : evaluate(query, from, document.getDocumentNode()))
+    for (const auto& node : evaluate(query, from))
     {
+        checkInterruption();
         if (auto selected = find(node))
         {
             selection.nodes.push_back(std::move(*selected));
         }
     }
     return selection;
+}
+
+void XmlModel::setInterruption(const Interruption* asked) noexcept
+{
+    interruption = asked;
+}
+
+void XmlModel::checkInterruption() const
+{
+    if (interruption != nullptr)
+    {
+        interruption->check();
+    }
 }
 
 const Encoding& XmlModel::getEncoding() const noexcept
@@ -224,6 +278,26 @@ std::shared_ptr<XmlObject> XmlModel::makeObject(std::string key, pugi::xml_node 
         return std::make_shared<NamedXmlObject>(std::move(key), context, element);
     }
     return std::make_shared<XmlObject>(std::move(key), context, element);
+}
+
+std::vector<pugi::xpath_node> XmlModel::evaluate(const pugi::xpath_query& query, pugi::xml_node start) const
+{
+    const auto top = document.getDocumentNode();
+    if (interruption == nullptr)
+    {
+        return evaluateHere(query, start, top);
+    }
+    const auto bytes = computeApart([&] { return bytesOf(evaluateHere(query, start, top)); }, *interruption);
+    return nodesOf(bytes);
+}
+
+std::string XmlModel::evaluateText(const pugi::xpath_query& query, pugi::xml_node start) const
+{
+    const auto work = [&]
+    {
+        return query.evaluate_string(start);
+    };
+    return interruption == nullptr ? work() : computeApart(work, *interruption);
 }
 
 std::optional<Selected> XmlModel::find(const pugi::xpath_node& node) const

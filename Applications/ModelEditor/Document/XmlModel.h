@@ -19,6 +19,7 @@
 namespace ModelEditor
 {
 
+class Interruption;
 struct XmlChange;
 
 /// What of an element an XPath has selected.
@@ -133,6 +134,14 @@ public:
     /// The same, with relative addresses starting at @p start, or at the document if it is empty.
     Selection selectFrom(const std::shared_ptr<XmlObject>& start, const std::string& xpath) const;
 
+    /// Has select() and selectFrom() stop when @p asked says so; a null pointer ends that.
+    ///
+    /// XPath is then evaluated in a process of its own. @param asked  must live until it is replaced.
+    void setInterruption(const Interruption* asked) noexcept;
+
+    /// @throws VdException `interrupted` if that is asked. For those who go through much of the model.
+    void checkInterruption() const;
+
     /// The encoding in which it is saved.
     const Encoding& getEncoding() const noexcept;
 
@@ -216,6 +225,8 @@ private:
     std::vector<XmlChange> changesIn(XmlObject& parent, const XmlCutting& part, bool came);
     void report(const std::vector<XmlChange>& changes) const;
     std::optional<Selected> find(const pugi::xpath_node& node) const;
+    std::vector<pugi::xpath_node> evaluate(const pugi::xpath_query& query, pugi::xml_node start) const;
+    std::string evaluateText(const pugi::xpath_query& query, pugi::xml_node start) const;
 
     XmlDocument document;
     XmlContext context;
@@ -224,6 +235,7 @@ private:
     std::weak_ptr<XmlObject> current;
     // What is known of the document, not a part of it.
     mutable AddressWalk addresses;
+    const Interruption* interruption = nullptr;
 };
 
 } // namespace ModelEditor

@@ -46,7 +46,7 @@ Editor::Editor(XmlModel& edited, Writer writer, std::ostream& stream, Reader rea
       write(std::move(writer)),
       read(std::move(reader)),
       out(stream),
-      view(stream),
+      view(stream, [this] { model.checkInterruption(); }),
       modules(std::make_shared<ModelModules>(edited.getRoot()))
 {
     levels.emplace_back(HistoryLevel::Kind::Model, std::string(), modules);
@@ -80,6 +80,11 @@ void Editor::run(const std::string& line)
 bool Editor::isUnderWay() const noexcept
 {
     return underWay != nullptr;
+}
+
+void Editor::setInterruption(const Interruption* asked) noexcept
+{
+    model.setInterruption(asked);
 }
 
 const WakeUp& Editor::getWakeUp() const noexcept

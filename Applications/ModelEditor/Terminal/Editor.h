@@ -22,6 +22,7 @@ class Object;
 namespace ModelEditor
 {
 
+class Interruption;
 class ModelModules;
 class XmlModel;
 class XmlObject;
@@ -120,6 +121,11 @@ public:
 
     /// What a person is to see before the next line: tells of a group and of a recording.
     std::string getPrompt() const;
+
+    /// Has lines that look for something or show it stop when @p asked says so: they fail with `<verb>: interrupted`.
+    ///
+    /// @param asked  a null pointer ends that.
+    void setInterruption(const Interruption* asked) noexcept;
 
     /// The verb that @p name stands for, which may be shortened. @throws VdException if there is none, or several.
     static std::string findVerb(const std::string& name);

@@ -26,7 +26,7 @@ void onInterrupt(int /*signal*/)
 
 } // namespace
 
-InterruptKey::InterruptKey(const WakeUp& wakeUp)
+InterruptKey::InterruptKey(const WakeUp& wakeUpToSignal) : wakeUp(wakeUpToSignal)
 {
     woken = &wakeUp;
     isStruck = false;
@@ -49,6 +49,16 @@ InterruptKey::~InterruptKey()
 bool InterruptKey::takeStroke() noexcept
 {
     return isStruck.exchange(false);
+}
+
+bool InterruptKey::isAsked() const noexcept
+{
+    return isStruck;
+}
+
+int InterruptKey::getDescriptor() const noexcept
+{
+    return wakeUp.getDescriptor();
 }
 
 } // namespace ModelEditor

@@ -18,7 +18,10 @@
 namespace ModelEditor
 {
 
-ModelView::ModelView(std::ostream& stream) : out(stream) {}
+ModelView::ModelView(std::ostream& stream, std::function<void()> beforeLine)
+    : out(stream), check(std::move(beforeLine))
+{
+}
 
 void ModelView::printTree(const std::shared_ptr<XmlObject>& top, std::size_t depth,
                           const std::set<const Valdane::Object*>& marked) const
@@ -28,6 +31,7 @@ void ModelView::printTree(const std::shared_ptr<XmlObject>& top, std::size_t dep
     {
         const auto [object, level] = std::move(open.back());
         open.pop_back();
+        check();
         printNode(*object, level, level == depth, marked.contains(object.get()));
         if (level < depth)
         {
@@ -42,6 +46,7 @@ void ModelView::printTree(const std::shared_ptr<XmlObject>& top, std::size_t dep
 
 void ModelView::printDetails(const Selected& selected) const
 {
+    check();
     if (selected.part == Part::Element)
     {
         printElement(*selected.object);
@@ -61,6 +66,7 @@ void ModelView::printDetails(const Selected& selected) const
 
 void ModelView::printLine(const Selected& selected) const
 {
+    check();
     out << selected.getAddress();
     if (selected.part == Part::Element)
     {
@@ -120,6 +126,7 @@ void ModelView::printRows(const HistoryLevel& level, std::uint64_t first, std::u
 {
     for (auto row = first; row < end; ++row)
     {
+        check();
         out << std::setw(4) << row + 1 << "  " << level.history.getText(row)
             << (level.isSaved(row) ? "  [saved]\n" : "\n");
     }

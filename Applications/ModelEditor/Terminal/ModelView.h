@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <memory>
 #include <ostream>
@@ -26,7 +27,8 @@ struct Selected;
 class ModelView
 {
 public:
-    explicit ModelView(std::ostream& stream);
+    /// @param beforeLine  called before each line, or the few lines of one element. What it throws ends the operation.
+    ModelView(std::ostream& stream, std::function<void()> beforeLine);
 
     /// The element and what is below it, @p depth levels deep, an indented line for each, with a `*` behind
     /// those in @p marked.
@@ -56,6 +58,7 @@ private:
     void printValue(XmlObject& object, const std::string& attributeName) const;
 
     std::ostream& out;
+    std::function<void()> check;
 };
 
 } // namespace ModelEditor

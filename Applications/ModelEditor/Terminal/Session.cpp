@@ -4,6 +4,7 @@
 #include "Applications/ModelEditor/Edits/EditorTexts.h"
 #include "Applications/ModelEditor/Terminal/InterruptKey.h"
 #include "Applications/ModelEditor/Terminal/LineSource.h"
+#include "Applications/ModelEditor/Terminal/WakeUp.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <algorithm>
@@ -29,6 +30,29 @@ std::string join(const std::vector<std::string>& addresses)
     return addresses.size() > most ? text + " and " + std::to_string(addresses.size() - most) + " more"
                                    : text;
 }
+
+// While it lives, Ctrl-C interrupts what the editor looks for or shows.
+class InterruptibleLine
+{
+public:
+    explicit InterruptibleLine(Editor& runs) : editor(runs)
+    {
+        editor.setInterruption(&key);
+    }
+
+    InterruptibleLine(const InterruptibleLine&) = delete;
+    InterruptibleLine& operator=(const InterruptibleLine&) = delete;
+
+    ~InterruptibleLine()
+    {
+        editor.setInterruption(nullptr);
+    }
+
+private:
+    Editor& editor;
+    WakeUp struck;
+    InterruptKey key{struck};
+};
 
 } // namespace
 
@@ -87,7 +111,7 @@ bool Session::runLine(const std::string& line)
     try
     {
         const bool wasUnderWay = editor->isUnderWay();
-        editor->run(line);
+        runInterruptibly(line);
         if (!wasUnderWay && editor->isUnderWay())
         {
             runLineNumber = lineNumber;
@@ -104,6 +128,18 @@ bool Session::runLine(const std::string& line)
         report(lineNumber, exception.what() + (settings.isInteractive ? "" : editor->giveUpGroup()));
         return false;
     }
+}
+
+// In a script the key ends the program, as it does with other filters.
+void Session::runInterruptibly(const std::string& line)
+{
+    if (!settings.isInteractive)
+    {
+        editor->run(line);
+        return;
+    }
+    const InterruptibleLine interruptible(*editor);
+    editor->run(line);
 }
 
 void Session::tryToReload()

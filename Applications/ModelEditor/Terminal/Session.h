@@ -63,6 +63,7 @@ private:
 
     std::unique_ptr<Editor> makeEditor();
     bool runLine(const std::string& line);
+    void runInterruptibly(const std::string& line);
     void tryToReload();
     void reload();
     bool waitForRun();

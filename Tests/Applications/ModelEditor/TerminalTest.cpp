@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <poll.h>
 #include <pty.h>
 #include <string>
 #include <sys/wait.h>
@@ -82,6 +83,30 @@ public:
         while (!seen.ends_with(text) && read(terminal, &c, 1) == 1)
         {
             seen += c;
+        }
+        return seen;
+    }
+
+    // Interrupts again and again until the text comes: nobody sees when the first one can be heard.
+    std::string interruptUntil(const std::string& text) const
+    {
+        std::string seen;
+        char c = 0;
+        while (!seen.ends_with(text))
+        {
+            pollfd waiting{.fd = terminal, .events = POLLIN, .revents = 0};
+            if (poll(&waiting, 1, 1) == 0)
+            {
+                interrupt();
+            }
+            else if (read(terminal, &c, 1) == 1)
+            {
+                seen += c;
+            }
+            else
+            {
+                break;
+            }
         }
         return seen;
     }
@@ -379,6 +404,28 @@ TEST_F(LongRun, TheInterruptKeyAbortsItAndASecondOneDoesNoHarm)
     EXPECT_THAT(terminal.waitFor("0 modules"), HasSubstr("0 modules"));
     terminal.waitFor(prompt);
     terminal.type("\x04");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(TerminalTest, AnInterruptStopsALongSearchAndTheSessionGoesOn)
+{
+    std::string bytes = "<r>";
+    for (int i = 0; i < 3000; ++i)
+    {
+        bytes += "<e/>";
+    }
+    directory.write("m.xml", bytes + "</r>");
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("find //e[not(//e[not(//e[@b])])]\n");
+    EXPECT_THAT(terminal.interruptUntil("interrupted"), HasSubstr("find: interrupted"))
+        << "it takes days otherwise";
+    terminal.waitFor(prompt);
+    terminal.type("find //e[3]\n");
+    EXPECT_THAT(terminal.waitFor("1 node"), HasSubstr("/r/e[3]"));
+    terminal.waitFor(prompt);
+    terminal.type("quit\n");
     terminal.waitForEnd(status);
     EXPECT_EQ(status, 0);
 }
