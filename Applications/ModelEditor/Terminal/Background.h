@@ -1,13 +1,16 @@
 #pragma once
 
+#include "Applications/ModelEditor/Terminal/Completion.h"
+
 #include <string>
+#include <string_view>
 
 namespace ModelEditor
 {
 
 class WakeUp;
 
-/// Work that goes on while a line is typed.
+/// What a line that is being typed is for: work that goes on meanwhile, and words that complete it.
 ///
 /// Thread: the main thread only.
 class Background
@@ -31,6 +34,9 @@ public:
 
     /// Prints what came of it.
     virtual void conclude() = 0;
+
+    /// What may complete @p line, which is typed up to the cursor.
+    virtual Completion complete(std::string_view line) const = 0;
 
     /// The interrupt key was struck.
     virtual void interrupt() = 0;

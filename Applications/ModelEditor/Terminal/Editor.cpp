@@ -139,6 +139,16 @@ std::string Editor::getPrompt() const
            (isInGroup() ? " (" + brief(levels.back().getName()) + ")" : "") + "> ";
 }
 
+Completion Editor::complete(std::string_view line) const
+{
+    std::vector<Completer::Verb> known;
+    for (const auto& verb : Verb::getAll())
+    {
+        known.push_back({verb.name, verb.arguments});
+    }
+    return Completer(model, known).complete(line);
+}
+
 std::string Editor::findVerb(const std::string& name)
 {
     return std::string(Verb::find(name).name);

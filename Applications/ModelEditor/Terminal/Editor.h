@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Applications/ModelEditor/Terminal/Completion.h"
 #include "Applications/ModelEditor/Terminal/HistoryLevel.h"
 #include "Applications/ModelEditor/Terminal/ModelView.h"
 #include "Applications/ModelEditor/Terminal/WakeUp.h"
@@ -12,6 +13,7 @@
 #include <ostream>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Valdane
@@ -126,6 +128,9 @@ public:
     ///
     /// @param asked  a null pointer ends that.
     void setInterruption(const Interruption* asked) noexcept;
+
+    /// What may complete @p line, which is typed up to the cursor.
+    Completion complete(std::string_view line) const;
 
     /// The verb that @p name stands for, which may be shortened. @throws VdException if there is none, or several.
     static std::string findVerb(const std::string& name);

@@ -25,7 +25,7 @@ public:
     /// @throws VdException if reading fails.
     virtual std::optional<std::string> next(const std::string& prompt) = 0;
 
-    /// Has @p background go on while next() waits for a person; where nobody types does nothing.
+    /// Has @p background go on, and complete lines, while next() waits for a person; where nobody types does nothing.
     ///
     /// @param background  must live as long as lines are read.
     virtual void serve(Background& background);

@@ -212,6 +212,11 @@ void Session::conclude()
     out.flush();
 }
 
+Completion Session::complete(std::string_view line) const
+{
+    return editor->complete(line);
+}
+
 void Session::interrupt()
 {
     editor->abort();

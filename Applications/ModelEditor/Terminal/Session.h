@@ -59,6 +59,7 @@ private:
     std::string getPrompt() const override;
     bool goOn() override;
     void conclude() override;
+    Completion complete(std::string_view line) const override;
     void interrupt() override;
 
     std::unique_ptr<Editor> makeEditor();

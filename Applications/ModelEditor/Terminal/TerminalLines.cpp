@@ -1,6 +1,8 @@
 #include "Applications/ModelEditor/Terminal/TerminalLines.h"
 
+#include "Applications/ModelEditor/Edits/Words.h"
 #include "Applications/ModelEditor/Terminal/Background.h"
+#include "Applications/ModelEditor/Terminal/Paste.h"
 #include "Applications/ModelEditor/Terminal/WakeUp.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
@@ -13,9 +15,13 @@
 #include <cstddef>
 #include <cstdio>
 #include <cwchar>
+#include <deque>
+#include <exception>
+#include <iostream>
 #include <memory>
 #include <poll.h>
 #include <string>
+#include <string_view>
 #include <termios.h>
 #include <unistd.h>
 #include <utility>
@@ -26,7 +32,7 @@ namespace ModelEditor
 namespace
 {
 
-constexpr int historySize = 1000;
+constexpr int historySize = LineHistory::most;
 
 // How long the prompt that shows what is under way may be out of date.
 constexpr std::chrono::milliseconds refreshInterval(200);
@@ -38,7 +44,10 @@ constexpr std::chrono::milliseconds refreshInterval(200);
 class TerminalLines::Editing
 {
 public:
-    Editing() : editLine(el_init("model-editor", stdin, stdout, stderr)), history(history_init())
+    explicit Editing(LineHistory earlier)
+        : lineHistory(std::move(earlier)),
+          editLine(el_init("model-editor", stdin, stdout, stderr)),
+          history(history_init())
     {
         if (editLine == nullptr || history == nullptr)
         {
@@ -46,6 +55,14 @@ public:
         }
         HistEvent event{};
         ::history(history.get(), &event, H_SETSIZE, historySize);
+        tryHistory(
+            [this]
+            {
+                for (const auto& line : lineHistory.read())
+                {
+                    enter(line);
+                }
+            });
         el_set(editLine.get(), EL_CLIENTDATA, this);
         el_set(editLine.get(), EL_PROMPT, &givePrompt);
         el_set(editLine.get(), EL_GETCFN, &giveKey);
@@ -53,6 +70,10 @@ public:
         el_set(editLine.get(), EL_HIST, &::history, history.get());
         el_set(editLine.get(), EL_SIGNAL, 1);
         el_set(editLine.get(), EL_BIND, "^C", "em-kill-line", nullptr);
+        el_set(editLine.get(), EL_ADDFN, "complete", "Complete the word", &completeWord);
+        el_set(editLine.get(), EL_BIND, "^I", "complete", nullptr);
+        el_set(editLine.get(), EL_ADDFN, "paste", "Take pasted text", &takePaste);
+        el_set(editLine.get(), EL_BIND, "\033[200~", "paste", nullptr);
         previousHandler = std::signal(SIGINT, SIG_IGN);
     }
 
@@ -78,7 +99,9 @@ public:
         {
             giveWay();
             takeSingleKeys();
+            markPastes(true);
             typed = el_gets(editLine.get(), &length);
+            markPastes(false);
         } while (mustGiveWay);
         if (isGone)
         {
@@ -125,9 +148,66 @@ private:
         return editing.shownPrompt.data();
     }
 
+    static unsigned char completeWord(EditLine* editLine, int /*key*/)
+    {
+        return of(editLine).complete();
+    }
+
+    static unsigned char takePaste(EditLine* editLine, int /*key*/)
+    {
+        of(editLine).readPaste();
+        return CC_NORM;
+    }
+
     static int giveKey(EditLine* editLine, wchar_t* key)
     {
         return of(editLine).readKey(*key);
+    }
+
+    // Puts in what is sure, and lists what it may be.
+    unsigned char complete()
+    {
+        const LineInfo* const line = el_line(editLine.get());
+        const std::string_view typed(line->buffer, static_cast<std::size_t>(line->cursor - line->buffer));
+        const auto completion = background->complete(typed);
+        const auto word = typed.substr(completion.start);
+        const auto whole = completion.common + completion.ending;
+        if (completion.count == 0 || (completion.count == 1 && whole == word))
+        {
+            return CC_REFRESH_BEEP;
+        }
+        if (!completion.common.empty() && whole != word)
+        {
+            el_deletestr(editLine.get(), static_cast<int>(countCharacters(word)));
+            el_insertstr(editLine.get(), whole.c_str());
+            return CC_REFRESH;
+        }
+        std::fputs(("\n" + listOf(completion)).c_str(), stdout);
+        return CC_REDISPLAY;
+    }
+
+    static std::size_t countCharacters(std::string_view text)
+    {
+        std::mbstate_t state{};
+        const std::string copy(text);
+        const char* rest = copy.c_str();
+        const auto count = std::mbsrtowcs(nullptr, &rest, 0, &state);
+        return count == static_cast<std::size_t>(-1) ? text.size() : count;
+    }
+
+    // Up to the end of what was pasted. A control character in it is text, and not a key.
+    void readPaste()
+    {
+        static constexpr std::wstring_view end = L"\033[201~";
+        std::wstring text;
+        wchar_t character = 0;
+        while (!text.ends_with(end) && readCharacter(character) > 0)
+        {
+            text += character;
+        }
+        const auto keys =
+            keysOf(std::wstring_view(text).substr(0, text.size() - (text.ends_with(end) ? end.size() : 0)));
+        pasted.insert(pasted.end(), keys.begin(), keys.end());
     }
 
     bool isBackgroundUnderWay() const
@@ -139,6 +219,12 @@ private:
     int readKey(wchar_t& key)
     {
         constexpr wchar_t interruptKey = 3;
+        if (!pasted.empty())
+        {
+            key = pasted.front();
+            pasted.pop_front();
+            return 1;
+        }
         while (waitForKey())
         {
             const int count = readCharacter(key);
@@ -245,18 +331,40 @@ private:
 
     std::string remember(std::string line)
     {
-        if (line.find_first_not_of(" \t\r\n") != std::string::npos)
-        {
-            HistEvent event{};
-            ::history(history.get(), &event, H_ENTER, line.c_str());
-        }
         while (line.ends_with('\n') || line.ends_with('\r'))
         {
             line.pop_back();
         }
+        if (line.find_first_not_of(" \t\r\n") != std::string::npos)
+        {
+            enter(line);
+            tryHistory([&] { lineHistory.add(line); });
+        }
         return line;
     }
 
+    void enter(const std::string& line)
+    {
+        HistEvent event{};
+        ::history(history.get(), &event, H_ENTER, line.c_str());
+    }
+
+    // Who edits a model is not kept from it by another file.
+    template <typename Work>
+    void tryHistory(const Work& work)
+    {
+        try
+        {
+            work();
+        }
+        catch (const std::exception& exception)
+        {
+            std::cerr << "lines of this session are not kept: " << visible(exception.what()) << '\n';
+            lineHistory = LineHistory("");
+        }
+    }
+
+    LineHistory lineHistory;
     std::string ownPrompt;
     std::string shownPrompt;
     std::unique_ptr<EditLine, EndEditLine> editLine;
@@ -265,11 +373,13 @@ private:
     bool mustGiveWay = false;
     bool isGone = false;
     std::string typedSoFar;
+    // What is still to be taken as if it were typed.
+    std::deque<wchar_t> pasted;
     std::chrono::steady_clock::time_point nextRefresh;
     void (*previousHandler)(int) = nullptr;
 };
 
-TerminalLines::TerminalLines() : editing(std::make_unique<Editing>()) {}
+TerminalLines::TerminalLines(LineHistory earlier) : editing(std::make_unique<Editing>(std::move(earlier))) {}
 
 TerminalLines::~TerminalLines() = default;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Applications/ModelEditor/Terminal/LineHistory.h"
 #include "Applications/ModelEditor/Terminal/LineSource.h"
 
 #include <memory>
@@ -9,7 +10,8 @@
 namespace ModelEditor
 {
 
-/// Lines that a person types at the terminal of this process, with a prompt, line editing and a history.
+/// Lines that a person types at the terminal of this process, with a prompt, line editing, completion by the tab key, and a
+/// history that earlier sessions have begun. What is pasted is text, also where it has control characters.
 ///
 /// The interrupt key empties the line, or interrupts what is under way meanwhile, which the prompt then
 /// shows. At most one at a time; takes over SIGINT as long as it lives.
@@ -18,8 +20,9 @@ namespace ModelEditor
 class TerminalLines : public LineSource
 {
 public:
+    /// @param earlier  if it cannot be read or written, that is told once on standard error, and it is left alone.
     /// @throws VdException if there is no usable terminal.
-    TerminalLines();
+    explicit TerminalLines(LineHistory earlier);
     ~TerminalLines() override;
 
     /// @throws VdException if the terminal has gone, which is not the end key.

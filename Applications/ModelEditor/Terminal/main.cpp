@@ -91,7 +91,8 @@ bool play(ModelEditor::LoadedModel model, const Options& options, std::ostream& 
     std::unique_ptr<ModelEditor::LineSource> lines;
     if (settings.isInteractive)
     {
-        lines = std::make_unique<ModelEditor::TerminalLines>();
+        lines = std::make_unique<ModelEditor::TerminalLines>(
+            ModelEditor::LineHistory(ModelEditor::LineHistory::findPath()));
     }
     else
     {

@@ -38,6 +38,7 @@ public:
         if (child == 0)
         {
             setenv("TERM", "dumb", 1);
+            setenv("XDG_STATE_HOME", (directory.getPath() / "state").c_str(), 1);
             const bool isThere = chdir(directory.getPath().c_str()) == 0;
             if (isThere)
             {
@@ -406,6 +407,70 @@ TEST_F(LongRun, TheInterruptKeyAbortsItAndASecondOneDoesNoHarm)
     terminal.type("\x04");
     terminal.waitForEnd(status);
     EXPECT_EQ(status, 0);
+}
+
+TEST_F(TerminalTest, LinesComeBackInTheNextSession)
+{
+    {
+        Terminal terminal(directory, "m.xml");
+        terminal.waitFor(prompt);
+        terminal.type("set /a/@x 2\nfind /a/@x\n");
+        terminal.waitFor("1 node");
+        terminal.hangUp();
+        terminal.waitForEnd(status);
+    }
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("\x10\x10\n");
+    EXPECT_THAT(terminal.waitFor("1 -> 2"), HasSubstr("/a/@x: 1 -> 2"));
+    EXPECT_EQ(directory.read("state/model-editor/lines"), "set /a/@x 2\nfind /a/@x\nset /a/@x 2\n");
+}
+
+TEST_F(TerminalTest, AHistoryThatCannotBeKeptIsToldOnce)
+{
+    directory.write("state", "no folder");
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("pwd\npwd\n");
+    const auto seen = terminal.waitFor("/\r\n") + terminal.waitFor("/\r\n");
+    EXPECT_THAT(seen, HasSubstr("lines of this session are not kept: "));
+    EXPECT_EQ(seen.find("not kept"), seen.rfind("not kept"));
+}
+
+TEST_F(TerminalTest, TheTabKeyCompletes)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    // A verb with its blank, an element, and the only attribute.
+    terminal.type("fin\t/\t/@\t\n");
+    EXPECT_THAT(terminal.waitFor("1 node"), HasSubstr("/a/@x = 1"));
+    terminal.waitFor(prompt);
+    terminal.type("re\t");
+    EXPECT_THAT(terminal.waitFor("rename\r\n"), HasSubstr("record\r\nredo\r\nreload\r\nreload!\r\nrename"));
+    terminal.waitFor(prompt + "re");
+    terminal.type("n\t/a/@x b\n");
+    EXPECT_THAT(terminal.waitFor("rename: "), HasSubstr("rename /a/@x b"));
+}
+
+TEST_F(TerminalTest, WhatIsPastedIsTextLineByLine)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("\x1b[200~set /a/@x 'b\tc'\r\nfind /a/@x\r\nset /a/@x re\t\x1b[201~");
+    EXPECT_THAT(terminal.waitFor("1 node"), HasSubstr("/a/@x = \"b\\x09c\"")) << "a tab is a character";
+    terminal.waitFor(prompt + "set /a/@x re");
+    terminal.type("x\n");
+    EXPECT_THAT(terminal.waitFor("no option x"), HasSubstr("set: no option x")) << "it did not complete re";
+}
+
+TEST_F(TerminalTest, APasteThatTheTerminalBreaksOffEndsTheSession)
+{
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("\x1b[200~set /a/@x 2");
+    terminal.hangUp();
+    terminal.waitForEnd(status);
+    EXPECT_EQ(directory.read("m.xml"), "<a x='1'/>");
 }
 
 TEST_F(TerminalTest, AnInterruptStopsALongSearchAndTheSessionGoesOn)

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace ModelEditor
+{
+
+/// The keys that enter what was pasted: a line end is the return key, and before another control character stands the key
+/// that takes the meaning from the next one (Control-V).
+std::wstring keysOf(std::wstring_view pasted);
+
+/// Has the terminal mark what is pasted with sequences around it, or no longer. Does nothing where $TERM is missing or dumb.
+void markPastes(bool isOn);
+
+} // namespace ModelEditor
