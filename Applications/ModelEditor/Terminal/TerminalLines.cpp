@@ -2,7 +2,7 @@
 
 #include "Applications/ModelEditor/Edits/Words.h"
 #include "Applications/ModelEditor/Terminal/Background.h"
-#include "Applications/ModelEditor/Terminal/Paste.h"
+#include "Applications/ModelEditor/Terminal/Keys.h"
 #include "Applications/ModelEditor/Terminal/WakeUp.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
@@ -14,8 +14,6 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdio>
-#include <cwchar>
-#include <deque>
 #include <exception>
 #include <iostream>
 #include <memory>
@@ -33,6 +31,13 @@ namespace
 {
 
 constexpr int historySize = LineHistory::most;
+
+constexpr wchar_t interruptKey = 3;
+constexpr wchar_t completeKey = L'\t';
+constexpr wchar_t redisplayKey = 31;
+constexpr wchar_t quoteKey = 22;
+constexpr wchar_t deleteKey = 127;
+constexpr std::wstring_view pasteStart = L"\033[200~";
 
 // How long the prompt that shows what is under way may be out of date.
 constexpr std::chrono::milliseconds refreshInterval(200);
@@ -70,10 +75,7 @@ public:
         el_set(editLine.get(), EL_HIST, &::history, history.get());
         el_set(editLine.get(), EL_SIGNAL, 1);
         el_set(editLine.get(), EL_BIND, "^C", "em-kill-line", nullptr);
-        el_set(editLine.get(), EL_ADDFN, "complete", "Complete the word", &completeWord);
-        el_set(editLine.get(), EL_BIND, "^I", "complete", nullptr);
-        el_set(editLine.get(), EL_ADDFN, "paste", "Take pasted text", &takePaste);
-        el_set(editLine.get(), EL_BIND, "\033[200~", "paste", nullptr);
+        el_set(editLine.get(), EL_BIND, "^_", "ed-redisplay", nullptr);
         previousHandler = std::signal(SIGINT, SIG_IGN);
     }
 
@@ -148,66 +150,49 @@ private:
         return editing.shownPrompt.data();
     }
 
-    static unsigned char completeWord(EditLine* editLine, int /*key*/)
-    {
-        return of(editLine).complete();
-    }
-
-    static unsigned char takePaste(EditLine* editLine, int /*key*/)
-    {
-        of(editLine).readPaste();
-        return CC_NORM;
-    }
-
     static int giveKey(EditLine* editLine, wchar_t* key)
     {
         return of(editLine).readKey(*key);
     }
 
-    // Puts in what is sure, and lists what it may be.
-    unsigned char complete()
+    // Types what is sure, or lists what it may be.
+    void complete()
     {
         const LineInfo* const line = el_line(editLine.get());
         const std::string_view typed(line->buffer, static_cast<std::size_t>(line->cursor - line->buffer));
         const auto completion = background->complete(typed);
-        const auto word = typed.substr(completion.start);
+        const std::string word(typed.substr(completion.start));
         const auto whole = completion.common + completion.ending;
         if (completion.count == 0 || (completion.count == 1 && whole == word))
         {
-            return CC_REFRESH_BEEP;
+            std::fputs("\a", stdout);
         }
-        if (!completion.common.empty() && whole != word)
+        else if (!completion.common.empty() && whole != word)
         {
-            el_deletestr(editLine.get(), static_cast<int>(countCharacters(word)));
-            el_insertstr(editLine.get(), whole.c_str());
-            return CC_REFRESH;
+            const bool goesOn = whole.starts_with(word);
+            keys += std::wstring(goesOn ? 0 : wide(word).size(), deleteKey);
+            keys += keysOf(wide(goesOn ? whole.substr(word.size()) : whole));
         }
-        std::fputs(("\n" + listOf(completion)).c_str(), stdout);
-        return CC_REDISPLAY;
-    }
-
-    static std::size_t countCharacters(std::string_view text)
-    {
-        std::mbstate_t state{};
-        const std::string copy(text);
-        const char* rest = copy.c_str();
-        const auto count = std::mbsrtowcs(nullptr, &rest, 0, &state);
-        return count == static_cast<std::size_t>(-1) ? text.size() : count;
+        else
+        {
+            std::fputs(("\n" + listOf(completion)).c_str(), stdout);
+            keys += redisplayKey;
+        }
+        std::fflush(stdout);
     }
 
     // Up to the end of what was pasted. A control character in it is text, and not a key.
     void readPaste()
     {
-        static constexpr std::wstring_view end = L"\033[201~";
+        constexpr std::wstring_view end = L"\033[201~";
         std::wstring text;
         wchar_t character = 0;
         while (!text.ends_with(end) && readCharacter(character) > 0)
         {
             text += character;
         }
-        const auto keys =
-            keysOf(std::wstring_view(text).substr(0, text.size() - (text.ends_with(end) ? end.size() : 0)));
-        pasted.insert(pasted.end(), keys.begin(), keys.end());
+        text.resize(text.size() - (text.ends_with(end) ? end.size() : 0));
+        keys += keysOf(text);
     }
 
     bool isBackgroundUnderWay() const
@@ -218,53 +203,51 @@ private:
     // The next character; 0 ends the line, and -1 is a failure.
     int readKey(wchar_t& key)
     {
-        constexpr wchar_t interruptKey = 3;
-        if (!pasted.empty())
+        while (keys.empty())
         {
-            key = pasted.front();
-            pasted.pop_front();
-            return 1;
-        }
-        while (waitForKey())
-        {
+            if (!waitForKey())
+            {
+                return 0;
+            }
             const int count = readCharacter(key);
             // The end key is a key like others here, so there is nothing to read only when nobody is there any more.
             isGone = count <= 0;
-            if (count <= 0 || key != interruptKey || !isBackgroundUnderWay())
+            if (count <= 0)
             {
                 return count;
             }
-            background->interrupt();
+            take(key);
         }
-        return 0;
+        key = keys.front();
+        keys.erase(0, 1);
+        isQuoted = key == quoteKey && !isQuoted;
+        return 1;
     }
 
-    static int readCharacter(wchar_t& key)
+    // What is meant for us, and what for the library. The start of a paste may come in parts.
+    void take(wchar_t key)
     {
-        constexpr auto isIncomplete = static_cast<std::size_t>(-2);
-        constexpr auto isInvalid = static_cast<std::size_t>(-1);
-        std::mbstate_t state{};
-        char byte = 0;
-        while (true)
+        if (key == pasteStart[matched])
         {
-            const auto count = read(STDIN_FILENO, &byte, 1);
-            if (count < 0 && errno == EINTR)
+            if (++matched == pasteStart.size())
             {
-                continue;
+                matched = 0;
+                readPaste();
             }
-            if (count <= 0)
-            {
-                return static_cast<int>(count);
-            }
-            const auto result = std::mbrtowc(&key, &byte, 1, &state);
-            if (result == isInvalid)
-            {
-                key = static_cast<unsigned char>(byte);
-            }
-            if (result != isIncomplete)
-            {
-                return 1;
-            }
+            return;
+        }
+        keys += pasteStart.substr(0, std::exchange(matched, 0));
+        if (key == interruptKey && isBackgroundUnderWay())
+        {
+            background->interrupt();
+        }
+        else if (key == completeKey && keys.empty() && !isQuoted && background != nullptr)
+        {
+            complete();
+        }
+        else
+        {
+            keys += key;
         }
     }
 
@@ -373,8 +356,12 @@ private:
     bool mustGiveWay = false;
     bool isGone = false;
     std::string typedSoFar;
-    // What is still to be taken as if it were typed.
-    std::deque<wchar_t> pasted;
+    // What the library is to take as if it were typed.
+    std::wstring keys;
+    // How much of the start of a paste was read.
+    std::size_t matched = 0;
+    // Whether the last key takes the meaning from the next one.
+    bool isQuoted = false;
     std::chrono::steady_clock::time_point nextRefresh;
     void (*previousHandler)(int) = nullptr;
 };

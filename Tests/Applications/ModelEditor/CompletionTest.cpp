@@ -2,7 +2,7 @@
 
 #include "Applications/ModelEditor/Document/XmlModel.h"
 #include "Applications/ModelEditor/Terminal/Editor.h"
-#include "Applications/ModelEditor/Terminal/Paste.h"
+#include "Applications/ModelEditor/Terminal/Keys.h"
 #include "Tests/Applications/ModelEditor/TestFiles.h"
 
 #include <gmock/gmock.h>

@@ -53,9 +53,9 @@ private:
     ModelEditor::WakeUp wakeUp;
 };
 
-constexpr int never = std::numeric_limits<int>::max();
+constexpr int neverAsked = std::numeric_limits<int>::max();
 
-std::vector<std::string> addressesOf(const ModelEditor::XmlModel& model, const std::string& xpath)
+std::vector<std::string> selectedAddresses(const ModelEditor::XmlModel& model, const std::string& xpath)
 {
     std::vector<std::string> addresses;
     for (const auto& selected : model.select(xpath).nodes)
@@ -79,7 +79,7 @@ std::string manyElements()
 
 TEST(InterruptionTest, WhatIsComputedApartIsTheSame)
 {
-    const CountedInterruption no(never);
+    const CountedInterruption no(neverAsked);
     EXPECT_EQ(computeApart([] { return std::string(); }, no), "");
     const std::string large(5'000'000, 'x');
     EXPECT_EQ(computeApart([&] { return large; }, no), large) << "more than a pipe holds";
@@ -87,7 +87,7 @@ TEST(InterruptionTest, WhatIsComputedApartIsTheSame)
 
 TEST(InterruptionTest, WhatIsComputedApartChangesNothingHere)
 {
-    const CountedInterruption no(never);
+    const CountedInterruption no(neverAsked);
     int calls = 0;
     computeApart(
         [&]
@@ -101,7 +101,7 @@ TEST(InterruptionTest, WhatIsComputedApartChangesNothingHere)
 
 TEST(InterruptionTest, WorkThatFailsApartIsToldAsLackOfMemory)
 {
-    const CountedInterruption no(never);
+    const CountedInterruption no(neverAsked);
     EXPECT_THROW(computeApart([]() -> std::string { throw std::runtime_error("any"); }, no), std::bad_alloc);
     EXPECT_THROW(computeApart(
                      []() -> std::string
@@ -128,7 +128,7 @@ TEST(InterruptionTest, EndlessWorkIsStopped)
 
 TEST(InterruptionTest, TheKeyIsNotMeantForTheProcessApart)
 {
-    const CountedInterruption no(never);
+    const CountedInterruption no(neverAsked);
     EXPECT_EQ(computeApart(
                   []
                   {
@@ -145,16 +145,16 @@ TEST(InterruptionTest, AnAddressSelectsTheSameApart)
     for (const std::string xpath :
          {"//b", "//@*", "//text()", "/", "//comment()", "//b[2] | //b[1]/@c", "//none"})
     {
-        const auto here = addressesOf(model, xpath);
-        const CountedInterruption no(never);
+        const auto here = selectedAddresses(model, xpath);
+        const CountedInterruption no(neverAsked);
         model.setInterruption(&no);
-        EXPECT_EQ(addressesOf(model, xpath), here) << xpath;
+        EXPECT_EQ(selectedAddresses(model, xpath), here) << xpath;
         model.setInterruption(nullptr);
     }
-    const CountedInterruption no(never);
+    const CountedInterruption no(neverAsked);
     model.setInterruption(&no);
     EXPECT_EQ(model.select("count(//b) + 1").value, "3");
-    EXPECT_THAT(addressesOf(model, "//b"), ElementsAre("/r/b[1]", "/r/b[2]"));
+    EXPECT_THAT(selectedAddresses(model, "//b"), ElementsAre("/r/b[1]", "/r/b[2]"));
 }
 
 TEST(InterruptionTest, XPathIsStoppedWhereverItIs)
@@ -168,7 +168,7 @@ TEST(InterruptionTest, XPathIsStoppedWhereverItIs)
             << "takes days otherwise";
     }
     model.setInterruption(nullptr);
-    EXPECT_EQ(addressesOf(model, "//e").size(), 3000U);
+    EXPECT_EQ(selectedAddresses(model, "//e").size(), 3000U);
 }
 
 // Where it stops is chosen by the number of questions, so that each place is met.

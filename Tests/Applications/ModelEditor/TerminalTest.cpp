@@ -449,7 +449,7 @@ TEST_F(TerminalTest, TheTabKeyCompletes)
     EXPECT_THAT(terminal.waitFor("rename\r\n"), HasSubstr("record\r\nredo\r\nreload\r\nreload!\r\nrename"));
     terminal.waitFor(prompt + "re");
     terminal.type("n\t/a/@x b\n");
-    EXPECT_THAT(terminal.waitFor("rename: "), HasSubstr("rename /a/@x b"));
+    EXPECT_THAT(terminal.waitFor("rename: "), HasSubstr("name /a/@x b"));
 }
 
 TEST_F(TerminalTest, WhatIsPastedIsTextLineByLine)
