@@ -4,7 +4,6 @@
 #include "Applications/ModelEditor/Document/StartTag.h"
 
 #include <algorithm>
-#include <string_view>
 
 namespace ModelEditor
 {
@@ -95,6 +94,23 @@ struct Open
 
 } // namespace
 
+// Nothing but a text starts with `>` or `]`, and no markup before it ends with `]`.
+void appendMarkup(std::string& all, std::string_view markup)
+{
+    const std::string_view cdataEnd = "]]>";
+    for (std::size_t before = 1; before < cdataEnd.size(); ++before)
+    {
+        if (all.ends_with(cdataEnd.substr(0, before)) && markup.starts_with(cdataEnd.substr(before)))
+        {
+            const auto brackets = cdataEnd.size() - 1 - before;
+            all.append(markup.substr(0, brackets)).append("&gt;");
+            markup.remove_prefix(brackets + 1);
+            break;
+        }
+    }
+    all += markup;
+}
+
 Chunks readChunks(SourceText& source, std::size_t offset)
 {
     const auto text = source.getOriginal();
@@ -181,7 +197,8 @@ std::string ChunkTable::getCurrent(const SourceText& source, Span span) const
         const auto next = elements.lower_bound({top.source, top.searchFrom});
         if (next == elements.end() || next->first.first != top.source || next->first.second >= top.end)
         {
-            result += top.source->getCurrent({.offset = top.position, .length = top.end - top.position});
+            appendMarkup(result,
+                         top.source->getCurrent({.offset = top.position, .length = top.end - top.position}));
             open.pop_back();
             continue;
         }
