@@ -94,9 +94,14 @@ struct Open
 
 } // namespace
 
-// Nothing but a text starts with `>` or `]`, and no markup before it ends with `]`.
+// Nothing but a text starts with `>` or `]`, and no markup before it ends with `]`. A line end `\r\n` is never cut.
 void appendMarkup(std::string& all, std::string_view markup)
 {
+    if (all.ends_with('\r') && markup.starts_with('\n'))
+    {
+        all += "&#10;";
+        markup.remove_prefix(1);
+    }
     const std::string_view cdataEnd = "]]>";
     for (std::size_t before = 1; before < cdataEnd.size(); ++before)
     {
@@ -185,12 +190,13 @@ std::string ChunkTable::getCurrent(const SourceText& source, Span span) const
             if (top.next == top.chunks->all.size())
             {
                 const bool wasEmptyTag = !top.chunks->emptyTag.empty() && top.next != 0;
-                result += top.chunks->tail + (wasEmptyTag ? "</" + top.chunks->emptyTag + ">" : "");
+                appendMarkup(result, top.chunks->tail);
+                result += (wasEmptyTag ? "</" + top.chunks->emptyTag + ">" : "");
                 open.pop_back();
                 continue;
             }
             const auto& chunk = top.chunks->all[top.next++];
-            result += chunk.layout;
+            appendMarkup(result, chunk.layout);
             open.push_back(stretch(*chunk.source, chunk.node));
             continue;
         }

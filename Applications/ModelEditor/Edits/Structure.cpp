@@ -11,6 +11,7 @@
 #include "Service/CommandPattern/MacroCommand.h"
 
 #include <algorithm>
+#include <iterator>
 #include <ranges>
 #include <unordered_set>
 #include <utility>
@@ -201,12 +202,23 @@ std::vector<Child> requireChildren(XmlModel& model, const std::vector<Selected>&
     return children;
 }
 
+// Those that follow each other go at once: with a command for each of thousands, most of the time would go to their
+// numbers.
 Commands makeDeletions(XmlModel& model, const std::vector<Child>& children, const std::string& description)
 {
     Commands commands;
-    for (const auto& child : children | std::views::reverse)
+    for (auto last = children.rbegin(); last != children.rend();)
     {
-        commands.push_back(std::make_shared<DeleteCmd>(model, *child.parent, child.index, 1, description));
+        auto next = std::next(last);
+        std::size_t count = 1;
+        while (next != children.rend() && next->parent == last->parent && next->index + count == last->index)
+        {
+            ++next;
+            ++count;
+        }
+        commands.push_back(
+            std::make_shared<DeleteCmd>(model, *last->parent, last->index + 1 - count, count, description));
+        last = next;
     }
     return commands;
 }

@@ -181,6 +181,21 @@ TEST(Structure, TextsThatMeetDoNotBecomeTheEndOfACDataSection)
               "<r><a>]]<b/>></a><c>]]&gt;</c></r>");
 }
 
+TEST(Structure, LineEndsThatMeetStayTwo)
+{
+    EXPECT_EQ(edited(makeDelete, {"//comment()"}, "<r>a\r<!-- b -->\nc</r>"), "<r>a\r&#10;c</r>");
+    EXPECT_EQ(edited(makeDelete, {"//comment()"}, "<r>a\r\n<!-- b -->\r\nc</r>"), "<r>a\r\n\r\nc</r>");
+    EXPECT_EQ(edited(makeDelete, {"//b"}, "<r>a\r<b/>\n</r>"), "<r>a\r&#10;</r>");
+    EXPECT_EQ(edited(makeDelete, {"//comment()"}, "<r>a\r<!-- b -->\n<b/></r>"), "<r>a\r&#10;<b/></r>");
+}
+
+TEST(Structure, ManyThatFollowEachOtherGoAtOnceAndComeBack)
+{
+    const std::string file = "<r>\n <a/>\n <a/>x<b/>\n <!-- c -->\n <a><d/></a>\n</r>";
+    EXPECT_EQ(edited(makeDelete, {"//a | //comment() | /r/text()"}, file), "<r><b/>\n</r>");
+    EXPECT_EQ(edited(makeMove, {"//a", "/r/b"}, file), "<r>x<b><a/><a/><a><d/></a></b>\n <!-- c -->\n</r>");
+}
+
 TEST(Structure, WhatIsMovedOrCopiedKeepsItsNamespaces)
 {
     const std::string file = "<r xmlns:p='u&amp;v'><a xmlns:q='q' xmlns='d'><q:b c='q:t'/><e p:f='1'/></a>"
