@@ -20,6 +20,7 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace
 {
@@ -153,10 +154,57 @@ void edit(Bench& bench)
     }
 }
 
+/// How a line says which node it means: comments and instructions have no address of their own.
+std::string placeOf(const Selected& selected)
+{
+    return selected.getAddress() + (selected.part == Part::Unsupported ? "/comment()" : "");
+}
+
+/// Puts nodes in, takes some out, moves, copies and wraps some.
+void restructure(Bench& bench)
+{
+    static constexpr std::array<std::string_view, 8> markups{
+        "<n/>", "t", "]]", "<a b='c'>d</a> <!-- e -->", "&gt;", "<![CDATA[f]]>", "<?g h?>", "i<j/> "};
+    static constexpr std::array<std::string_view, 4> places{"", "--first", "--before", "--after"};
+    for (std::size_t number = 1; number <= mostValues; ++number)
+    {
+        const auto nodes = bench.model.select("//node()").nodes;
+        const auto node = placeOf(nodes[number * 7 % nodes.size()]);
+        const auto target = placeOf(nodes[number * 3 % nodes.size()]);
+        std::vector<std::string> words;
+        switch (number % 5)
+        {
+        case 0:
+            words = {"delete", node};
+            break;
+        case 1:
+            words = {"wrap", node, "w"};
+            break;
+        case 2:
+            words = {"move", node, target};
+            break;
+        case 3:
+            words = {"copy", node, target};
+            break;
+        default:
+            words = {"insert", node, std::string(markups[number % markups.size()])};
+            break;
+        }
+        const auto place = places[number % places.size()];
+        if (words.size() == 3 && number % 5 != 1 && !place.empty())
+        {
+            words.emplace_back(place);
+        }
+        bench.run(words);
+    }
+}
+
 void checkEdits(const std::string& bytes)
 {
     Bench bench(bytes);
     const auto content = bench.content();
+    edit(bench);
+    restructure(bench);
     edit(bench);
     const auto edited = bytesOf(bench.model);
     const auto editedContent = bench.content();

@@ -4,7 +4,6 @@
 #include "Applications/ModelEditor/Document/StartTag.h"
 
 #include <algorithm>
-#include <string_view>
 
 namespace ModelEditor
 {
@@ -95,6 +94,28 @@ struct Open
 
 } // namespace
 
+// Nothing but a text starts with `>` or `]`, and no markup before it ends with `]`. A line end `\r\n` is never cut.
+void appendMarkup(std::string& all, std::string_view markup)
+{
+    if (all.ends_with('\r') && markup.starts_with('\n'))
+    {
+        all += "&#10;";
+        markup.remove_prefix(1);
+    }
+    const std::string_view cdataEnd = "]]>";
+    for (std::size_t before = 1; before < cdataEnd.size(); ++before)
+    {
+        if (all.ends_with(cdataEnd.substr(0, before)) && markup.starts_with(cdataEnd.substr(before)))
+        {
+            const auto brackets = cdataEnd.size() - 1 - before;
+            all.append(markup.substr(0, brackets)).append("&gt;");
+            markup.remove_prefix(brackets + 1);
+            break;
+        }
+    }
+    all += markup;
+}
+
 Chunks readChunks(SourceText& source, std::size_t offset)
 {
     const auto text = source.getOriginal();
@@ -169,19 +190,21 @@ std::string ChunkTable::getCurrent(const SourceText& source, Span span) const
             if (top.next == top.chunks->all.size())
             {
                 const bool wasEmptyTag = !top.chunks->emptyTag.empty() && top.next != 0;
-                result += top.chunks->tail + (wasEmptyTag ? "</" + top.chunks->emptyTag + ">" : "");
+                appendMarkup(result, top.chunks->tail);
+                result += (wasEmptyTag ? "</" + top.chunks->emptyTag + ">" : "");
                 open.pop_back();
                 continue;
             }
             const auto& chunk = top.chunks->all[top.next++];
-            result += chunk.layout;
+            appendMarkup(result, chunk.layout);
             open.push_back(stretch(*chunk.source, chunk.node));
             continue;
         }
         const auto next = elements.lower_bound({top.source, top.searchFrom});
         if (next == elements.end() || next->first.first != top.source || next->first.second >= top.end)
         {
-            result += top.source->getCurrent({.offset = top.position, .length = top.end - top.position});
+            appendMarkup(result,
+                         top.source->getCurrent({.offset = top.position, .length = top.end - top.position}));
             open.pop_back();
             continue;
         }

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -27,6 +28,12 @@ struct Chunks
     std::vector<Chunk> all{}; ///< the children
     std::string tail{};       ///< white space behind the last child
 };
+
+/// Appends @p markup to @p all, which ends with a whole node.
+///
+/// Texts that have come to stand side by side become one for whoever reads the file. It gets no `]]>`, which no text may
+/// have, and two line ends do not become `\r\n`, which is one: the last character is written as a reference.
+void appendMarkup(std::string& all, std::string_view markup);
 
 /// The nodes that follow each other in @p source from @p offset up to the end of the text, or to the end tag of the
 /// element around them. White space that is all that there is is a text.

@@ -10,6 +10,7 @@
 #include <compare>
 #include <cstdio>
 #include <set>
+#include <utility>
 
 namespace ModelEditor
 {
@@ -151,7 +152,11 @@ private:
 class MarkupPass
 {
 public:
-    explicit MarkupPass(std::string_view passed) : text(passed) {}
+    MarkupPass(std::string_view declarations, std::string_view passed) : text(declarations)
+    {
+        (void)run();
+        text = passed;
+    }
 
     Findings run()
     {
@@ -161,7 +166,7 @@ public:
             look(piece, offset);
             offset += piece.text.size();
         }
-        return std::move(found);
+        return std::exchange(found, {});
     }
 
 private:
@@ -253,10 +258,11 @@ private:
 
 } // namespace
 
-MarkupWarnings findWarnings(std::string_view text, const std::string& name, const Encoding& encoding)
+MarkupWarnings findWarnings(std::string_view text, const std::string& name, const Encoding& encoding,
+                            std::string_view declarations)
 {
     const auto characters = findWrongCharacters(text, encoding);
-    const auto markup = MarkupPass(text).run();
+    const auto markup = MarkupPass(declarations, text).run();
     std::vector<Finding> all(characters.first);
     all.insert(all.end(), markup.first.begin(), markup.first.end());
     std::ranges::sort(all);

@@ -28,9 +28,10 @@ struct MarkupWarnings
 /// - `]]>` in a text, `--` in a comment;
 /// - a document type or an XML declaration where none may be.
 ///
-/// @param text  a whole document that the parser takes. @param name  of its file. @param encoding  that
-/// of its file.
+/// @param text  a whole document that the parser takes, or content of an element. @param name  of its file.
+/// @param encoding  that of its file. @param declarations  markup before @p text that may declare entities.
 /// Cost: a pass for the characters, and one for the markup.
-MarkupWarnings findWarnings(std::string_view text, const std::string& name, const Encoding& encoding);
+MarkupWarnings findWarnings(std::string_view text, const std::string& name, const Encoding& encoding,
+                            std::string_view declarations = {});
 
 } // namespace ModelEditor

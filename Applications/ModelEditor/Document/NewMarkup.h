@@ -8,6 +8,8 @@
 namespace ModelEditor
 {
 
+class Encoding;
+
 /// Markup that somebody has written to be put into a document.
 struct NewMarkup
 {
@@ -23,5 +25,10 @@ NewMarkup readMarkup(const std::string& markup);
 
 /// Whether @p prefix is declared at @p element or around it.
 bool isDeclaredAt(pugi::xml_node element, const std::string& prefix);
+
+/// @p markup, which is that of @p node, so that it means the same in the element @p target: if it is an element, it gets
+/// declarations of the namespaces that it uses and that are not the same there.
+std::string withNamespaces(std::string markup, pugi::xml_node node, pugi::xml_node target,
+                           const Encoding& encoding);
 
 } // namespace ModelEditor

@@ -116,6 +116,18 @@ MarkupWarnings XmlDocument::findWarnings() const
     return ModelEditor::findWarnings(getCurrent(), name, encoding);
 }
 
+// What the encoding lacks is told when it is put in.
+void XmlDocument::requireNoWarnings(const std::string& markup) const
+{
+    const auto start = offsetOf(getRootElement().name()) - std::string_view("<").size();
+    const auto warnings =
+        ModelEditor::findWarnings(markup, "markup", Encoding::of({}), source.getOriginal().substr(0, start));
+    if (!warnings.texts.empty())
+    {
+        throw Valdane::VdException(warnings.texts.front());
+    }
+}
+
 void XmlDocument::parse()
 {
     if (parsed.empty())

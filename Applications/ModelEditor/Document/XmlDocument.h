@@ -155,6 +155,11 @@ public:
     /// @throws std::bad_alloc.
     MarkupWarnings findWarnings() const;
 
+    /// Looks for what findWarnings() would find in @p markup if it stood in the document.
+    ///
+    /// @throws VdException `markup:<line>:<column>: <what is wrong>` for the first of it.
+    void requireNoWarnings(const std::string& markup) const;
+
     /// Complains of what is at @p offset of the text of the file.
     ///
     /// @throws VdException `<name>:<line>:<column>: <what is wrong>`, always.

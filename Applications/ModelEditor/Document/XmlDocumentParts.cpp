@@ -199,13 +199,21 @@ Cutting XmlDocument::parse(const std::string& markup, const std::optional<std::s
     auto& text = inserted.emplace_back(markup);
     try
     {
+        // In an element: at the start of a document the parser drops a byte order mark.
+        const auto wrapped = "<x>" + markup + "</x>";
         const auto result =
-            cutting.nodes->load_buffer(markup.data(), markup.size(), parseFlags, pugi::encoding_utf8);
+            cutting.nodes->load_buffer(wrapped.data(), wrapped.size(), parseFlags, pugi::encoding_utf8);
         if (!result)
         {
             failToParse(result, name);
         }
-        const char* const start = textFrom(cutting.nodes->first_child());
+        auto holder = cutting.nodes->first_child();
+        const char* const start = textFrom(holder.first_child());
+        while (const auto child = holder.first_child())
+        {
+            requireDone(!cutting.nodes->append_move(child).empty());
+        }
+        cutting.nodes->remove_child(holder);
         const auto locateIn = [&](const void* identity, const char* place)
         {
             cutting.places.emplace(

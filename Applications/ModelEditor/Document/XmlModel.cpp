@@ -235,6 +235,11 @@ MarkupWarnings XmlModel::findWarnings() const
     return document.findWarnings();
 }
 
+void XmlModel::requireNoWarnings(const std::string& markup) const
+{
+    document.requireNoWarnings(markup);
+}
+
 void XmlModel::setChangeListener(std::function<void(const XmlChange&)> listener)
 {
     context.changed = std::move(listener);

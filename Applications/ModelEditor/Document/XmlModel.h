@@ -148,6 +148,9 @@ public:
     /// See XmlDocument::findWarnings().
     MarkupWarnings findWarnings() const;
 
+    /// See XmlDocument::requireNoWarnings().
+    void requireNoWarnings(const std::string& markup) const;
+
     /// Appends the modules of @p part, as new objects or, if it was part of the model before, as those it
     /// had.
     ///

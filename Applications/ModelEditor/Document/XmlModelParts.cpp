@@ -4,6 +4,7 @@
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <span>
 #include <utility>
@@ -22,8 +23,15 @@ class NewKeys
 public:
     NewKeys(const XmlObject& parent, pugi::xml_node added) : owner(parent)
     {
-        count(parent.getElement(), present);
-        count(added, all);
+        forTags(added, [this](const char* tag) { ++all[tag]; });
+        forTags(parent.getElement(),
+                [this](const char* tag)
+                {
+                    if (all.contains(tag))
+                    {
+                        ++present[tag];
+                    }
+                });
     }
 
     std::string next(const std::string& tag)
@@ -41,18 +49,20 @@ public:
     }
 
 private:
-    static void count(pugi::xml_node parent, std::map<std::string, std::size_t>& tags)
+    template <typename Act>
+    static void forTags(pugi::xml_node parent, const Act& act)
     {
         for (auto element = elementFrom(parent.first_child()); element;
              element = elementFrom(element.next_sibling()))
         {
-            ++tags[element.name()];
+            act(element.name());
         }
     }
 
     const XmlObject& owner;
-    std::map<std::string, std::size_t> present;
-    std::map<std::string, std::size_t> all;
+    // Of the tags that come, because there may be many others.
+    std::map<std::string, std::size_t, std::less<>> present;
+    std::map<std::string, std::size_t, std::less<>> all;
 };
 
 bool isTextChild(pugi::xml_node node)

@@ -23,6 +23,19 @@ bool isTextNode(pugi::xml_node node)
     return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
+std::string stepAmongSiblings(pugi::xml_node child)
+{
+    const std::string_view tag = child.name();
+    std::size_t number = 0;
+    std::size_t count = 0;
+    for (auto node = elementFrom(child.parent().first_child()); node; node = elementFrom(node.next_sibling()))
+    {
+        count += node.name() == tag ? 1 : 0;
+        number = node == child ? count : number;
+    }
+    return std::string(tag) + (count == 1 ? "" : "[" + std::to_string(number) + "]");
+}
+
 std::string nameOfKey(std::size_t key)
 {
     return std::string(textName) + (key == 0 ? "" : "[" + std::to_string(key) + "]");
@@ -160,6 +173,7 @@ void XmlObject::onChildrenChanged() noexcept
     if (findings != nullptr)
     {
         findings->steps.reset();
+        findings->wasStepAsked = false;
         if (findings->texts)
         {
             findings->texts->isNumbered = false;
@@ -205,9 +219,14 @@ std::string XmlObject::getAddressStep() const
     return isFirstOfMany ? getKey() + "[1]" : getKey();
 }
 
+// Who changes thousands of children one by one asks for one of them after each change.
 std::string XmlObject::getStepOfChild(pugi::xml_node child)
 {
     auto& steps = requireFindings().steps;
+    if (!steps && !std::exchange(findings->wasStepAsked, true))
+    {
+        return stepAmongSiblings(child);
+    }
     if (!steps)
     {
         std::unordered_map<const void*, std::string> found;

@@ -53,6 +53,7 @@ struct XmlObject::Findings
 
     /// Of the children, as steps of an address, once children have come or gone; by their nodes.
     std::optional<std::unordered_map<const void*, std::string>> steps;
+    bool wasStepAsked = false; ///< since children have come or gone last
 };
 
 } // namespace ModelEditor

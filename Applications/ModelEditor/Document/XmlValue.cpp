@@ -5,6 +5,7 @@
 #include "Applications/ModelEditor/Document/ValueText.h"
 #include "Applications/ModelEditor/Document/XmlDocument.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <new>
 #include <string_view>
@@ -40,10 +41,12 @@ std::string normalized(std::string_view markup, MarkupPlace place)
     return text;
 }
 
+// A text that was put in may be all that its source text has: then nothing ends it.
 Span spanUpTo(std::string_view end, const XmlDocument::Place& place)
 {
     const auto text = place.source.getOriginal();
-    return {.offset = place.offset, .length = text.find(end, place.offset) - place.offset};
+    return {.offset = place.offset,
+            .length = std::min(text.find(end, place.offset), text.size()) - place.offset};
 }
 
 } // namespace

@@ -11,6 +11,7 @@
 #include "Service/CommandPattern/MacroCommand.h"
 
 #include <algorithm>
+#include <iterator>
 #include <ranges>
 #include <unordered_set>
 #include <utility>
@@ -201,12 +202,23 @@ std::vector<Child> requireChildren(XmlModel& model, const std::vector<Selected>&
     return children;
 }
 
+// Those that follow each other go at once: with a command for each of thousands, most of the time would go to their
+// numbers.
 Commands makeDeletions(XmlModel& model, const std::vector<Child>& children, const std::string& description)
 {
     Commands commands;
-    for (const auto& child : children | std::views::reverse)
+    for (auto last = children.rbegin(); last != children.rend();)
     {
-        commands.push_back(std::make_shared<DeleteCmd>(model, *child.parent, child.index, 1, description));
+        auto next = std::next(last);
+        std::size_t count = 1;
+        while (next != children.rend() && next->parent == last->parent && next->index + count == last->index)
+        {
+            ++next;
+            ++count;
+        }
+        commands.push_back(
+            std::make_shared<DeleteCmd>(model, *last->parent, last->index + 1 - count, count, description));
+        last = next;
     }
     return commands;
 }
@@ -232,14 +244,15 @@ void requireOutside(const Target& target, const std::vector<Child>& children)
     }
 }
 
-// What stands in the model now.
-NewMarkup markupOf(XmlModel& model, const std::vector<Child>& children)
+// What stands in the model now, as it has to be written at the target.
+NewMarkup markupOf(XmlModel& model, const std::vector<Child>& children, const Target& target)
 {
     std::string text;
     bool hasTexts = false;
     for (const auto& child : children)
     {
-        text += model.getMarkup(child.node);
+        appendMarkup(text, withNamespaces(model.getMarkup(child.node), child.node,
+                                          target.parent->getElement(), model.getEncoding()));
         hasTexts =
             hasTexts || child.node.type() == pugi::node_pcdata || child.node.type() == pugi::node_cdata;
     }
@@ -259,6 +272,7 @@ Edit makeInsert(XmlModel& model, const std::vector<std::string>& arguments)
     const auto& xpath = arguments[0];
     const auto where = parseWhere(arguments, 2);
     const auto markup = readMarkup(arguments[1]);
+    model.requireNoWarnings(arguments[1]);
     const auto nodes = requireNodes(model, xpath);
     const std::string start = "Insert " + brief(arguments[1]) + preposition(where);
     std::vector<Target> targets;
@@ -290,7 +304,7 @@ Edit makeCopy(XmlModel& model, const std::vector<std::string>& arguments)
     const auto children = requireChildren(model, nodes);
     const auto place = requireOne(model, arguments[1]);
     const auto target = findTarget(model, place, where);
-    const auto markup = markupOf(model, children);
+    const auto markup = markupOf(model, children, target);
     return {.command =
                 std::make_shared<InsertCmd>(model, *target.parent, target.index, childrenFor(target, markup),
                                             "Copy " + titleOfAll(arguments[0], nodes, children.front()) +
@@ -307,7 +321,7 @@ Edit makeMove(XmlModel& model, const std::vector<std::string>& arguments)
     const auto place = requireOne(model, arguments[1]);
     const auto target = findTarget(model, place, where);
     requireOutside(target, children);
-    const auto markup = markupOf(model, children);
+    const auto markup = markupOf(model, children, target);
     const std::string description = "Move " + titleOfAll(arguments[0], nodes, children.front()) +
                                     preposition(where) + brief(place.object->getTitle());
     const auto goneBefore =
@@ -329,11 +343,11 @@ Edit makeWrap(XmlModel& model, const std::vector<std::string>& arguments)
     {
         throw VdException(arguments[0] + " selects nodes that are in others of them");
     }
-    const auto empty = readMarkup("<" + name + "/>");
-    if (empty.text != "<" + name + "/>" || name.find_first_of(" \t\r\n=") != std::string::npos)
+    if (!isAttributeName(name))
     {
         throw VdException(shown(name) + " is not the name of an element");
     }
+    const auto empty = readMarkup("<" + name + "/>");
     const std::string description =
         "Wrap " + titleOfAll(arguments[0], nodes, children.front()) + " in " + brief(name);
     Commands commands;

@@ -1,10 +1,14 @@
 #include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Applications/ModelEditor/Edits/Words.h"
+#include "Applications/ModelEditor/Terminal/Editor.h"
+#include "Platform/ExceptionHandling/VdException.h"
 #include "Tests/Applications/ModelEditor/ProgramRun.h"
 #include "Tests/Applications/ModelEditor/TestFiles.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -26,12 +30,15 @@ void PrintTo(const RandomScript& tested, std::ostream* out)
     *out << tested.model << " with seed " << tested.seed;
 }
 
-// Writes scripts of edits that all succeed, whatever the edits before them were.
+// Writes scripts of edits that all succeed, whatever the edits before them were: each is tried before it is written.
 class ScriptWriter
 {
 public:
-    ScriptWriter(const XmlModel& model, unsigned int seed)
-        : random(seed), values(model.select("//@*|//text()").nodes), elements(model.select("//*").nodes)
+    ScriptWriter(const std::string& bytes, unsigned int seed)
+        : random(seed),
+          model(bytes, "model"),
+          editor(
+              model, [](const ModelEditor::Output& /*unused*/) {}, out)
     {
     }
 
@@ -40,63 +47,132 @@ public:
         std::string script;
         while (count > 0)
         {
-            script += writeLine(count);
+            const auto line = writeLine();
+            if (runs(line))
+            {
+                script += line + "\n";
+                --count;
+            }
         }
-        return script;
+        editor.run("redo 99");
+        return script + "redo 99\n";
+    }
+
+    const XmlModel& getResult() const
+    {
+        return model;
     }
 
 private:
-    std::string writeLine(int& count)
+    // A line that fails must leave no trace.
+    bool runs(const std::string& line)
     {
-        const unsigned int kind = pick(20);
-        const std::string element = pickFrom(elements).getAddress();
+        const auto before = model.toBytes();
+        try
+        {
+            editor.run(line);
+            return true;
+        }
+        catch (const Valdane::VdException& exception)
+        {
+            EXPECT_EQ(model.toBytes(), before) << line << ": " << exception.what();
+            return false;
+        }
+    }
+
+    std::string writeLine()
+    {
+        const unsigned int kind = pick(24);
+        const std::string element = pickOf("//*").getAddress();
         if (kind == 0)
         {
-            const std::string steps = std::to_string(pick(5));
-            return "undo " + steps + "\nredo " + std::to_string(pick(5)) + "\n";
+            return "undo " + std::to_string(pick(5));
         }
-        --count;
-        if (kind <= 3)
+        if (kind == 1)
         {
-            return "annotate " + element + " note:n" + std::to_string(pick(4)) + " " + pickText() + "\n";
+            return "redo " + std::to_string(pick(5));
         }
-        if (kind == 4)
+        if (kind <= 4)
         {
-            // Annotated first, so that there is something to clear.
-            --count;
-            return "annotate " + element + " note:x y\nclear-annotations " + element + "\n";
+            return "annotate " + element + " note:n" + std::to_string(pick(4)) + " " + pickText();
         }
         if (kind == 5)
         {
-            return "set " + element + "/@added" + std::to_string(pick(4)) + " " + pickText() + "\n";
+            return "clear-annotations " + element;
         }
-        return writeSet(pickFrom(values));
+        if (kind == 6)
+        {
+            return "set " + element + "/@added" + std::to_string(pick(4)) + " " + pickText();
+        }
+        return kind <= 12 ? writeStructure(element) : writeSet(pickOf("//@*|//text()"));
+    }
+
+    std::string writeStructure(const std::string& element)
+    {
+        const std::string where = pickFrom({"", " --first", " --before", " --after"});
+        switch (pick(7))
+        {
+        case 0:
+        case 1:
+            return "insert " + element + " " + pickMarkup() + where;
+        case 2:
+            return "insert " + addressOf(pickOf("//text()")) + " " + pickMarkup() + " --after";
+        case 3:
+            return "delete " + addressOf(pickOf("//node()[not(*)]"));
+        case 4:
+            return "copy " + addressOf(pickOf("//node()[not(*/*)]")) + " " + element + where;
+        case 5:
+            return "move " + addressOf(pickOf("//node()")) + " " + element + where;
+        default:
+            return "wrap " + addressOf(pickOf("//node()")) + " w" + std::to_string(pick(3));
+        }
+    }
+
+    // Comments and instructions have no address of their own.
+    std::string addressOf(const Selected& selected)
+    {
+        return selected.part == Part::Unsupported
+                   ? selected.getAddress() + pickFrom({"/comment()", "/processing-instruction()"})
+                   : selected.getAddress();
     }
 
     std::string writeSet(const Selected& value)
     {
         if (value.part == Part::Annotation)
         {
-            return "annotate " + value.object->getAddress() + " " + value.name + " " + pickText() + "\n";
+            return "annotate " + value.object->getAddress() + " " + value.name + " " + pickText();
         }
         const std::string verb =
             value.part == Part::Name ? "rename " + value.object->getAddress() : "set " + value.getAddress();
-        const std::string same = "'" + value.text + "'";
-        return verb + " " + (value.part == Part::Value && pick(5) == 0 ? same : pickText()) + "\n";
+        const bool isSame =
+            value.part == Part::Value && pick(5) == 0 && value.text.find('\n') == std::string::npos;
+        return verb + " " + (isSame ? ModelEditor::joinWords({value.text}) : pickText());
     }
 
     std::string pickText()
     {
-        static const std::vector<std::string> texts{
-            "''",         "plain",    "007",          "-1.50", "true",          "'a < b & c > d'",
-            "'\"q\"'",    "\"it's\"", "'  blanks  '", "'4.0'", "']]> &amp; x'", "'fl\xC3\xA4\xC3\x9Fig'",
-            "'tab\there'"};
-        return texts[pick(static_cast<unsigned int>(texts.size()))];
+        return pickFrom({"''", "plain", "007", "-1.50", "true", "'a < b & c > d'", "'\"q\"'", "\"it's\"",
+                         "'  blanks  '", "'4.0'", "']]> &amp; x'", "'fl\xC3\xA4\xC3\x9Fig'", "'tab\there'"});
     }
 
-    const Selected& pickFrom(const std::vector<Selected>& all)
+    std::string pickMarkup()
+    {
+        return pickFrom({"<new/>", "'<a b=\"1\">t</a> <!-- c -->'", "text", "']]'", "'>'", "' '",
+                         "'<![CDATA[<x>]]>'", "'a<b/>c'", "'<?do it?>'", "'<p:q xmlns:p=\"u\" p:r=\"s\"/>'",
+                         "'<e></e><e/>'", "'&#8364;&lt;'", "'<!-- no -- no -->'", "'</w>'"});
+    }
+
+    std::string pickFrom(const std::vector<std::string>& all)
     {
         return all[pick(static_cast<unsigned int>(all.size()))];
+    }
+
+    // The root element if there is nothing of what is wanted.
+    Selected pickOf(const std::string& xpath)
+    {
+        const auto all = model.select(xpath).nodes;
+        return all.empty() ? model.select("/*").nodes.at(0)
+                           : all[pick(static_cast<unsigned int>(all.size()))];
     }
 
     unsigned int pick(unsigned int count)
@@ -105,8 +181,9 @@ private:
     }
 
     std::mt19937 random;
-    std::vector<Selected> values;
-    std::vector<Selected> elements;
+    std::ostringstream out;
+    XmlModel model;
+    ModelEditor::Editor editor;
 };
 
 class RandomEdits : public testing::TestWithParam<RandomScript>
@@ -116,21 +193,27 @@ class RandomEdits : public testing::TestWithParam<RandomScript>
 TEST_P(RandomEdits, UndoneGiveTheFileAndRedoneTheEditedFile)
 {
     const std::string original = readTestFile(besideTests("Data/Models/" + GetParam().model));
-    const XmlModel model(original, GetParam().model);
-    const std::string edits = ScriptWriter(model, GetParam().seed).writeEdits(1000);
+    ScriptWriter writer(original, GetParam().seed);
+    const std::string edits = writer.writeEdits(500);
     const TestDirectory directory;
     directory.write("model", original);
-    directory.write("script", "save fresh\n" + edits +
-                                  "redo 99\nsave edited\nundo 9999\nsave undone\nredo 9999\nsave redone\n");
+    directory.write("script",
+                    "save fresh\n" + edits + "save edited\nundo 9999\nsave undone\nredo 9999\nsave redone\n");
     const auto result = execute({.directory = directory, .arguments = {"model", "--script", "script"}});
     ASSERT_EQ(result.err, "");
     ASSERT_EQ(result.status, 0);
     EXPECT_EQ(directory.read("fresh"), original);
     EXPECT_EQ(directory.read("undone"), original);
     EXPECT_EQ(directory.read("model"), original);
+    EXPECT_EQ(directory.read("edited"), writer.getResult().toBytes());
     EXPECT_EQ(directory.read("redone"), directory.read("edited"));
     EXPECT_NE(directory.read("edited"), original);
-    EXPECT_NO_THROW(XmlModel(directory.read("edited"), "edited"));
+    const XmlModel again(directory.read("edited"), "edited");
+    EXPECT_EQ(again.findWarnings().count, 0);
+    for (const auto* const xpath : {"string(/*)", "count(//*)", "count(//@*)"})
+    {
+        EXPECT_EQ(again.select(xpath).value, writer.getResult().select(xpath).value) << xpath;
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Models, RandomEdits,

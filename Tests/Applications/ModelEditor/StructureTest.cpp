@@ -1,6 +1,7 @@
 #include "Applications/ModelEditor/Edits/Structure.h"
 
 #include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Applications/ModelEditor/Edits/Edits.h"
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Service/CommandPattern/CommandBase.h"
 
@@ -120,6 +121,11 @@ TEST(Structure, SaysWhatCannotBeDone)
 {
     EXPECT_EQ(complaintOf(makeInsert, {"/cart", "<a>\n <b></a>"}), "markup:2:7: Start-end tags mismatch");
     EXPECT_EQ(complaintOf(makeInsert, {"/cart", " "}), "there is nothing in the markup");
+    EXPECT_EQ(complaintOf(makeInsert, {"/cart", "<a/>\nx]]>y"}), "markup:2:2: ]]> in a text");
+    EXPECT_EQ(complaintOf(makeInsert, {"/cart", "<!-- a -- b -->"}), "markup:1:8: -- in a comment");
+    EXPECT_EQ(complaintOf(makeInsert, {"/cart", "<a b='&#0;'/>"}),
+              "markup:1:7: &#0;, a character that XML cannot hold");
+    EXPECT_EQ(complaintOf(makeInsert, {"/cart", "a &b;"}), "markup:1:3: &b; is not declared");
     EXPECT_EQ(complaintOf(makeInsert, {"/cart", "<a/>", "--last"}),
               "--last is none of --first, --before and --after");
     EXPECT_EQ(complaintOf(makeInsert, {"/cart", "<a/>", "--after"}), "/cart is the root element");
@@ -131,8 +137,82 @@ TEST(Structure, SaysWhatCannotBeDone)
               "/cart/wheel[2]/hub is in what is to be put there");
     EXPECT_EQ(complaintOf(makeCopy, {"//axle", "//wheel"}), "//wheel selects 2 nodes; name one");
     EXPECT_EQ(complaintOf(makeWrap, {"//axle", "a b='c'"}), "a b='c' is not the name of an element");
+    EXPECT_EQ(complaintOf(makeWrap, {"//axle", "a/><b"}), "a/><b is not the name of an element");
+    EXPECT_EQ(complaintOf(makeWrap, {"//axle", "xmlns:a"}), "xmlns:a is not the name of an element");
     EXPECT_EQ(complaintOf(makeWrap, {"//hub | //b", "g"}),
               "//hub | //b selects nodes that are in others of them");
+}
+
+TEST(Structure, AnEntityThatTheFileDeclaresCanBeInserted)
+{
+    const std::string file = "<!DOCTYPE r [<!ENTITY e 'f'>]>\n<r><a>&e;</a></r>";
+    EXPECT_EQ(edited(makeInsert, {"/r", "&e;"}, file),
+              "<!DOCTYPE r [<!ENTITY e 'f'>]>\n<r><a>&e;</a>&e;</r>");
+}
+
+TEST(Structure, ATextThatWasInsertedCanBeSet)
+{
+    for (const std::string text : {"new", "\xEF\xBB\xBFnew"})
+    {
+        XmlModel model("<r><a/></r>", "m");
+        makeInsert(model, {"//a", text}).command->execute();
+        const auto set = makeSet(model, {"//a/text()", "other"}).command;
+        set->execute();
+        EXPECT_EQ(model.toBytes(), "<r><a>other</a></r>");
+        set->undo();
+        EXPECT_EQ(model.toBytes(), "<r><a>" + text + "</a></r>");
+        EXPECT_EQ(model.select("string(//a)").value, text);
+    }
+}
+
+TEST(Structure, WhatFollowsAByteOrderMarkCanBeSet)
+{
+    XmlModel model("<r/>", "m");
+    makeInsert(model, {"/r", "\xEF\xBB\xBFt<a b='1'/>"}).command->execute();
+    makeSet(model, {"//@b", "2"}).command->execute();
+    EXPECT_EQ(model.toBytes(), "<r>\xEF\xBB\xBFt<a b='2'/></r>");
+}
+
+TEST(Structure, TextsThatMeetDoNotBecomeTheEndOfACDataSection)
+{
+    EXPECT_EQ(edited(makeDelete, {"//comment()"}, "<r>a]]<!-- b -->>c</r>"), "<r>a]]&gt;c</r>");
+    EXPECT_EQ(edited(makeInsert, {"/r", "]>b"}, "<r>a]</r>"), "<r>a]]&gt;b</r>");
+    EXPECT_EQ(edited(makeCopy, {"//a/text()", "//c"}, "<r><a>]]<b/>></a><c/></r>"),
+              "<r><a>]]<b/>></a><c>]]&gt;</c></r>");
+}
+
+TEST(Structure, LineEndsThatMeetStayTwo)
+{
+    EXPECT_EQ(edited(makeDelete, {"//comment()"}, "<r>a\r<!-- b -->\nc</r>"), "<r>a\r&#10;c</r>");
+    EXPECT_EQ(edited(makeDelete, {"//comment()"}, "<r>a\r\n<!-- b -->\r\nc</r>"), "<r>a\r\n\r\nc</r>");
+    EXPECT_EQ(edited(makeDelete, {"//b"}, "<r>a\r<b/>\n</r>"), "<r>a\r&#10;</r>");
+    EXPECT_EQ(edited(makeDelete, {"//comment()"}, "<r>a\r<!-- b -->\n<b/></r>"), "<r>a\r&#10;<b/></r>");
+}
+
+TEST(Structure, ManyThatFollowEachOtherGoAtOnceAndComeBack)
+{
+    const std::string file = "<r>\n <a/>\n <a/>x<b/>\n <!-- c -->\n <a><d/></a>\n</r>";
+    EXPECT_EQ(edited(makeDelete, {"//a | //comment() | /r/text()"}, file), "<r><b/>\n</r>");
+    EXPECT_EQ(edited(makeMove, {"//a", "/r/b"}, file), "<r>x<b><a/><a/><a><d/></a></b>\n <!-- c -->\n</r>");
+}
+
+TEST(Structure, WhatIsMovedOrCopiedKeepsItsNamespaces)
+{
+    const std::string file = "<r xmlns:p='u&amp;v'><a xmlns:q='q' xmlns='d'><q:b c='q:t'/><e p:f='1'/></a>"
+                             "<g xmlns:p='w'/><h/></r>";
+    EXPECT_EQ(edited(makeCopy, {"//q:b", "/r/h"}, file),
+              "<r xmlns:p='u&amp;v'><a xmlns:q='q' xmlns='d'><q:b c='q:t'/><e p:f='1'/></a>"
+              "<g xmlns:p='w'/><h><q:b xmlns:q=\"q\" c='q:t'/></h></r>");
+    EXPECT_EQ(edited(makeMove, {"//e", "/r/g"}, file),
+              "<r xmlns:p='u&amp;v'><a xmlns:q='q' xmlns='d'><q:b c='q:t'/></a>"
+              "<g xmlns:p='w'><e xmlns=\"d\" xmlns:p=\"u&amp;v\" p:f='1'/></g><h/></r>");
+    EXPECT_EQ(edited(makeMove, {"/r/h", "//a", "--first"}, file),
+              "<r xmlns:p='u&amp;v'><a xmlns:q='q' xmlns='d'><h xmlns=\"\"/><q:b c='q:t'/><e p:f='1'/></a>"
+              "<g xmlns:p='w'/></r>");
+    EXPECT_EQ(
+        edited(makeCopy, {"//a", "/r/h"},
+               "<r xmlns:p='u'><a><b xmlns:p='v' p:c=''/></a><h xmlns:p='w'/></r>"),
+        "<r xmlns:p='u'><a><b xmlns:p='v' p:c=''/></a><h xmlns:p='w'><a><b xmlns:p='v' p:c=''/></a></h></r>");
 }
 
 TEST(Structure, AddressesAndObjectsFollowTheNodes)
