@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <iterator>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 
 namespace ModelEditor
@@ -18,10 +19,44 @@ namespace
 
 using Valdane::DynamicAttributeCollection;
 
-std::optional<std::string> textIn(const std::shared_ptr<DynamicAttributeCollection>& collection,
-                                  std::string_view name)
+// One lookup in the collection looks at all of its attributes.
+using Texts = std::unordered_map<std::string_view, std::string_view>;
+
+Texts textsIn(const std::shared_ptr<DynamicAttributeCollection>& collection)
 {
-    return collection == nullptr ? std::nullopt : collection->get(name);
+    Texts texts;
+    if (collection != nullptr)
+    {
+        for (const auto& entry : *collection)
+        {
+            texts.emplace(entry.name, entry.text);
+        }
+    }
+    return texts;
+}
+
+std::optional<std::string> textOf(const Texts& texts, std::string_view name)
+{
+    const auto found = texts.find(name);
+    return found == texts.end() ? std::nullopt : std::optional<std::string>(found->second);
+}
+
+using Nodes = std::unordered_map<std::string_view, pugi::xml_attribute>;
+
+Nodes attributesOf(pugi::xml_node element)
+{
+    Nodes nodes;
+    for (const auto attribute : element.attributes())
+    {
+        nodes.emplace(attribute.name(), attribute);
+    }
+    return nodes;
+}
+
+pugi::xml_attribute find(const Nodes& nodes, std::string_view name)
+{
+    const auto found = nodes.find(name);
+    return found == nodes.end() ? pugi::xml_attribute() : found->second;
 }
 
 } // namespace
@@ -32,12 +67,14 @@ Annotations::Annotations(XmlDocument& owner, pugi::xml_node annotated)
       element(annotated),
       tag(StartTag::read(source.getOriginal(), owner.locate(annotated).offset))
 {
+    const auto nodes = attributesOf(element);
     for (const auto& attribute : tag.attributes)
     {
+        fileNames.insert(attribute.name);
         if (isAnnotationName(attribute.name))
         {
             const std::string name(attribute.name);
-            originals.push_back({attribute, element.attribute(name.c_str()).value()});
+            originals.push_back({attribute, find(nodes, name).value()});
             collection = collection == nullptr ? std::make_shared<DynamicAttributeCollection>() : collection;
             collection->set(name, originals.back().text);
         }
@@ -51,7 +88,7 @@ const std::shared_ptr<DynamicAttributeCollection>& Annotations::get() const noex
 
 bool Annotations::isOfFile(std::string_view name) const
 {
-    return tag.find(name) != nullptr;
+    return fileNames.contains(name);
 }
 
 void Annotations::rebind(pugi::xml_node annotated) noexcept
@@ -80,13 +117,14 @@ bool Annotations::isCollected(std::string_view attributeName) const
 // What the file has can always be written back, even if it is no UTF-8.
 void Annotations::requireWritable(const DynamicAttributeCollection& attributes) const
 {
+    Texts ofFile;
+    for (const auto& original : originals)
+    {
+        ofFile.emplace(original.place.name, original.text);
+    }
     for (const auto& entry : attributes)
     {
-        const auto isEntry = [&entry](const Original& original)
-        {
-            return original.place.name == entry.name && original.text == entry.text;
-        };
-        if (std::ranges::any_of(originals, isEntry))
+        if (const auto found = ofFile.find(entry.name); found != ofFile.end() && found->second == entry.text)
         {
             continue;
         }
@@ -100,19 +138,16 @@ void Annotations::requireWritable(const DynamicAttributeCollection& attributes) 
     }
 }
 
-// The old attributes go when all new ones are there: to remove one cannot fail.
+// The old attributes go when all new ones are there: to remove one cannot fail. Those that are the same stay, for the
+// parser looks at all attributes of the element when one is put in or taken out.
 void Annotations::writeNodes(const Attributes& attributes)
 {
-    std::vector<pugi::xml_attribute> old;
-    for (const auto attribute : element.attributes())
-    {
-        if (isCollected(attribute.name()))
-        {
-            old.push_back(attribute);
-        }
-    }
+    const auto texts = textsIn(attributes);
+    const auto present = attributesOf(element);
     const auto behind = getAdded(attributes);
+    std::vector<pugi::xml_attribute> old;
     std::vector<pugi::xml_attribute> made;
+    old.reserve(present.size());
     made.reserve(originals.size() + behind.size());
     const auto add = [&](pugi::xml_attribute previous, const std::string& name, const std::string& text)
     {
@@ -125,20 +160,36 @@ void Annotations::writeNodes(const Attributes& attributes)
         pugi::xml_attribute previous;
         for (const auto& place : tag.attributes)
         {
-            const std::string name(place.name);
-            const auto text = isAnnotationName(name) ? textIn(attributes, name) : std::nullopt;
+            const auto node = find(present, place.name);
+            const auto text =
+                isAnnotationName(place.name) ? textOf(texts, place.name) : std::optional<std::string>();
+            if (!isAnnotationName(place.name) || (text && node && *text == node.value()))
+            {
+                previous = node;
+                continue;
+            }
+            if (node)
+            {
+                old.push_back(node);
+            }
             if (text)
             {
-                previous = add(previous, name, *text);
-            }
-            else if (!isAnnotationName(name))
-            {
-                previous = element.attribute(name.c_str());
+                previous = add(previous, std::string(place.name), *text);
             }
         }
-        for (const auto& entry : behind)
+        auto next = behind.begin();
+        for (const auto node : element.attributes())
         {
-            add(element.last_attribute(), entry.name, entry.text);
+            const bool isSame =
+                next != behind.end() && node.name() == next->name && node.value() == next->text;
+            if (isCollected(node.name()) && !isOfFile(node.name()))
+            {
+                isSame ? static_cast<void>(++next) : old.push_back(node);
+            }
+        }
+        for (; next != behind.end(); ++next)
+        {
+            add(element.last_attribute(), next->name, next->text);
         }
     }
     catch (...)
@@ -163,9 +214,10 @@ std::vector<Annotations::Change> Annotations::prepareSource(const Attributes& at
         changes.push_back(
             {.span = span, .markup = markup ? SourceText::prepare(span, *markup) : SourceText::Prepared()});
     };
+    const auto texts = textsIn(attributes);
     for (const auto& [place, original] : originals)
     {
-        const auto text = textIn(attributes, place.name);
+        const auto text = textOf(texts, place.name);
         put(place.whole, text ? std::nullopt : std::optional<std::string>(""));
         const char quote = source.getOriginal()[place.value.offset - 1];
         const auto markupPlace = quote == '\'' ? MarkupPlace::SingleQuoted : MarkupPlace::DoubleQuoted;
@@ -204,7 +256,7 @@ std::vector<DynamicAttributeCollection::Entry> Annotations::getAdded(const Attri
     if (attributes != nullptr)
     {
         std::ranges::copy_if(*attributes, std::back_inserter(added),
-                             [this](const auto& entry) { return tag.find(entry.name) == nullptr; });
+                             [this](const auto& entry) { return !isOfFile(entry.name); });
     }
     return added;
 }

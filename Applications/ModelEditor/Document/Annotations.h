@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 namespace ModelEditor
@@ -74,6 +75,7 @@ private:
     SourceText& source;
     pugi::xml_node element;
     StartTag tag;
+    std::unordered_set<std::string_view> fileNames;
     std::vector<Original> originals;
     std::shared_ptr<Valdane::DynamicAttributeCollection> collection;
 };

@@ -26,4 +26,13 @@ void NamedXmlObject::setName(const std::string& name, bool notify)
     }
 }
 
+std::shared_ptr<XmlObject> makeXmlObject(std::string key, const XmlContext& shared, pugi::xml_node element)
+{
+    if (!element.attribute("name").empty())
+    {
+        return std::make_shared<NamedXmlObject>(std::move(key), shared, element);
+    }
+    return std::make_shared<XmlObject>(std::move(key), shared, element);
+}
+
 } // namespace ModelEditor

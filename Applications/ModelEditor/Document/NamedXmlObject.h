@@ -3,6 +3,7 @@
 #include "Applications/ModelEditor/Document/XmlObject.h"
 #include "Platform/GeneralServices/NameInterface.h"
 
+#include <memory>
 #include <string>
 
 namespace ModelEditor
@@ -23,5 +24,8 @@ public:
     /// @throws VdException if XML cannot hold @p name. Nothing has changed then.
     void setName(const std::string& name, bool notify) override;
 };
+
+/// The object of @p element, which is a NamedXmlObject if it has an attribute `name`.
+std::shared_ptr<XmlObject> makeXmlObject(std::string key, const XmlContext& shared, pugi::xml_node element);
 
 } // namespace ModelEditor

@@ -3,72 +3,68 @@
 #include "Applications/ModelEditor/Document/XmlObject.h"
 
 #include <algorithm>
-#include <functional>
+#include <utility>
 
 namespace ModelEditor
 {
 
-namespace
+ObjectsByNode::~ObjectsByNode()
 {
-
-// The entry of that node in what is sorted by node; null if there is none.
-template <typename Entries>
-auto* findLasting(Entries& sorted, const void* node) noexcept
-{
-    const auto place = std::lower_bound(sorted.begin(), sorted.end(), node,
-                                        [](const auto& entry, const void* wanted)
-                                        { return std::less<>()(entry.node, wanted); });
-    return place != sorted.end() && place->node == node ? &*place : nullptr;
-}
-
-} // namespace
-
-// Mostly the parser has the nodes in memory in the order of the document.
-ObjectsByNode::ObjectsByNode(const std::vector<XmlObject*>& lasting)
-{
-    sorted.reserve(lasting.size());
-    for (auto* const object : lasting)
+    for (const auto& [node, object] : objects)
     {
-        sorted.push_back({.node = object->getElement().internal_object(), .object = object});
-    }
-    if (!std::ranges::is_sorted(sorted, std::less<>(), &Entry::node))
-    {
-        std::ranges::sort(sorted, std::less<>(), &Entry::node);
+        object->holder = nullptr;
     }
 }
 
 void ObjectsByNode::add(XmlObject& object)
 {
-    added.emplace(object.getElement().internal_object(), &object);
+    objects.emplace(object.getElement().internal_object(), &object);
+    object.holder = this;
 }
 
 void ObjectsByNode::remove(pugi::xml_node element) noexcept
 {
-    if (auto* const entry = findLasting(sorted, element.internal_object());
-        entry != nullptr && entry->object != nullptr)
+    if (const auto found = objects.find(element.internal_object()); found != objects.end())
     {
-        entry->object = nullptr;
-        ++removed;
-        return;
+        found->second->holder = nullptr;
+        objects.erase(found);
     }
-    added.erase(element.internal_object());
 }
 
 XmlObject* ObjectsByNode::find(pugi::xml_node element) const
 {
-    const void* const node = element.internal_object();
-    const auto* const entry = findLasting(sorted, node);
-    if (entry != nullptr && entry->object != nullptr)
+    const auto found = objects.find(element.internal_object());
+    return found == objects.end() ? nullptr : found->second;
+}
+
+// Twice what is there at least: the table is made anew whenever it is asked for another size. A table that has never had
+// an entry has one place, but no memory for it.
+void ObjectsByNode::makeRoomFor(std::size_t count)
+{
+    const auto needed = objects.size() + count;
+    if (static_cast<float>(needed) >= static_cast<float>(objects.bucket_count()) * objects.max_load_factor())
     {
-        return entry->object;
+        objects.reserve(std::max(needed + 1, 2 * objects.size()));
     }
-    const auto found = added.find(node);
-    return found == added.end() ? nullptr : found->second;
+}
+
+void ObjectsByNode::move(pugi::xml_node element, const NodeMap& copies, ObjectsByNode& other) noexcept
+{
+    auto entry = objects.extract(element.internal_object());
+    if (entry.empty())
+    {
+        return;
+    }
+    auto& object = *entry.mapped();
+    object.rebind(copies);
+    object.holder = &other;
+    entry.key() = object.getElement().internal_object();
+    other.objects.insert(std::move(entry));
 }
 
 std::size_t ObjectsByNode::size() const noexcept
 {
-    return sorted.size() - removed + added.size();
+    return objects.size();
 }
 
 } // namespace ModelEditor

@@ -4,12 +4,12 @@
 #include "Applications/ModelEditor/Document/Interruption.h"
 #include "Applications/ModelEditor/Document/Markup.h"
 #include "Applications/ModelEditor/Document/NamedXmlObject.h"
-#include "Applications/ModelEditor/Document/SiblingKeys.h"
 #include "Applications/ModelEditor/Document/XmlChange.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <cstddef>
 #include <cstring>
+#include <ranges>
 #include <string_view>
 #include <unordered_set>
 #include <utility>
@@ -19,19 +19,6 @@ namespace ModelEditor
 
 namespace
 {
-
-// An object whose children are being made.
-struct Level
-{
-    explicit Level(XmlObject& parent)
-        : object(parent), keys(parent.getElement()), next(elementFrom(parent.getElement().first_child()))
-    {
-    }
-
-    XmlObject& object;
-    SiblingKeys keys;
-    pugi::xml_node next;
-};
 
 pugi::xpath_query compile(const std::string& xpath)
 {
@@ -154,10 +141,8 @@ XmlModel::XmlModel(const std::string& bytes, const std::string& name)
     : document(bytes, name), context{document, {}}
 {
     const auto element = document.getRootElement();
-    root = makeObject(element.name(), element);
-    std::vector<XmlObject*> made;
-    addWithBelow(*root, made);
-    objects = ObjectsByNode(made);
+    root = makeXmlObject(element.name(), context, element);
+    objects.add(*root);
 }
 
 std::shared_ptr<XmlObject> XmlModel::getRoot() const
@@ -167,7 +152,12 @@ std::shared_ptr<XmlObject> XmlModel::getRoot() const
 
 std::size_t XmlModel::getSize() const noexcept
 {
-    return objects.size();
+    std::size_t size = 0;
+    for (auto node = document.getRootElement(); node; node = nextNode(node))
+    {
+        size += node.type() == pugi::node_element ? 1 : 0;
+    }
+    return size;
 }
 
 void XmlModel::setCurrent(const std::shared_ptr<XmlObject>& element)
@@ -250,39 +240,23 @@ std::string XmlModel::toBytes() const
     return document.toBytes();
 }
 
-// A child has its owner before there is something below it: that costs the same at every depth.
-void XmlModel::addWithBelow(XmlObject& top, std::vector<XmlObject*>& made) const
+// Makes what is missing on the way, without a stack that grows with the depth.
+XmlObject& XmlModel::objectOf(pugi::xml_node element) const
 {
-    made.push_back(&top);
-    std::vector<Level> open;
-    open.emplace_back(top);
-    while (!open.empty())
+    std::vector<pugi::xml_node> missing;
+    auto* object = objects.find(element);
+    for (auto node = element; object == nullptr && node.type() == pugi::node_element;)
     {
-        const auto element = open.back().next;
-        if (element.empty())
-        {
-            open.pop_back();
-            continue;
-        }
-        open.back().next = elementFrom(element.next_sibling());
-        auto owned = makeObject(open.back().keys.next(element.name()), element);
-        auto& child = *owned;
-        open.back().object.addChild(std::move(owned));
-        made.push_back(&child);
-        if (!element.first_child().empty())
-        {
-            open.emplace_back(child);
-        }
+        missing.push_back(node);
+        node = node.parent();
+        object = objects.find(node);
     }
-}
-
-std::shared_ptr<XmlObject> XmlModel::makeObject(std::string key, pugi::xml_node element) const
-{
-    if (!element.attribute("name").empty())
+    for (const auto node : missing | std::views::reverse)
     {
-        return std::make_shared<NamedXmlObject>(std::move(key), context, element);
+        object->makeChildren();
+        object = objects.find(node);
     }
-    return std::make_shared<XmlObject>(std::move(key), context, element);
+    return object == nullptr ? *root : *object;
 }
 
 std::vector<pugi::xpath_node> XmlModel::evaluate(const pugi::xpath_query& query, pugi::xml_node start) const
@@ -307,11 +281,9 @@ std::string XmlModel::evaluateText(const pugi::xpath_query& query, pugi::xml_nod
 
 std::optional<Selected> XmlModel::find(const pugi::xpath_node& node) const
 {
-    const auto objectOf = [this](pugi::xml_node element)
+    const auto shared = [this](pugi::xml_node element)
     {
-        auto* const found = objects.find(element);
-        return std::static_pointer_cast<XmlObject>(
-            (found == nullptr ? root.get() : found)->shared_from_this());
+        return std::static_pointer_cast<XmlObject>(objectOf(element).shared_from_this());
     };
     if (const auto attribute = node.attribute())
     {
@@ -320,7 +292,7 @@ std::optional<Selected> XmlModel::find(const pugi::xpath_node& node) const
             return std::nullopt; // of the declaration, which is no node to XPath
         }
         const std::string name = attribute.name();
-        return Selected{.object = objectOf(node.parent()),
+        return Selected{.object = shared(node.parent()),
                         .part = partOf(name),
                         .name = name,
                         .text = attribute.value(),
@@ -330,7 +302,7 @@ std::optional<Selected> XmlModel::find(const pugi::xpath_node& node) const
     {
     case pugi::node_document:
     case pugi::node_element:
-        return Selected{.object = objectOf(node.node()),
+        return Selected{.object = shared(node.node()),
                         .part = Part::Element,
                         .name = {},
                         .text = {},
@@ -338,7 +310,7 @@ std::optional<Selected> XmlModel::find(const pugi::xpath_node& node) const
     case pugi::node_pcdata:
     case pugi::node_cdata:
     {
-        const auto object = objectOf(node.node().parent());
+        const auto object = shared(node.node().parent());
         const auto name = object->getTextName(node.node());
         return name.empty() ? std::nullopt
                             : std::optional(Selected{.object = object,
@@ -351,7 +323,7 @@ std::optional<Selected> XmlModel::find(const pugi::xpath_node& node) const
     case pugi::node_doctype:
         return std::nullopt;
     default:
-        return Selected{.object = objectOf(node.node().parent()),
+        return Selected{.object = shared(node.node().parent()),
                         .part = Part::Unsupported,
                         .name = {},
                         .text = {},

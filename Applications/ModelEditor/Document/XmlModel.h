@@ -79,10 +79,10 @@ struct XmlCutting
     std::size_t index = 0;  ///< of the first of them among the element's chunks
     std::size_t count = 0;  ///< of the chunks that they are
 
-    // While they are out, the nodes, the objects of elements among them, the objects of all elements, and the texts.
+    // While they are out, the nodes, the objects of elements among them, all objects that were made, and the texts.
     Cutting cutting{};
     std::vector<std::shared_ptr<XmlObject>> tops{};
-    std::vector<XmlObject*> objects{};
+    std::unique_ptr<ObjectsByNode> objects{};
     std::vector<Text> texts{};
 };
 
@@ -98,8 +98,8 @@ struct NewChildren
 ///
 /// Every element is an XmlObject, those with an attribute `name` are NamedXmlObjects. The children of the
 /// root are the modules of the model. Modules can be appended and taken out, and children of any element put in and
-/// taken out, last in, first out. The objects are made at once, about 300 bytes for each, all else when it is asked
-/// for.
+/// taken out, last in, first out. Objects are made when they are asked for, about 350 bytes for each, with those of all
+/// siblings; so is all else.
 ///
 /// Ownership: owns document and objects; objects that outlive it must not be used.
 /// Thread: the application's main thread only.
@@ -115,7 +115,7 @@ public:
 
     std::shared_ptr<XmlObject> getRoot() const;
 
-    /// The number of elements.
+    /// The number of elements. Cost: linear in the document.
     std::size_t getSize() const noexcept;
 
     /// Has relative addresses start at @p element; an empty pointer has them start at the document, as at first.
@@ -215,8 +215,7 @@ public:
     std::string toBytes() const;
 
 private:
-    void addWithBelow(XmlObject& top, std::vector<XmlObject*>& made) const;
-    std::shared_ptr<XmlObject> makeObject(std::string key, pugi::xml_node element) const;
+    XmlObject& objectOf(pugi::xml_node element) const;
     void attach(XmlPart& part);
     void makeModules(XmlPart& part);
     void bindObjects(const XmlPart& part);

@@ -1,8 +1,10 @@
+#include "Applications/ModelEditor/Document/NamedXmlObject.h"
 #include "Applications/ModelEditor/Document/SiblingKeys.h"
 #include "Applications/ModelEditor/Document/XmlChange.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
+#include <ranges>
 #include <span>
 #include <utility>
 
@@ -23,6 +25,23 @@ std::vector<pugi::xml_node> elementsFrom(pugi::xml_node first)
         elements.push_back(element);
     }
     return elements;
+}
+
+// In document order. Makes all of them, so that each finds its element when the modules come back.
+void listWithBelow(XmlObject& top, std::vector<XmlObject*>& listed)
+{
+    std::vector<XmlObject*> open{&top};
+    while (!open.empty())
+    {
+        auto& object = *open.back();
+        open.pop_back();
+        listed.push_back(&object);
+        const auto children = object.getElements();
+        for (const auto& child : children | std::views::reverse)
+        {
+            open.push_back(child.get());
+        }
+    }
 }
 
 enum class Way
@@ -81,6 +100,7 @@ void XmlModel::remove(XmlPart& part)
 
 void XmlModel::attach(XmlPart& part)
 {
+    root->makeChildren();
     root->settleTexts();
     addresses.forget();
     document.append(part.markup);
@@ -123,12 +143,9 @@ void XmlModel::makeModules(XmlPart& part)
         {
             key = keys.next(node.name());
         }
-        part.modules.push_back(makeObject(std::move(key), node));
-        addWithBelow(*part.modules.back(), part.objects);
-    }
-    for (auto* const object : part.objects)
-    {
-        objects.add(*object);
+        part.modules.push_back(makeXmlObject(std::move(key), context, node));
+        objects.add(*part.modules.back());
+        listWithBelow(*part.modules.back(), part.objects);
     }
 }
 

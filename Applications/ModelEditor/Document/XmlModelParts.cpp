@@ -1,4 +1,4 @@
-#include "Applications/ModelEditor/Document/SiblingKeys.h"
+#include "Applications/ModelEditor/Document/NamedXmlObject.h"
 #include "Applications/ModelEditor/Document/XmlChange.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
 #include "Platform/ExceptionHandling/VdException.h"
@@ -21,7 +21,7 @@ namespace
 class NewKeys
 {
 public:
-    NewKeys(const XmlObject& parent, pugi::xml_node added) : owner(parent)
+    NewKeys(XmlObject& parent, pugi::xml_node added) : owner(parent)
     {
         forTags(added, [this](const char* tag) { ++all[tag]; });
         forTags(parent.getElement(),
@@ -59,11 +59,20 @@ private:
         }
     }
 
-    const XmlObject& owner;
+    XmlObject& owner;
     // Of the tags that come, because there may be many others.
     std::map<std::string, std::size_t, std::less<>> present;
     std::map<std::string, std::size_t, std::less<>> all;
 };
+
+template <typename Do>
+void forEachNode(const pugi::xml_document& nodes, const Do& act)
+{
+    for (auto node = nodes.first_child(); node; node = nextNode(node))
+    {
+        act(node);
+    }
+}
 
 bool isTextChild(pugi::xml_node node)
 {
@@ -103,13 +112,14 @@ XmlCutting XmlModel::parse(XmlObject& parent, std::size_t index, const NewChildr
     part.cutting = document.parse(children.markup, children.layout);
     part.cutting.tail = children.tail;
     part.count = part.cutting.chunks.size();
+    part.objects = std::make_unique<ObjectsByNode>();
     NewKeys keys(parent, *part.cutting.nodes);
     for (const auto node : part.cutting.nodes->children())
     {
         if (node.type() == pugi::node_element)
         {
-            part.tops.push_back(makeObject(keys.next(node.name()), node));
-            addWithBelow(*part.tops.back(), part.objects);
+            part.tops.push_back(makeXmlObject(keys.next(node.name()), context, node));
+            part.objects->add(*part.tops.back());
         }
         else if (isTextChild(node))
         {
@@ -152,15 +162,13 @@ void XmlModel::attach(XmlObject& parent, XmlCutting& part)
     {
         throw Valdane::VdException("there is no longer a place for it in " + parent.getAddress());
     }
+    parent.makeChildren();
     parent.settleTexts();
+    objects.makeRoomFor(part.objects->size());
     addresses.forget();
     const auto copies = document.insert(element, part.index, part.cutting);
-    const auto rebindAll = [&](const NodeMap& map)
+    const auto rebindTexts = [&](const NodeMap& map)
     {
-        for (auto* const object : part.objects)
-        {
-            object->rebind(map);
-        }
         for (auto& text : part.texts)
         {
             if (text.taken.value)
@@ -169,14 +177,12 @@ void XmlModel::attach(XmlObject& parent, XmlCutting& part)
             }
         }
     };
-    rebindAll(copies.there);
+    const auto& nodes = *part.cutting.nodes;
+    forEachNode(nodes, [&](pugi::xml_node node) { part.objects->move(node, copies.there, objects); });
+    rebindTexts(copies.there);
     std::size_t added = 0;
     try
     {
-        for (auto* const object : part.objects)
-        {
-            objects.add(*object);
-        }
         for (const auto& top : part.tops)
         {
             parent.addChild(top);
@@ -202,11 +208,9 @@ void XmlModel::attach(XmlObject& parent, XmlCutting& part)
                 parent.removeChild(top->getKey());
             }
         }
-        for (auto* const object : part.objects)
-        {
-            objects.remove(object->getElement());
-        }
-        rebindAll(copies.back);
+        forEachNode(nodes, [&](pugi::xml_node node)
+                    { objects.move(copies.there(node), copies.back, *part.objects); });
+        rebindTexts(copies.back);
         document.remove(element, part.index, part.count);
         addresses.forget();
         parent.onChildrenChanged();
@@ -214,18 +218,19 @@ void XmlModel::attach(XmlObject& parent, XmlCutting& part)
     }
     part.cutting = {};
     part.tops.clear();
-    part.objects.clear();
+    part.objects.reset();
     part.texts.clear();
 }
 
 void XmlModel::detach(XmlObject& parent, XmlCutting& part)
 {
     const auto element = parent.getElement();
+    parent.makeChildren();
     parent.settleTexts();
     Copies copies;
     auto cutting = document.copy(element, part.index, part.count, copies);
     std::vector<std::shared_ptr<XmlObject>> tops;
-    std::vector<XmlObject*> gone;
+    auto gone = std::make_unique<ObjectsByNode>();
     std::vector<XmlCutting::Text> texts;
     for (const auto node : cutting.nodes->children())
     {
@@ -234,18 +239,18 @@ void XmlModel::detach(XmlObject& parent, XmlCutting& part)
             texts.push_back({.node = node, .taken = {}});
         }
     }
-    for (auto node = cutting.nodes->first_child(); node; node = nextNode(node))
-    {
-        if (node.type() != pugi::node_element)
-        {
-            continue;
-        }
-        gone.push_back(objects.find(copies.back(node)));
-        if (node.parent() == *cutting.nodes)
-        {
-            tops.push_back(std::static_pointer_cast<XmlObject>(gone.back()->shared_from_this()));
-        }
-    }
+    std::size_t made = 0;
+    forEachNode(*cutting.nodes,
+                [&](pugi::xml_node node)
+                {
+                    auto* const object = objects.find(copies.back(node));
+                    made += object == nullptr ? 0 : 1;
+                    if (object != nullptr && node.parent() == *cutting.nodes)
+                    {
+                        tops.push_back(std::static_pointer_cast<XmlObject>(object->shared_from_this()));
+                    }
+                });
+    gone->makeRoomFor(made);
     // The listener is told while nothing has changed: what has gone could not be brought back without memory.
     report(changesIn(parent, part, false));
     // From here on nothing fails.
@@ -262,11 +267,8 @@ void XmlModel::detach(XmlObject& parent, XmlCutting& part)
     {
         parent.removeChild(top->getKey());
     }
-    for (auto* const object : gone)
-    {
-        objects.remove(object->getElement());
-        object->rebind(copies.there);
-    }
+    forEachNode(*cutting.nodes,
+                [&](pugi::xml_node node) { objects.move(copies.back(node), copies.there, *gone); });
     document.remove(element, part.index, part.count);
     parent.onChildrenChanged();
     part.cutting = std::move(cutting);

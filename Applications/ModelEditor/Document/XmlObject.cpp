@@ -3,6 +3,7 @@
 #include "Applications/ModelEditor/Document/Annotations.h"
 #include "Applications/ModelEditor/Document/MarkedText.h"
 #include "Applications/ModelEditor/Document/Markup.h"
+#include "Applications/ModelEditor/Document/ObjectsByNode.h"
 #include "Applications/ModelEditor/Document/XmlChange.h"
 #include "Applications/ModelEditor/Document/XmlDocument.h"
 #include "Applications/ModelEditor/Document/XmlObjectFindings.h"
@@ -43,7 +44,13 @@ XmlObject::XmlObject(std::string key, const XmlContext& shared, pugi::xml_node n
 {
 }
 
-XmlObject::~XmlObject() = default;
+XmlObject::~XmlObject()
+{
+    if (holder != nullptr)
+    {
+        holder->remove(element);
+    }
+}
 
 pugi::xml_node XmlObject::getElement() const noexcept
 {

@@ -2,6 +2,7 @@
 
 #include "Applications/ModelEditor/Document/XmlValue.h"
 #include "Platform/Parameterization/Object.h"
+#include "Platform/Parameterization/Path.h"
 
 #include <pugixml.hpp>
 
@@ -12,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace ModelEditor
@@ -19,6 +21,7 @@ namespace ModelEditor
 
 class Annotations;
 class NodeMap;
+class ObjectsByNode;
 class XmlDocument;
 struct XmlChange;
 
@@ -37,6 +40,10 @@ struct XmlContext
 /// address then: `mass` may get a sibling `mass[2]`, and `link[3]` stays what it is when `link[2]` goes.
 ///
 /// The element may go, and come back as another node with the same markup: see bind().
+///
+/// The objects of the elements below it are made, all at a time, when one of them is asked for, and stay then: the same
+/// element has always the same object. Who knows it only as an Object sees those that were made; getObject() makes
+/// what it needs.
 ///
 /// Its attributes are described when they are asked for:
 /// - every XML attribute except `name`, namespaced ones and namespace declarations, under its name;
@@ -71,8 +78,25 @@ public:
     /// The last step of that address.
     std::string getAddressStep() const;
 
+    /// Makes the objects of the elements below this one now. Does nothing if that was done.
+    ///
+    /// To be called before elements come or go there: the keys are those of the file.
+    /// @throws std::bad_alloc, nothing has changed then. Cost: linear in their number, at the first time.
+    void makeChildren();
+
+    /// The objects of the elements below this one, as those of Object, which see all of them.
+    std::shared_ptr<XmlObject> findChild(std::string_view key);
+    std::vector<std::shared_ptr<Object>> getChildren();
+
+    /// The number of elements below this one. Cost: linear in it until somebody asks for their objects.
+    std::size_t getChildCount() const noexcept;
+
     /// The elements below this one, in the order of the document.
-    std::vector<std::shared_ptr<XmlObject>> getElements() const;
+    std::vector<std::shared_ptr<XmlObject>> getElements();
+
+    /// @copydoc Valdane::Object::getObject()
+    std::shared_ptr<Object> getObject(const Valdane::Path& path,
+                                      Valdane::GetObjectBehavior behavior) override;
 
     /// Is from now on the object of the copy that its element has in @p copies, with all that was found out of it.
     void rebind(const NodeMap& copies) noexcept;
@@ -198,7 +222,11 @@ private:
     const XmlContext& context;
     pugi::xml_node element;
     std::unique_ptr<Findings> findings;
-    bool hasOwnOrder = false; // once children have come or gone
+    ObjectsByNode* holder = nullptr; // which it is in
+    bool hasChildren = false;        // whether their objects were made
+    bool hasOwnOrder = false;        // once children have come or gone
+
+    friend class ObjectsByNode;
 };
 
 } // namespace ModelEditor

@@ -1,4 +1,6 @@
 #include "Applications/ModelEditor/Document/Cutting.h"
+#include "Applications/ModelEditor/Document/NamedXmlObject.h"
+#include "Applications/ModelEditor/Document/ObjectsByNode.h"
 #include "Applications/ModelEditor/Document/SiblingKeys.h"
 #include "Applications/ModelEditor/Document/XmlDocument.h"
 #include "Applications/ModelEditor/Document/XmlObjectFindings.h"
@@ -240,7 +242,75 @@ std::string XmlObject::getStepOfChild(pugi::xml_node child)
     return steps->at(child.internal_object());
 }
 
-std::vector<std::shared_ptr<XmlObject>> XmlObject::getElements() const
+void XmlObject::makeChildren()
+{
+    if (hasChildren)
+    {
+        return;
+    }
+    std::vector<std::shared_ptr<XmlObject>> made;
+    try
+    {
+        SiblingKeys keys(element);
+        for (auto node = elementFrom(element.first_child()); node; node = elementFrom(node.next_sibling()))
+        {
+            made.push_back(makeXmlObject(keys.next(node.name()), context, node));
+            if (holder != nullptr)
+            {
+                holder->add(*made.back());
+            }
+            addChild(made.back());
+        }
+    }
+    catch (...)
+    {
+        for (const auto& child : made)
+        {
+            removeChild(child->getKey());
+        }
+        throw;
+    }
+    hasChildren = !element.empty();
+}
+
+std::shared_ptr<XmlObject> XmlObject::findChild(std::string_view key)
+{
+    makeChildren();
+    return std::static_pointer_cast<XmlObject>(Object::findChild(key));
+}
+
+std::vector<std::shared_ptr<Valdane::Object>> XmlObject::getChildren()
+{
+    makeChildren();
+    return Object::getChildren();
+}
+
+std::size_t XmlObject::getChildCount() const noexcept
+{
+    if (hasChildren)
+    {
+        return Object::getChildCount();
+    }
+    std::size_t count = 0;
+    for (auto node = elementFrom(element.first_child()); node; node = elementFrom(node.next_sibling()))
+    {
+        ++count;
+    }
+    return count;
+}
+
+std::shared_ptr<Valdane::Object> XmlObject::getObject(const Valdane::Path& path,
+                                                      Valdane::GetObjectBehavior /*behavior*/)
+{
+    auto object = std::static_pointer_cast<XmlObject>(shared_from_this());
+    for (const auto& key : path.getKeys())
+    {
+        object = object == nullptr ? nullptr : object->findChild(key);
+    }
+    return object;
+}
+
+std::vector<std::shared_ptr<XmlObject>> XmlObject::getElements()
 {
     std::vector<std::shared_ptr<XmlObject>> elements;
     for (const auto& child : getChildren())

@@ -7,7 +7,7 @@
 namespace ModelEditor
 {
 
-ModelModules::ModelModules(std::shared_ptr<Valdane::Object> top) : root(std::move(top)) {}
+ModelModules::ModelModules(std::shared_ptr<XmlObject> top) : root(std::move(top)) {}
 
 ModelModules::~ModelModules() = default;
 

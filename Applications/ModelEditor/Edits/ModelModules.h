@@ -22,7 +22,7 @@ class XmlObject;
 class ModelModules : public Valdane::ModuleAccessInterface
 {
 public:
-    explicit ModelModules(std::shared_ptr<Valdane::Object> top);
+    explicit ModelModules(std::shared_ptr<XmlObject> top);
     ~ModelModules() override;
 
     /// Notes that @p object has changed.
@@ -36,7 +36,7 @@ public:
     std::set<const Valdane::Object*> getAllModulesAsModified() override;
 
 private:
-    std::shared_ptr<Valdane::Object> root;
+    std::shared_ptr<XmlObject> root;
     std::set<const Valdane::Object*> modified;
 };
 

@@ -1,5 +1,6 @@
 #include "Applications/ModelEditor/Document/ObjectsByNode.h"
 
+#include "Applications/ModelEditor/Document/Cutting.h"
 #include "Applications/ModelEditor/Document/XmlDocument.h"
 #include "Applications/ModelEditor/Document/XmlObject.h"
 
@@ -41,50 +42,74 @@ struct Family
     std::vector<std::unique_ptr<XmlObject>> objects;
 };
 
-TEST(ObjectsByNode, FindsLastingObjectsWhateverTheirOrder)
-{
-    const Family family;
-    for (const auto& order : std::vector<std::vector<std::size_t>>{{0, 1, 2, 3}, {3, 2, 1, 0}, {2, 0, 3, 1}})
-    {
-        std::vector<XmlObject*> lasting;
-        for (const std::size_t index : order)
-        {
-            lasting.push_back(family.at(index));
-        }
-        const ObjectsByNode objects(lasting);
-        EXPECT_EQ(objects.size(), 4U);
-        for (const auto& object : family.objects)
-        {
-            EXPECT_EQ(objects.find(object->getElement()), object.get());
-        }
-    }
-}
-
 TEST(ObjectsByNode, WhatIsAddedIsFoundUntilItIsRemoved)
 {
     const Family family;
-    ObjectsByNode objects({family.at(0), family.at(1)});
-    const auto added = family.at(2)->getElement();
+    ObjectsByNode objects;
+    objects.add(*family.at(1));
     objects.add(*family.at(2));
+    const auto added = family.at(2)->getElement();
     EXPECT_EQ(objects.find(added), family.at(2));
-    EXPECT_EQ(objects.size(), 3U);
+    EXPECT_EQ(objects.size(), 2U);
     objects.remove(added);
     EXPECT_EQ(objects.find(added), nullptr);
     EXPECT_EQ(objects.find(family.at(1)->getElement()), family.at(1));
-    EXPECT_EQ(objects.size(), 2U);
+    EXPECT_EQ(objects.size(), 1U);
 }
 
 TEST(ObjectsByNode, WhatIsNotInItIsNeitherFoundNorRemoved)
 {
     const Family family;
-    ObjectsByNode objects({family.at(1)});
+    ObjectsByNode objects;
+    objects.add(*family.at(1));
     for (const auto& node : {family.at(0)->getElement(), family.at(3)->getElement(), pugi::xml_node()})
     {
         EXPECT_EQ(objects.find(node), nullptr);
         objects.remove(node);
     }
-    EXPECT_EQ(ObjectsByNode().find(family.at(0)->getElement()), nullptr);
     EXPECT_EQ(objects.size(), 1U);
+}
+
+TEST(ObjectsByNode, WhatIsDestroyedIsFoundNoMore)
+{
+    Family family;
+    ObjectsByNode objects;
+    const auto element = family.at(3)->getElement();
+    objects.add(*family.at(3));
+    family.objects.pop_back();
+    EXPECT_EQ(objects.find(element), nullptr);
+    EXPECT_EQ(objects.size(), 0U);
+}
+
+TEST(ObjectsByNode, ObjectsMayOutliveIt)
+{
+    const Family family;
+    {
+        ObjectsByNode objects;
+        objects.add(*family.at(1));
+    }
+    ObjectsByNode others;
+    others.add(*family.at(1));
+    EXPECT_EQ(others.find(family.at(1)->getElement()), family.at(1));
+}
+
+TEST(ObjectsByNode, WhatMovesIsFoundByTheCopyOfItsElement)
+{
+    const Family family;
+    pugi::xml_document copied;
+    ModelEditor::Copies copies;
+    const auto element = family.at(1)->getElement();
+    ModelEditor::copyTree(element, copied.append_child(element.type()), copies);
+    ObjectsByNode objects;
+    ObjectsByNode others;
+    objects.add(*family.at(1));
+    others.makeRoomFor(1);
+    objects.move(element, copies.there, others);
+    EXPECT_EQ(objects.find(element), nullptr);
+    EXPECT_EQ(others.find(copied.first_child()), family.at(1));
+    EXPECT_EQ(family.at(1)->getElement(), copied.first_child());
+    objects.move(element, copies.there, others);
+    EXPECT_EQ(others.size(), 1U);
 }
 
 } // namespace

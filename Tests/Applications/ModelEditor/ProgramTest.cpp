@@ -128,14 +128,14 @@ TEST_F(Program, AModelThatMemoryDoesNotSufficeForGetsOneMessage)
         GTEST_SKIP() << "the address sanitizer needs all address space";
     }
     std::string big = "<a>";
-    for (int i = 0; i < 1'000'000; ++i)
+    for (int i = 0; i < 4'000'000; ++i)
     {
         big += "<b/>";
     }
     directory.write("big.xml", big + "</a>");
     const auto result = execute({.directory = directory, .arguments = {"big.xml"}, .memory = 200'000'000});
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err, "model-editor: big.xml: not enough memory for a model of 4000007 bytes\n");
+    EXPECT_EQ(result.err, "model-editor: big.xml: not enough memory for a model of 16000007 bytes\n");
 }
 
 TEST_F(Program, CommandsFromAPipeAreNotShown)

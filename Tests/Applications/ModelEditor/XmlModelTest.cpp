@@ -57,6 +57,38 @@ TEST(XmlModel, EveryElementIsAnObjectInTheOrderOfTheFile)
     EXPECT_EQ(model.getRoot()->findChild("link[1]")->getChildCount(), 1U);
 }
 
+TEST(XmlModel, ObjectsAreMadeWhenTheyAreAskedFor)
+{
+    const XmlModel model(robot, "m");
+    const Valdane::Object& root = *model.getRoot();
+    EXPECT_EQ(root.getChildCount(), 0U);
+    EXPECT_EQ(model.getRoot()->getChildCount(), 3U);
+    EXPECT_EQ(root.getChildCount(), 0U);
+    const auto joint = model.select("//joint").nodes.at(0).object;
+    EXPECT_EQ(root.getChildCount(), 3U);
+    const auto link = root.findChild("link[1]");
+    EXPECT_EQ(link->getChildCount(), 0U);
+    const auto mass = model.select("//mass").nodes.at(0).object;
+    EXPECT_EQ(link->findChild("mass"), mass);
+    EXPECT_EQ(model.select("/robot/joint").nodes.at(0).object, joint);
+}
+
+TEST(XmlModel, ObjectsThatAreMadeWhileTheirElementsAreOutStayTheirs)
+{
+    XmlModel model("<a><b><c/><c/></b></a>", "m");
+    const auto b = model.select("/a/b").nodes.at(0).object;
+    ModelEditor::XmlCutting part{
+        .parent = model.getRoot()->getPath(Valdane::RequestedPathType::FromRoot), .index = 0, .count = 1};
+    model.take(part);
+    const auto c = b->getElements().at(1);
+    model.put(part);
+    EXPECT_EQ(model.select("/a/b/c[2]").nodes.at(0).object, c);
+    EXPECT_EQ(c->getAddress(), "/a/b/c[2]");
+    model.take(part);
+    part = {};
+    EXPECT_EQ(model.getSize(), 1U);
+}
+
 TEST(XmlModel, OnlyElementsWithANameAreNamed)
 {
     const XmlModel model(robot, "m");
