@@ -143,6 +143,13 @@ std::string describeClearOfSeveral(const std::string& xpath, std::size_t count)
     return "Clear annotations of " + several(xpath, count);
 }
 
+std::string describeReplace(const std::string& xpath, std::size_t count, const std::string& pattern,
+                            const std::string& by)
+{
+    return "Replace " + brief(pattern) + " with " + brief(by) + " in " +
+           (count == 1 ? brief(xpath) : several(xpath, count));
+}
+
 std::string noteUndeclared(const std::string& prefix)
 {
     return "  note: there is no xmlns:" + prefix + " around it; programs that know namespaces want one\n";

@@ -1,5 +1,6 @@
 #include "Applications/ModelEditor/Terminal/EditorVerb.h"
 
+#include "Applications/ModelEditor/Edits/Replace.h"
 #include "Applications/ModelEditor/Edits/Structure.h"
 #include "Applications/ModelEditor/Edits/Words.h"
 #include "Platform/ExceptionHandling/VdException.h"
@@ -67,6 +68,14 @@ const std::vector<Editor::Verb>& Editor::Verb::getAll()
          {},
          {},
          &makeSetMarkup},
+        {"replace",
+         "XPATH REGEX TEXT [-i]",
+         3,
+         4,
+         "replace what REGEX matches in attributes or texts; $1 in TEXT is its first group, -i ignores case",
+         {},
+         {},
+         &makeReplace},
         {"rename", "XPATH NAME", 2, 2, "change the name of elements", {}, {}, &makeRename},
         {"annotate",
          "XPATH PREFIX:NAME VALUE",

@@ -7,6 +7,7 @@
 #include "Applications/ModelEditor/Edits/Import.h"
 #include "Applications/ModelEditor/Edits/ImportCmd.h"
 #include "Applications/ModelEditor/Edits/ModelModules.h"
+#include "Applications/ModelEditor/Edits/Replace.h"
 #include "Applications/ModelEditor/Edits/ScaleValuesCmd.h"
 #include "Applications/ModelEditor/Edits/Structure.h"
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
@@ -280,6 +281,8 @@ const ProvedRow edits[] = {
     {"AddNamespaced", edit(makeSet, {"//joint/@note:by", "them"})},
     {"SetOfTheRoot", edit(makeSet, {"/*/@version", "3"})},
     {"SetSeveral", edit(makeSet, {"//@mass", "2.5"})},
+    {"Replace", edit(makeReplace, {"//@*", "[ao](\\w)", "$1!"})},
+    {"ReplaceOne", edit(makeReplace, {"//visual/text()[1]", "two & (.*)", "$1"})},
     {"Rename", edit(makeRename, {"//link[1]", "foot"})},
     {"RenameSeveral", edit(makeRename, {"//link", "part"})},
     {"Annotate", edit(makeAnnotate, {"//joint", "note:by", "them"})},
