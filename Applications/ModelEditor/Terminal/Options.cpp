@@ -40,6 +40,10 @@ public:
         {
             throw VdException("which MODEL?");
         }
+        if (options.script && !options.commands.empty())
+        {
+            throw VdException("either -e or --script, not both");
+        }
         return options;
     }
 
@@ -47,7 +51,11 @@ private:
     void parseOption(const std::string& argument)
     {
         const std::string name = argument.substr(0, argument.find('='));
-        if (std::optional<std::string>* const value = valueOf(name))
+        if (argument == "-e")
+        {
+            takeCommand(takeValue(argument, argument));
+        }
+        else if (std::optional<std::string>* const value = valueOf(name))
         {
             *value = takeValue(argument, name);
             if (name == "--log-level" && **value != "trace" && **value != "error")
@@ -107,6 +115,15 @@ private:
             throw VdException(name + " wants a value");
         }
         return value;
+    }
+
+    void takeCommand(const std::string& command)
+    {
+        if (command.find('\n') != std::string::npos)
+        {
+            throw VdException("-e wants one line; write another -e for the next one");
+        }
+        options.commands.push_back(command);
     }
 
     void takeModel(const std::string& argument)

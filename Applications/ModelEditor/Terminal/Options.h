@@ -13,6 +13,7 @@ struct Options
 {
     std::string model;
     std::optional<std::string> script;
+    std::vector<std::string> commands; ///< of `-e`, in their order; with them there is no script
     std::optional<std::string> output;
     std::optional<std::string> logLevel; ///< `trace` or `error`
     bool keepsGoing = false;

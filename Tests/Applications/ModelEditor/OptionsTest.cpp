@@ -47,6 +47,13 @@ TEST(Options, HelpAndVersionNeedNoModel)
     EXPECT_TRUE(Options::parse({"--version"}).wantsVersion);
 }
 
+TEST(Options, CommandsKeepTheirOrder)
+{
+    const auto options = Options::parse({"-e", "set /a/@b -e", "m", "-e", "save"});
+    EXPECT_EQ(options.commands, (std::vector<std::string>{"set /a/@b -e", "save"}));
+    EXPECT_EQ(options.model, "m");
+}
+
 TEST(Options, WhatIsWrongIsRefused)
 {
     const std::vector<std::vector<std::string>> wrong{
@@ -58,6 +65,11 @@ TEST(Options, WhatIsWrongIsRefused)
         {"m", "--output", ""},
         {"m", "--log-level", "info"},
         {"m", "--keep-going=1"},
+        {"m", "-e"},
+        {"m", "-e", ""},
+        {"m", "-e", "undo\nredo"},
+        {"m", "-e", "undo", "--script", "s"},
+        {"m", "--script=-", "-e", "undo"},
     };
     for (const auto& arguments : wrong)
     {

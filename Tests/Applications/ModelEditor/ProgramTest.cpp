@@ -148,6 +148,36 @@ TEST_F(Program, CommandsFromAPipeAreNotShown)
     EXPECT_EQ(directory.read("m.xml"), "<a x='2'>\n<b y='2.0'/></a>\n");
 }
 
+TEST_F(Program, CommandsMayStandOnTheCommandLine)
+{
+    const auto result = run(
+        {"-e", "set //a/@x 3", "m.xml", "-e", "group both", "-e", "set //b/@y 4", "-e", "end", "-e", "save"},
+        "quit\n");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(directory.read("m.xml"), "<a x='3'>\n<b y='4'/></a>\n");
+}
+
+TEST_F(Program, ACommandThatFailsIsToldByItsNumber)
+{
+    const std::vector<std::string> commands{"m.xml",         "-e", "set //a/@x 3", "-e", "set //c 1", "-e",
+                                            "save copy.xml", "-e", "nope"};
+    const auto stopped = run(commands);
+    EXPECT_EQ(stopped.status, 1);
+    EXPECT_EQ(stopped.err, "-e:2: set: nothing at //c\n");
+    EXPECT_FALSE(std::filesystem::exists(directory.getPath() / "copy.xml"));
+
+    auto all = commands;
+    all.emplace_back("--keep-going");
+    const auto whole = run(all);
+    EXPECT_EQ(whole.err, "-e:2: set: nothing at //c\n-e:4: no verb nope; help lists them\n");
+    EXPECT_EQ(directory.read("copy.xml"), "<a x='3'>\n<b y='2.0'/></a>\n");
+
+    EXPECT_EQ(run({"m.xml", "-e", "set //a/@x 3"}).err, "-e: warning: not saved: /a\n");
+    EXPECT_EQ(run({"m.xml", "-e", "group g"}).err,
+              "-e:2: the group g has no end; the group g is ended, 0 steps undone\n");
+}
+
 TEST_F(Program, ABadLineStopsAScriptAndNothingIsWritten)
 {
     directory.write("s", "set /a/@x 2\r\nsave\r\nsave other.xml\n\nset /a/@x two --strict\nset /a/@x 3\n");
