@@ -55,6 +55,10 @@ private:
         {
             takeCommand(takeValue(argument, argument));
         }
+        else if (name == "--namespace")
+        {
+            takeNamespace(takeValue(argument, name));
+        }
         else if (std::optional<std::string>* const value = valueOf(name))
         {
             *value = takeValue(argument, name);
@@ -124,6 +128,22 @@ private:
             throw VdException("-e wants one line; write another -e for the next one");
         }
         options.commands.push_back(command);
+    }
+
+    void takeNamespace(const std::string& binding)
+    {
+        const auto end = std::min(binding.find('='), binding.size());
+        const auto prefix = binding.substr(0, end);
+        const auto uri = binding.substr(std::min(end + 1, binding.size()));
+        const bool hasBothQuotes = uri.find('\'') != std::string::npos && uri.find('"') != std::string::npos;
+        if (!isPrefix(prefix) || uri.empty() || hasBothQuotes)
+        {
+            throw VdException("--namespace is PREFIX=URI, not '" + binding + "'");
+        }
+        if (!options.namespaces.emplace(prefix, uri).second)
+        {
+            throw VdException("--namespace tells of " + prefix + " twice");
+        }
     }
 
     void takeModel(const std::string& argument)

@@ -125,6 +125,7 @@ int run(const Options& options, std::ostream& out, std::ostream& err)
     {
         setUpLog(options);
         auto model = ModelEditor::loadModel(options.model);
+        model.model->setPrefixes(options.namespaces);
         warnOf(*model.model, options.model, err);
         ModelEditor::removeTemporaries(options.model);
         ModelEditor::removeTemporaries(options.output.value_or(options.model));

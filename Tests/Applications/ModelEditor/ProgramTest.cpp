@@ -354,6 +354,17 @@ TEST_F(Program, ACopyCanBeWrittenToStandardOutput)
                               "Saved /dev/stdout (27 bytes, in place: it is an output of this program)\n");
 }
 
+TEST_F(Program, AddressesMayUseNamespaces)
+{
+    directory.write("m.xml", "<a xmlns='u'><b y='1'/></a>");
+    const auto result =
+        run({"m.xml", "--namespace", "n=u", "-e", "set //n:b/@y 2", "-e", "save", "-e", "quit"});
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(directory.read("m.xml"), "<a xmlns='u'><b y='2'/></a>");
+    EXPECT_EQ(run({"m.xml", "--namespace=n=u", "-e", "reload", "-e", "find //n:b/@y"}).out,
+              "Loaded m.xml; the history is empty\n/a/b/@y = 2\n1 node\n");
+}
+
 TEST_F(Program, WhatATerminalObeysIsPrintedAsEscapes)
 {
     const std::string bytes = "<a name='&#x9b;31m' t='\u202E'><b\u061C/></a>";
