@@ -12,6 +12,7 @@ namespace
 {
 
 using ModelEditor::differencesOf;
+using ModelEditor::patchOf;
 using testing::HasSubstr;
 
 constexpr std::size_t all = 1'000'000;
@@ -112,6 +113,15 @@ TEST(LineDiff, OfRandomTextsIsTrue)
         }
         EXPECT_EQ(made, texts);
     }
+}
+
+TEST(LineDiff, AsAPatchIsWholeAndExact)
+{
+    EXPECT_EQ(patchOf("m", "a\n", "a\n"), "");
+    EXPECT_EQ(patchOf("m", "a\r\nb", "a\r\nc"),
+              "--- m\n+++ m\n@@ -1,2 +1,2 @@\n a\r\n-b\n\\ no line end\n+c\n\\ no line end\n");
+    const std::string line(1000, '>');
+    EXPECT_EQ(patchOf("m n", line + "\n", ""), "--- m n\t\n+++ m n\t\n@@ -1,1 +0,0 @@\n-" + line + "\n");
 }
 
 TEST(LineDiff, OfAllLinesOfALongTextIsNearlyLinear)

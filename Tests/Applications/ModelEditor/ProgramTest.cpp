@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <string>
@@ -352,6 +353,29 @@ TEST_F(Program, ACopyCanBeWrittenToStandardOutput)
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.out, "/a/b\n1 node\n" + twoValues +
                               "Saved /dev/stdout (27 bytes, in place: it is an output of this program)\n");
+}
+
+TEST_F(Program, ADifferenceIsAppliedByPatch)
+{
+    if (std::system("patch --version >/dev/null 2>&1") != 0)
+    {
+        GTEST_SKIP() << "there is no patch";
+    }
+    std::string lines;
+    for (int i = 0; i < 500; ++i)
+    {
+        lines += "<b y='" + std::to_string(i) + "'/>\r\n";
+    }
+    const std::string file = "<a x='1'>\r\n" + std::string(600, ' ') + "<c/><d>\n</d>\r\n" + lines + "</a>";
+    directory.write("m.xml", file);
+    const auto result =
+        run({"m.xml", "--output", "changed.xml", "-e", "set /a/@x 2", "-e", "replace //b/@y 5 7", "-e",
+             "insert //c <e/>", "-e", "diff m.patch", "-e", "save"});
+    EXPECT_EQ(result.err, "");
+    const std::string folder = directory.getPath();
+    EXPECT_EQ(std::system(("cd '" + folder + "' && patch --binary -s <m.patch").c_str()), 0);
+    EXPECT_EQ(directory.read("m.xml"), directory.read("changed.xml"));
+    EXPECT_NE(directory.read("m.xml"), file);
 }
 
 TEST_F(Program, AddressesMayUseNamespaces)
