@@ -15,39 +15,39 @@ using ModelEditor::differencesOf;
 using ModelEditor::patchOf;
 using testing::HasSubstr;
 
-constexpr std::size_t all = 1'000'000;
+constexpr std::size_t allLines = 1'000'000;
 
 TEST(LineDiff, TellsNothingOfTheSame)
 {
-    EXPECT_EQ(differencesOf("", "", all), "");
-    EXPECT_EQ(differencesOf("a\nb", "a\nb", all), "");
+    EXPECT_EQ(differencesOf("", "", allLines), "");
+    EXPECT_EQ(differencesOf("a\nb", "a\nb", allLines), "");
 }
 
 TEST(LineDiff, TellsWhatIsOnOneSideOnly)
 {
-    EXPECT_EQ(differencesOf("", "a\n", all), "@@ -0,0 +1,1 @@\n+a\n");
-    EXPECT_EQ(differencesOf("a\nb\n", "b\n", all), "@@ -1,2 +1,1 @@\n-a\n b\n");
-    EXPECT_EQ(differencesOf("a\nb\nc\n", "a\nX\nc\n", all), "@@ -1,3 +1,3 @@\n a\n-b\n+X\n c\n");
+    EXPECT_EQ(differencesOf("", "a\n", allLines), "@@ -0,0 +1,1 @@\n+a\n");
+    EXPECT_EQ(differencesOf("a\nb\n", "b\n", allLines), "@@ -1,2 +1,1 @@\n-a\n b\n");
+    EXPECT_EQ(differencesOf("a\nb\nc\n", "a\nX\nc\n", allLines), "@@ -1,3 +1,3 @@\n a\n-b\n+X\n c\n");
 }
 
 TEST(LineDiff, ShowsThreeLinesAroundAndWhereTheyAre)
 {
     const std::string start = "1\n2\n3\n4\n";
     const std::string middle = "6\n7\n8\n9\n10\n11\n12\n";
-    EXPECT_EQ(differencesOf(start + "5\n" + middle + "13\n14\n", start + "X\n" + middle + "14\n", all),
+    EXPECT_EQ(differencesOf(start + "5\n" + middle + "13\n14\n", start + "X\n" + middle + "14\n", allLines),
               "@@ -2,7 +2,7 @@\n 2\n 3\n 4\n-5\n+X\n 6\n 7\n 8\n"
               "@@ -10,5 +10,4 @@\n 10\n 11\n 12\n-13\n 14\n");
 }
 
 TEST(LineDiff, TellsOfALineEndThatIsMissing)
 {
-    EXPECT_EQ(differencesOf("a", "a\n", all), "@@ -1,1 +1,1 @@\n-a\n\\ no line end\n+a\n");
+    EXPECT_EQ(differencesOf("a", "a\n", allLines), "@@ -1,1 +1,1 @@\n-a\n\\ no line end\n+a\n");
 }
 
 TEST(LineDiff, LeavesOutCarriageReturnsThatAllLinesHave)
 {
-    EXPECT_EQ(differencesOf("a\r\nb\r\n", "a\r\nc\r\n", all), "@@ -1,2 +1,2 @@\n a\n-b\n+c\n");
-    EXPECT_EQ(differencesOf("a\r\n", "a\n", all), "@@ -1,1 +1,1 @@\n-a\r\n+a\n");
+    EXPECT_EQ(differencesOf("a\r\nb\r\n", "a\r\nc\r\n", allLines), "@@ -1,2 +1,2 @@\n a\n-b\n+c\n");
+    EXPECT_EQ(differencesOf("a\r\n", "a\n", allLines), "@@ -1,1 +1,1 @@\n-a\r\n+a\n");
 }
 
 TEST(LineDiff, EndsAfterSoManyLines)
@@ -58,13 +58,13 @@ TEST(LineDiff, EndsAfterSoManyLines)
 
 TEST(LineDiff, FindsLinesThatAreThereOften)
 {
-    EXPECT_EQ(differencesOf("a\nx\nx\nb\n", "c\nx\nx\nd\n", all),
+    EXPECT_EQ(differencesOf("a\nx\nx\nb\n", "c\nx\nx\nd\n", allLines),
               "@@ -1,4 +1,4 @@\n-a\n+c\n x\n x\n-b\n+d\n");
 }
 
 TEST(LineDiff, FindsLinesBetweenThoseThatAreThereOnce)
 {
-    EXPECT_EQ(differencesOf("a\nx\nM\nx\nb\n", "c\nx\nx\nM\nd\n", all),
+    EXPECT_EQ(differencesOf("a\nx\nM\nx\nb\n", "c\nx\nx\nM\nd\n", allLines),
               "@@ -1,5 +1,5 @@\n-a\n+c\n+x\n x\n M\n-x\n-b\n+d\n");
 }
 
@@ -77,7 +77,7 @@ TEST(LineDiff, TakesLongLinesApart)
     }
     std::string changed = line;
     changed.replace(changed.find("'100'"), 5, "'x'");
-    const auto told = differencesOf(line, changed, all);
+    const auto told = differencesOf(line, changed, allLines);
     EXPECT_THAT(told, HasSubstr(" <v n='99'/>\n-<v n='100'/>\n+<v n='x'/>\n <v n='101'/>\n"));
     EXPECT_LT(told.size(), 200U);
 }
@@ -102,7 +102,7 @@ TEST(LineDiff, OfRandomTextsIsTrue)
             }
             texts[i] += ownLine;
         }
-        const auto told = differencesOf(texts[0], texts[1], all);
+        const auto told = differencesOf(texts[0], texts[1], allLines);
         for (std::size_t start = 0; start < told.size();)
         {
             const auto end = told.find('\n', start) + 1;
