@@ -207,6 +207,16 @@ TEST(Structure, AddressesAndObjectsFollowTheNodes)
     EXPECT_EQ(model.select("/r/a[3]").nodes.at(0).object, third);
 }
 
+TEST(Structure, TheTextThatIsLeftHasAnAddressWithoutANumber)
+{
+    XmlModel model(wheels, "m");
+    const auto second = model.select("//hub/text()[2]").nodes.at(0);
+    EXPECT_EQ(second.getAddress(), "/cart/wheel[2]/hub/text()[2]");
+    makeDelete(model, {"//hub/text()[1]"}).command->execute();
+    EXPECT_EQ(second.getAddress(), "/cart/wheel[2]/hub/text()");
+    EXPECT_EQ(model.select(second.getAddress()).nodes.at(0).text, "i");
+}
+
 TEST(Structure, APrefixThatIsNotDeclaredIsTold)
 {
     XmlModel model("<r xmlns:p='u'/>", "m");
