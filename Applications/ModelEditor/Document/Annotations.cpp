@@ -2,6 +2,7 @@
 
 #include "Applications/ModelEditor/Document/Markup.h"
 #include "Applications/ModelEditor/Document/XmlDocument.h"
+#include "Applications/ModelEditor/Document/XmlValue.h"
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
 
@@ -111,7 +112,51 @@ void Annotations::set(std::shared_ptr<DynamicAttributeCollection> attributes)
 
 bool Annotations::isCollected(std::string_view attributeName) const
 {
-    return isAnnotationName(attributeName) || (isAttributeName(attributeName) && !isOfFile(attributeName));
+    return isAnnotationName(attributeName) ||
+           (isAttributeName(attributeName) && (!isOfFile(attributeName) || isTaken(attributeName)));
+}
+
+bool Annotations::isTaken(std::string_view attributeName) const
+{
+    return std::ranges::any_of(originals, [attributeName](const Original& original)
+                               { return original.place.name == attributeName; });
+}
+
+void Annotations::take(const std::string& name, const std::string& original)
+{
+    const auto& place = *tag.find(name);
+    auto nothing = SourceText::prepare(place.whole, "");
+    originals.push_back({place, original});
+    // From here on nothing fails.
+    remove(element.attribute(name.c_str()));
+    source.restore(place.value);
+    source.replace(std::move(nothing));
+}
+
+void Annotations::putBack(const std::string& name, XmlValue& value, const std::string& text)
+{
+    const auto& place = *tag.find(name);
+    pugi::xml_attribute previous;
+    for (const auto* before = tag.attributes.data(); before != &place; ++before)
+    {
+        const auto attribute = element.attribute(std::string(before->name).c_str());
+        previous = attribute ? attribute : previous;
+    }
+    auto nothing = SourceText::prepare(place.whole, "");
+    const auto made = insertBehind(previous, name);
+    source.restore(place.whole);
+    try
+    {
+        requireMemory(made.name() == name);
+        value.putBack(made, text);
+    }
+    catch (...)
+    {
+        source.replace(std::move(nothing));
+        element.remove_attribute(made);
+        throw;
+    }
+    std::erase_if(originals, [&name](const Original& original) { return original.place.name == name; });
 }
 
 // What the file has can always be written back, even if it is no UTF-8.
@@ -161,9 +206,9 @@ void Annotations::writeNodes(const Attributes& attributes)
         for (const auto& place : tag.attributes)
         {
             const auto node = find(present, place.name);
-            const auto text =
-                isAnnotationName(place.name) ? textOf(texts, place.name) : std::optional<std::string>();
-            if (!isAnnotationName(place.name) || (text && node && *text == node.value()))
+            const bool isOurs = isCollected(place.name);
+            const auto text = isOurs ? textOf(texts, place.name) : std::nullopt;
+            if (!isOurs || (text && node && *text == node.value()))
             {
                 previous = node;
                 continue;
@@ -197,7 +242,13 @@ void Annotations::writeNodes(const Attributes& attributes)
         std::ranges::for_each(made, [this](auto attribute) { element.remove_attribute(attribute); });
         throw;
     }
-    std::ranges::for_each(old, [this](auto attribute) { element.remove_attribute(attribute); });
+    std::ranges::for_each(old, [this](auto attribute) { remove(attribute); });
+}
+
+void Annotations::remove(pugi::xml_attribute attribute) noexcept
+{
+    document.forgetPlace(attribute);
+    element.remove_attribute(attribute);
 }
 
 pugi::xml_attribute Annotations::insertBehind(pugi::xml_attribute previous, const std::string& name)

@@ -17,9 +17,12 @@ namespace ModelEditor
 {
 
 class XmlDocument;
+class XmlValue;
 
 /// The namespaced attributes of one element, and all others that the file does not have there, kept the same in the nodes,
 /// the source text and a collection.
+///
+/// An attribute that was taken away counts as one that the file does not have there, until it is put back.
 ///
 /// What is written depends only on the collection that is set and on the file: attributes of the file stand
 /// in their places, and those with their first text in their first markup; others follow at the end of the
@@ -43,6 +46,18 @@ public:
     ///         file has there; std::bad_alloc. Nothing has changed then.
     void set(std::shared_ptr<Valdane::DynamicAttributeCollection> attributes);
 
+    /// Takes away the attribute @p name of the file, which has no prefix, with the white space before it.
+    ///
+    /// @param original  its text in the file.
+    /// @pre it is there (not checked). @throws std::bad_alloc. Nothing has changed then.
+    void take(const std::string& name, const std::string& original);
+
+    /// Puts it back where it stands in the file, as the attribute of @p value, with the value @p text.
+    ///
+    /// @pre it was taken, and nobody has added one of that name since (not checked).
+    /// @throws what XmlValue::setText() throws. Nothing has changed then, except that @p value has no attribute.
+    void putBack(const std::string& name, XmlValue& value, const std::string& text);
+
     /// Are from now on those of @p annotated, a copy of the element.
     void rebind(pugi::xml_node annotated) noexcept;
 
@@ -55,6 +70,7 @@ private:
 
     /// Whether an attribute of that name is in the collection if the element has it.
     bool isCollected(std::string_view attributeName) const;
+    bool isTaken(std::string_view attributeName) const;
     void requireWritable(const Valdane::DynamicAttributeCollection& attributes) const;
     using Attributes = std::shared_ptr<Valdane::DynamicAttributeCollection>;
 
@@ -66,6 +82,7 @@ private:
     };
 
     void writeNodes(const Attributes& attributes);
+    void remove(pugi::xml_attribute attribute) noexcept;
     pugi::xml_attribute insertBehind(pugi::xml_attribute previous, const std::string& name);
     std::vector<Change> prepareSource(const Attributes& attributes) const;
     void writeSource(std::vector<Change> changes) noexcept;
@@ -76,6 +93,7 @@ private:
     pugi::xml_node element;
     StartTag tag;
     std::unordered_set<std::string_view> fileNames;
+    // Of the annotations of the file, and of all that was taken away.
     std::vector<Original> originals;
     std::shared_ptr<Valdane::DynamicAttributeCollection> collection;
 };

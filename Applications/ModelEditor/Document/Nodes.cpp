@@ -4,12 +4,45 @@
 #include "Applications/ModelEditor/Document/XmlModel.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
+#include <set>
+#include <string_view>
 #include <utility>
 
 namespace ModelEditor
 {
 
 using Valdane::VdException;
+
+namespace
+{
+
+// The name for a new attribute of @p element: with the prefix that the document has for the namespace that was meant.
+std::string nameForNew(const XmlModel& model, const XmlObject& element, const std::string& name)
+{
+    const auto colon = name.find(':');
+    const auto meant = colon == std::string::npos ? model.getPrefixes().end()
+                                                  : model.getPrefixes().find(name.substr(0, colon));
+    if (meant == model.getPrefixes().end())
+    {
+        return name;
+    }
+    std::set<std::string> seen;
+    for (auto node = element.getElement(); node; node = node.parent())
+    {
+        for (const auto attribute : node.attributes())
+        {
+            const std::string declared = attribute.name();
+            if (declared.starts_with("xmlns:") && seen.insert(declared).second &&
+                attribute.value() == meant->second)
+            {
+                return declared.substr(std::string_view("xmlns:").size()) + name.substr(colon);
+            }
+        }
+    }
+    throw VdException("the document declares no prefix for " + meant->second + " at " + element.getAddress());
+}
+
+} // namespace
 
 std::vector<Selected> requireNodes(const XmlModel& model, const std::string& xpath)
 {
@@ -49,10 +82,9 @@ std::optional<Selected> findNewAttribute(const XmlModel& model, const std::strin
         throw VdException(parent + " selects " + std::to_string(elements.size()) +
                           " nodes, none of which has " + step + "; name one to add it");
     }
-    return Selected{.object = requireElement(elements.front()),
-                    .part = partOf(step.substr(1)),
-                    .name = step.substr(1),
-                    .text = {}};
+    const auto element = requireElement(elements.front());
+    const auto name = nameForNew(model, *element, step.substr(1));
+    return Selected{.object = element, .part = partOf(name), .name = name, .text = {}};
 }
 
 std::shared_ptr<XmlObject> requireElement(const Selected& selected)

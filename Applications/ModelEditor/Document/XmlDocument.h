@@ -82,6 +82,9 @@ public:
     Place locate(pugi::xml_node node);
     Place locate(pugi::xml_attribute attribute);
 
+    /// Has to be called before @p attribute is removed: another one may get its memory.
+    void forgetPlace(pugi::xml_attribute attribute) noexcept;
+
     /// The children of the element @p parent that are no layout, as they are saved; valid until some come or go.
     ///
     /// @throws std::bad_alloc. Cost: the first time linear in the element.

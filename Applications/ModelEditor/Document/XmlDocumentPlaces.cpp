@@ -58,6 +58,11 @@ XmlDocument::Place XmlDocument::locate(pugi::xml_attribute attribute)
     return require(find(attribute.internal_object(), attribute.value()));
 }
 
+void XmlDocument::forgetPlace(pugi::xml_attribute attribute) noexcept
+{
+    places.erase(attribute.internal_object());
+}
+
 std::optional<Location> XmlDocument::find(const void* identity, const char* text)
 {
     if (const auto known = places.find(identity); known != places.end())

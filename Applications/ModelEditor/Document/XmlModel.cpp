@@ -171,6 +171,16 @@ std::shared_ptr<XmlObject> XmlModel::getCurrent() const
     return element == nullptr || element->getRootObjectAlt() != root ? nullptr : element;
 }
 
+void XmlModel::setPrefixes(NamespacePrefixes chosen)
+{
+    prefixes = std::move(chosen);
+}
+
+const NamespacePrefixes& XmlModel::getPrefixes() const noexcept
+{
+    return prefixes;
+}
+
 Selection XmlModel::select(const std::string& xpath) const
 {
     return selectFrom(getCurrent(), xpath);
@@ -179,12 +189,17 @@ Selection XmlModel::select(const std::string& xpath) const
 Selection XmlModel::selectFrom(const std::shared_ptr<XmlObject>& start, const std::string& xpath) const
 {
     Selection selection;
-    if (const auto node = addresses.find(document.getDocumentNode(), xpath))
+    const auto whole = withNamespaces(xpath, prefixes);
+    if (const auto node = addresses.find(document.getDocumentNode(), whole))
     {
         selection.nodes.push_back(find(node).value());
         return selection;
     }
-    const auto query = compile(xpath);
+    auto query = compile(xpath); // first, so that a mistake is told where it was written
+    if (whole != xpath)
+    {
+        query = compile(whole);
+    }
     const auto from = start == nullptr ? document.getDocumentNode() : start->getElement();
     if (query.return_type() != pugi::xpath_type_node_set)
     {

@@ -2,6 +2,7 @@
 
 #include "Applications/ModelEditor/Document/AddressWalk.h"
 #include "Applications/ModelEditor/Document/Layout.h"
+#include "Applications/ModelEditor/Document/NamespacePrefixes.h"
 #include "Applications/ModelEditor/Document/ObjectsByNode.h"
 #include "Applications/ModelEditor/Document/XmlDocument.h"
 #include "Applications/ModelEditor/Document/XmlObject.h"
@@ -124,6 +125,11 @@ public:
     /// Where relative addresses start; empty if that is the document, or if the element is not in it any more.
     std::shared_ptr<XmlObject> getCurrent() const;
 
+    /// Has addresses use @p chosen; without, and at first, all prefixes are compared as written.
+    void setPrefixes(NamespacePrefixes chosen);
+
+    const NamespacePrefixes& getPrefixes() const noexcept;
+
     /// What @p xpath selects, in document order, without white space that is only layout.
     ///
     /// @throws VdException `bad XPath: ...` with the place of the mistake.
@@ -235,6 +241,7 @@ private:
     std::shared_ptr<XmlObject> root;
     ObjectsByNode objects;
     std::weak_ptr<XmlObject> current;
+    NamespacePrefixes prefixes;
     // What is known of the document, not a part of it.
     mutable AddressWalk addresses;
     const Interruption* interruption = nullptr;

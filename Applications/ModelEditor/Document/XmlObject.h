@@ -167,6 +167,26 @@ public:
     /// @throws VdException if the value is a CDATA section or an attribute that was added: these have no references.
     std::string readMarkup(const std::string& name, const std::string& markup);
 
+    /// An attribute of the file that is not at the element just now.
+    struct TakenAttribute
+    {
+        std::string text;                                   ///< that it had last
+        std::map<std::string, XmlValue>::node_type value{}; ///< by its name
+    };
+
+    /// Takes away the attribute @p name, with the white space before it. One of that name can be added then, see
+    /// setDynamicAttributeCollection().
+    ///
+    /// @throws VdException if it is none of the file, or is one of the dynamic attributes; what the listener throws;
+    ///         std::bad_alloc. Nothing has changed then.
+    TakenAttribute takeAttribute(const std::string& name);
+
+    /// Puts an attribute back that takeAttribute() has taken away, to where it was.
+    ///
+    /// @pre nobody has added one of its name since (not checked).
+    /// @throws what the listener throws; std::bad_alloc. Nothing has changed then.
+    void putAttribute(TakenAttribute& taken);
+
     /// Whether the attribute @p name is described, unless it is a text: plain attributes are.
     static bool isPlainAttribute(const std::string& name);
 
@@ -204,6 +224,8 @@ private:
 
     std::shared_ptr<Valdane::AttributeDescriptionBase> describe(const std::string& name);
     bool isAdded(const std::string& name) const;
+    TakenAttribute detachAttribute(const std::string& name);
+    void attachAttribute(TakenAttribute& taken);
     void changeAdded(const std::string& name, const std::string& text);
     pugi::xml_node findTextNode(const std::string& name);
     bool mayTakeMarkup(const std::string& name);

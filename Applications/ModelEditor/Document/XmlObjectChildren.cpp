@@ -64,8 +64,14 @@ std::string XmlObject::getStep(const std::string& name)
         return "@" + name;
     }
     const auto node = findTextNode(name);
+    if (node.empty())
+    {
+        return name;
+    }
+    // The only one has no number, although its name may have one from when there were others.
     const auto& texts = getNumberedTexts();
-    return texts.all.size() > 1 && node ? nameOfKey(texts.byNode.at(node.internal_object()).number) : name;
+    return texts.all.size() > 1 ? nameOfKey(texts.byNode.at(node.internal_object()).number)
+                                : std::string(textName);
 }
 
 // The key stands in the name.

@@ -101,6 +101,12 @@ const std::string& XmlValue::getOriginal() const noexcept
     return original;
 }
 
+void XmlValue::putBack(pugi::xml_attribute attributeAgain, const std::string& text)
+{
+    attribute = attributeAgain;
+    setText(text);
+}
+
 void XmlValue::rebind(const NodeMap& copies) noexcept
 {
     attribute = copies(attribute);

@@ -46,6 +46,12 @@ public:
     /// @throws VdException if XML or the encoding of the document cannot hold @p text; std::bad_alloc. Nothing has changed then.
     void setText(const std::string& text);
 
+    /// Is from now on the value of @p attributeAgain, which takes the place of an attribute that is gone, and has the text
+    /// @p text.
+    ///
+    /// @throws what setText() throws.
+    void putBack(pugi::xml_attribute attributeAgain, const std::string& text);
+
     /// Is from now on the value of the copy that its node or attribute has in @p copies.
     void rebind(const NodeMap& copies) noexcept;
 

@@ -54,51 +54,71 @@ std::string plural(std::uint64_t count, const std::string& noun)
 const std::string recordingHeader = "# Recorded by model-editor, to be played on the model as it was then.\n";
 
 const std::string_view editingHelp = R"(
-An XPATH says which: //link[@name='tool0'], //mass/@value (an attribute), //plugin/text() (a text).
-An edit of several nodes is one step; if one of them cannot be edited, none is. A value is written as
-you write it: 008 stays 008. Its type (int, unsigned int, double, bool, text) is what its text looks like;
-a change of type is told, and with --strict refused. set also takes names and namespaced attributes, and
-adds an attribute that an element does not have: //link[1]/@colour; not with --strict.
+An XPATH says which: //link[@name='tool0'], //mass/@value (an attribute),
+//plugin/text() (a text). An edit of several nodes is one step; if one of them
+cannot be edited, none is. A value is written as you write it: 008 stays 008.
+Its type (int, unsigned int, double, bool, text) is what its text looks like; a
+change of type is told, and with --strict refused. set also takes names and
+namespaced attributes, and adds an attribute that an element does not have:
+//link[1]/@colour; not with --strict.
 
-In a value that set takes, & is an ampersand. It is otherwise with texts that have references to entities
-or characters (&nbsp;, &#160;), or had some when the model was opened: they are shown as markup, with &amp;
-for an ampersand, and set takes them so, so that references stay. With markup a reference is entered where
-none was. References to tabs and line ends, and those without which the encoding of the file could not hold
-a character, count as characters. Names and annotations are shown and entered without references.
+Prefixes in an XPATH are compared with those of the file as they are written,
+unless --namespace PREFIX=URI is on the command line: then PREFIX:tag selects
+what is in that namespace, whatever its prefix, or with none.
 
-insert, copy and move put nodes into the element as its last children; with --first as the first ones, with
---before and --after beside what is named. New lines are indented like their neighbours; what is inside of
-the nodes stays as it is written. MARKUP may have elements, comments, instructions and texts, with the
-prefixes that are declared where it goes. What is copied or moved are new elements.
+replace takes a regular expression as ECMAScript (JavaScript) has it, and
+changes every match. In TEXT $1 is what the first ( ) has matched, $& the whole
+match, $$ a dollar. \w, \d, \b and -i know only the letters of ASCII. One that
+would take too long, or too much memory, is given up with an error.
 
-What follows group, up to end, becomes one step; undo and redo stay within it until then. A line that
-fails inside, whatever the reason, undoes the group and ends it.
+In a value that set takes, & is an ampersand. It is otherwise with texts that
+have references to entities or characters (&nbsp;, &#160;), or had some when the
+model was opened: they are shown as markup, with &amp; for an ampersand, and set
+takes them so, so that references stay. With markup a reference is entered where
+none was. References to tabs and line ends, and those without which the encoding
+of the file could not hold a character, count as characters. Names and
+annotations are shown and entered without references.
 
-An edit after merge is done at once and becomes one step with the next edit. If something else comes
-first that needs a finished step (undo, redo, scale, check, import, save, export, limit, group, end,
-record, stop), then what was merged so far is a step of its own. As after every edit, there is nothing to
-redo then.
+insert, copy and move put nodes into the element as its last children; with
+--first as the first ones, with --before and --after beside what is named. New
+lines are indented like their neighbours; what is inside of the nodes stays as
+it is written. MARKUP may have elements, comments, instructions and texts, with
+the prefixes that are declared where it goes. What is copied or moved are new
+elements. A copy may stand in what was copied: it is a copy of what was there
+before.
 
-save refuses to overwrite a file that another process has changed or removed since it was loaded or saved;
-diff shows what differs, reload reads it again, save! overwrites it. A file with the same content counts
-as the same, whatever was done to it.
+What follows group, up to end, becomes one step; undo and redo stay within it
+until then. A line that fails inside, whatever the reason, undoes the group and
+ends it.
 
-What is done between record and stop can be undone step by step up to stop, and is one step then. The
-script has what was not undone: played on the model as it was at record, it makes of it the model as
-it was at stop.
+An edit after merge is done at once and becomes one step with the next edit. If
+something else comes first that needs a finished step (undo, redo, scale, check,
+import, save, export, limit, group, end, record, stop), then what was merged so
+far is a step of its own. As after every edit, there is nothing to redo then.
 
-scale and check work on another thread. At a terminal lines can be typed meanwhile: status, abort and
-help; Ctrl-C aborts, too. In a script the line is over when the work is. What fails or is aborted has
-changed nothing.
+save refuses to overwrite a file that another process has changed or removed
+since it was loaded or saved; diff shows what differs, reload reads it again,
+save! overwrites it. A file with the same content counts as the same, whatever
+was done to it.
 
-The modules of a model are the elements below its root; the root stands for its own values, and for what
-modules there are. A module is modified if it differs from the last save (or export); before the first
-one, from the file as it was opened. Undoing back to what was saved makes it unmodified; changing it back by
+What is done between record and stop can be undone step by step up to stop, and
+is one step then. The script has what was not undone: played on the model as it
+was at record, it makes of it the model as it was at stop.
+
+scale and check work on another thread. At a terminal lines can be typed
+meanwhile: status, abort and help; Ctrl-C aborts, too. In a script the line is
+over when the work is. What fails or is aborted has changed nothing.
+
+The modules of a model are the elements below its root; the root stands for its
+own values, and for what modules there are. A module is modified if it differs
+from the last save (or export); before the first one, from the file as it was
+opened. Undoing back to what was saved makes it unmodified; changing it back by
 another edit does not. tree marks modified modules with *.
 
-Words with blanks, quotes, backslashes or a # at the start stand in single or double quotes. A backslash
-before a character takes it as it is; in double quotes only before \" and \\, in single quotes never. The
-rest of a line after a # that starts a word is a comment.
+Words with blanks, quotes, backslashes or a # at the start stand in single or
+double quotes. A backslash before a character takes it as it is; in double
+quotes only before \" and \\, in single quotes never. The rest of a line after a
+# that starts a word is a comment.
 )";
 
 std::string describeSet(const XmlObject& object, const std::string& attribute, const std::string& value)
@@ -141,6 +161,13 @@ std::string describeAnnotateOfSeveral(const std::string& xpath, std::size_t coun
 std::string describeClearOfSeveral(const std::string& xpath, std::size_t count)
 {
     return "Clear annotations of " + several(xpath, count);
+}
+
+std::string describeReplace(const std::string& xpath, std::size_t count, const std::string& pattern,
+                            const std::string& by)
+{
+    return "Replace " + brief(pattern) + " with " + brief(by) + " in " +
+           (count == 1 ? brief(xpath) : several(xpath, count));
 }
 
 std::string noteUndeclared(const std::string& prefix)

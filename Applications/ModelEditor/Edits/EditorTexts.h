@@ -24,6 +24,10 @@ std::string describeAnnotateOfSeveral(const std::string& xpath, std::size_t coun
                                       const std::string& text);
 std::string describeClearOfSeveral(const std::string& xpath, std::size_t count);
 
+/// The name of an edit that replaces what @p pattern matches.
+std::string describeReplace(const std::string& xpath, std::size_t count, const std::string& pattern,
+                            const std::string& by);
+
 /// What to tell about an annotation whose prefix is bound to no namespace.
 std::string noteUndeclared(const std::string& prefix);
 

@@ -21,9 +21,9 @@ namespace
 using Number = std::uint32_t;
 constexpr Number none = std::numeric_limits<Number>::max();
 
-std::vector<std::string_view> linesOf(std::string_view text)
+// Lines that are longer than `longest` are taken apart.
+std::vector<std::string_view> linesOf(std::string_view text, std::size_t longest)
 {
-    constexpr std::size_t longest = 500;
     std::vector<std::string_view> lines;
     while (!text.empty())
     {
@@ -295,15 +295,24 @@ bool hasOnlyCarriageReturns(const std::vector<std::string_view>& lines)
                                 { return line.ends_with('\n') && !line.ends_with("\r\n"); });
 }
 
-} // namespace
-
-std::string differencesOf(const std::string& before, const std::string& after, std::size_t most)
+struct Reader
 {
-    const auto linesBefore = linesOf(before);
-    const auto linesAfter = linesOf(after);
+    bool isPerson;
+    std::size_t most;
+};
+
+constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
+
+std::string tellFor(const Reader& reader, const std::string& before, const std::string& after)
+{
+    const std::size_t longest = reader.isPerson ? 500 : unlimited;
+    const auto most = reader.most;
+    const auto linesBefore = linesOf(before, longest);
+    const auto linesAfter = linesOf(after, longest);
     const auto all = tell(linesBefore, linesAfter);
     const auto chosen = chooseLines(all);
-    const bool dropsReturns = hasOnlyCarriageReturns(linesBefore) && hasOnlyCarriageReturns(linesAfter);
+    const bool dropsReturns =
+        reader.isPerson && hasOnlyCarriageReturns(linesBefore) && hasOnlyCarriageReturns(linesAfter);
     std::string result;
     std::size_t told = 0;
     for (std::size_t i = 0; i < all.size(); ++i)
@@ -327,6 +336,21 @@ std::string differencesOf(const std::string& before, const std::string& after, s
         result += !hasEnd && isLast ? "\\ no line end\n" : "";
     }
     return told > most ? result + "and " + std::to_string(told - most) + " more\n" : result;
+}
+
+} // namespace
+
+std::string differencesOf(const std::string& before, const std::string& after, std::size_t most)
+{
+    return tellFor({.isPerson = true, .most = most}, before, after);
+}
+
+std::string patchOf(const std::string& path, const std::string& before, const std::string& after)
+{
+    const auto lines = tellFor({.isPerson = false, .most = unlimited}, before, after);
+    // A name with blanks would end at the first one.
+    const std::string end = path.find(' ') == std::string::npos ? "\n" : "\t\n";
+    return lines.empty() ? "" : "--- " + path + end + "+++ " + path + end + lines;
 }
 
 } // namespace ModelEditor

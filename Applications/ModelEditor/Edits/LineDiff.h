@@ -16,4 +16,7 @@ namespace ModelEditor
 /// Cost: nearly linear; what has no line in common that would divide it is told as a whole when it is long.
 std::string differencesOf(const std::string& before, const std::string& after, std::size_t most);
 
+/// The same for the program `patch`, which makes @p after of @p before, the file @p path: all of it, byte for byte.
+std::string patchOf(const std::string& path, const std::string& before, const std::string& after);
+
 } // namespace ModelEditor

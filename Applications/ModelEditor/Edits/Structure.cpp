@@ -4,6 +4,7 @@
 #include "Applications/ModelEditor/Document/NewMarkup.h"
 #include "Applications/ModelEditor/Document/Nodes.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Applications/ModelEditor/Edits/DeleteAttributeCmd.h"
 #include "Applications/ModelEditor/Edits/EditorTexts.h"
 #include "Applications/ModelEditor/Edits/StructureCmds.h"
 #include "Applications/ModelEditor/Edits/Words.h"
@@ -81,10 +82,15 @@ std::string preposition(Where where)
     return where == Where::After ? " after " : " into ";
 }
 
+bool isAttribute(const Selected& selected)
+{
+    return selected.node.type() == pugi::node_element && selected.part != Part::Element;
+}
+
 Child requireChild(XmlModel& model, const Selected& selected)
 {
     const bool isElement = selected.node.type() == pugi::node_element;
-    if (isElement && selected.part != Part::Element)
+    if (isAttribute(selected))
     {
         throw VdException(selected.getAddress() + " is an attribute");
     }
@@ -173,32 +179,45 @@ std::string titleOf(const Selected& selected, const Child& child)
     return whatIs(child) + brief(selected.object->getTitle());
 }
 
-std::string titleOfAll(const std::string& xpath, const std::vector<Selected>& nodes, const Child& first)
+std::string titleOfAll(const std::string& xpath, const std::vector<Selected>& nodes,
+                       const std::vector<Child>& children)
 {
-    return nodes.size() == 1 ? titleOf(nodes.front(), first)
+    return nodes.size() == 1 ? titleOf(nodes.front(), children.front())
                              : brief(xpath) + " (" + plural(nodes.size(), "node") + ")";
+}
+
+using NodeSet = std::unordered_set<const void*>;
+
+NodeSet nodesOf(const std::vector<Child>& children)
+{
+    NodeSet nodes;
+    for (const auto& child : children)
+    {
+        nodes.insert(child.node.internal_object());
+    }
+    return nodes;
+}
+
+// Whether it is one of them, or below one.
+bool isIn(pugi::xml_node node, const NodeSet& nodes)
+{
+    while (node && !nodes.contains(node.internal_object()))
+    {
+        node = node.parent();
+    }
+    return !node.empty();
 }
 
 // Without those that are below others of them.
 std::vector<Child> requireChildren(XmlModel& model, const std::vector<Selected>& nodes)
 {
     std::vector<Child> children;
-    std::unordered_set<const void*> all;
     for (const auto& selected : nodes)
     {
         children.push_back(requireChild(model, selected));
-        all.insert(selected.node.internal_object());
     }
     std::erase_if(children,
-                  [&](const Child& child)
-                  {
-                      auto above = child.node.parent();
-                      while (above && !all.contains(above.internal_object()))
-                      {
-                          above = above.parent();
-                      }
-                      return !above.empty();
-                  });
+                  [all = nodesOf(children)](const Child& child) { return isIn(child.node.parent(), all); });
     return children;
 }
 
@@ -235,12 +254,9 @@ Selected requireOne(XmlModel& model, const std::string& xpath)
 
 void requireOutside(const Target& target, const std::vector<Child>& children)
 {
-    for (auto above = target.parent->getElement(); above; above = above.parent())
+    if (isIn(target.parent->getElement(), nodesOf(children)))
     {
-        if (std::ranges::find(children, above, &Child::node) != children.end())
-        {
-            throw VdException(target.parent->getAddress() + " is in what is to be put there");
-        }
+        throw VdException(target.parent->getAddress() + " is in what is to be put there");
     }
 }
 
@@ -292,9 +308,26 @@ Edit makeInsert(XmlModel& model, const std::vector<std::string>& arguments)
 Edit makeDelete(XmlModel& model, const std::vector<std::string>& arguments)
 {
     const auto nodes = requireNodes(model, arguments[0]);
-    const auto children = requireChildren(model, nodes);
-    const std::string description = "Delete " + titleOfAll(arguments[0], nodes, children.front());
-    return {.command = asOne(makeDeletions(model, children, description), description), .note = {}};
+    std::vector<Selected> attributes;
+    std::vector<Selected> others;
+    std::ranges::partition_copy(nodes, std::back_inserter(attributes), std::back_inserter(others),
+                                isAttribute);
+    const auto children = requireChildren(model, others);
+    const std::string description =
+        "Delete " + (attributes.size() == 1 && others.empty()
+                         ? attributes[0].name + " of " + brief(attributes[0].object->getTitle())
+                         : titleOfAll(arguments[0], nodes, children));
+    Commands commands;
+    const auto gone = nodesOf(children);
+    for (const auto& attribute : attributes)
+    {
+        if (!isIn(attribute.node, gone))
+        {
+            commands.push_back(makeAttributeDeletion(attribute, description));
+        }
+    }
+    std::ranges::copy(makeDeletions(model, children, description), std::back_inserter(commands));
+    return {.command = asOne(commands, description), .note = {}};
 }
 
 Edit makeCopy(XmlModel& model, const std::vector<std::string>& arguments)
@@ -307,7 +340,7 @@ Edit makeCopy(XmlModel& model, const std::vector<std::string>& arguments)
     const auto markup = markupOf(model, children, target);
     return {.command =
                 std::make_shared<InsertCmd>(model, *target.parent, target.index, childrenFor(target, markup),
-                                            "Copy " + titleOfAll(arguments[0], nodes, children.front()) +
+                                            "Copy " + titleOfAll(arguments[0], nodes, children) +
                                                 preposition(where) + brief(place.object->getTitle())),
             .note = noteOf(markup, {target})};
 }
@@ -322,8 +355,8 @@ Edit makeMove(XmlModel& model, const std::vector<std::string>& arguments)
     const auto target = findTarget(model, place, where);
     requireOutside(target, children);
     const auto markup = markupOf(model, children, target);
-    const std::string description = "Move " + titleOfAll(arguments[0], nodes, children.front()) +
-                                    preposition(where) + brief(place.object->getTitle());
+    const std::string description = "Move " + titleOfAll(arguments[0], nodes, children) + preposition(where) +
+                                    brief(place.object->getTitle());
     const auto goneBefore =
         std::ranges::count_if(children, [&](const Child& child)
                               { return child.parent == target.parent && child.index < target.index; });
@@ -349,7 +382,7 @@ Edit makeWrap(XmlModel& model, const std::vector<std::string>& arguments)
     }
     const auto empty = readMarkup("<" + name + "/>");
     const std::string description =
-        "Wrap " + titleOfAll(arguments[0], nodes, children.front()) + " in " + brief(name);
+        "Wrap " + titleOfAll(arguments[0], nodes, children) + " in " + brief(name);
     Commands commands;
     std::vector<Target> targets;
     for (const auto& child : children | std::views::reverse)

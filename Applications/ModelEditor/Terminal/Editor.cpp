@@ -154,18 +154,6 @@ std::string Editor::findVerb(const std::string& name)
     return std::string(Verb::find(name).name);
 }
 
-std::string Editor::getHelp()
-{
-    std::string text;
-    for (const auto& verb : Verb::getAll())
-    {
-        std::string usage = "  " + verb.getUsage();
-        usage.resize(std::max<std::size_t>(usage.size() + 2, 36), ' ');
-        text += usage + std::string(verb.summary) + "\n";
-    }
-    return text.append(editingHelp);
-}
-
 void Editor::runVerb(const Words& words)
 {
     const Verb& verb = Verb::find(words.front());
@@ -275,17 +263,6 @@ void Editor::find(const Words& arguments)
         view.printLine(selected);
     }
     out << plural(selection.nodes.size(), "node") << '\n';
-}
-
-void Editor::help(const Words& arguments)
-{
-    if (arguments.empty())
-    {
-        out << getHelp();
-        return;
-    }
-    const Verb& verb = Verb::find(arguments[0]);
-    out << verb.getUsage() << ": " << verb.summary << '\n';
 }
 
 void Editor::quit(const Words& /*arguments*/)

@@ -269,10 +269,16 @@ void Editor::saveAnyway(const Words& arguments)
                HistoryLevel::Saved);
 }
 
-void Editor::diff(const Words& /*arguments*/)
+void Editor::diff(const Words& arguments)
 {
     constexpr std::size_t mostLines = 300;
+    const auto path = findPath(arguments);
     const auto file = read();
+    if (path)
+    {
+        write({.verb = "diff", .path = *path, .bytes = patchOf(file.path, file.bytes, model.toBytes())});
+        return;
+    }
     const auto lines = differencesOf(textOfFile(file.bytes), textOfFile(model.toBytes()), mostLines);
     out << (lines.empty() ? "No difference from " + file.path + "\n"
                           : "--- " + file.path + "\n+++ the model\n" + lines);

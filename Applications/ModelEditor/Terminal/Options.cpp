@@ -40,6 +40,10 @@ public:
         {
             throw VdException("which MODEL?");
         }
+        if (options.script && !options.commands.empty())
+        {
+            throw VdException("either -e or --script, not both");
+        }
         return options;
     }
 
@@ -47,7 +51,15 @@ private:
     void parseOption(const std::string& argument)
     {
         const std::string name = argument.substr(0, argument.find('='));
-        if (std::optional<std::string>* const value = valueOf(name))
+        if (argument == "-e")
+        {
+            takeCommand(takeValue(argument, argument));
+        }
+        else if (name == "--namespace")
+        {
+            takeNamespace(takeValue(argument, name));
+        }
+        else if (std::optional<std::string>* const value = valueOf(name))
         {
             *value = takeValue(argument, name);
             if (name == "--log-level" && **value != "trace" && **value != "error")
@@ -109,6 +121,31 @@ private:
         return value;
     }
 
+    void takeCommand(const std::string& command)
+    {
+        if (command.find('\n') != std::string::npos)
+        {
+            throw VdException("-e wants one line; write another -e for the next one");
+        }
+        options.commands.push_back(command);
+    }
+
+    void takeNamespace(const std::string& binding)
+    {
+        const auto end = std::min(binding.find('='), binding.size());
+        const auto prefix = binding.substr(0, end);
+        const auto uri = binding.substr(std::min(end + 1, binding.size()));
+        const bool hasBothQuotes = uri.find('\'') != std::string::npos && uri.find('"') != std::string::npos;
+        if (!isPrefix(prefix) || uri.empty() || hasBothQuotes)
+        {
+            throw VdException("--namespace is PREFIX=URI, not '" + binding + "'");
+        }
+        if (!options.namespaces.emplace(prefix, uri).second)
+        {
+            throw VdException("--namespace tells of " + prefix + " twice");
+        }
+    }
+
     void takeModel(const std::string& argument)
     {
         if (hasModel)
@@ -128,34 +165,44 @@ private:
 
 } // namespace
 
-const std::string_view Options::help =
-    "Edits an XML model, with undo.\n"
-    "\n"
-    "  model-editor MODEL [--script FILE] [--output FILE] [--log-level trace|error] [--keep-going]\n"
-    "  model-editor --help | --version\n"
-    "\n"
-    "Commands come from FILE or from standard input: typed at a terminal with line editing, or as a script.\n"
-    "\n"
-    "  --script FILE     play the commands of FILE, showing each one; - is standard input\n"
-    "  --output FILE     where `save` writes; without it, MODEL itself\n"
-    "  --log-level L     log lines on standard error: failures (error), or also every step (trace)\n"
-    "  --keep-going      do not stop a script at a line that fails\n"
-    "\n"
-    "Nothing is written but by the commands save, export and stop. A script stops at the first line that "
-    "fails\n"
-    "and then writes nothing: what it saves is written when it has run to its end. With --keep-going it is\n"
-    "written at once. Who ends with unsaved changes is asked at a terminal; a script is warned.\n"
-    "\n"
-    "A file that is saved keeps its owner, permissions, access control list and extended attributes, and a\n"
-    "symbolic link stays one. The new content takes the place of the old one whole. A file that cannot keep\n"
-    "all that is written in place, and this is told: one that has other names, for instance. A read-only\n"
-    "file is written after a question at a terminal, in a script by save!.\n"
-    "\n"
-    "What is printed shows control characters and marks of direction as escapes, such as \\x1b and \\u202e;\n"
-    "files have them as they are.\n"
-    "The exit status is 0 if all went well, 1 if something failed, 2 if the command line is wrong.\n"
-    "\n"
-    "Commands:\n";
+const std::string_view Options::help = R"(Edits an XML model, with undo.
+
+  model-editor MODEL [-e COMMAND]... [--script FILE] [--output FILE]
+               [--namespace PREFIX=URI]... [--log-level trace|error]
+               [--keep-going]
+  model-editor --help | --version
+
+Commands come from the command line (-e), from FILE, or from standard input:
+typed at a terminal with line editing, or as a script.
+
+  -e COMMAND        run COMMAND; may be repeated; not with --script
+  --script FILE     play the commands of FILE, showing each one; - is standard
+                    input
+  --output FILE     where `save` writes; without it, MODEL itself
+  --namespace P=U   have P in addresses mean the namespace U, for instance
+                    --namespace m=http://maven.apache.org/POM/4.0.0
+                    to find //m:dependency/m:version; may be repeated
+  --log-level L     log lines on standard error: failures (error), or also every
+                    step (trace)
+  --keep-going      do not stop a script at a line that fails
+
+Nothing is written but by the commands save, export, diff and stop. A script,
+and so -e, stops at the first line that fails and then writes nothing: what it
+saves is written when it has run to its end. With --keep-going it is written at
+once. Who ends with unsaved changes is asked at a terminal; a script is warned.
+
+A file that is saved keeps its owner, permissions, access control list and
+extended attributes, and a symbolic link stays one. The new content takes the
+place of the old one whole. A file that cannot keep all that is written in
+place, and this is told: one that has other names, for instance. A read-only
+file is written after a question at a terminal, in a script by save!.
+
+What is printed shows control characters and marks of direction as escapes, such
+as \x1b and \u202e; files have them as they are.
+The exit status is 0 if all went well, 1 if something failed, 2 if the command
+line is wrong.
+
+)";
 
 Options Options::parse(const std::vector<std::string>& arguments)
 {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Applications/ModelEditor/Document/NamespacePrefixes.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,8 +15,10 @@ struct Options
 {
     std::string model;
     std::optional<std::string> script;
+    std::vector<std::string> commands; ///< of `-e`, in their order; with them there is no script
     std::optional<std::string> output;
     std::optional<std::string> logLevel; ///< `trace` or `error`
+    NamespacePrefixes namespaces;        ///< for addresses
     bool keepsGoing = false;
     bool wantsHelp = false;
     bool wantsVersion = false;

@@ -163,6 +163,7 @@ void Session::reload()
                                    " is still to be saved, at the end of the script");
     }
     const LoadedModel before = std::exchange(loaded, loadModel(ownPath));
+    loaded.model->setPrefixes(before.model->getPrefixes());
     const auto former = std::exchange(editor, makeEditor());
     editor->takeLimitOf(*former);
     known.note(ownPath, loaded.state);

@@ -1,5 +1,6 @@
 #include "Applications/ModelEditor/Document/ModelFile.h"
 #include "Applications/ModelEditor/Edits/Words.h"
+#include "Applications/ModelEditor/Terminal/ArgumentLines.h"
 #include "Applications/ModelEditor/Terminal/Editor.h"
 #include "Applications/ModelEditor/Terminal/LoadedModel.h"
 #include "Applications/ModelEditor/Terminal/Options.h"
@@ -80,16 +81,24 @@ void warnOf(const ModelEditor::XmlModel& model, const std::string& path, std::os
 
 bool play(ModelEditor::LoadedModel model, const Options& options, std::ostream& out, std::ostream& err)
 {
-    const bool readsInput = !options.script || options.script == "-";
+    const bool hasCommands = !options.commands.empty();
+    const bool readsInput = !hasCommands && (!options.script || options.script == "-");
     const ModelEditor::Session::Settings settings{.savePath = options.output.value_or(options.model),
-                                                  .sourceName = readsInput ? "<stdin>" : *options.script,
-                                                  .isInteractive =
-                                                      !options.script && isatty(STDIN_FILENO) != 0,
+                                                  .sourceName = hasCommands  ? "-e"
+                                                                : readsInput ? "<stdin>"
+                                                                             : *options.script,
+                                                  .isInteractive = !hasCommands && !options.script &&
+                                                                   isatty(STDIN_FILENO) != 0,
                                                   .echoes = options.script.has_value(),
                                                   .keepsGoing = options.keepsGoing};
-    std::istringstream script(readsInput ? std::string() : ModelEditor::readStream(*options.script));
+    std::istringstream script(options.script && !readsInput ? ModelEditor::readStream(*options.script)
+                                                            : std::string());
     std::unique_ptr<ModelEditor::LineSource> lines;
-    if (settings.isInteractive)
+    if (hasCommands)
+    {
+        lines = std::make_unique<ModelEditor::ArgumentLines>(options.commands);
+    }
+    else if (settings.isInteractive)
     {
         lines = std::make_unique<ModelEditor::TerminalLines>(
             ModelEditor::LineHistory(ModelEditor::LineHistory::findPath()));
@@ -116,6 +125,7 @@ int run(const Options& options, std::ostream& out, std::ostream& err)
     {
         setUpLog(options);
         auto model = ModelEditor::loadModel(options.model);
+        model.model->setPrefixes(options.namespaces);
         warnOf(*model.model, options.model, err);
         ModelEditor::removeTemporaries(options.model);
         ModelEditor::removeTemporaries(options.output.value_or(options.model));

@@ -7,6 +7,7 @@
 #include "Applications/ModelEditor/Edits/Import.h"
 #include "Applications/ModelEditor/Edits/ImportCmd.h"
 #include "Applications/ModelEditor/Edits/ModelModules.h"
+#include "Applications/ModelEditor/Edits/Replace.h"
 #include "Applications/ModelEditor/Edits/ScaleValuesCmd.h"
 #include "Applications/ModelEditor/Edits/Structure.h"
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
@@ -280,6 +281,8 @@ const ProvedRow edits[] = {
     {"AddNamespaced", edit(makeSet, {"//joint/@note:by", "them"})},
     {"SetOfTheRoot", edit(makeSet, {"/*/@version", "3"})},
     {"SetSeveral", edit(makeSet, {"//@mass", "2.5"})},
+    {"Replace", edit(makeReplace, {"//@*", "[ao](\\w)", "$1!"})},
+    {"ReplaceOne", edit(makeReplace, {"//visual/text()[1]", "two & (.*)", "$1"})},
     {"Rename", edit(makeRename, {"//link[1]", "foot"})},
     {"RenameSeveral", edit(makeRename, {"//link", "part"})},
     {"Annotate", edit(makeAnnotate, {"//joint", "note:by", "them"})},
@@ -302,7 +305,12 @@ const ProvedRow edits[] = {
     {"DeleteBelow", structure(makeDelete, {"//visual"})},
     {"DeleteText", structure(makeDelete, {"//visual/text()[1]"})},
     {"DeleteSeveral", structure(makeDelete, {"//link | //visual | //text()"})},
+    {"DeleteAttribute", structure(makeDelete, {"//@count"})},
+    {"DeleteName", structure(makeDelete, {"//link[1]/@name"})},
+    {"DeleteAnnotation", structure(makeDelete, {"//link[2]/@note:by"})},
+    {"DeleteAttributes", structure(makeDelete, {"//@* | //visual"})},
     {"Copy", structure(makeCopy, {"//visual", "//joint"})},
+    {"CopyIntoItself", structure(makeCopy, {"//visual", "//visual"})},
     {"CopyText", structure(makeCopy, {"//visual/text()[2]", "//visual/text()[1]", "--before"})},
     {"Move", structure(makeMove, {"//visual", "//joint"})},
     {"MoveModule", structure(makeMove, {"//joint", "//link[1]", "--before"})},
@@ -368,6 +376,7 @@ TEST(ModelEditorCommands, FindTheirObjectsAfterStructureCameAndWent)
     report.add(kit.staleObjects(edit(makeAnnotate, {"//visual", "note:by", "me"}), remove));
     report.add(kit.staleObjects(edit(makeClearAnnotations, {"//link[2]", "note"}), remove));
     report.add(kit.staleObjects(edit(makeSet, {"//visual/@colour", "red"}), remove));
+    report.add(kit.staleObjects(structure(makeDelete, {"//link[2]/@*"}), remove));
     report.add(kit.staleObjects(structure(makeInsert, {"//visual", "<b/>"}), remove));
     report.add(kit.staleObjects(structure(makeDelete, {"//visual"}), remove));
     report.add(kit.staleObjects(structure(makeWrap, {"//visual", "group"}), remove));
@@ -379,9 +388,12 @@ TEST(ModelEditorCommands, FindTheirObjectsAfterStructureCameAndWent)
 TEST(ModelEditorCommands, AreProvedOnAttributesThatWereAdded)
 {
     const EditorKit kit({{"//joint/@size", "2.5"}, {"//joint/@name", "elbow"}});
-    const std::vector<Maker> makers{
-        edit(makeSet, {"//@size", "<wide>"}), scale("//@size"), edit(makeRename, {"//joint", "knee"}),
-        edit(makeSet, {"//joint/@colour", "red"}), edit(makeAnnotate, {"//joint", "note:at", "home"})};
+    const std::vector<Maker> makers{edit(makeSet, {"//@size", "<wide>"}),
+                                    scale("//@size"),
+                                    edit(makeRename, {"//joint", "knee"}),
+                                    edit(makeSet, {"//joint/@colour", "red"}),
+                                    edit(makeAnnotate, {"//joint", "note:at", "home"}),
+                                    structure(makeDelete, {"//@size | //joint/@name"})};
     for (const auto& make : makers)
     {
         const Report report = kit.all(make);
@@ -473,6 +485,13 @@ TEST(ModelEditorCommands, AreRightInRandomHistories)
                    ? nullptr
                    : makeDeleteOf(edited.model, nodes[choices.below(nodes.size())]);
     };
+    const auto removeAttribute = [](EditedModel& edited, Choices& choices) -> std::shared_ptr<CommandBase>
+    {
+        const auto nodes = edited.model.select("//@*").nodes;
+        return nodes.empty() || choices.below(2) == 0
+                   ? nullptr
+                   : makeDelete(edited.model, {nodes[choices.below(nodes.size())].getAddress()}).command;
+    };
     const auto copy = [](EditedModel& edited, Choices& choices) -> std::shared_ptr<CommandBase>
     {
         const auto nodes = edited.model.select("/robot//*").nodes;
@@ -482,7 +501,7 @@ TEST(ModelEditorCommands, AreRightInRandomHistories)
                                    .command;
     };
     const Report report = atRandom(
-        EditorKit(), {insert, remove, copy, anyEdit("//@mass", setNumber),
+        EditorKit(), {insert, remove, removeAttribute, copy, anyEdit("//@mass", setNumber),
                       anyEdit("//joint/@* | //text()", setText), anyEdit("//*[@name]", rename),
                       anyEdit("//*", annotate), anyEdit("//*", add), anyEdit("//*[@note:*]", clear), append});
     EXPECT_TRUE(report) << report;

@@ -92,7 +92,7 @@ TEST(ImportMarkup, AnEntityNeedsTheSameDocumentType)
     EXPECT_EQ(taken("<r><a>&undeclared;</a></r>").moduleCount, 1U);
 }
 
-const std::string latin1 = "<?xml version='1.0' encoding='ISO-8859-1'?><r/>";
+const std::string latin1File = "<?xml version='1.0' encoding='ISO-8859-1'?><r/>";
 
 TEST(ImportMarkup, WhatTheEncodingLacksBecomesAReference)
 {
@@ -100,11 +100,11 @@ TEST(ImportMarkup, WhatTheEncodingLacksBecomesAReference)
     const std::string markup = "<a b=\"'" + euro + "\" c='\"\xC3\xA9'>" + euro + "&lt;" + euro +
                                "<![CDATA[&" + euro + euro + "]]></a><a d='" + euro + "'/>";
     EXPECT_EQ(
-        taken("<r>" + markup + "</r>", latin1).markup,
+        taken("<r>" + markup + "</r>", latin1File).markup,
         "<a b=\"'&#8364;\" c='\"\xC3\xA9'>&#8364;&lt;&#8364;<![CDATA[&]]>&#8364;<![CDATA[]]>&#8364;<![CDATA["
         "]]></a><a d='&#8364;'/>");
     EXPECT_EQ(taken("<r>" + markup + "</r>").markup, markup);
-    EXPECT_EQ(taken("<r xmlns:p='" + euro + "'><p:a/></r>", latin1).markup, "<p:a xmlns:p='&#8364;'/>");
+    EXPECT_EQ(taken("<r xmlns:p='" + euro + "'><p:a/></r>", latin1File).markup, "<p:a xmlns:p='&#8364;'/>");
 }
 
 TEST(ImportMarkup, WhatNoReferenceCanStandInIsRefusedWithThePlace)
@@ -127,7 +127,7 @@ TEST(ImportMarkup, WhatNoReferenceCanStandInIsRefusedWithThePlace)
           Case{"<a b='&x" + alpha + ";'/>", "m.xml:2:9: U+03B1 in a name" + lacking},
           Case{"<a>\xFF</a>", "m.xml:2:4: a byte that is no UTF-8"}})
     {
-        EXPECT_THAT([&] { taken("<r>\n" + module + "</r>", latin1); },
+        EXPECT_THAT([&] { taken("<r>\n" + module + "</r>", latin1File); },
                     testing::ThrowsMessage<Valdane::VdException>(complaint));
         EXPECT_EQ(taken("<r>\n" + module + "</r>").markup, "\n" + module);
     }

@@ -12,41 +12,42 @@ namespace
 {
 
 using ModelEditor::differencesOf;
+using ModelEditor::patchOf;
 using testing::HasSubstr;
 
-constexpr std::size_t mostLines = 1'000'000;
+constexpr std::size_t allLines = 1'000'000;
 
 TEST(LineDiff, TellsNothingOfTheSame)
 {
-    EXPECT_EQ(differencesOf("", "", mostLines), "");
-    EXPECT_EQ(differencesOf("a\nb", "a\nb", mostLines), "");
+    EXPECT_EQ(differencesOf("", "", allLines), "");
+    EXPECT_EQ(differencesOf("a\nb", "a\nb", allLines), "");
 }
 
 TEST(LineDiff, TellsWhatIsOnOneSideOnly)
 {
-    EXPECT_EQ(differencesOf("", "a\n", mostLines), "@@ -0,0 +1,1 @@\n+a\n");
-    EXPECT_EQ(differencesOf("a\nb\n", "b\n", mostLines), "@@ -1,2 +1,1 @@\n-a\n b\n");
-    EXPECT_EQ(differencesOf("a\nb\nc\n", "a\nX\nc\n", mostLines), "@@ -1,3 +1,3 @@\n a\n-b\n+X\n c\n");
+    EXPECT_EQ(differencesOf("", "a\n", allLines), "@@ -0,0 +1,1 @@\n+a\n");
+    EXPECT_EQ(differencesOf("a\nb\n", "b\n", allLines), "@@ -1,2 +1,1 @@\n-a\n b\n");
+    EXPECT_EQ(differencesOf("a\nb\nc\n", "a\nX\nc\n", allLines), "@@ -1,3 +1,3 @@\n a\n-b\n+X\n c\n");
 }
 
 TEST(LineDiff, ShowsThreeLinesAroundAndWhereTheyAre)
 {
     const std::string start = "1\n2\n3\n4\n";
     const std::string middle = "6\n7\n8\n9\n10\n11\n12\n";
-    EXPECT_EQ(differencesOf(start + "5\n" + middle + "13\n14\n", start + "X\n" + middle + "14\n", mostLines),
+    EXPECT_EQ(differencesOf(start + "5\n" + middle + "13\n14\n", start + "X\n" + middle + "14\n", allLines),
               "@@ -2,7 +2,7 @@\n 2\n 3\n 4\n-5\n+X\n 6\n 7\n 8\n"
               "@@ -10,5 +10,4 @@\n 10\n 11\n 12\n-13\n 14\n");
 }
 
 TEST(LineDiff, TellsOfALineEndThatIsMissing)
 {
-    EXPECT_EQ(differencesOf("a", "a\n", mostLines), "@@ -1,1 +1,1 @@\n-a\n\\ no line end\n+a\n");
+    EXPECT_EQ(differencesOf("a", "a\n", allLines), "@@ -1,1 +1,1 @@\n-a\n\\ no line end\n+a\n");
 }
 
 TEST(LineDiff, LeavesOutCarriageReturnsThatAllLinesHave)
 {
-    EXPECT_EQ(differencesOf("a\r\nb\r\n", "a\r\nc\r\n", mostLines), "@@ -1,2 +1,2 @@\n a\n-b\n+c\n");
-    EXPECT_EQ(differencesOf("a\r\n", "a\n", mostLines), "@@ -1,1 +1,1 @@\n-a\r\n+a\n");
+    EXPECT_EQ(differencesOf("a\r\nb\r\n", "a\r\nc\r\n", allLines), "@@ -1,2 +1,2 @@\n a\n-b\n+c\n");
+    EXPECT_EQ(differencesOf("a\r\n", "a\n", allLines), "@@ -1,1 +1,1 @@\n-a\r\n+a\n");
 }
 
 TEST(LineDiff, EndsAfterSoManyLines)
@@ -57,13 +58,13 @@ TEST(LineDiff, EndsAfterSoManyLines)
 
 TEST(LineDiff, FindsLinesThatAreThereOften)
 {
-    EXPECT_EQ(differencesOf("a\nx\nx\nb\n", "c\nx\nx\nd\n", mostLines),
+    EXPECT_EQ(differencesOf("a\nx\nx\nb\n", "c\nx\nx\nd\n", allLines),
               "@@ -1,4 +1,4 @@\n-a\n+c\n x\n x\n-b\n+d\n");
 }
 
 TEST(LineDiff, FindsLinesBetweenThoseThatAreThereOnce)
 {
-    EXPECT_EQ(differencesOf("a\nx\nM\nx\nb\n", "c\nx\nx\nM\nd\n", mostLines),
+    EXPECT_EQ(differencesOf("a\nx\nM\nx\nb\n", "c\nx\nx\nM\nd\n", allLines),
               "@@ -1,5 +1,5 @@\n-a\n+c\n+x\n x\n M\n-x\n-b\n+d\n");
 }
 
@@ -76,7 +77,7 @@ TEST(LineDiff, TakesLongLinesApart)
     }
     std::string changed = line;
     changed.replace(changed.find("'100'"), 5, "'x'");
-    const auto told = differencesOf(line, changed, mostLines);
+    const auto told = differencesOf(line, changed, allLines);
     EXPECT_THAT(told, HasSubstr(" <v n='99'/>\n-<v n='100'/>\n+<v n='x'/>\n <v n='101'/>\n"));
     EXPECT_LT(told.size(), 200U);
 }
@@ -101,7 +102,7 @@ TEST(LineDiff, OfRandomTextsIsTrue)
             }
             texts[i] += ownLine;
         }
-        const auto told = differencesOf(texts[0], texts[1], mostLines);
+        const auto told = differencesOf(texts[0], texts[1], allLines);
         for (std::size_t start = 0; start < told.size();)
         {
             const auto end = told.find('\n', start) + 1;
@@ -112,6 +113,15 @@ TEST(LineDiff, OfRandomTextsIsTrue)
         }
         EXPECT_EQ(made, texts);
     }
+}
+
+TEST(LineDiff, AsAPatchIsWholeAndExact)
+{
+    EXPECT_EQ(patchOf("m", "a\n", "a\n"), "");
+    EXPECT_EQ(patchOf("m", "a\r\nb", "a\r\nc"),
+              "--- m\n+++ m\n@@ -1,2 +1,2 @@\n a\r\n-b\n\\ no line end\n+c\n\\ no line end\n");
+    const std::string line(1000, '>');
+    EXPECT_EQ(patchOf("m n", line + "\n", ""), "--- m n\t\n+++ m n\t\n@@ -1,1 +0,0 @@\n-" + line + "\n");
 }
 
 TEST(LineDiff, OfAllLinesOfALongTextIsNearlyLinear)

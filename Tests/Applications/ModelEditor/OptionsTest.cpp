@@ -47,6 +47,19 @@ TEST(Options, HelpAndVersionNeedNoModel)
     EXPECT_TRUE(Options::parse({"--version"}).wantsVersion);
 }
 
+TEST(Options, CommandsKeepTheirOrder)
+{
+    const auto options = Options::parse({"-e", "set /a/@b -e", "m", "-e", "save"});
+    EXPECT_EQ(options.commands, (std::vector<std::string>{"set /a/@b -e", "save"}));
+    EXPECT_EQ(options.model, "m");
+}
+
+TEST(Options, NamespacesAreKeptByTheirPrefixes)
+{
+    const auto options = Options::parse({"--namespace", "m=urn:a=b", "model", "--namespace=n-1.x=c"});
+    EXPECT_EQ(options.namespaces, (ModelEditor::NamespacePrefixes{{"m", "urn:a=b"}, {"n-1.x", "c"}}));
+}
+
 TEST(Options, WhatIsWrongIsRefused)
 {
     const std::vector<std::vector<std::string>> wrong{
@@ -58,6 +71,19 @@ TEST(Options, WhatIsWrongIsRefused)
         {"m", "--output", ""},
         {"m", "--log-level", "info"},
         {"m", "--keep-going=1"},
+        {"m", "--namespace"},
+        {"m", "--namespace", "m"},
+        {"m", "--namespace", "m="},
+        {"m", "--namespace", "=urn:a"},
+        {"m", "--namespace", "1m=urn:a"},
+        {"m", "--namespace", "m:n=urn:a"},
+        {"m", "--namespace", "m='\""},
+        {"m", "--namespace", "m=urn:a", "--namespace", "m=urn:b"},
+        {"m", "-e"},
+        {"m", "-e", ""},
+        {"m", "-e", "undo\nredo"},
+        {"m", "-e", "undo", "--script", "s"},
+        {"m", "--script=-", "-e", "undo"},
     };
     for (const auto& arguments : wrong)
     {

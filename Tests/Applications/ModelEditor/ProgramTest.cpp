@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <string>
@@ -146,6 +147,36 @@ TEST_F(Program, CommandsFromAPipeAreNotShown)
     EXPECT_EQ(result.out,
               "Set x of a to 2\n  /a/@x: 1 -> 2\nTo be saved at the end: m.xml\nSaved m.xml (27 bytes)\n");
     EXPECT_EQ(directory.read("m.xml"), "<a x='2'>\n<b y='2.0'/></a>\n");
+}
+
+TEST_F(Program, CommandsMayStandOnTheCommandLine)
+{
+    const auto result = run(
+        {"-e", "set //a/@x 3", "m.xml", "-e", "group both", "-e", "set //b/@y 4", "-e", "end", "-e", "save"},
+        "quit\n");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(directory.read("m.xml"), "<a x='3'>\n<b y='4'/></a>\n");
+}
+
+TEST_F(Program, ACommandThatFailsIsToldByItsNumber)
+{
+    const std::vector<std::string> commands{"m.xml",         "-e", "set //a/@x 3", "-e", "set //c 1", "-e",
+                                            "save copy.xml", "-e", "nope"};
+    const auto stopped = run(commands);
+    EXPECT_EQ(stopped.status, 1);
+    EXPECT_EQ(stopped.err, "-e:2: set: nothing at //c\n");
+    EXPECT_FALSE(std::filesystem::exists(directory.getPath() / "copy.xml"));
+
+    auto all = commands;
+    all.emplace_back("--keep-going");
+    const auto whole = run(all);
+    EXPECT_EQ(whole.err, "-e:2: set: nothing at //c\n-e:4: no verb nope; help lists them\n");
+    EXPECT_EQ(directory.read("copy.xml"), "<a x='3'>\n<b y='2.0'/></a>\n");
+
+    EXPECT_EQ(run({"m.xml", "-e", "set //a/@x 3"}).err, "-e: warning: not saved: /a\n");
+    EXPECT_EQ(run({"m.xml", "-e", "group g"}).err,
+              "-e:2: the group g has no end; the group g is ended, 0 steps undone\n");
 }
 
 TEST_F(Program, ABadLineStopsAScriptAndNothingIsWritten)
@@ -322,6 +353,40 @@ TEST_F(Program, ACopyCanBeWrittenToStandardOutput)
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.out, "/a/b\n1 node\n" + twoValues +
                               "Saved /dev/stdout (27 bytes, in place: it is an output of this program)\n");
+}
+
+TEST_F(Program, ADifferenceIsAppliedByPatch)
+{
+    if (std::system("patch --version >/dev/null 2>&1") != 0)
+    {
+        GTEST_SKIP() << "there is no patch";
+    }
+    std::string lines;
+    for (int i = 0; i < 500; ++i)
+    {
+        lines += "<b y='" + std::to_string(i) + "'/>\r\n";
+    }
+    const std::string file = "<a x='1'>\r\n" + std::string(600, ' ') + "<c/><d>\n</d>\r\n" + lines + "</a>";
+    directory.write("m.xml", file);
+    const auto result =
+        run({"m.xml", "--output", "changed.xml", "-e", "set /a/@x 2", "-e", "replace //b/@y 5 7", "-e",
+             "insert //c <e/>", "-e", "diff m.patch", "-e", "save"});
+    EXPECT_EQ(result.err, "");
+    const std::string folder = directory.getPath();
+    EXPECT_EQ(std::system(("cd '" + folder + "' && patch --binary -s <m.patch").c_str()), 0);
+    EXPECT_EQ(directory.read("m.xml"), directory.read("changed.xml"));
+    EXPECT_NE(directory.read("m.xml"), file);
+}
+
+TEST_F(Program, AddressesMayUseNamespaces)
+{
+    directory.write("m.xml", "<a xmlns='u'><b y='1'/></a>");
+    const auto result =
+        run({"m.xml", "--namespace", "n=u", "-e", "set //n:b/@y 2", "-e", "save", "-e", "quit"});
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(directory.read("m.xml"), "<a xmlns='u'><b y='2'/></a>");
+    EXPECT_EQ(run({"m.xml", "--namespace=n=u", "-e", "reload", "-e", "find //n:b/@y"}).out,
+              "Loaded m.xml; the history is empty\n/a/b/@y = 2\n1 node\n");
 }
 
 TEST_F(Program, WhatATerminalObeysIsPrintedAsEscapes)

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -94,6 +95,63 @@ TEST(Structure, WhatIsDeletedTakesItsLineWithIt)
     EXPECT_EQ(edited(makeDelete, {"/cart/node()"}), "<cart></cart>\n");
 }
 
+TEST(Structure, AnAttributeThatIsDeletedTakesTheBlanksBeforeIt)
+{
+    const std::string file = "<r xmlns:p='u'  x = '1'\n y=\"2&#160;\"\tp:z='3' name='n' ><a x='4'/></r>\n";
+    EXPECT_EQ(edited(makeDelete, {"/r/@x"}, file),
+              "<r xmlns:p='u'\n y=\"2&#160;\"\tp:z='3' name='n' ><a x='4'/></r>\n");
+    EXPECT_EQ(edited(makeDelete, {"//@x | //@p:z"}, file),
+              "<r xmlns:p='u'\n y=\"2&#160;\" name='n' ><a/></r>\n");
+    EXPECT_EQ(edited(makeDelete, {"/r/@name"}, file),
+              "<r xmlns:p='u'  x = '1'\n y=\"2&#160;\"\tp:z='3' ><a x='4'/></r>\n");
+    EXPECT_EQ(edited(makeDelete, {"//@*"}, file), "<r xmlns:p='u' ><a/></r>\n");
+    EXPECT_EQ(edited(makeDelete, {"//a/@x | //a | //@y"}, file),
+              "<r xmlns:p='u'  x = '1'\tp:z='3' name='n' ></r>\n");
+}
+
+// What was set before is there again, in its place.
+TEST(Structure, ADeletedAttributeCanBeAddedAgain)
+{
+    XmlModel model("<r a='1' p:b='2' c='3'/>", "m");
+    std::vector<std::shared_ptr<Valdane::CommandBase>> done;
+    std::vector<std::string> states;
+    const auto run = [&](const Edit& edit)
+    {
+        states.push_back(model.toBytes());
+        done.push_back(edit.command);
+        edit.command->execute();
+        return model.toBytes();
+    };
+    EXPECT_EQ(run(makeSet(model, {"/r/@a", "4"})), "<r a='4' p:b='2' c='3'/>");
+    EXPECT_EQ(run(makeDelete(model, {"/r/@c"})), "<r a='4' p:b='2'/>");
+    EXPECT_EQ(run(makeDelete(model, {"/r/@a"})), "<r p:b='2'/>");
+    EXPECT_EQ(run(makeSet(model, {"/r/@a", "5"})), "<r a='5' p:b='2'/>");
+    EXPECT_EQ(run(makeSet(model, {"/r/@d", "6"})), "<r a='5' p:b='2' d=\"6\"/>");
+    EXPECT_EQ(run(makeDelete(model, {"/r/@d"})), "<r a='5' p:b='2'/>");
+    EXPECT_EQ(run(makeDelete(model, {"/r/@a"})), "<r p:b='2'/>");
+    EXPECT_EQ(run(makeSet(model, {"/r/@c", "7"})), "<r p:b='2' c='7'/>");
+    EXPECT_EQ(run(makeSet(model, {"/r/@c", "3"})), "<r p:b='2' c='3'/>");
+    while (!done.empty())
+    {
+        done.back()->undo();
+        EXPECT_EQ(model.toBytes(), states.back());
+        done.pop_back();
+        states.pop_back();
+    }
+}
+
+// It is a picture of what was there before.
+TEST(Structure, ACopyOfAnElementCanStandInTheElement)
+{
+    EXPECT_EQ(edited(makeCopy, {"//hub", "//hub"}),
+              "<cart>\n  <!-- one -->\n  <wheel name='l'/>\n\n"
+              "  <wheel name='r'><hub>h<b/>i<hub>h<b/>i</hub></hub></wheel>\n  <axle/>\n</cart>\n");
+    EXPECT_EQ(edited(makeCopy, {"/r/a", "/r/a", "--first"}, "<r>\n <a>\n  <b/>\n </a>\n</r>"),
+              "<r>\n <a>\n  <a>\n  <b/>\n </a>\n  <b/>\n </a>\n</r>");
+    EXPECT_EQ(edited(makeCopy, {"/r/a", "/r/a/b/c"}, "<r><a><b><c/></b></a></r>"),
+              "<r><a><b><c><a><b><c/></b></a></c></b></a></r>");
+}
+
 TEST(Structure, WhatIsMovedGoesAndWhatIsCopiedStays)
 {
     EXPECT_EQ(edited(makeMove, {"//axle", "//wheel[1]", "--before"}),
@@ -132,7 +190,7 @@ TEST(Structure, SaysWhatCannotBeDone)
     EXPECT_EQ(complaintOf(makeInsert, {"//wheel[1]/@name", "<a/>"}),
               "/cart/wheel[1]/@name is not an element");
     EXPECT_EQ(complaintOf(makeDelete, {"/cart"}), "/cart is the root element");
-    EXPECT_EQ(complaintOf(makeDelete, {"//@name"}), "/cart/wheel[1]/@name is an attribute");
+    EXPECT_EQ(complaintOf(makeMove, {"//@name", "//axle"}), "/cart/wheel[1]/@name is an attribute");
     EXPECT_EQ(complaintOf(makeMove, {"//wheel[2]", "//hub"}),
               "/cart/wheel[2]/hub is in what is to be put there");
     EXPECT_EQ(complaintOf(makeCopy, {"//axle", "//wheel"}), "//wheel selects 2 nodes; name one");
@@ -226,6 +284,16 @@ TEST(Structure, AddressesAndObjectsFollowTheNodes)
     command->undo();
     EXPECT_EQ(third->getAddress(), "/r/a[3]");
     EXPECT_EQ(model.select("/r/a[3]").nodes.at(0).object, third);
+}
+
+TEST(Structure, TheTextThatIsLeftHasAnAddressWithoutANumber)
+{
+    XmlModel model(wheels, "m");
+    const auto second = model.select("//hub/text()[2]").nodes.at(0);
+    EXPECT_EQ(second.getAddress(), "/cart/wheel[2]/hub/text()[2]");
+    makeDelete(model, {"//hub/text()[1]"}).command->execute();
+    EXPECT_EQ(second.getAddress(), "/cart/wheel[2]/hub/text()");
+    EXPECT_EQ(model.select(second.getAddress()).nodes.at(0).text, "i");
 }
 
 TEST(Structure, APrefixThatIsNotDeclaredIsTold)

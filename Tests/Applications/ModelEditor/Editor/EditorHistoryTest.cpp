@@ -118,7 +118,7 @@ TEST_F(EditorHistory, AVerbMayBeShortenedAndIsRecordedInFull)
     EXPECT_THAT(run("hel un"), StartsWith("undo [N|--to-save]: "));
     EXPECT_EQ(run("se //@nothing 1"), "set: nothing at //@nothing");
     EXPECT_EQ(run("h"), "h may be history or help");
-    EXPECT_EQ(run("re"), "re may be rename, redo, record or reload");
+    EXPECT_EQ(run("re"), "re may be replace, rename, redo, record or reload");
     run("rec");
     run("set /r/@v 2");
     run("merg set /r/@v 3");

@@ -1,0 +1,60 @@
+#include "Applications/ModelEditor/Edits/DeleteAttributeCmd.h"
+
+#include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Applications/ModelEditor/Edits/AnnotateCmd.h"
+#include "Platform/ExceptionHandling/VdException.h"
+#include "Platform/Parameterization/DynamicAttributeCollection.h"
+
+#include <utility>
+#include <vector>
+
+namespace ModelEditor
+{
+
+DeleteAttributeCmd::DeleteAttributeCmd(XmlObject& element, std::string attributeName,
+                                       std::string commandDescription)
+    : CommandBase(std::move(commandDescription)),
+      root(element.getRootObjectAlt()),
+      path(element.getPath(Valdane::RequestedPathType::FromRoot)),
+      name(std::move(attributeName))
+{
+}
+
+DeleteAttributeCmd::~DeleteAttributeCmd() = default;
+
+void DeleteAttributeCmd::execute()
+{
+    taken = findElement()->takeAttribute(name);
+}
+
+void DeleteAttributeCmd::undo()
+{
+    findElement()->putAttribute(taken);
+}
+
+std::shared_ptr<XmlObject> DeleteAttributeCmd::findElement() const
+{
+    const auto tree = root.lock();
+    const auto object =
+        tree == nullptr ? nullptr : tree->getObject(path, Valdane::GetObjectBehavior::EmptyIfMissing);
+    if (object == nullptr)
+    {
+        throw Valdane::VdException("there is no element at " + path.toString());
+    }
+    return std::static_pointer_cast<XmlObject>(object);
+}
+
+// Attributes that are kept in the collection go with it.
+std::shared_ptr<Valdane::CommandBase> makeAttributeDeletion(const Selected& selected,
+                                                            const std::string& description)
+{
+    const auto collection = selected.object->getDynamicAttributeCollection();
+    if (collection != nullptr && collection->get(selected.name))
+    {
+        return std::make_shared<AnnotateCmd>(selected.object, std::vector<std::string>{selected.name},
+                                             description);
+    }
+    return std::make_shared<DeleteAttributeCmd>(*selected.object, selected.name, description);
+}
+
+} // namespace ModelEditor

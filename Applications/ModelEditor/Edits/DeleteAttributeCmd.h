@@ -1,0 +1,46 @@
+#pragma once
+
+#include "Applications/ModelEditor/Document/XmlObject.h"
+#include "Platform/Parameterization/Path.h"
+#include "Service/CommandPattern/CommandBase.h"
+
+#include <memory>
+#include <string>
+
+namespace ModelEditor
+{
+
+struct Selected;
+
+/// Takes an attribute of the file away from an element. Undo puts it back to where it was, with the same bytes.
+///
+/// The element is looked up by its path on every execute and undo.
+///
+/// Ownership: holds neither the element nor its tree; refers to the document of the attribute, which must live longer.
+/// Thread: the application's main thread only.
+class DeleteAttributeCmd : public Valdane::CommandBase
+{
+public:
+    DeleteAttributeCmd(XmlObject& element, std::string name, std::string description);
+    ~DeleteAttributeCmd() override;
+
+    /// @throws VdException if the element is gone; what XmlObject::takeAttribute() throws.
+    void execute() override;
+
+    /// @throws VdException if the element is gone; what XmlObject::putAttribute() throws.
+    void undo() override;
+
+private:
+    std::shared_ptr<XmlObject> findElement() const;
+
+    std::weak_ptr<Valdane::Object> root;
+    Valdane::Path path;
+    std::string name;
+    XmlObject::TakenAttribute taken{};
+};
+
+/// The command that takes the attribute @p selected away: with or without a prefix, of the file or added since.
+std::shared_ptr<Valdane::CommandBase> makeAttributeDeletion(const Selected& selected,
+                                                            const std::string& description);
+
+} // namespace ModelEditor
