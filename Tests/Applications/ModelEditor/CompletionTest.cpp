@@ -49,7 +49,7 @@ protected:
 
 TEST_F(CompletionTest, OfVerbs)
 {
-    EXPECT_EQ(complete("re"), "0: record redo reload reload! rename|re|");
+    EXPECT_EQ(complete("re"), "0: record redo reload reload! rename replace|re|");
     EXPECT_EQ(complete("ren"), "0: rename|rename| ");
     EXPECT_EQ(complete("merge ren"), "6: rename|rename| ");
     EXPECT_EQ(complete("help ren"), "5: rename|rename| ");
