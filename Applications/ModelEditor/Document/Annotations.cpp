@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <iterator>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 
 namespace ModelEditor
@@ -20,23 +19,7 @@ namespace
 
 using Valdane::DynamicAttributeCollection;
 
-// One lookup in the collection looks at all of its attributes.
-using Texts = std::unordered_map<std::string_view, std::string_view>;
-
-Texts textsIn(const std::shared_ptr<DynamicAttributeCollection>& collection)
-{
-    Texts texts;
-    if (collection != nullptr)
-    {
-        for (const auto& entry : *collection)
-        {
-            texts.emplace(entry.name, entry.text);
-        }
-    }
-    return texts;
-}
-
-std::optional<std::string> textOf(const Texts& texts, std::string_view name)
+std::optional<std::string> textOf(const AttributeTexts& texts, std::string_view name)
 {
     const auto found = texts.find(name);
     return found == texts.end() ? std::nullopt : std::optional<std::string>(found->second);
@@ -61,6 +44,19 @@ pugi::xml_attribute find(const Nodes& nodes, std::string_view name)
 }
 
 } // namespace
+
+AttributeTexts textsIn(const std::shared_ptr<DynamicAttributeCollection>& collection)
+{
+    AttributeTexts texts;
+    if (collection != nullptr)
+    {
+        for (const auto& entry : *collection)
+        {
+            texts.emplace(entry.name, entry.text);
+        }
+    }
+    return texts;
+}
 
 Annotations::Annotations(XmlDocument& owner, pugi::xml_node annotated)
     : document(owner),
@@ -162,7 +158,7 @@ void Annotations::putBack(const std::string& name, XmlValue& value, const std::s
 // What the file has can always be written back, even if it is no UTF-8.
 void Annotations::requireWritable(const DynamicAttributeCollection& attributes) const
 {
-    Texts ofFile;
+    AttributeTexts ofFile;
     for (const auto& original : originals)
     {
         ofFile.emplace(original.place.name, original.text);

@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -18,6 +19,12 @@ namespace ModelEditor
 
 class XmlDocument;
 class XmlValue;
+
+/// The texts of attributes by their names.
+using AttributeTexts = std::unordered_map<std::string_view, std::string_view>;
+
+/// Those of @p collection, which must live longer: it looks at all of its attributes itself at every lookup.
+AttributeTexts textsIn(const std::shared_ptr<Valdane::DynamicAttributeCollection>& collection);
 
 /// The namespaced attributes of one element, and all others that the file does not have there, kept the same in the nodes,
 /// the source text and a collection.

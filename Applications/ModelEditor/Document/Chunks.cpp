@@ -164,6 +164,11 @@ Chunks& ChunkTable::of(SourceText& source, std::size_t nameOffset)
     return elements.emplace(key, std::move(chunks)).first->second;
 }
 
+bool ChunkTable::isEmpty() const noexcept
+{
+    return elements.empty();
+}
+
 void ChunkTable::forget(const SourceText& source) noexcept
 {
     std::erase_if(elements, [&](const auto& entry) { return entry.first.first == &source; });

@@ -55,6 +55,9 @@ public:
     /// Throws nothing if somebody has. Cost: the first time linear in the element's length.
     Chunks& of(SourceText& source, std::size_t nameOffset);
 
+    /// Whether nobody has asked for an element.
+    bool isEmpty() const noexcept;
+
     /// Forgets all elements of @p source.
     void forget(const SourceText& source) noexcept;
 

@@ -35,6 +35,11 @@ void SourceText::restore(Span span) noexcept
     replacements.erase(span.offset);
 }
 
+bool SourceText::isChanged() const noexcept
+{
+    return !replacements.empty();
+}
+
 std::string SourceText::getCurrent() const
 {
     return getCurrent({.offset = 0, .length = original.size()});

@@ -49,6 +49,9 @@ public:
     /// Puts the original back at @p span.
     void restore(Span span) noexcept;
 
+    /// Whether something was replaced.
+    bool isChanged() const noexcept;
+
     /// The text with all replacements. Cost: a copy of the text.
     std::string getCurrent() const;
 

@@ -113,7 +113,10 @@ std::string XmlDocument::toBytes() const
 
 MarkupWarnings XmlDocument::findWarnings() const
 {
-    return ModelEditor::findWarnings(getCurrent(), name, encoding);
+    // A copy of a large file takes as long as a look at it.
+    return chunkTable.isEmpty() && !source.isChanged()
+               ? ModelEditor::findWarnings(source.getOriginal(), name, encoding)
+               : ModelEditor::findWarnings(getCurrent(), name, encoding);
 }
 
 // What the encoding lacks is told when it is put in.

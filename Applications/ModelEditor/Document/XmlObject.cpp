@@ -221,9 +221,12 @@ void XmlObject::reportAnnotations(const std::shared_ptr<DynamicAttributeCollecti
     const DynamicAttributeCollection none;
     const auto& old = before == nullptr ? none : *before;
     const auto& now = after == nullptr ? none : *after;
+    const auto oldTexts = textsIn(before);
+    const auto newTexts = textsIn(after);
     for (const auto& entry : old)
     {
-        const auto text = now.get(entry.name);
+        const auto found = newTexts.find(entry.name);
+        const auto text = found == newTexts.end() ? std::nullopt : std::optional<std::string>(found->second);
         if (text != entry.text)
         {
             context.changed(
@@ -232,7 +235,7 @@ void XmlObject::reportAnnotations(const std::shared_ptr<DynamicAttributeCollecti
     }
     for (const auto& entry : now)
     {
-        if (!old.get(entry.name))
+        if (!oldTexts.contains(entry.name))
         {
             context.changed(
                 {.object = *this, .value = "@" + entry.name, .before = std::nullopt, .after = entry.text});
