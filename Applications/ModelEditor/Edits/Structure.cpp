@@ -174,15 +174,10 @@ std::string whatIs(const Child& child)
     }
 }
 
-std::string titleOf(const Selected& selected, const Child& child)
-{
-    return whatIs(child) + brief(selected.object->getTitle());
-}
-
 std::string titleOfAll(const std::string& xpath, const std::vector<Selected>& nodes,
                        const std::vector<Child>& children)
 {
-    return nodes.size() == 1 ? titleOf(nodes.front(), children.front())
+    return nodes.size() == 1 ? whatIs(children.front()) + brief(nodes.front().object->getTitle())
                              : brief(xpath) + " (" + plural(nodes.size(), "node") + ")";
 }
 
