@@ -280,8 +280,8 @@ void Editor::diff(const Words& arguments)
         return;
     }
     const auto lines = differencesOf(textOfFile(file.bytes), textOfFile(model.toBytes()), mostLines);
-    out << (lines.empty() ? "No difference from " + file.path + "\n"
-                          : "--- " + file.path + "\n+++ the model\n" + lines);
+    lines.empty() ? void(out << "No difference from " << file.path << '\n')
+                  : view.printDifferences("--- " + file.path + "\n+++ the model\n" + lines);
 }
 
 void Editor::reload(const Words& /*arguments*/)

@@ -6,6 +6,7 @@
 #include "Applications/ModelEditor/Document/XmlObject.h"
 #include "Applications/ModelEditor/Edits/EditorTexts.h"
 #include "Applications/ModelEditor/Edits/Words.h"
+#include "Applications/ModelEditor/Terminal/Colour.h"
 #include "Applications/ModelEditor/Terminal/HistoryLevel.h"
 #include "Platform/Parameterization/AttributeDescription.h"
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
@@ -17,6 +18,50 @@
 
 namespace ModelEditor
 {
+
+namespace
+{
+
+struct Painted
+{
+    Colour colour;
+    std::string text;
+};
+
+std::ostream& operator<<(std::ostream& out, const Painted& painted)
+{
+    return out << painted.colour << painted.text << Colour::Plain;
+}
+
+Painted element(std::string text)
+{
+    return {Colour::Element, std::move(text)};
+}
+
+Painted attribute(std::string text)
+{
+    return {Colour::Attribute, std::move(text)};
+}
+
+Painted value(std::string_view text)
+{
+    return {Colour::Value, shown(text)};
+}
+
+Colour colourOfDifference(std::size_t line, std::string_view text)
+{
+    if (line < 2 || text.starts_with('@'))
+    {
+        return Colour::Heading;
+    }
+    if (text.starts_with('-'))
+    {
+        return Colour::Removed;
+    }
+    return text.starts_with('+') ? Colour::Added : Colour::Plain;
+}
+
+} // namespace
 
 ModelView::ModelView(std::ostream& stream, std::function<void()> beforeLine)
     : out(stream), check(std::move(beforeLine))
@@ -52,14 +97,14 @@ void ModelView::printDetails(const Selected& selected) const
         printElement(*selected.object);
         return;
     }
-    out << selected.getAddress() << '\n';
+    out << element(selected.getAddress()) << '\n';
     if (selected.part == Part::Value)
     {
         printValue(*selected.object, selected.name);
     }
     else if (selected.part != Part::Unsupported)
     {
-        out << "  " << selected.object->getStep(selected.name) << " = " << shown(selected.text)
+        out << "  " << attribute(selected.object->getStep(selected.name)) << " = " << value(selected.text)
             << (selected.part == Part::Name ? " (name)\n" : " (annotation)\n");
     }
 }
@@ -67,20 +112,23 @@ void ModelView::printDetails(const Selected& selected) const
 void ModelView::printLine(const Selected& selected) const
 {
     check();
-    out << selected.getAddress();
+    out << element(selected.getAddress());
     if (selected.part == Part::Element)
     {
         const auto name = selected.object->getElement().attribute("name");
-        out << (name ? " " + shown(name.value()) : std::string());
+        if (name)
+        {
+            out << ' ' << value(name.value());
+        }
     }
     else if (selected.part == Part::Value)
     {
-        out << " = " << shown(selected.object->getShownText(selected.name))
+        out << " = " << value(selected.object->getShownText(selected.name))
             << (selected.object->takesMarkup(selected.name) ? " (markup)" : "");
     }
     else if (selected.part != Part::Unsupported)
     {
-        out << " = " << shown(selected.text);
+        out << " = " << value(selected.text);
     }
     out << '\n';
 }
@@ -122,6 +170,16 @@ void ModelView::printHistory(const std::list<HistoryLevel>& levels, std::uint64_
     printHidden(undone - listed);
 }
 
+void ModelView::printDifferences(std::string_view lines) const
+{
+    for (std::size_t line = 0; !lines.empty(); ++line)
+    {
+        const auto text = lines.substr(0, lines.find('\n'));
+        out << Painted{colourOfDifference(line, text), std::string(text)} << '\n';
+        lines.remove_prefix(std::min(text.size() + 1, lines.size()));
+    }
+}
+
 void ModelView::printRows(const HistoryLevel& level, std::uint64_t first, std::uint64_t end) const
 {
     for (auto row = first; row < end; ++row)
@@ -143,10 +201,10 @@ void ModelView::printHidden(std::uint64_t steps) const
 void ModelView::printNode(const XmlObject& object, std::size_t level, bool isLast, bool isMarked) const
 {
     const auto name = object.getElement().attribute("name");
-    out << std::string(2 * level, ' ') << object.getAddressStep();
+    out << std::string(2 * level, ' ') << element(object.getAddressStep());
     if (name)
     {
-        out << ' ' << shown(name.value());
+        out << ' ' << value(name.value());
     }
     if (isLast && object.getChildCount() != 0)
     {
@@ -157,10 +215,10 @@ void ModelView::printNode(const XmlObject& object, std::size_t level, bool isLas
 
 void ModelView::printElement(XmlObject& object) const
 {
-    out << object.getAddress() << '\n';
+    out << element(object.getAddress()) << '\n';
     if (const auto name = object.getElement().attribute("name"))
     {
-        out << "  @name = " << shown(name.value()) << " (name)\n";
+        out << "  " << attribute("@name") << " = " << value(name.value()) << " (name)\n";
     }
     for (const auto& name : object.getAttributeNames())
     {
@@ -172,7 +230,7 @@ void ModelView::printElement(XmlObject& object) const
         {
             if (isAnnotationName(entry.name))
             {
-                out << "  @" << entry.name << " = " << shown(entry.text) << " (annotation)\n";
+                out << "  " << attribute("@" + entry.name) << " = " << value(entry.text) << " (annotation)\n";
             }
         }
     }
@@ -186,7 +244,7 @@ void ModelView::printValue(XmlObject& object, const std::string& attributeName) 
 {
     const bool isMarkup = object.takesMarkup(attributeName);
     const auto text = isMarkup ? object.getShownText(attributeName) : object.getText(attributeName);
-    out << "  " << object.getStep(attributeName) << " = " << shown(text) << " ("
+    out << "  " << attribute(object.getStep(attributeName)) << " = " << value(text) << " ("
         << (isMarkup ? "markup" : nameOf(typeOf(text))) << ")\n";
 }
 

@@ -8,6 +8,7 @@
 #include <ostream>
 #include <set>
 #include <string>
+#include <string_view>
 
 namespace Valdane
 {
@@ -49,6 +50,9 @@ public:
     ///
     /// @param most  how many steps to list before and behind each position; tells how many others there are.
     void printHistory(const std::list<HistoryLevel>& levels, std::uint64_t most) const;
+
+    /// Prints what differs, line by line as differencesOf() tells it, below one line for each of the two texts.
+    void printDifferences(std::string_view lines) const;
 
 private:
     void printRows(const HistoryLevel& level, std::uint64_t first, std::uint64_t end) const;

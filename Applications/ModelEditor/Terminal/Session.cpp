@@ -2,8 +2,10 @@
 
 #include "Applications/ModelEditor/Document/ModelFile.h"
 #include "Applications/ModelEditor/Edits/EditorTexts.h"
+#include "Applications/ModelEditor/Terminal/Colour.h"
 #include "Applications/ModelEditor/Terminal/InterruptKey.h"
 #include "Applications/ModelEditor/Terminal/LineSource.h"
+#include "Applications/ModelEditor/Terminal/Pager.h"
 #include "Applications/ModelEditor/Terminal/WakeUp.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
@@ -138,8 +140,12 @@ void Session::runInterruptibly(const std::string& line)
         editor->run(line);
         return;
     }
-    const InterruptibleLine interruptible(*editor);
-    editor->run(line);
+    const auto work = [&]
+    {
+        const InterruptibleLine interruptible(*editor);
+        editor->run(line);
+    };
+    settings.pager == nullptr ? work() : settings.pager->run(line, work);
 }
 
 void Session::tryToReload()
@@ -377,7 +383,7 @@ void Session::report(std::size_t line, const std::string& what)
     {
         err << settings.sourceName << ':' << line << ": ";
     }
-    err << what << '\n' << std::flush;
+    err << Colour::Error << what << Colour::Plain << '\n' << std::flush;
 }
 
 } // namespace ModelEditor

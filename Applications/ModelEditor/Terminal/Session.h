@@ -15,6 +15,7 @@ namespace ModelEditor
 {
 
 class LineSource;
+class Pager;
 
 /// Plays the lines of a source on a model, and says where and why one fails.
 ///
@@ -30,6 +31,7 @@ public:
         bool isInteractive = false; ///< go on after a failure; ask before dropping changes
         bool echoes = false;        ///< print every line before its output
         bool keepsGoing = false;    ///< go on after a failure, and write what is saved at once
+        Pager* pager = nullptr;     ///< shows what is long to a person who types, if it is there
     };
 
     Session(LoadedModel edited, Settings chosen, std::ostream& results, std::ostream& errors);

@@ -2,6 +2,7 @@
 
 #include "Applications/ModelEditor/Edits/Words.h"
 #include "Applications/ModelEditor/Terminal/Background.h"
+#include "Applications/ModelEditor/Terminal/Colour.h"
 #include "Applications/ModelEditor/Terminal/Keys.h"
 #include "Applications/ModelEditor/Terminal/WakeUp.h"
 #include "Platform/ExceptionHandling/VdException.h"
@@ -69,7 +70,7 @@ public:
                 }
             });
         el_set(editLine.get(), EL_CLIENTDATA, this);
-        el_set(editLine.get(), EL_PROMPT, &givePrompt);
+        el_set(editLine.get(), EL_PROMPT_ESC, &givePrompt, invisibleMark);
         el_set(editLine.get(), EL_GETCFN, &giveKey);
         el_set(editLine.get(), EL_EDITOR, "emacs");
         el_set(editLine.get(), EL_HIST, &::history, history.get());
@@ -145,8 +146,9 @@ private:
     static char* givePrompt(EditLine* editLine)
     {
         auto& editing = of(editLine);
-        editing.shownPrompt =
+        const auto text =
             editing.isBackgroundUnderWay() ? editing.background->getPrompt() : editing.ownPrompt;
+        editing.shownPrompt = wantsColours(STDOUT_FILENO) ? paintedPrompt(text) : text;
         return editing.shownPrompt.data();
     }
 

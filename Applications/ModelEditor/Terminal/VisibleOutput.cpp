@@ -8,7 +8,8 @@
 namespace ModelEditor
 {
 
-VisibleOutput::VisibleOutput(std::ostream& target) : std::ostream(nullptr), lines(target)
+VisibleOutput::VisibleOutput(std::ostream& target, bool isColoured)
+    : std::ostream(nullptr), lines(target), paints(isColoured)
 {
     rdbuf(&lines);
 }
@@ -18,7 +19,21 @@ VisibleOutput::~VisibleOutput()
     flush();
 }
 
+void VisibleOutput::paint(Colour colour)
+{
+    if (paints)
+    {
+        lines.paint(colour);
+    }
+}
+
 VisibleOutput::Lines::Lines(std::ostream& target) : out(target) {}
+
+void VisibleOutput::Lines::paint(Colour colour)
+{
+    handOn(waiting.size());
+    out << sequenceOf(colour);
+}
 
 VisibleOutput::Lines::int_type VisibleOutput::Lines::overflow(int_type character)
 {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Applications/ModelEditor/Terminal/Colour.h"
+
 #include <cstddef>
 #include <ostream>
 #include <streambuf>
@@ -16,18 +18,24 @@ namespace ModelEditor
 class VisibleOutput : public std::ostream
 {
 public:
-    explicit VisibleOutput(std::ostream& target);
+    /// @param isColoured  whether paint() does anything.
+    explicit VisibleOutput(std::ostream& target, bool isColoured = false);
     VisibleOutput(const VisibleOutput&) = delete;
     VisibleOutput& operator=(const VisibleOutput&) = delete;
 
     /// Flushes.
     ~VisibleOutput() override;
 
+    /// Has what follows look so. It is no text: what is in a model cannot do it.
+    void paint(Colour colour);
+
 private:
     class Lines : public std::streambuf
     {
     public:
         explicit Lines(std::ostream& target);
+
+        void paint(Colour colour);
 
     protected:
         int_type overflow(int_type character) override;
@@ -42,6 +50,7 @@ private:
     };
 
     Lines lines;
+    bool paints;
 };
 
 } // namespace ModelEditor

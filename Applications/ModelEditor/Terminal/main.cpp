@@ -1,9 +1,11 @@
 #include "Applications/ModelEditor/Document/ModelFile.h"
 #include "Applications/ModelEditor/Edits/Words.h"
 #include "Applications/ModelEditor/Terminal/ArgumentLines.h"
+#include "Applications/ModelEditor/Terminal/Colour.h"
 #include "Applications/ModelEditor/Terminal/Editor.h"
 #include "Applications/ModelEditor/Terminal/LoadedModel.h"
 #include "Applications/ModelEditor/Terminal/Options.h"
+#include "Applications/ModelEditor/Terminal/Pager.h"
 #include "Applications/ModelEditor/Terminal/Session.h"
 #include "Applications/ModelEditor/Terminal/StreamLines.h"
 #include "Applications/ModelEditor/Terminal/TerminalLines.h"
@@ -79,18 +81,24 @@ void warnOf(const ModelEditor::XmlModel& model, const std::string& path, std::os
     }
 }
 
+bool isTypedByAPerson(const Options& options)
+{
+    return options.commands.empty() && !options.script && isatty(STDIN_FILENO) != 0;
+}
+
 bool play(ModelEditor::LoadedModel model, const Options& options, std::ostream& out, std::ostream& err)
 {
+    ModelEditor::Pager pager(std::cout);
     const bool hasCommands = !options.commands.empty();
     const bool readsInput = !hasCommands && (!options.script || options.script == "-");
     const ModelEditor::Session::Settings settings{.savePath = options.output.value_or(options.model),
                                                   .sourceName = hasCommands  ? "-e"
                                                                 : readsInput ? "<stdin>"
                                                                              : *options.script,
-                                                  .isInteractive = !hasCommands && !options.script &&
-                                                                   isatty(STDIN_FILENO) != 0,
+                                                  .isInteractive = isTypedByAPerson(options),
                                                   .echoes = options.script.has_value(),
-                                                  .keepsGoing = options.keepsGoing};
+                                                  .keepsGoing = options.keepsGoing,
+                                                  .pager = &pager};
     std::istringstream script(options.script && !readsInput ? ModelEditor::readStream(*options.script)
                                                             : std::string());
     std::unique_ptr<ModelEditor::LineSource> lines;
@@ -170,8 +178,9 @@ int main(int argc, char** argv)
     }
     try
     {
-        ModelEditor::VisibleOutput out(std::cout);
-        ModelEditor::VisibleOutput err(std::cerr);
+        const bool isTyped = isTypedByAPerson(options);
+        ModelEditor::VisibleOutput out(std::cout, isTyped && ModelEditor::wantsColours(STDOUT_FILENO));
+        ModelEditor::VisibleOutput err(std::cerr, isTyped && ModelEditor::wantsColours(STDERR_FILENO));
         return run(options, out, err);
     }
     catch (const std::exception& exception)

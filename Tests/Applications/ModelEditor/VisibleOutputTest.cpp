@@ -8,6 +8,7 @@
 namespace
 {
 
+using ModelEditor::Colour;
 using ModelEditor::VisibleOutput;
 
 TEST(VisibleOutput, HandsOnLinesAndWhatIsFlushed)
@@ -36,6 +37,22 @@ TEST(VisibleOutput, EscapesWhatATerminalObeysAlsoInPieces)
         out << c;
     }
     EXPECT_EQ(target.str(), "\\x1b\\u202e\u00FC\n");
+}
+
+TEST(VisibleOutput, PaintsWhatIsItsOwnAndNotWhatATextSays)
+{
+    std::ostringstream target;
+    VisibleOutput out(target, true);
+    out << "a" << Colour::Value << "\033[31m" << Colour::Plain << "\n";
+    EXPECT_EQ(target.str(), "a\033[32m\\x1b[31m\033[0m\n");
+}
+
+TEST(VisibleOutput, DoesNotPaintUnlessItIsTold)
+{
+    std::ostringstream target;
+    VisibleOutput(target) << Colour::Value << "a";
+    target << Colour::Value << "b";
+    EXPECT_EQ(target.str(), "ab");
 }
 
 TEST(VisibleOutput, FailsWhereTheOtherStreamDoes)
