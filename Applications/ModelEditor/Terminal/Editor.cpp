@@ -41,15 +41,17 @@ std::shared_ptr<XmlObject> requireOneElement(const XmlModel& model, const std::s
 
 } // namespace
 
-Editor::Editor(XmlModel& edited, Writer writer, std::ostream& stream, Reader reader)
+Editor::Editor(XmlModel& edited, Writer writer, std::ostream& stream, Reader reader,
+               std::shared_ptr<HistoryActions> undoAndRedo)
     : model(edited),
       write(std::move(writer)),
       read(std::move(reader)),
       out(stream),
       view(stream, [this] { model.checkInterruption(); }),
-      modules(std::make_shared<ModelModules>(edited.getRoot()))
+      modules(std::make_shared<ModelModules>(edited.getRoot())),
+      actions(std::move(undoAndRedo))
 {
-    levels.emplace_back(HistoryLevel::Kind::Model, std::string(), modules);
+    levels.emplace_back(HistoryLevel::Kind::Model, std::string(), modules, actions);
     model.setChangeListener([this](const XmlChange& change) { onChanged(change); });
 }
 
@@ -58,6 +60,11 @@ Editor::~Editor()
     // The other thread uses what is about to go.
     underWay.reset();
     model.setChangeListener({});
+}
+
+void Editor::activate()
+{
+    levels.back().activate();
 }
 
 void Editor::run(const std::string& line)

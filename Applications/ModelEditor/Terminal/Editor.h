@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Applications/ModelEditor/Terminal/Completion.h"
+#include "Applications/ModelEditor/Terminal/HistoryActions.h"
 #include "Applications/ModelEditor/Terminal/HistoryLevel.h"
 #include "Applications/ModelEditor/Terminal/ModelView.h"
 #include "Applications/ModelEditor/Terminal/WakeUp.h"
@@ -62,13 +63,21 @@ public:
     /// Reads the file of the model as it is now; throws as a writer does.
     using Reader = std::function<Input()>;
 
-    Editor(XmlModel& edited, Writer writer, std::ostream& stream, Reader reader = {});
+    /// Is active at once.
+    ///
+    /// @param undoAndRedo  those of all editors of which one is active at a time.
+    Editor(XmlModel& edited, Writer writer, std::ostream& stream, Reader reader = {},
+           std::shared_ptr<HistoryActions> undoAndRedo = std::make_shared<HistoryActions>());
     Editor(const Editor&) = delete;
     Editor& operator=(const Editor&) = delete;
     ~Editor();
 
+    /// Makes it the one that undo and redo concern.
+    void activate();
+
     /// Carries out @p line; an empty one or a comment is fine.
     ///
+    /// @pre it is active (not checked).
     /// @throws VdException `<verb>: <what is wrong>`; the model is then as before, except for the steps that
     ///         an `undo` or `redo` has done before the one that failed. An open group stays open.
     void run(const std::string& line);
@@ -191,6 +200,7 @@ private:
     bool isRecording() const;
     void requireGroup() const;
     void beginLevel(HistoryLevel::Kind kind, const std::string& name);
+    void leaveLevel();
     void endLevel(const std::string& description, const std::string& script);
     std::uint64_t abandonGroup();
     Recording endRecording();
@@ -218,6 +228,7 @@ private:
     std::ostream& out;
     ModelView view;
     std::shared_ptr<ModelModules> modules;
+    std::shared_ptr<HistoryActions> actions;
     // That of the model, of a recording and of a group. Edits, undo and redo concern the last one.
     std::list<HistoryLevel> levels;
     // What the running step has changed so far.

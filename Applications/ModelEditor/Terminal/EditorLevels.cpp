@@ -326,19 +326,25 @@ void Editor::requireGroup() const
 void Editor::beginLevel(HistoryLevel::Kind kind, const std::string& name)
 {
     levels.back().settle();
-    levels.emplace_back(kind, name, modules);
+    levels.emplace_back(kind, name, modules, actions);
+}
+
+void Editor::leaveLevel()
+{
+    std::prev(levels.end(), 2)->activate();
+    levels.pop_back();
 }
 
 void Editor::endLevel(const std::string& description, const std::string& script)
 {
     levels.back().becomeStepOf(*std::prev(levels.end(), 2), description, script);
-    levels.pop_back();
+    leaveLevel();
 }
 
 std::uint64_t Editor::abandonGroup()
 {
     const auto count = moveBack(std::numeric_limits<std::uint64_t>::max());
-    levels.pop_back();
+    leaveLevel();
     return count;
 }
 
