@@ -118,11 +118,6 @@ bool Editor::takeQuit() noexcept
     return std::exchange(quits, false);
 }
 
-bool Editor::takeReload() noexcept
-{
-    return std::exchange(reloads, false);
-}
-
 void Editor::takeLimitOf(const Editor& other)
 {
     levels.front().setLimit(other.levels.front().getLimit());
@@ -138,10 +133,10 @@ std::vector<std::string> Editor::getUnsaved() const
     return addresses;
 }
 
-std::string Editor::getPrompt() const
+std::string Editor::getPrompt(const std::string& modelName) const
 {
     const auto current = model.getCurrent();
-    return "model" + (current == nullptr ? "" : " " + current->getAddress()) +
+    return modelName + (current == nullptr ? "" : " " + current->getAddress()) +
            (isRecording() ? " [recording]" : "") +
            (isInGroup() ? " (" + brief(levels.back().getName()) + ")" : "") + "> ";
 }

@@ -11,6 +11,7 @@
 #include <functional>
 #include <list>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <set>
 #include <string>
@@ -39,6 +40,24 @@ struct Output
     std::string path;      ///< empty for the model's own file
     std::string bytes{};   ///< its content
     bool isForced = false; ///< whatever speaks against it
+};
+
+/// What a line wants to be done to the files that are open.
+struct FileRequest
+{
+    enum class Kind
+    {
+        Open,
+        List,
+        Use,
+        Close,
+        Reload,
+        SaveAll,
+    };
+
+    Kind kind;
+    std::string verb;   ///< for messages
+    std::string file{}; ///< which one, if one is named
 };
 
 /// A file that was read.
@@ -121,8 +140,8 @@ public:
     /// Whether `quit` was run since this was asked last.
     bool takeQuit() noexcept;
 
-    /// Whether `reload` was run since this was asked last: the model is to be replaced, and this with it.
-    bool takeReload() noexcept;
+    /// What a line has asked for since this was asked last. Who carries it out may destroy this editor.
+    std::optional<FileRequest> takeRequest() noexcept;
 
     /// Has the history keep as many steps as that of @p other does.
     void takeLimitOf(const Editor& other);
@@ -131,7 +150,7 @@ public:
     std::vector<std::string> getUnsaved() const;
 
     /// What a person is to see before the next line: tells of a group and of a recording.
-    std::string getPrompt() const;
+    std::string getPrompt(const std::string& modelName = "model") const;
 
     /// Has lines that look for something or show it stop when @p asked says so: they fail with `<verb>: interrupted`.
     ///
@@ -185,6 +204,12 @@ private:
     void save(const Words& arguments);
     void saveAnyway(const Words& arguments);
     void diff(const Words& arguments);
+    void open(const Words& arguments);
+    void listFiles(const Words& arguments);
+    void use(const Words& arguments);
+    void close(const Words& arguments);
+    void closeAnyway(const Words& arguments);
+    void saveAll(const Words& arguments);
     void reload(const Words& arguments);
     void reloadAnyway(const Words& arguments);
     void exportCopy(const Words& arguments);
@@ -217,6 +242,7 @@ private:
     std::uint64_t moveForward(std::uint64_t count);
     std::uint64_t requireSavedPosition();
     void printEndOfHistory(std::uint64_t done, std::uint64_t wanted, const std::string& toWhat);
+    void requireSaved(const std::string& insisting) const;
     void writeModel(Output output, HistoryLevel::Tracker tracker);
     std::set<const Valdane::Object*> getModifiedModules(HistoryLevel::Tracker tracker) const;
     std::vector<std::shared_ptr<XmlObject>> listModified(HistoryLevel::Tracker tracker) const;
@@ -236,7 +262,7 @@ private:
     WakeUp wakeUp;
     std::unique_ptr<Run> underWay;
     bool quits = false;
-    bool reloads = false;
+    std::optional<FileRequest> request;
 };
 
 } // namespace ModelEditor

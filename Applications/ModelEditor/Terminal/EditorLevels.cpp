@@ -284,22 +284,6 @@ void Editor::diff(const Words& arguments)
                           : "--- " + file.path + "\n+++ the model\n" + lines);
 }
 
-void Editor::reload(const Words& /*arguments*/)
-{
-    const auto unsaved = getUnsaved();
-    if (!unsaved.empty())
-    {
-        throw VdException(plural(unsaved.size(), "module") +
-                          " not saved; reload! loses what has changed there");
-    }
-    reloads = true;
-}
-
-void Editor::reloadAnyway(const Words& /*arguments*/)
-{
-    reloads = true;
-}
-
 void Editor::exportCopy(const Words& arguments)
 {
     writeModel({.verb = "export", .path = findPath(arguments).value()}, HistoryLevel::Exported);

@@ -4,6 +4,7 @@
 #include "Applications/ModelEditor/Document/XmlModel.h"
 
 #include <memory>
+#include <ostream>
 #include <string>
 
 namespace ModelEditor
@@ -21,5 +22,9 @@ struct LoadedModel
 ///
 /// @throws VdException with the path if it cannot be read, is no model, or memory does not suffice.
 LoadedModel loadModel(const std::string& path);
+
+/// The same when it is opened: also tells @p warnings what other programs may refuse, and removes temporary files that
+/// were left beside it.
+LoadedModel openModel(const std::string& path, std::ostream& warnings);
 
 } // namespace ModelEditor

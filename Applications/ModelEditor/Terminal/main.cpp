@@ -20,7 +20,6 @@
 #include <memory>
 #include <mutex>
 #include <ostream>
-#include <ranges>
 #include <sstream>
 #include <string>
 #include <unistd.h>
@@ -64,26 +63,12 @@ void setUpLog(const Options& options)
         });
 }
 
-// What other programs may refuse does not keep anybody from editing the file.
-void warnOf(const ModelEditor::XmlModel& model, const std::string& path, std::ostream& err)
-{
-    constexpr std::size_t most = 10;
-    const auto warnings = model.findWarnings();
-    for (const auto& text : warnings.texts | std::views::take(most))
-    {
-        err << "warning: " << text << '\n';
-    }
-    if (warnings.count > most)
-    {
-        err << "warning: " << path << ": and " << warnings.count - most << " more\n";
-    }
-}
-
-bool play(ModelEditor::LoadedModel model, const Options& options, std::ostream& out, std::ostream& err)
+bool play(std::vector<ModelEditor::LoadedModel> models, const Options& options, std::ostream& out,
+          std::ostream& err)
 {
     const bool hasCommands = !options.commands.empty();
     const bool readsInput = !hasCommands && (!options.script || options.script == "-");
-    const ModelEditor::Session::Settings settings{.savePath = options.output.value_or(options.model),
+    const ModelEditor::Session::Settings settings{.savePath = options.output.value_or(""),
                                                   .sourceName = hasCommands  ? "-e"
                                                                 : readsInput ? "<stdin>"
                                                                              : *options.script,
@@ -108,7 +93,7 @@ bool play(ModelEditor::LoadedModel model, const Options& options, std::ostream& 
         std::istream& stream = readsInput ? std::cin : script;
         lines = std::make_unique<ModelEditor::StreamLines>(stream);
     }
-    return ModelEditor::Session(std::move(model), settings, out, err).run(*lines);
+    return ModelEditor::Session(std::move(models), settings, out, err).run(*lines);
 }
 
 int run(const Options& options, std::ostream& out, std::ostream& err)
@@ -124,12 +109,17 @@ int run(const Options& options, std::ostream& out, std::ostream& err)
     else
     {
         setUpLog(options);
-        auto model = ModelEditor::loadModel(options.model);
-        model.model->setPrefixes(options.namespaces);
-        warnOf(*model.model, options.model, err);
-        ModelEditor::removeTemporaries(options.model);
-        ModelEditor::removeTemporaries(options.output.value_or(options.model));
-        if (!play(std::move(model), options, out, err))
+        std::vector<ModelEditor::LoadedModel> models;
+        for (const auto& path : options.models)
+        {
+            models.push_back(ModelEditor::openModel(path, err));
+            models.back().model->setPrefixes(options.namespaces);
+        }
+        if (options.output)
+        {
+            ModelEditor::removeTemporaries(*options.output);
+        }
+        if (!play(std::move(models), options, out, err))
         {
             return failure;
         }
