@@ -144,7 +144,7 @@ private:
         while (auto line = lines.next({}))
         {
             const auto split = wordsOf(*line);
-            if (!split.empty() && split[0].starts_with("reload"))
+            if (!split.empty() && (split[0].starts_with("reload") || split[0] == "open"))
             {
                 continue;
             }
@@ -308,7 +308,9 @@ void play(const Mode& mode, const std::string& script)
                                      .isInteractive = mode.isInteractive,
                                      .echoes = mode.echoes,
                                      .keepsGoing = mode.keepsGoing};
-    Session session(std::move(loaded), settings, out, err);
+    std::vector<LoadedModel> models;
+    models.push_back(std::move(loaded));
+    Session session(std::move(models), settings, out, err);
     session.run(source);
     const XmlModel again(model.toBytes(), "the model as it was left");
     requireSame(contentOf(again.getRoot()->getElement()), contentOf(model.getRoot()->getElement()),

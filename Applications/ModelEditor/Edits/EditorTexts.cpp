@@ -101,6 +101,14 @@ since it was loaded or saved; diff shows what differs, reload reads it again,
 save! overwrites it. A file with the same content counts as the same, whatever
 was done to it.
 
+With several files open, all verbs but quit, files and save-all concern the
+current one: that of use, or the one that was opened last. Each has its own
+history, limit, current element and modified modules. open makes a file current
+again that is open already, under whatever name. use takes the number of a file,
+its path, or its name without the folder. No line writes one file over another
+one that is open. A group or a recording must be ended before another file
+becomes current.
+
 What is done between record and stop can be undone step by step up to stop, and
 is one step then. The script has what was not undone: played on the model as it
 was at record, it makes of it the model as it was at stop.

@@ -41,15 +41,17 @@ std::shared_ptr<XmlObject> requireOneElement(const XmlModel& model, const std::s
 
 } // namespace
 
-Editor::Editor(XmlModel& edited, Writer writer, std::ostream& stream, Reader reader)
+Editor::Editor(XmlModel& edited, Writer writer, std::ostream& stream, Reader reader,
+               std::shared_ptr<HistoryActions> undoAndRedo)
     : model(edited),
       write(std::move(writer)),
       read(std::move(reader)),
       out(stream),
       view(stream, [this] { model.checkInterruption(); }),
-      modules(std::make_shared<ModelModules>(edited.getRoot()))
+      modules(std::make_shared<ModelModules>(edited.getRoot())),
+      actions(std::move(undoAndRedo))
 {
-    levels.emplace_back(HistoryLevel::Kind::Model, std::string(), modules);
+    levels.emplace_back(HistoryLevel::Kind::Model, std::string(), modules, actions);
     model.setChangeListener([this](const XmlChange& change) { onChanged(change); });
 }
 
@@ -58,6 +60,11 @@ Editor::~Editor()
     // The other thread uses what is about to go.
     underWay.reset();
     model.setChangeListener({});
+}
+
+void Editor::activate()
+{
+    levels.back().activate();
 }
 
 void Editor::run(const std::string& line)
@@ -111,11 +118,6 @@ bool Editor::takeQuit() noexcept
     return std::exchange(quits, false);
 }
 
-bool Editor::takeReload() noexcept
-{
-    return std::exchange(reloads, false);
-}
-
 void Editor::takeLimitOf(const Editor& other)
 {
     levels.front().setLimit(other.levels.front().getLimit());
@@ -131,10 +133,10 @@ std::vector<std::string> Editor::getUnsaved() const
     return addresses;
 }
 
-std::string Editor::getPrompt() const
+std::string Editor::getPrompt(const std::string& modelName) const
 {
     const auto current = model.getCurrent();
-    return "model" + (current == nullptr ? "" : " " + current->getAddress()) +
+    return modelName + (current == nullptr ? "" : " " + current->getAddress()) +
            (isRecording() ? " [recording]" : "") +
            (isInGroup() ? " (" + brief(levels.back().getName()) + ")" : "") + "> ";
 }

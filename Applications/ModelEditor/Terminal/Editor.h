@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Applications/ModelEditor/Terminal/Completion.h"
+#include "Applications/ModelEditor/Terminal/HistoryActions.h"
 #include "Applications/ModelEditor/Terminal/HistoryLevel.h"
 #include "Applications/ModelEditor/Terminal/ModelView.h"
 #include "Applications/ModelEditor/Terminal/WakeUp.h"
@@ -10,6 +11,7 @@
 #include <functional>
 #include <list>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <set>
 #include <string>
@@ -40,6 +42,24 @@ struct Output
     bool isForced = false; ///< whatever speaks against it
 };
 
+/// What a line wants to be done to the files that are open.
+struct FileRequest
+{
+    enum class Kind
+    {
+        Open,
+        List,
+        Use,
+        Close,
+        Reload,
+        SaveAll,
+    };
+
+    Kind kind;
+    std::string verb;   ///< for messages
+    std::string file{}; ///< which one, if one is named
+};
+
 /// A file that was read.
 struct Input
 {
@@ -62,13 +82,21 @@ public:
     /// Reads the file of the model as it is now; throws as a writer does.
     using Reader = std::function<Input()>;
 
-    Editor(XmlModel& edited, Writer writer, std::ostream& stream, Reader reader = {});
+    /// Is active at once.
+    ///
+    /// @param undoAndRedo  those of all editors of which one is active at a time.
+    Editor(XmlModel& edited, Writer writer, std::ostream& stream, Reader reader = {},
+           std::shared_ptr<HistoryActions> undoAndRedo = std::make_shared<HistoryActions>());
     Editor(const Editor&) = delete;
     Editor& operator=(const Editor&) = delete;
     ~Editor();
 
+    /// Makes it the one that undo and redo concern.
+    void activate();
+
     /// Carries out @p line; an empty one or a comment is fine.
     ///
+    /// @pre it is active (not checked).
     /// @throws VdException `<verb>: <what is wrong>`; the model is then as before, except for the steps that
     ///         an `undo` or `redo` has done before the one that failed. An open group stays open.
     void run(const std::string& line);
@@ -112,8 +140,8 @@ public:
     /// Whether `quit` was run since this was asked last.
     bool takeQuit() noexcept;
 
-    /// Whether `reload` was run since this was asked last: the model is to be replaced, and this with it.
-    bool takeReload() noexcept;
+    /// What a line has asked for since this was asked last. Who carries it out may destroy this editor.
+    std::optional<FileRequest> takeRequest() noexcept;
 
     /// Has the history keep as many steps as that of @p other does.
     void takeLimitOf(const Editor& other);
@@ -122,7 +150,7 @@ public:
     std::vector<std::string> getUnsaved() const;
 
     /// What a person is to see before the next line: tells of a group and of a recording.
-    std::string getPrompt() const;
+    std::string getPrompt(const std::string& modelName = "model") const;
 
     /// Has lines that look for something or show it stop when @p asked says so: they fail with `<verb>: interrupted`.
     ///
@@ -176,6 +204,12 @@ private:
     void save(const Words& arguments);
     void saveAnyway(const Words& arguments);
     void diff(const Words& arguments);
+    void open(const Words& arguments);
+    void listFiles(const Words& arguments);
+    void use(const Words& arguments);
+    void close(const Words& arguments);
+    void closeAnyway(const Words& arguments);
+    void saveAll(const Words& arguments);
     void reload(const Words& arguments);
     void reloadAnyway(const Words& arguments);
     void exportCopy(const Words& arguments);
@@ -191,6 +225,7 @@ private:
     bool isRecording() const;
     void requireGroup() const;
     void beginLevel(HistoryLevel::Kind kind, const std::string& name);
+    void leaveLevel();
     void endLevel(const std::string& description, const std::string& script);
     std::uint64_t abandonGroup();
     Recording endRecording();
@@ -207,6 +242,7 @@ private:
     std::uint64_t moveForward(std::uint64_t count);
     std::uint64_t requireSavedPosition();
     void printEndOfHistory(std::uint64_t done, std::uint64_t wanted, const std::string& toWhat);
+    void requireSaved(const std::string& insisting) const;
     void writeModel(Output output, HistoryLevel::Tracker tracker);
     std::set<const Valdane::Object*> getModifiedModules(HistoryLevel::Tracker tracker) const;
     std::vector<std::shared_ptr<XmlObject>> listModified(HistoryLevel::Tracker tracker) const;
@@ -218,6 +254,7 @@ private:
     std::ostream& out;
     ModelView view;
     std::shared_ptr<ModelModules> modules;
+    std::shared_ptr<HistoryActions> actions;
     // That of the model, of a recording and of a group. Edits, undo and redo concern the last one.
     std::list<HistoryLevel> levels;
     // What the running step has changed so far.
@@ -225,7 +262,7 @@ private:
     WakeUp wakeUp;
     std::unique_ptr<Run> underWay;
     bool quits = false;
-    bool reloads = false;
+    std::optional<FileRequest> request;
 };
 
 } // namespace ModelEditor

@@ -284,22 +284,6 @@ void Editor::diff(const Words& arguments)
                   : view.printDifferences("--- " + file.path + "\n+++ the model\n" + lines);
 }
 
-void Editor::reload(const Words& /*arguments*/)
-{
-    const auto unsaved = getUnsaved();
-    if (!unsaved.empty())
-    {
-        throw VdException(plural(unsaved.size(), "module") +
-                          " not saved; reload! loses what has changed there");
-    }
-    reloads = true;
-}
-
-void Editor::reloadAnyway(const Words& /*arguments*/)
-{
-    reloads = true;
-}
-
 void Editor::exportCopy(const Words& arguments)
 {
     writeModel({.verb = "export", .path = findPath(arguments).value()}, HistoryLevel::Exported);
@@ -326,19 +310,25 @@ void Editor::requireGroup() const
 void Editor::beginLevel(HistoryLevel::Kind kind, const std::string& name)
 {
     levels.back().settle();
-    levels.emplace_back(kind, name, modules);
+    levels.emplace_back(kind, name, modules, actions);
+}
+
+void Editor::leaveLevel()
+{
+    std::prev(levels.end(), 2)->activate();
+    levels.pop_back();
 }
 
 void Editor::endLevel(const std::string& description, const std::string& script)
 {
     levels.back().becomeStepOf(*std::prev(levels.end(), 2), description, script);
-    levels.pop_back();
+    leaveLevel();
 }
 
 std::uint64_t Editor::abandonGroup()
 {
     const auto count = moveBack(std::numeric_limits<std::uint64_t>::max());
-    levels.pop_back();
+    leaveLevel();
     return count;
 }
 

@@ -180,11 +180,44 @@ const std::vector<Editor::Verb>& Editor::Verb::getAll()
          "what differs in the model (+) from its file (-) as that is now; or write it to FILE, for `patch`",
          {},
          &Editor::diff},
+        {.name = "save-all",
+         .arguments = "",
+         .minimum = 0,
+         .maximum = 0,
+         .summary = "save each open file that has unsaved changes",
+         .place = outside,
+         .run = &Editor::saveAll,
+         .isWhole = true},
         {"reload", "", 0, 0, "read the file again, and clear the history", outside, &Editor::reload},
         {"reload!", "", 0, 0, "the same, also if that loses changes", outside, &Editor::reloadAnyway},
         {"export", "FILE", 1, 1, "write a copy, for which `modified export` tells", outside,
          &Editor::exportCopy},
         {"import", "FILE", 1, 1, "append the modules of another model", outsideGroup, &Editor::importFile},
+        {"open", "FILE", 1, 1, "load another file and make it the current one", outside, &Editor::open},
+        {.name = "files",
+         .arguments = "",
+         .minimum = 0,
+         .maximum = 0,
+         .summary = "the open files: > is the current one, * has unsaved changes",
+         .run = &Editor::listFiles,
+         .isWhole = true},
+        {.name = "use",
+         .arguments = "N|FILE",
+         .minimum = 1,
+         .maximum = 1,
+         .summary = "make another open file the current one, to which all other verbs apply",
+         .place = outside,
+         .run = &Editor::use,
+         .isWhole = true},
+        {.name = "close",
+         .arguments = "",
+         .minimum = 0,
+         .maximum = 0,
+         .summary = "close the current file",
+         .place = outside,
+         .run = &Editor::close,
+         .isWhole = true},
+        {"close!", "", 0, 0, "the same, also if that loses changes", outside, &Editor::closeAnyway},
         {.name = "help",
          .arguments = "[VERB]",
          .minimum = 0,
@@ -208,7 +241,7 @@ const Editor::Verb& Editor::Verb::find(const std::string& name)
     std::vector<const Verb*> meant;
     for (const auto& verb : verbs)
     {
-        if (verb.name.starts_with(name) && !verb.name.ends_with('!'))
+        if (verb.name.starts_with(name) && !verb.name.ends_with('!') && !verb.isWhole)
         {
             meant.push_back(&verb);
         }

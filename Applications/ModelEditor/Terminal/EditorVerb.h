@@ -33,10 +33,12 @@ struct Editor::Verb
     void (Editor::*run)(const Words&) = nullptr;
     std::function<Edit(XmlModel&, const Words&)> makeEdit{}; ///< of an edit, which has no run
     bool isForRuns = false;                                  ///< can be used while a thread is working
+    bool isWhole = false;                                    ///< is not shortened
 
     static const std::vector<Verb>& getAll();
 
-    /// The verb of that name, or the only one that begins with it; one with a `!` only by its name.
+    /// The verb of that name, or the only one that begins with it. One with a `!`, and those that would
+    /// take short forms from others (`u` is undo), only by their names.
     ///
     /// @throws VdException if there is none, with the one that was probably meant, or if there are several.
     static const Verb& find(const std::string& name);

@@ -17,8 +17,12 @@ using Valdane::CommandBase;
 using Valdane::MacroCommand;
 using Valdane::VdException;
 
-HistoryLevel::HistoryLevel(Kind levelKind, std::string levelName, std::shared_ptr<ModelModules> modelModules)
-    : kind(levelKind), name(std::move(levelName)), modules(std::move(modelModules))
+HistoryLevel::HistoryLevel(Kind levelKind, std::string levelName, std::shared_ptr<ModelModules> modelModules,
+                           std::shared_ptr<HistoryActions> undoAndRedo)
+    : kind(levelKind),
+      name(std::move(levelName)),
+      modules(std::move(modelModules)),
+      actions(std::move(undoAndRedo))
 {
     manager.setModuleAccessInterface(modules);
     failed = manager.connectToSigCommandFailed(
@@ -27,6 +31,7 @@ HistoryLevel::HistoryLevel(Kind levelKind, std::string levelName, std::shared_pt
             failure = why;
             failedCommand = description;
         });
+    activate();
 }
 
 HistoryLevel::~HistoryLevel() = default;
@@ -102,14 +107,19 @@ void HistoryLevel::settle()
     onAdded(script);
 }
 
+void HistoryLevel::activate()
+{
+    document.activate();
+}
+
 std::uint64_t HistoryLevel::undo(std::uint64_t most, const StepListener& tell)
 {
-    return repeat(undoAction, "undone", most, tell);
+    return repeat(actions->undo, "undone", most, tell);
 }
 
 std::uint64_t HistoryLevel::redo(std::uint64_t most, const StepListener& tell)
 {
-    return repeat(redoAction, "redone", most, tell);
+    return repeat(actions->redo, "redone", most, tell);
 }
 
 std::string HistoryLevel::getScript() const

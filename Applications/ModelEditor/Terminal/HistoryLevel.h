@@ -1,11 +1,11 @@
 #pragma once
 
+#include "Applications/ModelEditor/Terminal/HistoryActions.h"
 #include "Platform/Signals/Connection.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Service/Editing/ActiveHistory.h"
 #include "Service/Editing/History.h"
-#include "Service/Editing/RedoAction.h"
 #include "Service/Editing/SaveState.h"
-#include "Service/Editing/UndoAction.h"
 
 #include <cstdint>
 #include <functional>
@@ -17,6 +17,7 @@
 namespace Valdane
 {
 class CommandBase;
+class HistoryAction;
 } // namespace Valdane
 
 namespace ModelEditor
@@ -29,7 +30,7 @@ class ModelModules;
 /// Each has a command manager of its own, so that undo and redo work inside a recording and a group. When one
 /// ends, becomeStepOf() makes it a step of the level around it.
 ///
-/// Ownership: shares the modules. Thread: the application's main thread only.
+/// Ownership: shares the modules and the actions. Thread: the application's main thread only.
 class HistoryLevel
 {
 public:
@@ -57,8 +58,11 @@ public:
     /// Told about every step that was undone or redone: `Undone: <description>`.
     using StepListener = std::function<void(const std::string& step)>;
 
+    /// Is active at once.
+    ///
     /// @param levelName  of a group; otherwise empty.
-    HistoryLevel(Kind levelKind, std::string levelName, std::shared_ptr<ModelModules> modelModules);
+    HistoryLevel(Kind levelKind, std::string levelName, std::shared_ptr<ModelModules> modelModules,
+                 std::shared_ptr<HistoryActions> undoAndRedo);
     HistoryLevel(const HistoryLevel&) = delete;
     HistoryLevel& operator=(const HistoryLevel&) = delete;
     ~HistoryLevel();
@@ -85,8 +89,12 @@ public:
     /// Makes a step of what waits to be merged, if there is any.
     void settle();
 
+    /// From now on undo and redo concern this level, until another one is activated or this one goes.
+    void activate();
+
     /// Settles, then undoes or redoes up to @p most steps.
     ///
+    /// @pre it is active (not checked).
     /// @return how many.
     /// @throws VdException if one fails; the ones before it stay undone or redone.
     std::uint64_t undo(std::uint64_t most, const StepListener& tell);
@@ -127,8 +135,8 @@ private:
     Kind kind;
     std::string name;
     std::shared_ptr<ModelModules> modules;
-    Valdane::UndoAction undoAction{manager, {.pattern = "Undone: %1", .plain = "Undone"}};
-    Valdane::RedoAction redoAction{manager, {.pattern = "Redone: %1", .plain = "Redone"}};
+    std::shared_ptr<HistoryActions> actions;
+    Valdane::ActiveHistory::Document document{actions->active, manager};
     std::vector<Waiting> waiting;
     // Where the save was when the first command began to wait.
     std::optional<std::uint64_t> savedBeforeWaiting;

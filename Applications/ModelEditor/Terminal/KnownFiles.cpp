@@ -9,19 +9,14 @@
 namespace ModelEditor
 {
 
-namespace
-{
-
 namespace fs = std::filesystem;
 
-// A file that is there may have several names, one that is gone has that which was noted.
-bool isSameFile(const fs::path& one, const fs::path& other)
+bool isSameFile(const std::string& one, const std::string& other)
 {
     std::error_code ignored;
-    return fs::equivalent(one, other, ignored) || one.lexically_normal() == other.lexically_normal();
+    return fs::equivalent(one, other, ignored) ||
+           fs::path(one).lexically_normal() == fs::path(other).lexically_normal();
 }
-
-} // namespace
 
 void KnownFiles::note(const std::string& path, const FileState& state)
 {

@@ -8,6 +8,9 @@
 namespace ModelEditor
 {
 
+/// Whether both paths lead to one file, which may have several names; one that is gone has that which is given.
+bool isSameFile(const std::string& one, const std::string& other);
+
 /// The files that a session has loaded or saved, to tell before one is overwritten whether another process has changed it.
 ///
 /// Thread: the application's main thread only.

@@ -3,7 +3,9 @@
 #include "Applications/ModelEditor/Document/FileState.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
 
+#include <cstddef>
 #include <memory>
+#include <ostream>
 #include <string>
 
 namespace ModelEditor
@@ -15,11 +17,16 @@ struct LoadedModel
     std::string path;
     std::unique_ptr<XmlModel> model; ///< never empty
     FileState state;                 ///< of the file when it was loaded
+    std::size_t size;                ///< of the file, in bytes
 };
 
 /// Loads the model in the file @p path.
 ///
 /// @throws VdException with the path if it cannot be read, is no model, or memory does not suffice.
 LoadedModel loadModel(const std::string& path);
+
+/// The same when it is opened: also tells @p warnings what other programs may refuse, and removes temporary files that
+/// were left beside it.
+LoadedModel openModel(const std::string& path, std::ostream& warnings);
 
 } // namespace ModelEditor

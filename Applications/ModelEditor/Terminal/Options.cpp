@@ -33,16 +33,20 @@ public:
             }
             else
             {
-                takeModel(argument);
+                options.models.push_back(argument);
             }
         }
-        if (!hasModel && !options.wantsHelp && !options.wantsVersion)
+        if (options.models.empty() && !options.wantsHelp && !options.wantsVersion)
         {
             throw VdException("which MODEL?");
         }
         if (options.script && !options.commands.empty())
         {
             throw VdException("either -e or --script, not both");
+        }
+        if (options.output && options.models.size() > 1)
+        {
+            throw VdException("--output is for one MODEL");
         }
         return options;
     }
@@ -146,28 +150,17 @@ private:
         }
     }
 
-    void takeModel(const std::string& argument)
-    {
-        if (hasModel)
-        {
-            throw VdException("one MODEL, not also '" + argument + "'");
-        }
-        options.model = argument;
-        hasModel = true;
-    }
-
     const std::vector<std::string>& arguments;
     std::size_t position = 0;
     bool onlyModel = false;
-    bool hasModel = false;
     Options options;
 };
 
 } // namespace
 
-const std::string_view Options::help = R"(Edits an XML model, with undo.
+const std::string_view Options::help = R"(Edits XML models, with undo.
 
-  model-editor MODEL [-e COMMAND]... [--script FILE] [--output FILE]
+  model-editor MODEL... [-e COMMAND]... [--script FILE] [--output FILE]
                [--namespace PREFIX=URI]... [--log-level trace|error]
                [--keep-going]
   model-editor --help | --version
@@ -178,7 +171,8 @@ typed at a terminal with line editing, or as a script.
   -e COMMAND        run COMMAND; may be repeated; not with --script
   --script FILE     play the commands of FILE, showing each one; - is standard
                     input
-  --output FILE     where `save` writes; without it, MODEL itself
+  --output FILE     where `save` writes; without it, MODEL itself; not with
+                    several
   --namespace P=U   have P in addresses mean the namespace U, for instance
                     --namespace m=http://maven.apache.org/POM/4.0.0
                     to find //m:dependency/m:version; may be repeated

@@ -13,7 +13,7 @@ namespace ModelEditor
 /// What the command line of the program says.
 struct Options
 {
-    std::string model;
+    std::vector<std::string> models; ///< at least one, but for help and version
     std::optional<std::string> script;
     std::vector<std::string> commands; ///< of `-e`, in their order; with them there is no script
     std::optional<std::string> output;

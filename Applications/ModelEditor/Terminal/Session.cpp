@@ -1,17 +1,16 @@
 #include "Applications/ModelEditor/Terminal/Session.h"
 
-#include "Applications/ModelEditor/Document/ModelFile.h"
 #include "Applications/ModelEditor/Edits/EditorTexts.h"
 #include "Applications/ModelEditor/Terminal/Colour.h"
 #include "Applications/ModelEditor/Terminal/InterruptKey.h"
 #include "Applications/ModelEditor/Terminal/LineSource.h"
 #include "Applications/ModelEditor/Terminal/Pager.h"
 #include "Applications/ModelEditor/Terminal/WakeUp.h"
-#include "Platform/ExceptionHandling/VdException.h"
 
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <filesystem>
 #include <optional>
 #include <utility>
 
@@ -58,22 +57,23 @@ private:
 
 } // namespace
 
-Session::Session(LoadedModel edited, Settings chosen, std::ostream& results, std::ostream& errors)
-    : settings(std::move(chosen)),
-      out(results),
-      err(errors),
-      loaded(std::move(edited)),
-      editor(makeEditor()),
-      ownPath(loaded.path)
+Session::Session(std::vector<LoadedModel> edited, Settings chosen, std::ostream& results,
+                 std::ostream& errors)
+    : settings(std::move(chosen)), out(results), err(errors)
 {
-    known.note(loaded.path, loaded.state);
+    for (auto& loaded : edited)
+    {
+        if (files.find(loaded.path) == nullptr)
+        {
+            add(std::move(loaded), edited.size() == 1 ? settings.savePath : "");
+        }
+    }
+    files.makeCurrent(*files.getAll().front());
 }
 
-std::unique_ptr<Editor> Session::makeEditor()
+Editor& Session::getEditor() const
 {
-    return std::make_unique<Editor>(
-        *loaded.model, [this](Output output) { accept(std::move(output)); }, out,
-        [this] { return Input{.path = ownPath, .bytes = readFile(ownPath)}; });
+    return *files.getCurrent().editor;
 }
 
 bool Session::run(LineSource& source)
@@ -84,7 +84,7 @@ bool Session::run(LineSource& source)
     bool ends = false;
     while (!ends)
     {
-        const auto line = source.next(editor->getPrompt());
+        const auto line = source.next(getLinePrompt());
         ++lineNumber;
         bool isWell = line ? runLine(*line) : finish();
         if (!settings.isInteractive)
@@ -98,7 +98,7 @@ bool Session::run(LineSource& source)
             return false;
         }
         // Who ends the input in a group has meant to end the group, and is told so.
-        const bool wantsEnd = line ? editor->takeQuit() : isWell || !settings.isInteractive;
+        const bool wantsEnd = line ? getEditor().takeQuit() : isWell || !settings.isInteractive;
         ends = wantsEnd && mayEnd();
     }
     return writePending() && (allWell || settings.isInteractive);
@@ -112,22 +112,24 @@ bool Session::runLine(const std::string& line)
     }
     try
     {
-        const bool wasUnderWay = editor->isUnderWay();
+        auto& editor = getEditor();
+        const bool wasUnderWay = editor.isUnderWay();
         runInterruptibly(line);
-        if (!wasUnderWay && editor->isUnderWay())
+        if (!wasUnderWay && editor.isUnderWay())
         {
             runLineNumber = lineNumber;
         }
-        if (editor->takeReload())
+        if (const auto request = editor.takeRequest())
         {
-            tryToReload();
+            tryToCarryOut(*request);
         }
         return true;
     }
     catch (const std::exception& exception)
     {
         // Who types sees that the line has failed, and types it again.
-        report(lineNumber, exception.what() + (settings.isInteractive ? "" : editor->giveUpGroup()));
+        report(lineNumber, getNameForMessages() + exception.what() +
+                               (settings.isInteractive ? "" : getEditor().giveUpGroup()));
         return false;
     }
 }
@@ -137,59 +139,40 @@ void Session::runInterruptibly(const std::string& line)
 {
     if (!settings.isInteractive)
     {
-        editor->run(line);
+        getEditor().run(line);
         return;
     }
     const auto work = [&]
     {
-        const InterruptibleLine interruptible(*editor);
-        editor->run(line);
+        const InterruptibleLine interruptible(getEditor());
+        getEditor().run(line);
     };
     settings.pager == nullptr ? work() : settings.pager->run(line, work);
 }
 
-void Session::tryToReload()
-{
-    try
-    {
-        reload();
-    }
-    catch (const std::exception& exception)
-    {
-        throw Valdane::VdException(std::string("reload: ") + exception.what());
-    }
-}
-
-// The commands of the old model go before it does.
-void Session::reload()
-{
-    if (!pending.empty())
-    {
-        throw Valdane::VdException(pending.back().output.path +
-                                   " is still to be saved, at the end of the script");
-    }
-    const LoadedModel before = std::exchange(loaded, loadModel(ownPath));
-    loaded.model->setPrefixes(before.model->getPrefixes());
-    const auto former = std::exchange(editor, makeEditor());
-    editor->takeLimitOf(*former);
-    known.note(ownPath, loaded.state);
-    out << "Loaded " << ownPath << "; the history is empty\n";
-}
-
 const WakeUp& Session::getWakeUp() const
 {
-    return editor->getWakeUp();
+    return getEditor().getWakeUp();
 }
 
 bool Session::isUnderWay() const
 {
-    return editor->isUnderWay();
+    return getEditor().isUnderWay();
+}
+
+// The number tells files of one name apart.
+std::string Session::getLinePrompt() const
+{
+    const auto& file = files.getCurrent();
+    const auto name = std::filesystem::path(file.path).filename().string();
+    return getEditor().getPrompt(files.areSeveral() ? std::to_string(file.number) + ":" + brief(name)
+                                                    : "model");
 }
 
 std::string Session::getPrompt() const
 {
     constexpr int width = 20;
-    const auto progress = editor->getProgress();
+    const auto progress = getEditor().getProgress();
     const int percent = static_cast<int>(progress.share * 100);
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(progress.elapsed).count();
     std::string bar(static_cast<std::size_t>(percent * width / 100), '#');
@@ -201,7 +184,7 @@ std::string Session::getPrompt() const
 
 bool Session::goOn()
 {
-    return editor->goOn();
+    return getEditor().goOn();
 }
 
 void Session::conclude()
@@ -209,11 +192,11 @@ void Session::conclude()
     isRunWell = true;
     try
     {
-        editor->conclude();
+        getEditor().conclude();
     }
     catch (const std::exception& exception)
     {
-        report(runLineNumber, exception.what());
+        report(runLineNumber, getNameForMessages() + exception.what());
         isRunWell = false;
     }
     out.flush();
@@ -221,33 +204,33 @@ void Session::conclude()
 
 Completion Session::complete(std::string_view line) const
 {
-    return editor->complete(line);
+    return getEditor().complete(line);
 }
 
 void Session::interrupt()
 {
-    editor->abort();
+    getEditor().abort();
 }
 
 // A pipe is told of every quarter.
 bool Session::waitForRun()
 {
-    if (!editor->isUnderWay())
+    if (!getEditor().isUnderWay())
     {
         return true;
     }
     constexpr int quarter = 25;
     int told = 0;
-    const InterruptKey key(editor->getWakeUp());
+    const InterruptKey key(getEditor().getWakeUp());
     for (bool isOver = false; !isOver;)
     {
-        editor->getWakeUp().wait();
+        getEditor().getWakeUp().wait();
         if (InterruptKey::takeStroke())
         {
-            editor->abort();
+            getEditor().abort();
         }
-        isOver = editor->goOn();
-        const int percent = isOver ? 0 : editor->getPercentConcluded();
+        isOver = getEditor().goOn();
+        const int percent = isOver ? 0 : getEditor().getPercentConcluded();
         if (!settings.isInteractive && percent / quarter > told)
         {
             told = percent / quarter;
@@ -263,35 +246,43 @@ bool Session::finish()
 {
     if (settings.isInteractive)
     {
-        editor->abort();
+        getEditor().abort();
         waitForRun();
     }
     try
     {
-        editor->finish();
+        getEditor().finish();
         return true;
     }
     catch (const std::exception& exception)
     {
-        report(lineNumber, exception.what());
+        report(lineNumber, getNameForMessages() + exception.what());
         return false;
     }
 }
 
 bool Session::mayEnd()
 {
-    const auto unsaved = editor->getUnsaved();
-    if (unsaved.empty())
+    bool isAllSaved = true;
+    for (const OpenFile* const file : files.getAll())
     {
-        return true;
+        const auto unsaved = file->editor->getUnsaved();
+        if (unsaved.empty())
+        {
+            continue;
+        }
+        isAllSaved = false;
+        const std::string what = (files.areSeveral() ? file->path + ": " : "") + join(unsaved) + '\n';
+        if (settings.isInteractive)
+        {
+            out << "Not saved: " << what;
+        }
+        else
+        {
+            err << settings.sourceName << ": warning: not saved: " << what;
+        }
     }
-    if (!settings.isInteractive)
-    {
-        err << settings.sourceName << ": warning: not saved: " << join(unsaved) << '\n';
-        return true;
-    }
-    out << "Not saved: " << join(unsaved) << '\n';
-    return agreesTo("Quit without saving?");
+    return isAllSaved || !settings.isInteractive || agreesTo("Quit without saving?");
 }
 
 // The end key instead of an answer is a no: it may have been struck once too often.
@@ -300,80 +291,6 @@ bool Session::agreesTo(const std::string& question)
     out.flush();
     const auto answer = lines->next(question + " (y/n) ");
     return answer == "y" || answer == "yes";
-}
-
-// As early as that can be told: a script is to stop before it does something else.
-void Session::requireAllowed(const Output& output)
-{
-    if (output.isForced)
-    {
-        return;
-    }
-    known.requireUnchanged(output.path);
-    if (!isReadOnly(output.path))
-    {
-        return;
-    }
-    const std::string what = output.path + " is read-only";
-    if (!settings.isInteractive || !agreesTo(what + ". Write it anyway?"))
-    {
-        throw Valdane::VdException(what + (output.verb == "save" ? "; save! writes it anyway" : ""));
-    }
-}
-
-void Session::accept(Output output)
-{
-    if (output.path.empty())
-    {
-        output.path = settings.savePath;
-    }
-    requireAllowed(output);
-    if (settings.isInteractive || settings.keepsGoing)
-    {
-        write(output);
-        return;
-    }
-    std::erase_if(pending, [&](const PendingOutput& earlier) { return earlier.output.path == output.path; });
-    out << "To be saved at the end: " << output.path << '\n';
-    pending.push_back({lineNumber, std::move(output)});
-}
-
-bool Session::writePending()
-{
-    bool allWell = true;
-    for (const auto& [line, output] : pending)
-    {
-        try
-        {
-            // Another process may have been there since the line.
-            requireAllowed(output);
-            write(output);
-        }
-        catch (const std::exception& exception)
-        {
-            report(line, output.verb + ": " + exception.what());
-            allWell = false;
-        }
-    }
-    return allWell;
-}
-
-void Session::write(const Output& output)
-{
-    // It may be written to the same place.
-    out.flush();
-    const auto [whyInPlace, state] = writeFile(output.path, output.bytes);
-    const bool isSave = output.verb.starts_with("save");
-    if (state && (isSave || known.isKnown(output.path)))
-    {
-        known.note(output.path, *state);
-    }
-    if (state && isSave)
-    {
-        ownPath = output.path;
-    }
-    out << "Saved " << output.path << " (" << output.bytes.size() << " bytes"
-        << (whyInPlace.empty() ? "" : ", in place: ") << whyInPlace << ")\n";
 }
 
 void Session::report(std::size_t line, const std::string& what)

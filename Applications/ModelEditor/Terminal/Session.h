@@ -4,8 +4,11 @@
 #include "Applications/ModelEditor/Terminal/Editor.h"
 #include "Applications/ModelEditor/Terminal/KnownFiles.h"
 #include "Applications/ModelEditor/Terminal/LoadedModel.h"
+#include "Applications/ModelEditor/Terminal/OpenFiles.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -17,16 +20,17 @@ namespace ModelEditor
 class LineSource;
 class Pager;
 
-/// Plays the lines of a source on a model, and says where and why one fails.
+/// Plays the lines of a source on models, and says where and why one fails. Each line concerns the current one, until a
+/// line makes another one current.
 ///
-/// Ownership: owns the model; refers to the streams, which must live longer. Thread: the application's main thread
+/// Ownership: owns the models; refers to the streams, which must live longer. Thread: the application's main thread
 /// only.
 class Session : private Background
 {
 public:
     struct Settings
     {
-        std::string savePath;       ///< where `save` without a file writes
+        std::string savePath;       ///< where `save` writes the first model; empty for its own file
         std::string sourceName;     ///< what messages call the source
         bool isInteractive = false; ///< go on after a failure; ask before dropping changes
         bool echoes = false;        ///< print every line before its output
@@ -34,7 +38,8 @@ public:
         Pager* pager = nullptr;     ///< shows what is long to a person who types, if it is there
     };
 
-    Session(LoadedModel edited, Settings chosen, std::ostream& results, std::ostream& errors);
+    /// @param edited  at least one (not checked). The first is current; what is there twice is opened once.
+    Session(std::vector<LoadedModel> edited, Settings chosen, std::ostream& results, std::ostream& errors);
 
     /// Plays all lines up to `quit` or the end.
     ///
@@ -53,6 +58,7 @@ private:
     struct PendingOutput
     {
         std::size_t line;
+        std::uint64_t file; // its number
         Output output;
     };
 
@@ -64,29 +70,38 @@ private:
     Completion complete(std::string_view line) const override;
     void interrupt() override;
 
-    std::unique_ptr<Editor> makeEditor();
+    Editor& getEditor() const;
     bool runLine(const std::string& line);
     void runInterruptibly(const std::string& line);
-    void tryToReload();
+    std::string getLinePrompt() const;
+    void tryToCarryOut(const FileRequest& request);
+    void carryOut(const FileRequest& request);
+    void add(LoadedModel opened, const std::string& savePath);
+    std::unique_ptr<Editor> makeEditor(OpenFile& file, XmlModel& model);
+    void open(const std::string& path);
+    void list();
+    void close();
     void reload();
+    void saveAll();
+    void tellCurrent();
+    std::string getNameForMessages() const;
     bool waitForRun();
     bool finish();
     bool mayEnd();
-    void accept(Output output);
+    void accept(OpenFile& file, Output output);
     void requireAllowed(const Output& output);
+    void requireNoOther(const OpenFile& file, const std::string& path) const;
+    void requireWritten(const std::function<bool(const PendingOutput&)>& concerns) const;
     bool agreesTo(const std::string& question);
     bool writePending();
-    void write(const Output& output);
+    bool write(const Output& output);
     void report(std::size_t line, const std::string& what);
 
     Settings settings;
     std::ostream& out;
     std::ostream& err;
-    LoadedModel loaded;
-    // Of the model in turn.
-    std::unique_ptr<Editor> editor;
-    // The file that was loaded or saved last.
-    std::string ownPath;
+    std::shared_ptr<HistoryActions> actions = std::make_shared<HistoryActions>();
+    OpenFiles files;
     KnownFiles known;
     // Only while run() is running.
     LineSource* lines = nullptr;

@@ -1,4 +1,5 @@
 #include "Applications/ModelEditor/Document/ModelFile.h"
+#include "Applications/ModelEditor/Edits/EditorTexts.h"
 #include "Applications/ModelEditor/Edits/Words.h"
 #include "Applications/ModelEditor/Terminal/ArgumentLines.h"
 #include "Applications/ModelEditor/Terminal/Colour.h"
@@ -22,7 +23,6 @@
 #include <memory>
 #include <mutex>
 #include <ostream>
-#include <ranges>
 #include <sstream>
 #include <string>
 #include <unistd.h>
@@ -66,32 +66,29 @@ void setUpLog(const Options& options)
         });
 }
 
-// What other programs may refuse does not keep anybody from editing the file.
-void warnOf(const ModelEditor::XmlModel& model, const std::string& path, std::ostream& err)
-{
-    constexpr std::size_t most = 10;
-    const auto warnings = model.findWarnings();
-    for (const auto& text : warnings.texts | std::views::take(most))
-    {
-        err << "warning: " << text << '\n';
-    }
-    if (warnings.count > most)
-    {
-        err << "warning: " << path << ": and " << warnings.count - most << " more\n";
-    }
-}
-
 bool isTypedByAPerson(const Options& options)
 {
     return options.commands.empty() && !options.script && isatty(STDIN_FILENO) != 0;
 }
 
-bool play(ModelEditor::LoadedModel model, const Options& options, std::ostream& out, std::ostream& err)
+// What a person who starts needs to know.
+void greet(const std::vector<ModelEditor::LoadedModel>& models, std::ostream& out)
+{
+    for (const auto& [path, model, state, size] : models)
+    {
+        out << path << ": " << ModelEditor::plural(size, "byte") << ", "
+            << ModelEditor::plural(model->getSize(), "element") << '\n';
+    }
+    out << "Type help to see what can be done.\n" << std::flush;
+}
+
+bool play(std::vector<ModelEditor::LoadedModel> models, const Options& options, std::ostream& out,
+          std::ostream& err)
 {
     ModelEditor::Pager pager(std::cout);
     const bool hasCommands = !options.commands.empty();
     const bool readsInput = !hasCommands && (!options.script || options.script == "-");
-    const ModelEditor::Session::Settings settings{.savePath = options.output.value_or(options.model),
+    const ModelEditor::Session::Settings settings{.savePath = options.output.value_or(""),
                                                   .sourceName = hasCommands  ? "-e"
                                                                 : readsInput ? "<stdin>"
                                                                              : *options.script,
@@ -108,6 +105,7 @@ bool play(ModelEditor::LoadedModel model, const Options& options, std::ostream& 
     }
     else if (settings.isInteractive)
     {
+        greet(models, out);
         lines = std::make_unique<ModelEditor::TerminalLines>(
             ModelEditor::LineHistory(ModelEditor::LineHistory::findPath()));
     }
@@ -116,7 +114,7 @@ bool play(ModelEditor::LoadedModel model, const Options& options, std::ostream& 
         std::istream& stream = readsInput ? std::cin : script;
         lines = std::make_unique<ModelEditor::StreamLines>(stream);
     }
-    return ModelEditor::Session(std::move(model), settings, out, err).run(*lines);
+    return ModelEditor::Session(std::move(models), settings, out, err).run(*lines);
 }
 
 int run(const Options& options, std::ostream& out, std::ostream& err)
@@ -132,12 +130,17 @@ int run(const Options& options, std::ostream& out, std::ostream& err)
     else
     {
         setUpLog(options);
-        auto model = ModelEditor::loadModel(options.model);
-        model.model->setPrefixes(options.namespaces);
-        warnOf(*model.model, options.model, err);
-        ModelEditor::removeTemporaries(options.model);
-        ModelEditor::removeTemporaries(options.output.value_or(options.model));
-        if (!play(std::move(model), options, out, err))
+        std::vector<ModelEditor::LoadedModel> models;
+        for (const auto& path : options.models)
+        {
+            models.push_back(ModelEditor::openModel(path, err));
+            models.back().model->setPrefixes(options.namespaces);
+        }
+        if (options.output)
+        {
+            ModelEditor::removeTemporaries(*options.output);
+        }
+        if (!play(std::move(models), options, out, err))
         {
             return failure;
         }

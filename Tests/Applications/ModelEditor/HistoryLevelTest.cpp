@@ -21,6 +21,7 @@
 namespace
 {
 
+using ModelEditor::HistoryActions;
 using ModelEditor::HistoryLevel;
 using ModelEditor::ModelModules;
 using ModelEditor::XmlModel;
@@ -80,11 +81,13 @@ protected:
 
     std::uint64_t undo(std::uint64_t most)
     {
+        level.activate();
         return level.undo(most, [this](const std::string& step) { steps.push_back(step); });
     }
 
     std::uint64_t redo(std::uint64_t most)
     {
+        level.activate();
         return level.redo(most, [this](const std::string& step) { steps.push_back(step); });
     }
 
@@ -133,8 +136,9 @@ protected:
     XmlModel model{"<r><a/><b/></r>", "m"};
     std::shared_ptr<ModelModules> modules = std::make_shared<ModelModules>(model.getRoot());
     std::vector<std::string> steps;
-    HistoryLevel level{HistoryLevel::Kind::Model, "", modules};
-    HistoryLevel group{HistoryLevel::Kind::Group, "g", modules};
+    std::shared_ptr<HistoryActions> actions = std::make_shared<HistoryActions>();
+    HistoryLevel level{HistoryLevel::Kind::Model, "", modules, actions};
+    HistoryLevel group{HistoryLevel::Kind::Group, "g", modules, actions};
     std::shared_ptr<Touch> a = makeTouch("a");
     std::shared_ptr<Touch> b = makeTouch("b");
 };
@@ -218,6 +222,7 @@ TEST_F(HistoryLevelTest, WithNothingDoneItBecomesNoStep)
     level.execute(b, "");
     undo(1);
     group.execute(a, "");
+    group.activate();
     group.undo(1, [](const std::string&) {});
     group.becomeStepOf(level, "nothing", "");
     EXPECT_THAT(getDone(), IsEmpty());

@@ -1,7 +1,9 @@
 #include "Applications/ModelEditor/Terminal/Options.h"
 
 #include "Platform/ExceptionHandling/VdException.h"
+#include "Tests/Support/ElementsAre.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -11,12 +13,13 @@ namespace
 {
 
 using ModelEditor::Options;
+using ValdaneTests::ElementsAre;
 
 TEST(Options, AreReadInEveryOrder)
 {
     const auto options =
         Options::parse({"--keep-going", "--script", "s", "model", "--output=o=1", "--log-level", "trace"});
-    EXPECT_EQ(options.model, "model");
+    EXPECT_THAT(options.models, ElementsAre("model"));
     EXPECT_EQ(options.script, "s");
     EXPECT_EQ(options.output, "o=1");
     EXPECT_EQ(options.logLevel, "trace");
@@ -27,17 +30,23 @@ TEST(Options, AreReadInEveryOrder)
 TEST(Options, OnlyTheModelIsNeeded)
 {
     const auto options = Options::parse({"m"});
-    EXPECT_EQ(options.model, "m");
+    EXPECT_THAT(options.models, ElementsAre("m"));
     EXPECT_FALSE(options.script);
     EXPECT_FALSE(options.output);
     EXPECT_FALSE(options.logLevel);
     EXPECT_FALSE(options.keepsGoing);
 }
 
-TEST(Options, BehindTwoDashesComesTheModelWhateverItsName)
+TEST(Options, BehindTwoDashesComeModelsWhateverTheirNames)
 {
-    EXPECT_EQ(Options::parse({"--", "--help"}).model, "--help");
-    EXPECT_EQ(Options::parse({"-"}).model, "-");
+    EXPECT_THAT(Options::parse({"--", "--help", "-x"}).models, ElementsAre("--help", "-x"));
+    EXPECT_THAT(Options::parse({"-"}).models, ElementsAre("-"));
+}
+
+TEST(Options, ThereMayBeSeveralModelsButNotOneOutputForThem)
+{
+    EXPECT_THAT(Options::parse({"b", "--keep-going", "a", "c"}).models, ElementsAre("b", "a", "c"));
+    EXPECT_THROW(Options::parse({"a", "--output", "o", "b"}), Valdane::VdException);
 }
 
 TEST(Options, HelpAndVersionNeedNoModel)
@@ -51,7 +60,7 @@ TEST(Options, CommandsKeepTheirOrder)
 {
     const auto options = Options::parse({"-e", "set /a/@b -e", "m", "-e", "save"});
     EXPECT_EQ(options.commands, (std::vector<std::string>{"set /a/@b -e", "save"}));
-    EXPECT_EQ(options.model, "m");
+    EXPECT_THAT(options.models, ElementsAre("m"));
 }
 
 TEST(Options, NamespacesAreKeptByTheirPrefixes)
@@ -64,7 +73,6 @@ TEST(Options, WhatIsWrongIsRefused)
 {
     const std::vector<std::vector<std::string>> wrong{
         {},
-        {"a", "b"},
         {"m", "--nope"},
         {"m", "--script"},
         {"m", "--output="},

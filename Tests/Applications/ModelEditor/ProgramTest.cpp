@@ -59,7 +59,7 @@ TEST_F(Program, HelpAndVersionGoToStandardOutput)
 TEST_F(Program, AWrongCommandLineEndsWithTwo)
 {
     for (const std::vector<std::string>& arguments : {std::vector<std::string>{},
-                                                      {"m.xml", "n.xml"},
+                                                      {"m.xml", "n.xml", "--output", "o.xml"},
                                                       {"m.xml", "--nope"},
                                                       {"m.xml", "--log-level", "debug"}})
     {
@@ -441,6 +441,48 @@ TEST_F(Program, AScriptIsWarnedOfUnsavedModules)
     EXPECT_EQ(run({"m.xml"}, "set //b/@y 3\nundo\n").err, "");
     EXPECT_EQ(run({"m.xml"}, "set //b/@y 3\nexport e.xml\n").err, "<stdin>: warning: not saved: /a/b\n");
     EXPECT_EQ(directory.read("e.xml"), "<a x='1'>\n<b y='3'/></a>\n");
+}
+
+TEST_F(Program, SeveralModelsAreEditedAndSaved)
+{
+    directory.write("n.xml", "<c z='1'/>\n");
+    directory.write(".m.xml.model-editor-999999999-0", "");
+    directory.write(".n.xml.model-editor-999999999-0", "");
+    const auto result =
+        run({"m.xml", "./m.xml", "n.xml"}, "set /a/@x 2\nuse 2\nset /c/@z 2\nundo\nfiles\nuse 1\nsave\n");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_THAT(result.out, HasSubstr("Undone: Set z of c to 2\n  /c/@z: 2 -> 1\n"
+                                      "  1 m.xml *\n> 2 n.xml\n2 files\nFile 1: m.xml\n"));
+    EXPECT_THAT(directory.read("m.xml"), StartsWith("<a x='2'>"));
+    EXPECT_THAT(directory.list(), ElementsAre("m.xml", "n.xml"));
+}
+
+TEST_F(Program, AScriptRemovesWhatIsLeftBesideAFileThatItOpens)
+{
+    directory.write("n.xml", "<c z='1'/>\n");
+    directory.write(".n.xml.model-editor-999999999-0", "");
+    EXPECT_EQ(run({"m.xml"}, "open n.xml\n").status, 0);
+    EXPECT_THAT(directory.list(), ElementsAre("m.xml", "n.xml"));
+}
+
+TEST_F(Program, PrefixesOfTheCommandLineConcernAllFilesAlsoAfterAReload)
+{
+    directory.write("n.xml", "<c xmlns='urn:x'/>\n");
+    directory.write("o.xml", "<d xmlns='urn:x'/>\n");
+    const auto result = run({"m.xml", "n.xml", "--namespace", "p=urn:x"},
+                            "use 2\nfind //p:c\nreload\nfind //p:c\nopen o.xml\nfind //p:d\n");
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out, "File 2: n.xml\n/c\n1 node\nLoaded n.xml; the history is empty\n/c\n1 node\n"
+                          "File 3: o.xml\n/d\n1 node\n");
+}
+
+TEST_F(Program, WithOneModelThatCannotBeReadNothingIsDone)
+{
+    const auto result = run({"m.xml", "absent.xml"}, "set /a/@x 2\nsave\n");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "model-editor: absent.xml: No such file or directory\n");
+    EXPECT_EQ(directory.read("m.xml"), twoValues);
 }
 
 TEST_F(Program, TheWarningNamesFiveModulesAtMost)

@@ -1,104 +1,19 @@
-#include "Applications/ModelEditor/Terminal/Session.h"
-
-#include "Applications/ModelEditor/Terminal/LineSource.h"
-#include "Tests/Applications/ModelEditor/TestFiles.h"
+#include "Tests/Applications/ModelEditor/SessionFixture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <filesystem>
-#include <functional>
-#include <optional>
-#include <sstream>
 #include <string>
-#include <utility>
-#include <variant>
-#include <vector>
 
 namespace
 {
 
 namespace fs = std::filesystem;
-using ModelEditor::Session;
 using testing::EndsWith;
 using testing::HasSubstr;
 
-// A line, or what another process does before the next one.
-using Step = std::variant<std::string, std::function<void()>>;
-
-class Steps : public ModelEditor::LineSource
-{
-public:
-    explicit Steps(std::vector<Step> given) : steps(std::move(given)) {}
-
-    std::optional<std::string> next(const std::string& /*prompt*/) override
-    {
-        while (position < steps.size())
-        {
-            const Step& step = steps[position++];
-            if (const auto* const line = std::get_if<std::string>(&step))
-            {
-                return *line;
-            }
-            std::get<std::function<void()>>(step)();
-        }
-        return {};
-    }
-
-private:
-    std::vector<Step> steps;
-    std::size_t position = 0;
-};
-
-class SessionTest : public testing::Test
-{
-protected:
-    bool play(std::vector<Step> steps, const Session::Settings& settings)
-    {
-        out.str("");
-        err.str("");
-        Steps source(std::move(steps));
-        return Session(ModelEditor::loadModel(path), settings, out, err).run(source);
-    }
-
-    bool playScript(std::vector<Step> steps)
-    {
-        return play(std::move(steps), {.savePath = path, .sourceName = "s"});
-    }
-
-    void type(std::vector<Step> steps)
-    {
-        steps.emplace_back("quit");
-        steps.emplace_back("y");
-        play(std::move(steps), {.savePath = path, .sourceName = "s", .isInteractive = true});
-    }
-
-    std::function<void()> writing(const std::string& name, const std::string& bytes) const
-    {
-        return [this, name, bytes]
-        {
-            directory.write(name, bytes);
-        };
-    }
-
-    std::function<void()> removing(const std::string& name) const
-    {
-        return [this, name]
-        {
-            fs::remove(directory.getPath() / name);
-        };
-    }
-
-    const std::string original = "<a x='1'/>\n";
-    const std::string changed = "<a x='100' y=''/>\n";
-    const std::string refusal = " by another process since it was loaded or saved; save! overwrites it\n";
-    TestDirectory directory;
-    const std::string path = directory.write("m.xml", original);
-    const std::string other = (directory.getPath() / "o.xml").string();
-    std::ostringstream out;
-    std::ostringstream err;
-};
+using SessionTest = SessionFixture;
 
 TEST_F(SessionTest, AFileThatAnotherProcessHasChangedIsNotOverwritten)
 {

@@ -44,6 +44,13 @@ TEST_F(TerminalTest, PromptsRunsLinesAndSavesAtOnce)
     EXPECT_EQ(status, 0);
 }
 
+TEST_F(TerminalTest, GreetsWithTheFileAndItsSize)
+{
+    Terminal terminal(directory, "m.xml");
+    EXPECT_THAT(terminal.waitFor(prompt),
+                HasSubstr("m.xml: 10 bytes, 1 element\r\nType help to see what can be done.\r\n"));
+}
+
 TEST_F(TerminalTest, LinesAreEditedAndComeBackFromTheHistory)
 {
     Terminal terminal(directory, "m.xml");
@@ -234,6 +241,34 @@ TEST_F(TerminalTest, TheInterruptKeyEmptiesTheLineAlsoWhenItComesAlone)
     EXPECT_EQ(status, 0);
 }
 
+TEST_F(TerminalTest, ThePromptTellsWhichOfSeveralFilesIsCurrent)
+{
+    directory.write("n.xml", "<b/>");
+    Terminal terminal(directory, "m.xml");
+    terminal.waitFor(prompt);
+    terminal.type("open n.xml\n");
+    EXPECT_THAT(terminal.waitFor("2:n.xml> "), HasSubstr("File 2: n.xml"));
+    terminal.type("open absent.xml\n");
+    EXPECT_THAT(terminal.waitFor("2:n.xml> "), HasSubstr("open: absent.xml: No such file or directory"));
+    terminal.type("use m.xml\n");
+    terminal.waitFor("1:m.xml> ");
+    terminal.type("set /a/@x 2\n");
+    terminal.waitFor("1:m.xml> ");
+    terminal.type("use 2\n");
+    terminal.waitFor("2:n.xml> ");
+    terminal.type("\x04");
+    EXPECT_THAT(terminal.waitFor(question), HasSubstr("Not saved: m.xml: /a"));
+    terminal.type("\x04");
+    terminal.waitFor("2:n.xml> ");
+    terminal.type("close\n");
+    terminal.waitFor(prompt);
+    terminal.type("quit\n");
+    terminal.waitFor(question);
+    terminal.type("y\n");
+    terminal.waitForEnd(status);
+    EXPECT_EQ(status, 0);
+}
+
 // So long a run that whoever sees it begin can stop it.
 class LongRun : public TerminalTest
 {
@@ -262,6 +297,9 @@ TEST_F(LongRun, LinesCanBeTypedWhileARunIsUnderWay)
     EXPECT_THAT(terminal.waitFor("(20000 values) by 2, "), HasSubstr("status"));
     terminal.type("save\n");
     terminal.waitFor("save: not while Scale //@x (20000 values) by 2 is under way");
+    terminal.waitFor("> ");
+    terminal.type("open s\n");
+    terminal.waitFor("open: not while Scale //@x (20000 values) by 2 is under way");
     terminal.waitFor("> ");
     terminal.type("abort\n");
     terminal.waitFor("scale: aborted; nothing has changed");
