@@ -37,7 +37,7 @@ XmlObject* ObjectsByNode::find(pugi::xml_node element) const
     return found == objects.end() ? nullptr : found->second;
 }
 
-// Twice what is there at least: the table is made anew whenever it is asked for another size. A table that has never had
+// Twice what is there at least: the table is built again whenever it is asked for another size. A table that has never had
 // an entry has one place, but no memory for it.
 void ObjectsByNode::makeRoomFor(std::size_t count)
 {

@@ -10,7 +10,7 @@ namespace ModelEditor
 
 class WakeUp;
 
-/// What a line that is being typed is for: work that goes on meanwhile, and words that complete it.
+/// What a line that is being typed is for: work that runs meanwhile, and words that complete it.
 ///
 /// Thread: the main thread only.
 class Background
