@@ -19,14 +19,18 @@ function(valdane_private_flags target)
             "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
 endfunction()
 
-# valdane_add_library(<Name> DESCRIPTION ... HEADERS ... [SOURCES ...] [DEPENDS ...] [PRIVATE_DEPENDS ...])
+# valdane_add_library(<Name> DESCRIPTION ... HEADERS ... [FAMILY ...] [SOURCES ...] [DEPENDS ...] [PRIVATE_DEPENDS ...])
 #
-# Makes libVLDService_<Name>.so (header-only without SOURCES) with the alias Valdane::<Name>. HEADERS are the public
+# Makes libVLD<Family>_<Name>.so (header-only without SOURCES) with the alias Valdane::<Name>. FAMILY is "Service", unless it is
+# given. HEADERS are the public
 # headers, installed under include/valdane/ with their path below the project. DESCRIPTION is for pkg-config. A library with
 # sources gets "<Folder>/<Name>Export.h" with the macros VALDANE_<NAME>_EXPORT and VALDANE_<NAME>_TEMPLATE_EXPORT.
 function(valdane_add_library name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "DESCRIPTION" "HEADERS;SOURCES;DEPENDS;PRIVATE_DEPENDS")
-  set(target VLDService_${name})
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "DESCRIPTION;FAMILY" "HEADERS;SOURCES;DEPENDS;PRIVATE_DEPENDS")
+  if(NOT arg_FAMILY)
+    set(arg_FAMILY Service)
+  endif()
+  set(target VLD${arg_FAMILY}_${name})
   file(RELATIVE_PATH folder "${PROJECT_SOURCE_DIR}" "${CMAKE_CURRENT_SOURCE_DIR}")
   set(generated "${PROJECT_BINARY_DIR}/generated")
 
