@@ -16,10 +16,12 @@ foreach(library ${libraries})
   foreach(header ${headers})
     string(APPEND reference_input " \\\n    \"${header}\"")
   endforeach()
-  string(REPLACE VLDService_ "" name ${library})
+  string(REGEX REPLACE "^VLD[A-Za-z]+_" "" name ${library})
   string(TOUPPER ${name} name)
   string(APPEND reference_macros " VALDANE_${name}_EXPORT= VALDANE_${name}_NO_EXPORT=")
 endforeach()
+# A property is documented where its functions are.
+string(APPEND reference_macros " \"Q_PROPERTY(text)=\"")
 configure_file(Doxyfile.in "${PROJECT_BINARY_DIR}/Doxyfile" @ONLY)
 
 add_custom_target(

@@ -1,0 +1,70 @@
+#include "Toolkit/Qt/QtCommand.h"
+
+#include "Platform/ExceptionHandling/VdException.h"
+
+#include <QUndoCommand>
+#include <utility>
+
+namespace Valdane
+{
+
+QtCommand::QtCommand(std::unique_ptr<QUndoCommand> wrapped) : command(std::move(wrapped))
+{
+    if (command == nullptr)
+    {
+        throw VdException("QtCommand: there is no command");
+    }
+}
+
+QtCommand::~QtCommand() = default;
+
+void QtCommand::execute()
+{
+    if (command != nullptr)
+    {
+        command->redo();
+    }
+}
+
+void QtCommand::undo()
+{
+    if (command != nullptr)
+    {
+        command->undo();
+    }
+}
+
+const std::string& QtCommand::getDescription() const
+{
+    const std::string& own = CommandBase::getDescription();
+    if (!own.empty() || command == nullptr)
+    {
+        return own;
+    }
+    // The command may have another text each time.
+    text = command->text().toStdString();
+    return text;
+}
+
+bool QtCommand::mergeWith(const CommandBase& next)
+{
+    const auto* other = dynamic_cast<const QtCommand*>(&next);
+    if (command == nullptr || other == nullptr || other->command == nullptr)
+    {
+        return false;
+    }
+    const int id = command->id();
+    return id != -1 && id == other->command->id() && command->mergeWith(other->command.get());
+}
+
+QUndoCommand* QtCommand::get() const
+{
+    return command.get();
+}
+
+void QtCommand::release()
+{
+    command.reset();
+}
+
+} // namespace Valdane
