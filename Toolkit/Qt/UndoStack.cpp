@@ -235,12 +235,13 @@ void UndoStack::beginMacro(const QString& text)
     {
         commands.forgetRedoCommands();
     }
-    else
+    // It is refused while a threaded command is running; then no macro is open.
+    commands.beginGroup(text.toStdString());
+    if (!macros.empty())
     {
         macros.back().emplace_back();
     }
     macros.emplace_back();
-    commands.beginGroup(text.toStdString());
     if (macros.size() == 1)
     {
         Q_EMIT canUndoChanged(false);

@@ -7,9 +7,7 @@
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <algorithm>
-#include <exception>
 #include <filesystem>
-#include <map>
 #include <optional>
 #include <set>
 #include <system_error>

@@ -86,7 +86,10 @@ void LineHistory::add(std::string_view line) const
         {
             fail(path, errno);
         }
-        file.write(kept);
+        if (const int why = file.write(kept); why != 0)
+        {
+            fail(path, why);
+        }
     }
     if (const int why = file.write(std::string(line) + '\n'); why != 0)
     {
