@@ -109,20 +109,23 @@ void Annotations::set(std::shared_ptr<DynamicAttributeCollection> attributes)
 bool Annotations::isCollected(std::string_view attributeName) const
 {
     return isAnnotationName(attributeName) ||
-           (isAttributeName(attributeName) && (!isOfFile(attributeName) || isTaken(attributeName)));
-}
-
-bool Annotations::isTaken(std::string_view attributeName) const
-{
-    return std::ranges::any_of(originals, [attributeName](const Original& original)
-                               { return original.place.name == attributeName; });
+           (isAttributeName(attributeName) && (!isOfFile(attributeName) || taken.contains(attributeName)));
 }
 
 void Annotations::take(const std::string& name, const std::string& original)
 {
     const auto& place = *tag.find(name);
     auto nothing = SourceText::prepare(place.whole, "");
-    originals.push_back({place, original});
+    const auto entry = taken.insert(place.name).first;
+    try
+    {
+        originals.push_back({place, original});
+    }
+    catch (...)
+    {
+        taken.erase(entry);
+        throw;
+    }
     // From here on nothing fails.
     remove(element.attribute(name.c_str()));
     source.restore(place.value);
@@ -152,6 +155,7 @@ void Annotations::putBack(const std::string& name, XmlValue& value, const std::s
         element.remove_attribute(made);
         throw;
     }
+    taken.erase(name);
     std::erase_if(originals, [&name](const Original& original) { return original.place.name == name; });
 }
 

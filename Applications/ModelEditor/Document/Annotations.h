@@ -77,7 +77,6 @@ private:
 
     /// Whether an attribute of that name is in the collection if the element has it.
     bool isCollected(std::string_view attributeName) const;
-    bool isTaken(std::string_view attributeName) const;
     void requireWritable(const Valdane::DynamicAttributeCollection& attributes) const;
     using Attributes = std::shared_ptr<Valdane::DynamicAttributeCollection>;
 
@@ -100,6 +99,7 @@ private:
     pugi::xml_node element;
     StartTag tag;
     std::unordered_set<std::string_view> fileNames;
+    std::unordered_set<std::string_view> taken;
     // Of the annotations of the file, and of all that was taken away.
     std::vector<Original> originals;
     std::shared_ptr<Valdane::DynamicAttributeCollection> collection;

@@ -4,6 +4,9 @@
 #include "Applications/ModelEditor/Document/StartTag.h"
 
 #include <algorithm>
+#include <iterator>
+#include <numeric>
+#include <ranges>
 
 namespace ModelEditor
 {
@@ -93,6 +96,44 @@ struct Open
 };
 
 } // namespace
+
+std::size_t countOf(const ChunkRanges& ranges) noexcept
+{
+    return std::accumulate(ranges.begin(), ranges.end(), std::size_t{0},
+                           [](std::size_t sum, const ChunkRange& range) { return sum + range.count; });
+}
+
+void mergeIn(std::vector<Chunk>& all, const ChunkRanges& ranges, std::vector<Chunk> added) noexcept
+{
+    auto from = all.end() - all.begin();
+    all.resize(all.size() + added.size());
+    auto to = all.end();
+    auto next = added.end();
+    for (const auto& range : ranges | std::views::reverse)
+    {
+        const auto count = static_cast<std::ptrdiff_t>(range.count);
+        const auto behind = to - all.begin() - static_cast<std::ptrdiff_t>(range.index) - count;
+        to = std::move_backward(all.begin() + from - behind, all.begin() + from, to);
+        from -= behind;
+        to = std::move_backward(next - count, next, to);
+        next -= count;
+    }
+}
+
+void eraseFrom(std::vector<Chunk>& all, const ChunkRanges& ranges) noexcept
+{
+    auto to = all.end();
+    for (auto range = ranges.begin(); range != ranges.end(); ++range)
+    {
+        const auto first = all.begin() + static_cast<std::ptrdiff_t>(range->index);
+        const auto next = std::next(range);
+        const auto end =
+            next == ranges.end() ? all.end() : all.begin() + static_cast<std::ptrdiff_t>(next->index);
+        to = std::move(first + static_cast<std::ptrdiff_t>(range->count), end,
+                       range == ranges.begin() ? first : to);
+    }
+    all.erase(to, all.end());
+}
 
 // Nothing but a text starts with `>` or `]`, and no markup before it ends with `]`. A line end `\r\n` is never cut.
 void appendMarkup(std::string& all, std::string_view markup)

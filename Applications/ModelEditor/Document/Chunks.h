@@ -29,6 +29,25 @@ struct Chunks
     std::string tail{};       ///< white space behind the last child
 };
 
+/// Chunks of an element that follow each other.
+struct ChunkRange
+{
+    std::size_t index; ///< of the first
+    std::size_t count;
+};
+
+/// From front to back, without overlap. The numbers are those that the chunks have while all of them are in the element.
+using ChunkRanges = std::vector<ChunkRange>;
+
+/// How many chunks they are.
+std::size_t countOf(const ChunkRanges& ranges) noexcept;
+
+/// Puts @p added to their places among @p all, which has room for them (not checked).
+void mergeIn(std::vector<Chunk>& all, const ChunkRanges& ranges, std::vector<Chunk> added) noexcept;
+
+/// Takes those of @p ranges out of @p all.
+void eraseFrom(std::vector<Chunk>& all, const ChunkRanges& ranges) noexcept;
+
 /// Appends @p markup to @p all, which ends with a whole node.
 ///
 /// Texts that have come to stand side by side become one for whoever reads the file. It gets no `]]>`, which no text may

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -56,9 +57,20 @@ using Locations = std::unordered_map<const void*, Location>;
 /// What a place is told for: the name of an element or instruction, the value of another node.
 const char* nameOrValue(pugi::xml_node node);
 
+/// Markup that is to become children of an element.
+struct NewChildren
+{
+    std::size_t index; ///< before which of the chunks that the element has
+    std::string markup;
+    std::optional<std::string>
+        layout{};       ///< white space before each node instead of what the markup has there
+    std::string tail{}; ///< white space behind them if there are no other children
+};
+
 /// Children of an element that are not in a document just now, but can be put into it.
 struct Cutting
 {
+    ChunkRanges ranges{}; ///< where they belong
     std::vector<Chunk> chunks{};
     std::unique_ptr<pugi::xml_document> nodes{}; ///< a child for each of the chunks
     Locations places{};                          ///< of these nodes and of those below, with their attributes
@@ -69,6 +81,31 @@ struct Cutting
 ///
 /// @throws std::bad_alloc, @p to then having a part of it.
 void copyTree(pugi::xml_node from, pugi::xml_node to, Copies& copies);
+
+/// Calls @p act for @p top and all below it, in the order of the document. Uses no stack that grows with the depth.
+template <typename Act>
+void forTree(pugi::xml_node top, const Act& act)
+{
+    auto node = top;
+    while (true)
+    {
+        act(node);
+        if (const auto child = node.first_child())
+        {
+            node = child;
+            continue;
+        }
+        while (node != top && !node.next_sibling())
+        {
+            node = node.parent();
+        }
+        if (node == top)
+        {
+            return;
+        }
+        node = node.next_sibling();
+    }
+}
 
 /// Removes @p node with all below it. Uses no stack that grows with the depth.
 void removeTree(pugi::xml_node node) noexcept;

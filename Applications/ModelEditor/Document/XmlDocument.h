@@ -93,35 +93,35 @@ public:
     /// Which of the chunks of its parent @p node is; the number of them if it is none. Cost: linear in that number.
     std::size_t indexOf(pugi::xml_node node);
 
-    /// The node of the chunk @p index of @p parent.
-    pugi::xml_node getNode(pugi::xml_node parent, std::size_t index);
+    /// The nodes of all chunks of @p parent. Cost: linear in their number.
+    std::vector<pugi::xml_node> getNodes(pugi::xml_node parent);
 
     /// What is saved of @p chunk, without its layout.
     std::string getMarkup(const Chunk& chunk) const;
 
-    /// The nodes of @p markup, to be put into the document. Its text is kept as long as the document lives.
+    /// The nodes of the markup of all @p children, to be put into the document. Their texts are kept as long as the
+    /// document lives.
     ///
-    /// @param markup  part of a well-formed document, with a node (not checked).
-    /// @param layout  white space that stands before each node, instead of what @p markup has there; nothing to keep
-    ///                that.
+    /// @param children  from front to back. The markup of each is part of a well-formed document, with a node (not
+    ///                  checked).
     /// @throws VdException if the encoding of the file lacks a character; std::bad_alloc.
-    Cutting parse(const std::string& markup, const std::optional<std::string>& layout);
+    Cutting parse(const std::vector<NewChildren>& children);
 
-    /// Copies @p count chunks of @p parent from @p index on.
+    /// Copies chunks of @p parent. Cost: linear in their size, and in the number of chunks of @p parent.
     ///
     /// @param copies  gets the nodes of the document and the copies. @throws std::bad_alloc
-    Cutting copy(pugi::xml_node parent, std::size_t index, std::size_t count, Copies& copies);
+    Cutting copy(pugi::xml_node parent, const ChunkRanges& ranges, Copies& copies);
 
-    /// Puts a copy of @p cutting into @p parent, as its chunks from @p index on.
+    /// Puts a copy of @p cutting into @p parent, which has the chunks around its places (not checked). Cost: as copy().
     ///
     /// @return the nodes of the cutting and their copies.
     /// @throws std::bad_alloc. Nothing has changed then.
-    Copies insert(pugi::xml_node parent, std::size_t index, const Cutting& cutting);
+    Copies insert(pugi::xml_node parent, const Cutting& cutting);
 
-    /// Removes @p count chunks of @p parent from @p index on, and with the last one the layout behind it.
+    /// Removes chunks of @p parent, and with the last one the layout behind it. Cost: as copy().
     ///
     /// @pre getChunks() was called for @p parent (not checked).
-    void remove(pugi::xml_node parent, std::size_t index, std::size_t count) noexcept;
+    void remove(pugi::xml_node parent, const ChunkRanges& ranges) noexcept;
 
     /// Parses @p markup and appends its nodes to the root element, before the layout at its end.
     ///
@@ -191,8 +191,9 @@ private:
     void findPlaces(pugi::xml_node original, const NodeMap& copies, Locations& places);
     void forgetPlaces(pugi::xml_node node) noexcept;
     void removeNodes(pugi::xml_node first, pugi::xml_node end) noexcept;
+    void removeNode(pugi::xml_node node) noexcept;
+    void parse(const NewChildren& added, Cutting& cutting);
     Chunks& chunksOf(pugi::xml_node element);
-    pugi::xml_node firstNodeOf(pugi::xml_node parent, const Chunks& chunks, std::size_t index) const;
 
     std::string name;
     Encoding encoding;

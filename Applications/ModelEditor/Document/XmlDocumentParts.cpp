@@ -70,13 +70,45 @@ pugi::xml_node insertBefore(pugi::xml_node parent, pugi::xml_node behind, pugi::
     return behind ? parent.insert_child_before(type, behind) : parent.append_child(type);
 }
 
-void insertLayout(pugi::xml_node parent, pugi::xml_node behind, const std::string& layout)
+// Adds the node to those that were made, which have room for it.
+void insertLayout(pugi::xml_node parent, pugi::xml_node behind, const std::string& layout,
+                  std::vector<pugi::xml_node>& made)
 {
     if (!layout.empty())
     {
-        auto node = insertBefore(parent, behind, pugi::node_pcdata);
-        requireDone(!node.empty() && node.set_value(withPlainLineEnds(layout).c_str()));
+        made.push_back(insertBefore(parent, behind, pugi::node_pcdata));
+        requireDone(!made.back().empty() && made.back().set_value(withPlainLineEnds(layout).c_str()));
     }
+}
+
+// The node of the chunk whose layout, if it has some, is the node `first`.
+pugi::xml_node nodeOf(const Chunk& chunk, pugi::xml_node first)
+{
+    return chunk.layout.empty() ? first : first.next_sibling();
+}
+
+// `first` is the first node of the chunk `from`; returns that of the chunk `to`. That is the layout at the end, or nothing,
+// if there is no such chunk.
+pugi::xml_node skip(pugi::xml_node first, const Chunks& chunks, std::size_t from, std::size_t to)
+{
+    for (; from < to; ++from)
+    {
+        first = nodeOf(chunks.all[from], first).next_sibling();
+    }
+    return first;
+}
+
+// The nodes of markup that is part of a document.
+pugi::xml_node parseInto(pugi::xml_document& nodes, const std::string& markup, const std::string& name)
+{
+    // In an element: at the start of a document the parser drops a byte order mark.
+    const auto wrapped = "<x>" + markup + "</x>";
+    const auto result = nodes.load_buffer(wrapped.data(), wrapped.size(), parseFlags, pugi::encoding_utf8);
+    if (!result)
+    {
+        failToParse(result, name);
+    }
+    return nodes.first_child();
 }
 
 std::string_view trimmedAtEnd(std::string_view markup)
@@ -108,7 +140,9 @@ void XmlDocument::append(const std::string& markup)
         chunks.all.reserve(chunks.all.size() + added.all.size());
         const auto layoutAtEnd = chunks.tail.empty() ? pugi::xml_node() : last;
         segment.parsed = textFrom(last ? last.next_sibling() : root.first_child());
-        insertLayout(root, {}, tail);
+        std::vector<pugi::xml_node> made;
+        made.reserve(1);
+        insertLayout(root, {}, tail, made);
         root.append_move(layoutAtEnd);
         chunks.all.insert(chunks.all.end(), added.all.begin(), added.all.end());
         segment.hasTail = !tail.empty();
@@ -131,7 +165,7 @@ pugi::xml_node XmlDocument::getLastAppended() noexcept
     const auto root = getRootElement();
     const auto& chunks = chunksOf(root);
     const auto first = std::ranges::find(chunks.all, &segments.back().source, &Chunk::source);
-    return firstNodeOf(root, chunks, static_cast<std::size_t>(first - chunks.all.begin()));
+    return skip(root.first_child(), chunks, 0, static_cast<std::size_t>(first - chunks.all.begin()));
 }
 
 std::string XmlDocument::removeLast() noexcept
@@ -170,7 +204,7 @@ std::size_t XmlDocument::indexOf(pugi::xml_node node)
     std::size_t index = 0;
     for (; index < chunks.size(); ++index)
     {
-        child = chunks[index].layout.empty() ? child : child.next_sibling();
+        child = nodeOf(chunks[index], child);
         if (child == node)
         {
             break;
@@ -180,11 +214,16 @@ std::size_t XmlDocument::indexOf(pugi::xml_node node)
     return index;
 }
 
-pugi::xml_node XmlDocument::getNode(pugi::xml_node parent, std::size_t index)
+std::vector<pugi::xml_node> XmlDocument::getNodes(pugi::xml_node parent)
 {
-    const auto& chunks = chunksOf(parent);
-    const auto node = firstNodeOf(parent, chunks, index);
-    return chunks.all[index].layout.empty() ? node : node.next_sibling();
+    std::vector<pugi::xml_node> nodes;
+    auto first = parent.first_child();
+    for (const auto& chunk : chunksOf(parent).all)
+    {
+        nodes.push_back(nodeOf(chunk, first));
+        first = nodes.back().next_sibling();
+    }
+    return nodes;
 }
 
 std::string XmlDocument::getMarkup(const Chunk& chunk) const
@@ -192,139 +231,150 @@ std::string XmlDocument::getMarkup(const Chunk& chunk) const
     return chunkTable.getCurrent(*chunk.source, chunk.node);
 }
 
-Cutting XmlDocument::parse(const std::string& markup, const std::optional<std::string>& layout)
+Cutting XmlDocument::parse(const std::vector<NewChildren>& children)
 {
-    encoding.requireAll(markup, "the markup");
     Cutting cutting{.nodes = std::make_unique<pugi::xml_document>()};
-    auto& text = inserted.emplace_back(markup);
+    const auto keptBefore = inserted.size();
     try
     {
-        // In an element: at the start of a document the parser drops a byte order mark.
-        const auto wrapped = "<x>" + markup + "</x>";
-        const auto result =
-            cutting.nodes->load_buffer(wrapped.data(), wrapped.size(), parseFlags, pugi::encoding_utf8);
-        if (!result)
+        for (const auto& added : children)
         {
-            failToParse(result, name);
+            const auto before = cutting.chunks.size();
+            parse(added, cutting);
+            cutting.ranges.push_back(
+                {.index = added.index + before, .count = cutting.chunks.size() - before});
         }
-        auto holder = cutting.nodes->first_child();
-        const char* const start = textFrom(holder.first_child());
-        while (const auto child = holder.first_child())
-        {
-            requireDone(!cutting.nodes->append_move(child).empty());
-        }
-        cutting.nodes->remove_child(holder);
-        const auto locateIn = [&](const void* identity, const char* place)
-        {
-            cutting.places.emplace(
-                identity, Location{.source = &text, .offset = static_cast<std::size_t>(place - start)});
-        };
-        for (auto node = cutting.nodes->first_child(); node; node = nextNode(node))
-        {
-            locateIn(node.internal_object(), nameOrValue(node));
-            for (const auto attribute : node.attributes())
-            {
-                locateIn(attribute.internal_object(), attribute.value());
-            }
-        }
-        cutting.chunks = readChunks(text, 0).all;
-        auto node = cutting.nodes->first_child();
-        for (auto& chunk : cutting.chunks)
-        {
-            if (!chunk.layout.empty())
-            {
-                const auto next = node.next_sibling();
-                cutting.nodes->remove_child(node);
-                node = next;
-            }
-            chunk.layout = layout.value_or(chunk.layout);
-            node = node.next_sibling();
-        }
-        while (node)
-        {
-            const auto next = node.next_sibling();
-            cutting.nodes->remove_child(node);
-            node = next;
-        }
+        cutting.tail = children.front().tail;
     }
     catch (...)
     {
-        inserted.pop_back();
+        while (inserted.size() > keptBefore)
+        {
+            inserted.pop_back();
+        }
         throw;
     }
     return cutting;
 }
 
-Cutting XmlDocument::copy(pugi::xml_node parent, std::size_t index, std::size_t count, Copies& copies)
+void XmlDocument::parse(const NewChildren& added, Cutting& cutting)
 {
-    const auto& chunks = chunksOf(parent);
-    Cutting cutting{.nodes = std::make_unique<pugi::xml_document>()};
-    auto node = firstNodeOf(parent, chunks, index);
-    for (std::size_t i = index; i < index + count; ++i)
+    encoding.requireAll(added.markup, "the markup");
+    auto& text = inserted.emplace_back(added.markup);
+    pugi::xml_document made;
+    auto node = parseInto(made, added.markup, name).first_child();
+    const char* const start = textFrom(node);
+    const auto locateIn = [&](const void* identity, const char* place)
     {
-        cutting.chunks.push_back(chunks.all[i]);
-        node = chunks.all[i].layout.empty() ? node : node.next_sibling();
+        cutting.places.emplace(identity,
+                               Location{.source = &text, .offset = static_cast<std::size_t>(place - start)});
+    };
+    for (auto& chunk : readChunks(text, 0).all)
+    {
+        node = nodeOf(chunk, node);
+        Copies copies;
         copyTree(node, cutting.nodes->append_child(node.type()), copies);
-        findPlaces(node, copies.there, cutting.places);
+        forTree(node,
+                [&](pugi::xml_node original)
+                {
+                    locateIn(copies.there(original).internal_object(), nameOrValue(original));
+                    for (const auto attribute : original.attributes())
+                    {
+                        locateIn(copies.there(attribute).internal_object(), attribute.value());
+                    }
+                });
+        chunk.layout = added.layout.value_or(chunk.layout);
+        cutting.chunks.push_back(std::move(chunk));
         node = node.next_sibling();
     }
-    cutting.tail = count == chunks.all.size() ? chunks.tail : std::string();
+}
+
+Cutting XmlDocument::copy(pugi::xml_node parent, const ChunkRanges& ranges, Copies& copies)
+{
+    const auto& chunks = chunksOf(parent);
+    Cutting cutting{.ranges = ranges, .nodes = std::make_unique<pugi::xml_document>()};
+    auto first = parent.first_child();
+    std::size_t at = 0;
+    for (const auto& range : ranges)
+    {
+        first = skip(first, chunks, at, range.index);
+        for (at = range.index; at < range.index + range.count; ++at)
+        {
+            cutting.chunks.push_back(chunks.all[at]);
+            const auto node = nodeOf(chunks.all[at], first);
+            copyTree(node, cutting.nodes->append_child(node.type()), copies);
+            findPlaces(node, copies.there, cutting.places);
+            first = node.next_sibling();
+        }
+    }
+    cutting.tail = cutting.chunks.size() == chunks.all.size() ? chunks.tail : std::string();
     return cutting;
 }
 
-Copies XmlDocument::insert(pugi::xml_node parent, std::size_t index, const Cutting& cutting)
+Copies XmlDocument::insert(pugi::xml_node parent, const Cutting& cutting)
 {
     auto& chunks = chunksOf(parent);
-    const auto behind = firstNodeOf(parent, chunks, index);
-    const auto before = behind ? behind.previous_sibling() : parent.last_child();
-    const auto firstMade = [&]
-    {
-        return before ? before.next_sibling() : parent.first_child();
-    };
     Copies copies;
+    std::vector<pugi::xml_node> made;
+    made.reserve(2 * cutting.chunks.size() + 1);
     try
     {
+        auto behind = parent.first_child();
         auto original = cutting.nodes->first_child();
-        for (const auto& chunk : cutting.chunks)
+        std::size_t at = 0;
+        std::size_t next = 0;
+        for (const auto& range : cutting.ranges)
         {
-            insertLayout(parent, behind, chunk.layout);
-            copyTree(original, insertBefore(parent, behind, original.type()), copies);
-            original = original.next_sibling();
+            behind = skip(behind, chunks, at, range.index - next);
+            at = range.index - next;
+            for (const auto end = next + range.count; next < end; ++next)
+            {
+                insertLayout(parent, behind, cutting.chunks[next].layout, made);
+                made.push_back(insertBefore(parent, behind, original.type()));
+                copyTree(original, made.back(), copies);
+                original = original.next_sibling();
+            }
         }
-        const bool isFirst = chunks.all.empty();
-        insertLayout(parent, behind, isFirst ? cutting.tail : std::string());
-        std::string tail = isFirst ? cutting.tail : std::string();
+        const bool areFirst = chunks.all.empty();
+        insertLayout(parent, behind, areFirst ? cutting.tail : std::string(), made);
+        std::string tail = areFirst ? cutting.tail : std::string();
         chunks.all.reserve(chunks.all.size() + cutting.chunks.size());
         auto added = cutting.chunks;
         keepPlaces(cutting, copies.there);
         // From here on nothing fails.
-        chunks.all.insert(chunks.all.begin() + static_cast<std::ptrdiff_t>(index),
-                          std::make_move_iterator(added.begin()), std::make_move_iterator(added.end()));
-        if (isFirst)
+        mergeIn(chunks.all, cutting.ranges, std::move(added));
+        if (areFirst)
         {
             chunks.tail = std::move(tail);
         }
     }
     catch (...)
     {
-        removeNodes(firstMade(), behind);
+        std::ranges::for_each(made, [this](pugi::xml_node node) { removeNode(node); });
         throw;
     }
     return copies;
 }
 
-void XmlDocument::remove(pugi::xml_node parent, std::size_t index, std::size_t count) noexcept
+void XmlDocument::remove(pugi::xml_node parent, const ChunkRanges& ranges) noexcept
 {
     auto& chunks = chunksOf(parent);
-    const bool areAll = count == chunks.all.size();
-    removeNodes(firstNodeOf(parent, chunks, index),
-                areAll ? pugi::xml_node() : firstNodeOf(parent, chunks, index + count));
-    const auto first = chunks.all.begin() + static_cast<std::ptrdiff_t>(index);
-    chunks.all.erase(first, first + static_cast<std::ptrdiff_t>(count));
-    if (areAll)
+    auto first = parent.first_child();
+    std::size_t at = 0;
+    for (const auto& range : ranges)
     {
+        first = skip(first, chunks, at, range.index);
+        at = range.index + range.count;
+        const auto end = skip(first, chunks, range.index, at);
+        removeNodes(first, end);
+        first = end;
+    }
+    if (countOf(ranges) == chunks.all.size())
+    {
+        removeNodes(first, {});
         chunks.tail.clear();
     }
+    eraseFrom(chunks.all, ranges);
 }
 
 void XmlDocument::removeNodes(pugi::xml_node first, pugi::xml_node end) noexcept
@@ -332,22 +382,18 @@ void XmlDocument::removeNodes(pugi::xml_node first, pugi::xml_node end) noexcept
     while (first && first != end)
     {
         const auto next = first.next_sibling();
-        forgetPlaces(first);
-        removeTree(first);
+        removeNode(first);
         first = next;
     }
 }
 
-// The layout of that chunk if it has some; the layout at the end, or nothing, if there is no such chunk.
-pugi::xml_node XmlDocument::firstNodeOf(pugi::xml_node parent, const Chunks& chunks, std::size_t index) const
+void XmlDocument::removeNode(pugi::xml_node node) noexcept
 {
-    auto node = parent.first_child();
-    for (std::size_t i = 0; i < index; ++i)
+    if (node)
     {
-        node = chunks.all[i].layout.empty() ? node : node.next_sibling();
-        node = node.next_sibling();
+        forgetPlaces(node);
+        removeTree(node);
     }
-    return node;
 }
 
 } // namespace ModelEditor

@@ -8,36 +8,6 @@
 namespace ModelEditor
 {
 
-namespace
-{
-
-// For `top` and all below it. Uses no stack that grows with the depth.
-template <typename Do>
-void forTree(pugi::xml_node top, const Do& act)
-{
-    auto node = top;
-    while (true)
-    {
-        act(node);
-        if (const auto child = node.first_child())
-        {
-            node = child;
-            continue;
-        }
-        while (node != top && !node.next_sibling())
-        {
-            node = node.parent();
-        }
-        if (node == top)
-        {
-            return;
-        }
-        node = node.next_sibling();
-    }
-}
-
-} // namespace
-
 const char* nameOrValue(pugi::xml_node node)
 {
     return *node.name() == '\0' ? node.value() : node.name();

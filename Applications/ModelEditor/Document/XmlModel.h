@@ -65,8 +65,8 @@ struct XmlPart
     std::vector<XmlObject*> objects{};                 ///< the modules and all below them, in document order
 };
 
-/// Children of one element that follow each other, and can be taken out of a model and put into it. They keep their
-/// objects, and what was changed in them.
+/// Children of one element that can be taken out of a model and put into it. They keep their objects, and what was
+/// changed in them.
 struct XmlCutting
 {
     /// A text among them.
@@ -77,22 +77,12 @@ struct XmlCutting
     };
 
     Valdane::Path parent{}; ///< the way to the element
-    std::size_t index = 0;  ///< of the first of them among the element's chunks
-    std::size_t count = 0;  ///< of the chunks that they are
+    Cutting cutting{};      ///< while they are in the model, nothing but the ranges
 
-    // While they are out, the nodes, the objects of elements among them, all objects that were made, and the texts.
-    Cutting cutting{};
+    // While they are out, the objects of elements among them, all objects that were made, and the texts.
     std::vector<std::shared_ptr<XmlObject>> tops{};
     std::unique_ptr<ObjectsByNode> objects{};
     std::vector<Text> texts{};
-};
-
-/// Markup that is to become children of an element.
-struct NewChildren
-{
-    std::string markup;
-    std::optional<std::string> layout{}; ///< see XmlDocument::parse()
-    std::string tail{};                  ///< white space behind them if there are no other children
 };
 
 /// An XML file as a parameter tree.
@@ -181,8 +171,11 @@ public:
     /// Which of them @p node is. Cost: linear in their number.
     std::size_t indexOf(pugi::xml_node node);
 
-    /// What is saved of @p node, which is one of them, without its layout.
-    std::string getMarkup(pugi::xml_node node);
+    /// The nodes of all of them.
+    std::vector<pugi::xml_node> getNodes(const XmlObject& parent);
+
+    /// What is saved of one of them, without its layout.
+    std::string getMarkup(const XmlObject& parent, std::size_t index);
 
     /// The white space for new children of @p parent; see layoutAt().
     Layout getLayout(const XmlObject& parent, std::optional<std::size_t> neighbour);
@@ -190,10 +183,10 @@ public:
     /// By how much the children of an element are indented more than the element.
     std::string getIndent();
 
-    /// What @p children are as chunks of @p parent from @p index on. They are not in the model yet; put() does that.
+    /// What @p children are as chunks of @p parent. They are not in the model yet; put() does that.
     ///
-    /// @throws what XmlDocument::parse() throws. Nothing has changed then.
-    XmlCutting parse(XmlObject& parent, std::size_t index, const NewChildren& children);
+    /// @param children  see XmlDocument::parse(). @throws what that throws. Nothing has changed then.
+    XmlCutting parse(XmlObject& parent, const std::vector<NewChildren>& children);
 
     /// Puts the children of @p part to where they belong.
     ///
@@ -230,7 +223,8 @@ private:
     std::shared_ptr<XmlObject> requireParent(const XmlCutting& part) const;
     void attach(XmlObject& parent, XmlCutting& part);
     void detach(XmlObject& parent, XmlCutting& part);
-    std::vector<XmlChange> changesIn(XmlObject& parent, const XmlCutting& part, bool came);
+    std::vector<XmlChange> changesIn(XmlObject& parent, const Cutting& cutting, const NodeMap& inModel,
+                                     bool came);
     void report(const std::vector<XmlChange>& changes) const;
     std::optional<Selected> find(const pugi::xpath_node& node) const;
     std::vector<pugi::xpath_node> evaluate(const pugi::xpath_query& query, pugi::xml_node start) const;

@@ -91,9 +91,14 @@ std::size_t XmlModel::indexOf(pugi::xml_node node)
     return document.indexOf(node);
 }
 
-std::string XmlModel::getMarkup(pugi::xml_node node)
+std::vector<pugi::xml_node> XmlModel::getNodes(const XmlObject& parent)
 {
-    return document.getMarkup(document.getChunks(node.parent()).all.at(document.indexOf(node)));
+    return document.getNodes(parent.getElement());
+}
+
+std::string XmlModel::getMarkup(const XmlObject& parent, std::size_t index)
+{
+    return document.getMarkup(getChunks(parent).all.at(index));
 }
 
 Layout XmlModel::getLayout(const XmlObject& parent, std::optional<std::size_t> neighbour)
@@ -106,12 +111,10 @@ std::string XmlModel::getIndent()
     return indentOf(document);
 }
 
-XmlCutting XmlModel::parse(XmlObject& parent, std::size_t index, const NewChildren& children)
+XmlCutting XmlModel::parse(XmlObject& parent, const std::vector<NewChildren>& children)
 {
-    XmlCutting part{.parent = parent.getPath(Valdane::RequestedPathType::FromRoot), .index = index};
-    part.cutting = document.parse(children.markup, children.layout);
-    part.cutting.tail = children.tail;
-    part.count = part.cutting.chunks.size();
+    XmlCutting part{.parent = parent.getPath(Valdane::RequestedPathType::FromRoot),
+                    .cutting = document.parse(children)};
     part.objects = std::make_unique<ObjectsByNode>();
     NewKeys keys(parent, *part.cutting.nodes);
     for (const auto node : part.cutting.nodes->children())
@@ -137,7 +140,8 @@ void XmlModel::put(XmlCutting& part)
 void XmlModel::take(XmlCutting& part)
 {
     const auto parent = requireParent(part);
-    if (part.index + part.count > getChunks(*parent).all.size())
+    const auto& last = part.cutting.ranges.back();
+    if (last.index + last.count > getChunks(*parent).all.size())
     {
         throw Valdane::VdException("there is no longer what was to be taken out of " + parent->getAddress());
     }
@@ -158,7 +162,8 @@ std::shared_ptr<XmlObject> XmlModel::requireParent(const XmlCutting& part) const
 void XmlModel::attach(XmlObject& parent, XmlCutting& part)
 {
     const auto element = parent.getElement();
-    if (part.index > getChunks(parent).all.size())
+    const auto& last = part.cutting.ranges.back();
+    if (last.index + last.count > getChunks(parent).all.size() + part.cutting.chunks.size())
     {
         throw Valdane::VdException("there is no longer a place for it in " + parent.getAddress());
     }
@@ -166,7 +171,7 @@ void XmlModel::attach(XmlObject& parent, XmlCutting& part)
     parent.settleTexts();
     objects.makeRoomFor(part.objects->size());
     addresses.forget();
-    const auto copies = document.insert(element, part.index, part.cutting);
+    const auto copies = document.insert(element, part.cutting);
     const auto rebindTexts = [&](const NodeMap& map)
     {
         for (auto& text : part.texts)
@@ -193,7 +198,7 @@ void XmlModel::attach(XmlObject& parent, XmlCutting& part)
             ++added;
         }
         parent.onChildrenChanged();
-        report(changesIn(parent, part, true));
+        report(changesIn(parent, part.cutting, copies.there, true));
     }
     catch (...)
     {
@@ -211,12 +216,12 @@ void XmlModel::attach(XmlObject& parent, XmlCutting& part)
         forEachNode(nodes, [&](pugi::xml_node node)
                     { objects.move(copies.there(node), copies.back, *part.objects); });
         rebindTexts(copies.back);
-        document.remove(element, part.index, part.count);
+        document.remove(element, part.cutting.ranges);
         addresses.forget();
         parent.onChildrenChanged();
         throw;
     }
-    part.cutting = {};
+    part.cutting = {.ranges = std::move(part.cutting.ranges)};
     part.tops.clear();
     part.objects.reset();
     part.texts.clear();
@@ -228,7 +233,7 @@ void XmlModel::detach(XmlObject& parent, XmlCutting& part)
     parent.makeChildren();
     parent.settleTexts();
     Copies copies;
-    auto cutting = document.copy(element, part.index, part.count, copies);
+    auto cutting = document.copy(element, part.cutting.ranges, copies);
     std::vector<std::shared_ptr<XmlObject>> tops;
     auto gone = std::make_unique<ObjectsByNode>();
     std::vector<XmlCutting::Text> texts;
@@ -252,7 +257,7 @@ void XmlModel::detach(XmlObject& parent, XmlCutting& part)
                 });
     gone->makeRoomFor(made);
     // The listener is told while nothing has changed: what has gone could not be brought back without memory.
-    report(changesIn(parent, part, false));
+    report(changesIn(parent, cutting, copies.back, false));
     // From here on nothing fails.
     addresses.forget();
     for (auto& text : texts)
@@ -269,7 +274,7 @@ void XmlModel::detach(XmlObject& parent, XmlCutting& part)
     }
     forEachNode(*cutting.nodes,
                 [&](pugi::xml_node node) { objects.move(copies.back(node), copies.there, *gone); });
-    document.remove(element, part.index, part.count);
+    document.remove(element, cutting.ranges);
     parent.onChildrenChanged();
     part.cutting = std::move(cutting);
     part.tops = std::move(tops);
@@ -277,13 +282,13 @@ void XmlModel::detach(XmlObject& parent, XmlCutting& part)
     part.texts = std::move(texts);
 }
 
-// Of the children of the part, which are in the model.
-std::vector<XmlChange> XmlModel::changesIn(XmlObject& parent, const XmlCutting& part, bool came)
+std::vector<XmlChange> XmlModel::changesIn(XmlObject& parent, const Cutting& cutting, const NodeMap& inModel,
+                                           bool came)
 {
     std::vector<XmlChange> changes;
-    for (std::size_t index = part.index; index < part.index + part.count; ++index)
+    for (const auto copied : cutting.nodes->children())
     {
-        const auto node = document.getNode(parent.getElement(), index);
+        const auto node = inModel(copied);
         XmlChange change{.object = parent, .value = {}, .before = {}, .after = {}};
         auto& text = came ? change.after : change.before;
         if (node.type() == pugi::node_element)

@@ -12,23 +12,21 @@ namespace ModelEditor
 using Valdane::DynamicAttributeCollection;
 using Valdane::Object;
 
-AnnotateCmd::AnnotateCmd(const std::shared_ptr<Object>& object, std::string name, std::string attributeText,
-                         std::string commandDescription)
-    : AnnotateCmd(object, std::vector<std::string>{std::move(name)}, std::move(commandDescription))
-{
-    text = std::move(attributeText);
-}
-
-AnnotateCmd::AnnotateCmd(const std::shared_ptr<Object>& object, std::vector<std::string> attributeNames,
+AnnotateCmd::AnnotateCmd(const std::shared_ptr<Object>& object, std::vector<Change> attributeChanges,
                          std::string commandDescription)
     : CommandBase(std::move(commandDescription)),
       root(object->getRootObjectAlt()),
       path(object->getPath(Valdane::RequestedPathType::FromRoot)),
-      names(std::move(attributeNames))
+      changes(std::move(attributeChanges))
 {
 }
 
 AnnotateCmd::~AnnotateCmd() = default;
+
+void AnnotateCmd::add(Change change)
+{
+    changes.push_back(std::move(change));
+}
 
 void AnnotateCmd::execute()
 {
@@ -36,7 +34,7 @@ void AnnotateCmd::execute()
     const auto present = object->getDynamicAttributeCollection();
     const auto changed = present == nullptr ? std::make_shared<DynamicAttributeCollection>()
                                             : std::make_shared<DynamicAttributeCollection>(*present);
-    for (const auto& name : names)
+    for (const auto& [name, text] : changes)
     {
         text ? changed->set(name, *text) : static_cast<void>(changed->remove(name));
     }

@@ -17,7 +17,7 @@ class Object;
 namespace ModelEditor
 {
 
-/// Gives an object one dynamic attribute, in place of one of the same name if there is one, or takes some away.
+/// Changes dynamic attributes of an object.
 ///
 /// The object is looked up by its path on every execute and undo; an owner of it is told that it has changed.
 ///
@@ -25,18 +25,23 @@ namespace ModelEditor
 class AnnotateCmd : public Valdane::CommandBase
 {
 public:
-    /// @param object  must not be empty (not checked).
-    AnnotateCmd(const std::shared_ptr<Valdane::Object>& object, std::string name, std::string text,
-                std::string description);
+    /// What becomes of the attribute @p name.
+    struct Change
+    {
+        std::string name;
+        std::optional<std::string> text; ///< its value, also of one that is new; nothing takes it away
+    };
 
     /// @param object  must not be empty (not checked).
-    /// @param names   of the attributes to take away.
-    AnnotateCmd(const std::shared_ptr<Valdane::Object>& object, std::vector<std::string> names,
+    AnnotateCmd(const std::shared_ptr<Valdane::Object>& object, std::vector<Change> changes,
                 std::string description);
     ~AnnotateCmd() override;
 
+    /// Adds a change. @pre the command has not been executed (not checked).
+    void add(Change change);
+
     /// @throws VdException if the object is gone, or what the object throws if it does not take the
-    /// attribute.
+    /// attributes.
     void execute() override;
 
     /// Puts the collection back that the object had before.
@@ -50,9 +55,7 @@ private:
 
     std::weak_ptr<Valdane::Object> root;
     Valdane::Path path;
-    std::vector<std::string> names;
-    /// What the attribute of that name gets; nothing takes them away.
-    std::optional<std::string> text;
+    std::vector<Change> changes;
     std::shared_ptr<Valdane::DynamicAttributeCollection> previous;
 };
 

@@ -1,12 +1,12 @@
 #include "Applications/ModelEditor/Edits/DeleteAttributeCmd.h"
 
 #include "Applications/ModelEditor/Document/XmlModel.h"
-#include "Applications/ModelEditor/Edits/AnnotateCmd.h"
+#include "Applications/ModelEditor/Edits/EditCommands.h"
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
 
+#include <optional>
 #include <utility>
-#include <vector>
 
 namespace ModelEditor
 {
@@ -45,16 +45,15 @@ std::shared_ptr<XmlObject> DeleteAttributeCmd::findElement() const
 }
 
 // Attributes that are kept in the collection go with it.
-std::shared_ptr<Valdane::CommandBase> makeAttributeDeletion(const Selected& selected,
-                                                            const std::string& description)
+void addAttributeDeletion(EditCommands& commands, const Selected& selected, const std::string& description)
 {
     const auto collection = selected.object->getDynamicAttributeCollection();
     if (collection != nullptr && collection->get(selected.name))
     {
-        return std::make_shared<AnnotateCmd>(selected.object, std::vector<std::string>{selected.name},
-                                             description);
+        commands.annotate(selected.object, {.name = selected.name, .text = std::nullopt}, description);
+        return;
     }
-    return std::make_shared<DeleteAttributeCmd>(*selected.object, selected.name, description);
+    commands.add(std::make_shared<DeleteAttributeCmd>(*selected.object, selected.name, description));
 }
 
 } // namespace ModelEditor

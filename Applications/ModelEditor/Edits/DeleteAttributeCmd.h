@@ -10,6 +10,7 @@
 namespace ModelEditor
 {
 
+class EditCommands;
 struct Selected;
 
 /// Takes an attribute of the file away from an element. Undo puts it back to where it was, with the same bytes.
@@ -40,7 +41,6 @@ private:
 };
 
 /// The command that takes the attribute @p selected away: with or without a prefix, of the file or added since.
-std::shared_ptr<Valdane::CommandBase> makeAttributeDeletion(const Selected& selected,
-                                                            const std::string& description);
+void addAttributeDeletion(EditCommands& commands, const Selected& selected, const std::string& description);
 
 } // namespace ModelEditor

@@ -4,16 +4,16 @@
 #include "Applications/ModelEditor/Document/NewMarkup.h"
 #include "Applications/ModelEditor/Document/Nodes.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
-#include "Applications/ModelEditor/Edits/AnnotateCmd.h"
+#include "Applications/ModelEditor/Edits/EditCommands.h"
 #include "Applications/ModelEditor/Edits/EditorTexts.h"
 #include "Applications/ModelEditor/Edits/SetValue.h"
 #include "Applications/ModelEditor/Edits/Words.h"
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
-#include "Service/CommandPattern/CommandBase.h"
-#include "Service/CommandPattern/MacroCommand.h"
 
 #include <algorithm>
+#include <iterator>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -23,29 +23,10 @@ namespace ModelEditor
 namespace
 {
 
-using Valdane::CommandBase;
-using Valdane::MacroCommand;
 using Valdane::VdException;
 
-// The command itself for one node, a macro for several.
-template <typename Make>
-std::shared_ptr<CommandBase> forAll(const std::vector<Selected>& nodes, const std::string& description,
-                                    const Make& make)
-{
-    if (nodes.size() == 1)
-    {
-        return make(nodes.front());
-    }
-    auto macro = std::make_shared<MacroCommand>(description);
-    for (const auto& node : nodes)
-    {
-        macro->addCommand(make(node));
-    }
-    return macro;
-}
-
-std::shared_ptr<CommandBase> makeClearOf(const std::shared_ptr<XmlObject>& object,
-                                         const std::vector<std::string>& names)
+void addClearOf(EditCommands& commands, const std::shared_ptr<XmlObject>& object,
+                const std::vector<std::string>& names)
 {
     if (names.empty())
     {
@@ -55,7 +36,11 @@ std::shared_ptr<CommandBase> makeClearOf(const std::shared_ptr<XmlObject>& objec
         throw VdException(object->getAddress() + " has no such annotations" +
                           (hasOthers ? "; those that the file had go by their PREFIX" : ""));
     }
-    return std::make_shared<AnnotateCmd>(object, names, describeClear(*object));
+    std::vector<AnnotateCmd::Change> changes;
+    std::ranges::transform(names, std::back_inserter(changes),
+                           [](const std::string& name)
+                           { return AnnotateCmd::Change{.name = name, .text = std::nullopt}; });
+    commands.add(std::make_shared<AnnotateCmd>(object, std::move(changes), describeClear(*object)));
 }
 
 // Of the prefix of an attribute that elements get, if it has one.
@@ -83,18 +68,20 @@ Edit makeSetAs(Entered entered, const XmlModel& model, const std::vector<std::st
     {
         if (const auto missing = findNewAttribute(model, xpath))
         {
-            return {.command = makeAddCommand(*missing, text), .note = noteOf(missing->name, {*missing})};
+            EditCommands commands("");
+            addAttribute(commands, *missing, text);
+            return {.command = commands.asOne(), .note = noteOf(missing->name, {*missing})};
         }
     }
     const auto nodes = requireNodes(std::move(selection), xpath);
-    const auto make = [&](const Selected& node)
+    EditCommands commands(describeSetOfSeveral(xpath, nodes.size(), text));
+    for (const auto& node : nodes)
     {
         const auto original =
             isStrict && node.part == Part::Value ? node.object->getOriginalText(node.name) : std::nullopt;
-        return makeSetCommand(node, text, original ? std::optional(typeOf(*original)) : std::nullopt,
-                              entered);
-    };
-    return {.command = forAll(nodes, describeSetOfSeveral(xpath, nodes.size(), text), make), .note = {}};
+        addSet(commands, node, text, original ? std::optional(typeOf(*original)) : std::nullopt, entered);
+    }
+    return {.command = commands.asOne(), .note = {}};
 }
 
 } // namespace
@@ -114,7 +101,8 @@ Edit makeRename(const XmlModel& model, const std::vector<std::string>& arguments
     const auto& xpath = arguments[0];
     const auto& name = arguments[1];
     const auto nodes = requireNodes(model, xpath);
-    const auto make = [&](const Selected& node)
+    EditCommands commands(describeRenameOfSeveral(xpath, nodes.size(), name));
+    for (const auto& node : nodes)
     {
         const auto object = requireElement(node);
         if (object->getElement().attribute("name").empty())
@@ -122,9 +110,9 @@ Edit makeRename(const XmlModel& model, const std::vector<std::string>& arguments
             throw VdException(object->getAddress() + " has no attribute name");
         }
         const Selected selected{.object = object, .part = Part::Name, .name = "name", .text = {}};
-        return makeSetCommand(selected, name, std::nullopt);
-    };
-    return {.command = forAll(nodes, describeRenameOfSeveral(xpath, nodes.size(), name), make), .note = {}};
+        addSet(commands, selected, name, std::nullopt);
+    }
+    return {.command = commands.asOne(), .note = {}};
 }
 
 Edit makeAnnotate(const XmlModel& model, const std::vector<std::string>& arguments)
@@ -137,26 +125,28 @@ Edit makeAnnotate(const XmlModel& model, const std::vector<std::string>& argumen
         throw VdException(shown(name) + " is not a name of the form prefix:name");
     }
     const auto nodes = requireNodes(model, xpath);
-    const auto make = [&](const Selected& node)
+    EditCommands commands(describeAnnotateOfSeveral(xpath, nodes.size(), name, text));
+    for (const auto& node : nodes)
     {
         const auto object = requireElement(node);
-        return std::make_shared<AnnotateCmd>(object, name, text, describeAnnotate(*object, name, text));
-    };
-    auto command = forAll(nodes, describeAnnotateOfSeveral(xpath, nodes.size(), name, text), make);
-    return {.command = std::move(command), .note = noteOf(name, nodes)};
+        commands.annotate(object, {.name = name, .text = text}, describeAnnotate(*object, name, text));
+    }
+    return {.command = commands.asOne(), .note = noteOf(name, nodes)};
 }
 
 Edit makeClearAnnotations(const XmlModel& model, const std::vector<std::string>& arguments)
 {
     const auto& xpath = arguments[0];
     const auto nodes = requireNodes(model, xpath);
-    const auto make = [&](const Selected& node)
+    EditCommands commands(describeClearOfSeveral(xpath, nodes.size()));
+    for (const auto& node : nodes)
     {
         const auto object = requireElement(node);
-        return makeClearOf(object, arguments.size() > 1 ? object->getAnnotationsOf(arguments[1])
-                                                        : object->getNewAnnotations());
-    };
-    return {.command = forAll(nodes, describeClearOfSeveral(xpath, nodes.size()), make), .note = {}};
+        addClearOf(commands, object,
+                   arguments.size() > 1 ? object->getAnnotationsOf(arguments[1])
+                                        : object->getNewAnnotations());
+    }
+    return {.command = commands.asOne(), .note = {}};
 }
 
 } // namespace ModelEditor

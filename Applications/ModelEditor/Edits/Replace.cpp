@@ -2,6 +2,7 @@
 
 #include "Applications/ModelEditor/Document/Nodes.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Applications/ModelEditor/Edits/EditCommands.h"
 #include "Applications/ModelEditor/Edits/EditorTexts.h"
 #include "Applications/ModelEditor/Edits/RegularExpression.h"
 #include "Applications/ModelEditor/Edits/SetValue.h"
@@ -9,9 +10,7 @@
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Service/CommandPattern/MacroCommand.h"
 
-#include <memory>
 #include <optional>
-#include <utility>
 
 namespace ModelEditor
 {
@@ -57,18 +56,17 @@ Edit makeReplace(const XmlModel& model, const std::vector<std::string>& argument
     }
     const RegularExpression expression(arguments[1], ignoresCase);
     const auto nodes = requireNodes(model, xpath);
-    auto macro = std::make_shared<Valdane::MacroCommand>(
-        describeReplace(xpath, nodes.size(), arguments[1], arguments[2]));
+    EditCommands commands(describeReplace(xpath, nodes.size(), arguments[1], arguments[2]));
     for (const auto& node : nodes)
     {
         const auto before = enteredTextOf(node);
         const auto after = replaceIn(node, before, expression, arguments[2]);
         if (after != before)
         {
-            macro->addCommand(makeSetCommand(node, after, std::nullopt));
+            addSet(commands, node, after, std::nullopt);
         }
     }
-    return {.command = std::move(macro), .note = {}};
+    return {.command = commands.asMacro(), .note = {}};
 }
 
 } // namespace ModelEditor

@@ -3,7 +3,7 @@
 #include "Applications/ModelEditor/Document/NamedXmlObject.h"
 #include "Applications/ModelEditor/Document/ValueText.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
-#include "Applications/ModelEditor/Edits/AnnotateCmd.h"
+#include "Applications/ModelEditor/Edits/EditCommands.h"
 #include "Applications/ModelEditor/Edits/EditorTexts.h"
 #include "Applications/ModelEditor/Edits/Words.h"
 #include "Platform/ExceptionHandling/VdException.h"
@@ -67,18 +67,6 @@ std::shared_ptr<Valdane::CommandBase> makeSetCommand(const Selected& selected, c
                                                      std::optional<ValueType> wanted, Entered entered)
 {
     auto& object = *selected.object;
-    if (entered == Entered::AsMarkup)
-    {
-        requireValue(selected);
-    }
-    if (selected.part == Part::Name && dynamic_cast<NamedXmlObject*>(&object) != nullptr)
-    {
-        return std::make_shared<Valdane::SetNameCmd>(selected.object, text, describe(selected, text));
-    }
-    if (selected.part == Part::Name || selected.part == Part::Annotation)
-    {
-        return makeAddCommand(selected, text);
-    }
     requireValue(selected);
     if (wanted && !isOf(*wanted, text))
     {
@@ -92,9 +80,27 @@ std::shared_ptr<Valdane::CommandBase> makeSetCommand(const Selected& selected, c
         isMarkup ? object.readMarkup(selected.name, text) : text, describe(selected, text));
 }
 
-std::shared_ptr<Valdane::CommandBase> makeAddCommand(const Selected& missing, const std::string& text)
+void addSet(EditCommands& commands, const Selected& selected, const std::string& text,
+            std::optional<ValueType> wanted, Entered entered)
 {
-    return std::make_shared<AnnotateCmd>(missing.object, missing.name, text, describe(missing, text));
+    const bool isName = selected.part == Part::Name;
+    if (entered == Entered::AsMarkup || (!isName && selected.part != Part::Annotation))
+    {
+        commands.add(makeSetCommand(selected, text, wanted, entered));
+    }
+    else if (isName && dynamic_cast<NamedXmlObject*>(selected.object.get()) != nullptr)
+    {
+        commands.add(std::make_shared<Valdane::SetNameCmd>(selected.object, text, describe(selected, text)));
+    }
+    else
+    {
+        addAttribute(commands, selected, text);
+    }
+}
+
+void addAttribute(EditCommands& commands, const Selected& missing, const std::string& text)
+{
+    commands.annotate(missing.object, {.name = missing.name, .text = text}, describe(missing, text));
 }
 
 } // namespace ModelEditor

@@ -14,6 +14,7 @@ class CommandBase;
 namespace ModelEditor
 {
 
+class EditCommands;
 struct Selected;
 
 /// @throws VdException that says what @p selected is, if that is not an attribute or text that has a type.
@@ -28,14 +29,20 @@ enum class Entered
 
 /// The command that makes @p text, as it is or as the markup that it is, the value of the attribute or text @p selected.
 ///
-/// @param wanted  the type that @p text must have, if any. A name and a namespaced attribute have none.
-/// @throws VdException if @p selected is neither an attribute nor a text, if @p text is not of the type, or if it is
-///         entered as markup and the value is a CDATA section, a name or a namespaced attribute.
+/// @param wanted  the type that @p text must have, if any.
+/// @throws what requireValue() throws; VdException if @p text is not of the type, or if it is entered as markup and the
+///         value is a CDATA section.
 std::shared_ptr<Valdane::CommandBase> makeSetCommand(const Selected& selected, const std::string& text,
                                                      std::optional<ValueType> wanted,
                                                      Entered entered = Entered::AsTheValueIs);
 
-/// The command that gives the element of @p missing that attribute, which it does not have, with the value @p text.
-std::shared_ptr<Valdane::CommandBase> makeAddCommand(const Selected& missing, const std::string& text);
+/// Adds the command that sets @p selected, which may also be a name or a namespaced attribute. These have no type.
+///
+/// @throws what makeSetCommand() throws.
+void addSet(EditCommands& commands, const Selected& selected, const std::string& text,
+            std::optional<ValueType> wanted, Entered entered = Entered::AsTheValueIs);
+
+/// Adds the command that gives the element of @p missing that attribute, which it does not have, with the value @p text.
+void addAttribute(EditCommands& commands, const Selected& missing, const std::string& text);
 
 } // namespace ModelEditor

@@ -5,20 +5,19 @@
 #include "Applications/ModelEditor/Document/Nodes.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
 #include "Applications/ModelEditor/Edits/DeleteAttributeCmd.h"
+#include "Applications/ModelEditor/Edits/EditCommands.h"
 #include "Applications/ModelEditor/Edits/EditorTexts.h"
+#include "Applications/ModelEditor/Edits/SelectedChildren.h"
 #include "Applications/ModelEditor/Edits/StructureCmds.h"
 #include "Applications/ModelEditor/Edits/Words.h"
 #include "Platform/ExceptionHandling/VdException.h"
-#include "Service/CommandPattern/MacroCommand.h"
 
 #include <algorithm>
 #include <iterator>
-#include <ranges>
-#include <unordered_set>
 #include <utility>
 
-// Commands of one edit address their children by numbers. They are executed from the end of the document to its
-// beginning, so that none of them changes the numbers of the next one.
+// Commands of one edit address their children by numbers. There is one command for each parent, so that none of them
+// changes the numbers of the next one.
 
 namespace ModelEditor
 {
@@ -26,10 +25,7 @@ namespace ModelEditor
 namespace
 {
 
-using Valdane::CommandBase;
-using Valdane::MacroCommand;
 using Valdane::VdException;
-using Commands = std::vector<std::shared_ptr<CommandBase>>;
 
 enum class Where
 {
@@ -39,20 +35,13 @@ enum class Where
     After,
 };
 
-// A node that can be moved: the child of an element.
-struct Child
-{
-    std::shared_ptr<XmlObject> parent;
-    pugi::xml_node node;
-    std::size_t index;
-};
-
 // Where new children go.
 struct Target
 {
     std::shared_ptr<XmlObject> parent;
     std::size_t index;
     Layout layout;
+    std::string title; // of what the person has named
 };
 
 Where parseWhere(const std::vector<std::string>& arguments, std::size_t index)
@@ -82,52 +71,29 @@ std::string preposition(Where where)
     return where == Where::After ? " after " : " into ";
 }
 
-bool isAttribute(const Selected& selected)
-{
-    return selected.node.type() == pugi::node_element && selected.part != Part::Element;
-}
-
-Child requireChild(XmlModel& model, const Selected& selected)
-{
-    const bool isElement = selected.node.type() == pugi::node_element;
-    if (isAttribute(selected))
-    {
-        throw VdException(selected.getAddress() + " is an attribute");
-    }
-    const bool isRoot = isElement && selected.object == model.getRoot();
-    if (isRoot || selected.node.type() == pugi::node_document)
-    {
-        throw VdException(selected.getAddress() + " is the root element");
-    }
-    if (selected.node.parent().type() == pugi::node_document)
-    {
-        throw VdException("comments and processing instructions outside the root element are not edited");
-    }
-    auto parent =
-        isElement ? std::static_pointer_cast<XmlObject>(selected.object->getOwner()) : selected.object;
-    return {.parent = std::move(parent), .node = selected.node, .index = model.indexOf(selected.node)};
-}
-
-Target findTarget(XmlModel& model, const Selected& selected, Where where)
+Target findTarget(XmlModel& model, ChildFinder& finder, const Selected& selected, Where where)
 {
     if (where == Where::Before || where == Where::After)
     {
-        const auto child = requireChild(model, selected);
+        const auto child = finder.require(selected);
         return {.parent = child.parent,
                 .index = child.index + (where == Where::After ? 1 : 0),
-                .layout = model.getLayout(*child.parent, child.index)};
+                .layout = model.getLayout(*child.parent, child.index),
+                .title = selected.object->getTitle()};
     }
     const auto parent = requireElement(selected);
     const auto count = model.getChunks(*parent).all.size();
     const auto neighbour = where == Where::Last ? count - 1 : 0;
     return {.parent = parent,
             .index = where == Where::Last ? count : 0,
-            .layout = model.getLayout(*parent, count == 0 ? std::nullopt : std::optional(neighbour))};
+            .layout = model.getLayout(*parent, count == 0 ? std::nullopt : std::optional(neighbour)),
+            .title = selected.object->getTitle()};
 }
 
 NewChildren childrenFor(const Target& target, const NewMarkup& markup)
 {
-    return {.markup = markup.text,
+    return {.index = target.index,
+            .markup = markup.text,
             .layout = markup.hasTexts ? std::nullopt : std::optional(target.layout.before),
             .tail = markup.hasTexts ? std::string() : target.layout.tail};
 }
@@ -142,21 +108,6 @@ std::string noteOf(const NewMarkup& markup, const std::vector<Target>& targets)
         note += isDeclared ? "" : noteUndeclared(prefix);
     }
     return note;
-}
-
-// The command itself if it is the only one.
-std::shared_ptr<CommandBase> asOne(const Commands& commands, const std::string& description)
-{
-    if (commands.size() == 1)
-    {
-        return commands.front();
-    }
-    auto macro = std::make_shared<MacroCommand>(description);
-    for (const auto& command : commands)
-    {
-        macro->addCommand(command);
-    }
-    return macro;
 }
 
 std::string whatIs(const Child& child)
@@ -181,60 +132,15 @@ std::string titleOfAll(const std::string& xpath, const std::vector<Selected>& no
                              : brief(xpath) + " (" + plural(nodes.size(), "node") + ")";
 }
 
-using NodeSet = std::unordered_set<const void*>;
-
-NodeSet nodesOf(const std::vector<Child>& children)
+// One for each parent: with a command for each of thousands of children, most of the time would go to their numbers.
+void addDeletions(EditCommands& commands, XmlModel& model, const std::vector<Child>& children,
+                  const std::string& description)
 {
-    NodeSet nodes;
-    for (const auto& child : children)
+    for (const auto& siblings : byParent(children))
     {
-        nodes.insert(child.node.internal_object());
+        commands.add(
+            std::make_shared<DeleteCmd>(model, *siblings.front().parent, rangesOf(siblings), description));
     }
-    return nodes;
-}
-
-// Whether it is one of them, or below one.
-bool isIn(pugi::xml_node node, const NodeSet& nodes)
-{
-    while (node && !nodes.contains(node.internal_object()))
-    {
-        node = node.parent();
-    }
-    return !node.empty();
-}
-
-// Without those that are below others of them.
-std::vector<Child> requireChildren(XmlModel& model, const std::vector<Selected>& nodes)
-{
-    std::vector<Child> children;
-    for (const auto& selected : nodes)
-    {
-        children.push_back(requireChild(model, selected));
-    }
-    std::erase_if(children,
-                  [all = nodesOf(children)](const Child& child) { return isIn(child.node.parent(), all); });
-    return children;
-}
-
-// Those that follow each other go at once: with a command for each of thousands, most of the time would go to their
-// numbers.
-Commands makeDeletions(XmlModel& model, const std::vector<Child>& children, const std::string& description)
-{
-    Commands commands;
-    for (auto last = children.rbegin(); last != children.rend();)
-    {
-        auto next = std::next(last);
-        std::size_t count = 1;
-        while (next != children.rend() && next->parent == last->parent && next->index + count == last->index)
-        {
-            ++next;
-            ++count;
-        }
-        commands.push_back(
-            std::make_shared<DeleteCmd>(model, *last->parent, last->index + 1 - count, count, description));
-        last = next;
-    }
-    return commands;
 }
 
 Selected requireOne(XmlModel& model, const std::string& xpath)
@@ -262,7 +168,7 @@ NewMarkup markupOf(XmlModel& model, const std::vector<Child>& children, const Ta
     bool hasTexts = false;
     for (const auto& child : children)
     {
-        appendMarkup(text, withNamespaces(model.getMarkup(child.node), child.node,
+        appendMarkup(text, withNamespaces(model.getMarkup(*child.parent, child.index), child.node,
                                           target.parent->getElement(), model.getEncoding()));
         hasTexts =
             hasTexts || child.node.type() == pugi::node_pcdata || child.node.type() == pugi::node_cdata;
@@ -276,6 +182,20 @@ NewMarkup markupOf(XmlModel& model, const std::vector<Child>& children, const Ta
     return markup;
 }
 
+// In its place, on lines of its own if it has some.
+NewChildren wrappedIn(const std::string& name, XmlModel& model, const Child& child)
+{
+    const auto& chunks = model.getChunks(*child.parent);
+    const auto line = model.getLayout(*child.parent, child.index).before;
+    const bool isOnLine = line.find('\n') != std::string::npos;
+    return {.index = child.index,
+            .markup = "<" + name + ">" + (isOnLine ? line + model.getIndent() : "") +
+                      model.getMarkup(*child.parent, child.index) + (isOnLine ? line : "") + "</" + name +
+                      ">",
+            .layout = chunks.all.at(child.index).layout,
+            .tail = chunks.tail};
+}
+
 } // namespace
 
 Edit makeInsert(XmlModel& model, const std::vector<std::string>& arguments)
@@ -286,18 +206,24 @@ Edit makeInsert(XmlModel& model, const std::vector<std::string>& arguments)
     model.requireNoWarnings(arguments[1]);
     const auto nodes = requireNodes(model, xpath);
     const std::string start = "Insert " + brief(arguments[1]) + preposition(where);
+    const std::string description = start + brief(xpath) + " (" + plural(nodes.size(), "node") + ")";
+    ChildFinder finder(model);
     std::vector<Target> targets;
-    Commands commands;
-    for (const auto& selected : nodes | std::views::reverse)
+    for (const auto& selected : nodes)
     {
-        targets.push_back(findTarget(model, selected, where));
-        const auto& target = targets.back();
-        commands.push_back(std::make_shared<InsertCmd>(model, *target.parent, target.index,
-                                                       childrenFor(target, markup),
-                                                       start + brief(selected.object->getTitle())));
+        targets.push_back(findTarget(model, finder, selected, where));
     }
-    return {.command = asOne(commands, start + brief(xpath) + " (" + plural(nodes.size(), "node") + ")"),
-            .note = noteOf(markup, targets)};
+    EditCommands commands(description);
+    for (const auto& siblings : byParent(targets))
+    {
+        std::vector<NewChildren> children;
+        std::ranges::transform(siblings, std::back_inserter(children),
+                               [&](const Target& target) { return childrenFor(target, markup); });
+        commands.add(std::make_shared<InsertCmd>(model, *siblings.front().parent, std::move(children),
+                                                 siblings.size() == 1 ? start + brief(siblings.front().title)
+                                                                      : description));
+    }
+    return {.command = commands.asOne(), .note = noteOf(markup, targets)};
 }
 
 Edit makeDelete(XmlModel& model, const std::vector<std::string>& arguments)
@@ -307,34 +233,35 @@ Edit makeDelete(XmlModel& model, const std::vector<std::string>& arguments)
     std::vector<Selected> others;
     std::ranges::partition_copy(nodes, std::back_inserter(attributes), std::back_inserter(others),
                                 isAttribute);
-    const auto children = requireChildren(model, others);
+    const auto children = ChildFinder(model).requireAll(others);
     const std::string description =
         "Delete " + (attributes.size() == 1 && others.empty()
                          ? attributes[0].name + " of " + brief(attributes[0].object->getTitle())
                          : titleOfAll(arguments[0], nodes, children));
-    Commands commands;
+    EditCommands commands(description);
     const auto gone = nodesOf(children);
     for (const auto& attribute : attributes)
     {
         if (!isIn(attribute.node, gone))
         {
-            commands.push_back(makeAttributeDeletion(attribute, description));
+            addAttributeDeletion(commands, attribute, description);
         }
     }
-    std::ranges::copy(makeDeletions(model, children, description), std::back_inserter(commands));
-    return {.command = asOne(commands, description), .note = {}};
+    addDeletions(commands, model, children, description);
+    return {.command = commands.asOne(), .note = {}};
 }
 
 Edit makeCopy(XmlModel& model, const std::vector<std::string>& arguments)
 {
     const auto where = parseWhere(arguments, 2);
     const auto nodes = requireNodes(model, arguments[0]);
-    const auto children = requireChildren(model, nodes);
+    ChildFinder finder(model);
+    const auto children = finder.requireAll(nodes);
     const auto place = requireOne(model, arguments[1]);
-    const auto target = findTarget(model, place, where);
+    const auto target = findTarget(model, finder, place, where);
     const auto markup = markupOf(model, children, target);
     return {.command =
-                std::make_shared<InsertCmd>(model, *target.parent, target.index, childrenFor(target, markup),
+                std::make_shared<InsertCmd>(model, *target.parent, std::vector{childrenFor(target, markup)},
                                             "Copy " + titleOfAll(arguments[0], nodes, children) +
                                                 preposition(where) + brief(place.object->getTitle())),
             .note = noteOf(markup, {target})};
@@ -345,9 +272,10 @@ Edit makeMove(XmlModel& model, const std::vector<std::string>& arguments)
 {
     const auto where = parseWhere(arguments, 2);
     const auto nodes = requireNodes(model, arguments[0]);
-    const auto children = requireChildren(model, nodes);
+    ChildFinder finder(model);
+    const auto children = finder.requireAll(nodes);
     const auto place = requireOne(model, arguments[1]);
-    const auto target = findTarget(model, place, where);
+    const auto target = findTarget(model, finder, place, where);
     requireOutside(target, children);
     const auto markup = markupOf(model, children, target);
     const std::string description = "Move " + titleOfAll(arguments[0], nodes, children) + preposition(where) +
@@ -355,18 +283,20 @@ Edit makeMove(XmlModel& model, const std::vector<std::string>& arguments)
     const auto goneBefore =
         std::ranges::count_if(children, [&](const Child& child)
                               { return child.parent == target.parent && child.index < target.index; });
-    auto commands = makeDeletions(model, children, description);
-    commands.push_back(std::make_shared<InsertCmd>(model, *target.parent,
-                                                   target.index - static_cast<std::size_t>(goneBefore),
-                                                   childrenFor(target, markup), description));
-    return {.command = asOne(commands, description), .note = noteOf(markup, {target})};
+    EditCommands commands(description);
+    addDeletions(commands, model, children, description);
+    auto added = childrenFor(target, markup);
+    added.index -= static_cast<std::size_t>(goneBefore);
+    commands.add(
+        std::make_shared<InsertCmd>(model, *target.parent, std::vector{std::move(added)}, description));
+    return {.command = commands.asOne(), .note = noteOf(markup, {target})};
 }
 
 Edit makeWrap(XmlModel& model, const std::vector<std::string>& arguments)
 {
     const auto& name = arguments[1];
     const auto nodes = requireNodes(model, arguments[0]);
-    const auto children = requireChildren(model, nodes);
+    const auto children = ChildFinder(model).requireAll(nodes);
     if (children.size() < nodes.size())
     {
         throw VdException(arguments[0] + " selects nodes that are in others of them");
@@ -378,23 +308,22 @@ Edit makeWrap(XmlModel& model, const std::vector<std::string>& arguments)
     const auto empty = readMarkup("<" + name + "/>");
     const std::string description =
         "Wrap " + titleOfAll(arguments[0], nodes, children) + " in " + brief(name);
-    Commands commands;
+    EditCommands commands(description);
     std::vector<Target> targets;
-    for (const auto& child : children | std::views::reverse)
+    for (const auto& siblings : byParent(children))
     {
-        const auto& chunks = model.getChunks(*child.parent);
-        const auto& layout = chunks.all.at(child.index).layout;
-        const auto line = model.getLayout(*child.parent, child.index).before;
-        const bool isOnLine = line.find('\n') != std::string::npos;
-        const std::string text = "<" + name + ">" + (isOnLine ? line + model.getIndent() : "") +
-                                 model.getMarkup(child.node) + (isOnLine ? line : "") + "</" + name + ">";
-        targets.push_back({.parent = child.parent, .index = child.index, .layout = {}});
-        commands.push_back(std::make_shared<DeleteCmd>(model, *child.parent, child.index, 1, description));
-        commands.push_back(std::make_shared<InsertCmd>(
-            model, *child.parent, child.index,
-            NewChildren{.markup = text, .layout = layout, .tail = chunks.tail}, description));
+        const auto& parent = siblings.front().parent;
+        std::vector<NewChildren> wrapped;
+        for (const auto& child : siblings)
+        {
+            wrapped.push_back(wrappedIn(name, model, child));
+            wrapped.back().index -= wrapped.size() - 1;
+            targets.push_back({.parent = parent, .index = child.index, .layout = {}, .title = {}});
+        }
+        commands.add(std::make_shared<DeleteCmd>(model, *parent, rangesOf(siblings), description));
+        commands.add(std::make_shared<InsertCmd>(model, *parent, std::move(wrapped), description));
     }
-    return {.command = asOne(commands, description), .note = noteOf(empty, targets)};
+    return {.command = commands.asOne(), .note = noteOf(empty, targets)};
 }
 
 } // namespace ModelEditor

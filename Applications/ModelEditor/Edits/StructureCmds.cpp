@@ -7,12 +7,12 @@
 namespace ModelEditor
 {
 
-InsertCmd::InsertCmd(XmlModel& target, const XmlObject& parent, std::size_t index, NewChildren children,
+InsertCmd::InsertCmd(XmlModel& target, const XmlObject& parent, std::vector<NewChildren> children,
                      std::string commandDescription)
     : CommandBase(std::move(commandDescription)),
       model(target),
       added(std::move(children)),
-      part{.parent = parent.getPath(Valdane::RequestedPathType::FromRoot), .index = index}
+      part{.parent = parent.getPath(Valdane::RequestedPathType::FromRoot)}
 {
 }
 
@@ -28,7 +28,7 @@ void InsertCmd::execute()
         {
             throw Valdane::VdException("there is no element at " + part.parent.toString());
         }
-        part = model.parse(static_cast<XmlObject&>(*parent), part.index, added);
+        part = model.parse(static_cast<XmlObject&>(*parent), added);
         isParsed = true;
         added = {};
     }
@@ -40,11 +40,12 @@ void InsertCmd::undo()
     model.take(part);
 }
 
-DeleteCmd::DeleteCmd(XmlModel& target, const XmlObject& parent, std::size_t index, std::size_t count,
+DeleteCmd::DeleteCmd(XmlModel& target, const XmlObject& parent, ChunkRanges ranges,
                      std::string commandDescription)
     : CommandBase(std::move(commandDescription)),
       model(target),
-      part{.parent = parent.getPath(Valdane::RequestedPathType::FromRoot), .index = index, .count = count}
+      part{.parent = parent.getPath(Valdane::RequestedPathType::FromRoot),
+           .cutting = {.ranges = std::move(ranges)}}
 {
 }
 

@@ -18,8 +18,8 @@ namespace ModelEditor
 class InsertCmd : public Valdane::CommandBase
 {
 public:
-    /// @param index  of the first of them among the chunks of @p parent, see XmlModel::parse().
-    InsertCmd(XmlModel& target, const XmlObject& parent, std::size_t index, NewChildren children,
+    /// @param children  some, see XmlModel::parse().
+    InsertCmd(XmlModel& target, const XmlObject& parent, std::vector<NewChildren> children,
               std::string description);
     ~InsertCmd() override;
 
@@ -31,7 +31,7 @@ public:
 
 private:
     XmlModel& model;
-    NewChildren added;
+    std::vector<NewChildren> added;
     XmlCutting part;
     bool isParsed = false;
 };
@@ -44,9 +44,8 @@ private:
 class DeleteCmd : public Valdane::CommandBase
 {
 public:
-    /// @param index  of the first of them among the chunks of @p parent. @param count  of them.
-    DeleteCmd(XmlModel& target, const XmlObject& parent, std::size_t index, std::size_t count,
-              std::string description);
+    /// @param ranges  some of the chunks of @p parent.
+    DeleteCmd(XmlModel& target, const XmlObject& parent, ChunkRanges ranges, std::string description);
     ~DeleteCmd() override;
 
     /// @throws what XmlModel::take() throws.

@@ -1,8 +1,11 @@
 #include "Applications/ModelEditor/Edits/AnnotateCmd.h"
 
+#include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Applications/ModelEditor/Edits/Edits.h"
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Parameterization/DynamicAttributeCollection.h"
 #include "Platform/Parameterization/Object.h"
+#include "Service/CommandPattern/MacroCommand.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,10 +30,15 @@ struct Tree
     }
 };
 
+std::vector<AnnotateCmd::Change> oneChange()
+{
+    return {{.name = "n:a", .text = "1"}};
+}
+
 TEST(AnnotateCmd, AddsAnAttributeAndTakesItAwayAgain)
 {
     const Tree tree;
-    AnnotateCmd command(tree.child, "n:a", "1", "what");
+    AnnotateCmd command(tree.child, oneChange(), "what");
     EXPECT_EQ(command.getDescription(), "what");
     for (int round = 0; round < 2; ++round)
     {
@@ -48,7 +56,7 @@ TEST(AnnotateCmd, LeavesTheCollectionAloneThatWasThere)
     before->set("n:a", "0");
     before->set("n:b", "0");
     tree.child->setDynamicAttributeCollection(before);
-    AnnotateCmd command(tree.child, "n:a", "1", "");
+    AnnotateCmd command(tree.child, oneChange(), "");
     command.execute();
     const auto after = tree.child->getDynamicAttributeCollection();
     EXPECT_EQ(after->get("n:a"), "1");
@@ -63,19 +71,19 @@ TEST(AnnotateCmd, TellsTheOwner)
     const Tree tree;
     int calls = 0;
     const auto connection = tree.root->connectToSigChanged([&] { ++calls; });
-    AnnotateCmd command(tree.child, "n:a", "1", "");
+    AnnotateCmd command(tree.child, oneChange(), "");
     command.execute();
     EXPECT_EQ(calls, 1);
     command.undo();
     EXPECT_EQ(calls, 2);
-    AnnotateCmd(tree.root, "n:a", "1", "").execute();
+    AnnotateCmd(tree.root, oneChange(), "").execute();
     EXPECT_EQ(calls, 2);
 }
 
 TEST(AnnotateCmd, FindsWhatIsAtThePathNow)
 {
     const Tree tree;
-    AnnotateCmd command(tree.child, "n:a", "1", "");
+    AnnotateCmd command(tree.child, oneChange(), "");
     const auto other = std::make_shared<Object>("child");
     tree.root->replaceChild(other);
     command.execute();
@@ -86,7 +94,7 @@ TEST(AnnotateCmd, FindsWhatIsAtThePathNow)
 TEST(AnnotateCmd, AnObjectThatIsGoneIsReportedWithItsPath)
 {
     Tree tree;
-    AnnotateCmd command(tree.child, "n:a", "1", "");
+    AnnotateCmd command(tree.child, oneChange(), "");
     tree.root->removeChild("child");
     try
     {
@@ -99,6 +107,43 @@ TEST(AnnotateCmd, AnObjectThatIsGoneIsReportedWithItsPath)
     }
     tree.root.reset();
     EXPECT_THROW(command.undo(), Valdane::VdException);
+}
+
+TEST(AnnotateCmd, AllItsChangesAreOneOfTheObject)
+{
+    const Tree tree;
+    const auto before = std::make_shared<DynamicAttributeCollection>();
+    before->set("n:a", "0");
+    before->set("n:b", "0");
+    tree.child->setDynamicAttributeCollection(before);
+    int calls = 0;
+    const auto connection = tree.root->connectToSigChanged([&] { ++calls; });
+    AnnotateCmd command(tree.child, oneChange(), "");
+    command.add({.name = "n:b", .text = std::nullopt});
+    command.add({.name = "n:c", .text = "2"});
+    command.execute();
+    const auto after = tree.child->getDynamicAttributeCollection();
+    EXPECT_EQ(after->get("n:a"), "1");
+    EXPECT_EQ(after->get("n:b"), std::nullopt);
+    EXPECT_EQ(after->get("n:c"), "2");
+    EXPECT_EQ(calls, 1);
+    command.undo();
+    EXPECT_EQ(tree.child->getDynamicAttributeCollection(), before);
+    EXPECT_EQ(calls, 2);
+}
+
+// A command for each would copy all of them each time.
+TEST(AnnotateCmd, OneOfThemSetsAllThatAnEditChangesInAnElement)
+{
+    ModelEditor::XmlModel model("<r xmlns:n='urn:n'><a n:a='1' n:b='2' n:c='3'/><a n:a='4'/></r>", "m");
+    const auto edit = ModelEditor::makeSet(model, {"//@n:*", "5"});
+    const auto macro = std::dynamic_pointer_cast<Valdane::MacroCommand>(edit.command);
+    ASSERT_NE(macro, nullptr);
+    EXPECT_EQ(macro->size(), 2U);
+    macro->execute();
+    EXPECT_EQ(model.toBytes(), "<r xmlns:n='urn:n'><a n:a='5' n:b='5' n:c='5'/><a n:a='5'/></r>");
+    macro->undo();
+    EXPECT_EQ(model.toBytes(), "<r xmlns:n='urn:n'><a n:a='1' n:b='2' n:c='3'/><a n:a='4'/></r>");
 }
 
 } // namespace

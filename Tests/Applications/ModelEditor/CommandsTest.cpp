@@ -1,29 +1,17 @@
-// Each command of the editor is proved by the testing kit: undo and redo, each failure, aborts, modified modules.
+// Each command of the editor is proved by the testing kit: undo and redo, each failure, modified modules.
 
-#include "Applications/ModelEditor/Document/XmlChange.h"
-#include "Applications/ModelEditor/Document/XmlModel.h"
-#include "Applications/ModelEditor/Edits/CheckCmd.h"
 #include "Applications/ModelEditor/Edits/Edits.h"
-#include "Applications/ModelEditor/Edits/Import.h"
 #include "Applications/ModelEditor/Edits/ImportCmd.h"
-#include "Applications/ModelEditor/Edits/ModelModules.h"
 #include "Applications/ModelEditor/Edits/Replace.h"
-#include "Applications/ModelEditor/Edits/ScaleValuesCmd.h"
 #include "Applications/ModelEditor/Edits/Structure.h"
-#include "Platform/Parameterization/DynamicAttributeCollection.h"
-#include "Service/CommandPattern/ThreadedMacroCommand.h"
-#include "Service/CommandTesting/CommandKit.h"
 #include "Service/CommandTesting/RandomHistories.h"
+#include "Tests/Applications/ModelEditor/EditorKit.h"
 
 #include <gtest/gtest.h>
-#include <pugixml.hpp>
 
 #include <functional>
 #include <memory>
-#include <new>
 #include <ostream>
-#include <span>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -31,222 +19,12 @@
 namespace
 {
 
+using namespace EditorCommands;
 using namespace ModelEditor;
 using Valdane::Choices;
 using Valdane::CommandBase;
 using Valdane::CommandKit;
-using Valdane::ModuleSnapshot;
 using Valdane::Report;
-using Valdane::Snapshot;
-
-// The parser's memory is counted, and fails, like all other.
-const bool isParserCounted = []
-{
-    pugi::set_memory_management_functions([](std::size_t size) { return ::operator new(size, std::nothrow); },
-                                          [](void* block) { ::operator delete(block); });
-    return true;
-}();
-
-const std::string arm = R"(<?xml version="1.0"?>
-<robot name="arm" version="2" xmlns:note="urn:note">
-  <link name='base' mass="4.0" count="7" limit="4294967295" fixed="true" note:by="me"/>
-  <link name="tip" note:by='you' mass="0.5" note:at="home"><visual>two &amp; more<![CDATA[ <raw> ]]></visual></link>
-  <joint type="fixed" link="hip"/>
-</robot>
-)";
-
-const std::string gripper = "<robot><link name='finger' mass='1'/><joint>open</joint></robot>";
-
-/// A model beside what notes its changes.
-struct EditedModel
-{
-    explicit EditedModel(const std::function<void()>& tellOfChange)
-    {
-        model.setChangeListener(
-            [this, tellOfChange](const XmlChange& change)
-            {
-                tellOfChange();
-                modules->onChanged(change.object);
-                if (change.child != nullptr)
-                {
-                    modules->onChanged(*change.child);
-                }
-            });
-    }
-
-    XmlModel model{arm, "arm"};
-    std::shared_ptr<ModelModules> modules = std::make_shared<ModelModules>(model.getRoot());
-    std::vector<std::string> findings;
-};
-
-/// What would be saved, what an XPath sees, what the objects have, and what a check has found.
-std::string textOf(const EditedModel& edited)
-{
-    std::string text = edited.model.toBytes();
-    for (const auto& finding : edited.findings)
-    {
-        text += finding + "\n";
-    }
-    for (const auto& node : edited.model.select("//node() | //@*").nodes)
-    {
-        text += node.getAddress() + " = " + node.text + "\n";
-        const auto annotations = node.object->getDynamicAttributeCollection();
-        if (node.part == Part::Element && annotations != nullptr)
-        {
-            for (const auto& [name, annotation] : *annotations)
-            {
-                text += "  " + name + ": " + annotation + "\n";
-            }
-        }
-    }
-    return text;
-}
-
-/// The root as a module has its own attributes and texts, and who its children are.
-std::vector<ModuleSnapshot> modulesOf(const EditedModel& edited)
-{
-    const auto root = edited.model.getRoot();
-    std::vector<ModuleSnapshot> modules;
-    std::ostringstream own;
-    for (const auto& attribute : root->getElement().attributes())
-    {
-        own << attribute.name() << " = " << attribute.value() << "\n";
-    }
-    for (const auto& node : root->getElement().children())
-    {
-        own << (node.type() == pugi::node_element ? "" : node.value());
-    }
-    for (const auto& child : root->getElements())
-    {
-        std::ostringstream markup;
-        child->getElement().print(markup);
-        modules.push_back({child.get(), child->getKey(), Snapshot(markup.str())});
-        own << child->getKey() << "\n";
-    }
-    modules.push_back({root.get(), root->getKey(), Snapshot(own.str())});
-    return modules;
-}
-
-/// The kit for the editor, whose listener may fail once the model is there.
-struct EditorKit : CommandKit<EditedModel>
-{
-    /// @param added  what attributes to set in the model: address and text.
-    explicit EditorKit(const std::vector<std::vector<std::string>>& added = {})
-        : CommandKit(
-              [this, added]
-              {
-                  auto isThere = std::make_shared<bool>(false);
-                  const auto tell = [this, isThere]
-                  {
-                      if (*isThere)
-                      {
-                          failAt("tell of a change");
-                      }
-                  };
-                  auto edited = std::make_unique<EditedModel>(tell);
-                  for (const auto& arguments : added)
-                  {
-                      makeSet(edited->model, arguments).command->execute();
-                  }
-                  edited->modules->resetTo({});
-                  *isThere = true;
-                  return edited;
-              },
-              textOf)
-    {
-        setModules([](EditedModel& edited) { return edited.modules; }, modulesOf);
-    }
-
-    EditorKit(const EditorKit&) = delete;
-    EditorKit& operator=(const EditorKit&) = delete;
-    ~EditorKit() = default;
-};
-
-using Maker = CommandKit<EditedModel>::Maker;
-using MakeEdit = Edit(const XmlModel&, const std::vector<std::string>&);
-
-using MakeStructureEdit = Edit(XmlModel&, const std::vector<std::string>&);
-
-Maker structure(MakeStructureEdit* make, const std::vector<std::string>& arguments)
-{
-    return Maker([=](EditedModel& edited) { return make(edited.model, arguments).command; });
-}
-
-Maker edit(MakeEdit* make, const std::vector<std::string>& arguments)
-{
-    return Maker([=](EditedModel& edited) { return make(edited.model, arguments).command; });
-}
-
-Maker scale(const std::string& xpath)
-{
-    return Maker(
-        [=](EditedModel& edited)
-        {
-            const auto selected = edited.model.select(xpath).nodes.at(0);
-            return std::make_shared<ScaleValuesCmd>(std::span(&selected, 1), 3.0,
-                                                    std::make_shared<ScaleFailures>());
-        });
-}
-
-std::shared_ptr<Valdane::ThreadedMacroCommand> makeScaleOfAll(EditedModel& edited,
-                                                              const std::shared_ptr<ScaleFailures>& failures)
-{
-    auto macro = std::make_shared<Valdane::ThreadedMacroCommand>("Scale");
-    for (const auto& selected : edited.model.select("//@mass | //@type").nodes)
-    {
-        macro->addCommand(std::make_shared<ScaleValuesCmd>(std::span(&selected, 1), 3.0, failures));
-    }
-    return macro;
-}
-
-// What is no number is left alone.
-std::shared_ptr<CommandBase> makeScaleOfNumbers(EditedModel& edited)
-{
-    const auto failures = std::make_shared<ScaleFailures>();
-    failures->areLeftAlone = true;
-    return makeScaleOfAll(edited, failures);
-}
-
-// The same in one command.
-std::shared_ptr<CommandBase> makeScaleAtOnce(EditedModel& edited)
-{
-    const auto failures = std::make_shared<ScaleFailures>();
-    failures->areLeftAlone = true;
-    const auto values = edited.model.select("//@mass | //@type").nodes;
-    return std::make_shared<ScaleValuesCmd>(values, 3.0, failures);
-}
-
-std::shared_ptr<CommandBase> makeScaleOfTwo(EditedModel& edited)
-{
-    auto macro = makeScaleOfAll(edited, std::make_shared<ScaleFailures>());
-    macro->removeLastCommand();
-    return macro;
-}
-
-std::shared_ptr<CommandBase> makeAppend(EditedModel& edited)
-{
-    return std::make_shared<ImportCmd>(edited.model, "\n  <link name='hand'/>\n  <tool>drill</tool>",
-                                       "Append");
-}
-
-std::shared_ptr<CheckCmd> makeCheck(EditedModel& edited)
-{
-    return std::make_shared<CheckCmd>(edited.model);
-}
-
-std::shared_ptr<CheckCmd> makeCheckThatTells(EditedModel& edited)
-{
-    auto check = makeCheck(edited);
-    check->connectToRunFinishedSignal(
-        [&edited](bool ok, const CommandBase* command)
-        {
-            if (ok)
-            {
-                edited.findings = dynamic_cast<const CheckCmd&>(*command).getFindings();
-            }
-        });
-    return check;
-}
 
 // More than fits into a page of the parser's memory.
 const std::string longText(33000, 'x');
@@ -278,6 +56,7 @@ const ProvedRow edits[] = {
     {"AddAttribute", edit(makeSet, {"//link[1]/@colour", "'red' & <blue>"})},
     {"AddLongAttribute", edit(makeSet, {"//joint/@colour", longText})},
     {"AddName", edit(makeSet, {"//joint/@name", "elbow"})},
+    {"SetAllNamespaced", edit(makeSet, {"//@note:* | //joint/@note:at", "'them'"})},
     {"AddNamespaced", edit(makeSet, {"//joint/@note:by", "them"})},
     {"SetOfTheRoot", edit(makeSet, {"/*/@version", "3"})},
     {"SetSeveral", edit(makeSet, {"//@mass", "2.5"})},
@@ -292,9 +71,6 @@ const ProvedRow edits[] = {
     {"AnnotateSeveral", edit(makeAnnotate, {"//link", "note:at", "work"})},
     {"ClearAnnotations", edit(makeClearAnnotations, {"//link[2]", "note"})},
     {"ClearSeveral", edit(makeClearAnnotations, {"//link", "note"})},
-    {"Scale", scale("//@count")},
-    {"ScaleSeveral", makeScaleOfTwo},
-    {"ScaleAtOnce", makeScaleAtOnce},
     {"Append", makeAppend},
     {"Insert", structure(makeInsert, {"/robot", "<link name='hand'><mass v='1'/></link><!-- c -->"})},
     {"InsertBelow", structure(makeInsert, {"//joint", "<axis note:by='me'/>"})},
@@ -315,6 +91,11 @@ const ProvedRow edits[] = {
     {"Move", structure(makeMove, {"//visual", "//joint"})},
     {"MoveModule", structure(makeMove, {"//joint", "//link[1]", "--before"})},
     {"Wrap", structure(makeWrap, {"//link", "part"})},
+    {"DeleteScattered", structure(makeDelete, {"//link[1] | //joint | //visual/text()"})},
+    {"InsertScattered",
+     structure(makeInsert, {"//link[1] | //joint | //visual/text()", "<pin/>x", "--after"})},
+    {"MoveScattered", structure(makeMove, {"//link[1] | //visual/text()", "//joint"})},
+    {"WrapScattered", structure(makeWrap, {"//link[1] | //joint | //visual/text()", "part"})},
 };
 
 class ModelEditorEdits : public testing::TestWithParam<ProvedRow>
@@ -329,42 +110,6 @@ TEST_P(ModelEditorEdits, AreProved)
 
 INSTANTIATE_TEST_SUITE_P(, ModelEditorEdits, testing::ValuesIn(edits),
                          [](const auto& row) { return row.param.name; });
-
-TEST(ModelEditorCommands, ImportIsProvedAndMayFailToRead)
-{
-    const EditorKit kit;
-    const auto read = [&kit](const std::string&)
-    {
-        kit.failAt("read the file");
-        return gripper;
-    };
-    const Report report =
-        kit.all([&](EditedModel& edited) { return makeImport(edited.model, "gripper.urdf", read); });
-    EXPECT_TRUE(report) << report;
-}
-
-// Not all(), because aborts() wants to see what a whole run does.
-TEST(ModelEditorCommands, CheckChangesNothingAndTellsNothingIfAborted)
-{
-    const EditorKit kit;
-    Report report = kit.misuse(makeCheck);
-    report.add(kit.roundTrip(makeCheck, {.changesNothing = true}));
-    report.add(kit.failures(makeCheck));
-    report.add(kit.progress(makeCheck, 0.11));
-    report.add(kit.tracking(makeCheck));
-    report.add(kit.aborts(makeCheckThatTells));
-    EXPECT_TRUE(report) << report;
-}
-
-// Not all(): it does less of its work if it fails, as it is meant to.
-TEST(ModelEditorCommands, ScaleThatSkipsFailuresIsProved)
-{
-    const EditorKit kit;
-    Report report = kit.roundTrip(makeScaleOfNumbers);
-    report.add(kit.aborts(makeScaleOfNumbers));
-    report.add(kit.tracking(makeScaleOfNumbers));
-    EXPECT_TRUE(report) << report;
-}
 
 // What is deleted comes back as the objects that it was, and what is put in under the same paths.
 TEST(ModelEditorCommands, FindTheirObjectsAfterStructureCameAndWent)
@@ -399,15 +144,6 @@ TEST(ModelEditorCommands, AreProvedOnAttributesThatWereAdded)
         const Report report = kit.all(make);
         EXPECT_TRUE(report) << report;
     }
-}
-
-TEST(ModelEditorCommands, AreProvedInAMacro)
-{
-    const Report report = EditorKit().inMacro({makeAppend, edit(makeSet, {"//@mass", "2.5"}),
-                                               edit(makeRename, {"//link", "part"}), scale("//@count"),
-                                               edit(makeAnnotate, {"//link", "note:by", "them"}),
-                                               edit(makeClearAnnotations, {"//link[1]", "note"})});
-    EXPECT_TRUE(report) << report;
 }
 
 /// A maker of an edit of any node that @p xpath selects now.

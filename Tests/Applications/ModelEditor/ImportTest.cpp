@@ -254,7 +254,10 @@ private:
         else
         {
             EXPECT_TRUE(manager.addCommand(std::make_shared<ModelEditor::AnnotateCmd>(
-                chosen.object, chosen.part == Part::Annotation ? chosen.name : "n:a", text, "annotate")));
+                chosen.object,
+                std::vector<ModelEditor::AnnotateCmd::Change>{
+                    {.name = chosen.part == Part::Annotation ? chosen.name : "n:a", .text = text}},
+                "annotate")));
         }
     }
 

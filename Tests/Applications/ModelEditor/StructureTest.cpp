@@ -4,6 +4,7 @@
 #include "Applications/ModelEditor/Edits/Edits.h"
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Service/CommandPattern/CommandBase.h"
+#include "Service/CommandPattern/MacroCommand.h"
 
 #include <gtest/gtest.h>
 
@@ -252,6 +253,33 @@ TEST(Structure, ManyThatFollowEachOtherGoAtOnceAndComeBack)
     const std::string file = "<r>\n <a/>\n <a/>x<b/>\n <!-- c -->\n <a><d/></a>\n</r>";
     EXPECT_EQ(edited(makeDelete, {"//a | //comment() | /r/text()"}, file), "<r><b/>\n</r>");
     EXPECT_EQ(edited(makeMove, {"//a", "/r/b"}, file), "<r>x<b><a/><a/><a><d/></a></b>\n <!-- c -->\n</r>");
+}
+
+// A command for each would look at all siblings each time.
+TEST(Structure, ScatteredSiblingsChangeInOneStep)
+{
+    const std::string file = "<r>\n  <a/>\n  <b/>\n  <a/>\n  <c><a/><b/><a/></c>\n  <a/>\n</r>\n";
+    XmlModel model(file, "m");
+    const auto isMacroOf = [&](std::size_t count, const Edit& edit)
+    {
+        const auto macro = std::dynamic_pointer_cast<Valdane::MacroCommand>(edit.command);
+        return macro == nullptr ? count == 1 : macro->size() == count;
+    };
+    EXPECT_TRUE(isMacroOf(1, makeDelete(model, {"/r/a"})));
+    EXPECT_TRUE(isMacroOf(2, makeDelete(model, {"//a"})));
+    EXPECT_TRUE(isMacroOf(1, makeInsert(model, {"/r/a", "<n/>", "--after"})));
+    EXPECT_TRUE(isMacroOf(2, makeWrap(model, {"/r/a", "w"})));
+    EXPECT_EQ(edited(makeDelete, {"//a"}, file), "<r>\n  <b/>\n  <c><b/></c>\n</r>\n");
+    EXPECT_EQ(edited(makeDelete, {"//a | //b | //text()"}, file), "<r>\n  <c></c>\n</r>\n");
+    EXPECT_EQ(edited(makeDelete, {"/r/node()"}, file), "<r></r>\n");
+    EXPECT_EQ(edited(makeInsert, {"//a", "<n/>", "--after"}, file),
+              "<r>\n  <a/>\n  <n/>\n  <b/>\n  <a/>\n  <n/>\n  <c><a/><n/><b/><a/><n/></c>\n  <a/>\n  "
+              "<n/>\n</r>\n");
+    EXPECT_EQ(edited(makeWrap, {"//a", "w"}, file),
+              "<r>\n  <w>\n    <a/>\n  </w>\n  <b/>\n  <w>\n    <a/>\n  </w>\n"
+              "  <c><w><a/></w><b/><w><a/></w></c>\n  <w>\n    <a/>\n  </w>\n</r>\n");
+    EXPECT_EQ(edited(makeMove, {"/r/a", "/r/c", "--before"}, file),
+              "<r>\n  <b/>\n  <a/>\n  <a/>\n  <a/>\n  <c><a/><b/><a/></c>\n</r>\n");
 }
 
 TEST(Structure, WhatIsMovedOrCopiedKeepsItsNamespaces)

@@ -77,8 +77,8 @@ TEST(XmlModel, ObjectsThatAreMadeWhileTheirElementsAreOutStayTheirs)
 {
     XmlModel model("<a><b><c/><c/></b></a>", "m");
     const auto b = model.select("/a/b").nodes.at(0).object;
-    ModelEditor::XmlCutting part{
-        .parent = model.getRoot()->getPath(Valdane::RequestedPathType::FromRoot), .index = 0, .count = 1};
+    ModelEditor::XmlCutting part{.parent = model.getRoot()->getPath(Valdane::RequestedPathType::FromRoot),
+                                 .cutting = {.ranges = {{.index = 0, .count = 1}}}};
     model.take(part);
     const auto c = b->getElements().at(1);
     model.put(part);
