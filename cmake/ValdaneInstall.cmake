@@ -6,14 +6,29 @@ include(CMakePackageConfigHelpers)
 get_property(libraries GLOBAL PROPERTY VALDANE_LIBRARIES)
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Valdane")
 
-install(
-  TARGETS ${libraries}
-  EXPORT ValdaneTargets
-  RUNTIME COMPONENT Runtime
-  LIBRARY COMPONENT Runtime NAMELINK_COMPONENT Development
-  ARCHIVE COMPONENT Development
-  FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/valdane" COMPONENT Development
-  FILE_SET generated_headers DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/valdane" COMPONENT Development)
+foreach(target IN LISTS libraries)
+  # What needs a package of its own is a component of its own.
+  get_target_property(needs ${target} VALDANE_NEEDS)
+  set(own)
+  if(needs)
+    get_target_property(own ${target} EXPORT_NAME)
+  endif()
+  install(
+    TARGETS ${target}
+    EXPORT Valdane${own}Targets
+    RUNTIME COMPONENT ${own}Runtime
+    LIBRARY COMPONENT ${own}Runtime NAMELINK_COMPONENT ${own}Development
+    ARCHIVE COMPONENT ${own}Development
+    FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/valdane" COMPONENT ${own}Development
+    FILE_SET generated_headers DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/valdane" COMPONENT ${own}Development)
+  set_target_properties(${target} PROPERTIES VALDANE_COMPONENT "${own}")
+  if(needs)
+    file(WRITE "${PROJECT_BINARY_DIR}/Valdane${own}.cmake"
+         "find_dependency(${needs})\ninclude(\"\${CMAKE_CURRENT_LIST_DIR}/Valdane${own}Targets.cmake\")\n")
+    install(FILES "${PROJECT_BINARY_DIR}/Valdane${own}.cmake" DESTINATION "${package_dir}" COMPONENT ${own}Development)
+    install(EXPORT Valdane${own}Targets NAMESPACE Valdane:: DESTINATION "${package_dir}" COMPONENT ${own}Development)
+  endif()
+endforeach()
 if(TARGET VLDService_CommandTestingAllocations)
   install(
     TARGETS VLDService_CommandTestingAllocations
@@ -24,10 +39,6 @@ install(EXPORT ValdaneTargets NAMESPACE Valdane:: DESTINATION "${package_dir}" C
 
 string(REGEX REPLACE "VLD[A-Za-z]+_" "" components "${libraries}")
 string(REPLACE ";" ", " components "${components}")
-set(qt_dependency)
-if(VALDANE_BUILD_QT)
-  set(qt_dependency "find_dependency(Qt6 6.4 COMPONENTS Widgets)\n")
-endif()
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/ValdaneConfig.cmake.in"
                               "${PROJECT_BINARY_DIR}/ValdaneConfig.cmake" INSTALL_DESTINATION "${package_dir}")
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/ValdaneConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
@@ -41,10 +52,18 @@ file(RELATIVE_PATH includedir_from_prefix "${CMAKE_INSTALL_PREFIX}" "${CMAKE_INS
 foreach(target IN LISTS libraries)
   # Valdane::Logging is in VLDService_Logging, and valdane-logging.pc tells of it.
   get_target_property(dependencies ${target} INTERFACE_LINK_LIBRARIES)
-  list(FILTER dependencies INCLUDE REGEX "^Valdane::")
-  list(TRANSFORM dependencies REPLACE "^Valdane::" "valdane-")
-  string(REPLACE ";" ", " requires "${dependencies}")
-  string(TOLOWER "${requires}" requires)
+  set(requires)
+  foreach(dependency IN LISTS dependencies)
+    if(dependency MATCHES "^Valdane::")
+      string(TOLOWER "${dependency}" dependency)
+      string(REPLACE "::" "-" dependency "${dependency}")
+      list(APPEND requires ${dependency})
+    elseif(dependency MATCHES "^Qt6::")
+      string(REPLACE "::" "" dependency "${dependency}")
+      list(APPEND requires ${dependency})
+    endif()
+  endforeach()
+  string(REPLACE ";" ", " requires "${requires}")
   get_target_property(type ${target} TYPE)
   if(type STREQUAL INTERFACE_LIBRARY)
     set(libs)
@@ -54,7 +73,8 @@ foreach(target IN LISTS libraries)
   string(REGEX REPLACE "^VLD[A-Za-z]+_" valdane- name "${target}")
   string(TOLOWER "${name}" name)
   get_target_property(description ${target} VALDANE_DESCRIPTION)
+  get_target_property(own ${target} VALDANE_COMPONENT)
   configure_file(cmake/library.pc.in "${PROJECT_BINARY_DIR}/pkgconfig/${name}.pc" @ONLY)
   install(FILES "${PROJECT_BINARY_DIR}/pkgconfig/${name}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
-          COMPONENT Development)
+          COMPONENT ${own}Development)
 endforeach()

@@ -1,5 +1,6 @@
 # Debian packages: `cmake --workflow --preset debian`. libvaldane1 has the libraries, libvaldane-dev what building against
-# them needs, valdane-tools the model editor.
+# them needs, valdane-tools the model editor; libvaldane-qt1 and libvaldane-qt-dev have the library Qt, which others do not
+# need.
 
 find_program(DPKG dpkg)
 find_program(GZIP gzip)
@@ -17,7 +18,12 @@ set(CPACK_COMPONENTS_ALL Runtime Development)
 if(TARGET model-editor)
   list(APPEND CPACK_COMPONENTS_ALL Tools)
 endif()
+if(TARGET VLDToolkit_Qt)
+  list(APPEND CPACK_COMPONENTS_ALL QtRuntime QtDevelopment)
+endif()
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS Runtime)
+set(CPACK_COMPONENT_QTRUNTIME_DEPENDS Runtime)
+set(CPACK_COMPONENT_QTDEVELOPMENT_DEPENDS QtRuntime Development)
 set(CPACK_COMPONENT_TOOLS_DEPENDS Runtime)
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -63,6 +69,25 @@ set(CPACK_COMPONENT_TOOLS_DESCRIPTION
 shows what the command framework does: groups, recordings, and work on another
 thread.")
 
+set(CPACK_DEBIAN_QTRUNTIME_PACKAGE_NAME "libvaldane-qt${PROJECT_VERSION_MAJOR}")
+set(CPACK_DEBIAN_QTRUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_QTRUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/cmake/debian/triggers")
+set(CPACK_COMPONENT_QTRUNTIME_DESCRIPTION
+    "Every change of an application is a command, and one manager runs it, logs
+it, keeps it for undo and redo, and tells which data differ from the last save.
+.
+This package has the library for Qt applications.")
+
+set(CPACK_DEBIAN_QTDEVELOPMENT_PACKAGE_NAME libvaldane-qt-dev)
+set(CPACK_DEBIAN_QTDEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_QTDEVELOPMENT_PACKAGE_DEPENDS "qt6-base-dev (>= 6.4)")
+set(CPACK_COMPONENT_QTDEVELOPMENT_DESCRIPTION
+    "Every change of an application is a command, and one manager runs it, logs
+it, keeps it for undo and redo, and tells which data differ from the last save.
+.
+This package has what Qt applications are built with: headers, and files for
+CMake and pkg-config.")
+
 # What Debian wants of every package; only there, and not installed otherwise.
 set(debian "${PROJECT_BINARY_DIR}/debian")
 configure_file(cmake/debian/changelog.in "${debian}/changelog" @ONLY)
@@ -81,11 +106,15 @@ install(
   DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
   COMPONENT Tools
   EXCLUDE_FROM_ALL)
-install(
-  FILES cmake/debian/${runtime_package}.lintian-overrides
-  DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/lintian/overrides"
-  RENAME ${runtime_package}
-  COMPONENT Runtime
-  EXCLUDE_FROM_ALL)
+foreach(component Runtime QtRuntime)
+  string(TOUPPER ${component} upper_component)
+  set(package ${CPACK_DEBIAN_${upper_component}_PACKAGE_NAME})
+  install(
+    FILES cmake/debian/${package}.lintian-overrides
+    DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/lintian/overrides"
+    RENAME ${package}
+    COMPONENT ${component}
+    EXCLUDE_FROM_ALL)
+endforeach()
 
 include(CPack)

@@ -19,14 +19,19 @@ function(valdane_private_flags target)
             "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
 endfunction()
 
-# valdane_add_library(<Name> DESCRIPTION ... HEADERS ... [FAMILY ...] [SOURCES ...] [DEPENDS ...] [PRIVATE_DEPENDS ...])
+# valdane_add_library(<Name> DESCRIPTION ... HEADERS ... [FAMILY ...] [NEEDS ...] [SOURCES ...] [DEPENDS ...]
+#                     [PRIVATE_DEPENDS ...])
 #
 # Makes libVLD<Family>_<Name>.so (header-only without SOURCES) with the alias Valdane::<Name>. FAMILY is "Service", unless it is
 # given. HEADERS are the public
 # headers, installed under include/valdane/ with their path below the project. DESCRIPTION is for pkg-config. A library with
 # sources gets "<Folder>/<Name>Export.h" with the macros VALDANE_<NAME>_EXPORT and VALDANE_<NAME>_TEMPLATE_EXPORT.
+#
+# NEEDS is a package as find_package() takes it, such as "Qt6 6.4 COMPONENTS Widgets", that whoever links against the library
+# must have. The library is then installed as components of its own, <Name>Runtime and <Name>Development, and looks for that
+# package only for projects that ask for the component <Name>.
 function(valdane_add_library name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "DESCRIPTION;FAMILY" "HEADERS;SOURCES;DEPENDS;PRIVATE_DEPENDS")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "DESCRIPTION;FAMILY;NEEDS" "HEADERS;SOURCES;DEPENDS;PRIVATE_DEPENDS")
   if(NOT arg_FAMILY)
     set(arg_FAMILY Service)
   endif()
@@ -76,7 +81,7 @@ function(valdane_add_library name)
   endif()
 
   add_library(Valdane::${name} ALIAS ${target})
-  set_target_properties(${target} PROPERTIES EXPORT_NAME ${name} VALDANE_DESCRIPTION "${arg_DESCRIPTION}")
+  set_target_properties(${target} PROPERTIES EXPORT_NAME ${name} VALDANE_DESCRIPTION "${arg_DESCRIPTION}" VALDANE_NEEDS "${arg_NEEDS}")
   target_compile_features(${target} ${scope} cxx_std_20)
   target_link_libraries(${target} ${scope} ${arg_DEPENDS})
   target_sources(${target} ${scope} FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${arg_HEADERS})

@@ -5,6 +5,7 @@
 build_packages=(g++ cmake ninja-build pkg-config libboost-dev libspdlog-dev libpugixml-dev libedit-dev)
 test_packages=(libgtest-dev libgmock-dev librapidcheck-dev)
 benchmark_packages=(valgrind python3)
+qt_packages=(qt6-base-dev)
 docs_packages=(doxygen graphviz python3)
 packaging_packages=(dpkg-dev file)
 sanitizer_packages=(clang-19 libclang-rt-19-dev)
