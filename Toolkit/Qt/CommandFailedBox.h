@@ -26,7 +26,7 @@ class VALDANE_QT_EXPORT CommandFailedBox : public QObject
     Q_OBJECT
 
 public:
-    /// @param window  above which the box opens; may be null.
+    /// @param manager  whose failures are shown. @param window  above which the box opens; may be null.
     explicit CommandFailedBox(CommandManager& manager, QWidget* window = nullptr);
 
     /// Closes the box.
@@ -36,7 +36,7 @@ public:
     void add(const QString& what, const QString& why);
 
 private:
-    class Private;
+    class VALDANE_QT_NO_EXPORT Private;
 
     std::unique_ptr<Private> d;
 };

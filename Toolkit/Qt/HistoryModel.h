@@ -63,7 +63,7 @@ Q_SIGNALS:
     void historyChanged();
 
 private:
-    class Private;
+    class VALDANE_QT_NO_EXPORT Private;
 
     std::unique_ptr<Private> d;
 };

@@ -44,7 +44,7 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    class Private;
+    class VALDANE_QT_NO_EXPORT Private;
 
     std::unique_ptr<Private> d;
 };

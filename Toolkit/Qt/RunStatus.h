@@ -29,7 +29,7 @@ public:
     void setMinimumDuration(std::chrono::milliseconds duration);
 
 private:
-    class Private;
+    class VALDANE_QT_NO_EXPORT Private;
 
     std::unique_ptr<Private> d;
 };
