@@ -4,9 +4,9 @@
 
 #include <QApplication>
 #include <QFont>
-#include <QIcon>
 #include <QPalette>
 #include <QStyle>
+#include <array>
 #include <optional>
 
 namespace Valdane
@@ -76,8 +76,22 @@ public:
         return state == 0 ? manager.getSavedPosition(tracker) == 0U : history.isSaved(state - 1, tracker);
     }
 
+    QVariant iconOf(std::uint64_t state) const
+    {
+        for (std::uint64_t tracker = 0; tracker < icons.size(); ++tracker)
+        {
+            if (!icons[tracker].isNull() && isSaved(state, tracker))
+            {
+                return icons[tracker];
+            }
+        }
+        return {};
+    }
+
     CommandManager& manager;
     History history;
+    std::array<QIcon, CommandManager::ChangeTrackerCount> icons{
+        QIcon::fromTheme("document-save", QApplication::style()->standardIcon(QStyle::SP_DialogSaveButton))};
     // As told to those who use the model.
     std::uint64_t commands;
 
@@ -171,6 +185,12 @@ History::MoveResult HistoryModel::goTo(int row)
     return d->history.moveTo(static_cast<std::uint64_t>(row));
 }
 
+void HistoryModel::setSavedIcon(std::uint64_t tracker, const QIcon& icon)
+{
+    d->icons.at(tracker) = icon;
+    Q_EMIT dataChanged(index(0), index(rowCount() - 1), {Qt::DecorationRole});
+}
+
 int HistoryModel::rowCount(const QModelIndex& parent) const
 {
     return parent.isValid() ? 0 : static_cast<int>(d->commands + 1);
@@ -195,10 +215,7 @@ QVariant HistoryModel::data(const QModelIndex& index, int role) const
                    ? QVariant()
                    : QVariant(QApplication::palette().brush(QPalette::Disabled, QPalette::Text));
     case Qt::DecorationRole:
-        return d->isSaved(*state, 0) || d->isSaved(*state, 1)
-                   ? QIcon::fromTheme("document-save",
-                                      QApplication::style()->standardIcon(QStyle::SP_DialogSaveButton))
-                   : QVariant();
+        return d->iconOf(*state);
     case IsDoneRole:
         return d->isDone(*state);
     case IsCurrentRole:

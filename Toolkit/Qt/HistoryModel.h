@@ -4,6 +4,7 @@
 #include "Toolkit/Qt/QtExport.h"
 
 #include <QAbstractListModel>
+#include <QIcon>
 #include <cstdint>
 #include <memory>
 
@@ -48,6 +49,13 @@ public:
 
     /// Undoes or redoes until the state of @p row is the current one. @throws what History::moveTo() throws.
     History::MoveResult goTo(int row);
+
+    /// How the state looks that was saved last for @p tracker. At first an icon of the platform for tracker 0, and nothing
+    /// for tracker 1, which many applications do not use. If both were saved, that of tracker 0 is shown.
+    ///
+    /// @param tracker  which one; see CommandManager::ChangeTrackerCount. @param icon  empty shows nothing.
+    /// @throws std::out_of_range if there is no such tracker.
+    void setSavedIcon(std::uint64_t tracker, const QIcon& icon);
 
     /// One more than there are commands; 0 below a row.
     int rowCount(const QModelIndex& parent = {}) const override;

@@ -7,10 +7,30 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QPointer>
+#include <QStyledItemDelegate>
 #include <QTimer>
 
 namespace Valdane
 {
+
+namespace
+{
+
+// Texts begin at one line, whether or not there is an icon before them.
+class WithRoomForIcon : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override
+    {
+        QStyledItemDelegate::initStyleOption(option, index);
+        option->features |= QStyleOptionViewItem::HasDecoration;
+    }
+};
+
+} // namespace
 
 HistoryView::HistoryView(QWidget* parent) : QTableView(parent)
 {
@@ -25,6 +45,7 @@ HistoryView::HistoryView(QWidget* parent) : QTableView(parent)
     setSelectionBehavior(SelectRows);
     setSelectionMode(SingleSelection);
     setEditTriggers(NoEditTriggers);
+    setItemDelegate(new WithRoomForIcon(this));
     setAccessibleName(tr("History"));
     connect(this, &QTableView::clicked, this, &HistoryView::goTo);
 }

@@ -8,6 +8,7 @@
 
 #include <QAbstractItemModelTester>
 #include <QFont>
+#include <QPixmap>
 #include <algorithm>
 #include <memory>
 #include <random>
@@ -47,8 +48,7 @@ std::string shown(const HistoryModel& model, int row)
     };
     EXPECT_EQ(index.data(Qt::FontRole).isValid(), is(HistoryModel::IsCurrentRole));
     EXPECT_EQ(index.data(Qt::ForegroundRole).isValid(), !is(HistoryModel::IsDoneRole));
-    EXPECT_EQ(index.data(Qt::DecorationRole).isValid(),
-              is(HistoryModel::IsSavedRole) || is(HistoryModel::IsSavedForSecondRole));
+    EXPECT_EQ(index.data(Qt::DecorationRole).isValid(), is(HistoryModel::IsSavedRole));
     return (is(HistoryModel::IsCurrentRole) ? "* "
             : is(HistoryModel::IsDoneRole)  ? ""
                                             : "- ") +
@@ -118,6 +118,39 @@ TEST(HistoryModelTest, ARowIsTheStateAfterItsCommand)
     EXPECT_FALSE(model.index(4).data().isValid());
     EXPECT_EQ(model.rowCount(model.index(0)), 0);
     EXPECT_EQ(model.roleNames().value(HistoryModel::IsSavedRole), "isSaved");
+}
+
+TEST(HistoryModelTest, EachTrackerHasAnIcon)
+{
+    Counter counter;
+    HistoryModel model(counter.manager);
+    counter.manager.adjustOnSave(1);
+    counter.add("a");
+    counter.manager.adjustOnSave(0);
+    const auto iconOf = [&model](int row)
+    {
+        return qvariant_cast<QIcon>(model.index(row).data(Qt::DecorationRole)).cacheKey();
+    };
+    const auto iconOfColour = [](Qt::GlobalColor colour)
+    {
+        QPixmap pixmap(8, 8);
+        pixmap.fill(colour);
+        return QIcon(pixmap);
+    };
+    const auto red = iconOfColour(Qt::red);
+    const auto blue = iconOfColour(Qt::blue);
+    int changes = 0;
+    QObject::connect(&model, &HistoryModel::dataChanged, &model, [&] { ++changes; });
+    model.setSavedIcon(0, red);
+    model.setSavedIcon(1, blue);
+    EXPECT_EQ(changes, 2);
+    EXPECT_EQ(iconOf(0), blue.cacheKey());
+    EXPECT_EQ(iconOf(1), red.cacheKey());
+    counter.manager.adjustOnSave(1);
+    EXPECT_EQ(iconOf(1), red.cacheKey());
+    model.setSavedIcon(0, {});
+    EXPECT_EQ(iconOf(1), blue.cacheKey());
+    EXPECT_THROW(model.setSavedIcon(2, red), std::exception);
 }
 
 TEST(HistoryModelTest, GoesToAStateAndTellsOnceThatItIsThere)
