@@ -19,7 +19,7 @@ constexpr auto usualMinimumDuration = 500ms;
 
 constexpr int fullBar = 1000;
 
-QString translate(const char* text)
+QString runText(const char* text)
 {
     return QCoreApplication::translate("Valdane::RunDisplay", text);
 }
@@ -44,7 +44,7 @@ RunDisplay::RunDisplay(ThreadedRun& shownRun, QWidget& shownIn)
     : message(new QLabel(&shownIn)),
       bar(new QProgressBar(&shownIn)),
       time(new QLabel(&shownIn)),
-      cancel(new QPushButton(translate("&Cancel"), &shownIn)),
+      cancel(new QPushButton(runText("&Cancel"), &shownIn)),
       run(shownRun),
       owner(shownIn),
       started(run.connectToSigStarted([this] { start(); })),
@@ -52,7 +52,7 @@ RunDisplay::RunDisplay(ThreadedRun& shownRun, QWidget& shownIn)
       finished(run.connectToSigFinished([this](auto, const auto&) { finish(); }))
 {
     message->setTextFormat(Qt::PlainText);
-    bar->setAccessibleName(translate("Progress"));
+    bar->setAccessibleName(runText("Progress"));
     moment.setSingleShot(true);
     moment.setInterval(usualMinimumDuration);
     clock.setInterval(1s);
@@ -78,7 +78,7 @@ void RunDisplay::cancelRun()
     }
     isCancelled = true;
     cancel->setEnabled(false);
-    message->setText(translate("Cancelling..."));
+    message->setText(runText("Cancelling..."));
     callForEvent([this] { run.abort(); });
 }
 
@@ -87,7 +87,7 @@ void RunDisplay::start()
 {
     isCancelled = false;
     cancel->setEnabled(true);
-    message->setText(translate("Please wait..."));
+    message->setText(runText("Please wait..."));
     bar->setRange(0, 0);
     showTime();
     clock.start();
@@ -119,10 +119,10 @@ void RunDisplay::showTime()
     {
         return;
     }
-    QString text = translate("%1 elapsed").arg(clockText(progress->elapsed));
+    QString text = runText("%1 elapsed").arg(clockText(progress->elapsed));
     if (progress->remaining)
     {
-        text += ", " + translate("about %1 left").arg(clockText(*progress->remaining));
+        text += ", " + runText("about %1 left").arg(clockText(*progress->remaining));
     }
     time->setText(text);
 }

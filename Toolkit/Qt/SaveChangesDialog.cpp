@@ -24,9 +24,9 @@ constexpr std::size_t mostModules = 5;
 constexpr qsizetype mostChanges = 3;
 constexpr qsizetype longestChange = 60;
 
-QString translate(const char* text, int number = -1)
+QString saveText(const char* text)
 {
-    return QCoreApplication::translate("Valdane::SaveChangesDialog", text, nullptr, number);
+    return QCoreApplication::translate("Valdane::SaveChangesDialog", text);
 }
 
 QString usualNameOf(const Object& module)
@@ -42,7 +42,7 @@ QString nameOf(const UnsavedModule& module, const ModuleNames& names)
 {
     if (module.module == nullptr)
     {
-        return translate("Other changes");
+        return saveText("Other changes");
     }
     return names ? names(*module.module) : usualNameOf(*module.module);
 }
@@ -64,7 +64,7 @@ QString brief(const QString& text)
 
 QString moreOf(qsizetype count)
 {
-    return translate("%1 more").arg(count);
+    return saveText("%1 more").arg(count);
 }
 
 QString lineOf(const QString& name, const QStringList& words)
@@ -129,9 +129,9 @@ SaveChoice saveChangesDialog(QWidget* parent, const QString& documentName, const
     // Its parent may destroy it.
     const QPointer<QMessageBox> box(new QMessageBox(parent));
     box->setIcon(QMessageBox::Warning);
-    box->setWindowTitle(translate("Unsaved changes"));
+    box->setWindowTitle(saveText("Unsaved changes"));
     box->setTextFormat(Qt::PlainText);
-    box->setText(translate("Save the changes to \"%1\"?").arg(documentName));
+    box->setText(saveText("Save the changes to \"%1\"?").arg(documentName));
     box->setInformativeText(texts.lines.join("\n"));
     if (texts.isCut)
     {
