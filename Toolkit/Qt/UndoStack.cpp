@@ -10,7 +10,7 @@
 #include <QScopedValueRollback>
 #include <QUndoCommand>
 #include <algorithm>
-#include <utility>
+#include <cstdlib>
 
 namespace Valdane
 {
@@ -18,47 +18,51 @@ namespace Valdane
 namespace
 {
 
+// Empty if it is a command of another kind.
+std::shared_ptr<QtCommand> asQtCommand(const std::shared_ptr<const CommandBase>& command)
+{
+    return std::const_pointer_cast<QtCommand>(std::dynamic_pointer_cast<const QtCommand>(command));
+}
+
+const QUndoCommand* unwrap(const std::shared_ptr<const CommandBase>& command)
+{
+    const auto wrapper = asQtCommand(command);
+    return wrapper == nullptr ? nullptr : wrapper->get();
+}
+
 // A text may have two parts: one for lists, and one for actions.
 QString listText(const std::string& description)
 {
     return QString::fromStdString(description).section('\n', 0, 0);
 }
 
-QString actionText(const CommandBase* command)
+QString actionText(const std::shared_ptr<const CommandBase>& command)
 {
-    if (command == nullptr)
+    if (const QUndoCommand* wrapped = unwrap(command))
     {
-        return {};
-    }
-    const auto* wrapper = dynamic_cast<const QtCommand*>(command);
-    if (wrapper != nullptr && wrapper->get() != nullptr)
-    {
-        return wrapper->get()->actionText();
+        return wrapped->actionText();
     }
     const auto text = QString::fromStdString(command->getDescription());
     return text.section('\n', text.contains('\n') ? 1 : 0);
 }
 
-bool isObsolete(const CommandBase* command)
+bool isObsolete(const std::shared_ptr<const CommandBase>& command)
 {
-    const auto* wrapper = dynamic_cast<const QtCommand*>(command);
-    return wrapper != nullptr && wrapper->get() != nullptr && wrapper->get()->isObsolete();
+    const QUndoCommand* wrapped = unwrap(command);
+    return wrapped != nullptr && wrapped->isObsolete();
 }
 
 } // namespace
 
-UndoStack::UndoStack(QObject* parent) : UndoStack(std::make_unique<CommandManager>(), nullptr, parent) {}
+UndoStack::UndoStack(QObject* parent) : UndoStack(nullptr, parent) {}
 
-UndoStack::UndoStack(CommandManager& commandManager, QObject* parent)
-    : UndoStack(nullptr, &commandManager, parent)
-{
-}
+UndoStack::UndoStack(CommandManager& commandManager, QObject* parent) : UndoStack(&commandManager, parent) {}
 
-UndoStack::UndoStack(std::unique_ptr<CommandManager> own, CommandManager* others, QObject* parent)
+UndoStack::UndoStack(CommandManager* given, QObject* parent)
     : QObject(parent),
-      ownManager(std::move(own)),
-      commands(others == nullptr ? *ownManager : *others),
-      told(static_cast<int>(commands.getPosition())),
+      ownManager(given == nullptr ? std::make_unique<CommandManager>() : nullptr),
+      commands(given == nullptr ? *ownManager : *given),
+      told(commands.getPosition()),
       clean(told),
       changed(commands.connectToSigHistoryChanged([this](const HistoryChange& change) { follow(change); }))
 {
@@ -97,13 +101,8 @@ void UndoStack::clear()
         commands.clear();
         commands.adjustOnSave(0);
     }
-    told = 0;
     clean = 0;
-    tellIndex();
-    if (!wasClean)
-    {
-        Q_EMIT cleanChanged(true);
-    }
+    settle(wasClean);
 }
 
 void UndoStack::push(QUndoCommand* command)
@@ -125,17 +124,7 @@ void UndoStack::push(QUndoCommand* command)
         if (target != nullptr && target->mergeWith(*pushed))
         {
             pushed->release();
-            if (!macros.empty())
-            {
-                if (isObsolete(target.get()))
-                {
-                    // The group keeps what is left of it, which does nothing.
-                    target->release();
-                    macros.back().pop_back();
-                }
-                return;
-            }
-            isObsolete(target.get()) ? takeNewest() : replaceNewest();
+            followMerge(target);
         }
         else if (command->isObsolete())
         {
@@ -168,12 +157,12 @@ bool UndoStack::canRedo() const
 
 QString UndoStack::undoText() const
 {
-    return canUndo() ? actionText(commands.getUndoCommand().get()) : QString();
+    return canUndo() ? actionText(commands.getUndoCommand()) : QString();
 }
 
 QString UndoStack::redoText() const
 {
-    return canRedo() ? actionText(commands.getRedoCommand().get()) : QString();
+    return canRedo() ? actionText(commands.getRedoCommand()) : QString();
 }
 
 int UndoStack::count() const
@@ -183,7 +172,7 @@ int UndoStack::count() const
 
 int UndoStack::index() const
 {
-    return told;
+    return static_cast<int>(told);
 }
 
 QString UndoStack::text(int row) const
@@ -198,9 +187,7 @@ QString UndoStack::text(int row) const
 
 const QUndoCommand* UndoStack::command(int row) const
 {
-    const auto found = row < 0 ? nullptr : commands.getCommand(static_cast<std::uint64_t>(row));
-    const auto* wrapper = dynamic_cast<const QtCommand*>(found.get());
-    return wrapper == nullptr ? nullptr : wrapper->get();
+    return row < 0 ? nullptr : unwrap(commands.getCommand(static_cast<std::uint64_t>(row)));
 }
 
 QAction* UndoStack::createUndoAction(QObject* parent, const QString& prefix) const
@@ -225,29 +212,25 @@ bool UndoStack::isClean() const
 
 int UndoStack::cleanIndex() const
 {
-    return clean;
+    return clean.has_value() ? static_cast<int>(*clean) : -1;
 }
 
 void UndoStack::beginMacro(const QString& text)
 {
-    const QScopedValueRollback working(isWorking, true);
-    if (macros.empty())
     {
+        const QScopedValueRollback working(isWorking, true);
+        // First, because it is refused while a threaded command is running.
+        commands.beginGroup(text.toStdString());
+        if (!macros.empty())
+        {
+            macros.back().emplace_back();
+        }
+        macros.emplace_back();
         commands.forgetRedoCommands();
     }
-    // It is refused while a threaded command is running; then no macro is open.
-    commands.beginGroup(text.toStdString());
-    if (!macros.empty())
-    {
-        macros.back().emplace_back();
-    }
-    macros.emplace_back();
     if (macros.size() == 1)
     {
-        Q_EMIT canUndoChanged(false);
-        Q_EMIT undoTextChanged(QString());
-        Q_EMIT canRedoChanged(false);
-        Q_EMIT redoTextChanged(QString());
+        tellActions();
     }
 }
 
@@ -296,9 +279,8 @@ int UndoStack::undoLimit() const
 
 void UndoStack::setClean()
 {
-    if (!macros.empty())
+    if (isRefused("setClean(): cannot set clean"))
     {
-        qWarning("UndoStack::setClean(): cannot set clean in the middle of a macro");
         return;
     }
     const bool wasClean = isClean();
@@ -316,7 +298,7 @@ void UndoStack::setClean()
 void UndoStack::resetClean()
 {
     const bool wasClean = isClean();
-    clean = -1;
+    clean.reset();
     if (wasClean)
     {
         Q_EMIT cleanChanged(false);
@@ -325,68 +307,54 @@ void UndoStack::resetClean()
 
 void UndoStack::setIndex(int row)
 {
-    if (!macros.empty())
+    if (isRefused("setIndex(): cannot set index"))
     {
-        qWarning("UndoStack::setIndex(): cannot set index in the middle of a macro");
         return;
     }
-    auto wanted = static_cast<std::uint64_t>(std::clamp(row, 0, count()));
+    const int distance = std::clamp(row, 0, count()) - static_cast<int>(commands.getPosition());
     {
         const QScopedValueRollback working(isWorking, true);
-        while (commands.getPosition() < wanted && stepForward(wanted))
-        {
-        }
-        while (commands.getPosition() > wanted && stepBack())
+        for (int left = std::abs(distance); left != 0 && step(distance > 0); --left)
         {
         }
     }
-    if (static_cast<int>(commands.getPosition()) != told)
+    if (commands.getPosition() != told)
     {
-        settle(clean == told);
+        settle(isClean());
     }
 }
 
 void UndoStack::undo()
 {
-    if (told == 0)
+    if (told != 0 && !isRefused("undo(): cannot undo"))
     {
-        return;
+        setIndex(index() - 1);
     }
-    if (!macros.empty())
-    {
-        qWarning("UndoStack::undo(): cannot undo in the middle of a macro");
-        return;
-    }
-    setIndex(told - 1);
 }
 
 void UndoStack::redo()
 {
-    if (told == count())
+    if (index() != count() && !isRefused("redo(): cannot redo"))
     {
-        return;
+        setIndex(index() + 1);
     }
-    if (!macros.empty())
-    {
-        qWarning("UndoStack::redo(): cannot redo in the middle of a macro");
-        return;
-    }
-    setIndex(told + 1);
 }
 
 void UndoStack::setActive(bool active)
 {
-    if (group != nullptr)
+    if (group != nullptr && (active || isActive()))
     {
-        if (active)
-        {
-            group->setActiveStack(this);
-        }
-        else if (group->activeStack() == this)
-        {
-            group->setActiveStack(nullptr);
-        }
+        group->setActiveStack(active ? this : nullptr);
     }
+}
+
+bool UndoStack::isRefused(const char* operation) const
+{
+    if (!macros.empty())
+    {
+        qWarning("UndoStack::%s in the middle of a macro", operation);
+    }
+    return !macros.empty();
 }
 
 // The command that may take in the next one; empty if there is none.
@@ -396,92 +364,68 @@ std::shared_ptr<QtCommand> UndoStack::findMergeTarget() const
     {
         return macros.back().empty() ? nullptr : macros.back().back();
     }
-    if (!commands.getOpenGroups().empty() || clean == static_cast<int>(commands.getPosition()))
+    const bool isOnItsOwn = !commands.getOpenGroups().empty() || clean == commands.getPosition();
+    return isOnItsOwn ? nullptr : asQtCommand(commands.getUndoCommand());
+}
+
+void UndoStack::followMerge(const std::shared_ptr<QtCommand>& target)
+{
+    const bool isGone = target->get()->isObsolete();
+    if (macros.empty())
     {
-        return nullptr;
+        // Who shows the history is to see that the command has taken in another one.
+        isGone ? drop(target) : commands.addExecutedCommand(takeNewest());
     }
-    return std::const_pointer_cast<QtCommand>(
-        std::dynamic_pointer_cast<const QtCommand>(commands.getUndoCommand()));
-}
-
-// The newest command has taken in another one: who shows the history is to see that.
-void UndoStack::replaceNewest()
-{
-    const QScopedValueRollback taking(isTaking, true);
-    commands.addExecutedCommand(commands.takeLastExecutedCommand());
-}
-
-void UndoStack::takeNewest()
-{
-    const QScopedValueRollback taking(isTaking, true);
-    commands.takeLastExecutedCommand();
-}
-
-bool UndoStack::stepBack()
-{
-    if (isObsolete(commands.getUndoCommand().get()))
+    else if (isGone)
     {
-        dropNewest();
-        return true;
+        // The group keeps what is left of it, which does nothing.
+        target->release();
+        macros.back().pop_back();
     }
-    if (!commands.undo(1))
+}
+
+// Undoes or redoes one command, and drops it if it is obsolete before that or afterwards. False if it failed.
+bool UndoStack::step(bool isRedo)
+{
+    const auto command = isRedo ? commands.getRedoCommand() : commands.getUndoCommand();
+    if (!isObsolete(command) && !(isRedo ? commands.redo(1) : commands.undo(1)))
     {
         return false;
     }
-    if (isObsolete(commands.getRedoCommand().get()))
+    if (isObsolete(command))
     {
-        dropUndone();
+        drop(asQtCommand(command));
     }
     return true;
 }
 
-bool UndoStack::stepForward(std::uint64_t& wanted)
+// The clean state is gone if it has the effect of the command.
+void UndoStack::drop(const std::shared_ptr<QtCommand>& command)
 {
-    if (isObsolete(commands.getRedoCommand().get()))
+    if (commands.getRedoCommand() == command)
     {
-        dropUndone();
-        --wanted;
-        return true;
+        // Only a command that is done can be taken. The redo() of this one does nothing now.
+        command->release();
+        commands.redo(1);
     }
-    if (!commands.redo(1))
-    {
-        return false;
-    }
-    if (isObsolete(commands.getUndoCommand().get()))
-    {
-        dropNewest();
-        --wanted;
-    }
-    return true;
-}
-
-// The next command to redo is obsolete.
-void UndoStack::dropUndone()
-{
-    // Only a command that is done can be taken. The redo() of this one does nothing now.
-    const auto undone = std::const_pointer_cast<CommandBase>(commands.getRedoCommand());
-    std::static_pointer_cast<QtCommand>(undone)->release();
-    commands.redo(1);
-    dropNewest();
-}
-
-// The newest command is obsolete. The clean state is gone if it has its effect.
-void UndoStack::dropNewest()
-{
     takeNewest();
-    if (clean > static_cast<int>(commands.getPosition()))
+    if (clean > commands.getPosition())
     {
         resetClean();
     }
 }
 
+std::shared_ptr<CommandBase> UndoStack::takeNewest()
+{
+    // The command has no effect, or comes back: the clean state stays where it is.
+    const QScopedValueRollback unchanged(clean);
+    return commands.takeLastExecutedCommand();
+}
+
 void UndoStack::follow(const HistoryChange& change)
 {
     const bool wasClean = isClean();
-    if (!isTaking)
-    {
-        followClean(change);
-    }
+    followClean(change);
     if (!isWorking)
     {
         settle(wasClean);
@@ -491,44 +435,43 @@ void UndoStack::follow(const HistoryChange& change)
 // Moves the clean index with its state, which is gone if no undo and redo leads there any more.
 void UndoStack::followClean(const HistoryChange& change)
 {
-    auto position = static_cast<int>(change.positionBefore);
+    std::uint64_t position = change.positionBefore;
     for (const RowChange& rows : change.rows)
     {
-        const auto first = static_cast<int>(rows.first);
-        const auto removed = static_cast<int>(rows.removed);
-        const auto inserted = static_cast<int>(rows.inserted);
-        if (first >= position || removed == inserted)
+        if (rows.first >= position || rows.removed == rows.inserted)
         {
-            clean = clean > first ? -1 : clean;
-            position += first == position ? inserted : 0;
-            continue;
+            // There is a new command, what could be redone is forgotten, or a command has taken in another one.
+            clean = clean > rows.first ? std::nullopt : clean;
+            position += rows.first == position ? rows.inserted : 0;
         }
-        const bool areOldest = first == 0 && inserted == 0;
-        if (areOldest && removed <= position)
+        else if (rows.first == 0 && rows.inserted == 0 && rows.removed < position)
         {
-            clean = std::max(clean - removed, -1);
+            // The oldest commands have left because of the limit.
+            clean = clean >= rows.removed ? std::optional(*clean - rows.removed) : std::nullopt;
+            position -= rows.removed;
         }
         else
         {
-            clean = areOldest && clean == position ? 0 : -1;
+            // Only the manager knows whether the command that was taken is undone.
+            clean = clean.has_value() ? commands.getSavedPosition(0) : clean;
+            return;
         }
-        position += inserted - std::min(removed, position);
     }
 }
 
 void UndoStack::settle(bool wasClean)
 {
-    told = static_cast<int>(commands.getPosition());
-    tellIndex();
+    told = commands.getPosition();
+    Q_EMIT indexChanged(index());
+    tellActions();
     if (isClean() != wasClean)
     {
         Q_EMIT cleanChanged(!wasClean);
     }
 }
 
-void UndoStack::tellIndex()
+void UndoStack::tellActions()
 {
-    Q_EMIT indexChanged(told);
     Q_EMIT canUndoChanged(canUndo());
     Q_EMIT undoTextChanged(undoText());
     Q_EMIT canRedoChanged(canRedo());

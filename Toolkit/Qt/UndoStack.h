@@ -3,11 +3,11 @@
 #include "Platform/Signals/Connection.h"
 #include "Toolkit/Qt/QtExport.h"
 
-#include <QList>
 #include <QObject>
 #include <QString>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class QAction;
@@ -16,6 +16,7 @@ class QUndoCommand;
 namespace Valdane
 {
 
+class CommandBase;
 class CommandManager;
 class QtCommand;
 class UndoGroup;
@@ -142,31 +143,28 @@ private:
     /// What is known of an open macro: its commands, and an empty pointer for each macro in it.
     using Macro = std::vector<std::shared_ptr<QtCommand>>;
 
-    UndoStack(std::unique_ptr<CommandManager> own, CommandManager* others, QObject* parent);
+    UndoStack(CommandManager* given, QObject* parent);
+    bool isRefused(const char* operation) const;
     std::shared_ptr<QtCommand> findMergeTarget() const;
-    void replaceNewest();
-    void takeNewest();
-    void dropNewest();
-    void dropUndone();
-    bool stepBack();
-    bool stepForward(std::uint64_t& wanted);
+    void followMerge(const std::shared_ptr<QtCommand>& target);
+    bool step(bool isRedo);
+    void drop(const std::shared_ptr<QtCommand>& command);
+    std::shared_ptr<CommandBase> takeNewest();
     void follow(const HistoryChange& change);
     void followClean(const HistoryChange& change);
     void settle(bool wasClean);
-    void tellIndex();
+    void tellActions();
 
     std::unique_ptr<CommandManager> ownManager;
     CommandManager& commands;
     UndoGroup* group = nullptr;
     std::vector<Macro> macros;
     /// The index that was told last.
-    int told = 0;
-    /// The clean index; -1 if there is none.
-    int clean = 0;
+    std::uint64_t told;
+    /// The clean index; empty if there is none.
+    std::optional<std::uint64_t> clean;
     /// Whether an operation of the stack changes the history; it tells of that itself.
     bool isWorking = false;
-    /// Whether a command leaves the history that has no effect, or comes back.
-    bool isTaking = false;
     Signals::Connection changed;
 };
 
