@@ -2,7 +2,6 @@
 
 #include "Platform/ExceptionHandling/VdException.h"
 
-#include <QUndoCommand>
 #include <utility>
 
 namespace Valdane
@@ -15,8 +14,6 @@ QtCommand::QtCommand(std::unique_ptr<QUndoCommand> wrapped) : command(std::move(
         throw VdException("QtCommand: there is no command");
     }
 }
-
-QtCommand::~QtCommand() = default;
 
 void QtCommand::execute()
 {
@@ -55,16 +52,6 @@ bool QtCommand::mergeWith(const CommandBase& next)
     }
     const int id = command->id();
     return id != -1 && id == other->command->id() && command->mergeWith(other->command.get());
-}
-
-QUndoCommand* QtCommand::get() const
-{
-    return command.get();
-}
-
-void QtCommand::release()
-{
-    command.reset();
 }
 
 } // namespace Valdane

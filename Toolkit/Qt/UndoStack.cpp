@@ -30,12 +30,6 @@ const QUndoCommand* unwrap(const std::shared_ptr<const CommandBase>& command)
     return wrapper == nullptr ? nullptr : wrapper->get();
 }
 
-// A text may have two parts: one for lists, and one for actions.
-QString listText(const std::string& description)
-{
-    return QString::fromStdString(description).section('\n', 0, 0);
-}
-
 QString actionText(const std::shared_ptr<const CommandBase>& command)
 {
     if (const QUndoCommand* wrapped = unwrap(command))
@@ -78,11 +72,6 @@ UndoStack::~UndoStack()
     {
         group->removeStack(this);
     }
-}
-
-CommandManager& UndoStack::manager() const
-{
-    return commands;
 }
 
 void UndoStack::clear()
@@ -170,11 +159,6 @@ int UndoStack::count() const
     return static_cast<int>(commands.getQueueSize()) + (macros.empty() ? 0 : 1);
 }
 
-int UndoStack::index() const
-{
-    return static_cast<int>(told);
-}
-
 QString UndoStack::text(int row) const
 {
     if (row < 0 || row >= count())
@@ -182,7 +166,9 @@ QString UndoStack::text(int row) const
         return {};
     }
     const auto command = commands.getCommand(static_cast<std::uint64_t>(row));
-    return listText(command != nullptr ? command->getDescription() : commands.getOpenGroups().front());
+    const auto description =
+        command != nullptr ? command->getDescription() : commands.getOpenGroups().front();
+    return QString::fromStdString(description).section('\n', 0, 0);
 }
 
 const QUndoCommand* UndoStack::command(int row) const
@@ -203,16 +189,6 @@ QAction* UndoStack::createRedoAction(QObject* parent, const QString& prefix) con
 bool UndoStack::isActive() const
 {
     return group == nullptr || group->activeStack() == this;
-}
-
-bool UndoStack::isClean() const
-{
-    return macros.empty() && clean == told;
-}
-
-int UndoStack::cleanIndex() const
-{
-    return clean.has_value() ? static_cast<int>(*clean) : -1;
 }
 
 void UndoStack::beginMacro(const QString& text)
@@ -241,8 +217,7 @@ void UndoStack::endMacro()
         qWarning("UndoStack::endMacro(): no matching beginMacro()");
         return;
     }
-    const bool isOutermost = macros.size() == 1;
-    const bool wasClean = isOutermost && clean == told;
+    const bool wasClean = clean == told;
     {
         const QScopedValueRollback working(isWorking, true);
         const auto text = commands.getOpenGroups().back();
@@ -255,7 +230,7 @@ void UndoStack::endMacro()
             commands.addExecutedCommand(std::make_shared<MacroCommand>(text));
         }
     }
-    if (isOutermost)
+    if (macros.empty())
     {
         settle(wasClean);
     }
@@ -374,7 +349,9 @@ void UndoStack::followMerge(const std::shared_ptr<QtCommand>& target)
     if (macros.empty())
     {
         // Who shows the history is to see that the command has taken in another one.
-        isGone ? drop(target) : commands.addExecutedCommand(takeNewest());
+        const QScopedValueRollback unchanged(clean);
+        const auto taken = commands.takeLastExecutedCommand();
+        commands.addExecutedCommand(isGone ? nullptr : taken);
     }
     else if (isGone)
     {
@@ -408,33 +385,20 @@ void UndoStack::drop(const std::shared_ptr<QtCommand>& command)
         command->release();
         commands.redo(1);
     }
-    takeNewest();
+    {
+        const QScopedValueRollback unchanged(clean);
+        commands.takeLastExecutedCommand();
+    }
     if (clean > commands.getPosition())
     {
         resetClean();
     }
 }
 
-std::shared_ptr<CommandBase> UndoStack::takeNewest()
-{
-    // The command has no effect, or comes back: the clean state stays where it is.
-    const QScopedValueRollback unchanged(clean);
-    return commands.takeLastExecutedCommand();
-}
-
+// Moves the clean index with its state, which is gone if no undo and redo leads there any more.
 void UndoStack::follow(const HistoryChange& change)
 {
     const bool wasClean = isClean();
-    followClean(change);
-    if (!isWorking)
-    {
-        settle(wasClean);
-    }
-}
-
-// Moves the clean index with its state, which is gone if no undo and redo leads there any more.
-void UndoStack::followClean(const HistoryChange& change)
-{
     std::uint64_t position = change.positionBefore;
     for (const RowChange& rows : change.rows)
     {
@@ -450,12 +414,15 @@ void UndoStack::followClean(const HistoryChange& change)
             clean = clean >= rows.removed ? std::optional(*clean - rows.removed) : std::nullopt;
             position -= rows.removed;
         }
-        else
+        else if (clean.has_value())
         {
             // Only the manager knows whether the command that was taken is undone.
-            clean = clean.has_value() ? commands.getSavedPosition(0) : clean;
-            return;
+            clean = commands.getSavedPosition(0);
         }
+    }
+    if (!isWorking)
+    {
+        settle(wasClean);
     }
 }
 

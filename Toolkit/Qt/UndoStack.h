@@ -16,7 +16,6 @@ class QUndoCommand;
 namespace Valdane
 {
 
-class CommandBase;
 class CommandManager;
 class QtCommand;
 class UndoGroup;
@@ -59,7 +58,10 @@ public:
     ~UndoStack() override;
 
     /// The manager that runs the commands.
-    CommandManager& manager() const;
+    CommandManager& manager() const
+    {
+        return commands;
+    }
 
     /// Forgets all commands and ends the open macros, undoing nothing. The state is clean then.
     void clear();
@@ -78,8 +80,13 @@ public:
 
     /// How many commands there are. An open macro counts as one.
     int count() const;
+
     /// How many of them are done.
-    int index() const;
+    int index() const
+    {
+        return static_cast<int>(told);
+    }
+
     /// `QUndoCommand::text()` of the command in @p row, the oldest first; empty if there is none.
     QString text(int row) const;
 
@@ -93,10 +100,18 @@ public:
 
     /// Whether it is the active stack of its group, or in no group.
     bool isActive() const;
+
     /// Whether the index is the clean one, and no macro is open.
-    bool isClean() const;
+    bool isClean() const
+    {
+        return macros.empty() && clean == told;
+    }
+
     /// The index of the clean state; -1 if there is none, or no undo and redo leads there.
-    int cleanIndex() const;
+    int cleanIndex() const
+    {
+        return clean.has_value() ? static_cast<int>(*clean) : -1;
+    }
 
     /// Until endMacro(), commands become parts of one. Uses CommandManager::beginGroup(); nothing can be undone
     /// meanwhile.
@@ -149,9 +164,7 @@ private:
     void followMerge(const std::shared_ptr<QtCommand>& target);
     bool step(bool isRedo);
     void drop(const std::shared_ptr<QtCommand>& command);
-    std::shared_ptr<CommandBase> takeNewest();
     void follow(const HistoryChange& change);
-    void followClean(const HistoryChange& change);
     void settle(bool wasClean);
     void tellActions();
 
