@@ -1,7 +1,5 @@
 #include "Toolkit/Qt/UndoStack.h"
 
-#include "Service/CommandPattern/CommandManager.h"
-#include "Service/CommandPattern/HistoryChange.h"
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Toolkit/Qt/PrefixedAction.h"
 #include "Toolkit/Qt/QtCommand.h"
@@ -11,6 +9,7 @@
 #include <QUndoCommand>
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 namespace Valdane
 {
@@ -56,8 +55,6 @@ UndoStack::UndoStack(CommandManager* given, QObject* parent)
     : QObject(parent),
       ownManager(given == nullptr ? std::make_unique<CommandManager>() : nullptr),
       commands(given == nullptr ? *ownManager : *given),
-      told(commands.getPosition()),
-      clean(told),
       changed(commands.connectToSigHistoryChanged([this](const HistoryChange& change) { follow(change); }))
 {
     if (auto* parentGroup = qobject_cast<UndoGroup*>(parent))
@@ -134,16 +131,6 @@ void UndoStack::push(QUndoCommand* command)
     }
 }
 
-bool UndoStack::canUndo() const
-{
-    return commands.canUndo();
-}
-
-bool UndoStack::canRedo() const
-{
-    return commands.canRedo();
-}
-
 QString UndoStack::undoText() const
 {
     return canUndo() ? actionText(commands.getUndoCommand()) : QString();
@@ -152,11 +139,6 @@ QString UndoStack::undoText() const
 QString UndoStack::redoText() const
 {
     return canRedo() ? actionText(commands.getRedoCommand()) : QString();
-}
-
-int UndoStack::count() const
-{
-    return static_cast<int>(commands.getQueueSize()) + (macros.empty() ? 0 : 1);
 }
 
 QString UndoStack::text(int row) const
@@ -247,24 +229,17 @@ void UndoStack::setUndoLimit(int limit)
     commands.setUsesMaxQueueSize(limit > 0);
 }
 
-int UndoStack::undoLimit() const
-{
-    return commands.usesMaxQueueSize() ? static_cast<int>(commands.getMaxQueueSize()) : 0;
-}
-
 void UndoStack::setClean()
 {
     if (isRefused("setClean(): cannot set clean"))
     {
         return;
     }
-    const bool wasClean = isClean();
     {
         const QScopedValueRollback working(isWorking, true);
         commands.adjustOnSave(0);
     }
-    clean = told;
-    if (!wasClean)
+    if (std::exchange(clean, told) != told)
     {
         Q_EMIT cleanChanged(true);
     }
@@ -272,9 +247,7 @@ void UndoStack::setClean()
 
 void UndoStack::resetClean()
 {
-    const bool wasClean = isClean();
-    clean.reset();
-    if (wasClean)
+    if (std::exchange(clean, std::nullopt) == told && macros.empty())
     {
         Q_EMIT cleanChanged(false);
     }
@@ -365,15 +338,12 @@ void UndoStack::followMerge(const std::shared_ptr<QtCommand>& target)
 bool UndoStack::step(bool isRedo)
 {
     const auto command = isRedo ? commands.getRedoCommand() : commands.getUndoCommand();
-    if (!isObsolete(command) && !(isRedo ? commands.redo(1) : commands.undo(1)))
-    {
-        return false;
-    }
-    if (isObsolete(command))
+    const bool isDone = isObsolete(command) || (isRedo ? commands.redo(1) : commands.undo(1));
+    if (isDone && isObsolete(command))
     {
         drop(asQtCommand(command));
     }
-    return true;
+    return isDone;
 }
 
 // The clean state is gone if it has the effect of the command.
@@ -385,6 +355,11 @@ void UndoStack::drop(const std::shared_ptr<QtCommand>& command)
         command->release();
         commands.redo(1);
     }
+    if (commands.getUndoCommand() != command)
+    {
+        // A slot of the manager has changed the history.
+        return;
+    }
     {
         const QScopedValueRollback unchanged(clean);
         commands.takeLastExecutedCommand();
@@ -393,56 +368,6 @@ void UndoStack::drop(const std::shared_ptr<QtCommand>& command)
     {
         resetClean();
     }
-}
-
-// Moves the clean index with its state, which is gone if no undo and redo leads there any more.
-void UndoStack::follow(const HistoryChange& change)
-{
-    const bool wasClean = isClean();
-    std::uint64_t position = change.positionBefore;
-    for (const RowChange& rows : change.rows)
-    {
-        if (rows.first >= position || rows.removed == rows.inserted)
-        {
-            // There is a new command, what could be redone is forgotten, or a command has taken in another one.
-            clean = clean > rows.first ? std::nullopt : clean;
-            position += rows.first == position ? rows.inserted : 0;
-        }
-        else if (rows.first == 0 && rows.inserted == 0 && rows.removed < position)
-        {
-            // The oldest commands have left because of the limit.
-            clean = clean >= rows.removed ? std::optional(*clean - rows.removed) : std::nullopt;
-            position -= rows.removed;
-        }
-        else if (clean.has_value())
-        {
-            // Only the manager knows whether the command that was taken is undone.
-            clean = commands.getSavedPosition(0);
-        }
-    }
-    if (!isWorking)
-    {
-        settle(wasClean);
-    }
-}
-
-void UndoStack::settle(bool wasClean)
-{
-    told = commands.getPosition();
-    Q_EMIT indexChanged(index());
-    tellActions();
-    if (isClean() != wasClean)
-    {
-        Q_EMIT cleanChanged(!wasClean);
-    }
-}
-
-void UndoStack::tellActions()
-{
-    Q_EMIT canUndoChanged(canUndo());
-    Q_EMIT undoTextChanged(undoText());
-    Q_EMIT canRedoChanged(canRedo());
-    Q_EMIT redoTextChanged(redoText());
 }
 
 } // namespace Valdane

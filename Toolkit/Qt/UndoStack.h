@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Signals/Connection.h"
+#include "Service/CommandPattern/CommandManager.h"
 #include "Toolkit/Qt/QtExport.h"
 
 #include <QObject>
@@ -16,7 +17,6 @@ class QUndoCommand;
 namespace Valdane
 {
 
-class CommandManager;
 class QtCommand;
 class UndoGroup;
 struct HistoryChange;
@@ -70,16 +70,27 @@ public:
     void push(QUndoCommand* command);
 
     /// Whether there is a command to undo, and no macro or group is open.
-    bool canUndo() const;
+    bool canUndo() const
+    {
+        return commands.canUndo();
+    }
+
     /// The same for redo.
-    bool canRedo() const;
+    bool canRedo() const
+    {
+        return commands.canRedo();
+    }
+
     /// `QUndoCommand::actionText()` of the command that undo() takes; empty if it would take none.
     QString undoText() const;
     /// The same for redo().
     QString redoText() const;
 
     /// How many commands there are. An open macro counts as one.
-    int count() const;
+    int count() const
+    {
+        return static_cast<int>(commands.getQueueSize()) + (macros.empty() ? 0 : 1);
+    }
 
     /// How many of them are done.
     int index() const
@@ -121,8 +132,12 @@ public:
 
     /// The most commands that are kept; 0 is no limit. Has no effect if there are commands.
     void setUndoLimit(int limit);
+
     /// That number.
-    int undoLimit() const;
+    int undoLimit() const
+    {
+        return commands.usesMaxQueueSize() ? static_cast<int>(commands.getMaxQueueSize()) : 0;
+    }
 
 public Q_SLOTS:
     /// Makes the present state the clean one, and the save point of the manager's first tracker.
@@ -173,9 +188,9 @@ private:
     UndoGroup* group = nullptr;
     std::vector<Macro> macros;
     /// The index that was told last.
-    std::uint64_t told;
+    std::uint64_t told = commands.getPosition();
     /// The clean index; empty if there is none.
-    std::optional<std::uint64_t> clean;
+    std::optional<std::uint64_t> clean = told;
     /// Whether an operation of the stack changes the history; it tells of that itself.
     bool isWorking = false;
     Signals::Connection changed;
