@@ -39,8 +39,7 @@ const std::string& QtCommand::getDescription() const
         return own;
     }
     // The command may have another text each time.
-    text = command->text().toStdString();
-    return text;
+    return text = command->text().toStdString();
 }
 
 bool QtCommand::mergeWith(const CommandBase& next)

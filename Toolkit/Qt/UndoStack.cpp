@@ -2,13 +2,10 @@
 
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Toolkit/Qt/PrefixedAction.h"
-#include "Toolkit/Qt/QtCommand.h"
 #include "Toolkit/Qt/UndoGroup.h"
 
 #include <QScopedValueRollback>
-#include <QUndoCommand>
 #include <algorithm>
-#include <cstdlib>
 #include <utility>
 
 namespace Valdane
@@ -84,10 +81,10 @@ void UndoStack::clear()
         {
             commands.endGroup();
         }
-        commands.clear();
         commands.adjustOnSave(0);
+        clean = commands.getPosition();
+        commands.clear();
     }
-    clean = 0;
     settle(wasClean);
 }
 
@@ -259,17 +256,28 @@ void UndoStack::setIndex(int row)
     {
         return;
     }
-    const int distance = std::clamp(row, 0, count()) - static_cast<int>(commands.getPosition());
+    const auto tell = [this]
+    {
+        if (commands.getPosition() != told)
+        {
+            settle(isClean());
+        }
+    };
+    try
     {
         const QScopedValueRollback working(isWorking, true);
-        for (int left = std::abs(distance); left != 0 && step(distance > 0); --left)
+        int left = std::clamp(row, 0, count()) - static_cast<int>(commands.getPosition());
+        while (left != 0 && step(left > 0))
         {
+            left += left > 0 ? -1 : 1;
         }
     }
-    if (commands.getPosition() != told)
+    catch (...)
     {
-        settle(isClean());
+        tell();
+        throw;
     }
+    tell();
 }
 
 void UndoStack::undo()
@@ -322,7 +330,7 @@ void UndoStack::followMerge(const std::shared_ptr<QtCommand>& target)
     if (macros.empty())
     {
         // Who shows the history is to see that the command has taken in another one.
-        const QScopedValueRollback unchanged(clean);
+        const QScopedValueRollback unchanged(clean, {});
         const auto taken = commands.takeLastExecutedCommand();
         commands.addExecutedCommand(isGone ? nullptr : taken);
     }
@@ -361,7 +369,7 @@ void UndoStack::drop(const std::shared_ptr<QtCommand>& command)
         return;
     }
     {
-        const QScopedValueRollback unchanged(clean);
+        const QScopedValueRollback unchanged(clean, {});
         commands.takeLastExecutedCommand();
     }
     if (clean > commands.getPosition())

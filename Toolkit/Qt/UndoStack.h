@@ -2,6 +2,7 @@
 
 #include "Platform/Signals/Connection.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Toolkit/Qt/QtCommand.h"
 #include "Toolkit/Qt/QtExport.h"
 
 #include <QObject>
@@ -12,12 +13,10 @@
 #include <vector>
 
 class QAction;
-class QUndoCommand;
 
 namespace Valdane
 {
 
-class QtCommand;
 class UndoGroup;
 struct HistoryChange;
 
@@ -170,9 +169,6 @@ Q_SIGNALS:
 private:
     friend class UndoGroup;
 
-    /// What is known of an open macro: its commands, and an empty pointer for each macro in it.
-    using Macro = std::vector<std::shared_ptr<QtCommand>>;
-
     UndoStack(CommandManager* given, QObject* parent);
     bool isRefused(const char* operation) const;
     std::shared_ptr<QtCommand> findMergeTarget() const;
@@ -186,7 +182,8 @@ private:
     std::unique_ptr<CommandManager> ownManager;
     CommandManager& commands;
     UndoGroup* group = nullptr;
-    std::vector<Macro> macros;
+    /// What is known of each open macro: its commands, and an empty pointer for each macro in it.
+    std::vector<std::vector<std::shared_ptr<QtCommand>>> macros;
     /// The index that was told last.
     std::uint64_t told = commands.getPosition();
     /// The clean index; empty if there is none.

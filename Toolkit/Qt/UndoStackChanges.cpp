@@ -32,6 +32,10 @@ void UndoStack::follow(const HistoryChange& change)
     {
         settle(wasClean);
     }
+    else if (wasClean && !clean.has_value())
+    {
+        Q_EMIT cleanChanged(false);
+    }
 }
 
 void UndoStack::settle(bool wasClean)
