@@ -45,12 +45,9 @@ const std::string& QtCommand::getDescription() const
 bool QtCommand::mergeWith(const CommandBase& next)
 {
     const auto* other = dynamic_cast<const QtCommand*>(&next);
-    if (command == nullptr || other == nullptr || other->command == nullptr)
-    {
-        return false;
-    }
-    const int id = command->id();
-    return id != -1 && id == other->command->id() && command->mergeWith(other->command.get());
+    const bool areThere = command != nullptr && other != nullptr && other->command != nullptr;
+    return areThere && command->id() != -1 && command->id() == other->command->id() &&
+           command->mergeWith(other->command.get());
 }
 
 } // namespace Valdane

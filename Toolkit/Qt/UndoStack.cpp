@@ -52,7 +52,8 @@ UndoStack::UndoStack(CommandManager* given, QObject* parent)
     : QObject(parent),
       ownManager(given == nullptr ? std::make_unique<CommandManager>() : nullptr),
       commands(given == nullptr ? *ownManager : *given),
-      changed(commands.connectToSigHistoryChanged([this](const HistoryChange& change) { follow(change); }))
+      changed(commands.connectToSigHistoryChanged([this](const HistoryChange& change) { follow(change); })),
+      groupsChanged(commands.connectToSigOpenGroupsChanged([this] { followGroups(); }))
 {
     if (auto* parentGroup = qobject_cast<UndoGroup*>(parent))
     {
@@ -77,7 +78,7 @@ void UndoStack::clear()
     const bool wasClean = isClean();
     {
         const QScopedValueRollback working(isWorking, true);
-        for (; !macros.empty(); macros.pop_back())
+        while (macroDepth != 0)
         {
             commands.endGroup();
         }
@@ -116,9 +117,9 @@ void UndoStack::push(QUndoCommand* command)
         else
         {
             commands.addExecutedCommand(pushed);
-            if (!macros.empty())
+            if (macroDepth != 0)
             {
-                macros.back().push_back(pushed);
+                mergeable.push_back(pushed);
             }
         }
     }
@@ -144,10 +145,9 @@ QString UndoStack::text(int row) const
     {
         return {};
     }
-    const auto command = commands.getCommand(static_cast<std::uint64_t>(row));
-    const auto description =
-        command != nullptr ? command->getDescription() : commands.getOpenGroups().front();
-    return QString::fromStdString(description).section('\n', 0, 0);
+    const auto found = commands.getCommand(static_cast<std::uint64_t>(row));
+    const auto text = found != nullptr ? found->getDescription() : commands.getOpenGroups().front();
+    return QString::fromStdString(text).section('\n', 0, 0);
 }
 
 const QUndoCommand* UndoStack::command(int row) const
@@ -176,14 +176,10 @@ void UndoStack::beginMacro(const QString& text)
         const QScopedValueRollback working(isWorking, true);
         // First, because it is refused while a threaded command is running.
         commands.beginGroup(text.toStdString());
-        if (!macros.empty())
-        {
-            macros.back().emplace_back();
-        }
-        macros.emplace_back();
+        ++macroDepth;
         commands.forgetRedoCommands();
     }
-    if (macros.size() == 1)
+    if (macroDepth == 1)
     {
         tellActions();
     }
@@ -191,7 +187,7 @@ void UndoStack::beginMacro(const QString& text)
 
 void UndoStack::endMacro()
 {
-    if (macros.empty())
+    if (macroDepth == 0)
     {
         qWarning("UndoStack::endMacro(): no matching beginMacro()");
         return;
@@ -202,14 +198,13 @@ void UndoStack::endMacro()
         const auto text = commands.getOpenGroups().back();
         const auto newest = commands.getUndoCommand();
         commands.endGroup();
-        macros.pop_back();
         if (commands.getOpenGroups().empty() && commands.getUndoCommand() == newest)
         {
             // A macro without commands is a step, too.
             commands.addExecutedCommand(std::make_shared<MacroCommand>(text));
         }
     }
-    if (macros.empty())
+    if (macroDepth == 0)
     {
         settle(wasClean);
     }
@@ -244,7 +239,7 @@ void UndoStack::setClean()
 
 void UndoStack::resetClean()
 {
-    if (std::exchange(clean, std::nullopt) == told && macros.empty())
+    if (std::exchange(clean, std::nullopt) == told && macroDepth == 0)
     {
         Q_EMIT cleanChanged(false);
     }
@@ -267,9 +262,8 @@ void UndoStack::setIndex(int row)
     {
         const QScopedValueRollback working(isWorking, true);
         int left = std::clamp(row, 0, count()) - static_cast<int>(commands.getPosition());
-        while (left != 0 && step(left > 0))
+        for (; left != 0 && step(left > 0); left += left > 0 ? -1 : 1)
         {
-            left += left > 0 ? -1 : 1;
         }
     }
     catch (...)
@@ -306,19 +300,19 @@ void UndoStack::setActive(bool active)
 
 bool UndoStack::isRefused(const char* operation) const
 {
-    if (!macros.empty())
+    if (macroDepth != 0)
     {
         qWarning("UndoStack::%s in the middle of a macro", operation);
     }
-    return !macros.empty();
+    return macroDepth != 0;
 }
 
 // The command that may take in the next one; empty if there is none.
 std::shared_ptr<QtCommand> UndoStack::findMergeTarget() const
 {
-    if (!macros.empty())
+    if (macroDepth != 0)
     {
-        return macros.back().empty() ? nullptr : macros.back().back();
+        return mergeable.empty() ? nullptr : mergeable.back();
     }
     const bool isOnItsOwn = !commands.getOpenGroups().empty() || clean == commands.getPosition();
     return isOnItsOwn ? nullptr : asQtCommand(commands.getUndoCommand());
@@ -327,7 +321,7 @@ std::shared_ptr<QtCommand> UndoStack::findMergeTarget() const
 void UndoStack::followMerge(const std::shared_ptr<QtCommand>& target)
 {
     const bool isGone = target->get()->isObsolete();
-    if (macros.empty())
+    if (macroDepth == 0)
     {
         // Who shows the history is to see that the command has taken in another one.
         const QScopedValueRollback unchanged(clean, {});
@@ -338,44 +332,36 @@ void UndoStack::followMerge(const std::shared_ptr<QtCommand>& target)
     {
         // The group keeps what is left of it, which does nothing.
         target->release();
-        macros.back().pop_back();
+        mergeable.pop_back();
     }
 }
 
-// Undoes or redoes one command, and drops it if it is obsolete before that or afterwards. False if it failed.
+// Undoes or redoes one command. One that is obsolete before or after that leaves the history. False if it failed.
 bool UndoStack::step(bool isRedo)
 {
     const auto command = isRedo ? commands.getRedoCommand() : commands.getUndoCommand();
     const bool isDone = isObsolete(command) || (isRedo ? commands.redo(1) : commands.undo(1));
-    if (isDone && isObsolete(command))
+    if (!isDone || !isObsolete(command))
     {
-        drop(asQtCommand(command));
+        return isDone;
     }
-    return isDone;
-}
-
-// The clean state is gone if it has the effect of the command.
-void UndoStack::drop(const std::shared_ptr<QtCommand>& command)
-{
     if (commands.getRedoCommand() == command)
     {
         // Only a command that is done can be taken. The redo() of this one does nothing now.
-        command->release();
+        asQtCommand(command)->release();
         commands.redo(1);
     }
-    if (commands.getUndoCommand() != command)
-    {
-        // A slot of the manager has changed the history.
-        return;
-    }
+    if (commands.getUndoCommand() == command)
     {
         const QScopedValueRollback unchanged(clean, {});
         commands.takeLastExecutedCommand();
     }
     if (clean > commands.getPosition())
     {
+        // The clean state has the effect of the command.
         resetClean();
     }
+    return true;
 }
 
 } // namespace Valdane

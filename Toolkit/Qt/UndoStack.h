@@ -88,7 +88,7 @@ public:
     /// How many commands there are. An open macro counts as one.
     int count() const
     {
-        return static_cast<int>(commands.getQueueSize()) + (macros.empty() ? 0 : 1);
+        return static_cast<int>(commands.getQueueSize()) + (macroDepth == 0 ? 0 : 1);
     }
 
     /// How many of them are done.
@@ -114,7 +114,7 @@ public:
     /// Whether the index is the clean one, and no macro is open.
     bool isClean() const
     {
-        return macros.empty() && clean == told;
+        return macroDepth == 0 && clean == told;
     }
 
     /// The index of the clean state; -1 if there is none, or no undo and redo leads there.
@@ -174,7 +174,7 @@ private:
     std::shared_ptr<QtCommand> findMergeTarget() const;
     void followMerge(const std::shared_ptr<QtCommand>& target);
     bool step(bool isRedo);
-    void drop(const std::shared_ptr<QtCommand>& command);
+    void followGroups();
     void follow(const HistoryChange& change);
     void settle(bool wasClean);
     void tellActions();
@@ -182,8 +182,9 @@ private:
     std::unique_ptr<CommandManager> ownManager;
     CommandManager& commands;
     UndoGroup* group = nullptr;
-    /// What is known of each open macro: its commands, and an empty pointer for each macro in it.
-    std::vector<std::vector<std::shared_ptr<QtCommand>>> macros;
+    std::uint64_t macroDepth = 0;
+    /// In a macro: the commands since it or one in it has begun or ended. The last one may take in the next.
+    std::vector<std::shared_ptr<QtCommand>> mergeable;
     /// The index that was told last.
     std::uint64_t told = commands.getPosition();
     /// The clean index; empty if there is none.
@@ -191,6 +192,7 @@ private:
     /// Whether an operation of the stack changes the history; it tells of that itself.
     bool isWorking = false;
     Signals::Connection changed;
+    Signals::Connection groupsChanged;
 };
 
 } // namespace Valdane

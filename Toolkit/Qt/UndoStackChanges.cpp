@@ -1,14 +1,24 @@
 #include "Service/CommandPattern/HistoryChange.h"
 #include "Toolkit/Qt/UndoStack.h"
 
+#include <algorithm>
+
 // How the stack follows its manager, and tells of it.
 
 namespace Valdane
 {
 
+// A macro is a group of the manager, whoever ends that.
+void UndoStack::followGroups()
+{
+    mergeable.clear();
+    macroDepth = std::min<std::uint64_t>(macroDepth, commands.getOpenGroups().size());
+}
+
 // Moves the clean index with its state, which is gone if no undo and redo leads there any more.
 void UndoStack::follow(const HistoryChange& change)
 {
+    followGroups();
     const bool wasClean = isClean();
     for (const auto& [first, removed, inserted] : change.rows)
     {

@@ -229,6 +229,32 @@ TEST_F(UndoStackFaultsTest, AMacroThatIsRefusedIsNotOpenAndForgetsNothing)
     EXPECT_EQ(takeToldSignals(), " no undo no redo index 4 undo no redo");
 }
 
+TEST_F(UndoStackFaultsTest, AMacroIsOverWhenOthersEndItsGroup)
+{
+    stack.beginMacro("macro");
+    push('a');
+    takeToldSignals();
+    manager.endGroup();
+    EXPECT_EQ(takeToldSignals(), " index 1 undo no redo dirty");
+    EXPECT_EQ(stack.count(), 1);
+    EXPECT_EQ(stack.text(0), "macro");
+    EXPECT_EQ(stack.text(1), "");
+    stack.endMacro(); // there is none
+    EXPECT_EQ(takeToldSignals(), "");
+    stack.undo();
+    EXPECT_EQ(text, "");
+
+    stack.beginMacro("outer");
+    stack.beginMacro("inner");
+    manager.abandonGroup();
+    push('b');
+    stack.endMacro();
+    takeToldSignals();
+    EXPECT_TRUE(manager.getOpenGroups().empty());
+    EXPECT_EQ(stack.text(0), "outer");
+    EXPECT_TRUE(stack.canUndo());
+}
+
 TEST_F(UndoStackFaultsTest, TheCleanStateIsNotWhereACommandWasUndoneForGood)
 {
     manager.addCommand(std::make_shared<OneWay>());

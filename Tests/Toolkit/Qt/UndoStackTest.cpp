@@ -230,6 +230,23 @@ TEST_F(UndoStackTest, InAGroupOfOthersCommandsBecomePartsOfIt)
     EXPECT_EQ(text, "");
 }
 
+TEST_F(UndoStackTest, ACommandOutsideAGroupOfOthersTakesNothingIn)
+{
+    UndoStack stack(manager);
+    stack.beginMacro("macro");
+    stack.push(new Appending(text, "a", 1));
+    manager.beginGroup("theirs");
+    stack.push(new Appending(text, "b", 1));
+    stack.push(new Appending(text, "c", 1));
+    EXPECT_TRUE(manager.abandonGroup());
+    EXPECT_EQ(text, "a") << "what came after it is undone";
+    stack.push(new Appending(text, "d", 1));
+    stack.endMacro();
+    EXPECT_EQ(text, "ad");
+    stack.undo();
+    EXPECT_EQ(text, "");
+}
+
 TEST_F(UndoStackTest, AGroupAndItsStacksGoInAnyOrder)
 {
     auto group = std::make_unique<UndoGroup>();
