@@ -78,13 +78,14 @@ void UndoStack::clear()
     const bool wasClean = isClean();
     {
         const QScopedValueRollback working(isWorking, true);
-        while (macroDepth != 0)
+        while (!macros.empty())
         {
             commands.endGroup();
         }
-        commands.adjustOnSave(0);
-        clean = commands.getPosition();
+        clean.reset();
         commands.clear();
+        commands.adjustOnSave(0);
+        clean = 0;
     }
     settle(wasClean);
 }
@@ -117,7 +118,7 @@ void UndoStack::push(QUndoCommand* command)
         else
         {
             commands.addExecutedCommand(pushed);
-            if (macroDepth != 0)
+            if (!macros.empty())
             {
                 mergeable.push_back(pushed);
             }
@@ -176,10 +177,10 @@ void UndoStack::beginMacro(const QString& text)
         const QScopedValueRollback working(isWorking, true);
         // First, because it is refused while a threaded command is running.
         commands.beginGroup(text.toStdString());
-        ++macroDepth;
+        macros.push_back(commands.getOpenGroups().size());
         commands.forgetRedoCommands();
     }
-    if (macroDepth == 1)
+    if (macros.size() == 1)
     {
         tellActions();
     }
@@ -187,7 +188,7 @@ void UndoStack::beginMacro(const QString& text)
 
 void UndoStack::endMacro()
 {
-    if (macroDepth == 0)
+    if (macros.empty())
     {
         qWarning("UndoStack::endMacro(): no matching beginMacro()");
         return;
@@ -204,7 +205,7 @@ void UndoStack::endMacro()
             commands.addExecutedCommand(std::make_shared<MacroCommand>(text));
         }
     }
-    if (macroDepth == 0)
+    if (macros.empty())
     {
         settle(wasClean);
     }
@@ -239,7 +240,7 @@ void UndoStack::setClean()
 
 void UndoStack::resetClean()
 {
-    if (std::exchange(clean, std::nullopt) == told && macroDepth == 0)
+    if (std::exchange(clean, std::nullopt) == told && macros.empty())
     {
         Q_EMIT cleanChanged(false);
     }
@@ -300,17 +301,17 @@ void UndoStack::setActive(bool active)
 
 bool UndoStack::isRefused(const char* operation) const
 {
-    if (macroDepth != 0)
+    if (!macros.empty())
     {
         qWarning("UndoStack::%s in the middle of a macro", operation);
     }
-    return macroDepth != 0;
+    return !macros.empty();
 }
 
 // The command that may take in the next one; empty if there is none.
 std::shared_ptr<QtCommand> UndoStack::findMergeTarget() const
 {
-    if (macroDepth != 0)
+    if (!macros.empty())
     {
         return mergeable.empty() ? nullptr : mergeable.back();
     }
@@ -321,7 +322,7 @@ std::shared_ptr<QtCommand> UndoStack::findMergeTarget() const
 void UndoStack::followMerge(const std::shared_ptr<QtCommand>& target)
 {
     const bool isGone = target->get()->isObsolete();
-    if (macroDepth == 0)
+    if (macros.empty())
     {
         // Who shows the history is to see that the command has taken in another one.
         const QScopedValueRollback unchanged(clean, {});

@@ -88,7 +88,7 @@ public:
     /// How many commands there are. An open macro counts as one.
     int count() const
     {
-        return static_cast<int>(commands.getQueueSize()) + (macroDepth == 0 ? 0 : 1);
+        return static_cast<int>(commands.getQueueSize()) + (macros.empty() ? 0 : 1);
     }
 
     /// How many of them are done.
@@ -114,7 +114,7 @@ public:
     /// Whether the index is the clean one, and no macro is open.
     bool isClean() const
     {
-        return macroDepth == 0 && clean == told;
+        return macros.empty() && clean == told;
     }
 
     /// The index of the clean state; -1 if there is none, or no undo and redo leads there.
@@ -182,7 +182,8 @@ private:
     std::unique_ptr<CommandManager> ownManager;
     CommandManager& commands;
     UndoGroup* group = nullptr;
-    std::uint64_t macroDepth = 0;
+    /// For each macro that is open: how many groups of the manager are open with its own.
+    std::vector<std::uint64_t> macros;
     /// In a macro: the commands since it or one in it has begun or ended. The last one may take in the next.
     std::vector<std::shared_ptr<QtCommand>> mergeable;
     /// The index that was told last.

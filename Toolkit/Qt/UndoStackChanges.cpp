@@ -1,8 +1,6 @@
 #include "Service/CommandPattern/HistoryChange.h"
 #include "Toolkit/Qt/UndoStack.h"
 
-#include <algorithm>
-
 // How the stack follows its manager, and tells of it.
 
 namespace Valdane
@@ -12,7 +10,7 @@ namespace Valdane
 void UndoStack::followGroups()
 {
     mergeable.clear();
-    macroDepth = std::min<std::uint64_t>(macroDepth, commands.getOpenGroups().size());
+    std::erase_if(macros, [open = commands.getOpenGroups().size()](auto depth) { return depth > open; });
 }
 
 // Moves the clean index with its state, which is gone if no undo and redo leads there any more.

@@ -11,6 +11,7 @@
 #include <QUndoCommand>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -253,6 +254,29 @@ TEST_F(UndoStackFaultsTest, AMacroIsOverWhenOthersEndItsGroup)
     EXPECT_TRUE(manager.getOpenGroups().empty());
     EXPECT_EQ(stack.text(0), "outer");
     EXPECT_TRUE(stack.canUndo());
+}
+
+TEST_F(UndoStackFaultsTest, InAGroupOfOthersAMacroIsAPartAndNothingIsCleared)
+{
+    push('x');
+    manager.beginGroup("theirs");
+    stack.beginMacro("macro");
+    push('a');
+    stack.beginMacro("inner");
+    stack.endMacro();
+    EXPECT_EQ(stack.count(), 2) << "the macro is still open";
+    stack.endMacro();
+    EXPECT_EQ(stack.count(), 1) << "and now it is not";
+    stack.endMacro(); // there is none
+    EXPECT_EQ(manager.getOpenGroups().size(), 1U);
+    takeToldSignals();
+    EXPECT_THROW(stack.clear(), Valdane::VdException);
+    EXPECT_EQ(manager.getSavedPosition(0), std::nullopt);
+    EXPECT_EQ(manager.getOpenGroups().size(), 1U);
+    manager.endGroup();
+    EXPECT_EQ(takeToldSignals(), " index 2 undo no redo");
+    stack.undo();
+    EXPECT_EQ(text, "x");
 }
 
 TEST_F(UndoStackFaultsTest, TheCleanStateIsNotWhereACommandWasUndoneForGood)
