@@ -309,6 +309,27 @@ TEST_F(UndoStackFaultsTest, WhenTheCommandsAheadAreGoneAMoveEnds)
     EXPECT_EQ(takeToldSignals(), " index 1 undo no redo dirty");
 }
 
+TEST_F(UndoStackFaultsTest, WhenASlotAddsACommandThatOneIsNotDropped)
+{
+    auto* const obsolete = push('a');
+    obsolete->fault = [obsolete]
+    {
+        obsolete->setObsolete(true);
+    };
+    const auto connection = manager.connectToSigCommandExecuted(
+        [this]
+        {
+            if (stack.count() == 1)
+            {
+                manager.addExecutedCommand(std::make_shared<OneWay>());
+            }
+        });
+    stack.undo();
+    EXPECT_EQ(text, "");
+    EXPECT_EQ(stack.text(stack.count() - 1), "one way");
+    EXPECT_TRUE(stack.canUndo());
+}
+
 TEST_F(UndoStackFaultsTest, OfAMillionCommandsTheLimitKeepsTheNewest)
 {
     stack.setUndoLimit(3);

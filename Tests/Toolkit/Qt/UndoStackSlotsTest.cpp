@@ -50,6 +50,18 @@ public:
         lines += "undo " + name + '\n';
     }
 
+    int id() const override
+    {
+        return kind;
+    }
+
+    bool mergeWith(const QUndoCommand* /*other*/) override
+    {
+        return true;
+    }
+
+    int kind = -1;
+
 private:
     std::string& lines;
     std::string name;
@@ -240,6 +252,30 @@ TEST(UndoStackSlotsTest, ASlotOfAnySignalMayPush)
         "--\ndelete a\ndelete b\ndelete c\nindex 0\n"
         "redo from the slot\nindex 1\ncan undo 1\nundo text from the slot\ncan redo 0\nredo text \nclean 0\n"
         "can undo 1\nundo text from the slot\ncan redo 0\nredo text \nthen 1 of 1, clean 0\nfrom the slot\n");
+}
+
+TEST(UndoStackSlotsTest, ACommandThatWasTakenInIsGoneWhenItIsTold)
+{
+    const auto pushTwo = []<typename Stack>(Stack& stack, std::string& lines)
+    {
+        for (const char* name : {"a", "b"})
+        {
+            auto* command = new Noted(lines, name);
+            command->kind = 1;
+            stack.push(command);
+        }
+    };
+    std::string theirLines;
+    QUndoStack theirs;
+    const Listener theirListener(theirs, theirLines);
+    pushTwo(theirs, theirLines);
+    std::string ourLines;
+    Valdane::UndoStack ours;
+    const Listener ourListener(ours, ourLines);
+    pushTwo(ours, ourLines);
+    EXPECT_EQ(ourLines, theirLines);
+    EXPECT_EQ(ourLines.substr(ourLines.find("redo b")),
+              "redo b\ndelete b\nindex 1\ncan undo 1\nundo text a\ncan redo 0\nredo text \n");
 }
 
 TEST(UndoStackSlotsTest, ACommandThatPushesInItsRedoComesAfterWhatItPushed)

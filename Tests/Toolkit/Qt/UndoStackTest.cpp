@@ -233,6 +233,15 @@ TEST_F(UndoStackTest, InAGroupOfOthersCommandsBecomePartsOfIt)
 TEST_F(UndoStackTest, ACommandOutsideAGroupOfOthersTakesNothingIn)
 {
     UndoStack stack(manager);
+    stack.push(new Appending(text, "x", 1));
+    manager.beginGroup("theirs");
+    stack.push(new Appending(text, "y", 1));
+    EXPECT_TRUE(manager.abandonGroup());
+    EXPECT_EQ(text, "x");
+    stack.clear();
+    EXPECT_EQ(manager.getSavedPosition(0), 0U) << "the state is clean";
+
+    text.clear();
     stack.beginMacro("macro");
     stack.push(new Appending(text, "a", 1));
     manager.beginGroup("theirs");
