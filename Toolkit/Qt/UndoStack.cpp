@@ -14,23 +14,19 @@ namespace Valdane
 namespace
 {
 
-// Empty if it is a command of another kind.
+// Empty if it is a command of another kind, or was released.
 std::shared_ptr<QtCommand> asQtCommand(const std::shared_ptr<const CommandBase>& command)
 {
-    return std::const_pointer_cast<QtCommand>(std::dynamic_pointer_cast<const QtCommand>(command));
+    const auto wrapper = std::dynamic_pointer_cast<QtCommand>(std::const_pointer_cast<CommandBase>(command));
+    return wrapper != nullptr && wrapper->get() != nullptr ? wrapper : nullptr;
 }
 
-const QUndoCommand* unwrap(const std::shared_ptr<const CommandBase>& command)
-{
-    const auto wrapper = asQtCommand(command);
-    return wrapper == nullptr ? nullptr : wrapper->get();
-}
-
+// A text may have two parts: one for lists, and one for actions.
 QString actionText(const std::shared_ptr<const CommandBase>& command)
 {
-    if (const QUndoCommand* wrapped = unwrap(command))
+    if (const auto wrapper = asQtCommand(command))
     {
-        return wrapped->actionText();
+        return wrapper->get()->actionText();
     }
     const auto text = QString::fromStdString(command->getDescription());
     return text.section('\n', text.contains('\n') ? 1 : 0);
@@ -38,8 +34,8 @@ QString actionText(const std::shared_ptr<const CommandBase>& command)
 
 bool isObsolete(const std::shared_ptr<const CommandBase>& command)
 {
-    const QUndoCommand* wrapped = unwrap(command);
-    return wrapped != nullptr && wrapped->isObsolete();
+    const auto wrapper = asQtCommand(command);
+    return wrapper != nullptr && wrapper->get()->isObsolete();
 }
 
 } // namespace
@@ -52,8 +48,10 @@ UndoStack::UndoStack(CommandManager* given, QObject* parent)
     : QObject(parent),
       ownManager(given == nullptr ? std::make_unique<CommandManager>() : nullptr),
       commands(given == nullptr ? *ownManager : *given),
-      changed(commands.connectToSigHistoryChanged([this](const HistoryChange& change) { follow(change); })),
-      groupsChanged(commands.connectToSigOpenGroupsChanged([this] { followGroups(); }))
+      connections{
+          commands.connectToSigHistoryChanged([this](const HistoryChange& change) { follow(change); }),
+          commands.connectToSigCommandExecuted([this] { mergeable.clear(); }),
+          commands.connectToSigOpenGroupsChanged([this] { followGroups(); })}
 {
     if (auto* parentGroup = qobject_cast<UndoGroup*>(parent))
     {
@@ -153,7 +151,9 @@ QString UndoStack::text(int row) const
 
 const QUndoCommand* UndoStack::command(int row) const
 {
-    return row < 0 ? nullptr : unwrap(commands.getCommand(static_cast<std::uint64_t>(row)));
+    const auto wrapper =
+        asQtCommand(row < 0 ? nullptr : commands.getCommand(static_cast<std::uint64_t>(row)));
+    return wrapper == nullptr ? nullptr : wrapper->get();
 }
 
 QAction* UndoStack::createUndoAction(QObject* parent, const QString& prefix) const
@@ -321,15 +321,14 @@ std::shared_ptr<QtCommand> UndoStack::findMergeTarget() const
 
 void UndoStack::followMerge(const std::shared_ptr<QtCommand>& target)
 {
-    const bool isGone = target->get()->isObsolete();
     if (macros.empty())
     {
         // Who shows the history is to see that the command has taken in another one.
         const QScopedValueRollback unchanged(clean, {});
         const auto taken = commands.takeLastExecutedCommand();
-        commands.addExecutedCommand(isGone ? nullptr : taken);
+        commands.addExecutedCommand(isObsolete(taken) ? nullptr : taken);
     }
-    else if (isGone)
+    else if (isObsolete(target))
     {
         // The group keeps what is left of it, which does nothing.
         target->release();

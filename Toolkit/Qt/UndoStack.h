@@ -7,6 +7,7 @@
 
 #include <QObject>
 #include <QString>
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -32,8 +33,9 @@ struct HistoryChange;
 /// Index, texts, merging, obsolete commands, macros, clean state, limit, and the order of the signals are those
 /// of `QUndoStack` in Qt 6.4. What others do through the manager is told by the same signals.
 ///
-/// Failures: what a command throws in push() passes to the caller, and the command is destroyed. In undo() and
-/// redo() it is reported by the manager, and the index stays.
+/// Failures: what a command throws in push() passes to the caller, and the command is destroyed. In undo(),
+/// redo() and setIndex() the manager reports it, or lets it pass if it is no `std::exception`. The index is told as
+/// far as the commands before it have moved.
 ///
 /// Ownership: owns the commands that are pushed. A manager that was given must outlive the stack.
 /// Thread: as CommandManager.
@@ -124,7 +126,8 @@ public:
     }
 
     /// Until endMacro(), commands become parts of one. Uses CommandManager::beginGroup(); nothing can be undone
-    /// meanwhile.
+    /// meanwhile. The macro is over when others end that group.
+    /// @throws VdException while a threaded command is running; what could be redone is kept then.
     void beginMacro(const QString& text);
     /// Ends what beginMacro() began. Without commands it is a step, too.
     void endMacro();
@@ -184,7 +187,8 @@ private:
     UndoGroup* group = nullptr;
     /// For each macro that is open: how many groups of the manager are open with its own.
     std::vector<std::uint64_t> macros;
-    /// In a macro: the commands since it or one in it has begun or ended. The last one may take in the next.
+    /// In a macro: what was pushed since it or a group in it has begun or ended, or a command of the manager's own was
+    /// added. The last one may take in the next.
     std::vector<std::shared_ptr<QtCommand>> mergeable;
     /// The index that was told last.
     std::uint64_t told = commands.getPosition();
@@ -192,8 +196,7 @@ private:
     std::optional<std::uint64_t> clean = told;
     /// Whether an operation of the stack changes the history; it tells of that itself.
     bool isWorking = false;
-    Signals::Connection changed;
-    Signals::Connection groupsChanged;
+    std::array<Signals::Connection, 3> connections;
 };
 
 } // namespace Valdane

@@ -2,6 +2,7 @@
 
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandPattern/MacroCommand.h"
 #include "Service/Editing/History.h"
 #include "Toolkit/Qt/QtCommand.h"
 #include "Toolkit/Qt/UndoGroup.h"
@@ -226,6 +227,22 @@ TEST_F(UndoStackTest, InAGroupOfOthersCommandsBecomePartsOfIt)
     EXPECT_FALSE(stack.canUndo());
     manager.endGroup();
     EXPECT_EQ(takeTold(), " index 1 dirty");
+    stack.undo();
+    EXPECT_EQ(text, "");
+}
+
+TEST_F(UndoStackTest, NothingIsMergedAcrossACommandOfTheManagersOwn)
+{
+    UndoStack stack(manager);
+    stack.beginMacro("macro");
+    stack.push(new Appending(text, "a", 1));
+    manager.addCommand(std::make_shared<NativeAppending>(text, 'b'));
+    stack.push(new Appending(text, "cd", 1));
+    stack.push(new Appending(text, "e", 1));
+    stack.endMacro();
+    const auto macro = std::dynamic_pointer_cast<const Valdane::MacroCommand>(manager.getUndoCommand());
+    ASSERT_NE(macro, nullptr);
+    EXPECT_EQ(macro->size(), 3U) << "a, b, and the last two in one";
     stack.undo();
     EXPECT_EQ(text, "");
 }
