@@ -48,10 +48,9 @@ UndoStack::UndoStack(CommandManager* given, QObject* parent)
     : QObject(parent),
       ownManager(given == nullptr ? std::make_unique<CommandManager>() : nullptr),
       commands(given == nullptr ? *ownManager : *given),
-      connections{
-          commands.connectToSigHistoryChanged([this](const HistoryChange& change) { follow(change); }),
-          commands.connectToSigCommandExecuted([this] { mergeable.clear(); }),
-          commands.connectToSigOpenGroupsChanged([this] { followGroups(); })}
+      connections{commands.connectToSigHistoryChanged([this](const auto& change) { follow(change); }),
+                  commands.connectToSigCommandExecuted([this] { mergeable.clear(); }),
+                  commands.connectToSigOpenGroupsChanged([this] { followGroups(); })}
 {
     if (auto* parentGroup = qobject_cast<UndoGroup*>(parent))
     {
