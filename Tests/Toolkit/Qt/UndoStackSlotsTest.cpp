@@ -104,7 +104,7 @@ private:
     template <typename Source, typename Value>
     void listen(Source& source, int number, const std::string& name, void (Source::*signal)(Value))
     {
-        QObject::connect(&source, signal,
+        QObject::connect(&source, signal, &context,
                          [this, number, name](Value value)
                          {
                              lines += name + " " + textOf(value) + '\n';
@@ -115,6 +115,9 @@ private:
                              }
                          });
     }
+
+    // The toolkit's stack tells something when it is destroyed. Then nobody listens any more.
+    QObject context;
 };
 
 /// Everything that may tell, with a slot of one signal that pushes a command.
