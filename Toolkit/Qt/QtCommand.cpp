@@ -2,7 +2,6 @@
 
 #include "Platform/ExceptionHandling/VdException.h"
 
-#include <QUndoCommand>
 #include <utility>
 
 namespace Valdane
@@ -15,8 +14,6 @@ QtCommand::QtCommand(std::unique_ptr<QUndoCommand> wrapped) : command(std::move(
         throw VdException("QtCommand: there is no command");
     }
 }
-
-QtCommand::~QtCommand() = default;
 
 void QtCommand::execute()
 {
@@ -42,29 +39,15 @@ const std::string& QtCommand::getDescription() const
         return own;
     }
     // The command may have another text each time.
-    text = command->text().toStdString();
-    return text;
+    return text = command->text().toStdString();
 }
 
 bool QtCommand::mergeWith(const CommandBase& next)
 {
     const auto* other = dynamic_cast<const QtCommand*>(&next);
-    if (command == nullptr || other == nullptr || other->command == nullptr)
-    {
-        return false;
-    }
-    const int id = command->id();
-    return id != -1 && id == other->command->id() && command->mergeWith(other->command.get());
-}
-
-QUndoCommand* QtCommand::get() const
-{
-    return command.get();
-}
-
-void QtCommand::release()
-{
-    command.reset();
+    const bool areThere = command != nullptr && other != nullptr && other->command != nullptr;
+    return areThere && command->id() != -1 && command->id() == other->command->id() &&
+           command->mergeWith(other->command.get());
 }
 
 } // namespace Valdane

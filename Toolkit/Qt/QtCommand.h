@@ -4,10 +4,9 @@
 #include "Service/CommandPattern/MergeableCommand.h"
 #include "Toolkit/Qt/QtExport.h"
 
+#include <QUndoCommand>
 #include <memory>
 #include <string>
-
-class QUndoCommand;
 
 namespace Valdane
 {
@@ -26,7 +25,6 @@ class VALDANE_QT_EXPORT QtCommand : public CommandBase, public MergeableCommand
 public:
     /// @param wrapped  not empty, and without a parent. @throws VdException if it is empty.
     explicit QtCommand(std::unique_ptr<QUndoCommand> wrapped);
-    ~QtCommand() override;
 
     /// Calls `QUndoCommand::redo()`.
     void execute() override;
@@ -41,10 +39,16 @@ public:
     bool mergeWith(const CommandBase& next) override;
 
     /// The command; null only after release().
-    QUndoCommand* get() const;
+    QUndoCommand* get() const
+    {
+        return command.get();
+    }
 
     /// Destroys the command. What is left does nothing.
-    void release();
+    void release()
+    {
+        command.reset();
+    }
 
 private:
     std::unique_ptr<QUndoCommand> command;

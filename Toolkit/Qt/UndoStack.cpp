@@ -1,14 +1,10 @@
 #include "Toolkit/Qt/UndoStack.h"
 
-#include "Service/CommandPattern/CommandManager.h"
-#include "Service/CommandPattern/HistoryChange.h"
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Toolkit/Qt/PrefixedAction.h"
-#include "Toolkit/Qt/QtCommand.h"
 #include "Toolkit/Qt/UndoGroup.h"
 
 #include <QScopedValueRollback>
-#include <QUndoCommand>
 #include <algorithm>
 #include <utility>
 
@@ -18,20 +14,17 @@ namespace Valdane
 namespace
 {
 
-// A text may have two parts: one for lists, and one for actions.
-QString listText(const std::string& description)
+// Empty if it is a command of another kind, or was released.
+std::shared_ptr<QtCommand> asQtCommand(const std::shared_ptr<const CommandBase>& command)
 {
-    return QString::fromStdString(description).section('\n', 0, 0);
+    const auto wrapper = std::dynamic_pointer_cast<QtCommand>(std::const_pointer_cast<CommandBase>(command));
+    return wrapper != nullptr && wrapper->get() != nullptr ? wrapper : nullptr;
 }
 
-QString actionText(const CommandBase* command)
+// A text may have two parts: one for lists, and one for actions.
+QString actionText(const std::shared_ptr<const CommandBase>& command)
 {
-    if (command == nullptr)
-    {
-        return {};
-    }
-    const auto* wrapper = dynamic_cast<const QtCommand*>(command);
-    if (wrapper != nullptr && wrapper->get() != nullptr)
+    if (const auto wrapper = asQtCommand(command))
     {
         return wrapper->get()->actionText();
     }
@@ -39,28 +32,25 @@ QString actionText(const CommandBase* command)
     return text.section('\n', text.contains('\n') ? 1 : 0);
 }
 
-bool isObsolete(const CommandBase* command)
+bool isObsolete(const std::shared_ptr<const CommandBase>& command)
 {
-    const auto* wrapper = dynamic_cast<const QtCommand*>(command);
-    return wrapper != nullptr && wrapper->get() != nullptr && wrapper->get()->isObsolete();
+    const auto wrapper = asQtCommand(command);
+    return wrapper != nullptr && wrapper->get()->isObsolete();
 }
 
 } // namespace
 
-UndoStack::UndoStack(QObject* parent) : UndoStack(std::make_unique<CommandManager>(), nullptr, parent) {}
+UndoStack::UndoStack(QObject* parent) : UndoStack(nullptr, parent) {}
 
-UndoStack::UndoStack(CommandManager& commandManager, QObject* parent)
-    : UndoStack(nullptr, &commandManager, parent)
-{
-}
+UndoStack::UndoStack(CommandManager& commandManager, QObject* parent) : UndoStack(&commandManager, parent) {}
 
-UndoStack::UndoStack(std::unique_ptr<CommandManager> own, CommandManager* others, QObject* parent)
+UndoStack::UndoStack(CommandManager* given, QObject* parent)
     : QObject(parent),
-      ownManager(std::move(own)),
-      commands(others == nullptr ? *ownManager : *others),
-      told(static_cast<int>(commands.getPosition())),
-      clean(told),
-      changed(commands.connectToSigHistoryChanged([this](const HistoryChange& change) { follow(change); }))
+      ownManager(given == nullptr ? std::make_unique<CommandManager>() : nullptr),
+      commands(given == nullptr ? *ownManager : *given),
+      connections{commands.connectToSigHistoryChanged([this](const auto& change) { follow(change); }),
+                  commands.connectToSigCommandExecuted([this] { mergeable.clear(); }),
+                  commands.connectToSigOpenGroupsChanged([this] { followGroups(); })}
 {
     if (auto* parentGroup = qobject_cast<UndoGroup*>(parent))
     {
@@ -76,11 +66,6 @@ UndoStack::~UndoStack()
     }
 }
 
-CommandManager& UndoStack::manager() const
-{
-    return commands;
-}
-
 void UndoStack::clear()
 {
     if (count() == 0)
@@ -90,20 +75,16 @@ void UndoStack::clear()
     const bool wasClean = isClean();
     {
         const QScopedValueRollback working(isWorking, true);
-        for (; !macros.empty(); macros.pop_back())
+        while (!macros.empty())
         {
             commands.endGroup();
         }
+        clean.reset();
         commands.clear();
         commands.adjustOnSave(0);
+        clean = 0;
     }
-    told = 0;
-    clean = 0;
-    tellIndex();
-    if (!wasClean)
-    {
-        Q_EMIT cleanChanged(true);
-    }
+    settle(wasClean);
 }
 
 void UndoStack::push(QUndoCommand* command)
@@ -125,17 +106,7 @@ void UndoStack::push(QUndoCommand* command)
         if (target != nullptr && target->mergeWith(*pushed))
         {
             pushed->release();
-            if (!macros.empty())
-            {
-                if (isObsolete(target.get()))
-                {
-                    // The group keeps what is left of it, which does nothing.
-                    target->release();
-                    macros.back().pop_back();
-                }
-                return;
-            }
-            isObsolete(target.get()) ? takeNewest() : replaceNewest();
+            followMerge(target);
         }
         else if (command->isObsolete())
         {
@@ -146,7 +117,7 @@ void UndoStack::push(QUndoCommand* command)
             commands.addExecutedCommand(pushed);
             if (!macros.empty())
             {
-                macros.back().push_back(pushed);
+                mergeable.push_back(pushed);
             }
         }
     }
@@ -156,34 +127,14 @@ void UndoStack::push(QUndoCommand* command)
     }
 }
 
-bool UndoStack::canUndo() const
-{
-    return commands.canUndo();
-}
-
-bool UndoStack::canRedo() const
-{
-    return commands.canRedo();
-}
-
 QString UndoStack::undoText() const
 {
-    return canUndo() ? actionText(commands.getUndoCommand().get()) : QString();
+    return canUndo() ? actionText(commands.getUndoCommand()) : QString();
 }
 
 QString UndoStack::redoText() const
 {
-    return canRedo() ? actionText(commands.getRedoCommand().get()) : QString();
-}
-
-int UndoStack::count() const
-{
-    return static_cast<int>(commands.getQueueSize()) + (macros.empty() ? 0 : 1);
-}
-
-int UndoStack::index() const
-{
-    return told;
+    return canRedo() ? actionText(commands.getRedoCommand()) : QString();
 }
 
 QString UndoStack::text(int row) const
@@ -192,14 +143,15 @@ QString UndoStack::text(int row) const
     {
         return {};
     }
-    const auto command = commands.getCommand(static_cast<std::uint64_t>(row));
-    return listText(command != nullptr ? command->getDescription() : commands.getOpenGroups().front());
+    const auto found = commands.getCommand(static_cast<std::uint64_t>(row));
+    const auto text = found != nullptr ? found->getDescription() : commands.getOpenGroups().front();
+    return QString::fromStdString(text).section('\n', 0, 0);
 }
 
 const QUndoCommand* UndoStack::command(int row) const
 {
-    const auto found = row < 0 ? nullptr : commands.getCommand(static_cast<std::uint64_t>(row));
-    const auto* wrapper = dynamic_cast<const QtCommand*>(found.get());
+    const auto wrapper =
+        asQtCommand(row < 0 ? nullptr : commands.getCommand(static_cast<std::uint64_t>(row)));
     return wrapper == nullptr ? nullptr : wrapper->get();
 }
 
@@ -218,36 +170,18 @@ bool UndoStack::isActive() const
     return group == nullptr || group->activeStack() == this;
 }
 
-bool UndoStack::isClean() const
-{
-    return macros.empty() && clean == told;
-}
-
-int UndoStack::cleanIndex() const
-{
-    return clean;
-}
-
 void UndoStack::beginMacro(const QString& text)
 {
-    const QScopedValueRollback working(isWorking, true);
-    if (macros.empty())
     {
+        const QScopedValueRollback working(isWorking, true);
+        // First, because it is refused while a threaded command is running.
+        commands.beginGroup(text.toStdString());
+        macros.push_back(commands.getOpenGroups().size());
         commands.forgetRedoCommands();
     }
-    // It is refused while a threaded command is running; then no macro is open.
-    commands.beginGroup(text.toStdString());
-    if (!macros.empty())
-    {
-        macros.back().emplace_back();
-    }
-    macros.emplace_back();
     if (macros.size() == 1)
     {
-        Q_EMIT canUndoChanged(false);
-        Q_EMIT undoTextChanged(QString());
-        Q_EMIT canRedoChanged(false);
-        Q_EMIT redoTextChanged(QString());
+        tellActions();
     }
 }
 
@@ -258,21 +192,19 @@ void UndoStack::endMacro()
         qWarning("UndoStack::endMacro(): no matching beginMacro()");
         return;
     }
-    const bool isOutermost = macros.size() == 1;
-    const bool wasClean = isOutermost && clean == told;
+    const bool wasClean = clean == told;
     {
         const QScopedValueRollback working(isWorking, true);
         const auto text = commands.getOpenGroups().back();
         const auto newest = commands.getUndoCommand();
         commands.endGroup();
-        macros.pop_back();
         if (commands.getOpenGroups().empty() && commands.getUndoCommand() == newest)
         {
             // A macro without commands is a step, too.
             commands.addExecutedCommand(std::make_shared<MacroCommand>(text));
         }
     }
-    if (isOutermost)
+    if (macros.empty())
     {
         settle(wasClean);
     }
@@ -289,25 +221,17 @@ void UndoStack::setUndoLimit(int limit)
     commands.setUsesMaxQueueSize(limit > 0);
 }
 
-int UndoStack::undoLimit() const
-{
-    return commands.usesMaxQueueSize() ? static_cast<int>(commands.getMaxQueueSize()) : 0;
-}
-
 void UndoStack::setClean()
 {
-    if (!macros.empty())
+    if (isRefused("setClean(): cannot set clean"))
     {
-        qWarning("UndoStack::setClean(): cannot set clean in the middle of a macro");
         return;
     }
-    const bool wasClean = isClean();
     {
         const QScopedValueRollback working(isWorking, true);
         commands.adjustOnSave(0);
     }
-    clean = told;
-    if (!wasClean)
+    if (std::exchange(clean, told) != told)
     {
         Q_EMIT cleanChanged(true);
     }
@@ -315,9 +239,7 @@ void UndoStack::setClean()
 
 void UndoStack::resetClean()
 {
-    const bool wasClean = isClean();
-    clean = -1;
-    if (wasClean)
+    if (std::exchange(clean, std::nullopt) == told && macros.empty())
     {
         Q_EMIT cleanChanged(false);
     }
@@ -325,68 +247,64 @@ void UndoStack::resetClean()
 
 void UndoStack::setIndex(int row)
 {
-    if (!macros.empty())
+    if (isRefused("setIndex(): cannot set index"))
     {
-        qWarning("UndoStack::setIndex(): cannot set index in the middle of a macro");
         return;
     }
-    auto wanted = static_cast<std::uint64_t>(std::clamp(row, 0, count()));
+    const auto tell = [this]
+    {
+        if (commands.getPosition() != told)
+        {
+            settle(isClean());
+        }
+    };
+    try
     {
         const QScopedValueRollback working(isWorking, true);
-        while (commands.getPosition() < wanted && stepForward(wanted))
-        {
-        }
-        while (commands.getPosition() > wanted && stepBack())
+        int left = std::clamp(row, 0, count()) - static_cast<int>(commands.getPosition());
+        for (; left != 0 && step(left > 0); left += left > 0 ? -1 : 1)
         {
         }
     }
-    if (static_cast<int>(commands.getPosition()) != told)
+    catch (...)
     {
-        settle(clean == told);
+        tell();
+        throw;
     }
+    tell();
 }
 
 void UndoStack::undo()
 {
-    if (told == 0)
+    if (told != 0 && !isRefused("undo(): cannot undo"))
     {
-        return;
+        setIndex(index() - 1);
     }
-    if (!macros.empty())
-    {
-        qWarning("UndoStack::undo(): cannot undo in the middle of a macro");
-        return;
-    }
-    setIndex(told - 1);
 }
 
 void UndoStack::redo()
 {
-    if (told == count())
+    if (index() != count() && !isRefused("redo(): cannot redo"))
     {
-        return;
+        setIndex(index() + 1);
     }
-    if (!macros.empty())
-    {
-        qWarning("UndoStack::redo(): cannot redo in the middle of a macro");
-        return;
-    }
-    setIndex(told + 1);
 }
 
 void UndoStack::setActive(bool active)
 {
-    if (group != nullptr)
+    if (group != nullptr && (active || isActive()))
     {
-        if (active)
-        {
-            group->setActiveStack(this);
-        }
-        else if (group->activeStack() == this)
-        {
-            group->setActiveStack(nullptr);
-        }
+        group->setActiveStack(active ? this : nullptr);
     }
+}
+
+bool UndoStack::isRefused(const char* operation) const
+{
+    if (!macros.empty())
+    {
+        qWarning("UndoStack::%s in the middle of a macro", operation);
+    }
+    return !macros.empty();
 }
 
 // The command that may take in the next one; empty if there is none.
@@ -394,145 +312,55 @@ std::shared_ptr<QtCommand> UndoStack::findMergeTarget() const
 {
     if (!macros.empty())
     {
-        return macros.back().empty() ? nullptr : macros.back().back();
+        return mergeable.empty() ? nullptr : mergeable.back();
     }
-    if (!commands.getOpenGroups().empty() || clean == static_cast<int>(commands.getPosition()))
-    {
-        return nullptr;
-    }
-    return std::const_pointer_cast<QtCommand>(
-        std::dynamic_pointer_cast<const QtCommand>(commands.getUndoCommand()));
+    const bool isOnItsOwn = !commands.getOpenGroups().empty() || clean == commands.getPosition();
+    return isOnItsOwn ? nullptr : asQtCommand(commands.getUndoCommand());
 }
 
-// The newest command has taken in another one: who shows the history is to see that.
-void UndoStack::replaceNewest()
+void UndoStack::followMerge(const std::shared_ptr<QtCommand>& target)
 {
-    const QScopedValueRollback taking(isTaking, true);
-    commands.addExecutedCommand(commands.takeLastExecutedCommand());
+    if (macros.empty())
+    {
+        // Who shows the history is to see that the command has taken in another one.
+        const QScopedValueRollback unchanged(clean, {});
+        const auto taken = commands.takeLastExecutedCommand();
+        commands.addExecutedCommand(isObsolete(taken) ? nullptr : taken);
+    }
+    else if (isObsolete(target))
+    {
+        // The group keeps what is left of it, which does nothing.
+        target->release();
+        mergeable.pop_back();
+    }
 }
 
-void UndoStack::takeNewest()
+// Undoes or redoes one command. One that is obsolete before or after that leaves the history. False if it failed.
+bool UndoStack::step(bool isRedo)
 {
-    const QScopedValueRollback taking(isTaking, true);
-    commands.takeLastExecutedCommand();
-}
-
-bool UndoStack::stepBack()
-{
-    if (isObsolete(commands.getUndoCommand().get()))
+    const auto command = isRedo ? commands.getRedoCommand() : commands.getUndoCommand();
+    const bool isDone = isObsolete(command) || (isRedo ? commands.redo(1) : commands.undo(1));
+    if (!isDone || !isObsolete(command))
     {
-        dropNewest();
-        return true;
+        return isDone;
     }
-    if (!commands.undo(1))
+    if (commands.getRedoCommand() == command)
     {
-        return false;
+        // Only a command that is done can be taken. The redo() of this one does nothing now.
+        asQtCommand(command)->release();
+        commands.redo(1);
     }
-    if (isObsolete(commands.getRedoCommand().get()))
+    if (commands.getUndoCommand() == command)
     {
-        dropUndone();
+        const QScopedValueRollback unchanged(clean, {});
+        commands.takeLastExecutedCommand();
     }
-    return true;
-}
-
-bool UndoStack::stepForward(std::uint64_t& wanted)
-{
-    if (isObsolete(commands.getRedoCommand().get()))
+    if (clean > commands.getPosition())
     {
-        dropUndone();
-        --wanted;
-        return true;
-    }
-    if (!commands.redo(1))
-    {
-        return false;
-    }
-    if (isObsolete(commands.getUndoCommand().get()))
-    {
-        dropNewest();
-        --wanted;
-    }
-    return true;
-}
-
-// The next command to redo is obsolete.
-void UndoStack::dropUndone()
-{
-    // Only a command that is done can be taken. The redo() of this one does nothing now.
-    const auto undone = std::const_pointer_cast<CommandBase>(commands.getRedoCommand());
-    std::static_pointer_cast<QtCommand>(undone)->release();
-    commands.redo(1);
-    dropNewest();
-}
-
-// The newest command is obsolete. The clean state is gone if it has its effect.
-void UndoStack::dropNewest()
-{
-    takeNewest();
-    if (clean > static_cast<int>(commands.getPosition()))
-    {
+        // The clean state has the effect of the command.
         resetClean();
     }
-}
-
-void UndoStack::follow(const HistoryChange& change)
-{
-    const bool wasClean = isClean();
-    if (!isTaking)
-    {
-        followClean(change);
-    }
-    if (!isWorking)
-    {
-        settle(wasClean);
-    }
-}
-
-// Moves the clean index with its state, which is gone if no undo and redo leads there any more.
-void UndoStack::followClean(const HistoryChange& change)
-{
-    auto position = static_cast<int>(change.positionBefore);
-    for (const RowChange& rows : change.rows)
-    {
-        const auto first = static_cast<int>(rows.first);
-        const auto removed = static_cast<int>(rows.removed);
-        const auto inserted = static_cast<int>(rows.inserted);
-        if (first >= position || removed == inserted)
-        {
-            clean = clean > first ? -1 : clean;
-            position += first == position ? inserted : 0;
-            continue;
-        }
-        const bool areOldest = first == 0 && inserted == 0;
-        if (areOldest && removed <= position)
-        {
-            clean = std::max(clean - removed, -1);
-        }
-        else
-        {
-            clean = areOldest && clean == position ? 0 : -1;
-        }
-        position += inserted - std::min(removed, position);
-    }
-}
-
-void UndoStack::settle(bool wasClean)
-{
-    told = static_cast<int>(commands.getPosition());
-    tellIndex();
-    if (isClean() != wasClean)
-    {
-        Q_EMIT cleanChanged(!wasClean);
-    }
-}
-
-void UndoStack::tellIndex()
-{
-    Q_EMIT indexChanged(told);
-    Q_EMIT canUndoChanged(canUndo());
-    Q_EMIT undoTextChanged(undoText());
-    Q_EMIT canRedoChanged(canRedo());
-    Q_EMIT redoTextChanged(redoText());
+    return true;
 }
 
 } // namespace Valdane

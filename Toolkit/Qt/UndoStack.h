@@ -1,23 +1,23 @@
 #pragma once
 
 #include "Platform/Signals/Connection.h"
+#include "Service/CommandPattern/CommandManager.h"
+#include "Toolkit/Qt/QtCommand.h"
 #include "Toolkit/Qt/QtExport.h"
 
-#include <QList>
 #include <QObject>
 #include <QString>
+#include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class QAction;
-class QUndoCommand;
 
 namespace Valdane
 {
 
-class CommandManager;
-class QtCommand;
 class UndoGroup;
 struct HistoryChange;
 
@@ -33,8 +33,9 @@ struct HistoryChange;
 /// Index, texts, merging, obsolete commands, macros, clean state, limit, and the order of the signals are those
 /// of `QUndoStack` in Qt 6.4. What others do through the manager is told by the same signals.
 ///
-/// Failures: what a command throws in push() passes to the caller, and the command is destroyed. In undo() and
-/// redo() it is reported by the manager, and the index stays.
+/// Failures: what a command throws in push() passes to the caller, and the command is destroyed. In undo(),
+/// redo() and setIndex() the manager reports it, or lets it pass if it is no `std::exception`. The index is told as
+/// far as the commands before it have moved.
 ///
 /// Ownership: owns the commands that are pushed. A manager that was given must outlive the stack.
 /// Thread: as CommandManager.
@@ -58,7 +59,10 @@ public:
     ~UndoStack() override;
 
     /// The manager that runs the commands.
-    CommandManager& manager() const;
+    CommandManager& manager() const
+    {
+        return commands;
+    }
 
     /// Forgets all commands and ends the open macros, undoing nothing. The state is clean then.
     void clear();
@@ -67,18 +71,34 @@ public:
     void push(QUndoCommand* command);
 
     /// Whether there is a command to undo, and no macro or group is open.
-    bool canUndo() const;
+    bool canUndo() const
+    {
+        return commands.canUndo();
+    }
+
     /// The same for redo.
-    bool canRedo() const;
+    bool canRedo() const
+    {
+        return commands.canRedo();
+    }
+
     /// `QUndoCommand::actionText()` of the command that undo() takes; empty if it would take none.
     QString undoText() const;
     /// The same for redo().
     QString redoText() const;
 
     /// How many commands there are. An open macro counts as one.
-    int count() const;
+    int count() const
+    {
+        return static_cast<int>(commands.getQueueSize()) + (macros.empty() ? 0 : 1);
+    }
+
     /// How many of them are done.
-    int index() const;
+    int index() const
+    {
+        return static_cast<int>(told);
+    }
+
     /// `QUndoCommand::text()` of the command in @p row, the oldest first; empty if there is none.
     QString text(int row) const;
 
@@ -92,21 +112,34 @@ public:
 
     /// Whether it is the active stack of its group, or in no group.
     bool isActive() const;
+
     /// Whether the index is the clean one, and no macro is open.
-    bool isClean() const;
+    bool isClean() const
+    {
+        return macros.empty() && clean == told;
+    }
+
     /// The index of the clean state; -1 if there is none, or no undo and redo leads there.
-    int cleanIndex() const;
+    int cleanIndex() const
+    {
+        return clean.has_value() ? static_cast<int>(*clean) : -1;
+    }
 
     /// Until endMacro(), commands become parts of one. Uses CommandManager::beginGroup(); nothing can be undone
-    /// meanwhile.
+    /// meanwhile. The macro is over when others end that group.
+    /// @throws VdException while a threaded command is running; what could be redone is kept then.
     void beginMacro(const QString& text);
     /// Ends what beginMacro() began. Without commands it is a step, too.
     void endMacro();
 
     /// The most commands that are kept; 0 is no limit. Has no effect if there are commands.
     void setUndoLimit(int limit);
+
     /// That number.
-    int undoLimit() const;
+    int undoLimit() const
+    {
+        return commands.usesMaxQueueSize() ? static_cast<int>(commands.getMaxQueueSize()) : 0;
+    }
 
 public Q_SLOTS:
     /// Makes the present state the clean one, and the save point of the manager's first tracker.
@@ -139,35 +172,31 @@ Q_SIGNALS:
 private:
     friend class UndoGroup;
 
-    /// What is known of an open macro: its commands, and an empty pointer for each macro in it.
-    using Macro = std::vector<std::shared_ptr<QtCommand>>;
-
-    UndoStack(std::unique_ptr<CommandManager> own, CommandManager* others, QObject* parent);
+    UndoStack(CommandManager* given, QObject* parent);
+    bool isRefused(const char* operation) const;
     std::shared_ptr<QtCommand> findMergeTarget() const;
-    void replaceNewest();
-    void takeNewest();
-    void dropNewest();
-    void dropUndone();
-    bool stepBack();
-    bool stepForward(std::uint64_t& wanted);
+    void followMerge(const std::shared_ptr<QtCommand>& target);
+    bool step(bool isRedo);
+    void followGroups();
     void follow(const HistoryChange& change);
-    void followClean(const HistoryChange& change);
     void settle(bool wasClean);
-    void tellIndex();
+    void tellActions();
 
     std::unique_ptr<CommandManager> ownManager;
     CommandManager& commands;
     UndoGroup* group = nullptr;
-    std::vector<Macro> macros;
+    /// For each macro that is open: how many groups of the manager are open with its own.
+    std::vector<std::uint64_t> macros;
+    /// In a macro: what was pushed since it or a group in it has begun or ended, or a command of the manager's own was
+    /// added. The last one may take in the next.
+    std::vector<std::shared_ptr<QtCommand>> mergeable;
     /// The index that was told last.
-    int told = 0;
-    /// The clean index; -1 if there is none.
-    int clean = 0;
+    std::uint64_t told = commands.getPosition();
+    /// The clean index; empty if there is none.
+    std::optional<std::uint64_t> clean = told;
     /// Whether an operation of the stack changes the history; it tells of that itself.
     bool isWorking = false;
-    /// Whether a command leaves the history that has no effect, or comes back.
-    bool isTaking = false;
-    Signals::Connection changed;
+    std::array<Signals::Connection, 3> connections;
 };
 
 } // namespace Valdane

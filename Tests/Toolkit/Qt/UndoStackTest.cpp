@@ -2,6 +2,7 @@
 
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandPattern/MacroCommand.h"
 #include "Service/Editing/History.h"
 #include "Toolkit/Qt/QtCommand.h"
 #include "Toolkit/Qt/UndoGroup.h"
@@ -226,6 +227,48 @@ TEST_F(UndoStackTest, InAGroupOfOthersCommandsBecomePartsOfIt)
     EXPECT_FALSE(stack.canUndo());
     manager.endGroup();
     EXPECT_EQ(takeTold(), " index 1 dirty");
+    stack.undo();
+    EXPECT_EQ(text, "");
+}
+
+TEST_F(UndoStackTest, NothingIsMergedAcrossACommandOfTheManagersOwn)
+{
+    UndoStack stack(manager);
+    stack.beginMacro("macro");
+    stack.push(new Appending(text, "a", 1));
+    manager.addCommand(std::make_shared<NativeAppending>(text, 'b'));
+    stack.push(new Appending(text, "cd", 1));
+    stack.push(new Appending(text, "e", 1));
+    stack.endMacro();
+    const auto macro = std::dynamic_pointer_cast<const Valdane::MacroCommand>(manager.getUndoCommand());
+    ASSERT_NE(macro, nullptr);
+    EXPECT_EQ(macro->size(), 3U) << "a, b, and the last two in one";
+    stack.undo();
+    EXPECT_EQ(text, "");
+}
+
+TEST_F(UndoStackTest, ACommandOutsideAGroupOfOthersTakesNothingIn)
+{
+    UndoStack stack(manager);
+    stack.push(new Appending(text, "x", 1));
+    manager.beginGroup("theirs");
+    stack.push(new Appending(text, "y", 1));
+    EXPECT_TRUE(manager.abandonGroup());
+    EXPECT_EQ(text, "x");
+    stack.clear();
+    EXPECT_EQ(manager.getSavedPosition(0), 0U) << "the state is clean";
+
+    text.clear();
+    stack.beginMacro("macro");
+    stack.push(new Appending(text, "a", 1));
+    manager.beginGroup("theirs");
+    stack.push(new Appending(text, "b", 1));
+    stack.push(new Appending(text, "c", 1));
+    EXPECT_TRUE(manager.abandonGroup());
+    EXPECT_EQ(text, "a") << "what came after it is undone";
+    stack.push(new Appending(text, "d", 1));
+    stack.endMacro();
+    EXPECT_EQ(text, "ad");
     stack.undo();
     EXPECT_EQ(text, "");
 }
