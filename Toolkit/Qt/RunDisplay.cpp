@@ -2,7 +2,6 @@
 
 #include "Toolkit/Qt/EventLoopGuard.h"
 
-#include <QCoreApplication>
 #include <cmath>
 
 namespace Valdane
@@ -18,11 +17,6 @@ using namespace std::chrono_literals;
 constexpr auto usualMinimumDuration = 500ms;
 
 constexpr int fullBar = 1000;
-
-QString runText(const char* text)
-{
-    return QCoreApplication::translate("Valdane::RunDisplay", text);
-}
 
 // 0:07, 1:02:03.
 QString clockText(steady_clock::duration duration)
@@ -44,7 +38,7 @@ RunDisplay::RunDisplay(ThreadedRun& shownRun, QWidget& shownIn)
     : message(new QLabel(&shownIn)),
       bar(new QProgressBar(&shownIn)),
       time(new QLabel(&shownIn)),
-      cancel(new QPushButton(runText("&Cancel"), &shownIn)),
+      cancel(new QPushButton(tr("&Cancel"), &shownIn)),
       run(shownRun),
       owner(shownIn),
       started(run.connectToSigStarted([this] { start(); })),
@@ -52,7 +46,7 @@ RunDisplay::RunDisplay(ThreadedRun& shownRun, QWidget& shownIn)
       finished(run.connectToSigFinished([this](auto, const auto&) { finish(); }))
 {
     message->setTextFormat(Qt::PlainText);
-    bar->setAccessibleName(runText("Progress"));
+    bar->setAccessibleName(tr("Progress"));
     moment.setSingleShot(true);
     moment.setInterval(usualMinimumDuration);
     clock.setInterval(1s);
@@ -78,7 +72,7 @@ void RunDisplay::cancelRun()
     }
     isCancelled = true;
     cancel->setEnabled(false);
-    message->setText(runText("Cancelling..."));
+    message->setText(tr("Cancelling..."));
     callForEvent([this] { run.abort(); });
 }
 
@@ -87,7 +81,7 @@ void RunDisplay::start()
 {
     isCancelled = false;
     cancel->setEnabled(true);
-    message->setText(runText("Please wait..."));
+    message->setText(tr("Please wait..."));
     bar->setRange(0, 0);
     showTime();
     clock.start();
@@ -119,10 +113,10 @@ void RunDisplay::showTime()
     {
         return;
     }
-    QString text = runText("%1 elapsed").arg(clockText(progress->elapsed));
+    QString text = tr("%1 elapsed").arg(clockText(progress->elapsed));
     if (progress->remaining)
     {
-        text += ", " + runText("about %1 left").arg(clockText(*progress->remaining));
+        text += ", " + tr("about %1 left").arg(clockText(*progress->remaining));
     }
     time->setText(text);
 }

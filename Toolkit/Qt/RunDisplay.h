@@ -18,6 +18,8 @@ namespace Valdane
 /// The owner lays the widgets out, and is shown and hidden.
 class RunDisplay : public QObject
 {
+    Q_OBJECT
+
 public:
     RunDisplay(ThreadedRun& shownRun, QWidget& shownIn);
 

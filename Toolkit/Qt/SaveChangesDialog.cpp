@@ -24,10 +24,10 @@ constexpr std::size_t mostModules = 5;
 constexpr qsizetype mostChanges = 3;
 constexpr qsizetype longestChange = 60;
 
-QString saveText(const char* text)
+struct SaveTexts
 {
-    return QCoreApplication::translate("Valdane::SaveChangesDialog", text);
-}
+    Q_DECLARE_TR_FUNCTIONS(Valdane::saveChangesDialog)
+};
 
 QString usualNameOf(const Object& module)
 {
@@ -42,7 +42,7 @@ QString nameOf(const UnsavedModule& module, const ModuleNames& names)
 {
     if (module.module == nullptr)
     {
-        return saveText("Other changes");
+        return SaveTexts::tr("Other changes");
     }
     return names ? names(*module.module) : usualNameOf(*module.module);
 }
@@ -64,7 +64,7 @@ QString brief(const QString& text)
 
 QString moreOf(qsizetype count)
 {
-    return saveText("%1 more").arg(count);
+    return SaveTexts::tr("%1 more").arg(count);
 }
 
 QString lineOf(const QString& name, const QStringList& words)
@@ -129,9 +129,9 @@ SaveChoice saveChangesDialog(QWidget* parent, const QString& documentName, const
     // Its parent may destroy it.
     const QPointer<QMessageBox> box(new QMessageBox(parent));
     box->setIcon(QMessageBox::Warning);
-    box->setWindowTitle(saveText("Unsaved changes"));
+    box->setWindowTitle(SaveTexts::tr("Unsaved changes"));
     box->setTextFormat(Qt::PlainText);
-    box->setText(saveText("Save the changes to \"%1\"?").arg(documentName));
+    box->setText(SaveTexts::tr("Save the changes to \"%1\"?").arg(documentName));
     box->setInformativeText(texts.lines.join("\n"));
     if (texts.isCut)
     {
