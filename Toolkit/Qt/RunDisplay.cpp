@@ -79,6 +79,7 @@ void RunDisplay::cancelRun()
 // The bar moves to and fro until there is a progress.
 void RunDisplay::start()
 {
+    ++toldRuns;
     isCancelled = false;
     cancel->setEnabled(true);
     message->setText(tr("Please wait..."));
@@ -123,6 +124,11 @@ void RunDisplay::showTime()
 
 void RunDisplay::finish()
 {
+    // A slot that heard of the end before may have started the next run.
+    if (--toldRuns > 0)
+    {
+        return;
+    }
     moment.stop();
     clock.stop();
     owner.hide();

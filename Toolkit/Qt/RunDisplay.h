@@ -43,6 +43,8 @@ private:
     QWidget& owner;
     QTimer moment;
     QTimer clock;
+    // Of which the start is known, and not the end.
+    int toldRuns = 0;
     bool isCancelled = false;
     Signals::Connection started;
     Signals::Connection progressed;

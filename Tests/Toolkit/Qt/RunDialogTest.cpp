@@ -226,6 +226,26 @@ TEST_F(RunDialogTest, CanBeCancelledAtEachStepOfAMacro)
     }
 }
 
+TEST_F(RunDialogTest, ARunThatASlotOfTheEndStartsIsShown)
+{
+    const auto second = heldWork("second");
+    // Of the fixture, which was connected first.
+    onFinished = [&]
+    {
+        onFinished = nullptr;
+        run->start(second);
+    };
+    run->start(work("first"));
+    while (notes != std::vector<std::string>{"started", "done", "started"})
+    {
+        loop.runOne();
+    }
+    EXPECT_EQ(shown(*display), "Please wait... | 0:00 elapsed | busy");
+    second->release();
+    drive();
+    EXPECT_EQ(shown(*display), "hidden");
+}
+
 TEST_F(RunDialogTest, MayBeDestroyedDuringARunAndAfterIt)
 {
     const auto load = heldWork("load");
