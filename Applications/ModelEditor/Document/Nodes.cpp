@@ -98,4 +98,36 @@ std::shared_ptr<XmlObject> requireElement(const Selected& selected)
     return selected.object;
 }
 
+std::optional<Selected> findOnlyText(const Selected& element)
+{
+    const auto node = element.node.first_child();
+    const bool isText = node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+    if (element.part != Part::Element || !isText || !node.next_sibling().empty())
+    {
+        return std::nullopt;
+    }
+    auto name = element.object->getTextName(node);
+    if (name.empty())
+    {
+        return std::nullopt;
+    }
+    return Selected{.object = element.object,
+                    .part = Part::Value,
+                    .name = std::move(name),
+                    .text = node.value(),
+                    .node = node};
+}
+
+std::vector<Selected> withTexts(std::vector<Selected> nodes)
+{
+    for (auto& node : nodes)
+    {
+        if (auto text = findOnlyText(node))
+        {
+            node = std::move(*text);
+        }
+    }
+    return nodes;
+}
+
 } // namespace ModelEditor

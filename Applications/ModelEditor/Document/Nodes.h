@@ -30,4 +30,10 @@ std::optional<Selected> findNewAttribute(const XmlModel& model, const std::strin
 /// The element that @p selected is. @throws VdException if it is something else.
 std::shared_ptr<XmlObject> requireElement(const Selected& selected);
 
+/// The text that @p element holds, if that is all that it holds; attributes do not count.
+std::optional<Selected> findOnlyText(const Selected& element);
+
+/// @p nodes, with the texts in the place of elements that hold nothing but a text: they are meant when an element is set.
+std::vector<Selected> withTexts(std::vector<Selected> nodes);
+
 } // namespace ModelEditor

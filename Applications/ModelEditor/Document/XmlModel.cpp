@@ -20,6 +20,34 @@ namespace ModelEditor
 namespace
 {
 
+// The last bracket that is not closed, or a quote. What is wrong elsewhere is for the parser to tell.
+std::optional<std::size_t> findUnclosed(const std::string& xpath)
+{
+    std::vector<std::size_t> open;
+    for (std::size_t i = 0; i < xpath.size(); ++i)
+    {
+        const char character = xpath[i];
+        if (character == '\'' || character == '"')
+        {
+            const auto end = xpath.find(character, i + 1);
+            if (end == std::string::npos)
+            {
+                return i;
+            }
+            i = end;
+        }
+        else if (character == '[' || character == '(')
+        {
+            open.push_back(i);
+        }
+        else if ((character == ']' || character == ')') && !open.empty())
+        {
+            open.pop_back();
+        }
+    }
+    return open.empty() ? std::nullopt : std::optional(open.back());
+}
+
 pugi::xpath_query compile(const std::string& xpath)
 {
     try
@@ -28,6 +56,11 @@ pugi::xpath_query compile(const std::string& xpath)
     }
     catch (const pugi::xpath_exception& exception)
     {
+        if (const auto open = findUnclosed(xpath))
+        {
+            throw Valdane::VdException("bad XPath at character " + std::to_string(*open + 1) + ": " +
+                                       xpath[*open] + " is not closed: " + xpath);
+        }
         const auto& result = exception.result();
         throw Valdane::VdException("bad XPath at character " + std::to_string(result.offset + 1) + ": " +
                                    result.error + ": " + xpath);

@@ -55,16 +55,19 @@ const std::string recordingHeader = "# Recorded by model-editor, to be played on
 
 const std::string_view editingHelp = R"(
 An XPATH says which: //link[@name='tool0'], //mass/@value (an attribute),
-//plugin/text() (a text). An edit of several nodes is one step; if one of them
-cannot be edited, none is. A value is written as you write it: 008 stays 008.
+//plugin/text() (a text; //plugin does, if it holds nothing else). One with
+blanks is quoted: "//a | //b". An edit of several nodes is one step;
+if one of them cannot be edited, none is. A value is written as you write it:
+008 stays 008.
 Its type (int, unsigned int, double, bool, text) is what its text looks like; a
 change of type is told, and with --strict refused. set also takes names and
 namespaced attributes, and adds an attribute that an element does not have:
 //link[1]/@colour; not with --strict.
 
-Prefixes in an XPATH are compared with those of the file as they are written,
-unless --namespace PREFIX=URI is on the command line: then PREFIX:tag selects
-what is in that namespace, whatever its prefix, or with none.
+Names in an XPATH are compared with those of the file as they are written, with
+their prefixes: tag selects what is written without one, also where there is a
+default namespace. With --namespace PREFIX=URI on the command line, PREFIX:tag
+selects what is in that namespace, whatever its prefix, or with none.
 
 replace takes a regular expression as ECMAScript (JavaScript) has it, and
 changes every match. In TEXT $1 is what the first ( ) has matched, $& the whole

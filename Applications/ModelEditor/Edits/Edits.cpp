@@ -73,7 +73,7 @@ Edit makeSetAs(Entered entered, const XmlModel& model, const std::vector<std::st
             return {.command = commands.asOne(), .note = noteOf(missing->name, {*missing})};
         }
     }
-    const auto nodes = requireNodes(std::move(selection), xpath);
+    const auto nodes = withTexts(requireNodes(std::move(selection), xpath));
     EditCommands commands(describeSetOfSeveral(xpath, nodes.size(), text));
     for (const auto& node : nodes)
     {

@@ -55,7 +55,7 @@ Edit makeReplace(const XmlModel& model, const std::vector<std::string>& argument
         throw VdException("no option " + shown(arguments[3]) + "; there is -i");
     }
     const RegularExpression expression(arguments[1], ignoresCase);
-    const auto nodes = requireNodes(model, xpath);
+    const auto nodes = withTexts(requireNodes(model, xpath));
     EditCommands commands(describeReplace(xpath, nodes.size(), arguments[1], arguments[2]));
     for (const auto& node : nodes)
     {

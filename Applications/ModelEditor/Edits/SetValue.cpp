@@ -28,7 +28,12 @@ std::string namesOfValues(XmlObject& object)
     {
         names += (names.empty() ? "" : ", ") + object.getStep(name);
     }
-    return names.empty() ? "it has no values" : "name one of its values: " + names;
+    if (!names.empty())
+    {
+        return "name one of its values: " + names;
+    }
+    const bool isEmpty = object.getElement().first_child().empty();
+    return isEmpty ? "it is empty; insert puts a text into it" : "it has no values";
 }
 
 std::string describe(const Selected& selected, const std::string& text)

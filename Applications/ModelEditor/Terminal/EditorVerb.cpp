@@ -289,7 +289,9 @@ void Editor::Verb::requireCount(const Words& words) const
 {
     if (words.size() < minimum || words.size() > maximum)
     {
-        throw Valdane::VdException("write it as: " + getUsage());
+        const bool isLong = words.size() > maximum && arguments.find("XPATH") != std::string_view::npos;
+        throw Valdane::VdException("write it as: " + getUsage() +
+                                   (isLong ? "; what has blanks is quoted" : ""));
     }
 }
 

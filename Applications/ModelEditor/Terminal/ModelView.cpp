@@ -1,6 +1,7 @@
 #include "Applications/ModelEditor/Terminal/ModelView.h"
 
 #include "Applications/ModelEditor/Document/Markup.h"
+#include "Applications/ModelEditor/Document/Nodes.h"
 #include "Applications/ModelEditor/Document/ValueText.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
 #include "Applications/ModelEditor/Document/XmlObject.h"
@@ -68,6 +69,15 @@ ModelView::ModelView(std::ostream& stream, std::function<void()> beforeLine)
 {
 }
 
+// Of an element that holds nothing else, which is how many files have their values.
+void ModelView::printOnlyText(const Selected& selected) const
+{
+    if (const auto text = findOnlyText(selected))
+    {
+        out << " = " << Painted{Colour::Value, brief(text->object->getShownText(text->name))};
+    }
+}
+
 void ModelView::printTree(const std::shared_ptr<XmlObject>& top, std::size_t depth,
                           const std::set<const Valdane::Object*>& marked) const
 {
@@ -77,7 +87,7 @@ void ModelView::printTree(const std::shared_ptr<XmlObject>& top, std::size_t dep
         const auto [object, level] = std::move(open.back());
         open.pop_back();
         check();
-        printNode(*object, level, level == depth, marked.contains(object.get()));
+        printNode(object, level, level == depth, marked.contains(object.get()));
         if (level < depth)
         {
             const auto children = object->getElements();
@@ -120,6 +130,7 @@ void ModelView::printLine(const Selected& selected) const
         {
             out << ' ' << value(name.value());
         }
+        printOnlyText(selected);
     }
     else if (selected.part == Part::Value)
     {
@@ -198,14 +209,17 @@ void ModelView::printHidden(std::uint64_t steps) const
     }
 }
 
-void ModelView::printNode(const XmlObject& object, std::size_t level, bool isLast, bool isMarked) const
+void ModelView::printNode(const std::shared_ptr<XmlObject>& shownObject, std::size_t level, bool isLast,
+                          bool isMarked) const
 {
+    const auto& object = *shownObject;
     const auto name = object.getElement().attribute("name");
     out << std::string(2 * level, ' ') << element(object.getAddressStep());
     if (name)
     {
         out << ' ' << value(name.value());
     }
+    printOnlyText({.object = shownObject, .name = {}, .text = {}, .node = object.getElement()});
     if (isLast && object.getChildCount() != 0)
     {
         out << " (+" << object.getChildCount() << ')';

@@ -56,8 +56,10 @@ public:
 
 private:
     void printRows(const HistoryLevel& level, std::uint64_t first, std::uint64_t end) const;
+    void printOnlyText(const Selected& selected) const;
     void printHidden(std::uint64_t steps) const;
-    void printNode(const XmlObject& object, std::size_t level, bool isLast, bool isMarked) const;
+    void printNode(const std::shared_ptr<XmlObject>& shownObject, std::size_t level, bool isLast,
+                   bool isMarked) const;
     void printElement(XmlObject& object) const;
     void printValue(XmlObject& object, const std::string& attributeName) const;
 

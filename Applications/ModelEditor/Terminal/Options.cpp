@@ -191,6 +191,9 @@ place of the old one whole. A file that cannot keep all that is written in
 place, and this is told: one that has other names, for instance. A read-only
 file is written after a question at a terminal, in a script by save!.
 
+At a terminal there are colours, unless the variable NO_COLOR is set, and what
+is longer than the screen is shown by the program that PAGER names (less).
+
 What is printed shows control characters and marks of direction as escapes, such
 as \x1b and \u202e; files have them as they are.
 The exit status is 0 if all went well, 1 if something failed, 2 if the command

@@ -272,14 +272,15 @@ bool Session::mayEnd()
             continue;
         }
         isAllSaved = false;
-        const std::string what = (files.areSeveral() ? file->path + ": " : "") + join(unsaved) + '\n';
+        const auto modules = join(unsaved) + '\n';
         if (settings.isInteractive)
         {
-            out << "Not saved: " << what;
+            out << "Not saved: " << file->path << ": " << modules;
         }
         else
         {
-            err << settings.sourceName << ": warning: not saved: " << what;
+            err << settings.sourceName
+                << ": warning: not saved: " << (files.areSeveral() ? file->path + ": " : "") << modules;
         }
     }
     return isAllSaved || !settings.isInteractive || agreesTo("Quit without saving?");

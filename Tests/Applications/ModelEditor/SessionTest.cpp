@@ -19,7 +19,7 @@ TEST_F(SessionTest, AFileThatAnotherProcessHasChangedIsNotOverwritten)
 {
     type({"set /a/@x 2", writing("m.xml", changed), "save"});
     EXPECT_EQ(err.str(), "save: " + path + " was changed" + refusal);
-    EXPECT_THAT(out.str(), EndsWith("Not saved: /a\n"));
+    EXPECT_THAT(out.str(), EndsWith("Not saved: " + path + ": /a\n"));
     EXPECT_EQ(directory.read("m.xml"), changed);
 }
 

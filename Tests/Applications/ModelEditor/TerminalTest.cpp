@@ -74,11 +74,11 @@ TEST_F(TerminalTest, UnsavedModulesAreDroppedOnlyByAYes)
     terminal.type("set /a/@x 2\n");
     terminal.waitFor(prompt);
     terminal.type("quit\n");
-    EXPECT_THAT(terminal.waitFor(question), HasSubstr("Not saved: /a\r\n"));
+    EXPECT_THAT(terminal.waitFor(question), HasSubstr("Not saved: m.xml: /a\r\n"));
     terminal.type("no\n");
     terminal.waitFor(prompt);
     terminal.type("\x04");
-    EXPECT_THAT(terminal.waitFor(question), HasSubstr("Not saved: /a\r\n"));
+    EXPECT_THAT(terminal.waitFor(question), HasSubstr("Not saved: m.xml: /a\r\n"));
     terminal.type("n\n");
     terminal.waitFor(prompt);
     terminal.type("quit\n");

@@ -22,7 +22,8 @@ protected:
 
 TEST_F(EditorTest, TreeShowsKeysNamesAndWhatIsBelow)
 {
-    EXPECT_EQ(run("tree"), "robot r\n  link[1] base\n    mass\n    on\n  link[2] arm\n    mass\n    size\n");
+    EXPECT_EQ(run("tree"),
+              "robot r\n  link[1] base\n    mass\n    on = true\n  link[2] arm\n    mass\n    size\n");
     EXPECT_EQ(run("tree 1"), "robot r\n  link[1] base (+2)\n  link[2] arm (+2)\n");
     EXPECT_EQ(run("tree //link[2]"), "link[2] arm\n  mass\n  size\n");
     EXPECT_EQ(run("tree //link[2] 0"), "link[2] arm (+2)\n");
@@ -49,6 +50,7 @@ TEST_F(EditorTest, FindListsAddressesAndValues)
     EXPECT_EQ(run("find //link[1]"), "/robot/link[1] base\n1 node\n");
     EXPECT_EQ(run("find //nothing"), "0 nodes\n");
     EXPECT_EQ(run("find count(//mass)"), "2\n");
+    EXPECT_EQ(run("find //a | //b"), "find: write it as: find XPATH; what has blanks is quoted");
     EXPECT_THAT(run("find //["), testing::StartsWith("find: bad XPath at character 3: "));
 }
 
@@ -153,6 +155,25 @@ TEST_F(EditorTest, StrictlySetRefusesWhatIsNotOfTheType)
                 testing::HasSubstr("4e9 is not a value of type unsigned int"));
     EXPECT_THAT(run("undo"), testing::HasSubstr("5 -> 3000000000\n"));
     EXPECT_EQ(run("undo"), "Nothing to undo\n");
+}
+
+// How a person sees it: the value of such an element is its text.
+TEST_F(EditorTest, AnElementThatHoldsOnlyATextIsSetLikeTheText)
+{
+    EXPECT_EQ(run("find //on"), "/robot/link[1]/on = true\n1 node\n");
+    EXPECT_EQ(run("set //on false"),
+              "Set text of on of link base to false\n  /robot/link[1]/on/text(): true -> false\n");
+    EXPECT_THAT(run("replace //on f(.) F$1"), testing::HasSubstr("/robot/link[1]/on/text(): false -> False"));
+    run("insert //link[2] '<on unit=\"x\"><![CDATA[<]]></on><off>a<!-- b "
+        "--></off><both>a<on/></both><empty/>'");
+    EXPECT_EQ(run("set //empty 1"),
+              "set: /robot/link[2]/empty is an element; it is empty; insert puts a text into it");
+    EXPECT_EQ(run("find //on"),
+              "/robot/link[1]/on = False\n/robot/link[2]/on = <\n/robot/link[2]/both/on\n3 nodes\n");
+    EXPECT_EQ(run("find \"//link[2]/off | //both\""), "/robot/link[2]/off\n/robot/link[2]/both\n2 nodes\n");
+    EXPECT_THAT(run("set //link[2]/on '>'"), testing::HasSubstr("/robot/link[2]/on/text(): < -> >\n"));
+    EXPECT_EQ(run("set //off 1"), "set: /robot/link[2]/off is an element; name one of its values: text()");
+    EXPECT_THAT(run("set //both 1"), testing::StartsWith("set: /robot/link[2]/both is an element; name one"));
 }
 
 TEST_F(EditorTest, SetSaysWhatToWriteInstead)
@@ -298,8 +319,9 @@ TEST_F(EditorTest, WhatItDoesNotKnowOrLacksIsReported)
     EXPECT_EQ(run("hsitory"), "no verb hsitory; did you mean history? help lists them");
     EXPECT_EQ(run("sett //a/@x 1"), "no verb sett; did you mean set? help lists them");
     EXPECT_EQ(run("exit"), "no verb exit; help lists them") << "as far from quit as from nothing";
-    EXPECT_EQ(run("set x"), "set: write it as: set XPATH VALUE [--strict]");
-    EXPECT_EQ(run("set x y --strict z"), "set: write it as: set XPATH VALUE [--strict]");
+    EXPECT_EQ(run("set x"), "set: write it as: set XPATH VALUE [--strict]; what has blanks is quoted");
+    EXPECT_EQ(run("set x y --strict z"),
+              "set: write it as: set XPATH VALUE [--strict]; what has blanks is quoted");
     EXPECT_EQ(run("modified x y"), "modified: write it as: modified [save|export]");
     EXPECT_EQ(run(""), "");
 }
