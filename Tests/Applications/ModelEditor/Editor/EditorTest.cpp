@@ -319,7 +319,7 @@ TEST_F(EditorTest, WhatItDoesNotKnowOrLacksIsReported)
     EXPECT_EQ(run("hsitory"), "no verb hsitory; did you mean history? help lists them");
     EXPECT_EQ(run("sett //a/@x 1"), "no verb sett; did you mean set? help lists them");
     EXPECT_EQ(run("exit"), "no verb exit; help lists them") << "as far from quit as from nothing";
-    EXPECT_EQ(run("set x"), "set: write it as: set XPATH VALUE [--strict]; what has blanks is quoted");
+    EXPECT_EQ(run("set x"), "set: write it as: set XPATH VALUE [--strict]");
     EXPECT_EQ(run("set x y --strict z"),
               "set: write it as: set XPATH VALUE [--strict]; what has blanks is quoted");
     EXPECT_EQ(run("modified x y"), "modified: write it as: modified [save|export]");
