@@ -32,8 +32,8 @@ std::optional<CodePoint> firstCodePoint(std::string_view text)
         value = value << 6U | (byte(i) & 0x3FU);
     }
     constexpr std::array<std::uint32_t, 5> smallest{0, 0, 0x80, 0x800, 0x10000};
-    return value < smallest.at(length) ? std::optional<CodePoint>{}
-                                       : CodePoint{.value = value, .length = length};
+    return value < smallest.at(length) || value > 0x10FFFF ? std::optional<CodePoint>{}
+                                                           : CodePoint{.value = value, .length = length};
 }
 
 std::size_t countCharacters(std::string_view text)

@@ -73,6 +73,35 @@ TEST(RegularExpression, GivesUpWhatTakesTooLong)
     EXPECT_EQ(replaced("", "(|){300}", "x"), "x");
 }
 
+// Such a way ends without a look at the text, and costs as much as there are groups.
+TEST(RegularExpression, GivesUpWaysThatEndInALookAhead)
+{
+    std::string groups;
+    std::string ways;
+    for (int i = 0; i < 16; ++i)
+    {
+        groups += "()()()()()()()()()()";
+        ways += "(|)";
+    }
+    const std::string tooLong = "REGEX takes too long; write it with fewer repetitions within repetitions";
+    EXPECT_EQ(replaced("", groups + ways + "(?!)", "x"), tooLong);
+    EXPECT_EQ(replaced("", "(|){4}(?!)", "x"), "");
+    EXPECT_EQ(replaced("ab", groups + "(|)(?!a)b", "x"), "ax");
+}
+
+TEST(RegularExpression, ACountOfManyDigitsIsTooLarge)
+{
+    EXPECT_EQ(replaced("", "a{" + std::string(1'000'000, '1') + "}", "x"), "REGEX is too large");
+}
+
+TEST(RegularExpression, KeepsBytesThatAreNoCharacters)
+{
+    for (const std::string bytes : {"\xFF", "\xC3", "\xF4\x90\x80\x80", "\xF4\x90\x83\xA9", "\xED\xA0\x80"})
+    {
+        EXPECT_EQ(replaced("a" + bytes + "a", "a", "b"), "b" + bytes + "b") << testing::PrintToString(bytes);
+    }
+}
+
 class EditorReplace : public EditorFixture
 {
 protected:
