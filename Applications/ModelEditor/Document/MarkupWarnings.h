@@ -25,6 +25,7 @@ struct MarkupWarnings
 /// - bytes that are no UTF-8, characters that the encoding lacks, and those that XML cannot hold, also as
 ///   references;
 /// - references to entities that are not declared, if all that may declare them is in the file;
+/// - characters that no name of an element, an attribute or an instruction has;
 /// - `]]>` in a text, `--` in a comment;
 /// - a document type or an XML declaration where none may be.
 ///

@@ -198,6 +198,10 @@ TEST(Structure, SaysWhatCannotBeDone)
     EXPECT_EQ(complaintOf(makeWrap, {"//axle", "a b='c'"}), "a b='c' is not the name of an element");
     EXPECT_EQ(complaintOf(makeWrap, {"//axle", "a/><b"}), "a/><b is not the name of an element");
     EXPECT_EQ(complaintOf(makeWrap, {"//axle", "xmlns:a"}), "xmlns:a is not the name of an element");
+    EXPECT_EQ(complaintOf(makeWrap, {"//axle", "\xC3\x97"}), "\xC3\x97 is not the name of an element");
+    EXPECT_EQ(complaintOf(makeWrap, {"//axle", "\xC2\xB7x"}), "\xC2\xB7x is not the name of an element");
+    EXPECT_EQ(complaintOf(makeInsert, {"/cart", "<a b\xC3\x97='1'/>"}),
+              "markup:1:5: U+00D7, which no name has");
     EXPECT_EQ(complaintOf(makeWrap, {"//hub | //b", "g"}),
               "//hub | //b selects nodes that are in others of them");
 }
