@@ -158,6 +158,11 @@ public:
         text = passed;
     }
 
+    bool mayKnow(std::string_view entity) const
+    {
+        return entities.mayKnow(entity);
+    }
+
     Findings run()
     {
         for (std::size_t offset = 0; offset < text.size();)
@@ -290,6 +295,25 @@ private:
 };
 
 } // namespace
+
+std::vector<std::string> findEntities(std::string_view text)
+{
+    std::vector<std::string> names;
+    for (auto place = text.find('&'); place != std::string_view::npos; place = text.find('&', place + 1))
+    {
+        const auto reference = referenceAt(text.substr(place));
+        if (!reference.empty() && !reference.starts_with('#'))
+        {
+            names.emplace_back(reference);
+        }
+    }
+    return names;
+}
+
+bool isDeclared(std::string_view name, std::string_view declarations)
+{
+    return MarkupPass(declarations, {}).mayKnow(name);
+}
 
 MarkupWarnings findWarnings(std::string_view text, const std::string& name, const Encoding& encoding,
                             std::string_view declarations)

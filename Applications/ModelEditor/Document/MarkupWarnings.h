@@ -35,4 +35,10 @@ struct MarkupWarnings
 MarkupWarnings findWarnings(std::string_view text, const std::string& name, const Encoding& encoding,
                             std::string_view declarations = {});
 
+/// The names of the entities that @p text refers to.
+std::vector<std::string> findEntities(std::string_view text);
+
+/// Whether XML itself declares the entity @p name, or @p declarations, which is markup, may do so.
+bool isDeclared(std::string_view name, std::string_view declarations);
+
 } // namespace ModelEditor
