@@ -1,14 +1,17 @@
-// What it costs to load a model and to edit much of it, in allocations: these are the same on every machine.
+// What it costs to load a model and to edit much of it, in allocations: these are the same on every machine. And what becomes
+// of a model that gets no memory.
 
 #include "Applications/ModelEditor/Document/XmlModel.h"
 #include "Applications/ModelEditor/Edits/Edits.h"
 #include "Applications/ModelEditor/Edits/Replace.h"
+#include "Applications/ModelEditor/Edits/Structure.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandTesting/Allocations.h"
 
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -71,6 +74,35 @@ TEST(ModelCost, LoadingMakesNothingForEachElementOrAttribute)
     EXPECT_LT(load(withElements(100)), aFew + load(withElements(1)));
     EXPECT_LT(load(withElements(20'000)), aFew + load(withElements(100)));
     EXPECT_LT(load(withAttributes(5'000)), aFew + load(withAttributes(100)));
+}
+
+TEST(ModelCost, AnInsertionForWhichMemoryDoesNotSufficeChangesNothing)
+{
+    std::string many;
+    for (int i = 0; i < 100; ++i)
+    {
+        many += "<e/>";
+    }
+    bool hasFailed = true;
+    for (std::size_t successes = 0; hasFailed; ++successes)
+    {
+        XmlModel model("<r/>", "m");
+        const Edit edit = ModelEditor::makeInsert(model, {"/r", many});
+        const Valdane::FailingAllocation failing(successes);
+        try
+        {
+            edit.command->execute();
+        }
+        catch (const std::bad_alloc&)
+        {
+            EXPECT_TRUE(failing.hasFailed());
+        }
+        hasFailed = failing.hasFailed();
+        if (hasFailed)
+        {
+            ASSERT_EQ(model.toBytes(), "<r/>") << successes;
+        }
+    }
 }
 
 TEST(ModelCost, OneAddressMakesTheObjectsOfItsSiblingsOnly)

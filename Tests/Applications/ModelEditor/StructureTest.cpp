@@ -164,6 +164,10 @@ TEST(Structure, WhatIsMovedGoesAndWhatIsCopiedStays)
               "  <wheel name='r'><hub>h<b/>i</hub></wheel>\n  <axle/>\n"
               "  <wheel name='l'/>\n</cart>\n");
     EXPECT_EQ(edited(makeMove, {"/r/a", "/r"}, "<r>\n <a/>\n</r>"), "<r>\n <a/>\n</r>");
+    for (const std::string where : {"--before", "--after"})
+    {
+        EXPECT_EQ(edited(makeMove, {"//b", "//b", where}, "<r><a/><b/><c/></r>"), "<r><a/><b/><c/></r>");
+    }
     EXPECT_EQ(edited(makeCopy, {"//hub/node()", "//axle"}),
               "<cart>\n  <!-- one -->\n  <wheel name='l'/>\n\n"
               "  <wheel name='r'><hub>h<b/>i</hub></wheel>\n  <axle>h<b/>i</axle>\n</cart>\n");
