@@ -27,6 +27,10 @@ std::size_t countCharacters(std::string_view text);
 /// Whether XML 1.0 can hold the character, as such or by a reference.
 bool isXmlCharacter(std::uint32_t character);
 
+/// Whether a name in XML 1.0 may start with the character, or have it further on; a colon may be in both places.
+bool isNameStart(std::uint32_t character);
+bool isNameCharacter(std::uint32_t character);
+
 /// In UTF-8.
 std::string toUtf8(std::uint32_t character);
 

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <new>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,8 +19,15 @@ namespace ModelEditor
 namespace
 {
 
-[[noreturn]] void answer(const std::function<std::string()>& work, const Descriptor& to) noexcept
+[[noreturn]] void answer(const std::function<std::string()>& work, const Descriptor& to,
+                         pid_t asking) noexcept
 {
+    // Who asks may be ended by a signal, and then waits no more.
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != asking)
+    {
+        _exit(1);
+    }
     // The key that interrupts is meant for whoever waits.
     std::signal(SIGINT, SIG_IGN);
     try
@@ -76,10 +84,11 @@ std::string computeApart(const std::function<std::string()>& work, const Interru
     }
     const Descriptor from(ends[0]);
     Descriptor to(ends[1]);
+    const pid_t own = getpid();
     const pid_t id = fork();
     if (id == 0)
     {
-        answer(work, to);
+        answer(work, to, own);
     }
     if (id < 0)
     {

@@ -108,20 +108,34 @@ std::string toEscaped(std::string_view value, MarkupPlace place, bool asciiOnly)
     }
 }
 
-bool isNameStart(char c)
-{
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' ||
-           static_cast<unsigned char>(c) >= 0x80;
-}
-
-bool isNameCharacter(char c)
-{
-    return isNameStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
-}
-
 bool isNameWithoutColon(std::string_view name)
 {
-    return !name.empty() && isNameStart(name.front()) && std::ranges::all_of(name, isNameCharacter);
+    for (auto left = name; !left.empty();)
+    {
+        const auto next = firstCodePoint(left);
+        const bool isFirst = left.size() == name.size();
+        if (!next || next->value == ':' ||
+            !(isFirst ? isNameStart(next->value) : isNameCharacter(next->value)))
+        {
+            return false;
+        }
+        left.remove_prefix(next->length);
+    }
+    return !name.empty();
+}
+
+// As the parser reads names: all that is no ASCII may be in them.
+bool isParsedNameStart(char c)
+{
+    return static_cast<unsigned char>(c) >= 0x80 || (c != ':' && isNameStart(static_cast<unsigned char>(c)));
+}
+
+bool isParsedName(std::string_view name)
+{
+    return !name.empty() && isParsedNameStart(name.front()) &&
+           std::ranges::all_of(
+               name,
+               [](char c) { return isParsedNameStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.'; });
 }
 
 } // namespace
@@ -208,7 +222,7 @@ bool startsWithReference(std::string_view markup)
         return areAll(name.substr(2), "0123456789abcdefABCDEF");
     }
     return name.starts_with('#') ? areAll(name.substr(1), "0123456789")
-                                 : isNameWithoutColon(name.substr(0, name.find(':')));
+                                 : isParsedName(name.substr(0, name.find(':')));
 }
 
 bool isBlank(std::string_view text)

@@ -158,6 +158,11 @@ public:
         text = passed;
     }
 
+    bool mayKnow(std::string_view entity) const
+    {
+        return entities.mayKnow(entity);
+    }
+
     Findings run()
     {
         for (std::size_t offset = 0; offset < text.size();)
@@ -181,6 +186,7 @@ private:
         case MarkupPiece::Kind::Tag:
             hasElement = true;
             lookAtReferences(piece.text, offset);
+            lookAtNames(piece.text, offset);
             break;
         case MarkupPiece::Kind::Comment:
             // The first two hyphens behind the start are to be the end.
@@ -192,6 +198,7 @@ private:
             {
                 found.add(offset, [] { return "an XML declaration that is not at the start"; });
             }
+            lookAtNames(piece.text.substr(0, piece.text.find_first_of(" \t\r\n?", 2)), offset);
             break;
         case MarkupPiece::Kind::DocumentType:
             lookAtDocumentType(piece.text, offset);
@@ -218,6 +225,37 @@ private:
         if (const auto place = piece.find(wanted); place != std::string_view::npos)
         {
             found.add(offset + place, [what] { return what; });
+        }
+    }
+
+    // In ASCII the parser takes none that is wrong. What is no character at all is told as such.
+    void lookAtNames(std::string_view piece, std::size_t offset)
+    {
+        char quote = '\0';
+        for (std::size_t place = 0; place < piece.size(); ++place)
+        {
+            const char c = piece[place];
+            if (quote != '\0' || c == '\'' || c == '"')
+            {
+                quote = quote == '\0' ? c : quote == c ? '\0' : quote;
+                continue;
+            }
+            const auto next = firstCodePoint(piece.substr(place, 4));
+            if (!next || next->length == 1 || !isXmlCharacter(next->value))
+            {
+                continue;
+            }
+            const bool isStart =
+                std::string_view("</? \t\r\n'\"").find(piece[place - 1]) != std::string_view::npos;
+            if (!(isStart ? isNameStart(next->value) : isNameCharacter(next->value)))
+            {
+                found.add(offset + place,
+                          [&] {
+                              return nameOfCharacter(next->value) +
+                                     (isStart ? ", with which no name starts" : ", which no name has");
+                          });
+            }
+            place += next->length - 1;
         }
     }
 
@@ -257,6 +295,25 @@ private:
 };
 
 } // namespace
+
+std::vector<std::string> findEntities(std::string_view text)
+{
+    std::vector<std::string> names;
+    for (auto place = text.find('&'); place != std::string_view::npos; place = text.find('&', place + 1))
+    {
+        const auto reference = referenceAt(text.substr(place));
+        if (!reference.empty() && !reference.starts_with('#'))
+        {
+            names.emplace_back(reference);
+        }
+    }
+    return names;
+}
+
+bool isDeclared(std::string_view name, std::string_view declarations)
+{
+    return MarkupPass(declarations, {}).mayKnow(name);
+}
 
 MarkupWarnings findWarnings(std::string_view text, const std::string& name, const Encoding& encoding,
                             std::string_view declarations)

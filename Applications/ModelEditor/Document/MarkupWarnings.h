@@ -25,6 +25,7 @@ struct MarkupWarnings
 /// - bytes that are no UTF-8, characters that the encoding lacks, and those that XML cannot hold, also as
 ///   references;
 /// - references to entities that are not declared, if all that may declare them is in the file;
+/// - characters that no name of an element, an attribute or an instruction has;
 /// - `]]>` in a text, `--` in a comment;
 /// - a document type or an XML declaration where none may be.
 ///
@@ -33,5 +34,11 @@ struct MarkupWarnings
 /// Cost: a pass for the characters, and one for the markup.
 MarkupWarnings findWarnings(std::string_view text, const std::string& name, const Encoding& encoding,
                             std::string_view declarations = {});
+
+/// The names of the entities that @p text refers to.
+std::vector<std::string> findEntities(std::string_view text);
+
+/// Whether XML itself declares the entity @p name, or @p declarations, which is markup, may do so.
+bool isDeclared(std::string_view name, std::string_view declarations);
 
 } // namespace ModelEditor

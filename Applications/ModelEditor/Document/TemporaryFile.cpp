@@ -4,7 +4,9 @@
 #include <charconv>
 #include <csignal>
 #include <cstdio>
+#include <dirent.h>
 #include <fcntl.h>
+#include <memory>
 #include <random>
 #include <string_view>
 #include <sys/file.h>
@@ -115,13 +117,16 @@ void TemporaryFile::removeLeftBehind(const fs::path& target)
 {
     const auto prefix = prefixFor(target);
     const fs::path directory = target.has_parent_path() ? target.parent_path() : ".";
-    for (const auto& entry : fs::directory_iterator(directory))
+    // The library's iterator ends the program if it gets no memory.
+    const std::unique_ptr<DIR, int (*)(DIR*)> listed(::opendir(directory.c_str()), &::closedir);
+    const dirent* entry = nullptr;
+    while (listed != nullptr && (entry = ::readdir(listed.get())) != nullptr)
     {
-        const auto name = entry.path().filename().string();
-        if (name.starts_with(prefix) && isGone(processOf(std::string_view(name).substr(prefix.size()))) &&
-            !isLocked(entry.path()))
+        const std::string_view found = entry->d_name;
+        const auto path = directory / found;
+        if (found.starts_with(prefix) && isGone(processOf(found.substr(prefix.size()))) && !isLocked(path))
         {
-            ::unlink(entry.path().c_str());
+            ::unlink(path.c_str());
         }
     }
 }

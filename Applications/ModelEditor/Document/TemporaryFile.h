@@ -36,7 +36,7 @@ public:
 
     /// Removes those for @p target whose process has died without a chance to do so.
     ///
-    /// @throws std::exception if the directory cannot be read.
+    /// Does nothing if the directory cannot be read. @throws std::exception
     static void removeLeftBehind(const std::filesystem::path& target);
 
 private:

@@ -122,13 +122,32 @@ MarkupWarnings XmlDocument::findWarnings() const
 // What the encoding lacks is told when it is put in.
 void XmlDocument::requireNoWarnings(const std::string& markup) const
 {
-    const auto start = offsetOf(getRootElement().name()) - std::string_view("<").size();
-    const auto warnings =
-        ModelEditor::findWarnings(markup, "markup", Encoding::of({}), source.getOriginal().substr(0, start));
+    const auto warnings = ModelEditor::findWarnings(markup, "markup", Encoding::of({}), getProlog());
     if (!warnings.texts.empty())
     {
         throw Valdane::VdException(warnings.texts.front());
     }
+}
+
+void XmlDocument::requireKnownEntities(std::string_view markup)
+{
+    for (const auto& entity : findEntities(markup))
+    {
+        const std::string reference = "&" + entity + ";";
+        const bool isKnown = knownEntities.contains(entity) || isDeclared(entity, getProlog()) ||
+                             source.getOriginal().find(reference) != std::string_view::npos;
+        if (!isKnown)
+        {
+            throw Valdane::VdException(reference + " is not declared");
+        }
+        knownEntities.insert(entity);
+    }
+}
+
+std::string_view XmlDocument::getProlog() const
+{
+    const auto start = offsetOf(getRootElement().name()) - std::string_view("<").size();
+    return std::string_view(source.getOriginal()).substr(0, start);
 }
 
 void XmlDocument::parse()

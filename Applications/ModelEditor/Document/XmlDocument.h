@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <list>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -163,6 +164,13 @@ public:
     /// @throws VdException `markup:<line>:<column>: <what is wrong>` for the first of it.
     void requireNoWarnings(const std::string& markup) const;
 
+    /// Allows in @p markup only references to entities that are declared, or that the file already refers to: another
+    /// file, which includes it, may declare them.
+    ///
+    /// @throws VdException that tells of another one; std::bad_alloc.
+    /// Cost: a search of the file for the first reference to each entity.
+    void requireKnownEntities(std::string_view markup);
+
     /// Complains of what is at @p offset of the text of the file.
     ///
     /// @throws VdException `<name>:<line>:<column>: <what is wrong>`, always.
@@ -176,6 +184,7 @@ private:
         bool hasTail = false; // whether it brought the layout at the end of the root
     };
 
+    std::string_view getProlog() const;
     void parse();
     void requireOneRoot() const;
     void requireNothingBehind() const;
@@ -204,6 +213,7 @@ private:
 
     Span content;
     std::size_t lineOffset;
+    std::set<std::string> knownEntities;
     // Lists, because who changes values refers to the source texts.
     std::list<Segment> segments;
     std::list<SourceText> inserted;

@@ -195,13 +195,22 @@ std::size_t XmlModel::getSize() const noexcept
 
 void XmlModel::setCurrent(const std::shared_ptr<XmlObject>& element)
 {
-    current = element;
+    current = element == nullptr ? std::nullopt : std::optional<std::weak_ptr<XmlObject>>(element);
 }
 
 std::shared_ptr<XmlObject> XmlModel::getCurrent() const
 {
-    auto element = current.lock();
-    return element == nullptr || element->getRootObjectAlt() != root ? nullptr : element;
+    if (isCurrentGone())
+    {
+        throw Valdane::VdException("the current element is gone; cd starts at the top again");
+    }
+    return current ? current->lock() : nullptr;
+}
+
+bool XmlModel::isCurrentGone() const
+{
+    const auto element = current ? current->lock() : root;
+    return element == nullptr || element->getRootObjectAlt() != root;
 }
 
 void XmlModel::setPrefixes(NamespacePrefixes chosen)
@@ -216,7 +225,8 @@ const NamespacePrefixes& XmlModel::getPrefixes() const noexcept
 
 Selection XmlModel::select(const std::string& xpath) const
 {
-    return selectFrom(getCurrent(), xpath);
+    const bool isAbsolute = xpath.starts_with('/');
+    return selectFrom(isAbsolute && isCurrentGone() ? nullptr : getCurrent(), xpath);
 }
 
 Selection XmlModel::selectFrom(const std::shared_ptr<XmlObject>& start, const std::string& xpath) const

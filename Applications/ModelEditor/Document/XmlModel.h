@@ -112,8 +112,13 @@ public:
     /// Has relative addresses start at @p element; an empty pointer has them start at the document, as at first.
     void setCurrent(const std::shared_ptr<XmlObject>& element);
 
-    /// Where relative addresses start; empty if that is the document, or if the element is not in it any more.
+    /// Where relative addresses start; empty if that is the document.
+    ///
+    /// @throws VdException if the element is not in the document any more.
     std::shared_ptr<XmlObject> getCurrent() const;
+
+    /// Whether that element is not in the document any more; it may come back.
+    bool isCurrentGone() const;
 
     /// Has addresses use @p chosen; without, and at first, all prefixes are compared as written.
     void setPrefixes(NamespacePrefixes chosen);
@@ -122,7 +127,7 @@ public:
 
     /// What @p xpath selects, in document order, without white space that is only layout.
     ///
-    /// @throws VdException `bad XPath: ...` with the place of the mistake.
+    /// @throws VdException `bad XPath: ...` with the place of the mistake; if a relative address has no element to start at.
     /// Cost: that of XPath, which looks at the whole document for many addresses. An address as getAddress() writes it
     /// is followed directly; an index of the children of a large element is made when it is met first.
     Selection select(const std::string& xpath) const;
@@ -234,7 +239,7 @@ private:
     XmlContext context;
     std::shared_ptr<XmlObject> root;
     ObjectsByNode objects;
-    std::weak_ptr<XmlObject> current;
+    std::optional<std::weak_ptr<XmlObject>> current;
     NamespacePrefixes prefixes;
     // What is known of the document, not a part of it.
     mutable AddressWalk addresses;

@@ -145,6 +145,7 @@ std::string XmlObject::readMarkup(const std::string& name, const std::string& ma
         throw Valdane::VdException(getAddress() + "/" + getStep(name) +
                                    " is a CDATA section, which has no references");
     }
+    context.document.requireKnownEntities(markup);
     return markReferences(markup, context.document.getEncoding());
 }
 

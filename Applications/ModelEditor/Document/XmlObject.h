@@ -164,7 +164,8 @@ public:
 
     /// What to set the value to if a person enters @p markup, in which references are meant as such.
     ///
-    /// @throws VdException if the value is a CDATA section or an attribute that was added: these have no references.
+    /// @throws VdException if the value is a CDATA section or an attribute that was added: these have no references; if
+    ///         one is to an entity that is not known, see XmlDocument::requireKnownEntities().
     std::string readMarkup(const std::string& name, const std::string& markup);
 
     /// An attribute of the file that is not at the element just now.

@@ -11,7 +11,8 @@
 #include <string_view>
 
 // The library's matcher tries all ways, one call deeper for each character of a repetition, and knows no limit of either.
-// But it sees the text only through iterators; these count, and throw.
+// But it sees the text only through iterators; these count, and throw. Copies count as well: a way that ends without a look
+// at the text, as `(?!)` does, copies all groups.
 
 namespace ModelEditor
 {
@@ -84,9 +85,24 @@ public:
 
     CountingIterator(const wchar_t* at, MatchBudget& spent) : place(at), budget(&spent) {}
 
+    CountingIterator(const CountingIterator& other) : place(other.place), budget(other.budget)
+    {
+        count();
+    }
+
+    CountingIterator& operator=(const CountingIterator& other)
+    {
+        place = other.place;
+        budget = other.budget;
+        count();
+        return *this;
+    }
+
+    ~CountingIterator() = default;
+
     reference operator*() const
     {
-        spend(*budget);
+        count();
         return *place;
     }
 
@@ -118,15 +134,20 @@ public:
 
     bool operator==(const CountingIterator& other) const
     {
-        // Those that stand for no place have none to count on.
-        if (budget != nullptr)
-        {
-            spend(*budget);
-        }
+        count();
         return place == other.place;
     }
 
 private:
+    // Those that stand for no place have none to count on.
+    void count() const
+    {
+        if (budget != nullptr)
+        {
+            spend(*budget);
+        }
+    }
+
     const wchar_t* place = nullptr;
     MatchBudget* budget = nullptr;
 };
@@ -138,6 +159,11 @@ void requireSmall(const std::wstring& pattern)
     constexpr std::size_t most = 5000;
     constexpr std::size_t mostDigits = 5;
     static const std::wregex counts(L"\\{(?:\\d+,)?(\\d+)");
+    // First, because the library looks for a count one call deeper for each digit.
+    if (pattern.size() > longest)
+    {
+        throw VdException("REGEX is too large");
+    }
     std::size_t size = pattern.size();
     for (std::wsregex_iterator count(pattern.begin(), pattern.end(), counts), end;
          count != end && size <= most; ++count)
@@ -145,7 +171,7 @@ void requireSmall(const std::wstring& pattern)
         const auto digits = (*count)[1].str();
         size *= digits.size() > mostDigits ? most + 1 : std::max(std::stoul(digits), 1UL);
     }
-    if (pattern.size() > longest || size > most)
+    if (size > most)
     {
         throw VdException("REGEX is too large");
     }

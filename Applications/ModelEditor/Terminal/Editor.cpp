@@ -135,8 +135,9 @@ std::vector<std::string> Editor::getUnsaved() const
 
 std::string Editor::getPrompt(const std::string& modelName) const
 {
-    const auto current = model.getCurrent();
-    return modelName + (current == nullptr ? "" : " " + current->getAddress()) +
+    const bool isGone = model.isCurrentGone();
+    const auto current = isGone ? nullptr : model.getCurrent();
+    return modelName + (current == nullptr ? "" : " " + current->getAddress()) + (isGone ? " [gone]" : "") +
            (isRecording() ? " [recording]" : "") +
            (isInGroup() ? " (" + brief(levels.back().getName()) + ")" : "") + "> ";
 }
@@ -218,9 +219,8 @@ void Editor::tree(const Words& arguments)
         throw VdException(shown(arguments.back()) + " is not a depth");
     }
     const bool hasXPath = arguments.size() == 2 || (arguments.size() == 1 && !last);
-    const auto current = model.getCurrent();
-    const auto start = current == nullptr ? model.getRoot() : current;
-    const auto top = hasXPath ? requireOneElement(model, arguments.front()) : start;
+    const auto named = hasXPath ? requireOneElement(model, arguments.front()) : model.getCurrent();
+    const auto top = named == nullptr ? model.getRoot() : named;
     view.printTree(top, last.value_or(defaultTreeDepth), getModifiedModules(HistoryLevel::Saved));
 }
 
@@ -288,8 +288,8 @@ std::string Editor::getLine(const Verb& verb, const Words& arguments) const
 // An address that starts at the document and selects the same.
 std::string Editor::absolute(const std::string& xpath) const
 {
-    const auto current = model.getCurrent();
-    if (current == nullptr || xpath.starts_with('/'))
+    const auto current = xpath.starts_with('/') ? nullptr : model.getCurrent();
+    if (current == nullptr)
     {
         return xpath;
     }

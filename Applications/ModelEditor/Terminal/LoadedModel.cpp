@@ -25,21 +25,6 @@ FileContent readModel(const std::string& path)
     }
 }
 
-// What other programs may refuse does not keep anybody from editing the file.
-void warnOf(const XmlModel& model, const std::string& path, std::ostream& err)
-{
-    constexpr std::size_t most = 10;
-    const auto warnings = model.findWarnings();
-    for (const auto& text : warnings.texts | std::views::take(most))
-    {
-        err << "warning: " << text << '\n';
-    }
-    if (warnings.count > most)
-    {
-        err << "warning: " << path << ": and " << warnings.count - most << " more\n";
-    }
-}
-
 } // namespace
 
 LoadedModel loadModel(const std::string& path)
@@ -56,10 +41,25 @@ LoadedModel loadModel(const std::string& path)
     }
 }
 
+// What other programs may refuse does not keep anybody from editing the file.
+void warnOf(const LoadedModel& loaded, std::ostream& out)
+{
+    constexpr std::size_t most = 10;
+    const auto warnings = loaded.model->findWarnings();
+    for (const auto& text : warnings.texts | std::views::take(most))
+    {
+        out << "warning: " << text << '\n';
+    }
+    if (warnings.count > most)
+    {
+        out << "warning: " << loaded.path << ": and " << warnings.count - most << " more\n";
+    }
+}
+
 LoadedModel openModel(const std::string& path, std::ostream& warnings)
 {
     auto loaded = loadModel(path);
-    warnOf(*loaded.model, path, warnings);
+    warnOf(loaded, warnings);
     removeTemporaries(path);
     return loaded;
 }

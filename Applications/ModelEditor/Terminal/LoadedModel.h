@@ -25,8 +25,11 @@ struct LoadedModel
 /// @throws VdException with the path if it cannot be read, is no model, or memory does not suffice.
 LoadedModel loadModel(const std::string& path);
 
-/// The same when it is opened: also tells @p warnings what other programs may refuse, and removes temporary files that
-/// were left beside it.
+/// Tells @p out what other programs may refuse in the file.
+void warnOf(const LoadedModel& loaded, std::ostream& out);
+
+/// Loads a model that is opened: also tells @p warnings what warnOf() tells, and removes temporary files that were left
+/// beside it.
 LoadedModel openModel(const std::string& path, std::ostream& warnings);
 
 } // namespace ModelEditor

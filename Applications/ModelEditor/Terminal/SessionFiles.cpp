@@ -123,6 +123,7 @@ void Session::reload()
     auto& file = files.getCurrent();
     requireWritten([&file](const PendingOutput& earlier) { return earlier.file == file.number; });
     auto loaded = loadModel(file.path);
+    warnOf(loaded, err);
     loaded.model->setPrefixes(file.model->getPrefixes());
     auto editor = makeEditor(file, *loaded.model);
     editor->takeLimitOf(*file.editor);

@@ -59,6 +59,13 @@ TEST_F(CompletionTest, OfVerbs)
     EXPECT_EQ(editor.complete("").common, "");
 }
 
+TEST_F(CompletionTest, EndsAtAWholeCharacter)
+{
+    editor.run("insert /robot '<e \xC3\xA4=\"1\" \xC3\xB6=\"2\"/>'");
+    EXPECT_EQ(complete("find /robot/e/"), "5:||");
+    EXPECT_EQ(complete("find /robot/e/@"), "5: /robot/e/@\xC3\xA4 /robot/e/@\xC3\xB6|/robot/e/@|");
+}
+
 TEST_F(CompletionTest, OfAddressesStepByStep)
 {
     EXPECT_EQ(complete("find /"), "5: /robot|/robot|");

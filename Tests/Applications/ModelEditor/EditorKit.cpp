@@ -31,6 +31,7 @@ const bool isParserCounted = []
 }();
 
 const std::string arm = R"(<?xml version="1.0"?>
+<!DOCTYPE robot [<!ENTITY nbsp "&#160;"><!ENTITY own "x">]>
 <robot name="arm" version="2" xmlns:note="urn:note">
   <link name='base' mass="4.0" count="7" limit="4294967295" fixed="true" note:by="me"/>
   <link name="tip" note:by='you' mass="0.5" note:at="home"><visual>two &amp; more<![CDATA[ <raw> ]]></visual></link>

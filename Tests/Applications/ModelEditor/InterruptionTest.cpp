@@ -9,12 +9,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <csignal>
 #include <limits>
 #include <new>
+#include <poll.h>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -137,6 +140,45 @@ TEST(InterruptionTest, TheKeyIsNotMeantForTheProcessApart)
                   },
                   no),
               "done");
+}
+
+// Nobody but the process apart has the end of the pipe then: what is read ends when that process does.
+TEST(InterruptionTest, WorkApartEndsWithTheProcessThatWantsIt)
+{
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe(ends.data()), 0);
+    const pid_t asking = fork();
+    if (asking == 0)
+    {
+        const CountedInterruption no(neverAsked);
+        computeApart(
+            [&]() -> std::string
+            {
+                const pid_t own = getpid();
+                const bool isTold = write(ends[1], &own, sizeof own) == static_cast<ssize_t>(sizeof own);
+                while (isTold)
+                {
+                    pause();
+                }
+                return {};
+            },
+            no);
+        _exit(0);
+    }
+    close(ends[1]);
+    pid_t worker = 0;
+    ASSERT_EQ(read(ends[0], &worker, sizeof worker), static_cast<ssize_t>(sizeof worker)) << "it works";
+    kill(asking, SIGKILL);
+    waitpid(asking, nullptr, 0);
+    pollfd waiting{.fd = ends[0], .events = POLLIN, .revents = 0};
+    constexpr int longEnough = 60'000;
+    const bool isOver = poll(&waiting, 1, longEnough) == 1;
+    EXPECT_TRUE(isOver);
+    if (!isOver)
+    {
+        kill(worker, SIGKILL);
+    }
+    close(ends[0]);
 }
 
 TEST(InterruptionTest, AnAddressSelectsTheSameApart)

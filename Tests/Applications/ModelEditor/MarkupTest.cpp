@@ -109,6 +109,35 @@ TEST(Markup, AnAttributeNameMayHaveAPrefixAndDeclaresNothing)
     }
 }
 
+// The first and the last of each range, and what is beside them.
+TEST(Markup, ANameHasTheCharactersThatXmlAllows)
+{
+    for (const std::string start :
+         {"\xC3\x80",     "\xC3\x96",     "\xC3\x98",         "\xC3\xB6",        "\xC3\xB8",
+          "\xCB\xBF",     "\xCD\xB0",     "\xCD\xBD",         "\xCD\xBF",        "\xE1\xBF\xBF",
+          "\xE2\x80\x8C", "\xE2\x80\x8D", "\xE2\x81\xB0",     "\xE2\x86\x8F",    "\xE2\xB0\x80",
+          "\xE2\xBF\xAF", "\xE3\x80\x81", "\xED\x9F\xBF",     "\xEF\xA4\x80",    "\xEF\xB7\x8F",
+          "\xEF\xB7\xB0", "\xEF\xBF\xBD", "\xF0\x90\x80\x80", "\xF3\xAF\xBF\xBF"})
+    {
+        EXPECT_TRUE(isAttributeName(start)) << testing::PrintToString(start);
+        EXPECT_TRUE(isAnnotationName(start + ":a" + start)) << testing::PrintToString(start);
+    }
+    for (const std::string further : {"\xC2\xB7", "\xCC\x80", "\xCD\xAF", "\xE2\x80\xBF", "\xE2\x81\x80"})
+    {
+        EXPECT_TRUE(isAttributeName("a" + further)) << testing::PrintToString(further);
+        EXPECT_FALSE(isAttributeName(further)) << testing::PrintToString(further);
+        EXPECT_FALSE(isAnnotationName("a:" + further)) << testing::PrintToString(further);
+    }
+    for (const std::string none :
+         {"\xC2\xA0", "\xC3\x97", "\xC3\xB7", "\xCD\xBE", "\xE2\x80\x8B", "\xE2\x80\x8E", "\xE2\x81\x81",
+          "\xE2\x81\xAF", "\xE2\x86\x90", "\xE2\xBF\xB0", "\xE3\x80\x80", "\xEE\x80\x80", "\xEF\xA3\xBF",
+          "\xEF\xB7\x90", "\xEF\xBF\xBE", "\xF3\xB0\x80\x80", "\xED\xA0\x80", "\xFF", "\xC3"})
+    {
+        EXPECT_FALSE(isAttributeName("a" + none)) << testing::PrintToString(none);
+        EXPECT_FALSE(isAnnotationName("a:b" + none)) << testing::PrintToString(none);
+    }
+}
+
 TEST(Markup, AnAnnotationNameHasAPrefixThatDeclaresNothing)
 {
     for (const std::string name : {"a:b", "xml:lang", "n-1.x:_y",
@@ -126,7 +155,7 @@ TEST(Markup, AnAnnotationNameHasAPrefixThatDeclaresNothing)
 
 TEST(Markup, KnowsAReferenceWhenItSeesOne)
 {
-    for (const std::string text : {"&amp;", "&own;", "&#10;", "&#xeF;", "&a.b-c; x"})
+    for (const std::string text : {"&amp;", "&own;", "&#10;", "&#xeF;", "&a.b-c; x", "&\xC3\x97;"})
     {
         EXPECT_TRUE(startsWithReference(text)) << text;
     }

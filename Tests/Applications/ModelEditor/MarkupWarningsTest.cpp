@@ -33,7 +33,8 @@ TEST(MarkupWarnings, WhatIsWellFormedHasNone)
         warningsOf(
             "\xEF\xBB\xBF<?xml version='1.0'?>\r\n<!DOCTYPE a [<!ENTITY e '--]]>'>]>\n<!-- - -->"
             "<a b='&#9;&e;&#x10FFFF;]]>--'>\t\xC3\xA4 \xF0\x9F\x98\x80 &amp;&lt;&gt;&quot;&apos; ]] > --"
-            "<![CDATA[ -- &x; ]]]]><?xml-p -- ]]> &x; ?><?p?></a><!---->"),
+            "<![CDATA[ -- &x; ]]]]><?xml-p -- ]]> &x; ?><?p?><\xC3\xA4\xC2\xB7 "
+            "\xC3\xB6='\xC3\x97'/></a><!---->"),
         ElementsAre());
 }
 
@@ -103,6 +104,18 @@ TEST(MarkupWarnings, MarkupThatTheParserReadsAsItLikesIsTold)
     EXPECT_THAT(warningsOf(" <?xml version='1.0'?><a/><?xml version='1.0'?>"),
                 ElementsAre("m:1:2: an XML declaration that is not at the start",
                             "m:1:27: an XML declaration that is not at the start"));
+}
+
+TEST(MarkupWarnings, CharactersThatNoNameHasAreTold)
+{
+    EXPECT_THAT(
+        warningsOf(
+            "<a\xC3\x97 \xC2\xB7='\xC3\x97' b\xC2\xB7=\"'\xC3\x97\" \xC3\xB7\xC3\xB7='>\xC3\x97'>\xC3\x97"
+            "<\xC3\x97/><?\xC2\xB7 \xC3\x97?><?p\xC3\x97?></a\xC3\x97>"),
+        ElementsAre("m:1:3: U+00D7, which no name has", "m:1:6: U+00B7, with which no name starts",
+                    "m:1:24: U+00F7, with which no name starts", "m:1:26: U+00F7, which no name has",
+                    "m:1:38: U+00D7, with which no name starts", "m:1:44: U+00B7, with which no name starts",
+                    "m:1:54: U+00D7, which no name has", "m:1:61: U+00D7, which no name has"));
 }
 
 TEST(MarkupWarnings, AreInTheOrderOfTheFile)

@@ -60,6 +60,14 @@ TEST_F(PagerTest, IsNotAskedForWhatFits)
     EXPECT_THAT(seen, Not(HasSubstr("page: ")));
 }
 
+TEST_F(PagerTest, TheNextPromptNeedsALineOfTheScreen)
+{
+    const auto four = print(withPager(marking), "find //b[position()<4]");
+    EXPECT_THAT(four, HasSubstr("3 nodes\r\n"));
+    EXPECT_THAT(four, Not(HasSubstr("page: ")));
+    EXPECT_THAT(print(withPager(marking), "find //b[position()<5]"), HasSubstr("page: 4 nodes\r\n"));
+}
+
 TEST_F(PagerTest, IsNotAskedForWhatIsDone)
 {
     const auto seen = print(withPager(marking), "insert //b <c/>");

@@ -67,10 +67,40 @@ TEST(RegularExpression, GivesUpWhatTakesTooLong)
     EXPECT_EQ(replaced(std::string(1'000'000, 'a'), ".*", ""), tooDeep);
     EXPECT_EQ(replaced(std::string(300'000, 'a'), "a", "b"), std::string(300'000, 'b'));
     EXPECT_EQ(replaced("", "(((a?){255}){255})", ""), "REGEX is too large");
+    EXPECT_EQ(replaced("", "((a?){25}){25}", ""), "REGEX is too large");
     EXPECT_EQ(replaced("", "a{99999999999999999999}", ""), "REGEX is too large");
     EXPECT_EQ(replaced("", std::string(1'001, 'a'), ""), "REGEX is too large");
     EXPECT_EQ(replaced("", std::string(400, '(') + std::string(400, ')'), "x"), "x");
     EXPECT_EQ(replaced("", "(|){300}", "x"), "x");
+}
+
+// Such a way ends without a look at the text, and costs as much as there are groups.
+TEST(RegularExpression, GivesUpWaysThatEndInALookAhead)
+{
+    std::string groups;
+    std::string ways;
+    for (int i = 0; i < 16; ++i)
+    {
+        groups += "()()()()()()()()()()";
+        ways += "(|)";
+    }
+    const std::string tooLong = "REGEX takes too long; write it with fewer repetitions within repetitions";
+    EXPECT_EQ(replaced("", groups + ways + "(?!)", "x"), tooLong);
+    EXPECT_EQ(replaced("", "(|){4}(?!)", "x"), "");
+    EXPECT_EQ(replaced("ab", groups + "(|)(?!a)b", "x"), "ax");
+}
+
+TEST(RegularExpression, ACountOfManyDigitsIsTooLarge)
+{
+    EXPECT_EQ(replaced("", "a{" + std::string(1'000'000, '1') + "}", "x"), "REGEX is too large");
+}
+
+TEST(RegularExpression, KeepsBytesThatAreNoCharacters)
+{
+    for (const std::string bytes : {"\xFF", "\xC3", "\xF4\x90\x80\x80", "\xF4\x90\x83\xA9", "\xED\xA0\x80"})
+    {
+        EXPECT_EQ(replaced("a" + bytes + "a", "a", "b"), "b" + bytes + "b") << testing::PrintToString(bytes);
+    }
 }
 
 class EditorReplace : public EditorFixture

@@ -261,6 +261,8 @@ TEST_F(SessionFilesTest, WhatOtherProgramsMayRefuseIsToldWhenItIsOpened)
     const auto doubtful = directory.write("doubtful.xml", "<a>&undeclared;</a>\n");
     type({"open " + doubtful});
     EXPECT_THAT(err.str(), StartsWith("warning: " + doubtful));
+    type({writing("m.xml", "<a>&undeclared;</a>\n"), "reload", "find /a"});
+    EXPECT_EQ(err.str(), "warning: " + path + ":1:4: &undeclared; is not declared\n");
 }
 
 } // namespace

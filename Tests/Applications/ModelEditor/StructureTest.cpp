@@ -1,5 +1,6 @@
 #include "Applications/ModelEditor/Edits/Structure.h"
 
+#include "Applications/ModelEditor/Document/XmlChange.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
 #include "Applications/ModelEditor/Edits/Edits.h"
 #include "Platform/ExceptionHandling/VdException.h"
@@ -163,6 +164,10 @@ TEST(Structure, WhatIsMovedGoesAndWhatIsCopiedStays)
               "  <wheel name='r'><hub>h<b/>i</hub></wheel>\n  <axle/>\n"
               "  <wheel name='l'/>\n</cart>\n");
     EXPECT_EQ(edited(makeMove, {"/r/a", "/r"}, "<r>\n <a/>\n</r>"), "<r>\n <a/>\n</r>");
+    for (const std::string where : {"--before", "--after"})
+    {
+        EXPECT_EQ(edited(makeMove, {"//b", "//b", where}, "<r><a/><b/><c/></r>"), "<r><a/><b/><c/></r>");
+    }
     EXPECT_EQ(edited(makeCopy, {"//hub/node()", "//axle"}),
               "<cart>\n  <!-- one -->\n  <wheel name='l'/>\n\n"
               "  <wheel name='r'><hub>h<b/>i</hub></wheel>\n  <axle>h<b/>i</axle>\n</cart>\n");
@@ -198,6 +203,10 @@ TEST(Structure, SaysWhatCannotBeDone)
     EXPECT_EQ(complaintOf(makeWrap, {"//axle", "a b='c'"}), "a b='c' is not the name of an element");
     EXPECT_EQ(complaintOf(makeWrap, {"//axle", "a/><b"}), "a/><b is not the name of an element");
     EXPECT_EQ(complaintOf(makeWrap, {"//axle", "xmlns:a"}), "xmlns:a is not the name of an element");
+    EXPECT_EQ(complaintOf(makeWrap, {"//axle", "\xC3\x97"}), "\xC3\x97 is not the name of an element");
+    EXPECT_EQ(complaintOf(makeWrap, {"//axle", "\xC2\xB7x"}), "\xC2\xB7x is not the name of an element");
+    EXPECT_EQ(complaintOf(makeInsert, {"/cart", "<a b\xC3\x97='1'/>"}),
+              "markup:1:5: U+00D7, which no name has");
     EXPECT_EQ(complaintOf(makeWrap, {"//hub | //b", "g"}),
               "//hub | //b selects nodes that are in others of them");
 }
@@ -299,6 +308,9 @@ TEST(Structure, WhatIsMovedOrCopiedKeepsItsNamespaces)
         edited(makeCopy, {"//a", "/r/h"},
                "<r xmlns:p='u'><a><b xmlns:p='v' p:c=''/></a><h xmlns:p='w'/></r>"),
         "<r xmlns:p='u'><a><b xmlns:p='v' p:c=''/></a><h xmlns:p='w'><a><b xmlns:p='v' p:c=''/></a></h></r>");
+    EXPECT_EQ(edited(makeMove, {"//a", "/r/h"},
+                     "<r xmlns:p='u'><a><b xmlns:p='v'><p:c/></b></a><h xmlns:p='w'/></r>"),
+              "<r xmlns:p='u'><h xmlns:p='w'><a><b xmlns:p='v'><p:c/></b></a></h></r>");
 }
 
 TEST(Structure, AddressesAndObjectsFollowTheNodes)
@@ -312,6 +324,61 @@ TEST(Structure, AddressesAndObjectsFollowTheNodes)
     command->undo();
     EXPECT_EQ(third->getAddress(), "/r/a[3]");
     EXPECT_EQ(model.select("/r/a[3]").nodes.at(0).object, third);
+}
+
+// From so many children on they are found by an index.
+TEST(Structure, AddressesAmongManySiblingsFollowEachChange)
+{
+    std::string file = "<r>";
+    for (int i = 1; i <= 50; ++i)
+    {
+        file += "<a n='" + std::to_string(i) + "'/>";
+    }
+    XmlModel model(file + "</r>", "m");
+    const auto numberAt = [&](const std::string& element)
+    {
+        const auto nodes = model.select(element + "/@n").nodes;
+        return nodes.empty() ? "none" : nodes.at(0).text;
+    };
+    EXPECT_EQ(numberAt("/r/a[50]"), "50");
+    const auto deletion = makeDelete(model, {"/r/a[3]"}).command;
+    deletion->execute();
+    EXPECT_EQ(numberAt("/r/a[49]"), "50");
+    EXPECT_EQ(numberAt("/r/a[3]"), "4");
+    EXPECT_EQ(numberAt("/r/a[50]"), "none");
+    deletion->undo();
+    EXPECT_EQ(numberAt("/r/a[3]"), "3");
+    EXPECT_EQ(numberAt("/r/a[50]"), "50");
+    const auto insertion = makeInsert(model, {"/r", "<a n='new'/>", "--first"}).command;
+    insertion->execute();
+    EXPECT_EQ(numberAt("/r/a[51]"), "50");
+    EXPECT_EQ(numberAt("/r/a[1]"), "new");
+    insertion->undo();
+    EXPECT_EQ(numberAt("/r/a[1]"), "1");
+    EXPECT_EQ(numberAt("/r/a[51]"), "none");
+}
+
+TEST(Structure, TheNumberOfATextFollowsLayoutThatGoes)
+{
+    XmlModel model("<r>\n <a/>x<b/>y</r>", "m");
+    const auto last = model.select("/r/text()[3]").nodes.at(0);
+    EXPECT_EQ(last.getAddress(), "/r/text()[3]");
+    const auto command = makeDelete(model, {"/r/a"}).command;
+    command->execute();
+    EXPECT_EQ(last.getAddress(), "/r/text()[2]");
+    EXPECT_EQ(model.select("/r/text()[2]").nodes.at(0).text, "y");
+    command->undo();
+    EXPECT_EQ(last.getAddress(), "/r/text()[3]");
+}
+
+TEST(Structure, AnAttributeGoesWithItsElementAndNotBefore)
+{
+    XmlModel model("<r><a x='1'/><b x='2'/></r>", "m");
+    std::vector<std::string> told;
+    model.setChangeListener([&](const ModelEditor::XmlChange& change)
+                            { told.push_back(change.object.getAddress() + " " + change.value); });
+    makeDelete(model, {"//a | //@x"}).command->execute();
+    EXPECT_EQ(told, (std::vector<std::string>{"/r/b @x", "/r a"}));
 }
 
 TEST(Structure, TheTextThatIsLeftHasAnAddressWithoutANumber)

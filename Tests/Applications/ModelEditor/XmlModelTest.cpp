@@ -244,6 +244,27 @@ TEST(XmlModel, AppendedModulesComeBackAsTheObjectsTheyWere)
     EXPECT_NE(dynamic_cast<NamedXmlObject*>(after[1].object.get()), nullptr);
 }
 
+TEST(XmlModel, AddressesAmongManyModulesFollowThoseThatComeAndGo)
+{
+    std::string bytes = "<r>";
+    for (int i = 0; i < 50; ++i)
+    {
+        bytes += "<a/>";
+    }
+    XmlModel model(bytes + "</r>", "m");
+    EXPECT_EQ(model.select("/r/a[50]").nodes.size(), 1U);
+    XmlPart part{.markup = "<a/><new/>"};
+    for (int i = 0; i < 2; ++i)
+    {
+        model.append(part);
+        EXPECT_EQ(model.select("/r/a[51]").nodes.size(), 1U);
+        EXPECT_EQ(model.select("/r/new").nodes.size(), 1U);
+        model.remove(part);
+        EXPECT_TRUE(model.select("/r/a[51]").nodes.empty());
+        EXPECT_TRUE(model.select("/r/new").nodes.empty());
+    }
+}
+
 TEST(XmlModel, OnlyWhatWasAppendedLastCanBeTakenOut)
 {
     XmlModel model("<r><z/></r>", "m");

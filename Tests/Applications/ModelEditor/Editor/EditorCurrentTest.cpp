@@ -67,6 +67,47 @@ TEST_F(EditorCurrent, WhatIsRecordedStartsAtTheTop)
     EXPECT_THAT(run("set 'x[1]/@v | x[2]/@v' 5"), StartsWith("Set ")) << "not in a recording";
 }
 
+TEST_F(EditorCurrent, NothingRelativeCanBeDoneWhileItIsGone)
+{
+    const std::string gone = ": the current element is gone; cd starts at the top again";
+    run("cd /r/a/x[2]");
+    run("delete /r/a");
+    const auto bytes = model.toBytes();
+    EXPECT_EQ(editor.getPrompt(), "model [gone]> ");
+    for (const std::string line :
+         {"insert . <y/>", "insert .. <y/>", "set @v 5", "set @new 5", "delete .", "find x", "find count(x)",
+          "show .", "tree", "pwd", "cd ..", "cd r", "wrap . y", "move . /r/b", "move /r/b/x .",
+          "copy /r/b/x .", "scale @v 2", "annotate . a:b c", "replace @v 1 2"})
+    {
+        EXPECT_EQ(run(line), line.substr(0, line.find(' ')) + gone) << line;
+    }
+    EXPECT_EQ(model.toBytes(), bytes);
+    EXPECT_TRUE(editor.complete("find x").words.empty());
+    EXPECT_EQ(run("find /r/b/x/@v"), "/r/b/x/@v = 3\n1 node\n");
+    EXPECT_EQ(run("tree /r 0"), "r (+1) *\n");
+    run("undo");
+    EXPECT_EQ(editor.getPrompt(), "model /r/a/x[2]> ");
+    EXPECT_EQ(run("find @v"), "/r/a/x[2]/@v = 2\n1 node\n");
+    run("redo");
+    run("cd");
+    EXPECT_EQ(editor.getPrompt(), "model> ");
+    EXPECT_EQ(run("find r/b"), "/r/b\n1 node\n");
+    run("undo");
+    EXPECT_EQ(run("pwd"), "/\n") << "it was left";
+}
+
+TEST_F(EditorCurrent, ItStaysGoneWhenNothingCanBringItBack)
+{
+    run("cd /r/a/x[2]");
+    run("delete /r/a");
+    run("limit 0");
+    EXPECT_EQ(run("pwd"), "pwd: the current element is gone; cd starts at the top again");
+    run("record");
+    EXPECT_EQ(run("set @v 5"), "set: the current element is gone; cd starts at the top again");
+    run("set /r/b/x/@v 9");
+    EXPECT_THAT(run("stop"), EndsWith("set /r/b/x/@v 9\n"));
+}
+
 TEST_F(EditorCurrent, AnElementThatIsGoneIsCurrentNoMore)
 {
     const TestDirectory directory;
@@ -79,8 +120,7 @@ TEST_F(EditorCurrent, AnElementThatIsGoneIsCurrentNoMore)
     run("cd /r/p");
     EXPECT_EQ(run("find x/@v"), "/r/p/x/@v = 5\n1 node\n");
     run("undo");
-    EXPECT_EQ(run("pwd"), "/\n");
-    EXPECT_EQ(run("find r/a"), "/r/a\n1 node\n");
+    EXPECT_EQ(run("find x/@v"), "find: the current element is gone; cd starts at the top again");
     run("redo");
     EXPECT_EQ(run("pwd"), "/r/p\n");
 }

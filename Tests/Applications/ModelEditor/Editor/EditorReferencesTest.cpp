@@ -124,6 +124,42 @@ TEST_F(EditorReferences, WhatCannotHaveOneIsRefused)
     EXPECT_EQ(model.toBytes(), withReferences);
 }
 
+TEST_F(EditorReferences, OneThatNothingDeclaresIsNotAdded)
+{
+    EXPECT_EQ(run("markup /r/@b &eacute;"), "markup: &eacute; is not declared");
+    EXPECT_EQ(run("set /r/@a 20&nbsp;&eacute;"), "set: &eacute; is not declared");
+    EXPECT_EQ(run("replace /r/@a kg &eacute;"), "replace: &eacute; is not declared");
+    EXPECT_EQ(model.toBytes(), withReferences);
+    run("markup /r/@b '&own; &lt;&#65;&amp;eacute; & &eacute'");
+    EXPECT_EQ(saved("b"), "&own; &lt;&#65;&amp;eacute; &amp; &amp;eacute") << "the file has one already";
+}
+
+class EditorDeclaredReferences : public EditorFixture
+{
+protected:
+    EditorDeclaredReferences() : EditorFixture("<!DOCTYPE r [<!ENTITY e 'f'>]>\n<r a='1'>t</r>") {}
+};
+
+TEST_F(EditorDeclaredReferences, CanBeAddedButNoOthers)
+{
+    EXPECT_EQ(run("markup /r/text() &e;&amp;&f;"), "markup: &f; is not declared");
+    EXPECT_EQ(run("markup /r/text() &e;&amp;"), "Set text of r to &e;&amp;\n  /r/text(): t -> &e;&amp;\n");
+    EXPECT_EQ(run("markup /r/@a &e;"), "Set a of r to &e;\n  /r/@a: 1 -> &e; (was int, is text now)\n");
+    EXPECT_EQ(model.toBytes(), "<!DOCTYPE r [<!ENTITY e 'f'>]>\n<r a='&e;'>&e;&amp;</r>");
+}
+
+class EditorForeignReferences : public EditorFixture
+{
+protected:
+    EditorForeignReferences() : EditorFixture("<!DOCTYPE r SYSTEM 'r.dtd'><r>t</r>") {}
+};
+
+TEST_F(EditorForeignReferences, CanBeAddedIfAnotherFileMayDeclareThem)
+{
+    run("markup /r/text() &e;");
+    EXPECT_EQ(model.toBytes(), "<!DOCTYPE r SYSTEM 'r.dtd'><r>&e;</r>");
+}
+
 TEST_F(EditorReferences, TheSavedFileShowsTheSame)
 {
     run("markup /r/@b 'x&own;&#65; & <'");
