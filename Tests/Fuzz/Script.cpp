@@ -6,7 +6,7 @@
 #include "Applications/ModelEditor/Terminal/Background.h"
 #include "Applications/ModelEditor/Terminal/Editor.h"
 #include "Applications/ModelEditor/Terminal/LineSource.h"
-#include "Applications/ModelEditor/Terminal/LoadedModel.h"
+#include "Applications/ModelEditor/Document/LoadedModel.h"
 #include "Applications/ModelEditor/Terminal/Session.h"
 #include "Applications/ModelEditor/Terminal/StreamLines.h"
 #include "Applications/ModelEditor/Terminal/WakeUp.h"

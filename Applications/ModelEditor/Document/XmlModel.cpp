@@ -250,6 +250,11 @@ void XmlModel::setChangeListener(std::function<void(const XmlChange&)> listener)
     context.changed = std::move(listener);
 }
 
+void XmlModel::setChildrenListener(std::function<void(const XmlChildren&)> listener)
+{
+    context.childrenChanged = std::move(listener);
+}
+
 std::string XmlModel::toBytes() const
 {
     return document.toBytes();

@@ -2,7 +2,7 @@
 
 #include "Applications/ModelEditor/Edits/Counts.h"
 #include "Applications/ModelEditor/Edits/Words.h"
-#include "Applications/ModelEditor/Terminal/KnownFiles.h"
+#include "Applications/ModelEditor/Document/KnownFiles.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <algorithm>

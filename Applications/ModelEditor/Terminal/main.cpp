@@ -4,7 +4,7 @@
 #include "Applications/ModelEditor/Terminal/ArgumentLines.h"
 #include "Applications/ModelEditor/Terminal/Colour.h"
 #include "Applications/ModelEditor/Terminal/Editor.h"
-#include "Applications/ModelEditor/Terminal/LoadedModel.h"
+#include "Applications/ModelEditor/Document/LoadedModel.h"
 #include "Applications/ModelEditor/Terminal/Options.h"
 #include "Applications/ModelEditor/Terminal/Pager.h"
 #include "Applications/ModelEditor/Terminal/Session.h"
