@@ -248,9 +248,9 @@ void ElementModel::onChildren(const XmlChildren& children)
     {
         children.haveCome ? insert(*level->second, elements) : remove(*level->second, elements);
     }
-    if (children.haveCome && !elements.empty())
+    if (!elements.empty())
     {
-        Q_EMIT elementsInserted(elements.front());
+        children.haveCome ? Q_EMIT elementsInserted(elements.front()) : Q_EMIT elementsRemoved();
     }
 }
 

@@ -86,6 +86,8 @@ Q_SIGNALS:
     void moveWanted(const std::vector<pugi::xml_node>& dragged, pugi::xml_node parent, pugi::xml_node before);
     /// After elements have come.
     void elementsInserted(pugi::xml_node first);
+    /// After elements have gone, or their rows at least.
+    void elementsRemoved();
 
 private:
     /// The rows of an element that has been looked into.

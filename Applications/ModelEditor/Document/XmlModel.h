@@ -108,6 +108,9 @@ public:
 
     std::shared_ptr<XmlObject> getRoot() const;
 
+    /// The object of @p element, which is one of this model. Cost: the first time that of its siblings, on the whole way.
+    std::shared_ptr<XmlObject> getObject(pugi::xml_node element) const;
+
     /// The number of elements. Cost: linear in the document.
     std::size_t getSize() const noexcept;
 
