@@ -81,7 +81,8 @@ void AttributeModel::refresh()
 std::string AttributeModel::getAddress(int row) const
 {
     const auto& shown = rows.at(static_cast<std::size_t>(row));
-    return Selected{.object = object, .part = shown.part, .name = shown.name, .text = shown.text}.getAddress();
+    return Selected{.object = object, .part = shown.part, .name = shown.name, .text = shown.text}
+        .getAddress();
 }
 
 bool AttributeModel::isNumber(int row) const

@@ -83,7 +83,8 @@ void AttributeView::mouseMoveEvent(QMouseEvent* event)
 {
     const int distance = event->pos().x() - start.x();
     const bool isDown = (event->buttons() & Qt::LeftButton) != 0;
-    if (isDown && pressed.isValid() && (isDragging || std::abs(distance) >= QApplication::startDragDistance()))
+    if (isDown && pressed.isValid() &&
+        (isDragging || std::abs(distance) >= QApplication::startDragDistance()))
     {
         isDragging = true;
         const int factor = (event->modifiers() & Qt::ShiftModifier) != 0 ? 10 : 1;

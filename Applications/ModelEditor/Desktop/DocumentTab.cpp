@@ -39,7 +39,8 @@ pugi::xml_node previousElement(pugi::xml_node node)
 
 } // namespace
 
-DocumentTab::DocumentTab(LoadedModel loaded, Valdane::ActiveHistory& active, KnownFiles& known, QWidget* parent)
+DocumentTab::DocumentTab(LoadedModel loaded, Valdane::ActiveHistory& active, KnownFiles& known,
+                         QWidget* parent)
     : QWidget(parent),
       document(std::make_unique<OpenDocument>(std::move(loaded), active, known)),
       tree(new ElementView(document->getElements())),
@@ -83,14 +84,18 @@ DocumentTab::DocumentTab(LoadedModel loaded, Valdane::ActiveHistory& active, Kno
     connect(&document->getElements(), &ElementModel::renameWanted, this,
             [this](pugi::xml_node element, const QString& name)
             {
-                document->edit(tr("Rename"), [&](XmlModel& model)
-                               { return makeRename(model, {addressOf(element), name.toStdString()}); });
+                document->edit(tr("Rename"),
+                               [&](XmlModel& model) {
+                                   return makeRename(model, {addressOf(element), name.toStdString()});
+                               });
             });
     connect(&attributes, &AttributeModel::valueWanted, this,
             [this](const std::string& address, const std::string& text)
             {
                 document->editMerging(tr("Set the value"), address,
-                                      [&](XmlModel& model) { return makeSet(model, {address, text}); });
+                                      [&](XmlModel& model) {
+                                          return makeSet(model, {address, text});
+                                      });
                 attributes.refresh();
             });
     connect(table, &AttributeView::stepEnded, this, [this] { document->endStep(); });
@@ -184,7 +189,9 @@ void DocumentTab::insertElement(const QString& markup)
     }
     const auto target = addressOf(document->getElements().getNode(tree->currentIndex()));
     document->edit(tr("Insert"),
-                   [&](XmlModel& model) { return makeInsert(model, {target, markup.toStdString()}); });
+                   [&](XmlModel& model) {
+                       return makeInsert(model, {target, markup.toStdString()});
+                   });
 }
 
 void DocumentTab::deleteSelected()
@@ -260,12 +267,14 @@ void DocumentTab::moveSelected(int by)
     const auto neighbour = by < 0 ? previousElement(all.front()) : nextElement(all.back());
     if (!neighbour.empty())
     {
-        const std::vector<std::string> arguments{addressOf(all), addressOf(neighbour), by < 0 ? "--before" : "--after"};
+        const std::vector<std::string> arguments{addressOf(all), addressOf(neighbour),
+                                                 by < 0 ? "--before" : "--after"};
         document->edit(tr("Move"), [&](XmlModel& model) { return makeMove(model, arguments); });
     }
 }
 
-void DocumentTab::moveTo(const std::vector<pugi::xml_node>& dragged, pugi::xml_node target, pugi::xml_node before)
+void DocumentTab::moveTo(const std::vector<pugi::xml_node>& dragged, pugi::xml_node target,
+                         pugi::xml_node before)
 {
     std::vector<std::string> arguments{addressOf(dragged), addressOf(before.empty() ? target : before)};
     if (!before.empty())
@@ -287,8 +296,9 @@ void DocumentTab::addAttribute(const QString& name, const QString& value)
     document->edit(tr("Add an attribute"),
                    [&](XmlModel& model)
                    {
-                       return isAnnotationName(attribute) ? makeAnnotate(model, {address, attribute, text})
-                                                          : makeSet(model, {address + "/@" + attribute, text});
+                       return isAnnotationName(attribute)
+                                  ? makeAnnotate(model, {address, attribute, text})
+                                  : makeSet(model, {address + "/@" + attribute, text});
                    });
 }
 
@@ -321,6 +331,7 @@ void DocumentTab::showSelected()
     const auto node = document->getElements().getNode(tree->currentIndex());
     const auto object = node.empty() ? nullptr : document->getModel().getObject(node);
     attributes.setObject(object);
+    findBar->setStart(node);
     where->setText(object == nullptr ? QString() : QString::fromStdString(object->getAddress()));
     where->setToolTip(where->text());
 }

@@ -198,7 +198,8 @@ void ElementModel::refresh()
     }
     for (const auto element : all)
     {
-        const auto above = element.parent().type() == pugi::node_element ? element.parent() : pugi::xml_node();
+        const auto above =
+            element.parent().type() == pugi::node_element ? element.parent() : pugi::xml_node();
         const auto level = levels.find(above.internal_object());
         const int row = level == levels.end() ? -1 : rowOf(*level->second, element, 0);
         if (row >= 0)
@@ -237,7 +238,8 @@ void ElementModel::onChildren(const XmlChildren& children)
                          [](pugi::xml_node node) { return node.type() == pugi::node_element; });
     if (!children.haveCome)
     {
-        std::erase_if(changed, [&](pugi::xml_node node) { return std::ranges::find(elements, node) != elements.end(); });
+        std::erase_if(changed, [&](pugi::xml_node node)
+                      { return std::ranges::find(elements, node) != elements.end(); });
     }
     const auto level = levels.find(children.parent.internal_object());
     if (level == levels.end())
@@ -517,7 +519,8 @@ bool ElementModel::dropMimeData(const QMimeData* data, Qt::DropAction action, in
         dragged.emplace_back(reinterpret_cast<pugi::xml_node_struct*>(word.toULongLong()));
     }
     const auto target = parent.siblingAtColumn(0);
-    const auto before = row < 0 || row >= rowCount(target) ? pugi::xml_node() : getNode(index(row, 0, target));
+    const auto before =
+        row < 0 || row >= rowCount(target) ? pugi::xml_node() : getNode(index(row, 0, target));
     Q_EMIT moveWanted(dragged, getNode(target), before);
     return false;
 }

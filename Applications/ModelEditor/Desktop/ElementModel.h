@@ -1,9 +1,10 @@
 #pragma once
 
+#include <pugixml.hpp>
+
 #include <QAbstractItemModel>
 #include <QString>
 #include <memory>
-#include <pugixml.hpp>
 #include <span>
 #include <unordered_map>
 #include <unordered_set>

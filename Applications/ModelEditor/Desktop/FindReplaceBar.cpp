@@ -139,7 +139,8 @@ void FindReplaceBar::find(bool isForward)
     }
     try
     {
-        const auto element = what->text().startsWith(QLatin1Char('/')) ? findXPath(isForward) : findText(isForward);
+        const auto element =
+            what->text().startsWith(QLatin1Char('/')) ? findXPath(isForward) : findText(isForward);
         result->setVisible(element.empty());
         result->setText(tr("Nothing found"));
         if (!element.empty())
@@ -183,7 +184,7 @@ pugi::xml_node FindReplaceBar::findText(bool isForward) const
         {
             return node;
         }
-    } while (node != first && (node != root || first.type() == pugi::node_element));
+    } while (node != first);
     return {};
 }
 
@@ -209,7 +210,8 @@ pugi::xml_node FindReplaceBar::findXPath(bool isForward) const
 
 std::string FindReplaceBar::getPattern() const
 {
-    return (isExpression->isChecked() ? what->text() : QRegularExpression::escape(what->text())).toStdString();
+    return (isExpression->isChecked() ? what->text() : QRegularExpression::escape(what->text()))
+        .toStdString();
 }
 
 void FindReplaceBar::replaceAll()

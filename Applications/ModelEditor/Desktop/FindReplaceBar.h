@@ -1,8 +1,9 @@
 #pragma once
 
+#include <pugixml.hpp>
+
 #include <QString>
 #include <QWidget>
-#include <pugixml.hpp>
 #include <string>
 
 class QCheckBox;

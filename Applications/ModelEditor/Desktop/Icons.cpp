@@ -25,17 +25,24 @@ struct Drawing
 };
 
 constexpr std::array drawings{
-    Drawing{"app", "M 4 5 L 20 5 L 20 9 L 4 9 L 4 5 M 7 9 L 7 19 M 7 13 L 11 13 M 7 19 L 11 19 M 11 11 L 20 11 L 20 15 L 11 "
+    Drawing{"app", "M 4 5 L 20 5 L 20 9 L 4 9 L 4 5 M 7 9 L 7 19 M 7 13 L 11 13 M 7 19 L 11 19 M 11 11 L 20 "
+                   "11 L 20 15 L 11 "
                    "15 L 11 11 M 11 17 L 20 17 L 20 21 L 11 21 L 11 17"},
     Drawing{"open", "M 3 19 L 3 5 L 9 5 L 11 8 L 20 8 L 20 11 M 3 19 L 6 11 L 22 11 L 19 19 L 3 19"},
-    Drawing{"save", "M 4 4 L 17 4 L 20 7 L 20 20 L 4 20 L 4 4 M 8 4 L 8 9 L 15 9 L 15 4 M 7 20 L 7 13 L 17 13 L 17 20"},
+    Drawing{
+        "save",
+        "M 4 4 L 17 4 L 20 7 L 20 20 L 4 20 L 4 4 M 8 4 L 8 9 L 15 9 L 15 4 M 7 20 L 7 13 L 17 13 L 17 20"},
     Drawing{"export", "M 4 14 L 4 20 L 20 20 L 20 14 M 12 16 L 12 4 M 7 9 L 12 4 L 17 9"},
     Drawing{"import", "M 4 14 L 4 20 L 20 20 L 20 14 M 12 4 L 12 16 M 7 11 L 12 16 L 17 11"},
     Drawing{"insert", "M 12 5 L 12 19 M 5 12 L 19 12"},
-    Drawing{"delete", "M 4 7 L 20 7 M 9 7 L 9 4 L 15 4 L 15 7 M 6 7 L 7 20 L 17 20 L 18 7 M 10 11 L 10 16 M 14 11 L 14 16"},
+    Drawing{
+        "delete",
+        "M 4 7 L 20 7 M 9 7 L 9 4 L 15 4 L 15 7 M 6 7 L 7 20 L 17 20 L 18 7 M 10 11 L 10 16 M 14 11 L 14 16"},
     Drawing{"cut", "O 6 18 2.5 O 18 18 2.5 M 7.5 16 L 17 4 M 16.5 16 L 7 4"},
     Drawing{"copy", "M 8 8 L 20 8 L 20 20 L 8 20 L 8 8 M 16 8 L 16 4 L 4 4 L 4 16 L 8 16"},
-    Drawing{"paste", "M 6 5 L 18 5 L 18 21 L 6 21 L 6 5 M 9 3 L 15 3 L 15 7 L 9 7 L 9 3 M 9 12 L 15 12 M 9 16 L 15 16"},
+    Drawing{
+        "paste",
+        "M 6 5 L 18 5 L 18 21 L 6 21 L 6 5 M 9 3 L 15 3 L 15 7 L 9 7 L 9 3 M 9 12 L 15 12 M 9 16 L 15 16"},
     Drawing{"find", "O 10 10 6 M 14.5 14.5 L 21 21"},
     Drawing{"scale", "M 4 20 L 20 4 M 14 4 L 20 4 L 20 10 M 4 14 L 4 20 L 10 20"},
     Drawing{"check", "M 4 13 L 10 19 L 20 6"},
@@ -119,8 +126,8 @@ private:
 
 QIcon Icons::get(const char* name)
 {
-    const auto* const found =
-        std::ranges::find_if(drawings, [name](const Drawing& drawing) { return qstrcmp(drawing.name, name) == 0; });
+    const auto* const found = std::ranges::find_if(drawings, [name](const Drawing& drawing)
+                                                   { return qstrcmp(drawing.name, name) == 0; });
     return found == drawings.end() ? QIcon() : QIcon(new LineIcon(found->lines));
 }
 

@@ -189,17 +189,13 @@ void OpenDocument::endStep()
     policy.endStep();
 }
 
-template <typename Command>
-bool OpenDocument::startRun(const std::shared_ptr<Command>& command, TellResult tell)
+bool OpenDocument::tryTo(const QString& what, const std::function<void()>& begin)
 {
-    const auto what = QString::fromStdString(command->getDescription());
     try
     {
         requireIdle();
         requireNoRecording();
-        running = command;
-        tellResult = std::move(tell);
-        run.start(command);
+        begin();
         return true;
     }
     catch (const std::exception& exception)
@@ -211,12 +207,35 @@ bool OpenDocument::startRun(const std::shared_ptr<Command>& command, TellResult 
 
 bool OpenDocument::start(const std::shared_ptr<Valdane::ThreadedCommand>& command, TellResult tell)
 {
-    return startRun(command, std::move(tell));
+    return tryTo(QString::fromStdString(command->getDescription()),
+                 [&]
+                 {
+                     running = command;
+                     tellResult = std::move(tell);
+                     run.start(command);
+                 });
 }
 
-bool OpenDocument::start(const std::shared_ptr<Valdane::ThreadedMacroCommand>& command, TellResult tell)
+bool OpenDocument::start(
+    const QString& what,
+    const std::function<std::shared_ptr<Valdane::ThreadedMacroCommand>(XmlModel& model)>& make,
+    std::function<QString(const Valdane::ThreadedMacroCommand&)> tell)
 {
-    return startRun(command, std::move(tell));
+    return tryTo(what,
+                 [&]
+                 {
+                     const auto command = make(*model);
+                     running = command;
+                     tellResult = {};
+                     if (tell)
+                     {
+                         tellResult = [command, told = std::move(tell)]
+                         {
+                             return told(*command);
+                         };
+                     }
+                     run.start(command);
+                 });
 }
 
 void OpenDocument::onFinished(ThreadedRun::Result result, const std::string& why)
@@ -294,8 +313,9 @@ void OpenDocument::write(const std::string& file, Tracker tracker)
     saveState.saved(tracker);
     changeLater();
     const auto shown = QString::fromStdString(file);
-    Q_EMIT noted(whyInPlace.empty() ? tr("%1 saved").arg(shown)
-                                    : tr("%1 saved in place: %2").arg(shown, QString::fromStdString(whyInPlace)));
+    Q_EMIT noted(whyInPlace.empty()
+                     ? tr("%1 saved").arg(shown)
+                     : tr("%1 saved in place: %2").arg(shown, QString::fromStdString(whyInPlace)));
 }
 
 // Once for many changes.

@@ -84,7 +84,11 @@ public:
 
     /// Starts work on another thread. @return whether it was started.
     bool start(const std::shared_ptr<Valdane::ThreadedCommand>& command, TellResult tell);
-    bool start(const std::shared_ptr<Valdane::ThreadedMacroCommand>& command, TellResult tell);
+
+    /// The same for a macro that is made now. @param tell  may be empty.
+    bool start(const QString& what,
+               const std::function<std::shared_ptr<Valdane::ThreadedMacroCommand>(XmlModel& model)>& make,
+               std::function<QString(const Valdane::ThreadedMacroCommand&)> tell);
 
     /// What follows becomes one step of that name, until it is finished, or discarded and undone.
     void beginRecording(const QString& name);
@@ -111,8 +115,7 @@ Q_SIGNALS:
 private:
     bool carryOut(const QString& what, const MakeEdit& make,
                   const std::function<bool(const std::shared_ptr<Valdane::CommandBase>&)>& execute);
-    template <typename Command>
-    bool startRun(const std::shared_ptr<Command>& command, TellResult tell);
+    bool tryTo(const QString& what, const std::function<void()>& begin);
     void requireIdle() const;
     void requireNoRecording() const;
     void onFinished(Valdane::ThreadedRun::Result result, const std::string& why);

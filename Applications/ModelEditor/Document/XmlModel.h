@@ -235,7 +235,8 @@ private:
     std::vector<XmlChange> changesIn(XmlObject& parent, const Cutting& cutting, const NodeMap& inModel,
                                      bool came);
     void report(const std::vector<XmlChange>& changes) const;
-    void tellChildren(const XmlObject& parent, std::span<const pugi::xml_node> nodes, bool haveCome) const noexcept;
+    void tellChildren(const XmlObject& parent, std::span<const pugi::xml_node> nodes,
+                      bool haveCome) const noexcept;
     std::optional<Selected> find(const pugi::xpath_node& node) const;
     std::vector<pugi::xpath_node> evaluate(const pugi::xpath_query& query, pugi::xml_node start) const;
     std::string evaluateText(const pugi::xpath_query& query, pugi::xml_node start) const;

@@ -1,7 +1,7 @@
+#include "Applications/ModelEditor/Document/LoadedModel.h"
 #include "Applications/ModelEditor/Document/ModelFile.h"
 #include "Applications/ModelEditor/Edits/EditorTexts.h"
 #include "Applications/ModelEditor/Edits/Words.h"
-#include "Applications/ModelEditor/Document/LoadedModel.h"
 #include "Applications/ModelEditor/Terminal/Session.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
