@@ -118,8 +118,8 @@ void Actions::fillToolbar()
 void Actions::setState(const State& state)
 {
     const bool isIdle = state.isOpen && !state.isBusy;
-    for (auto* const action : {cut, copy, paste, remove, rename, insert, addAttribute, moveUp, moveDown, find, findNext,
-                               findPrevious, replace})
+    for (auto* const action : {cut, copy, paste, remove, rename, insert, addAttribute, moveUp, moveDown, find,
+                               findNext, findPrevious, replace})
     {
         action->setEnabled(isIdle);
     }

@@ -50,6 +50,8 @@ AttributeView::AttributeView(AttributeModel& shown, QWidget* parent) : QTableVie
     verticalHeader()->hide();
     verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 12);
     horizontalHeader()->setHighlightSections(false);
+    horizontalHeader()->setMinimumHeight(26);
+    setFrameShape(NoFrame);
     horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     horizontalHeader()->setSectionResizeMode(AttributeModel::Value, QHeaderView::Stretch);
     horizontalHeader()->resizeSection(AttributeModel::Name, 150);

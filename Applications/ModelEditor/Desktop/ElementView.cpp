@@ -3,9 +3,27 @@
 #include "Applications/ModelEditor/Desktop/ElementModel.h"
 
 #include <QHeaderView>
+#include <QStyledItemDelegate>
 
 namespace ModelEditor
 {
+
+namespace
+{
+
+// Room above and below the text, which the items do not have by themselves.
+class RoomyDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        return QStyledItemDelegate::sizeHint(option, index) + QSize(0, 6);
+    }
+};
+
+} // namespace
 
 ElementView::ElementView(ElementModel& shown, QWidget* parent) : QTreeView(parent)
 {
@@ -21,8 +39,8 @@ ElementView::ElementView(ElementModel& shown, QWidget* parent) : QTreeView(paren
     setAnimated(false);
     setFrameShape(NoFrame);
     setIconSize({16, 16});
-    // Room above and below the text, which the items do not have by themselves.
-    setStyleSheet("QTreeView::item { padding: 3px 0; }");
+    setItemDelegate(new RoomyDelegate(this));
+    header()->setMinimumHeight(26);
     header()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     header()->resizeSection(ElementModel::Tag, 260);
     header()->resizeSection(ElementModel::Name, 160);

@@ -72,6 +72,7 @@ void MainWindow::makeDocks()
     auto* const showHistory = historyDock->toggleViewAction();
     showHistory->setText(tr("&History"));
     showHistory->setIcon(Icons::get("history"));
+    connect(showHistory, &QAction::triggered, this, [this](bool isWanted) { wantsHistory = isWanted; });
     showHistory->setShortcut(QKeySequence(tr("Ctrl+Shift+H")));
 
     resultList = new QListWidget;
@@ -144,20 +145,23 @@ void MainWindow::connectEdits()
 void MainWindow::connectModel()
 {
     connect(actions.scale, &QAction::triggered, this, &MainWindow::askScale);
-    connect(actions.check, &QAction::triggered, this, [this] { RunActions::check(getCurrent()->getDocument()); });
+    connect(actions.check, &QAction::triggered, this,
+            [this] { RunActions::check(getCurrent()->getDocument()); });
     connect(actions.import, &QAction::triggered, this, &MainWindow::askImport);
     connect(actions.record, &QAction::triggered, this, &MainWindow::askRecording);
-    connect(actions.finish, &QAction::triggered, this, [this] { getCurrent()->getDocument().finishRecording(); });
-    connect(actions.discard, &QAction::triggered, this, [this] { getCurrent()->getDocument().discardRecording(); });
+    connect(actions.finish, &QAction::triggered, this,
+            [this] { getCurrent()->getDocument().finishRecording(); });
+    connect(actions.discard, &QAction::triggered, this,
+            [this] { getCurrent()->getDocument().discardRecording(); });
     connect(actions.about, &QAction::triggered, this, &MainWindow::showAbout);
 }
 
 void MainWindow::askInsert()
 {
     bool isWanted = false;
-    const auto markup =
-        QInputDialog::getMultiLineText(this, tr("Insert an element"),
-                                       tr("Markup of what comes into the selected element"), "<new/>", &isWanted);
+    const auto markup = QInputDialog::getMultiLineText(this, tr("Insert an element"),
+                                                       tr("Markup of what comes into the selected element"),
+                                                       "<new/>", &isWanted);
     if (isWanted)
     {
         getCurrent()->insertElement(markup);
@@ -167,8 +171,9 @@ void MainWindow::askInsert()
 void MainWindow::askAttribute()
 {
     bool isWanted = false;
-    const auto text = QInputDialog::getText(this, tr("Add an attribute"), tr("Name and value, such as mass=1.5"),
-                                            QLineEdit::Normal, {}, &isWanted);
+    const auto text =
+        QInputDialog::getText(this, tr("Add an attribute"), tr("Name and value, such as mass=1.5"),
+                              QLineEdit::Normal, {}, &isWanted);
     if (isWanted)
     {
         getCurrent()->addAttribute(text.section(QLatin1Char('='), 0, 0).trimmed(),
@@ -193,7 +198,8 @@ void MainWindow::askScale()
 {
     auto& tab = *getCurrent();
     const auto address = QString::fromStdString(tab.getSelectedAddress());
-    RunActions::askScale(tab.getDocument(), address.isEmpty() ? QStringLiteral("//@*") : address + "//@*", this);
+    RunActions::askScale(tab.getDocument(), address.isEmpty() ? QStringLiteral("//@*") : address + "//@*",
+                         this);
 }
 
 // All that follows the tab in front.
@@ -202,7 +208,7 @@ void MainWindow::showCurrent()
     auto* const tab = getCurrent();
     pages->setCurrentWidget(tab == nullptr ? static_cast<QWidget*>(startPage) : tabs);
     historyView->setHistory(tab == nullptr ? nullptr : &tab->getDocument().getHistory());
-    historyDock->setVisible(tab != nullptr && historyDock->toggleViewAction()->isChecked());
+    historyDock->setVisible(tab != nullptr && wantsHistory);
     if (tab == nullptr)
     {
         titleFollows = {};
@@ -257,10 +263,11 @@ void MainWindow::showResult(const QString& title, const QString& text)
 
 void MainWindow::showAbout()
 {
-    QMessageBox::about(this, tr("Model Editor"),
-                       tr("<h3>Model Editor %1</h3><p>Edits XML models. Every change is a command that can be undone, and "
-                          "all that is not changed is saved as it was read.</p>")
-                           .arg(QApplication::applicationVersion()));
+    QMessageBox::about(
+        this, tr("Model Editor"),
+        tr("<h3>Model Editor %1</h3><p>Edits XML models. Every change is a command that can be undone, and "
+           "all that is not changed is saved as it was read.</p>")
+            .arg(QApplication::applicationVersion()));
 }
 
 } // namespace ModelEditor

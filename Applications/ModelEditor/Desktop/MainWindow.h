@@ -99,6 +99,7 @@ private:
     QTabWidget* tabs;
     QDockWidget* historyDock;
     Valdane::HistoryView* historyView;
+    bool wantsHistory = true;
     QDockWidget* resultDock;
     QListWidget* resultList;
     std::map<const DocumentTab*, Valdane::RunStatus*> runs;

@@ -115,7 +115,8 @@ void MainWindow::addTab(LoadedModel loaded, int index)
     runs[tab] = status;
     connect(&document, &OpenDocument::changed, this, &MainWindow::showState);
     connect(&document, &OpenDocument::busyChanged, this, &MainWindow::showState);
-    connect(&document, &OpenDocument::noted, this, [this](const QString& text) { statusBar()->showMessage(text, 8000); });
+    connect(&document, &OpenDocument::noted, this,
+            [this](const QString& text) { statusBar()->showMessage(text, 8000); });
     connect(&document, &OpenDocument::resultReady, this, &MainWindow::showResult);
     tabs->insertTab(index, tab, document.getName());
     tabs->setCurrentIndex(index);
@@ -142,9 +143,9 @@ bool MainWindow::mayOverwrite(const std::string& path)
     {
         why = path + " is read-only";
     }
-    return why.empty() || QMessageBox::question(this, tr("Save"), QString::fromStdString(why) + tr(". Write it anyway?"),
-                                                QMessageBox::Yes | QMessageBox::No,
-                                                QMessageBox::No) == QMessageBox::Yes;
+    return why.empty() ||
+           QMessageBox::question(this, tr("Save"), QString::fromStdString(why) + tr(". Write it anyway?"),
+                                 QMessageBox::Yes | QMessageBox::No, QMessageBox::No) == QMessageBox::Yes;
 }
 
 bool MainWindow::save(DocumentTab& tab, const QString& path)
@@ -225,7 +226,8 @@ bool MainWindow::mayLose(DocumentTab& tab)
     {
         return QString::fromStdString(static_cast<const XmlObject&>(module).getTitle());
     };
-    switch (Valdane::saveChangesDialog(this, document.getName(), document.getSaveState(), OpenDocument::Saved, names))
+    switch (Valdane::saveChangesDialog(this, document.getName(), document.getSaveState(), OpenDocument::Saved,
+                                       names))
     {
     case Valdane::SaveChoice::Save:
         return save(tab);
@@ -308,8 +310,8 @@ void MainWindow::askFilesToOpen()
 void MainWindow::askSaveAs()
 {
     auto& tab = *getCurrent();
-    const auto path = QFileDialog::getSaveFileName(this, tr("Save as"),
-                                                   QString::fromStdString(tab.getDocument().getPath()), fileFilter());
+    const auto path = QFileDialog::getSaveFileName(
+        this, tr("Save as"), QString::fromStdString(tab.getDocument().getPath()), fileFilter());
     if (!path.isEmpty())
     {
         save(tab, path);

@@ -83,8 +83,9 @@ bool RunActions::scale(OpenDocument& document, const std::string& xpath, const s
     {
         arguments.emplace_back("--continue-on-error");
     }
-    return document.start(tr("Scale"), [arguments](XmlModel& model) { return makeScale(model, arguments); },
-                          [](const Valdane::ThreadedMacroCommand& done) { return linesOf(listLeftAlone(done)); });
+    return document.start(
+        tr("Scale"), [arguments](XmlModel& model) { return makeScale(model, arguments); },
+        [](const Valdane::ThreadedMacroCommand& done) { return linesOf(listLeftAlone(done)); });
 }
 
 bool RunActions::check(OpenDocument& document)
@@ -94,13 +95,15 @@ bool RunActions::check(OpenDocument& document)
                           [command]
                           {
                               const auto& findings = command->getFindings();
-                              return findings.empty() ? tr("Nothing found: the model is fine.") : linesOf(findings);
+                              return findings.empty() ? tr("Nothing found: the model is fine.")
+                                                      : linesOf(findings);
                           });
 }
 
 bool RunActions::import(OpenDocument& document, const std::string& path)
 {
-    return document.start(tr("Import"), [path](XmlModel& model) { return makeImport(model, path, &readFile); }, {});
+    return document.start(tr("Import"),
+                          [path](XmlModel& model) { return makeImport(model, path, &readFile); }, {});
 }
 
 } // namespace ModelEditor

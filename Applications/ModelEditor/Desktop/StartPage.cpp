@@ -3,6 +3,7 @@
 #include "Applications/ModelEditor/Desktop/Icons.h"
 
 #include <QCommandLinkButton>
+#include <QEvent>
 #include <QFileInfo>
 #include <QLabel>
 #include <QLayoutItem>
@@ -12,10 +13,9 @@
 namespace ModelEditor
 {
 
-StartPage::StartPage(QWidget* parent) : QWidget(parent), recent(new QVBoxLayout)
+StartPage::StartPage(QWidget* parent) : QWidget(parent), picture(new QLabel), recent(new QVBoxLayout)
 {
-    auto* const picture = new QLabel;
-    picture->setPixmap(Icons::get("app").pixmap(72, 72));
+    drawPicture();
     auto* const title = new QLabel(tr("Model Editor"));
     auto font = title->font();
     font.setPointSizeF(font.pointSizeF() * 1.9);
@@ -53,6 +53,20 @@ StartPage::StartPage(QWidget* parent) : QWidget(parent), recent(new QVBoxLayout)
 }
 
 StartPage::~StartPage() = default;
+
+void StartPage::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::PaletteChange)
+    {
+        drawPicture();
+    }
+    QWidget::changeEvent(event);
+}
+
+void StartPage::drawPicture()
+{
+    picture->setPixmap(Icons::get("app").pixmap(72, 72));
+}
 
 void StartPage::setRecent(const QStringList& paths)
 {

@@ -4,6 +4,7 @@
 #include <QStringList>
 #include <QWidget>
 
+class QLabel;
 class QVBoxLayout;
 
 namespace ModelEditor
@@ -26,7 +27,14 @@ Q_SIGNALS:
     void openWanted();
     void fileWanted(const QString& path);
 
+protected:
+    /// The picture has the colour of the text.
+    void changeEvent(QEvent* event) override;
+
 private:
+    void drawPicture();
+
+    QLabel* picture;
     QVBoxLayout* recent;
 };
 

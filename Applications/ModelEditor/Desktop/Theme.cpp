@@ -27,8 +27,10 @@ struct Colours
     const char* link;
 };
 
-constexpr Colours lightColours{"#f3f4f6", "#ffffff", "#f7f8fa", "#1f2430", "#6b7280", "#e9ebef", "#2f6fde", "#1d5bc4"};
-constexpr Colours darkColours{"#20242b", "#191c22", "#1e2229", "#e4e7ec", "#98a1b0", "#2b3038", "#3b76d6", "#7fb0ff"};
+constexpr Colours lightColours{"#f3f4f6", "#ffffff", "#f7f8fa", "#1f2430",
+                               "#6b7280", "#e9ebef", "#2f6fde", "#1d5bc4"};
+constexpr Colours darkColours{"#20242b", "#191c22", "#1e2229", "#e4e7ec",
+                              "#98a1b0", "#2b3038", "#3b76d6", "#7fb0ff"};
 
 QPalette paletteOf(const Colours& colours)
 {
@@ -49,7 +51,8 @@ QPalette paletteOf(const Colours& colours)
     palette.setColor(QPalette::Mid, QColor(colours.button).darker(125));
     palette.setColor(QPalette::Dark, QColor(colours.button).darker(150));
     palette.setColor(QPalette::Shadow, QColor(colours.button).darker(220));
-    for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::ToolTipText})
+    for (const auto role :
+         {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::ToolTipText})
     {
         palette.setColor(role, text);
         palette.setColor(QPalette::Disabled, role, faint);
@@ -64,8 +67,8 @@ Theme::Theme(QMenu& menu) : ofSystem(QApplication::palette())
     auto* const choices = menu.addMenu(tr("&Colours"));
     auto* const group = new QActionGroup(choices);
     const auto chosen = static_cast<Kind>(QSettings().value(themeKey, 0).toInt());
-    const std::array kinds{std::pair(Kind::System, tr("As the &desktop")), std::pair(Kind::Light, tr("&Light")),
-                           std::pair(Kind::Dark, tr("D&ark"))};
+    const std::array kinds{std::pair(Kind::System, tr("As the &desktop")),
+                           std::pair(Kind::Light, tr("&Light")), std::pair(Kind::Dark, tr("D&ark"))};
     for (const auto& [kind, text] : kinds)
     {
         auto* const action = group->addAction(choices->addAction(text));
