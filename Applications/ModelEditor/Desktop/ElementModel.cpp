@@ -120,7 +120,8 @@ ElementModel::Level* ElementModel::requireLevel(pugi::xml_node element, Level* a
 int ElementModel::rowOf(const Level& level, pugi::xml_node child, int guess) const
 {
     const auto count = static_cast<int>(level.children.size());
-    for (int distance = 0; distance < count; ++distance)
+    guess = std::clamp(guess, 0, count);
+    for (int distance = 0; distance <= count; ++distance)
     {
         for (const int row : {guess - distance, guess + distance})
         {

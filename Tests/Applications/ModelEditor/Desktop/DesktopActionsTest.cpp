@@ -11,6 +11,7 @@
 #include <QClipboard>
 #include <QDialog>
 #include <QLineEdit>
+#include <QMimeData>
 #include <QTest>
 #include <cstdlib>
 #include <random>

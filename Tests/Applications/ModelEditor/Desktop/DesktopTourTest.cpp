@@ -17,6 +17,8 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
+#include <QMimeData>
+#include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
 
