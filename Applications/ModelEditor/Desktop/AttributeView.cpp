@@ -54,8 +54,8 @@ AttributeView::AttributeView(AttributeModel& shown, QWidget* parent) : QTableVie
     setFrameShape(NoFrame);
     horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     horizontalHeader()->setSectionResizeMode(AttributeModel::Value, QHeaderView::Stretch);
-    horizontalHeader()->resizeSection(AttributeModel::Name, 150);
-    horizontalHeader()->resizeSection(AttributeModel::Type, 110);
+    horizontalHeader()->resizeSection(AttributeModel::Name, 120);
+    horizontalHeader()->resizeSection(AttributeModel::Type, 90);
 }
 
 AttributeView::~AttributeView() = default;

@@ -42,8 +42,8 @@ ElementView::ElementView(ElementModel& shown, QWidget* parent) : QTreeView(paren
     setItemDelegate(new RoomyDelegate(this));
     header()->setMinimumHeight(26);
     header()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    header()->resizeSection(ElementModel::Tag, 260);
-    header()->resizeSection(ElementModel::Name, 160);
+    header()->resizeSection(ElementModel::Tag, 220);
+    header()->resizeSection(ElementModel::Name, 140);
 }
 
 ElementView::~ElementView() = default;

@@ -83,6 +83,7 @@ void MainWindow::makeDocks()
     resultDock->setObjectName("resultDock");
     resultDock->setWidget(resultList);
     addDockWidget(Qt::BottomDockWidgetArea, resultDock);
+    resizeDocks({resultDock}, {140}, Qt::Vertical);
     resultDock->hide();
     auto* const showResults = resultDock->toggleViewAction();
     showResults->setText(tr("&Results"));

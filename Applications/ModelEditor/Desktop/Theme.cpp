@@ -29,8 +29,8 @@ struct Colours
 
 constexpr Colours lightColours{"#f3f4f6", "#ffffff", "#f7f8fa", "#1f2430",
                                "#6b7280", "#e9ebef", "#2f6fde", "#1d5bc4"};
-constexpr Colours darkColours{"#20242b", "#191c22", "#1e2229", "#e4e7ec",
-                              "#98a1b0", "#2b3038", "#3b76d6", "#7fb0ff"};
+constexpr Colours darkColours{"#2c313a", "#1d2027", "#22262e", "#e4e7ec",
+                              "#98a1b0", "#3a404b", "#3b76d6", "#7fb0ff"};
 
 QPalette paletteOf(const Colours& colours)
 {
