@@ -239,8 +239,7 @@ void ElementModel::onChildren(const XmlChildren& children)
                          [](pugi::xml_node node) { return node.type() == pugi::node_element; });
     if (!children.haveCome)
     {
-        std::erase_if(changed, [&](pugi::xml_node node)
-                      { return std::ranges::find(elements, node) != elements.end(); });
+        refresh(); // while the rows that have changed are all there
     }
     const auto level = levels.find(children.parent.internal_object());
     if (level == levels.end())

@@ -24,12 +24,13 @@ OpenDocument::OpenDocument(LoadedModel loaded, Valdane::ActiveHistory& active, K
       modules(std::make_shared<ModelModules>(model->getRoot())),
       known(knownFiles),
       elements(*model),
-      history((manager.setModuleAccessInterface(modules), manager)),
+      history(manager),
       saveState(manager),
       policy(manager),
       document(active, manager),
       run(manager, Valdane::postToEventLoop(), ThreadedRun::Edits::Refused)
 {
+    manager.setModuleAccessInterface(modules);
     known.note(path, loaded.state);
     saveState.saved(Saved);
     saveState.saved(Exported);

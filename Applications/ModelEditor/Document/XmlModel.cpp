@@ -138,7 +138,7 @@ std::string Selected::getAddress() const
 }
 
 XmlModel::XmlModel(const std::string& bytes, const std::string& name)
-    : document(bytes, name), context{document, {}, {}}
+    : document(bytes, name), context{document, {}}
 {
     const auto element = document.getRootElement();
     root = makeXmlObject(element.name(), context, element);

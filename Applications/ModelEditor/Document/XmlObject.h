@@ -33,7 +33,7 @@ struct XmlContext
     /// Called after every change of a value; may be empty.
     std::function<void(const XmlChange&)> changed;
     /// Called for each change of which children an element has; may be empty, and throws nothing.
-    std::function<void(const XmlChildren&)> childrenChanged;
+    std::function<void(const XmlChildren&)> childrenChanged{};
 };
 
 /// An element of a model as an object of the parameter tree.

@@ -151,6 +151,63 @@ TEST_F(ElementModelTest, AnElementIsNotDroppedIntoItself)
     EXPECT_FALSE(foreign.canDropMimeData(dragged.get(), Qt::MoveAction, -1, -1, foreign.index(0, 0)));
 }
 
+TEST_F(ElementModelTest, ARowThatHasChangedAndGoesIsToldBeforeItGoes)
+{
+    textOf(model);
+    std::vector<std::string> order;
+    QObject::connect(&model, &QAbstractItemModel::dataChanged, &model,
+                     [&](const QModelIndex& first)
+                     { order.push_back("changed " + first.data().toString().toStdString()); });
+    QObject::connect(&model, &QAbstractItemModel::rowsRemoved, &model,
+                     [&] { order.emplace_back("removed"); });
+    model.noteChange(xml.select("/a/b/c").nodes.at(0).node);
+    execute(makeDelete(xml, {"/a/b"}));
+    model.refresh();
+    EXPECT_THAT(order, testing::ElementsAre("changed c", "removed"));
+}
+
+TEST(ElementModelOfManyElements, MakesRowsOnlyWhereSomebodyLooksAndChangesOneRow)
+{
+    std::string bytes = "<a>";
+    for (int i = 0; i < 100000; ++i)
+    {
+        bytes += "<b><c/></b>";
+    }
+    XmlModel xml(bytes + "</a>", "a.xml");
+    ElementModel model(xml);
+    const auto root = model.index(0, 0);
+    EXPECT_EQ(model.rowCount(root), 100000);
+    QSignalSpy inserted(&model, &QAbstractItemModel::rowsInserted);
+    const auto edit = makeInsert(xml, {"/a/b[50000]", "<x/>", "--after"});
+    edit.command->execute();
+    EXPECT_EQ(model.rowCount(root), 100001);
+    EXPECT_EQ(model.index(50000, 0, root).data().toString(), "x");
+    edit.command->undo();
+    EXPECT_EQ(model.rowCount(root), 100000);
+    EXPECT_EQ(inserted.count(), 1);
+}
+
+TEST(ElementModelOfManyElements, ManySeparateSiblingsAreAReset)
+{
+    std::string bytes = "<a>";
+    for (int i = 0; i < 600; ++i)
+    {
+        bytes += "<b/><c/>";
+    }
+    XmlModel xml(bytes + "</a>", "a.xml");
+    ElementModel model(xml);
+    const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
+    ASSERT_EQ(model.rowCount(model.index(0, 0)), 1200);
+    QSignalSpy reset(&model, &QAbstractItemModel::modelReset);
+    const auto edit = makeDelete(xml, {"/a/b"});
+    edit.command->execute();
+    EXPECT_EQ(model.rowCount(model.index(0, 0)), 600);
+    edit.command->undo();
+    EXPECT_EQ(model.rowCount(model.index(0, 0)), 1200);
+    EXPECT_EQ(model.index(1, 0, model.index(0, 0)).data().toString(), "c");
+    EXPECT_EQ(reset.count(), 2);
+}
+
 TEST_F(ElementModelTest, FrozenItDoesNotLookAtTheModel)
 {
     const auto b = model.findIndex(xml.select("/a/b").nodes.at(0).node);
