@@ -1,12 +1,12 @@
 // Sessions of the model editor. The first byte says how they are held (see Mode), the rest are the lines that are played
 // on a small model; what must be true after every line, and of undoing and redoing all of them, is required.
 
+#include "Applications/ModelEditor/Document/LoadedModel.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
 #include "Applications/ModelEditor/Edits/Words.h"
 #include "Applications/ModelEditor/Terminal/Background.h"
 #include "Applications/ModelEditor/Terminal/Editor.h"
 #include "Applications/ModelEditor/Terminal/LineSource.h"
-#include "Applications/ModelEditor/Terminal/LoadedModel.h"
 #include "Applications/ModelEditor/Terminal/Session.h"
 #include "Applications/ModelEditor/Terminal/StreamLines.h"
 #include "Applications/ModelEditor/Terminal/WakeUp.h"

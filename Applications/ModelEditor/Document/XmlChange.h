@@ -1,6 +1,9 @@
 #pragma once
 
+#include <pugixml.hpp>
+
 #include <optional>
+#include <span>
 #include <string>
 
 namespace ModelEditor
@@ -22,6 +25,14 @@ struct XmlChange
 
     /// The module that came, or went as it had been imported; null if something else has changed.
     const XmlObject* child = nullptr;
+};
+
+/// Children of one element that have come, or are about to go.
+struct XmlChildren
+{
+    pugi::xml_node parent;
+    std::span<const pugi::xml_node> nodes; ///< in the order of the document
+    bool haveCome;                         ///< otherwise they go as soon as the listener has returned
 };
 
 } // namespace ModelEditor

@@ -293,6 +293,11 @@ void XmlModel::setChangeListener(std::function<void(const XmlChange&)> listener)
     context.changed = std::move(listener);
 }
 
+void XmlModel::setChildrenListener(std::function<void(const XmlChildren&)> listener)
+{
+    context.childrenChanged = std::move(listener);
+}
+
 std::string XmlModel::toBytes() const
 {
     return document.toBytes();
@@ -317,6 +322,11 @@ XmlObject& XmlModel::objectOf(pugi::xml_node element) const
     return object == nullptr ? *root : *object;
 }
 
+std::shared_ptr<XmlObject> XmlModel::getObject(pugi::xml_node element) const
+{
+    return std::static_pointer_cast<XmlObject>(objectOf(element).shared_from_this());
+}
+
 std::vector<pugi::xpath_node> XmlModel::evaluate(const pugi::xpath_query& query, pugi::xml_node start) const
 {
     const auto top = document.getDocumentNode();
@@ -339,10 +349,6 @@ std::string XmlModel::evaluateText(const pugi::xpath_query& query, pugi::xml_nod
 
 std::optional<Selected> XmlModel::find(const pugi::xpath_node& node) const
 {
-    const auto shared = [this](pugi::xml_node element)
-    {
-        return std::static_pointer_cast<XmlObject>(objectOf(element).shared_from_this());
-    };
     if (const auto attribute = node.attribute())
     {
         if (node.parent().type() != pugi::node_element)
@@ -350,7 +356,7 @@ std::optional<Selected> XmlModel::find(const pugi::xpath_node& node) const
             return std::nullopt; // of the declaration, which is no node to XPath
         }
         const std::string name = attribute.name();
-        return Selected{.object = shared(node.parent()),
+        return Selected{.object = getObject(node.parent()),
                         .part = partOf(name),
                         .name = name,
                         .text = attribute.value(),
@@ -360,7 +366,7 @@ std::optional<Selected> XmlModel::find(const pugi::xpath_node& node) const
     {
     case pugi::node_document:
     case pugi::node_element:
-        return Selected{.object = shared(node.node()),
+        return Selected{.object = getObject(node.node()),
                         .part = Part::Element,
                         .name = {},
                         .text = {},
@@ -368,7 +374,7 @@ std::optional<Selected> XmlModel::find(const pugi::xpath_node& node) const
     case pugi::node_pcdata:
     case pugi::node_cdata:
     {
-        const auto object = shared(node.node().parent());
+        const auto object = getObject(node.node().parent());
         const auto name = object->getTextName(node.node());
         return name.empty() ? std::nullopt
                             : std::optional(Selected{.object = object,
@@ -381,7 +387,7 @@ std::optional<Selected> XmlModel::find(const pugi::xpath_node& node) const
     case pugi::node_doctype:
         return std::nullopt;
     default:
-        return Selected{.object = shared(node.node().parent()),
+        return Selected{.object = getObject(node.node().parent()),
                         .part = Part::Unsupported,
                         .name = {},
                         .text = {},

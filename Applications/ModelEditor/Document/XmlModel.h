@@ -14,6 +14,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,7 @@ namespace ModelEditor
 
 class Interruption;
 struct XmlChange;
+struct XmlChildren;
 
 /// What of an element an XPath has selected.
 enum class Part
@@ -105,6 +107,9 @@ public:
     XmlModel& operator=(const XmlModel&) = delete;
 
     std::shared_ptr<XmlObject> getRoot() const;
+
+    /// The object of @p element, which is one of this model. Cost: the first time that of its siblings, on the whole way.
+    std::shared_ptr<XmlObject> getObject(pugi::xml_node element) const;
 
     /// The number of elements. Cost: linear in the document.
     std::size_t getSize() const noexcept;
@@ -213,6 +218,10 @@ public:
     /// function ends that.
     void setChangeListener(std::function<void(const XmlChange&)> listener);
 
+    /// Has @p listener called once for all children of an element that have come, or go next; an empty function ends that.
+    /// It must throw nothing.
+    void setChildrenListener(std::function<void(const XmlChildren&)> listener);
+
     /// The file as it is to be saved; without changes the bytes that were read.
     ///
     /// @throws VdException if the file's encoding lacks a character.
@@ -231,6 +240,8 @@ private:
     std::vector<XmlChange> changesIn(XmlObject& parent, const Cutting& cutting, const NodeMap& inModel,
                                      bool came);
     void report(const std::vector<XmlChange>& changes) const;
+    void tellChildren(const XmlObject& parent, std::span<const pugi::xml_node> nodes,
+                      bool haveCome) const noexcept;
     std::optional<Selected> find(const pugi::xpath_node& node) const;
     std::vector<pugi::xpath_node> evaluate(const pugi::xpath_query& query, pugi::xml_node start) const;
     std::string evaluateText(const pugi::xpath_query& query, pugi::xml_node start) const;

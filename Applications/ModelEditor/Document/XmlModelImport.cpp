@@ -70,8 +70,10 @@ std::vector<XmlChange> changesOf(const XmlObject& root, const XmlPart& part, Way
 void XmlModel::append(XmlPart& part)
 {
     attach(part);
+    std::vector<pugi::xml_node> nodes;
     try
     {
+        nodes = elementsFrom(document.getLastAppended());
         report(changesOf(*root, part, Way::Came));
     }
     catch (...)
@@ -79,6 +81,7 @@ void XmlModel::append(XmlPart& part)
         detach(part);
         throw;
     }
+    tellChildren(*root, nodes, true);
 }
 
 // The listener is told of what is done; if it does not take that, it is undone.
@@ -86,6 +89,7 @@ void XmlModel::remove(XmlPart& part)
 {
     requireLast(part);
     const auto changes = changesOf(*root, part, Way::Went);
+    tellChildren(*root, elementsFrom(document.getLastAppended()), false);
     detach(part);
     try
     {
@@ -94,6 +98,7 @@ void XmlModel::remove(XmlPart& part)
     catch (...)
     {
         attach(part);
+        tellChildren(*root, elementsFrom(document.getLastAppended()), true);
         throw;
     }
 }

@@ -79,6 +79,17 @@ bool isTextChild(pugi::xml_node node)
     return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
+// The children of @p parent, as the nodes that they are in the model.
+std::vector<pugi::xml_node> childrenOf(const pugi::xml_document& parent, const NodeMap& inModel)
+{
+    std::vector<pugi::xml_node> nodes;
+    for (const auto node : parent.children())
+    {
+        nodes.push_back(inModel(node));
+    }
+    return nodes;
+}
+
 } // namespace
 
 const Chunks& XmlModel::getChunks(const XmlObject& parent)
@@ -186,8 +197,10 @@ void XmlModel::attach(XmlObject& parent, XmlCutting& part)
     forEachNode(nodes, [&](pugi::xml_node node) { part.objects->move(node, copies.there, objects); });
     rebindTexts(copies.there);
     std::size_t added = 0;
+    std::vector<pugi::xml_node> inModel;
     try
     {
+        inModel = childrenOf(nodes, copies.there);
         for (const auto& top : part.tops)
         {
             parent.addChild(top);
@@ -221,6 +234,7 @@ void XmlModel::attach(XmlObject& parent, XmlCutting& part)
         parent.onChildrenChanged();
         throw;
     }
+    tellChildren(parent, inModel, true);
     part.cutting = {.ranges = std::move(part.cutting.ranges)};
     part.tops.clear();
     part.objects.reset();
@@ -257,8 +271,10 @@ void XmlModel::detach(XmlObject& parent, XmlCutting& part)
                 });
     gone->makeRoomFor(made);
     // The listener is told while nothing has changed: what has gone could not be brought back without memory.
+    const auto inModel = childrenOf(*cutting.nodes, copies.back);
     report(changesIn(parent, cutting, copies.back, false));
     // From here on nothing fails.
+    tellChildren(parent, inModel, false);
     addresses.forget();
     for (auto& text : texts)
     {
@@ -309,6 +325,15 @@ std::vector<XmlChange> XmlModel::changesIn(XmlObject& parent, const Cutting& cut
         changes.push_back(std::move(change));
     }
     return changes;
+}
+
+void XmlModel::tellChildren(const XmlObject& parent, std::span<const pugi::xml_node> nodes,
+                            bool haveCome) const noexcept
+{
+    if (context.childrenChanged)
+    {
+        context.childrenChanged({.parent = parent.getElement(), .nodes = nodes, .haveCome = haveCome});
+    }
 }
 
 void XmlModel::report(const std::vector<XmlChange>& changes) const

@@ -1,16 +1,12 @@
 #include "Applications/ModelEditor/Terminal/EditorRun.h"
 
 #include "Applications/ModelEditor/Document/ModelFile.h"
-#include "Applications/ModelEditor/Document/Nodes.h"
-#include "Applications/ModelEditor/Document/ValueText.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
 #include "Applications/ModelEditor/Edits/CheckCmd.h"
-#include "Applications/ModelEditor/Edits/Counts.h"
 #include "Applications/ModelEditor/Edits/EditorTexts.h"
 #include "Applications/ModelEditor/Edits/Import.h"
 #include "Applications/ModelEditor/Edits/ModelModules.h"
-#include "Applications/ModelEditor/Edits/ScaleValuesCmd.h"
-#include "Applications/ModelEditor/Edits/SetValue.h"
+#include "Applications/ModelEditor/Edits/Scale.h"
 #include "Applications/ModelEditor/Edits/Words.h"
 #include "Applications/ModelEditor/Terminal/EditorVerb.h"
 #include "Applications/ModelEditor/Terminal/HistoryLevel.h"
@@ -21,7 +17,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <span>
 #include <utility>
 
 // The verbs that work on another thread, and those about such work.
@@ -37,76 +32,20 @@ namespace
 {
 
 constexpr std::size_t mostFailuresTold = 5;
-constexpr std::size_t mostRuns = 100;
-
-double parseFactor(const std::string& text)
-{
-    const auto factor = valueOf<double>(text);
-    if (!factor)
-    {
-        throw VdException(shown(text) + " is not a number");
-    }
-    return *factor;
-}
-
-// `--continue-on-error [N]`, if it is there.
-std::shared_ptr<ScaleFailures> makeFailures(std::span<const std::string> options)
-{
-    auto failures = std::make_shared<ScaleFailures>();
-    if (options.empty())
-    {
-        return failures;
-    }
-    if (options[0] != "--continue-on-error")
-    {
-        throw VdException("no option " + shown(options[0]) + "; there is --continue-on-error [N]");
-    }
-    failures->areLeftAlone = true;
-    if (options.size() > 1)
-    {
-        failures->most = parseCount<std::uint64_t>(options[1], 1);
-    }
-    return failures;
-}
-
-// Of a few commands only: each is a run of its own on the other thread.
-std::shared_ptr<ThreadedMacroCommand> makeScale(const XmlModel& model,
-                                                const std::vector<std::string>& arguments)
-{
-    const auto& xpath = arguments[0];
-    const auto& factor = arguments[1];
-    const auto nodes = requireNodes(model, xpath);
-    const auto by = parseFactor(factor);
-    const auto failures = makeFailures(std::span(arguments).subspan(2));
-    std::ranges::for_each(nodes, requireValue);
-    auto macro = std::make_shared<ThreadedMacroCommand>("Scale " + brief(xpath) + " (" +
-                                                        plural(nodes.size(), "value") + ") by " + factor);
-    const std::size_t share = 1 + ((nodes.size() - 1) / mostRuns);
-    for (std::span<const Selected> rest = nodes; !rest.empty();
-         rest = rest.subspan(std::min(share, rest.size())))
-    {
-        macro->addCommand(
-            std::make_shared<ScaleValuesCmd>(rest.first(std::min(share, rest.size())), by, failures));
-    }
-    return macro;
-}
 
 std::string tellFailures(const ThreadedMacroCommand& macro)
 {
-    std::size_t failed = 0;
+    const auto failures = listLeftAlone(macro);
     std::string lines;
-    for (const auto& command : macro)
+    for (std::size_t i = 0; i < std::min(failures.size(), mostFailuresTold); ++i)
     {
-        for (const auto& failure : dynamic_cast<const ScaleValuesCmd&>(*command).getLeftAlone())
-        {
-            lines += ++failed <= mostFailuresTold ? "    " + failure + "\n" : "";
-        }
+        lines += "    " + failures[i] + "\n";
     }
-    if (failed > mostFailuresTold)
+    if (failures.size() > mostFailuresTold)
     {
-        lines += "    and " + std::to_string(failed - mostFailuresTold) + " more\n";
+        lines += "    and " + std::to_string(failures.size() - mostFailuresTold) + " more\n";
     }
-    return failed == 0 ? lines : "  " + plural(failed, "value") + " left alone:\n" + lines;
+    return failures.empty() ? lines : "  " + plural(failures.size(), "value") + " left alone:\n" + lines;
 }
 
 std::string tellFindings(const CheckCmd& check)

@@ -1,8 +1,8 @@
 #include "Applications/ModelEditor/Terminal/OpenFiles.h"
 
+#include "Applications/ModelEditor/Document/KnownFiles.h"
 #include "Applications/ModelEditor/Edits/Counts.h"
 #include "Applications/ModelEditor/Edits/Words.h"
-#include "Applications/ModelEditor/Terminal/KnownFiles.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "Applications/ModelEditor/Document/KnownFiles.h"
+#include "Applications/ModelEditor/Document/LoadedModel.h"
 #include "Applications/ModelEditor/Terminal/Background.h"
 #include "Applications/ModelEditor/Terminal/Editor.h"
-#include "Applications/ModelEditor/Terminal/KnownFiles.h"
-#include "Applications/ModelEditor/Terminal/LoadedModel.h"
 #include "Applications/ModelEditor/Terminal/OpenFiles.h"
 
 #include <cstddef>

@@ -1,7 +1,7 @@
+#include "Applications/ModelEditor/Document/LoadedModel.h"
 #include "Applications/ModelEditor/Document/ModelFile.h"
 #include "Applications/ModelEditor/Edits/EditorTexts.h"
 #include "Applications/ModelEditor/Edits/Words.h"
-#include "Applications/ModelEditor/Terminal/LoadedModel.h"
 #include "Applications/ModelEditor/Terminal/Session.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
@@ -179,7 +179,10 @@ void Session::requireAllowed(const Output& output)
     {
         return;
     }
-    known.requireUnchanged(output.path);
+    if (const auto change = known.tellChange(output.path); !change.empty())
+    {
+        throw VdException(change + "; save! overwrites it");
+    }
     if (!isReadOnly(output.path))
     {
         return;

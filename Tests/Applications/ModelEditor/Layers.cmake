@@ -1,12 +1,14 @@
 # cmake -D FOLDER=Applications/ModelEditor -P Layers.cmake
 #
-# Each layer uses itself and those before it only.
+# Each layer uses itself and those before it only; of the two front ends, none uses the other one.
 
 cmake_policy(VERSION 3.25)
 
-set(allowed)
-foreach(layer Document Edits Terminal)
-  list(APPEND allowed ${layer})
+foreach(layer Document Edits Terminal Desktop)
+  set(allowed Document)
+  if(NOT layer STREQUAL "Document")
+    list(APPEND allowed Edits ${layer})
+  endif()
   string(JOIN "|" layers ${allowed})
   file(GLOB sources "${FOLDER}/${layer}/*")
   if(NOT sources)

@@ -1,6 +1,4 @@
-#include "Applications/ModelEditor/Terminal/KnownFiles.h"
-
-#include "Platform/ExceptionHandling/VdException.h"
+#include "Applications/ModelEditor/Document/KnownFiles.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -29,16 +27,16 @@ bool KnownFiles::isKnown(const std::string& path) const
     return find(path) != files.end();
 }
 
-void KnownFiles::requireUnchanged(const std::string& path) const
+std::string KnownFiles::tellChange(const std::string& path) const
 {
     const auto file = find(path);
     const auto change = file == files.end() ? FileChange::None : file->state.findChange(path);
-    if (change != FileChange::None)
+    if (change == FileChange::None)
     {
-        const std::string what = change == FileChange::Removed ? "removed" : "changed";
-        throw Valdane::VdException(path + " was " + what +
-                                   " by another process since it was loaded or saved; save! overwrites it");
+        return "";
     }
+    return path + " was " + (change == FileChange::Removed ? "removed" : "changed") +
+           " by another process since it was loaded or saved";
 }
 
 std::vector<KnownFiles::KnownFile>::const_iterator KnownFiles::find(const std::string& path) const

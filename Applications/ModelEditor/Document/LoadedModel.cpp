@@ -1,4 +1,4 @@
-#include "Applications/ModelEditor/Terminal/LoadedModel.h"
+#include "Applications/ModelEditor/Document/LoadedModel.h"
 
 #include "Applications/ModelEditor/Document/ModelFile.h"
 #include "Platform/ExceptionHandling/VdException.h"

@@ -23,10 +23,10 @@ public:
     /// Whether that file, maybe under another name, was noted.
     bool isKnown(const std::string& path) const;
 
-    /// Does nothing for a file that was not noted.
+    /// `<path> was changed by another process ...` if it is no longer what was noted; empty if it is, or was not noted.
     ///
-    /// @throws VdException `<path> was changed by another process ...` if it is no longer what was noted.
-    void requireUnchanged(const std::string& path) const;
+    /// @throws what FileState::findChange() throws.
+    std::string tellChange(const std::string& path) const;
 
 private:
     struct KnownFile

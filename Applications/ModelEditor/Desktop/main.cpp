@@ -1,0 +1,26 @@
+#include "Applications/ModelEditor/Desktop/MainWindow.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+
+int main(int argc, char* argv[])
+{
+    const QApplication application(argc, argv);
+    QApplication::setApplicationName("model-editor-desktop");
+    QApplication::setOrganizationName("valdane");
+    QApplication::setApplicationVersion(MODEL_EDITOR_VERSION);
+    QApplication::setStyle("Fusion");
+    QCommandLineParser parser;
+    parser.setApplicationDescription("Edits XML models in a window.");
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.addPositionalArgument("MODEL", "files to open", "[MODEL...]");
+    parser.process(application);
+    ModelEditor::MainWindow window;
+    window.show();
+    for (const auto& path : parser.positionalArguments())
+    {
+        window.openFile(path);
+    }
+    return QApplication::exec();
+}
