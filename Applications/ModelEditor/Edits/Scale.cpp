@@ -64,7 +64,7 @@ std::shared_ptr<ThreadedMacroCommand> makeScale(const XmlModel& model,
 {
     const auto& xpath = arguments[0];
     const auto& factor = arguments[1];
-    const auto nodes = requireNodes(model, xpath);
+    const auto nodes = withTexts(requireNodes(model, xpath));
     const auto by = parseFactor(factor);
     const auto failures = makeFailures(std::span(arguments).subspan(2));
     std::ranges::for_each(nodes, requireValue);
