@@ -43,9 +43,10 @@ QString contentOf(pugi::xml_node element)
                     QString::fromUtf8(attribute.value());
         }
     }
+    // Only if it comes first: an element may have very many children.
     if (text.isEmpty())
     {
-        text = QString::fromUtf8(element.child_value()).simplified();
+        text = QString::fromUtf8(element.first_child().value()).simplified();
     }
     return text.size() > longestContent ? text.left(longestContent) + QChar(0x2026) : text;
 }

@@ -162,9 +162,16 @@ bool FindReplaceBar::matches(pugi::xml_node element) const
     {
         return QString::fromUtf8(text).contains(what->text(), sensitivity);
     };
-    return contains(element.name()) || contains(element.child_value()) ||
+    return contains(element.name()) ||
            std::ranges::any_of(element.attributes(), [&](const pugi::xml_attribute& attribute)
-                               { return contains(attribute.name()) || contains(attribute.value()); });
+                               { return contains(attribute.name()) || contains(attribute.value()); }) ||
+           std::ranges::any_of(element.children(),
+                               [&](const pugi::xml_node& child)
+                               {
+                                   const bool isText =
+                                       child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata;
+                                   return isText && contains(child.value());
+                               });
 }
 
 // Once around, from behind the start to the start itself.
