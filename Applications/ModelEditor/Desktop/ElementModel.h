@@ -92,8 +92,15 @@ Q_SIGNALS:
 
 private:
     /// The rows of an element that has been looked into.
-    struct Level;
+    struct Level
+    {
+        pugi::xml_node element{}; ///< empty for the level of the root
+        Level* above = nullptr;   ///< null for that level
+        int row = 0;              ///< of the element, or near it
+        std::vector<pugi::xml_node> children{};
+    };
 
+    static pugi::xml_node elementFrom(pugi::xml_node node);
     Level* levelOf(const QModelIndex& index) const;
     Level* requireLevel(pugi::xml_node element, Level* above, int rowAbove) const;
     QModelIndex indexOf(const Level& level) const;

@@ -79,6 +79,8 @@ void MainWindow::makeDocks()
     resultList->setObjectName("results");
     resultList->setAlternatingRowColors(true);
     resultList->setFrameShape(QFrame::NoFrame);
+    connect(resultList, &QListWidget::itemActivated, this,
+            [this](const QListWidgetItem* item) { showFinding(item->text()); });
     resultDock = new QDockWidget(tr("Results"), this);
     resultDock->setObjectName("resultDock");
     resultDock->setWidget(resultList);
@@ -260,6 +262,29 @@ void MainWindow::showResult(const QString& title, const QString& text)
     resultList->clear();
     resultList->addItems(text.split(QLatin1Char('\n'), Qt::SkipEmptyParts));
     resultDock->show();
+}
+
+// A line about a place begins with its address. It may be gone by now.
+void MainWindow::showFinding(const QString& line)
+{
+    auto* const tab = getCurrent();
+    if (tab == nullptr || tab->getDocument().isBusy() || !line.startsWith(QLatin1Char('/')))
+    {
+        return;
+    }
+    try
+    {
+        const auto address = line.section(QStringLiteral(": "), 0, 0).toStdString();
+        const auto found = tab->getDocument().getModel().select(address);
+        if (!found.nodes.empty())
+        {
+            tab->select(found.nodes.front().object->getElement());
+        }
+    }
+    catch (const std::exception&)
+    {
+        statusBar()->showMessage(tr("This line names no place in the model"), 8000);
+    }
 }
 
 void MainWindow::showAbout()

@@ -86,6 +86,7 @@ private:
     void showCurrent();
     void showState();
     void showResult(const QString& title, const QString& text);
+    void showFinding(const QString& line);
     void showAbout();
 
     // The documents leave it in their destructors, so it must live longer.

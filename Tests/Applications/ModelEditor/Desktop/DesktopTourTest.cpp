@@ -315,9 +315,12 @@ TEST_F(DesktopTour, TheModelIsCheckedAndModulesAreImported)
     auto& tab = openBytes("a.xml", "<a><b name=\"x\"/><b name=\"x\"/></a>");
     trigger(actions.check);
     settle();
-    const auto* const results = window.findChild<QListWidget*>("results");
+    auto* const results = window.findChild<QListWidget*>("results");
     ASSERT_EQ(results->count(), 1);
     EXPECT_THAT(results->item(0)->text().toStdString(), HasSubstr("x"));
+    results->setCurrentRow(0);
+    QTest::keyClick(results, Qt::Key_Return);
+    EXPECT_EQ(tab.getTree().currentIndex().row(), 1);
     const auto other = directory.write("other.xml", "<o><p/><q/></o>");
     ASSERT_TRUE(ModelEditor::RunActions::import(tab.getDocument(), other));
     settle();
