@@ -67,10 +67,8 @@ OpenDocument::OpenDocument(LoadedModel loaded, Valdane::ActiveHistory& active, K
                                         { onFinished(result, why); });
 }
 
-OpenDocument::~OpenDocument()
-{
-    model->setChangeListener({});
-}
+// The run goes first of all that matters, and takes back what it did while the others are there.
+OpenDocument::~OpenDocument() = default;
 
 XmlModel& OpenDocument::getModel()
 {

@@ -310,6 +310,18 @@ TEST_F(DesktopTour, ARunThatIsCancelledChangesNothingAndNothingIsEditedMeanwhile
     EXPECT_EQ(tab.getTree().currentIndex().data().toString(), "robot");
 }
 
+TEST_F(DesktopTour, ATabIsNotClosedDuringARunAndAWindowThatGoesEndsIt)
+{
+    ModelEditor::MainWindow other;
+    other.show();
+    const auto path = directory.write("a.xml", "<a><b c=\"1.5\"/><b c=\"2.5\"/></a>");
+    ASSERT_TRUE(other.openFile(QString::fromStdString(path)));
+    auto& tab = other.getTab(0);
+    ASSERT_TRUE(ModelEditor::RunActions::scale(tab.getDocument(), "//@c", "2", false));
+    EXPECT_FALSE(other.closeTab(tab));
+    EXPECT_EQ(other.getTabCount(), 1);
+}
+
 TEST_F(DesktopTour, TheModelIsCheckedAndModulesAreImported)
 {
     auto& tab = openBytes("a.xml", "<a><b name=\"x\"/><b name=\"x\"/></a>");
