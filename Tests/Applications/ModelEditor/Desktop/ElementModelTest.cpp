@@ -126,6 +126,16 @@ TEST_F(ElementModelTest, PersistentIndexesFollowTheirElements)
     EXPECT_EQ(kept.parent().row(), 2);
 }
 
+TEST_F(ElementModelTest, AnElementIsFoundAfterMostOfItsSiblingsHaveGone)
+{
+    execute(makeInsert(xml, {"/a", "<x/><x/><x/><x/><x/><x/><z><y/></z>"}));
+    textOf(model);
+    const QPersistentModelIndex kept = model.findIndex(xml.select("/a/z/y").nodes.at(0).node);
+    execute(makeDelete(xml, {"/a/x | /a/b | /a/e | /a/f"}));
+    EXPECT_EQ(kept.parent().row(), 0);
+    EXPECT_EQ(textOf(model), "a(z(y))");
+}
+
 TEST_F(ElementModelTest, ModifiedModulesAreMarkedAndNoOthers)
 {
     const auto b = model.findIndex(xml.select("/a/b").nodes.at(0).node);
