@@ -12,6 +12,7 @@
 #include <QSplitter>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <unordered_set>
 
 namespace ModelEditor
 {

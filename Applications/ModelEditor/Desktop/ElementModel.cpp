@@ -98,7 +98,8 @@ QVariant ElementModel::data(const QModelIndex& index, int role) const
         return {};
     }
     const auto element = getNode(index);
-    const bool isMarked = modified.contains(element.internal_object());
+    const auto* const object = model.findObject(element);
+    const bool isMarked = object != nullptr && modified.contains(object);
     switch (role)
     {
     case Qt::DisplayRole:

@@ -5,10 +5,15 @@
 #include <QAbstractItemModel>
 #include <QString>
 #include <memory>
+#include <set>
 #include <span>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
+
+namespace Valdane
+{
+class Object;
+} // namespace Valdane
 
 namespace ModelEditor
 {
@@ -58,8 +63,8 @@ public:
     /// Shows rows again that have changed; all if there are many.
     void refresh();
 
-    /// Marks these modules, and no others.
-    void setModified(std::unordered_set<const void*> modules);
+    /// Marks these modules, and no others. They may have been destroyed: nothing looks into them.
+    void setModified(std::set<const Valdane::Object*> modules);
 
     void setFrozen(bool frozen);
 
@@ -116,7 +121,7 @@ private:
     XmlModel& model;
     // By the node. The empty node has the level of the root element.
     mutable std::unordered_map<const void*, std::unique_ptr<Level>> levels;
-    std::unordered_set<const void*> modified;
+    std::set<const Valdane::Object*> modified;
     std::vector<pugi::xml_node> changed;
     bool isFrozen = false;
 };

@@ -169,7 +169,7 @@ void ElementModel::refresh()
     }
 }
 
-void ElementModel::setModified(std::unordered_set<const void*> modules)
+void ElementModel::setModified(std::set<const Valdane::Object*> modules)
 {
     if (modules == modified)
     {

@@ -334,15 +334,9 @@ void OpenDocument::tellChange()
         return; // its end tells again
     }
     elements.refresh();
-    std::unordered_set<const void*> marked;
-    if (isModified())
-    {
-        for (const auto* const module : manager.getModifiedModules(Saved))
-        {
-            marked.insert(static_cast<const XmlObject*>(module)->getElement().internal_object());
-        }
-    }
-    elements.setModified(std::move(marked));
+    // Some may be gone.
+    elements.setModified(isModified() ? manager.getModifiedModules(Saved)
+                                      : std::set<const Valdane::Object*>());
     Q_EMIT changed();
 }
 

@@ -175,6 +175,9 @@ public:
     /// Cost: linear in the part.
     void remove(XmlPart& part);
 
+    /// The object of @p element if it was made, otherwise null.
+    const XmlObject* findObject(pugi::xml_node element) const;
+
     /// The children of @p parent that are no layout, as they are saved; see XmlDocument::getChunks().
     const Chunks& getChunks(const XmlObject& parent);
 

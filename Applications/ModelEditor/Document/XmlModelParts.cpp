@@ -92,6 +92,11 @@ std::vector<pugi::xml_node> childrenOf(const pugi::xml_document& parent, const N
 
 } // namespace
 
+const XmlObject* XmlModel::findObject(pugi::xml_node element) const
+{
+    return objects.find(element);
+}
+
 const Chunks& XmlModel::getChunks(const XmlObject& parent)
 {
     return document.getChunks(parent.getElement());

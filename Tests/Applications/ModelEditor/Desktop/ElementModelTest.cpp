@@ -140,11 +140,11 @@ TEST_F(ElementModelTest, ModifiedModulesAreMarkedAndNoOthers)
 {
     const auto b = model.findIndex(xml.select("/a/b").nodes.at(0).node);
     QSignalSpy told(&model, &QAbstractItemModel::dataChanged);
-    model.setModified({xml.select("/a/b").nodes.at(0).node.internal_object()});
+    model.setModified({xml.select("/a/b").nodes.at(0).object.get()});
     EXPECT_EQ(told.count(), 2);
     EXPECT_TRUE(b.data(ElementModel::IsModifiedRole).toBool());
     EXPECT_FALSE(b.siblingAtRow(1).data(ElementModel::IsModifiedRole).toBool());
-    model.setModified({xml.select("/a/b").nodes.at(0).node.internal_object()});
+    model.setModified({xml.select("/a/b").nodes.at(0).object.get()});
     EXPECT_EQ(told.count(), 2);
 }
 
