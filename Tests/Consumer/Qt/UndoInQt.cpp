@@ -11,8 +11,15 @@ class Add : public QUndoCommand
 public:
     explicit Add(int& changed) : QUndoCommand("Add one"), number(changed) {}
 
-    void redo() override { ++number; }
-    void undo() override { --number; }
+    void redo() override
+    {
+        ++number;
+    }
+
+    void undo() override
+    {
+        --number;
+    }
 
 private:
     int& number;
