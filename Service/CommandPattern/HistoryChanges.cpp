@@ -112,6 +112,7 @@ void HistoryChanges::tellOnce(const State& now)
     // From here on nothing fails until the slots are called.
     modulesOfRemoved = ModuleSet();
     hasChanged = false;
+    change.undoneCommandLeft = std::exchange(hasUndoneCommandLeft, false);
     std::array<RowChange, MaxRowChanges> changedRows = rows;
     std::size_t count = std::exchange(rowCount, 0);
     const State before = std::exchange(told, now);

@@ -76,6 +76,12 @@ public:
         }
     }
 
+    /// Notes that the rows replaced last begin with a command that was undone.
+    void noteUndoneCommandLeft() noexcept
+    {
+        hasUndoneCommandLeft = isWatched;
+    }
+
     /// Whether an entry is on its way, see Hold.
     bool areHeld() const noexcept
     {
@@ -126,6 +132,7 @@ private:
     bool areRowsComplete = true;
     /// Whether rows were replaced, be it by none in the end.
     bool hasChanged = false;
+    bool hasUndoneCommandLeft = false;
     ModuleSet modulesOfRemoved;
 };
 
