@@ -220,7 +220,10 @@ std::string listOf(const Completion& completion)
     return list + (hidden > 0 ? "... and " + std::to_string(hidden) + " more\n" : "");
 }
 
-Completer::Completer(const XmlModel& edited, const std::vector<Verb>& known) : model(edited), verbs(known) {}
+Completer::Completer(const XmlModel& edited, const std::vector<Verb>& known, FindVerb find)
+    : model(edited), verbs(known), nameOfVerb(std::move(find))
+{
+}
 
 Completion Completer::complete(std::string_view line) const
 {
@@ -236,7 +239,8 @@ Completion Completer::complete(std::string_view line) const
     const bool isAddress = wanted.kind == "XPATH" || wanted.kind == "TARGET";
     try
     {
-        completion.words = word.starts_with("--")  ? startingWith(word, wanted.options, {})
+        const bool isOption = word.starts_with('-') && !wanted.options.empty();
+        completion.words = isOption                ? startingWith(word, wanted.options, {})
                            : isAddress             ? addresses(word)
                            : wanted.kind == "FILE" ? files(word)
                            : wanted.kind == "VERB" ? startingWith(word, namesOf(verbs), {})
@@ -262,15 +266,32 @@ Completion Completer::complete(std::string_view line) const
     return completion;
 }
 
+std::vector<Completer::Verb>::const_iterator Completer::findVerb(const std::string& word) const
+{
+    try
+    {
+        return std::ranges::find(verbs, nameOfVerb(word), &Verb::name);
+    }
+    catch (const Valdane::VdException&)
+    {
+        return verbs.end();
+    }
+}
+
 // What the usage of the verb that has the words @p before calls the word behind them, and the verb's options.
 Completer::Wanted Completer::findWanted(const std::vector<std::string>& before) const
 {
-    const std::size_t first = before.front() == "merge" ? 1 : 0;
-    if (before.size() == first)
+    auto verb = findVerb(before.front());
+    std::size_t place = before.size() - 1;
+    if (verb != verbs.end() && verb->name == "merge")
     {
-        return {.kind = "VERB", .options = {}};
+        if (place == 0)
+        {
+            return {.kind = "VERB", .options = {}};
+        }
+        verb = findVerb(before[1]);
+        --place;
     }
-    const auto verb = std::ranges::find(verbs, before[first], &Verb::name);
     if (verb == verbs.end())
     {
         return {};
@@ -279,10 +300,9 @@ Completer::Wanted Completer::findWanted(const std::vector<std::string>& before) 
     std::erase_if(usage, [](char c) { return c == '[' || c == ']'; });
     std::ranges::replace(usage, '|', ' ');
     Wanted wanted;
-    std::size_t place = before.size() - first - 1;
     for (const auto& kind : splitWords(usage))
     {
-        if (kind.starts_with("--"))
+        if (kind.starts_with('-'))
         {
             wanted.options.insert(kind);
         }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -42,8 +43,11 @@ public:
         std::string_view arguments; ///< as its usage says, such as `XPATH [FILE]`
     };
 
-    /// Refers to both, which must live longer.
-    Completer(const XmlModel& edited, const std::vector<Verb>& known);
+    /// The name of the verb that a word means, which may be shortened. @throws VdException if it means none.
+    using FindVerb = std::function<std::string(const std::string&)>;
+
+    /// Refers to @p edited and @p known, which must live longer.
+    Completer(const XmlModel& edited, const std::vector<Verb>& known, FindVerb find);
 
     /// @param line  what is typed before the cursor. Throws nothing but std::bad_alloc.
     Completion complete(std::string_view line) const;
@@ -55,11 +59,13 @@ private:
         std::set<std::string> options;
     };
 
+    std::vector<Verb>::const_iterator findVerb(const std::string& word) const;
     Wanted findWanted(const std::vector<std::string>& before) const;
     std::vector<std::string> addresses(const std::string& word) const;
 
     const XmlModel& model;
     const std::vector<Verb>& verbs;
+    FindVerb nameOfVerb;
 };
 
 } // namespace ModelEditor

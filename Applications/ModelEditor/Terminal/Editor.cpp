@@ -149,7 +149,7 @@ Completion Editor::complete(std::string_view line) const
     {
         known.push_back({verb.name, verb.arguments});
     }
-    return Completer(model, known).complete(line);
+    return Completer(model, known, &Editor::findVerb).complete(line);
 }
 
 std::string Editor::findVerb(const std::string& name)

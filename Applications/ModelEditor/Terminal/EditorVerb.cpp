@@ -170,7 +170,7 @@ const std::vector<Editor::Verb>& Editor::Verb::getAll()
          "the modules that differ from the last save",
          {},
          &Editor::modified},
-        {"save", "[FILE]", 0, 1, "write the model", outside, &Editor::save},
+        {"save", "[FILE]", 0, 1, "write the model; to FILE, also from then on", outside, &Editor::save},
         {"save!", "[FILE]", 0, 1, "the same, whoever has changed the file, also if it is read-only", outside,
          &Editor::saveAnyway},
         {"diff",

@@ -78,9 +78,13 @@ void LineHistory::add(std::string_view line) const
     {
         fail(path, errno);
     }
-    auto lines = splitLines(readFile(path));
+    const auto text = readFile(path);
+    auto lines = splitLines(text);
+    // A line that was cut off, by a full disk for instance, stays one of its own.
+    std::string ended = text.empty() || text.ends_with('\n') ? "" : "\n";
     if (lines.size() >= 2 * most)
     {
+        ended.clear();
         const auto kept = joinLines(lines.end() - static_cast<std::ptrdiff_t>(most - 1), lines.end());
         if (ftruncate(file.get(), 0) != 0)
         {
@@ -91,7 +95,7 @@ void LineHistory::add(std::string_view line) const
             fail(path, why);
         }
     }
-    if (const int why = file.write(std::string(line) + '\n'); why != 0)
+    if (const int why = file.write(ended + std::string(line) + '\n'); why != 0)
     {
         fail(path, why);
     }

@@ -15,7 +15,8 @@ struct OpenFile
 {
     std::uint64_t number; ///< stays the same while it is open
     std::string path;     ///< the file that was loaded or saved last
-    std::string savePath; ///< where `save` without a file writes
+    std::string
+        savePath; ///< where `save` without a file writes; differs from path until something was saved there
     std::unique_ptr<XmlModel> model;
     std::unique_ptr<Editor> editor; ///< of the model; goes before it
 };

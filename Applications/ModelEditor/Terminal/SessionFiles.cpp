@@ -6,7 +6,9 @@
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <utility>
 
 // What concerns the files: those that are open, and those that are written.
@@ -15,6 +17,19 @@ namespace ModelEditor
 {
 
 using Valdane::VdException;
+
+namespace
+{
+
+// Not a pipe or a device, which cannot be read again.
+bool mayBecomeFile(const std::string& path)
+{
+    std::error_code error;
+    const auto status = std::filesystem::status(path, error);
+    return !std::filesystem::exists(status) || std::filesystem::is_regular_file(status);
+}
+
+} // namespace
 
 // An editor that was made in vain was the active one for a moment.
 void Session::tryToCarryOut(const FileRequest& request)
@@ -104,7 +119,12 @@ void Session::list()
     for (const auto* const file : all)
     {
         out << (file == current ? "> " : "  ") << file->number << ' ' << shown(file->path)
-            << (file->editor->getUnsaved().empty() ? "" : " *") << '\n';
+            << (file->editor->getUnsaved().empty() ? "" : " *");
+        if (file->savePath != file->path)
+        {
+            out << " (save writes " << shown(file->savePath) << ')';
+        }
+        out << '\n';
     }
     out << plural(all.size(), "file") << '\n';
 }
@@ -224,13 +244,19 @@ void Session::accept(OpenFile& file, Output output)
     }
     requireNoOther(file, output.path);
     requireAllowed(output);
+    const bool isSave = output.verb.starts_with("save");
     if (settings.isInteractive || settings.keepsGoing)
     {
-        if (write(output) && output.verb.starts_with("save"))
+        if (write(output) && isSave)
         {
             file.path = output.path;
+            file.savePath = output.path;
         }
         return;
+    }
+    if (isSave && mayBecomeFile(output.path))
+    {
+        file.savePath = output.path;
     }
     std::erase_if(pending, [&](const PendingOutput& earlier) { return earlier.output.path == output.path; });
     out << "To be saved at the end: " << output.path << '\n';

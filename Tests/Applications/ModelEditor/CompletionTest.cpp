@@ -59,6 +59,15 @@ TEST_F(CompletionTest, OfVerbs)
     EXPECT_EQ(editor.complete("").common, "");
 }
 
+TEST_F(CompletionTest, OfWhatFollowsAShortenedVerb)
+{
+    EXPECT_EQ(complete("fin /robot/l"), complete("find /robot/l").replace(0, 1, "4"));
+    EXPECT_EQ(complete("ins /robot <a/> --f"), "16: --first|--first| ");
+    EXPECT_EQ(complete("merg ren /robot/j"), "9: /robot/joint|/robot/joint|");
+    EXPECT_EQ(complete("merg ren"), "5: rename|rename| ");
+    EXPECT_EQ(complete("re /robot/j"), "3:||"); // which may be one of several
+}
+
 TEST_F(CompletionTest, EndsAtAWholeCharacter)
 {
     editor.run("insert /robot '<e \xC3\xA4=\"1\" \xC3\xB6=\"2\"/>'");
@@ -120,6 +129,8 @@ TEST_F(CompletionTest, OfOptions)
 {
     EXPECT_EQ(complete("set //x 1 --"), "10: --strict|--strict| ");
     EXPECT_EQ(complete("insert //x <a/> --"), "16: --after --before --first|--|");
+    EXPECT_EQ(complete("insert //x <a/> -"), "16: --after --before --first|--|");
+    EXPECT_EQ(complete("replace //x a b -"), "16: -i|-i| ");
 }
 
 TEST_F(CompletionTest, OfFiles)

@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -58,6 +59,24 @@ TEST_F(LineHistoryTest, TheOldestLinesGo)
     EXPECT_EQ(std::filesystem::file_size(path), LineHistory::most * std::string("1001\n").size());
     EXPECT_THAT(history.read(), SizeIs(LineHistory::most));
     EXPECT_EQ(history.read().front(), "1001");
+    EXPECT_EQ(history.read().back(), "last");
+}
+
+TEST_F(LineHistoryTest, ALastLineWithoutALineEndStaysALine)
+{
+    history.add("one");
+    std::ofstream(path, std::ios::app) << "cut";
+    history.add("two");
+    EXPECT_THAT(history.read(), ElementsAre("one", "cut", "two"));
+    std::string many;
+    for (std::size_t i = 0; i < 2 * LineHistory::most - 1; ++i)
+    {
+        many += "x\n";
+    }
+    std::ofstream(path) << many << "cut";
+    history.add("last");
+    EXPECT_THAT(history.read(), SizeIs(LineHistory::most));
+    EXPECT_EQ(history.read().at(LineHistory::most - 2), "cut");
     EXPECT_EQ(history.read().back(), "last");
 }
 

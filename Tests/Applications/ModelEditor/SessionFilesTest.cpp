@@ -173,8 +173,8 @@ TEST_F(SessionFilesTest, EachIsSavedInItsOwnPlaceAndNotInThatOfAnother)
           "save", "use 2", "set /b/@y 2", "save " + third, "open " + second, "use 1", "save " + third});
     const std::string refused = second + " is open as file 2\n";
     EXPECT_EQ(err.str(), "save: " + refused + "save!: " + refused + "export: " + refused +
-                             "stop: " + refused + "open: " + second + " is where save writes file 2\n" +
-                             "save: " + third + " is open as file 2\n");
+                             "stop: " + refused + "save: " + third + " is open as file 2\n");
+    EXPECT_THAT(out.str(), HasSubstr("File 3: " + second + "\n"));
     EXPECT_EQ(directory.read("m.xml"), "<a x='2'/>\n");
     EXPECT_EQ(directory.read("n.xml"), "<b y='1'/>\n");
     EXPECT_EQ(directory.read("k.xml"), "<b y='2'/>\n");
@@ -254,6 +254,14 @@ TEST_F(SessionFilesTest, TheFirstIsSavedWhereTheCommandLineSaysAndTheOthersInThe
     EXPECT_EQ(directory.read("m.xml"), original);
     EXPECT_EQ(directory.read("o.xml"), "<a x='2'/>\n");
     EXPECT_EQ(directory.read("n.xml"), "<b y='2'/>\n");
+}
+
+TEST_F(SessionFilesTest, WhereTheFirstWillBeSavedNoOtherIsOpened)
+{
+    directory.write("o.xml", original);
+    EXPECT_FALSE(play({"files", "open " + other}, {.savePath = other, .sourceName = "s"}));
+    EXPECT_THAT(out.str(), StartsWith("> 1 " + path + " (save writes " + other + ")\n1 file\n"));
+    EXPECT_EQ(err.str(), "s:2: open: " + other + " is where save writes file 1\n");
 }
 
 TEST_F(SessionFilesTest, WhatOtherProgramsMayRefuseIsToldWhenItIsOpened)

@@ -48,8 +48,38 @@ TEST_F(SessionTest, ThatIsToldAlsoOfWhatWasSavedAndUnderAnotherName)
     type({"save " + other, writing("o.xml", changed), "save " + other, "save " + link, "export " + link,
           "save"});
     EXPECT_EQ(err.str(), "save: " + other + " was changed" + refusal + "save: " + link + " was changed" +
-                             refusal + "export: " + link + " was changed" + refusal);
+                             refusal + "export: " + link + " was changed" + refusal + "save: " + other +
+                             " was changed" + refusal);
     EXPECT_EQ(directory.read("o.xml"), changed);
+}
+
+TEST_F(SessionTest, SaveWithAFileMakesThatTheFile)
+{
+    type({"set /a/@x 2", "save " + other, "files", "diff", "set /a/@x 3", "save", "diff"});
+    EXPECT_EQ(err.str(), "");
+    EXPECT_THAT(out.str(), HasSubstr("Saved " + other + " (11 bytes)\n> 1 " + other +
+                                     "\n1 file\nNo difference from " + other + "\n"));
+    EXPECT_THAT(out.str(), EndsWith("Saved " + other + " (11 bytes)\nNo difference from " + other + "\n"));
+    EXPECT_EQ(directory.read("o.xml"), "<a x='3'/>\n");
+    EXPECT_EQ(directory.read("m.xml"), original);
+}
+
+TEST_F(SessionTest, InAScriptItIsTheFileOfWhatIsSavedFromThenOn)
+{
+    EXPECT_TRUE(playScript({"set /a/@x 2", "save " + other, "files", "set /a/@x 3", "save"}));
+    EXPECT_EQ(err.str(), "");
+    EXPECT_THAT(out.str(), HasSubstr("> 1 " + path + " (save writes " + other + ")\n1 file\n"));
+    EXPECT_EQ(directory.read("o.xml"), "<a x='3'/>\n");
+    EXPECT_EQ(directory.read("m.xml"), original);
+}
+
+TEST_F(SessionTest, WhatIsNoFileDoesNotBecomeTheFile)
+{
+    type({"set /a/@x 2", "save /dev/null", "files", "save"});
+    EXPECT_THAT(out.str(), HasSubstr("> 1 " + path + "\n1 file\n"));
+    EXPECT_EQ(directory.read("m.xml"), "<a x='2'/>\n");
+    EXPECT_TRUE(playScript({"set /a/@x 3", "save /dev/null", "save"}));
+    EXPECT_EQ(directory.read("m.xml"), "<a x='3'/>\n");
 }
 
 TEST_F(SessionTest, ACopyThatWasExportedMayBeOverwrittenAndMayBeTheFileItself)
