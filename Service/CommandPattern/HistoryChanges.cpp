@@ -121,6 +121,7 @@ void HistoryChanges::tellOnce(const State& now)
         // A command has changed the history while it was undone or redone itself.
         changedRows[0] = {.first = 0, .removed = before.size, .inserted = told.size};
         count = 1;
+        change.undoneCommandLeft = false;
     }
     if (count != 0 && changedRows[count - 1] == RowChange{.first = changedRows[count - 1].first})
     {

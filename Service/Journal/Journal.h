@@ -62,8 +62,8 @@ public:
     /// How it writes.
     struct Options
     {
-        Durability durability = Durability::Interval;
-        std::chrono::milliseconds interval{500};
+        Durability durability = Durability::Interval; ///< when a change reaches the disk
+        std::chrono::milliseconds interval{500};      ///< see Durability::Interval
 
         /// The most that the file may take, in bytes. Beyond, nothing more is written, see Failures.
         std::uint64_t maxBytes = std::uint64_t{1} << 32;

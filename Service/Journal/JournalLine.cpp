@@ -20,7 +20,7 @@ namespace
 
 [[noreturn]] void refuseUnknownChange()
 {
-    throw VdException("A command has changed the history while it was undone or redone.");
+    throw VdException("A command, or a listener, has changed the history while it was being changed.");
 }
 
 // All sub-commands of a macro, at every depth.
@@ -95,6 +95,11 @@ void JournalLine::restore(const JournalContents& contents, const CommandManager&
 
 void JournalLine::follow(const HistoryChange& change)
 {
+    if (change.undoneCommandLeft && change.rows.size() > 1)
+    {
+        // Which one that was cannot be told.
+        refuseUnknownChange();
+    }
     std::uint64_t done = change.positionBefore;
     for (const RowChange& replaced : change.rows)
     {

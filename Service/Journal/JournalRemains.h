@@ -11,7 +11,7 @@ namespace Valdane
 /// What is in a journal that nobody writes any more.
 struct JournalRemains
 {
-    std::filesystem::path file;
+    std::filesystem::path file;                  ///< of the journal
     std::string document;                        ///< whose, as Journal::start() was told
     std::chrono::system_clock::time_point since; ///< when that was
     std::uint64_t steps = 0;                     ///< in the history, done or undone
