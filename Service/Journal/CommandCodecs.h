@@ -32,8 +32,8 @@ class MacroCommand;
 /// macro, the sub-commands are kept for every command. A codec does the rest.
 ///
 /// Data. JSON as nlohmann-json has it, with its binary values for bytes; texts may be any bytes, too. In a file it is CBOR,
-/// so that a double comes back exactly, only not what a NaN carries. Texts and binary values of 4 KiB and more are stored once for all
-/// commands that have the same.
+/// so that a double comes back exactly, but for what a NaN carries. Texts and binary values of 4 KiB and more are stored
+/// once for all commands that have the same.
 ///
 /// Cost: the stack does not grow with the depth of macros.
 ///
