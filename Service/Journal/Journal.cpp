@@ -3,16 +3,12 @@
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Signals/Signal.h"
 #include "Service/CommandPattern/CommandManager.h"
-#include "Service/CommandPattern/HistoryChange.h"
 #include "Service/Journal/JournalFile.h"
-#include "Service/Journal/JournalLine.h"
+#include "Service/Journal/JournalFollower.h"
 #include "Service/Journal/JournalReplay.h"
-#include "Service/Journal/JournalWriter.h"
 
 #include <algorithm>
 #include <exception>
-#include <map>
-#include <nlohmann/json.hpp>
 #include <utility>
 
 namespace Valdane
@@ -94,159 +90,35 @@ public:
         }
     }
 
-    /// Follows the manager from now on.
-    void connect(CommandManager& followed);
+    void makeFollower(CommandManager& manager, bool replaysFromBase);
 
-    /// Does @p work, which follows a change. What it throws ends the journal.
-    template <typename Work>
-    void follow(const Work& work);
-
-    void post();
-    void setText(const char* key, std::string text);
-    void end(const std::string& why);
-    void tellFailure();
-    void disconnect();
-
-    /// Whether changes are kept.
-    bool isWriting() const
-    {
-        return line != nullptr && failure.empty();
-    }
+    /// What was in the file is in the history now, or gone.
+    void forgetRemains();
 
     const CommandCodecs& codecs;
     Options options;
     std::unique_ptr<JournalFile> file;
     JournalContents contents;
     std::optional<JournalRemains> remains;
-    CommandManager* manager = nullptr;
-    std::unique_ptr<JournalWriter> writer;
-    std::unique_ptr<JournalLine> line;
-    /// What is posted with the next change.
-    std::vector<JournalOp> held;
-    JournalState posted;
-    bool isHeld = false;
+    std::unique_ptr<JournalFollower> follower;
+    /// Of recover().
     std::string failure;
-    bool isTold = false;
     Signals::Signal<void(const std::string&)> sigEnded;
-    std::vector<Signals::Connection> connections;
 };
 
-void Journal::Private::connect(CommandManager& followed)
+void Journal::Private::makeFollower(CommandManager& manager, bool replaysFromBase)
 {
-    manager = &followed;
-    connections.push_back(followed.connectToSigHistoryChanged(
-        [this](const HistoryChange& change)
-        {
-            follow(
-                [&]
-                {
-                    line->follow(change);
-                    if (line->readFrom(*manager, false))
-                    {
-                        post();
-                    }
-                });
-        }));
-    const auto readPending = [this](bool newestChanged)
-    {
-        follow(
-            [&]
-            {
-                if (line->readFrom(*manager, newestChanged))
-                {
-                    post();
-                }
-            });
-    };
-    connections.push_back(followed.connectToSigCommandPending([readPending] { readPending(true); }));
-    connections.push_back(followed.connectToSigOpenGroupsChanged(
-        [this, readPending]
-        {
-            nlohmann::json descriptions = nlohmann::json::array();
-            for (const std::string& description : manager->getOpenGroups())
-            {
-                descriptions.push_back(description);
-            }
-            setText(JournalKey::Groups,
-                    descriptions.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
-            readPending(false);
-        }));
-    // What waits to be merged is dropped without a change of the history.
-    connections.push_back(followed.connectToSigCommandQueueChanged(
-        [readPending](CommandManager::QueueChangeReason reason)
-        {
-            if (reason == CommandManager::QueueCleared)
-            {
-                readPending(false);
-            }
-        }));
+    follower = std::make_unique<JournalFollower>(codecs, *file, manager,
+                                                 JournalFollower::Options{.replaysFromBase = replaysFromBase,
+                                                                          .delay = delayOf(options),
+                                                                          .maxBytes = options.maxBytes},
+                                                 [this](const std::string& why) { sigEnded(why); });
 }
 
-template <typename Work>
-void Journal::Private::follow(const Work& work)
+void Journal::Private::forgetRemains()
 {
-    if (!isWriting())
-    {
-        return;
-    }
-    try
-    {
-        work();
-    }
-    catch (const std::exception& exception)
-    {
-        end(exception.what());
-    }
-    tellFailure();
-}
-
-void Journal::Private::post()
-{
-    JournalChange change = line->takeChange();
-    held.insert(held.end(), std::make_move_iterator(change.ops.begin()),
-                std::make_move_iterator(change.ops.end()));
-    if (isHeld)
-    {
-        return;
-    }
-    change.ops = std::exchange(held, {});
-    if (change.ops.empty() && change.state == posted)
-    {
-        return;
-    }
-    posted = change.state;
-    writer->post(std::move(change));
-    failure = writer->getFailure();
-}
-
-void Journal::Private::setText(const char* key, std::string text)
-{
-    held.push_back({.kind = JournalOp::Kind::SetText, .entry = {}, .key = key, .text = std::move(text)});
-}
-
-// Recovery ends with what was written before.
-void Journal::Private::end(const std::string& why)
-{
-    failure = why;
-    JournalChange last{.ops = {}, .state = posted};
-    last.ops.push_back(
-        {.kind = JournalOp::Kind::SetText, .entry = {}, .key = JournalKey::Ended, .text = why});
-    writer->post(std::move(last));
-}
-
-void Journal::Private::tellFailure()
-{
-    if (!failure.empty() && !std::exchange(isTold, true))
-    {
-        disconnect();
-        const std::string text = failure;
-        sigEnded(text);
-    }
-}
-
-void Journal::Private::disconnect()
-{
-    connections.clear();
+    remains.reset();
+    contents = {};
 }
 
 std::vector<JournalRemains> Journal::find(const std::filesystem::path& folder)
@@ -349,42 +221,34 @@ Journal::Recovery Journal::recover(CommandManager& manager, const std::string& d
         bool isDone = replay.replayRows(isAtSaving);
         if (isDone)
         {
-            d->line = std::make_unique<JournalLine>(d->codecs, fromBase);
-            d->line->restore(d->contents, manager, isAtSaving);
-            d->writer = std::make_unique<JournalWriter>(*d->file, delayOf(d->options), d->options.maxBytes);
-            d->isHeld = true;
-            d->connect(manager);
+            d->makeFollower(manager, fromBase);
+            d->follower->followRestored(d->contents, isAtSaving);
             isDone = replay.replayPending();
             manager.setUsesMaxQueueSize(usesLimit);
         }
-        recovery.failure = isDone ? d->failure : replay.getFailure();
+        recovery.failure = isDone ? d->follower->getFailure() : replay.getFailure();
     }
     catch (const std::exception& exception)
     {
         recovery.failure = exception.what();
     }
     manager.setUsesMaxQueueSize(usesLimit);
-    d->isHeld = false;
     recovery.steps = std::min(manager.getQueueSize(), recovery.all);
     if (!recovery.failure.empty())
     {
-        d->disconnect();
-        d->writer.reset();
-        d->line.reset();
-        d->held.clear();
+        d->follower.reset();
         d->failure = recovery.failure;
         return recovery;
     }
     if (isAtSaving)
     {
-        d->setText(JournalKey::Saved, digest);
+        d->follower->setText(JournalKey::Saved, digest);
     }
-    d->setText(JournalKey::Closed, "0");
-    d->setText(JournalKey::Groups, "[]");
-    d->setText(JournalKey::Ended, "");
-    d->post();
-    d->remains.reset();
-    d->contents = {};
+    d->follower->setText(JournalKey::Closed, "0");
+    d->follower->setText(JournalKey::Groups, "[]");
+    d->follower->setText(JournalKey::Ended, "");
+    d->follower->resume();
+    d->forgetRemains();
     return recovery;
 }
 
@@ -394,8 +258,7 @@ void Journal::start(CommandManager& manager, const Start& start)
     {
         throw VdException("A journal starts with an empty history.");
     }
-    d->disconnect();
-    d->writer.reset();
+    d->follower.reset();
     d->file->startOver({{JournalKey::Document, start.document},
                         {JournalKey::Since, textOfNow()},
                         {JournalKey::Base, start.digest},
@@ -403,87 +266,65 @@ void Journal::start(CommandManager& manager, const Start& start)
                         {JournalKey::Saved, start.digest}},
                        start.base.has_value() ? &*start.base : nullptr);
     d->failure.clear();
-    d->isTold = false;
-    d->held.clear();
-    d->remains.reset();
-    d->contents = {};
-    d->line = std::make_unique<JournalLine>(d->codecs, start.base.has_value());
-    d->writer = std::make_unique<JournalWriter>(*d->file, delayOf(d->options), d->options.maxBytes);
-    d->connect(manager);
-    d->follow(
-        [this, &manager]
-        {
-            d->line->readFrom(manager, false);
-            d->post();
-        });
+    d->forgetRemains();
+    d->makeFollower(manager, start.base.has_value());
+    d->follower->follow();
 }
 
 void Journal::willSave(const std::string& digest)
 {
-    d->follow(
-        [&]
-        {
-            d->line->noteSaving();
-            d->setText(JournalKey::Saving, digest);
-            d->post();
-        });
-    flush();
+    if (d->follower != nullptr)
+    {
+        d->follower->noteSaving(digest);
+        flush();
+    }
 }
 
 void Journal::didSave()
 {
-    d->follow(
-        [this]
-        {
-            d->line->noteSaved();
-            d->held.push_back({.kind = JournalOp::Kind::AdoptSaving, .entry = {}, .key = {}, .text = {}});
-            d->post();
-        });
+    if (d->follower != nullptr)
+    {
+        d->follower->noteSaved();
+    }
 }
 
 void Journal::writeSoon()
 {
-    if (d->writer != nullptr)
+    if (d->follower != nullptr)
     {
-        d->writer->writeSoon();
+        d->follower->writeSoon();
     }
 }
 
 void Journal::flush()
 {
-    if (d->writer != nullptr)
+    if (d->follower != nullptr)
     {
-        d->writer->flush();
-        d->follow([this] { d->failure = d->writer->getFailure(); });
+        d->follower->flush();
     }
 }
 
 void Journal::close()
 {
-    d->disconnect();
-    d->writer.reset();
-    d->line.reset();
-    d->remains.reset();
+    d->follower.reset();
+    d->forgetRemains();
     d->file->remove();
 }
 
 void Journal::closeAndKeep()
 {
-    d->follow(
-        [this]
-        {
-            d->setText(JournalKey::Closed, "1");
-            d->post();
-        });
-    flush();
-    d->disconnect();
-    d->writer.reset();
-    d->line.reset();
+    if (d->follower != nullptr)
+    {
+        d->follower->setText(JournalKey::Closed, "1");
+        d->follower->post();
+        d->follower->flush();
+        d->follower.reset();
+    }
 }
 
 std::string Journal::getFailure() const
 {
-    return d->failure.empty() && d->writer != nullptr ? d->writer->getFailure() : d->failure;
+    return d->follower == nullptr ? d->failure : d->follower->getFailure();
 }
 
 Signals::Connection Journal::connectToSigEnded(const Signals::Slot<void(const std::string&)>& slot)

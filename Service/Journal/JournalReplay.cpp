@@ -182,8 +182,12 @@ bool JournalReplay::execute(const Command& command)
     {
         manager.finalizeThread();
     }
-    failure = failure.empty() ? "'" + command->getLogDescription() + "' did not end." : failure;
-    return manager.getPosition() == before + 1;
+    if (manager.getPosition() == before + 1)
+    {
+        return true;
+    }
+    failure = failure.empty() ? "'" + command->getDescription() + "' was aborted." : failure;
+    return false;
 }
 
 void JournalReplay::adoptMarks()
