@@ -1,3 +1,4 @@
+#include "Platform/ExceptionHandling/VdException.h"
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/MacroCommand.h"
 #include "Service/Journal/CommandCodecs.h"
@@ -5,8 +6,6 @@
 #include "Service/Journal/Journal.h"
 #include "Tests/Service/Journal/Sheet.h"
 #include "Tests/Service/Journal/TemporaryFolder.h"
-
-#include "Platform/ExceptionHandling/VdException.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -57,7 +56,8 @@ public:
         : keeps(keepsOfCodec),
           random(seed),
           program(keeps),
-          journal(program.codecs, folder.path() / "used.journal", {.durability = Journal::Durability::EachCommand})
+          journal(program.codecs, folder.path() / "used.journal",
+                  {.durability = Journal::Durability::EachCommand})
     {
         journal.start(program.manager, {.document = "sheet", .digest = saved.text(), .base = baseText()});
     }
@@ -245,7 +245,8 @@ private:
         const std::filesystem::path copy = folder.path() / "left.journal";
         for (const char* const suffix : {"", "-wal"})
         {
-            std::filesystem::copy_file(folder.path() / (std::string("used.journal") + suffix), copy.string() + suffix,
+            std::filesystem::copy_file(folder.path() / (std::string("used.journal") + suffix),
+                                       copy.string() + suffix,
                                        std::filesystem::copy_options::overwrite_existing);
         }
         Program next(keeps);
@@ -259,7 +260,8 @@ private:
         }
         catch (const std::exception& exception)
         {
-            ASSERT_THAT(exception.what(), testing::HasSubstr("cannot be replayed on the saved document")) << trace();
+            ASSERT_THAT(exception.what(), testing::HasSubstr("cannot be replayed on the saved document"))
+                << trace();
             ASSERT_EQ(next.manager.getQueueSize(), 0U);
             ++refused;
             return;
