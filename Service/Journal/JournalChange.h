@@ -23,7 +23,9 @@ struct JournalEntry
 {
     std::int64_t place = 0;
     JournalKind kind = JournalKind::Row;
-    std::uint32_t depth = 0;  ///< of one that is pending: how many groups are open around it
+    /// Of one that is pending: how many groups are open around it. Of a row: how many sub-commands behind the first one
+    /// were executed before it, because they had waited for it.
+    std::uint32_t depth = 0;
     nlohmann::json data = {}; ///< see CommandCodecs
 };
 

@@ -74,7 +74,8 @@ void JournalLine::restore(const JournalContents& contents, const CommandManager&
             rows.push_back({.place = entry.place,
                             .command = manager.getCommand(rows.size()),
                             .isKnown = true,
-                            .isNew = false});
+                            .isNew = false,
+                            .waited = entry.depth});
             continue;
         }
         others.emplace(entry.place, Other{.kind = JournalKind::Loose, .depth = 0, .command = {}});
@@ -82,7 +83,7 @@ void JournalLine::restore(const JournalContents& contents, const CommandManager&
         if (entry.kind == JournalKind::Pending && !isFromBase && entry.place < state.saved)
         {
             // The document has it, and nothing will take it in any more.
-            markLoose(entry.place);
+            mark(entry.place, JournalKind::Loose);
         }
         else if (entry.kind == JournalKind::Pending)
         {
@@ -127,7 +128,20 @@ void JournalLine::follow(const HistoryChange& change)
         insertRows(first, replaced.inserted);
         done += replaced.first <= done ? replaced.inserted : 0;
     }
+    forgetWaited(static_cast<std::size_t>(change.positionAfter), static_cast<std::size_t>(done));
     state.position = change.positionAfter;
+}
+
+// What was undone is redone in the order of the sub-commands.
+void JournalLine::forgetWaited(std::size_t first, std::size_t end)
+{
+    for (std::size_t index = first; index < end; ++index)
+    {
+        if (std::exchange(rows[index].waited, 0) != 0)
+        {
+            mark(rows[index].place, JournalKind::Row);
+        }
+    }
 }
 
 void JournalLine::removeRow(std::size_t index, bool isStillDone)
@@ -149,7 +163,7 @@ void JournalLine::removeRow(std::size_t index, bool isStillDone)
     }
     others.emplace(row.place, Other{.kind = JournalKind::Loose, .depth = 0, .command = row.command});
     ++looseCount;
-    markLoose(row.place);
+    mark(row.place, JournalKind::Loose);
 }
 
 void JournalLine::insertRows(std::size_t first, std::uint64_t count)
@@ -197,8 +211,9 @@ void JournalLine::readRows(const CommandManager& manager)
             refuseUnknownChange();
         }
         row.command = command;
-        adoptLoose(*command);
-        write({.place = row.place, .kind = JournalKind::Row, .depth = 0, .data = {}}, *command, row.isNew);
+        row.waited += adoptLoose(*command);
+        write({.place = row.place, .kind = JournalKind::Row, .depth = row.waited, .data = {}}, *command,
+              row.isNew);
         row.isNew = false;
         row.isKnown = true;
         --unknownRows;
@@ -250,18 +265,19 @@ void JournalLine::dropPending(std::int64_t place)
     if (other.depth == 0)
     {
         other.kind = JournalKind::Loose;
+        other.hasWaited = true;
         ++looseCount;
-        markLoose(place);
+        mark(place, JournalKind::Loose);
         return;
     }
     leave(place, false);
     others.erase(place);
 }
 
-void JournalLine::markLoose(std::int64_t place)
+void JournalLine::mark(std::int64_t place, JournalKind kind)
 {
     ops.push_back({.kind = JournalOp::Kind::Mark,
-                   .entry = {.place = place, .kind = JournalKind::Loose, .depth = 0, .data = {}},
+                   .entry = {.place = place, .kind = kind, .depth = 0, .data = {}},
                    .key = {},
                    .text = {}});
 }
@@ -272,17 +288,20 @@ void JournalLine::writePending(std::int64_t place, const CommandBase& command, b
     write({.place = place, .kind = JournalKind::Pending, .depth = others.at(place).depth}, command, isNew);
 }
 
-void JournalLine::adoptLoose(const CommandBase& command)
+// @return how many of them have waited for the command.
+std::uint32_t JournalLine::adoptLoose(const CommandBase& command)
 {
     if (looseCount == 0)
     {
-        return;
+        return 0;
     }
+    std::uint32_t waited = 0;
     const std::unordered_set<const CommandBase*> parts = collectParts(command);
     for (auto other = others.begin(); other != others.end();)
     {
         if (other->second.kind == JournalKind::Loose && parts.contains(other->second.command.lock().get()))
         {
+            waited += other->second.hasWaited ? 1 : 0;
             if (other->second.isInFile)
             {
                 leave(other->first, false);
@@ -300,6 +319,7 @@ void JournalLine::adoptLoose(const CommandBase& command)
             ++other;
         }
     }
+    return waited;
 }
 
 void JournalLine::write(JournalEntry entry, const CommandBase& command, bool isNew)

@@ -58,8 +58,9 @@ private:
     {
         std::int64_t place;
         std::weak_ptr<const CommandBase> command;
-        bool isKnown; ///< whether the file has it as it is
-        bool isNew;   ///< whether the file has nothing at its place
+        bool isKnown;             ///< whether the file has it as it is
+        bool isNew;               ///< whether the file has nothing at its place
+        std::uint32_t waited = 0; ///< see JournalEntry::depth
     };
 
     struct Other
@@ -68,6 +69,7 @@ private:
         std::uint32_t depth;
         std::weak_ptr<const CommandBase> command;
         bool isInFile = true;
+        bool hasWaited = false; ///< whether the next command takes it in
     };
 
     void removeRow(std::size_t index, bool isStillDone);
@@ -75,9 +77,10 @@ private:
     void readRows(const CommandManager& manager);
     void readPending(const CommandManager& manager, bool newestChanged);
     void dropPending(std::int64_t place);
-    void markLoose(std::int64_t place);
+    void mark(std::int64_t place, JournalKind kind);
     void writePending(std::int64_t place, const CommandBase& command, bool isNew);
-    void adoptLoose(const CommandBase& command);
+    std::uint32_t adoptLoose(const CommandBase& command);
+    void forgetWaited(std::size_t first, std::size_t end);
     void write(JournalEntry entry, const CommandBase& command, bool isNew);
     void leave(std::int64_t place, bool isUndone);
     void eraseSavedLoose();

@@ -111,7 +111,8 @@ bool JournalReplay::replayDone()
         {
             clear();
         }
-        if (!execute(commands[index]))
+        if (!(isRow && entry.depth != 0 ? executeMerged(commands[index], entry.depth)
+                                        : execute(commands[index])))
         {
             return false;
         }
@@ -165,6 +166,25 @@ void JournalReplay::closeGroups()
     {
         manager.endGroup();
     }
+}
+
+// The commands that had waited come first, and the manager makes the macro again.
+bool JournalReplay::executeMerged(const Command& command, std::uint32_t waited)
+{
+    const auto macro = std::dynamic_pointer_cast<MacroCommand>(command);
+    if (macro == nullptr || macro->size() != waited + std::size_t{1})
+    {
+        return execute(command);
+    }
+    const std::list<Command> parts(macro->begin(), macro->end());
+    for (auto part = std::next(parts.begin()); part != parts.end(); ++part)
+    {
+        if (!manager.addCommandToMergeWithNextCommand(*part, macro->getUseForwardUndoOrder()))
+        {
+            return false;
+        }
+    }
+    return execute(parts.front());
 }
 
 // As it was executed first: what has threads is rolled back as a run if it fails.

@@ -51,6 +51,7 @@ private:
     bool replayDone();
     void closeGroups();
     bool execute(const Command& command);
+    bool executeMerged(const Command& command, std::uint32_t waited);
     void adoptMarks();
 
     const JournalContents& contents;

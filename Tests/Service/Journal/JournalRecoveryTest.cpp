@@ -4,7 +4,7 @@
 #include "Service/Journal/CommandCodecs.h"
 #include "Service/Journal/CoreCodecs.h"
 #include "Service/Journal/Journal.h"
-#include "Tests/Service/Journal/Sheet.h"
+#include "Tests/Service/Journal/Program.h"
 #include "Tests/Service/Journal/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -24,31 +24,7 @@ namespace
 
 using Keeps = CommandCodecs::Keeps;
 
-// An application with one document.
-struct Program
-{
-    explicit Program(Keeps keeps)
-    {
-        addCoreCodecs(codecs, [] { return nullptr; });
-        addTypeDigit(codecs, sheet, keeps);
-    }
-
-    Sheet sheet;
-    CommandCodecs codecs;
-    CommandManager manager;
-};
-
-std::vector<std::string> rowsOf(const CommandManager& manager)
-{
-    std::vector<std::string> rows;
-    for (std::uint64_t row = 0; row < manager.getQueueSize(); ++row)
-    {
-        rows.push_back(manager.getCommand(row)->getDescription());
-    }
-    return rows;
-}
-
-// One that is used at random, and dies after each step: a copy of its journal is recovered each time.
+// A program that is used at random, and dies after each step: a copy of its journal is recovered each time.
 class Session
 {
 public:
@@ -243,12 +219,7 @@ private:
     void dieAndRecover(const Sheet& onDisk)
     {
         const std::filesystem::path copy = folder.path() / "left.journal";
-        for (const char* const suffix : {"", "-wal"})
-        {
-            std::filesystem::copy_file(folder.path() / (std::string("used.journal") + suffix),
-                                       copy.string() + suffix,
-                                       std::filesystem::copy_options::overwrite_existing);
-        }
+        copyJournal(folder.path() / "used.journal", copy);
         Program next(keeps);
         next.sheet = baseText().has_value() ? Sheet() : onDisk;
         Journal left(next.codecs, copy, {.durability = Journal::Durability::EachCommand});
@@ -305,11 +276,7 @@ private:
         const Sheet expected = next.sheet;
         const std::uint64_t expectedPosition = next.manager.getPosition();
         const std::filesystem::path again = folder.path() / "again.journal";
-        for (const char* const suffix : {"", "-wal"})
-        {
-            std::filesystem::copy_file(copy.string() + suffix, again.string() + suffix,
-                                       std::filesystem::copy_options::overwrite_existing);
-        }
+        copyJournal(copy, again);
         Program third(keeps);
         third.sheet = baseText().has_value() ? Sheet() : onDisk;
         Journal journalAgain(third.codecs, again);

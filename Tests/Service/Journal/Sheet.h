@@ -4,12 +4,11 @@
 #include "Service/CommandPattern/MergeableCommand.h"
 #include "Service/Journal/CommandCodecs.h"
 
-#include <nlohmann/json.hpp>
-
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
 
@@ -40,7 +39,10 @@ class TypeDigit : public CommandBase, public MergeableCommand
 {
 public:
     TypeDigit(Sheet& edited, std::size_t cellIndex, int typedDigit)
-        : CommandBase("type " + std::to_string(typedDigit)), sheet(edited), cell(cellIndex), digits(typedDigit)
+        : CommandBase("type " + std::to_string(typedDigit)),
+          sheet(edited),
+          cell(cellIndex),
+          digits(typedDigit)
     {
     }
 
