@@ -183,6 +183,10 @@ const std::optional<JournalRemains>& Journal::getRemains() const
 
 std::string Journal::readBase()
 {
+    if (d->follower != nullptr)
+    {
+        d->follower->post();
+    }
     flush();
     return d->file->readBase();
 }
@@ -252,23 +256,33 @@ Journal::Recovery Journal::recover(CommandManager& manager, const std::string& d
     return recovery;
 }
 
-void Journal::start(CommandManager& manager, const Start& start)
+void Journal::start(CommandManager& manager, Start start)
 {
     if (manager.getQueueSize() != 0 || manager.getPendingCount() != 0 || !manager.getOpenGroups().empty())
     {
         throw VdException("A journal starts with an empty history.");
     }
-    d->follower.reset();
-    d->file->startOver({{JournalKey::Document, start.document},
-                        {JournalKey::Since, textOfNow()},
-                        {JournalKey::Base, start.digest},
-                        {JournalKey::HasBase, start.base.has_value() ? "1" : "0"},
-                        {JournalKey::Saved, start.digest}},
-                       start.base.has_value() ? &*start.base : nullptr);
+    using Kind = JournalOp::Kind;
+    std::vector<JournalOp> ops(1);
+    ops.front().kind = Kind::StartOver;
+    const auto add = [&ops](Kind kind, const char* key, std::string text)
+    {
+        ops.push_back({.kind = kind, .entry = {}, .key = key, .text = std::move(text)});
+    };
+    add(Kind::SetText, JournalKey::Document, std::move(start.document));
+    add(Kind::SetText, JournalKey::Since, textOfNow());
+    add(Kind::SetText, JournalKey::Base, start.digest);
+    add(Kind::SetText, JournalKey::HasBase, start.base.has_value() ? "1" : "0");
+    add(Kind::SetText, JournalKey::Saved, std::move(start.digest));
+    const bool replaysFromBase = start.base.has_value();
+    if (replaysFromBase)
+    {
+        add(Kind::SetBase, "", std::move(*start.base));
+    }
     d->failure.clear();
     d->forgetRemains();
-    d->makeFollower(manager, start.base.has_value());
-    d->follower->follow();
+    d->makeFollower(manager, replaysFromBase);
+    d->follower->follow(std::move(ops));
 }
 
 void Journal::willSave(const std::string& digest)

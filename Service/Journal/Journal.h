@@ -116,9 +116,10 @@ public:
     ///         is another one, a command cannot be read, or replay does not lead from the saved document to what was.
     Recovery recover(CommandManager& manager, const std::string& digest);
 
-    /// Keeps the history of @p manager from now on, in place of what is in the file.
-    /// @throws VdException if the manager has a history, or the file cannot be written.
-    void start(CommandManager& manager, const Start& start);
+    /// Keeps the history of @p manager from now on, in place of what is in the file. That stays there until the first
+    /// change of the history; who changes nothing writes nothing.
+    /// @throws VdException if the manager has a history.
+    void start(CommandManager& manager, Start start);
 
     /// The document is about to be saved as it is now, and has @p digest then. Waits until that is in the file.
     void willSave(const std::string& digest);

@@ -41,6 +41,8 @@ struct JournalOp
         Retire,      ///< the entry at place is undone and gone, but in the saved document
         ForgetOld,   ///< the retired entries
         SetText,     ///< text of the key
+        StartOver,   ///< nothing of what was in the file stays
+        SetBase,     ///< text is the document before the first entry
         AdoptSaving, ///< the digest of the save that had begun is that of the saved document
     };
 

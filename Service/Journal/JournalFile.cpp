@@ -425,34 +425,6 @@ std::string JournalFile::readBase()
                   });
 }
 
-void JournalFile::startOver(const std::map<std::string, std::string>& texts, const std::string* base)
-{
-    naming(path, "cannot be written",
-           [&]
-           {
-               inTransaction(
-                   *statements,
-                   [&]
-                   {
-                       run("DELETE FROM text; DELETE FROM entry; DELETE FROM retired; DELETE FROM uses; "
-                           "DELETE FROM blob; DELETE FROM base; DELETE FROM state");
-                       for (const auto& [key, text] : texts)
-                       {
-                           statements->setText
-                               .bind(std::string_view(key), std::string_view(text), sumOf(key + text))
-                               .run();
-                       }
-                       SqliteStatement addPart(database, "INSERT INTO base(data, sum) VALUES(?, ?)");
-                       for (std::size_t at = 0; base != nullptr && at < base->size(); at += BasePartBytes)
-                       {
-                           const std::string_view part = std::string_view(*base).substr(at, BasePartBytes);
-                           addPart.bind(part, sumOf(part)).run();
-                       }
-                       putState({});
-                   });
-           });
-}
-
 void JournalFile::write(std::span<const JournalChange> changes, std::uint64_t maxBytes)
 {
     naming(path, "cannot be written",
@@ -512,6 +484,13 @@ void JournalFile::apply(const JournalOp& op)
     case JournalOp::Kind::Erase:
         erase(place);
         return;
+    case JournalOp::Kind::StartOver:
+        run("DELETE FROM text; DELETE FROM entry; DELETE FROM retired; DELETE FROM uses; DELETE FROM blob; "
+            "DELETE FROM base; DELETE FROM state");
+        return;
+    case JournalOp::Kind::SetBase:
+        putBase(op.text);
+        return;
     case JournalOp::Kind::ForgetOld:
         statements->forget.run();
         run("DELETE FROM uses WHERE place NOT IN (SELECT place FROM entry)");
@@ -524,6 +503,16 @@ void JournalFile::apply(const JournalOp& op)
         statements->setText.bind(std::string_view(op.key), std::string_view(op.text), sumOf(op.key + op.text))
             .run();
         return;
+    }
+}
+
+void JournalFile::putBase(std::string_view base)
+{
+    SqliteStatement addPart(database, "INSERT INTO base(data, sum) VALUES(?, ?)");
+    for (std::size_t at = 0; at < base.size(); at += BasePartBytes)
+    {
+        const std::string_view part = base.substr(at, BasePartBytes);
+        addPart.bind(part, sumOf(part)).run();
     }
 }
 

@@ -56,11 +56,8 @@ public:
     /// @throws VdException if anything in it is damaged.
     JournalContents read();
 
-    /// The document before the first entry, as startOver() was given it.
+    /// The document before the first entry.
     std::string readBase();
-
-    /// Makes it the file of a new document.
-    void startOver(const std::map<std::string, std::string>& texts, const std::string* base);
 
     /// Makes all changes, or none. @throws VdException also if the file would exceed @p maxBytes.
     void write(std::span<const JournalChange> changes, std::uint64_t maxBytes);
@@ -82,6 +79,7 @@ private:
     void prepareTables();
     void requireIntact();
     void apply(const JournalOp& op);
+    void putBase(std::string_view base);
     void adoptSaving();
     void put(const JournalEntry& entry);
     void storeBlobs(nlohmann::json& value, std::int64_t place);

@@ -23,10 +23,10 @@ JournalFollower::JournalFollower(const CommandCodecs& codecs, JournalFile& file,
 
 JournalFollower::~JournalFollower() = default;
 
-void JournalFollower::follow()
+void JournalFollower::follow(std::vector<JournalOp> start)
 {
+    held = std::move(start);
     connect();
-    attempt([this] { read(false); });
 }
 
 void JournalFollower::followRestored(const JournalContents& contents, bool isAtSaving)

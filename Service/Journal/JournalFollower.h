@@ -44,8 +44,8 @@ public:
     /// Writes what waits.
     ~JournalFollower();
 
-    /// Follows from now on, with the manager as it is.
-    void follow();
+    /// Follows from now on, with an empty history. The first change writes @p start, too.
+    void follow(std::vector<JournalOp> start);
 
     /// Follows from now on, but writes nothing before resume(). The manager has the rows of @p contents, which are in the
     /// file.
