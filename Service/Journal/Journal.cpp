@@ -58,6 +58,7 @@ JournalRemains remainsOf(const JournalContents& contents, const std::filesystem:
                            .hasBase = hasBase(contents),
                            .digest = contents.text(hasBase(contents) ? JournalKey::Base : JournalKey::Saved),
                            .savedDigest = contents.text(JournalKey::Saved),
+                           .savingDigest = contents.text(JournalKey::Saving),
                            .ended = contents.text(JournalKey::Ended),
                            .damage = {}};
     // Done since the save, or undone behind it; what could be redone is not counted.
@@ -157,6 +158,7 @@ std::vector<JournalRemains> Journal::find(const std::filesystem::path& folder)
                              .since = {},
                              .digest = {},
                              .savedDigest = {},
+                             .savingDigest = {},
                              .ended = {},
                              .damage = exception.what()});
         }

@@ -19,9 +19,11 @@ struct JournalRemains
     bool isClosed = false;   ///< whether Journal::closeAndKeep() was called: nothing was lost
     bool hasBase = false;    ///< whether the document before the first step is in it
     std::string digest;      ///< of the document that recover() needs
-    std::string savedDigest; ///< of the document as it was saved last, or is about to be
-    std::string ended;       ///< why it ends before the history did; empty if it does not
-    std::string damage;      ///< why it cannot be read; all else but the file is empty then
+    std::string savedDigest; ///< of the document as it was saved last
+    std::string
+        savingDigest;   ///< of the save that had begun last, which may have replaced it; empty if none has
+    std::string ended;  ///< why it ends before the history did; empty if it does not
+    std::string damage; ///< why it cannot be read; all else but the file is empty then
 };
 
 } // namespace Valdane

@@ -114,8 +114,9 @@ public:
         std::map<std::string, XmlValue>::node_type value{}; ///< if somebody has asked for it
     };
 
-    /// A key that no text of the element has had.
-    std::size_t makeTextKey();
+    /// A key that no text of the element has; those above it are free, too. The same for the same texts, whatever there
+    /// was before, so that a history that is done again finds the same names.
+    std::size_t findFreeTextKey();
 
     /// Adds the child @p node, which was not in the element, to the texts.
     ///
