@@ -83,9 +83,10 @@ public:
         : codecs(usedCodecs),
           options(usedOptions),
           file(std::make_unique<JournalFile>(std::move(path))),
-          contents(file->read())
+          contents(file->read()),
+          wasEmpty(contents.isEmpty)
     {
-        if (!contents.isEmpty)
+        if (!wasEmpty)
         {
             remains = remainsOf(contents, file->getPath());
         }
@@ -100,6 +101,8 @@ public:
     Options options;
     std::unique_ptr<JournalFile> file;
     JournalContents contents;
+    /// Whether nothing was in the file when it was opened.
+    bool wasEmpty;
     std::optional<JournalRemains> remains;
     std::unique_ptr<JournalFollower> follower;
     /// Of recover().
@@ -320,11 +323,24 @@ void Journal::flush()
     }
 }
 
+void Journal::setDocument(const std::string& document)
+{
+    if (d->follower != nullptr)
+    {
+        d->follower->setText(JournalKey::Document, document);
+        d->follower->post();
+    }
+}
+
 void Journal::close()
 {
+    const bool isReplaced = d->follower == nullptr || d->follower->hasPosted();
     d->follower.reset();
     d->forgetRemains();
-    d->file->remove();
+    if (isReplaced || d->wasEmpty)
+    {
+        d->file->remove();
+    }
 }
 
 void Journal::closeAndKeep()

@@ -127,13 +127,17 @@ public:
     /// It was saved. @pre willSave() came before (not checked).
     void didSave();
 
+    /// The document has another name from now on.
+    void setDocument(const std::string& document);
+
     /// Has what waits written now. Does not wait for it.
     void writeSoon();
 
     /// Waits until everything is written, or writing has failed.
     void flush();
 
-    /// The document is closed and nothing of it is to be recovered: deletes the file. What follows is not kept.
+    /// The document is closed and nothing of it is to be recovered: deletes the file, unless that still has what start()
+    /// was to replace. What follows is not kept.
     void close();
 
     /// The document is closed, and its history is to be there tomorrow. Waits until all is in the file.

@@ -139,6 +139,7 @@ void JournalFollower::post()
     }
     change.ops = std::exchange(held, {});
     posted = change.state;
+    isPosted = true;
     writer.post(std::move(change));
     failure = writer.getFailure();
 }

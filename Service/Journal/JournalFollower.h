@@ -58,6 +58,12 @@ public:
     /// Has what was noted so far written.
     void post();
 
+    /// Whether anything was.
+    bool hasPosted() const noexcept
+    {
+        return isPosted;
+    }
+
     /// The document is about to be saved with this digest, or was saved, as it is now.
     void noteSaving(const std::string& digest);
     void noteSaved();
@@ -87,6 +93,7 @@ private:
     std::vector<JournalOp> held;
     JournalState posted;
     bool isHeld = false;
+    bool isPosted = false;
     std::string failure;
     bool isTold = false;
     std::vector<Signals::Connection> connections;

@@ -30,11 +30,29 @@ std::string digestOf(const std::string& bytes)
     return std::to_string(bytes.size()) + " bytes, " + sumOf(bytes);
 }
 
-std::filesystem::path journalOf(const std::filesystem::path& folder, const std::string& path)
+std::string wholePath(const std::string& path)
+{
+    return std::filesystem::weakly_canonical(path).string();
+}
+
+// A model that was saved elsewhere has the journal of the file that it was loaded from.
+std::filesystem::path journalOf(const std::filesystem::path& folder, const std::string& document)
 {
     std::filesystem::create_directories(folder);
-    const std::filesystem::path whole = std::filesystem::weakly_canonical(path);
-    return folder / (whole.filename().string() + "-" + sumOf(whole.string()) + ".journal");
+    for (const Valdane::JournalRemains& remains : Valdane::Journal::find(folder))
+    {
+        if (remains.document == document)
+        {
+            return remains.file;
+        }
+    }
+    const auto plain = std::filesystem::path(document).filename().string() + "-" + sumOf(document);
+    auto free = folder / (plain + ".journal");
+    for (int number = 2; std::filesystem::exists(free); ++number)
+    {
+        free = folder / (plain + "-" + std::to_string(number) + ".journal");
+    }
+    return free;
 }
 
 } // namespace
@@ -45,8 +63,9 @@ std::filesystem::path FileJournal::findFolder()
     return folder.empty() ? std::filesystem::path() : std::filesystem::path(folder) / "journals";
 }
 
-FileJournal::FileJournal(const std::filesystem::path& folder, const std::string& path)
-    : name(path), journal(codecs, journalOf(folder, path))
+FileJournal::FileJournal(const std::filesystem::path& folder, const std::string& path,
+                         Valdane::Journal::Durability durability)
+    : name(wholePath(path)), journal(codecs, journalOf(folder, name), {.durability = durability})
 {
     addEditCodecs(codecs, [this]() -> XmlModel& { return *followed; });
 }
@@ -89,9 +108,19 @@ void FileJournal::willSave(const std::string& bytes)
     journal.willSave(digestOf(bytes));
 }
 
-void FileJournal::didSave()
+void FileJournal::didSave(const std::string& path)
 {
     journal.didSave();
+    if (const auto saved = wholePath(path); saved != name)
+    {
+        name = saved;
+        journal.setDocument(name);
+    }
+}
+
+void FileJournal::writeSoon()
+{
+    journal.writeSoon();
 }
 
 void FileJournal::close()

@@ -34,9 +34,11 @@ public:
 
     /// Opens the journal of the file @p path, in @p folder, which is made if it is not there.
     ///
+    /// @param durability  Interval: half a second.
     /// @throws VdException if another program has it open, or it cannot be read or written;
     ///         std::filesystem::filesystem_error.
-    FileJournal(const std::filesystem::path& folder, const std::string& path);
+    FileJournal(const std::filesystem::path& folder, const std::string& path,
+                Valdane::Journal::Durability durability);
     FileJournal(const FileJournal&) = delete;
     FileJournal& operator=(const FileJournal&) = delete;
     ~FileJournal();
@@ -60,9 +62,14 @@ public:
     /// Follows a model that was loaded just now, in place of what remains.
     void start(XmlModel& model, Valdane::CommandManager& manager);
 
-    /// The file is about to hold @p bytes, which is the model as it is; then, it does.
+    /// A file is about to hold @p bytes, which is the model as it is.
     void willSave(const std::string& bytes);
-    void didSave();
+
+    /// It does. From now on the journal is that of the file @p path.
+    void didSave(const std::string& path);
+
+    /// Has what was done so far written, and does not wait for it.
+    void writeSoon();
 
     /// The file is closed, and nothing of it is to come back; or its history is.
     void close();

@@ -63,7 +63,7 @@ TEST_P(FileJournals, RandomEditsComeBackWithTheirHistory)
     {
         SCOPED_TRACE(seed);
         ScriptWriter writer(original, seed);
-        FileJournal journal(folder("used"), pathOfModel());
+        FileJournal journal(folder("used"), pathOfModel(), Valdane::Journal::Durability::WhenIdle);
         auto& manager = writer.getEditor().getManager();
         journal.start(writer.getModel(), manager);
         std::string script;
@@ -77,7 +77,7 @@ TEST_P(FileJournals, RandomEditsComeBackWithTheirHistory)
             const auto bytes = writer.getResult().toBytes();
             journal.willSave(bytes);
             die();
-            FileJournal left(folder("left"), pathOfModel());
+            FileJournal left(folder("left"), pathOfModel(), Valdane::Journal::Durability::WhenIdle);
             ASSERT_TRUE(left.getRemains().has_value());
             EXPECT_TRUE(left.fits(bytes));
             EXPECT_TRUE(left.fits(original));
