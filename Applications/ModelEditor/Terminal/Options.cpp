@@ -188,8 +188,8 @@ typed at a terminal with line editing, or as a script.
                     step (trace)
   --keep-going      do not stop a script at a line that fails
   --no-journal      do not keep what is typed and not saved, see below
-  --keep-history    at a terminal: bring the steps of the last session back, to be
-                    undone, and keep those of this one
+  --keep-history    at a terminal: bring the steps of the last session back, so
+                    that they can be undone, and keep those of this one
 
 Nothing is written but by the commands save, export, diff and stop. A script,
 and so -e, stops at the first line that fails and then writes nothing: what it
