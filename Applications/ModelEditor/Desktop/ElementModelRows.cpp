@@ -32,8 +32,10 @@ pugi::xml_node ElementModel::elementFrom(pugi::xml_node node)
 void ElementModel::rebuild()
 {
     levels.clear();
+    unfilled.clear();
     auto top = std::make_unique<Level>();
     top->children = {model.getRoot()->getElement()};
+    top->isWhole = true;
     levels.emplace(nullptr, std::move(top));
 }
 
@@ -66,13 +68,72 @@ ElementModel::Level* ElementModel::requireLevel(pugi::xml_node element, Level* a
         level->element = element;
         level->above = above;
         level->row = rowAbove;
-        for (auto child = elementFrom(element.first_child()); child;
-             child = elementFrom(child.next_sibling()))
+        level->children = takeRows(*level, portion);
+        if (!level->isWhole)
         {
-            level->children.push_back(child);
+            unfilled.push_back(element.internal_object());
+            filler.start();
         }
     }
     return level.get();
+}
+
+// The first element that has no row yet.
+pugi::xml_node ElementModel::nextOf(const Level& level)
+{
+    return elementFrom(level.children.empty() ? level.element.first_child()
+                                              : level.children.back().next_sibling());
+}
+
+std::vector<pugi::xml_node> ElementModel::takeRows(Level& level, std::size_t most)
+{
+    std::vector<pugi::xml_node> rows;
+    auto next = nextOf(level);
+    for (; !next.empty() && rows.size() < most; next = elementFrom(next.next_sibling()))
+    {
+        rows.push_back(next);
+    }
+    level.isWhole = next.empty();
+    return rows;
+}
+
+void ElementModel::fill(Level& level, std::size_t most)
+{
+    const auto rows = takeRows(level, most);
+    if (!rows.empty())
+    {
+        const auto first = static_cast<int>(level.children.size());
+        beginInsertRows(indexOf(level), first, first + static_cast<int>(rows.size()) - 1);
+        level.children.insert(level.children.end(), rows.begin(), rows.end());
+        endInsertRows();
+    }
+}
+
+// Twice as many rows each time: a view looks at all of them after each.
+void ElementModel::fillNext()
+{
+    while (!unfilled.empty())
+    {
+        const auto level = levels.find(unfilled.back());
+        if (level != levels.end() && !level->second->isWhole)
+        {
+            fill(*level->second, std::max(portion, level->second->children.size()));
+            return;
+        }
+        unfilled.pop_back();
+    }
+    filler.stop();
+}
+
+void ElementModel::fillUpTo(Level& level, pugi::xml_node child)
+{
+    std::size_t count = 1;
+    auto next = nextOf(level);
+    for (; !next.empty() && next != child; next = elementFrom(next.next_sibling()))
+    {
+        ++count;
+    }
+    fill(level, count);
 }
 
 // Rows move when others come and go, so they are looked for from where they were last.
@@ -117,7 +178,12 @@ QModelIndex ElementModel::findIndex(pugi::xml_node element, int column)
     {
         const auto node = way.back();
         const auto below = levels.find(node.internal_object());
-        const int row = rowOf(*level, node, below == levels.end() ? 0 : below->second->row);
+        int row = rowOf(*level, node, below == levels.end() ? 0 : below->second->row);
+        if (row < 0 && !level->isWhole)
+        {
+            fillUpTo(*level, node);
+            row = rowOf(*level, node, static_cast<int>(level->children.size()));
+        }
         if (row < 0)
         {
             return {};
@@ -188,6 +254,7 @@ void ElementModel::setModified(std::set<const Valdane::Object*> modules)
 void ElementModel::setFrozen(bool frozen)
 {
     isFrozen = frozen;
+    frozen ? filler.stop() : filler.start();
 }
 
 // What comes and goes below an element that nobody has looked into has no rows.
@@ -217,8 +284,11 @@ void ElementModel::onChildren(const XmlChildren& children)
 
 void ElementModel::insert(Level& level, std::span<const pugi::xml_node> elements)
 {
+    // What comes behind the last row gets its row later if others do, too.
+    const auto last = level.children.empty() ? pugi::xml_node() : level.children.back();
     std::vector<pugi::xml_node> wanted;
-    for (auto child = elementFrom(level.element.first_child()); child;
+    for (auto child = elementFrom(level.element.first_child());
+         child && (level.isWhole || (!last.empty() && (wanted.empty() || wanted.back() != last)));
          child = elementFrom(child.next_sibling()))
     {
         wanted.push_back(child);
@@ -261,9 +331,14 @@ void ElementModel::remove(Level& level, std::span<const pugi::xml_node> elements
     int row = 0;
     for (const auto element : elements)
     {
-        while (level.children[static_cast<std::size_t>(row)] != element)
+        while (row < static_cast<int>(level.children.size()) &&
+               level.children[static_cast<std::size_t>(row)] != element)
         {
             ++row;
+        }
+        if (row == static_cast<int>(level.children.size()))
+        {
+            break; // neither it nor those behind it have rows yet
         }
         runs.empty() || runs.back().first + runs.back().second != row ? void(runs.emplace_back(row, 1))
                                                                       : void(++runs.back().second);
@@ -309,7 +384,7 @@ bool ElementModel::hasChildren(const QModelIndex& parent) const
     const auto level = levels.find(node.internal_object());
     if (parent.column() > 0 || level != levels.end())
     {
-        return parent.column() == 0 && !level->second->children.empty();
+        return parent.column() == 0 && !(level->second->children.empty() && level->second->isWhole);
     }
     return !isFrozen && !elementFrom(node.first_child()).empty();
 }

@@ -23,7 +23,7 @@ OpenDocument::OpenDocument(LoadedModel loaded, Valdane::ActiveHistory& active, K
       model(std::move(loaded.model)),
       modules(std::make_shared<ModelModules>(model->getRoot())),
       known(knownFiles),
-      elements(*model),
+      elements(*model, ElementModel::Filling::Gradual),
       history(manager),
       saveState(manager),
       policy(manager),
