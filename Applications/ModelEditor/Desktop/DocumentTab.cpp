@@ -308,7 +308,9 @@ void DocumentTab::select(pugi::xml_node element)
     const auto index = document->getElements().findIndex(element);
     if (index.isValid())
     {
-        tree->setCurrentIndex(index);
+        // Alone, even while a person holds Ctrl for the key of undo.
+        tree->selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect |
+                                                           QItemSelectionModel::Rows);
         tree->scrollTo(index);
     }
 }

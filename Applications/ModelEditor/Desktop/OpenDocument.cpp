@@ -311,10 +311,11 @@ void OpenDocument::write(const std::string& file, Tracker tracker)
     }
     saveState.saved(tracker);
     changeLater();
-    const auto shown = QString::fromStdString(file);
-    Q_EMIT noted(whyInPlace.empty()
-                     ? tr("%1 saved").arg(shown)
-                     : tr("%1 saved in place: %2").arg(shown, QString::fromStdString(whyInPlace)));
+    const QFileInfo shown(QString::fromStdString(file));
+    Q_EMIT noted(whyInPlace.empty() ? tr("%1 saved").arg(shown.fileName())
+                                    : tr("%1 saved in place: %2")
+                                          .arg(shown.fileName(), QString::fromStdString(whyInPlace)),
+                 shown.absoluteFilePath());
 }
 
 // Once for many changes.

@@ -103,8 +103,8 @@ public:
 Q_SIGNALS:
     /// Nothing has changed, and why.
     void refused(const QString& what, const QString& why);
-    /// What a person should know about an edit, a run or a file.
-    void noted(const QString& text);
+    /// What a person should know about an edit, a run or a file. @param tip  what is too long to be read at once.
+    void noted(const QString& text, const QString& tip = {});
     /// When the event loop runs after changes of the model, its history, or what is saved.
     void changed();
     /// A run has begun or is over.
