@@ -45,7 +45,9 @@ std::vector<AttributeModel::Row> AttributeModel::readRows() const
         const std::string name = attribute.name();
         const auto part = partOf(name);
         found.push_back({.name = name,
-                         .text = part == Part::Value ? object->getShownText(name) : attribute.value(),
+                         .text = part == Part::Value && !isNamespaceDeclaration(name)
+                                     ? object->getShownText(name)
+                                     : attribute.value(),
                          .part = part});
     }
     for (const auto& name : object->getAttributeNames())

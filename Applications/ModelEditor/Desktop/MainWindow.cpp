@@ -225,7 +225,11 @@ void MainWindow::showCurrent()
         setWindowTitle(document.getName() + "[*] – " + tr("Model Editor"));
         titleFollows = Valdane::showModified(*this, document.getSaveState(), OpenDocument::Saved);
         document.activate();
-        tab->setFocus();
+        // Who types a value and saves goes on typing.
+        if (!tab->isAncestorOf(focusWidget()))
+        {
+            tab->setFocus();
+        }
     }
     for (const auto& [owner, status] : runs)
     {

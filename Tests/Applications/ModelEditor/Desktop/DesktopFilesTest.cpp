@@ -1,3 +1,4 @@
+#include "Applications/ModelEditor/Desktop/AttributeView.h"
 #include "Applications/ModelEditor/Desktop/DocumentTab.h"
 #include "Applications/ModelEditor/Desktop/RunActions.h"
 #include "Tests/Applications/ModelEditor/Desktop/DesktopTour.h"
@@ -124,8 +125,11 @@ TEST_F(DesktopFiles, WhatIsRecordedIsNeitherSavedNorClosed)
     type(tab, "b", "2");
     EXPECT_FALSE(window.save(tab));
     EXPECT_THAT(takeBox(), HasSubstr("finish or discard the recording first"));
+    std::string told;
+    onNextDialog([&](QWidget& /*dialog*/) { told = takeBox(); });
     EXPECT_FALSE(window.closeTab(tab));
-    EXPECT_EQ(takeBox(), "Edits are being recorded. Finish or discard the recording first.");
+    settle();
+    EXPECT_EQ(told, "Edits are being recorded. Finish or discard the recording first.");
     EXPECT_EQ(read("a.xml"), "<a b=\"1\"/>");
     trigger(actions.finish);
     EXPECT_TRUE(window.save(tab));
@@ -199,7 +203,9 @@ TEST_F(DesktopFiles, WhatIsSavedIsToldByNameAndTheWholePathIsInTheTip)
 {
     auto& tab = openBytes("a.xml", "<a b=\"1\"/>");
     type(tab, "b", "2");
+    ASSERT_TRUE(tab.getAttributes().hasFocus());
     trigger(actions.save);
+    EXPECT_TRUE(tab.getAttributes().hasFocus());
     EXPECT_EQ(window.statusBar()->currentMessage(), "a.xml saved");
     EXPECT_EQ(window.statusBar()->toolTip().toStdString(), (directory.getPath() / "a.xml").string());
     tab.insertElement("<c/>");

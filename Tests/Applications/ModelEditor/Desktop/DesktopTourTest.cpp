@@ -245,4 +245,17 @@ TEST_F(DesktopTour, AnElementIsShownWithWhatItsStartTagHas)
     EXPECT_THAT(texts, ElementsAre("b", "n", "c=1   d=2", "b", "", "some text", "b", "", ""));
 }
 
+TEST_F(DesktopTour, ANamespaceIsShownAndNotEdited)
+{
+    auto& tab = openBytes("a.xml", "<a xmlns:n=\"http://names\" xmlns=\"urn:all\" b=\"1\"/>");
+    std::vector<std::string> values;
+    for (const auto* const name : {"xmlns:n", "xmlns", "b"})
+    {
+        const auto value = valueIndex(tab, name);
+        const bool isEditable = (value.flags() & Qt::ItemIsEditable) != 0;
+        values.push_back(value.data().toString().toStdString() + (isEditable ? " (editable)" : ""));
+    }
+    EXPECT_THAT(values, ElementsAre("http://names", "urn:all", "1 (editable)"));
+}
+
 } // namespace

@@ -218,20 +218,27 @@ TEST(ElementModelOfManyElements, ManySeparateSiblingsAreAReset)
     EXPECT_EQ(reset.count(), 2);
 }
 
-TEST_F(ElementModelTest, LevelsBelowAnElementThatGoesAreForgotten)
+// So many that new elements get the memory of those that have gone.
+TEST(ElementModelOfManyElements, ForgetsTheLevelsBelowAnElementThatGoes)
 {
-    XmlModel deep("<a><b><c><x/><y/></c></b></a>", "a.xml");
-    ElementModel rows(deep);
-    for (int i = 0; i < 3; ++i)
+    XmlModel xml("<a></a>", "a.xml");
+    ElementModel model(xml);
+    for (const std::string tag : {"x", "y", "x", "y"})
     {
-        ASSERT_EQ(textOf(rows), "a(b(c(x y)))");
-        const auto taken = makeDelete(deep, {"/a/b"});
-        taken.command->execute();
-        EXPECT_EQ(textOf(rows), "a");
-        taken.command->undo();
-        const auto x = rows.findIndex(deep.select("/a/b/c/x").nodes.at(0).node);
-        EXPECT_EQ(x.parent().data().toString(), "c");
-        EXPECT_EQ(x.parent().parent().data().toString(), "b");
+        std::string inner;
+        for (int i = 0; i < 2000; ++i)
+        {
+            inner += "<c><" + tag + "/></c>";
+        }
+        makeInsert(xml, {"/a", "<b>" + inner + "</b>"}).command->execute();
+        std::string expected;
+        for (int i = 0; i < 2000; ++i)
+        {
+            expected += (i == 0 ? "c(" : " c(") + tag + ")";
+        }
+        ASSERT_EQ(textOf(model), "a(b(" + expected + "))");
+        makeDelete(xml, {"/a/b"}).command->execute();
+        ASSERT_EQ(textOf(model), "a");
     }
 }
 
