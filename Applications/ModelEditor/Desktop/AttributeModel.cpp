@@ -93,6 +93,11 @@ bool AttributeModel::isNumber(int row) const
     return type != ValueType::Text && type != ValueType::Bool;
 }
 
+void AttributeModel::setEditable(bool editable)
+{
+    isEditable = editable;
+}
+
 int AttributeModel::rowCount(const QModelIndex& parent) const
 {
     return parent.isValid() ? 0 : static_cast<int>(rows.size());
@@ -158,8 +163,8 @@ bool AttributeModel::setData(const QModelIndex& index, const QVariant& value, in
 Qt::ItemFlags AttributeModel::flags(const QModelIndex& index) const
 {
     const auto flags = QAbstractTableModel::flags(index);
-    const bool isFixed =
-        !index.isValid() || isNamespaceDeclaration(rows.at(static_cast<std::size_t>(index.row())).name);
+    const bool isFixed = !isEditable || !index.isValid() ||
+                         isNamespaceDeclaration(rows.at(static_cast<std::size_t>(index.row())).name);
     return index.column() == Value && !isFixed ? flags | Qt::ItemIsEditable : flags;
 }
 

@@ -161,6 +161,10 @@ Qt::ItemFlags ElementModel::flags(const QModelIndex& index) const
     {
         return Qt::NoItemFlags;
     }
+    if (!isEditable)
+    {
+        return QAbstractItemModel::flags(index);
+    }
     const bool hasName = !getNode(index).attribute("name").empty();
     const bool isRoot = !parent(index).isValid();
     return QAbstractItemModel::flags(index) | Qt::ItemIsDropEnabled |
@@ -198,7 +202,7 @@ bool ElementModel::canDropMimeData(const QMimeData* data, Qt::DropAction action,
                                    const QModelIndex& parent) const
 {
     const auto words = data->data(QString::fromLatin1(mimeOfElements)).split(' ');
-    if (isFrozen || action != Qt::MoveAction || words.size() < 2 ||
+    if (isFrozen || !isEditable || action != Qt::MoveAction || words.size() < 2 ||
         words.front().toULongLong() != reinterpret_cast<qulonglong>(this) || !parent.isValid())
     {
         return false;

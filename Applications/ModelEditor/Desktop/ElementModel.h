@@ -76,6 +76,8 @@ public:
     void setModified(std::set<const Valdane::Object*> modules);
 
     void setFrozen(bool frozen);
+    /// Whether names can be edited, and rows dragged; at first they can.
+    void setEditable(bool editable);
 
     QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
     QModelIndex parent(const QModelIndex& index) const override;
@@ -144,6 +146,7 @@ private:
     std::set<const Valdane::Object*> modified;
     std::vector<pugi::xml_node> changed;
     bool isFrozen = false;
+    bool isEditable = true;
 };
 
 } // namespace ModelEditor

@@ -191,6 +191,11 @@ void ElementModel::setFrozen(bool frozen)
     frozen ? filler.stop() : filler.start();
 }
 
+void ElementModel::setEditable(bool editable)
+{
+    isEditable = editable;
+}
+
 bool ElementModel::hasChildren(const QModelIndex& parent) const
 {
     if (!parent.isValid())

@@ -253,6 +253,7 @@ void MainWindow::showState()
         {
             state.isOpen = true;
             state.isBusy = document.isBusy();
+            state.isReadable = document.isReadable();
             state.isRecording = document.isRecording();
             state.isModified = isModified;
         }
@@ -272,7 +273,7 @@ void MainWindow::showResult(const QString& title, const QString& text)
 void MainWindow::showFinding(const QString& line)
 {
     auto* const tab = getCurrent();
-    if (tab == nullptr || tab->getDocument().isBusy() || !line.startsWith(QLatin1Char('/')))
+    if (tab == nullptr || !tab->getDocument().isReadable() || !line.startsWith(QLatin1Char('/')))
     {
         return;
     }

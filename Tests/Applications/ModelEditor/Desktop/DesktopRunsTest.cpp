@@ -1,5 +1,7 @@
+#include "Applications/ModelEditor/Desktop/AttributeView.h"
 #include "Applications/ModelEditor/Desktop/DocumentTab.h"
 #include "Applications/ModelEditor/Desktop/ElementView.h"
+#include "Applications/ModelEditor/Desktop/FindReplaceBar.h"
 #include "Applications/ModelEditor/Desktop/RunActions.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
 #include "Tests/Applications/ModelEditor/Desktop/DesktopTour.h"
@@ -12,7 +14,11 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QTabWidget>
 #include <QTest>
+#include <iterator>
+#include <string>
+#include <vector>
 
 // What is done on another thread.
 
@@ -117,6 +123,66 @@ TEST_F(DesktopRuns, WhatCannotBeScaledIsLeftAloneAndListedOrNothingIsScaled)
     ASSERT_TRUE(ModelEditor::RunActions::scale(tab.getDocument(), "//@*", "2", false));
     settle();
     EXPECT_EQ(bytesOf(tab), "<a b=\"1\" c=\"word\" d=\"2.5\"/>");
+}
+
+TEST_F(DesktopRuns, OneReadsOnAndEditsNothingWhileTheModelIsChecked)
+{
+    auto& tab = openCopyOf("fleet-of-26.urdf");
+    auto& document = tab.getDocument();
+    tab.getTree().expandAll();
+    ASSERT_TRUE(ModelEditor::RunActions::check(document));
+    ASSERT_TRUE(document.isBusy());
+    // The end of the run is told by the event loop, which is not asked here.
+    std::vector<std::string> wrong;
+    for (const auto& selected : document.getModel().select("//*").nodes)
+    {
+        tab.select(selected.node);
+        const auto row = tab.getTree().currentIndex();
+        const auto attributes = selected.node.attributes();
+        const auto count = std::distance(attributes.begin(), attributes.end());
+        const bool isRight = row.data().toString() == selected.node.name() &&
+                             tab.getAttributes().model()->rowCount() >= count &&
+                             (row.flags() & (Qt::ItemIsDragEnabled | Qt::ItemIsDropEnabled)) == 0;
+        isRight ? void() : wrong.push_back(selected.getAddress());
+    }
+    EXPECT_THAT(wrong, testing::ElementsAre());
+    tab.getFindBar().findChild<QLineEdit*>("find")->setText("//mass");
+    EXPECT_TRUE(actions.findNext->isEnabled());
+    EXPECT_FALSE(actions.replace->isEnabled());
+    actions.findNext->trigger();
+    const auto isEditable = [&]
+    {
+        return (valueIndex(tab, "value").flags() & Qt::ItemIsEditable) != 0;
+    };
+    EXPECT_EQ(tab.getTree().currentIndex().data().toString(), "mass");
+    EXPECT_FALSE(isEditable());
+    ASSERT_TRUE(document.isBusy());
+    settle();
+    EXPECT_TRUE(isEditable());
+    select(tab, "//link[1]");
+    EXPECT_TRUE(tab.getTree().currentIndex().flags() & Qt::ItemIsDragEnabled);
+}
+
+TEST_F(DesktopRuns, DuringAScaleItsTabShowsAPictureAndTheOthersAreUsed)
+{
+    auto& other = openBytes("a.xml", "<a b=\"1\"/>");
+    auto& tab = openCopyOf("ur5_robot.urdf");
+    ASSERT_TRUE(ModelEditor::RunActions::scale(tab.getDocument(), "//mass/@value", "10", true));
+    EXPECT_FALSE(tab.getTree().isEnabled());
+    EXPECT_FALSE(actions.find->isEnabled());
+    window.findChild<QTabWidget*>("tabs")->setCurrentWidget(&other);
+    other.getDocument().edit("Set", [](auto& model) { return makeSet(model, {"/a/@b", "2"}); });
+    EXPECT_TRUE(window.save(other));
+    EXPECT_EQ(read("a.xml"), "<a b=\"2\"/>");
+    EXPECT_TRUE(actions.undo->isEnabled());
+    actions.undo->trigger();
+    EXPECT_EQ(bytesOf(other), "<a b=\"1\"/>");
+    EXPECT_TRUE(window.saveAll());
+    EXPECT_EQ(read("a.xml"), "<a b=\"1\"/>");
+    ASSERT_TRUE(tab.getDocument().isBusy());
+    settle();
+    EXPECT_TRUE(tab.getTree().isEnabled());
+    EXPECT_EQ(valueOf(tab, "//link[2]//mass/@value"), "37.0");
 }
 
 } // namespace
