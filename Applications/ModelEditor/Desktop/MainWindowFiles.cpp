@@ -116,7 +116,11 @@ void MainWindow::addTab(LoadedModel loaded, int index)
     connect(&document, &OpenDocument::changed, this, &MainWindow::showState);
     connect(&document, &OpenDocument::busyChanged, this, &MainWindow::showState);
     connect(&document, &OpenDocument::noted, this,
-            [this](const QString& text) { statusBar()->showMessage(text, 8000); });
+            [this](const QString& text, const QString& tip)
+            {
+                statusBar()->showMessage(text, 8000);
+                statusBar()->setToolTip(tip);
+            });
     connect(&document, &OpenDocument::resultReady, this, &MainWindow::showResult);
     tabs->insertTab(index, tab, document.getName());
     tabs->setCurrentIndex(index);

@@ -46,6 +46,13 @@ public:
         Exported = 1,
     };
 
+    /// Who may look at the model during a run.
+    enum class Beside
+    {
+        Nobody,  ///< it changes the model on the other thread
+        Readers, ///< it does nothing there but read nodes and texts
+    };
+
     using MakeEdit = std::function<Edit(XmlModel& model)>;
     /// What came of a run, for people.
     using TellResult = std::function<QString()>;
@@ -68,8 +75,10 @@ public:
     /// From now on undo and redo concern this one.
     void activate();
 
-    /// Whether a run has the model, which must not be looked at then.
+    /// Whether a run is there, so that nothing is edited. It has the model for itself unless isReadable().
     bool isBusy() const;
+    /// Whether the model may be looked at: its elements, objects, values and addresses.
+    bool isReadable() const;
     bool isModified() const;
     bool isRecording() const;
 
@@ -83,10 +92,10 @@ public:
     void endStep();
 
     /// Starts work on another thread. @return whether it was started.
-    bool start(const std::shared_ptr<Valdane::ThreadedCommand>& command, TellResult tell);
+    bool start(const std::shared_ptr<Valdane::ThreadedCommand>& command, Beside allowed, TellResult tell);
 
     /// The same for a macro that is made now. @param tell  may be empty.
-    bool start(const QString& what,
+    bool start(const QString& what, Beside allowed,
                const std::function<std::shared_ptr<Valdane::ThreadedMacroCommand>(XmlModel& model)>& make,
                std::function<QString(const Valdane::ThreadedMacroCommand&)> tell);
 
@@ -103,8 +112,8 @@ public:
 Q_SIGNALS:
     /// Nothing has changed, and why.
     void refused(const QString& what, const QString& why);
-    /// What a person should know about an edit, a run or a file.
-    void noted(const QString& text);
+    /// What a person should know about an edit, a run or a file. @param tip  what is too long to be read at once.
+    void noted(const QString& text, const QString& tip = {});
     /// When the event loop runs after changes of the model, its history, or what is saved.
     void changed();
     /// A run has begun or is over.
@@ -135,6 +144,7 @@ private:
     Valdane::ActiveHistory::Document document;
     Valdane::ThreadedRun run;
     std::shared_ptr<Valdane::CommandBase> running;
+    Beside beside = Beside::Nobody;
     TellResult tellResult;
     bool isChangePending = false;
     Valdane::Signals::Connection failed;
