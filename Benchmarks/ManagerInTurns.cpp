@@ -6,7 +6,6 @@
 #include "Benchmarks/SecondThread.h"
 #include "Platform/Logging/Logging.h"
 #include "Service/CommandPattern/MacroCommand.h"
-#include "Service/CommandPattern/MergeableCommand.h"
 
 #include <spdlog/sinks/null_sink.h>
 #include <spdlog/spdlog.h>
@@ -25,18 +24,6 @@ constexpr std::size_t count = 1000;
 constexpr std::size_t repetitions = 501;
 
 const Logging logger("Benchmarks/ManagerInTurns");
-
-/// Sets a number, and takes in the next command that does.
-class DragNumber : public SetNumber, public MergeableCommand
-{
-public:
-    using SetNumber::SetNumber;
-
-    bool mergeWith(const CommandBase& next) override
-    {
-        return dynamic_cast<const DragNumber*>(&next) != nullptr;
-    }
-};
 
 using Add = std::function<void(CommandManager&, int& number)>;
 
