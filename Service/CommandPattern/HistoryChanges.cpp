@@ -49,10 +49,6 @@ Signals::Connection HistoryChanges::connect(const Signals::Slot<void(const Histo
 
 void HistoryChanges::noteRows(const RowChange& change) noexcept
 {
-    if (!isWatched)
-    {
-        return;
-    }
     hasChanged = true;
     if (rowCount != 0 && mergeInto(rows[rowCount - 1], change))
     {
@@ -62,14 +58,6 @@ void HistoryChanges::noteRows(const RowChange& change) noexcept
     if (areRowsComplete)
     {
         rows[rowCount++] = change;
-    }
-}
-
-void HistoryChanges::addModules(const ModuleSet& modules)
-{
-    if (isWatched)
-    {
-        modulesOfRemoved = modulesOfRemoved.unitedWith(modules);
     }
 }
 

@@ -72,7 +72,10 @@ public:
         if (removed + inserted != 0)
         {
             ++noted;
-            noteRows({.first = first, .removed = removed, .inserted = inserted});
+            if (isWatched)
+            {
+                noteRows({.first = first, .removed = removed, .inserted = inserted});
+            }
         }
     }
 
@@ -105,7 +108,13 @@ public:
     }
 
     /// Notes what a command modified that leaves the history. @throws std::bad_alloc, with nothing changed.
-    void addModules(const ModuleSet& modules);
+    void addModules(const ModuleSet& modules)
+    {
+        if (isWatched)
+        {
+            modulesOfRemoved = modulesOfRemoved.unitedWith(modules);
+        }
+    }
 
     /// Tells what has changed, if anything has. Called by a slot, it returns at once, and the change is told after
     /// that of which the slot was told.
