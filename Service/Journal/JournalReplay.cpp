@@ -49,11 +49,24 @@ std::uint64_t JournalReplay::countRows(const JournalContents& contents)
 
 bool JournalReplay::replayRows(bool isAtSaving)
 {
+    forgetMarks();
     if (!isFromBase)
     {
         startAtSaved(isAtSaving);
     }
     return replayDone() && manager.undo(rows - contents.state.position);
+}
+
+// The document as it is now was noted as saved when it was opened, which it may not be any more.
+void JournalReplay::forgetMarks()
+{
+    for (std::size_t tracker = 0; tracker < marks.size(); ++tracker)
+    {
+        if (manager.getSavedPosition(tracker).has_value() && !marks[tracker].has_value())
+        {
+            manager.markAllModulesBeforeFirstCommandAsModified();
+        }
+    }
 }
 
 // Has everything in the history that the saved document has, and undoes what was undone since and is gone.

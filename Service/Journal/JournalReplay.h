@@ -47,6 +47,7 @@ public:
 private:
     using Command = std::shared_ptr<CommandBase>;
 
+    void forgetMarks();
     void startAtSaved(bool isAtSaving);
     bool replayDone();
     void closeGroups();
