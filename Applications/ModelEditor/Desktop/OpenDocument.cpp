@@ -3,6 +3,7 @@
 #include "Applications/ModelEditor/Document/ModelFile.h"
 #include "Applications/ModelEditor/Document/XmlChange.h"
 #include "Applications/ModelEditor/Edits/ModelModules.h"
+#include "Applications/ModelEditor/Recovery/FileJournal.h"
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
@@ -109,6 +110,34 @@ const std::string& OpenDocument::getPath() const
 QString OpenDocument::getName() const
 {
     return QFileInfo(QString::fromStdString(path)).fileName();
+}
+
+void OpenDocument::keepJournal(std::unique_ptr<FileJournal> used)
+{
+    follow(std::move(used));
+    journal->start(*model, manager);
+}
+
+std::string OpenDocument::bringBack(std::unique_ptr<FileJournal> used)
+{
+    follow(std::move(used));
+    return journal->recover(*model, manager);
+}
+
+void OpenDocument::follow(std::unique_ptr<FileJournal> used)
+{
+    journal = std::move(used);
+    journalEnded = journal->connectToSigEnded(
+        [this](const std::string& why)
+        { Q_EMIT resultReady(tr("What is not saved is not kept any more"), QString::fromStdString(why)); });
+}
+
+void OpenDocument::closeJournal()
+{
+    if (journal != nullptr)
+    {
+        journal->close();
+    }
 }
 
 void OpenDocument::activate()
@@ -314,7 +343,16 @@ void OpenDocument::write(const std::string& file, Tracker tracker)
     requireIdle();
     requireNoRecording();
     const auto bytes = model->toBytes();
+    const bool isSave = tracker == Saved && journal != nullptr;
+    if (isSave)
+    {
+        journal->willSave(bytes);
+    }
     const auto [whyInPlace, state] = writeFile(file, bytes);
+    if (isSave)
+    {
+        journal->didSave(file);
+    }
     if (state && (tracker == Saved || known.isKnown(file)))
     {
         known.note(file, *state);

@@ -26,6 +26,7 @@ class ThreadedMacroCommand;
 namespace ModelEditor
 {
 
+class FileJournal;
 class ModelModules;
 
 /// A file that is open: its model, its history, and what was saved. Has no widgets.
@@ -71,6 +72,19 @@ public:
     const std::string& getPath() const;
     /// Its name without folders.
     QString getName() const;
+
+    /// Keeps what is done from now on in a journal. @pre nothing was done yet (not checked).
+    void keepJournal(std::unique_ptr<FileJournal> used);
+
+    /// Brings back what a program that died has left in a journal, and goes on there.
+    ///
+    /// @return why not all came back; empty if it did.
+    /// @throws VdException, nothing has changed then.
+    /// @pre the model is that of FileJournal::loadBase(), and nothing was done yet (not checked).
+    std::string bringBack(std::unique_ptr<FileJournal> used);
+
+    /// The document is closed well, so that nothing of it is to come back.
+    void closeJournal();
 
     /// From now on undo and redo concern this one.
     void activate();
@@ -122,6 +136,7 @@ Q_SIGNALS:
     void resultReady(const QString& title, const QString& text);
 
 private:
+    void follow(std::unique_ptr<FileJournal> used);
     bool carryOut(const QString& what, const MakeEdit& make,
                   const std::function<bool(const std::shared_ptr<Valdane::CommandBase>&)>& execute);
     bool tryTo(const QString& what, const std::function<void()>& begin);
@@ -142,11 +157,13 @@ private:
     Valdane::SaveState saveState;
     Valdane::MergePolicy policy;
     Valdane::ActiveHistory::Document document;
+    std::unique_ptr<FileJournal> journal;
     Valdane::ThreadedRun run;
     std::shared_ptr<Valdane::CommandBase> running;
     Beside beside = Beside::Nobody;
     TellResult tellResult;
     bool isChangePending = false;
+    Valdane::Signals::Connection journalEnded;
     Valdane::Signals::Connection failed;
     Valdane::Signals::Connection historyChanged;
     Valdane::Signals::Connection executed;

@@ -77,6 +77,12 @@ const std::optional<Valdane::JournalRemains>& FileJournal::getRemains() const
     return journal.getRemains();
 }
 
+bool FileJournal::hasUnsaved() const
+{
+    const auto& remains = getRemains();
+    return remains && !remains->isClosed && remains->unsavedSteps != 0;
+}
+
 bool FileJournal::fits(const std::string& bytes) const
 {
     const auto digest = digestOf(bytes);

@@ -46,6 +46,9 @@ public:
     /// What a program has left that died, or that has closed the file and kept its history.
     const std::optional<Valdane::JournalRemains>& getRemains() const;
 
+    /// Whether a program has died with something unsaved.
+    bool hasUnsaved() const;
+
     /// Whether the file, which holds @p bytes, is as that program has saved it last. @pre something remains (not checked).
     bool fits(const std::string& bytes) const;
 

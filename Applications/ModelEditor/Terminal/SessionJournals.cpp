@@ -62,7 +62,7 @@ void Session::keepJournal(OpenFile& file)
 bool Session::recoverOrStart(OpenFile& file, FileJournal& journal)
 {
     const auto& remains = journal.getRemains();
-    const bool isLost = remains && !remains->isClosed && remains->unsavedSteps != 0;
+    const bool isLost = journal.hasUnsaved();
     if (isLost || (remains && settings.keepsHistory))
     {
         const std::string steps =
