@@ -27,22 +27,29 @@ const Logging logger("Benchmarks/ManagerInTurns");
 
 using Add = std::function<void(CommandManager&, int& number)>;
 
-/// How long @p count commands take in a new manager.
-double add(const Add& one)
+/// What @p count commands in a new manager take, to add them, and to destroy it with them.
+struct Life
+{
+    double add = 0;
+    double destroy = 0;
+};
+
+Life liveWith(const Add& one)
 {
     int number = 0;
     std::size_t calls = 0;
-    CommandManager manager;
+    auto manager = std::make_unique<CommandManager>();
     const auto connection =
-        manager.connectToSigCommandQueueChanged([&](CommandManager::QueueChangeReason) { hear(calls); });
-    return nanosecondsOf(
+        manager->connectToSigCommandQueueChanged([&](CommandManager::QueueChangeReason) { hear(calls); });
+    const double add = nanosecondsOf(
         [&]
         {
             for (std::size_t i = 0; i < count; ++i)
             {
-                one(manager, number);
+                one(*manager, number);
             }
         });
+    return {.add = add, .destroy = nanosecondsOf([&] { manager.reset(); })};
 }
 
 void addPlain(CommandManager& manager, int& number)
@@ -61,13 +68,20 @@ void compareMerging()
         manager.addOrMergeCommand(std::make_shared<DragNumber>(number, 1, commandText));
     };
     Samples plain;
+    Samples plainLife;
     Samples merged;
+    Samples mergedLife;
     for (std::size_t repetition = 0; repetition < repetitions; ++repetition)
     {
-        plain.push_back(add(addDrag));
-        merged.push_back(add(merge));
+        const Life withoutMerge = liveWith(addDrag);
+        const Life withMerge = liveWith(merge);
+        plain.push_back(withoutMerge.add);
+        plainLife.push_back(withoutMerge.add + withoutMerge.destroy);
+        merged.push_back(withMerge.add);
+        mergedLife.push_back(withMerge.add + withMerge.destroy);
     }
     printRow("merging add, against add", merged, plain, count);
+    printRow("the same and their destruction", mergedLife, plainLife, count);
 }
 
 /// Has a log write at level trace to a sink that drops the lines.
@@ -102,10 +116,10 @@ void compareTrace()
     for (std::size_t repetition = 0; repetition < repetitions; ++repetition)
     {
         traceToNowhere(managerLog, false);
-        const double quiet = add(addPlain);
+        const double quiet = liveWith(addPlain).add;
         lines.push_back(writeLines());
         traceToNowhere(managerLog, true);
-        more.push_back(add(addPlain) - quiet);
+        more.push_back(liveWith(addPlain).add - quiet);
     }
     traceToNowhere(managerLog, false);
     printRow("trace of an add, against its two lines", more, lines, count);

@@ -10,6 +10,7 @@ int main(int argc, char* argv[])
     QApplication::setApplicationName("model-editor-desktop");
     QApplication::setOrganizationName("valdane");
     QApplication::setApplicationVersion(MODEL_EDITOR_VERSION);
+    QApplication::setDesktopFileName("model-editor-desktop");
     QApplication::setStyle("Fusion");
     QCommandLineParser parser;
     parser.setApplicationDescription("Edits XML models in a window.");
