@@ -12,17 +12,18 @@ namespace
 {
 
 constexpr std::size_t commandCount = 100'000;
+constexpr std::size_t moduleCount = 1000;
 
 struct World
 {
-    std::shared_ptr<ModulesInTurn> modules = std::make_shared<ModulesInTurn>();
+    std::shared_ptr<ModulesInTurn> modules;
     int number = 0;
     std::size_t calls = 0;
     CommandManager manager;
     Signals::Connection connection =
         manager.connectToSigCommandQueueChanged([this](CommandManager::QueueChangeReason) { hear(calls); });
 
-    World()
+    explicit World(std::size_t modulesInTurn) : modules(std::make_shared<ModulesInTurn>(modulesInTurn))
     {
         manager.setModuleAccessInterface(modules);
     }
@@ -38,7 +39,7 @@ struct World
 
 std::unique_ptr<World> makeWorld()
 {
-    return std::make_unique<World>();
+    return std::make_unique<World>(moduleCount);
 }
 
 std::unique_ptr<World> makeHistory()
@@ -72,6 +73,19 @@ void adjustOnSave(benchmark::State& state)
     measureEach(state, commandCount, prepare, [](World& world) { world.manager.adjustOnSave(0); });
 }
 
+/// Each command modifies a module of its own.
+void adjustOnSaveOfOwnModules(benchmark::State& state)
+{
+    const auto size = static_cast<std::size_t>(state.range(0));
+    const auto prepare = [size]
+    {
+        auto world = std::make_unique<World>(size);
+        world->add(size);
+        return world;
+    };
+    measureEach(state, size, prepare, [](World& world) { world.manager.adjustOnSave(0); });
+}
+
 void getModifiedModules(benchmark::State& state)
 {
     const auto world = makeHistory();
@@ -99,8 +113,9 @@ void undoWithModifiedModules(benchmark::State& state)
 
 BENCHMARK(addCommandOverModules)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(adjustOnSave)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(adjustOnSaveOfOwnModules)->Arg(20'000)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(getModifiedModules)->Unit(benchmark::kMicrosecond);
-BENCHMARK(undoWithModifiedModules)->ArgName("modules")->Arg(0)->Arg(ModulesInTurn::count)->UseManualTime();
+BENCHMARK(undoWithModifiedModules)->ArgName("modules")->Arg(0)->Arg(moduleCount)->UseManualTime();
 
 } // namespace
 } // namespace Valdane::Benchmarks

@@ -2,19 +2,14 @@
 // speed of a machine varies. Writes the medians and their ratios.
 
 #include "Benchmarks/EditedNumber.h"
+#include "Benchmarks/Samples.h"
 #include "Benchmarks/SecondThread.h"
 
-#include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstddef>
 #include <functional>
-#include <iomanip>
-#include <iostream>
-#include <iterator>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace Valdane::Benchmarks
 {
@@ -22,39 +17,6 @@ namespace
 {
 
 constexpr std::size_t rowCount = 100'000;
-
-/// Nanoseconds, one sample for each repetition.
-using Samples = std::vector<double>;
-
-template <typename Work>
-double nanosecondsOf(const Work& work)
-{
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start).count();
-}
-
-double medianOf(Samples samples)
-{
-    std::ranges::nth_element(samples, samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2));
-    return samples[samples.size() / 2];
-}
-
-/// The median of the ratios of what was measured right after one another.
-double ratioOf(const Samples& measured, const Samples& reference)
-{
-    Samples ratios;
-    std::ranges::transform(measured, reference, std::back_inserter(ratios), std::divides<>());
-    return medianOf(ratios);
-}
-
-void print(const std::string& row, const Samples& measured, const Samples& reference, double operations)
-{
-    std::cout << std::left << std::setw(44) << row << std::right << std::fixed << std::setprecision(1)
-              << std::setw(8) << medianOf(measured) / operations << " ns against " << std::setw(8)
-              << medianOf(reference) / operations << " ns: " << std::setprecision(2)
-              << ratioOf(measured, reference) << '\n';
-}
 
 /// A history of many rows, without a History, with one, or with a view of it.
 struct Document
@@ -135,9 +97,9 @@ void compareSteps()
         const auto samples =
             measureInTurns<3>({&plain, &followed, &viewed}, 501, {row.measured, row.measured, row.measured},
                               row.before, row.after);
-        print(row.name + " with a History, against without", samples[1], samples[0], count);
-        print(row.name + " with a view, against without", samples[2], samples[0], count);
-        print(row.name + " with a view, against a History alone", samples[2], samples[1], count);
+        printRow(row.name + " with a History, against without", samples[1], samples[0], count);
+        printRow(row.name + " with a view, against without", samples[2], samples[0], count);
+        printRow(row.name + " with a view, against a History alone", samples[2], samples[1], count);
     }
 }
 
@@ -167,9 +129,9 @@ void compareMoves()
     };
     const std::array<Document*, 2> documents{&undone, &moved};
     const auto back = measureInTurns<2>(documents, 31, {undoAll, moveToStart}, nothing, redoAll);
-    print("moveTo(0), against undo(100000)", back[1], back[0], rowCount);
+    printRow("moveTo(0), against undo(100000)", back[1], back[0], rowCount);
     const auto forth = measureInTurns<2>(documents, 31, {redoAll, moveToEnd}, undoAll, nothing);
-    print("moveTo(100000), against redo(100000)", forth[1], forth[0], rowCount);
+    printRow("moveTo(100000), against redo(100000)", forth[1], forth[0], rowCount);
 }
 
 } // namespace

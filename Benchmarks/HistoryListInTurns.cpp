@@ -1,6 +1,7 @@
 // A push while the history list is open, with HistoryView and with QUndoView: one process, in turns. The first row is the push
 // alone, the second one the push and what the event loop does about it. Without a display: QT_QPA_PLATFORM=offscreen.
 
+#include "Benchmarks/Samples.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandManager.h"
 #include "Toolkit/Qt/HistoryModel.h"
@@ -10,12 +11,11 @@
 #include <QUndoCommand>
 #include <QUndoStack>
 #include <QUndoView>
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
 #include <memory>
-#include <vector>
+#include <string>
 
+namespace Valdane::Benchmarks
+{
 namespace
 {
 
@@ -96,28 +96,24 @@ struct Theirs
     QUndoView view;
 };
 
-// Nanoseconds for each push.
+// Nanoseconds of all pushes.
 template <typename Side>
 double turnOf(Side& side, bool areEventsProcessed)
 {
-    const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < pushesInTurn; ++i)
-    {
-        side.push();
-        if (areEventsProcessed)
+    const double took = nanosecondsOf(
+        [&]
         {
-            QApplication::processEvents();
-        }
-    }
-    const std::chrono::duration<double, std::nano> took = std::chrono::steady_clock::now() - start;
+            for (int i = 0; i < pushesInTurn; ++i)
+            {
+                side.push();
+                if (areEventsProcessed)
+                {
+                    QApplication::processEvents();
+                }
+            }
+        });
     QApplication::processEvents();
-    return took.count() / pushesInTurn;
-}
-
-double medianOf(std::vector<double> values)
-{
-    std::ranges::nth_element(values, values.begin() + turns / 2);
-    return values[turns / 2];
+    return took;
 }
 
 template <typename Side>
@@ -141,28 +137,26 @@ void compare(int rows)
     open(theirs, rows);
     for (const bool areEventsProcessed : {false, true})
     {
-        std::vector<double> ofOurs;
-        std::vector<double> ofTheirs;
+        Samples ofOurs;
+        Samples ofTheirs;
         for (int turn = 0; turn < turns; ++turn)
         {
             ofOurs.push_back(turnOf(ours, areEventsProcessed));
             ofTheirs.push_back(turnOf(theirs, areEventsProcessed));
         }
-        const auto our = medianOf(ofOurs);
-        const auto their = medianOf(ofTheirs);
-        std::printf("%8d rows, %-20s %12.0f ns %12.0f ns %8.3f\n", rows,
-                    areEventsProcessed ? "push and events" : "push", our, their, our / their);
+        const std::string events = areEventsProcessed ? " and events" : "";
+        printRow("push" + events + ", " + std::to_string(rows) + " rows", ofOurs, ofTheirs, pushesInTurn);
     }
 }
 
 } // namespace
+} // namespace Valdane::Benchmarks
 
 int main(int count, char** arguments)
 {
     const QApplication application(count, arguments);
-    std::printf("%37s %12s    %12s    %5s\n", "", "HistoryView", "QUndoView", "ratio");
     for (const int rows : {10, 1000, 100'000})
     {
-        compare(rows);
+        Valdane::Benchmarks::compare(rows);
     }
 }

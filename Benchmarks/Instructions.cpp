@@ -31,6 +31,15 @@ void push(std::size_t times, const Setting& setting)
     }
 }
 
+void drag(std::size_t times)
+{
+    auto* const history = new ValdaneHistory(Setting{});
+    for (std::size_t i = 0; i < times; ++i)
+    {
+        history->drag(static_cast<int>(i));
+    }
+}
+
 // The history is of the same length whatever the number of times is.
 template <typename History>
 void undo(std::size_t times, const Setting& setting)
@@ -116,6 +125,7 @@ int run(const std::string& name, std::size_t times)
 {
     std::map<std::string, Work> works;
     addWorks<ValdaneHistory>(works, "");
+    works["add-merging"] = drag;
     works["slower-undo"] = [](std::size_t steps)
     {
         undo<SlowerHistory>(steps, {});

@@ -28,16 +28,17 @@ struct Use
 
 /// For each of the commands.
 template <typename Work>
-Use useOf(const Work& work)
+Use useOf(const Work& work, std::size_t times = size)
 {
     const HeapUse before = HeapUse::now();
-    for (std::size_t i = 0; i < size; ++i)
+    for (std::size_t i = 0; i < times; ++i)
     {
         work();
     }
     const HeapUse after = HeapUse::now();
-    return {.allocations = static_cast<double>(after.allocations - before.allocations) / size,
-            .bytes = static_cast<double>(static_cast<std::int64_t>(after.bytes - before.bytes)) / size};
+    const auto each = static_cast<double>(times);
+    return {.allocations = static_cast<double>(after.allocations - before.allocations) / each,
+            .bytes = static_cast<double>(static_cast<std::int64_t>(after.bytes - before.bytes)) / each};
 }
 
 void print(const std::string& what, const Use& use)
@@ -50,6 +51,24 @@ void print(const std::string& what, const Use& use)
 Use operator-(const Use& whole, const Use& part)
 {
     return {.allocations = whole.allocations - part.allocations, .bytes = whole.bytes - part.bytes};
+}
+
+/// Commands that modify the modules in turn. @param savedAfter  how many are added when the application saves
+Use addOverModules(std::size_t modules, std::size_t times, std::size_t savedAfter)
+{
+    int number = 0;
+    CommandManager manager;
+    manager.setModuleAccessInterface(std::make_shared<ModulesInTurn>(modules));
+    std::size_t commandsAdded = 0;
+    const auto add = [&]
+    {
+        manager.addCommand(std::make_shared<SetNumber>(number, 1, commandText));
+        if (++commandsAdded == savedAfter)
+        {
+            manager.adjustOnSave(0);
+        }
+    };
+    return useOf(add, times);
 }
 
 void measure()
@@ -71,18 +90,9 @@ void measure()
     print("undo", useOf([&] { history.undo(); }));
     print("redo", useOf([&] { history.redo(); }));
 
-    CommandManager manager;
-    manager.setModuleAccessInterface(std::make_shared<ModulesInTurn>());
-    std::size_t commandsAdded = 0;
-    const auto add = [&]
-    {
-        manager.addCommand(std::make_shared<SetNumber>(number, 1, commandText));
-        if (++commandsAdded == size / 2)
-        {
-            manager.adjustOnSave(0);
-        }
-    };
-    print("over 1,000 modules, saved in the middle", useOf(add) - alone);
+    print("over 1,000 modules, saved in the middle", addOverModules(1000, size, size / 2) - alone);
+    print("20,000 over 20,000 modules, not saved", addOverModules(20'000, 20'000, 0) - alone);
+    print("20,000 over 20,000 modules, saved", addOverModules(20'000, 20'000, 20'000) - alone);
 }
 
 } // namespace

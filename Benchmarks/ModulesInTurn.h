@@ -2,9 +2,9 @@
 
 #include "Service/CommandPattern/ModuleAccessInterface.h"
 
-#include <array>
 #include <cstddef>
 #include <set>
+#include <vector>
 
 namespace Valdane::Benchmarks
 {
@@ -13,7 +13,7 @@ namespace Valdane::Benchmarks
 class ModulesInTurn : public ModuleAccessInterface
 {
 public:
-    static constexpr std::size_t count = 1000;
+    explicit ModulesInTurn(std::size_t count) : modules(count) {}
 
     std::set<const Object*> getModifiedModulesFromBusiness() override
     {
@@ -21,7 +21,7 @@ public:
         {
             return {};
         }
-        turn = (turn + 1) % count;
+        turn = (turn + 1) % modules.size();
         // Only the address counts.
         return {reinterpret_cast<const Object*>(&modules[turn])};
     }
@@ -29,7 +29,7 @@ public:
     bool tells = true;
 
 private:
-    std::array<char, count> modules{};
+    std::vector<char> modules;
     std::size_t turn = 0;
 };
 

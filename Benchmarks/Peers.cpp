@@ -5,12 +5,12 @@
 #include "Benchmarks/Histories/BareHistory.h"
 #include "Benchmarks/Histories/QtHistory.h"
 #include "Benchmarks/Histories/ValdaneHistory.h"
-#include "Benchmarks/Histories/WxHistory.h"
+#include "Benchmarks/Samples.h"
 #include "Benchmarks/SecondThread.h"
+#ifdef VALDANE_BENCHMARKS_WX
+#include "Benchmarks/Histories/WxHistory.h"
+#endif
 
-#include <algorithm>
-#include <array>
-#include <chrono>
 #include <cstddef>
 #include <fstream>
 #include <iomanip>
@@ -25,9 +25,6 @@ namespace Valdane::Benchmarks
 {
 namespace
 {
-
-/// Nanoseconds for one operation, one sample for each repetition.
-using Samples = std::vector<double>;
 
 /// Row and history -> samples; the rows in the order in which they were measured.
 class Results
@@ -81,22 +78,12 @@ public:
 private:
     double quantile(const std::string& row, const std::string& history, double part) const
     {
-        Samples sorted = samples.at(row).at(history);
-        std::ranges::sort(sorted);
-        return sorted[static_cast<std::size_t>(part * static_cast<double>(sorted.size() - 1))];
+        return quantileOf(samples.at(row).at(history), part);
     }
 
     std::vector<std::string> rows;
     std::map<std::string, std::map<std::string, Samples>> samples;
 };
-
-template <typename Work>
-double nanosecondsOf(const Work& work)
-{
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start).count();
-}
 
 template <typename Step>
 double eachOf(std::size_t size, const Step& step)
@@ -149,14 +136,24 @@ void measureLimited(const Plan& plan, Results& results)
     results.add("add" + plan.title, History::name, eachOf(plan.size, push));
 }
 
+using Measure = void (*)(const Plan&, Results&);
+
+template <typename History>
+Measure measureOf(const Plan& plan)
+{
+    return plan.setting.limit != 0 ? measureLimited<History> : measureHistory<History>;
+}
+
 void measure(const Plan& plan, Results& results)
 {
-    using Measure = void (*)(const Plan&, Results&);
-    const std::array<Measure, 4> limited{measureLimited<ValdaneHistory>, measureLimited<QtHistory>,
-                                         measureLimited<WxHistory>, measureLimited<BareHistory>};
-    const std::array<Measure, 4> unlimited{measureHistory<ValdaneHistory>, measureHistory<QtHistory>,
-                                           measureHistory<WxHistory>, measureHistory<BareHistory>};
-    const auto& measures = plan.setting.limit != 0 ? limited : unlimited;
+    const std::vector<Measure> measures{
+        measureOf<ValdaneHistory>(plan),
+        measureOf<QtHistory>(plan),
+        measureOf<BareHistory>(plan),
+#ifdef VALDANE_BENCHMARKS_WX
+        measureOf<WxHistory>(plan),
+#endif
+    };
     for (std::size_t repetition = 0; repetition < plan.repetitions; ++repetition)
     {
         // None always finds the heap as the same other one leaves it.
@@ -172,6 +169,11 @@ Results measureAll()
     const Setting everySignal{.listensToEverySignal = true};
     Results results;
     measure({.title = ", 1,000 commands", .setting = {}, .size = 1000, .repetitions = 501}, results);
+    measure({.title = ", 1,000 commands, no listener",
+             .setting = {.listeners = 0},
+             .size = 1000,
+             .repetitions = 501},
+            results);
     measure({.title = ", 1,000 commands, a listener on every signal",
              .setting = everySignal,
              .size = 1000,

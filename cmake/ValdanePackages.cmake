@@ -1,6 +1,6 @@
 # Debian packages: `cmake --workflow --preset debian`. libvaldane1 has the libraries, libvaldane-dev what building against
-# them needs, valdane-tools the model editor; libvaldane-qt1 and libvaldane-qt-dev have the library Qt, which others do not
-# need.
+# them needs, valdane-tools the model editor; libvaldane-qt1 and libvaldane-qt-dev have the library Qt, libvaldane-journal1 and
+# libvaldane-journal-dev the library Journal, which others do not need.
 
 find_program(DPKG dpkg)
 find_program(GZIP gzip)
@@ -21,10 +21,15 @@ endif()
 if(TARGET VLDToolkit_Qt)
   list(APPEND CPACK_COMPONENTS_ALL QtRuntime QtDevelopment)
 endif()
+if(TARGET VLDService_Journal)
+  list(APPEND CPACK_COMPONENTS_ALL JournalRuntime JournalDevelopment)
+endif()
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS Runtime)
 set(CPACK_COMPONENT_QTRUNTIME_DEPENDS Runtime)
 set(CPACK_COMPONENT_QTDEVELOPMENT_DEPENDS QtRuntime Development)
-set(CPACK_COMPONENT_TOOLS_DEPENDS Runtime)
+set(CPACK_COMPONENT_JOURNALRUNTIME_DEPENDS Runtime)
+set(CPACK_COMPONENT_JOURNALDEVELOPMENT_DEPENDS JournalRuntime Development)
+set(CPACK_COMPONENT_TOOLS_DEPENDS Runtime JournalRuntime)
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -88,6 +93,26 @@ it, keeps it for undo and redo, and tells which data differ from the last save.
 This package has what Qt applications are built with: headers, and files for
 CMake and pkg-config.")
 
+set(CPACK_DEBIAN_JOURNALRUNTIME_PACKAGE_NAME "libvaldane-journal${PROJECT_VERSION_MAJOR}")
+set(CPACK_DEBIAN_JOURNALRUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_JOURNALRUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/cmake/debian/triggers")
+set(CPACK_COMPONENT_JOURNALRUNTIME_DESCRIPTION
+    "Every change of an application is a command, and one manager runs it, logs
+it, keeps it for undo and redo, and tells which data differ from the last save.
+.
+This package has the library that keeps the history in a file, so that work
+survives the death of a program, and undo a restart.")
+
+set(CPACK_DEBIAN_JOURNALDEVELOPMENT_PACKAGE_NAME libvaldane-journal-dev)
+set(CPACK_DEBIAN_JOURNALDEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_JOURNALDEVELOPMENT_PACKAGE_DEPENDS "nlohmann-json3-dev (>= 3.11)")
+set(CPACK_COMPONENT_JOURNALDEVELOPMENT_DESCRIPTION
+    "Every change of an application is a command, and one manager runs it, logs
+it, keeps it for undo and redo, and tells which data differ from the last save.
+.
+This package has what applications with a journal of their history are built
+with: headers, and files for CMake and pkg-config.")
+
 # What Debian wants of every package; only there, and not installed otherwise.
 set(debian "${PROJECT_BINARY_DIR}/debian")
 configure_file(cmake/debian/changelog.in "${debian}/changelog" @ONLY)
@@ -106,7 +131,7 @@ install(
   DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
   COMPONENT Tools
   EXCLUDE_FROM_ALL)
-foreach(component Runtime QtRuntime)
+foreach(component Runtime QtRuntime JournalRuntime)
   string(TOUPPER ${component} upper_component)
   set(package ${CPACK_DEBIAN_${upper_component}_PACKAGE_NAME})
   install(

@@ -2,7 +2,8 @@
 
 . "$(dirname "${BASH_SOURCE[0]}")/progress.sh"
 
-build_packages=(g++ cmake ninja-build pkg-config libboost-dev libspdlog-dev libpugixml-dev libedit-dev)
+build_packages=(g++ cmake ninja-build pkg-config libboost-dev libspdlog-dev libpugixml-dev libedit-dev
+  libsqlite3-dev nlohmann-json3-dev)
 test_packages=(libgtest-dev libgmock-dev librapidcheck-dev)
 benchmark_packages=(valgrind python3)
 qt_packages=(qt6-base-dev)

@@ -18,7 +18,7 @@ public:
     static constexpr const char* name = "bare";
 
     explicit BareHistory(const Setting& setting)
-        : limit(setting.limit), signals(setting.listensToEverySignal ? 2 : 1)
+        : limit(setting.limit), signals(setting.listeners == 0 ? 0 : (setting.listensToEverySignal ? 2 : 1))
     {
     }
 

@@ -20,7 +20,10 @@ public:
     explicit QtHistory(const Setting& setting)
     {
         stack.setUndoLimit(static_cast<int>(setting.limit));
-        listen(&QUndoStack::indexChanged);
+        if (setting.listeners != 0)
+        {
+            listen(&QUndoStack::indexChanged);
+        }
         if (setting.listensToEverySignal)
         {
             listen(&QUndoStack::cleanChanged);

@@ -3,6 +3,7 @@
 #include "Benchmarks/Histories/Setting.h"
 #include "Service/CommandPattern/CommandBase.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandPattern/MergeableCommand.h"
 
 #include <cstdint>
 #include <memory>
@@ -38,6 +39,18 @@ private:
     int oldValue = 0;
 };
 
+/// Sets a number, and takes in the next command that does.
+class DragNumber : public SetNumber, public MergeableCommand
+{
+public:
+    using SetNumber::SetNumber;
+
+    bool mergeWith(const CommandBase& next) override
+    {
+        return dynamic_cast<const DragNumber*>(&next) != nullptr;
+    }
+};
+
 /// Valdane's command manager.
 class ValdaneHistory
 {
@@ -57,6 +70,12 @@ public:
     void push(int value)
     {
         manager.addCommand(std::make_shared<SetNumber>(number, value, commandText));
+    }
+
+    /// Each but the first is merged into it.
+    void drag(int value)
+    {
+        manager.addOrMergeCommand(std::make_shared<DragNumber>(number, value, commandText));
     }
 
     void undo()

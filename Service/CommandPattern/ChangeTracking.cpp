@@ -20,6 +20,11 @@ namespace
 
 using SharedModules = boost::intrusive_ptr<const EntryModules>;
 
+bool areEmpty(const TrackedModules& sets)
+{
+    return std::ranges::all_of(sets, &ModuleSet::isEmpty);
+}
+
 bool areShared(const TrackedModules& sets, const TrackedModules& others)
 {
     return std::ranges::equal(sets, others, &ModuleSet::isSharedWith);
@@ -116,7 +121,7 @@ QueuedCommand ChangeTracking::makeEntry(std::shared_ptr<CommandBase>&& command, 
     const SharedModules neighbour = undoQueue.empty() ? nullptr : undoQueue.back().sharedModules;
     const EntryModules& ofNeighbour = neighbour == nullptr ? EntryModules::none : *neighbour;
     const TrackedModules& before = undoQueue.empty() ? modulesBeforeFirstCommand : ofNeighbour.modulesAfter;
-    if (modules.isEmpty() && areShared(before, EntryModules::none.modulesBefore))
+    if (modules.isEmpty() && areEmpty(before))
     {
         return {std::move(command), nullptr};
     }
@@ -138,6 +143,10 @@ QueuedCommand ChangeTracking::makeEntry(std::shared_ptr<CommandBase>&& command, 
 
 SharedModules ChangeTracking::mergeModules(const QueuedCommand& entry, const ModuleSet& modules)
 {
+    if (modules.isEmpty())
+    {
+        return entry.sharedModules;
+    }
     EntryModules merged = entry.modules();
     for (ModuleSet& after : merged.modulesAfter)
     {

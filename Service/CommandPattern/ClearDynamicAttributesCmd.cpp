@@ -29,6 +29,15 @@ ClearDynamicAttributesCmd::ClearDynamicAttributesCmd(std::shared_ptr<Object> obj
 {
 }
 
+ClearDynamicAttributesCmd::ClearDynamicAttributesCmd(std::weak_ptr<Object> root, State state,
+                                                     std::string text)
+    : CommandBase(std::move(text)),
+      valdaneRoot(std::move(root)),
+      valdanePath(std::move(state.path)),
+      valdaneSavedCollection(std::move(state.taken))
+{
+}
+
 ClearDynamicAttributesCmd::ClearDynamicAttributesCmd(ClearDynamicAttributesCmd&&) noexcept = default;
 ClearDynamicAttributesCmd&
 ClearDynamicAttributesCmd::operator=(ClearDynamicAttributesCmd&&) noexcept = default;
@@ -61,6 +70,11 @@ void ClearDynamicAttributesCmd::undo()
         valdaneSavedCollection.reset();
     }
     announceChangeOf(*object);
+}
+
+ClearDynamicAttributesCmd::State ClearDynamicAttributesCmd::getState() const
+{
+    return {.path = valdanePath, .taken = valdaneSavedCollection};
 }
 
 } // namespace Valdane

@@ -26,10 +26,21 @@ class Object;
 class VALDANE_COMMANDPATTERN_EXPORT ClearDynamicAttributesCmd : public CommandBase
 {
 public:
+    /// What it does and remembers, for who keeps commands in a file.
+    struct State
+    {
+        Path path; ///< of the object, from the root
+        /// What execute() has taken and undo() has not given back; empty if the object had none.
+        std::shared_ptr<DynamicAttributeCollection> taken;
+    };
+
     /// @param object       the object to clear. The command keeps only its path and, weakly, its root.
     /// @param description  as in CommandBase.
     /// @throws VdException if @p object is empty.
     ClearDynamicAttributesCmd(std::shared_ptr<Object> object, std::string description);
+
+    /// A command as it was when its state was asked for, in the tree of @p root, which is held weakly.
+    ClearDynamicAttributesCmd(std::weak_ptr<Object> root, State state, std::string description);
 
     /// Takes over the arguments and the remembered state; see CommandBase.
     ClearDynamicAttributesCmd(ClearDynamicAttributesCmd&&) noexcept;
@@ -41,6 +52,9 @@ public:
 
     /// Gives the collection back, if there was one; the command no longer holds it.
     void undo() override;
+
+    /// What it does and remembers now.
+    State getState() const;
 
 private:
     std::weak_ptr<Object> valdaneRoot;

@@ -121,6 +121,7 @@ bool CommandManager::addCommandToMergeWithNextCommand(std::shared_ptr<CommandBas
     waiting.useForwardUndoOrder |= useForwardUndoOrder;
     waiting.newest = ++d->looseCount;
     d->tellHistory();
+    d->sigCommandPending();
     return true;
 }
 
@@ -421,6 +422,11 @@ CommandManager::connectToSigHistoryChanged(const Signals::Slot<void(const Histor
 Signals::Connection CommandManager::connectToSigOpenGroupsChanged(const Signals::Slot<void()>& slot)
 {
     return d->sigOpenGroupsChanged.connect(slot, Signals::ConnectPosition::Back);
+}
+
+Signals::Connection CommandManager::connectToSigCommandPending(const Signals::Slot<void()>& slot)
+{
+    return d->sigCommandPending.connect(slot, Signals::ConnectPosition::Back);
 }
 
 Signals::Connection CommandManager::connectToSigThreadedCommandFinished(const Signals::Slot<void()>& slot)

@@ -102,6 +102,12 @@ public:
     /// The descriptions of the open groups, the outermost first.
     std::list<std::string> getOpenGroups() const;
 
+    /// The commands that were executed and are not in the history yet: how many there are, and the one that was executed
+    /// last; empty if there is none. They wait to be merged, or are in an open group. An inner group that has ended is
+    /// one of them. Cost: linear in the open groups.
+    std::uint64_t getPendingCount() const;
+    std::shared_ptr<const CommandBase> getNewestPendingCommand() const;
+
     // Undo and redo
 
     /// Undoes up to @p count commands, newest first. Each step emits sigCommandUndone, then
@@ -203,6 +209,10 @@ public:
 
     /// After a group was opened, ended or abandoned: the last signal of that operation.
     [[nodiscard]] Signals::Connection connectToSigOpenGroupsChanged(const Signals::Slot<void()>& slot);
+
+    /// After a command has become pending, or has taken in the next one as addOrMergeCommand() says: the first signal of
+    /// that. Pending commands that become one, or leave, are told by sigOpenGroupsChanged and sigHistoryChanged.
+    [[nodiscard]] Signals::Connection connectToSigCommandPending(const Signals::Slot<void()>& slot);
 
     /// When the application calls emitSigUndoRedoProcessCompleted().
     [[nodiscard]] Signals::Connection connectToSigUndoRedoProcessCompleted(const Signals::Slot<void()>& slot);

@@ -59,6 +59,28 @@ std::list<std::string> CommandManager::getOpenGroups() const
     return descriptions;
 }
 
+std::uint64_t CommandManager::getPendingCount() const
+{
+    std::uint64_t count = d->commandsToMerge.commands.size();
+    for (const OpenGroup& group : d->groups)
+    {
+        count += group.size();
+    }
+    return count;
+}
+
+std::shared_ptr<const CommandBase> CommandManager::getNewestPendingCommand() const
+{
+    for (auto group = d->groups.rbegin(); group != d->groups.rend(); ++group)
+    {
+        if (!group->isEmpty())
+        {
+            return group->waiting.commands.empty() ? group->newestCommand() : group->waiting.commands.back();
+        }
+    }
+    return d->commandsToMerge.commands.empty() ? nullptr : d->commandsToMerge.commands.back();
+}
+
 void CommandManager::Private::endGroup()
 {
     if (groups.back().isEmpty())
@@ -169,6 +191,7 @@ bool CommandManager::Private::mergeIntoNewestOfGroup(const CommandBase& command)
     {
         groups.back().noteMerge(++looseCount);
         tellHistory();
+        sigCommandPending();
     }
     return true;
 }

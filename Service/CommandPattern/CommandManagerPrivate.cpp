@@ -74,6 +74,7 @@ void CommandManager::Private::queue(std::shared_ptr<CommandBase> command)
     {
         groups.back().append(std::move(command), ++looseCount);
         tellHistory();
+        sigCommandPending();
         return;
     }
     changeHistory(

@@ -177,6 +177,7 @@ public:
     Signals::Signal<void()> sigCommandExecuted;
     Signals::Signal<void()> sigCommandUndone;
     Signals::Signal<void()> sigOpenGroupsChanged;
+    Signals::Signal<void()> sigCommandPending;
     Signals::Signal<void(const char*, const std::string&)> sigCommandFailed;
 
 private:

@@ -21,6 +21,7 @@ void CommandManager::Private::forgetRedoWith(const QueuedCommand& undone)
 {
     savePoints.dropAfter(undoQueue.size());
     historyChanges.replaceRows(undoQueue.size(), 1 + redoQueue.size(), 0);
+    historyChanges.noteUndoneCommandLeft();
     try
     {
         historyChanges.addModules(withModulesOf(redoQueue, undone.modules().modulesOfCommand));

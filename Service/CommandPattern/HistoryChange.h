@@ -33,6 +33,10 @@ struct HistoryChange
     std::uint64_t positionBefore = 0;
     std::uint64_t positionAfter = 0;
 
+    /// Whether the command at the top was undone and has left the history, because it cannot be redone. All others that
+    /// were done and left it stay done.
+    bool undoneCommandLeft = false;
+
     /// Whether CommandManager::getSavedPosition() has another answer for a tracker.
     bool savedPositionsChanged = false;
 

@@ -49,10 +49,6 @@ Signals::Connection HistoryChanges::connect(const Signals::Slot<void(const Histo
 
 void HistoryChanges::noteRows(const RowChange& change) noexcept
 {
-    if (!isWatched)
-    {
-        return;
-    }
     hasChanged = true;
     if (rowCount != 0 && mergeInto(rows[rowCount - 1], change))
     {
@@ -62,14 +58,6 @@ void HistoryChanges::noteRows(const RowChange& change) noexcept
     if (areRowsComplete)
     {
         rows[rowCount++] = change;
-    }
-}
-
-void HistoryChanges::addModules(const ModuleSet& modules)
-{
-    if (isWatched)
-    {
-        modulesOfRemoved = modulesOfRemoved.unitedWith(modules);
     }
 }
 
@@ -112,6 +100,7 @@ void HistoryChanges::tellOnce(const State& now)
     // From here on nothing fails until the slots are called.
     modulesOfRemoved = ModuleSet();
     hasChanged = false;
+    change.undoneCommandLeft = std::exchange(hasUndoneCommandLeft, false);
     std::array<RowChange, MaxRowChanges> changedRows = rows;
     std::size_t count = std::exchange(rowCount, 0);
     const State before = std::exchange(told, now);
@@ -120,6 +109,7 @@ void HistoryChanges::tellOnce(const State& now)
         // A command has changed the history while it was undone or redone itself.
         changedRows[0] = {.first = 0, .removed = before.size, .inserted = told.size};
         count = 1;
+        change.undoneCommandLeft = false;
     }
     if (count != 0 && changedRows[count - 1] == RowChange{.first = changedRows[count - 1].first})
     {

@@ -72,8 +72,17 @@ public:
         if (removed + inserted != 0)
         {
             ++noted;
-            noteRows({.first = first, .removed = removed, .inserted = inserted});
+            if (isWatched)
+            {
+                noteRows({.first = first, .removed = removed, .inserted = inserted});
+            }
         }
+    }
+
+    /// Notes that the rows replaced last begin with a command that was undone.
+    void noteUndoneCommandLeft() noexcept
+    {
+        hasUndoneCommandLeft = isWatched;
     }
 
     /// Whether an entry is on its way, see Hold.
@@ -99,7 +108,13 @@ public:
     }
 
     /// Notes what a command modified that leaves the history. @throws std::bad_alloc, with nothing changed.
-    void addModules(const ModuleSet& modules);
+    void addModules(const ModuleSet& modules)
+    {
+        if (isWatched)
+        {
+            modulesOfRemoved = modulesOfRemoved.unitedWith(modules);
+        }
+    }
 
     /// Tells what has changed, if anything has. Called by a slot, it returns at once, and the change is told after
     /// that of which the slot was told.
@@ -126,6 +141,7 @@ private:
     bool areRowsComplete = true;
     /// Whether rows were replaced, be it by none in the end.
     bool hasChanged = false;
+    bool hasUndoneCommandLeft = false;
     ModuleSet modulesOfRemoved;
 };
 

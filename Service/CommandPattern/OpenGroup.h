@@ -52,6 +52,12 @@ public:
     /// One command for all that was executed, also for what waits still. @throws std::bad_alloc
     std::shared_ptr<MacroCommand> makeMacro() const;
 
+    /// How many commands are in it, also those that wait.
+    std::size_t size() const noexcept
+    {
+        return commands.size() + waiting.commands.size();
+    }
+
     bool isEmpty() const noexcept
     {
         return commands.empty() && waiting.commands.empty();

@@ -38,6 +38,14 @@ SetAttributeCmd<T>::SetAttributeCmd(std::weak_ptr<Object> root, Path attributePa
 }
 
 template <typename T>
+SetAttributeCmd<T>::SetAttributeCmd(std::weak_ptr<Object> root, State state, std::string text)
+    : SetAttributeCmd(std::move(root), std::move(state.path), std::move(state.newValue), std::move(text))
+{
+    valdaneOldValue = std::move(state.oldValue);
+    valdaneApplyStandardRunning = state.applyStandardRunning;
+}
+
+template <typename T>
 SetAttributeCmd<T>::SetAttributeCmd(SetAttributeCmd&&) noexcept = default;
 template <typename T>
 SetAttributeCmd<T>& SetAttributeCmd<T>::operator=(SetAttributeCmd&&) noexcept = default;
@@ -104,6 +112,15 @@ void SetAttributeCmd<T>::undo()
     }
     target->setApplyStandardRunning(previousState);
     getProgressPtr()->setComplete();
+}
+
+template <typename T>
+typename SetAttributeCmd<T>::State SetAttributeCmd<T>::getState() const
+{
+    return {.path = valdanePath,
+            .newValue = valdaneNewValue,
+            .oldValue = valdaneOldValue,
+            .applyStandardRunning = valdaneApplyStandardRunning};
 }
 
 template <typename T>

@@ -33,11 +33,23 @@ template <typename T>
 class VALDANE_COMMANDPATTERN_EXPORT SetAttributeCmd : public CommandBase
 {
 public:
+    /// What it does and remembers, for who keeps commands in a file.
+    struct State
+    {
+        Path path;                         ///< the attribute's path from the root
+        T newValue{};                      ///< the value to set
+        T oldValue{};                      ///< what execute() remembered last; the value T() before
+        bool applyStandardRunning = false; ///< whether standard values were being applied in an execute()
+    };
+
     /// @param object       the root of the tree; held weakly.
     /// @param path         the attribute's path from the root.
     /// @param newValue     the value to set.
     /// @param description  as in CommandBase; if it is empty, it becomes "Set " and the attribute's name.
     SetAttributeCmd(std::weak_ptr<Object> object, Path path, T newValue, std::string description);
+
+    /// A command as it was when its state was asked for, in the tree of @p object.
+    SetAttributeCmd(std::weak_ptr<Object> object, State state, std::string description);
 
     /// Takes over the arguments and the remembered state; see CommandBase.
     SetAttributeCmd(SetAttributeCmd&&) noexcept;
@@ -52,6 +64,9 @@ public:
     /// standard values; it gets its own state back even if the setter throws. Writes nothing if the attribute no
     /// longer exists.
     void undo() override;
+
+    /// What it does and remembers now.
+    State getState() const;
 
 private:
     std::shared_ptr<AttributeDescription<T>> findDescription(Object& target) const;

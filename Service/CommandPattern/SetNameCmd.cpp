@@ -4,6 +4,8 @@
 #include "Platform/Parameterization/Object.h"
 #include "Service/CommandPattern/ObjectLookup.h"
 
+#include <utility>
+
 namespace Valdane
 {
 
@@ -12,6 +14,15 @@ SetNameCmd::SetNameCmd(std::shared_ptr<Object> object, const std::string& name, 
       valdaneRoot(rootOf(object)),
       valdanePath(object->getPath(RequestedPathType::FromRoot)),
       valdaneNewName(name)
+{
+}
+
+SetNameCmd::SetNameCmd(std::weak_ptr<Object> root, State state, std::string text)
+    : CommandBase(std::move(text)),
+      valdaneRoot(std::move(root)),
+      valdanePath(std::move(state.path)),
+      valdaneNewName(std::move(state.newName)),
+      valdaneOldName(std::move(state.oldName))
 {
 }
 
@@ -43,6 +54,11 @@ void SetNameCmd::undo()
     {
         setName(valdaneOldName);
     }
+}
+
+SetNameCmd::State SetNameCmd::getState() const
+{
+    return {.path = valdanePath, .newName = valdaneNewName, .oldName = valdaneOldName};
 }
 
 std::string SetNameCmd::getName()

@@ -24,11 +24,22 @@ class Object;
 class VALDANE_COMMANDPATTERN_EXPORT SetNameCmd : public CommandBase
 {
 public:
+    /// What it does and remembers, for who keeps commands in a file.
+    struct State
+    {
+        Path path;           ///< of the object, from the root
+        std::string newName; ///< the name to give it
+        std::string oldName; ///< what execute() remembered last; empty before
+    };
+
     /// @param object       the object to rename. The command keeps only its path and, weakly, its root.
     /// @param newName      the name to give it.
     /// @param description  as in CommandBase.
     /// @throws VdException if @p object is empty.
     SetNameCmd(std::shared_ptr<Object> object, const std::string& newName, const std::string& description);
+
+    /// A command as it was when its state was asked for, in the tree of @p root, which is held weakly.
+    SetNameCmd(std::weak_ptr<Object> root, State state, std::string description);
 
     /// Takes over the arguments and the remembered state; see CommandBase.
     SetNameCmd(SetNameCmd&&) noexcept;
@@ -40,6 +51,9 @@ public:
 
     /// Sets the name that execute() remembered last; the empty name before any execute().
     void undo() override;
+
+    /// What it does and remembers now.
+    State getState() const;
 
 protected:
     /// Reads the name of an object without a NameInterface. @return an empty name, unless overridden

@@ -100,6 +100,11 @@ void ThreadedMacroCommand::setFailCountToThrow(int count)
     valdaneFailCountToThrow = count;
 }
 
+int ThreadedMacroCommand::getFailCountToThrow() const
+{
+    return valdaneFailCountToThrow;
+}
+
 // A loop, so that the stack does not grow with the sub-commands.
 bool ThreadedMacroCommand::executeSubCommand(std::shared_ptr<CommandBase> subCommand,
                                              std::shared_ptr<ThreadManager> threadManager)

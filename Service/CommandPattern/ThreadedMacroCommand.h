@@ -101,6 +101,7 @@ public:
     /// Has the @p count -th failure of a run end it, in spite of setContinueOnException(true). 0 means 1. Any
     /// negative number is no limit; -1 at first. Failures that were counted stay counted.
     void setFailCountToThrow(int count);
+    int getFailCountToThrow() const;
 
 protected:
     /// Described as "MacroCommand".

@@ -47,6 +47,9 @@ VALDANE_COMMANDTESTING_EXPORT Report misuse(const CommandSubject& subject, const
 VALDANE_COMMANDTESTING_EXPORT Report staleObjects(const CommandSubject& subject,
                                                   const CommandSubject::Maker& make,
                                                   const CommandSubject::Maker& makeRemoval);
+/// See CommandKit::codec().
+VALDANE_COMMANDTESTING_EXPORT Report codec(const CommandSubject& subject, const CommandSubject::Maker& make,
+                                           const CommandSubject::Codec& codec, bool keepsUndo);
 /// See CommandKit::all().
 VALDANE_COMMANDTESTING_EXPORT Report all(const CommandSubject& subject, const CommandSubject::Maker& make,
                                          const RoundTripOptions& options, FailurePoints& points);

@@ -201,6 +201,25 @@ public:
         return Checks::staleObjects(subject, make.erased, makeRemoval.erased);
     }
 
+    /// A command comes back from its data: executed in a world as it was made, the decoded command does and undoes what
+    /// the command did. If the codec keeps undo, the decoded command also undoes and redoes what was done before it was
+    /// made. Description and speed rate are the same, and neither encoding nor decoding changes any data.
+    ///
+    /// @param make       makes the command, which is encoded when it is done.
+    /// @param codec      a callable that takes a `const CommandBase&` and a `World&`, and returns a shared pointer to a
+    ///                   command for that world, made of the data of the other one, which is of another world.
+    /// @param keepsUndo  whether the data hold what undo() needs.
+    template <std::invocable<const CommandBase&, World&> Codec>
+    Report codec(const Maker& make, const Codec& codec, bool keepsUndo) const
+    {
+        return Checks::codec(
+            subject, make.erased,
+            [&codec](const CommandBase& command,
+                     const CommandSubject::World& world) -> std::shared_ptr<CommandBase>
+            { return codec(command, *static_cast<World*>(world.get())); },
+            keepsUndo);
+    }
+
     /// A failure changes nothing: execute(), undo() and redo() fail once at each failAt() that they reach, with an
     /// exception and with an int, and once at each of their allocations (see the cost). The data are those from before then, and
     /// a second attempt succeeds. A step that hides the failure has done all of its work. Nothing leaks: each

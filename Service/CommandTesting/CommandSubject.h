@@ -33,6 +33,8 @@ struct CommandSubject
     using Maker = std::function<std::shared_ptr<CommandBase>(const World&)>;
     /// Makes a command that depends on choices, for a world as it is; empty if there is none.
     using Generator = std::function<std::shared_ptr<CommandBase>(const World&, Choices&)>;
+    /// Makes a command for a world of the data of another one.
+    using Codec = std::function<std::shared_ptr<CommandBase>(const CommandBase&, const World&)>;
 
     std::function<World()> makeWorld;                   ///< never empty
     std::function<Snapshot(const World&)> takeSnapshot; ///< never empty

@@ -2,8 +2,8 @@
 #
 # What a library exports of its own, against the list that was reviewed: a symbol on each line, demangled and sorted.
 # Everything of Valdane counts, and the tables of its classes. What does not, because each compiler puts it there as it
-# sees fit: what the standard library and Boost instantiate (for types of ours, too), thunks, and inline variables ("u" or
-# "V").
+# sees fit: what the standard library and Boost instantiate (for types of ours, too), thunks, lambdas, and inline variables
+# ("u" or "V").
 
 cmake_policy(VERSION 3.25)
 
@@ -27,6 +27,9 @@ foreach(line IN LISTS lines)
     # LLVM's nm writes no blank between them. Twice, for three in a row.
     string(REPLACE "> >" ">>" symbol "${symbol}")
     string(REPLACE "> >" ">>" symbol "${symbol}")
+    if(symbol MATCHES "{lambda\\(")
+      continue()
+    endif()
     if(symbol MATCHES "^(vtable|typeinfo) " OR (NOT kind STREQUAL V AND NOT symbol MATCHES "^Valdane::([^(]*[*&>]|[A-Za-z:]*) std::"))
       list(APPEND exported "${symbol}")
     endif()

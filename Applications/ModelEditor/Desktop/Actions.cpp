@@ -118,17 +118,21 @@ void Actions::fillToolbar()
 void Actions::setState(const State& state)
 {
     const bool isIdle = state.isOpen && !state.isBusy;
-    for (auto* const action : {cut, copy, paste, remove, rename, insert, addAttribute, moveUp, moveDown, find,
-                               findNext, findPrevious, replace})
+    for (auto* const action :
+         {cut, copy, paste, remove, rename, insert, addAttribute, moveUp, moveDown, replace})
     {
         action->setEnabled(isIdle);
+    }
+    for (auto* const action : {find, findNext, findPrevious})
+    {
+        action->setEnabled(state.isOpen && state.isReadable);
     }
     for (auto* const action : {saveAs, exportCopy, reload, close, scale, check, import, record})
     {
         action->setEnabled(isIdle && !state.isRecording);
     }
     save->setEnabled(isIdle && !state.isRecording && state.isModified);
-    saveAll->setEnabled(!state.isBusy && !state.isRecording && state.isAnyModified);
+    saveAll->setEnabled(!state.isRecording && state.isAnyModified);
     close->setEnabled(state.isOpen);
     finish->setEnabled(isIdle && state.isRecording);
     discard->setEnabled(isIdle && state.isRecording);

@@ -32,6 +32,7 @@ public:
     {
         bool isOpen = false;
         bool isBusy = false;
+        bool isReadable = false;
         bool isRecording = false;
         bool isModified = false;
         bool isAnyModified = false;

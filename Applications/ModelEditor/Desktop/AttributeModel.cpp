@@ -45,7 +45,9 @@ std::vector<AttributeModel::Row> AttributeModel::readRows() const
         const std::string name = attribute.name();
         const auto part = partOf(name);
         found.push_back({.name = name,
-                         .text = part == Part::Value ? object->getShownText(name) : attribute.value(),
+                         .text = part == Part::Value && !isNamespaceDeclaration(name)
+                                     ? object->getShownText(name)
+                                     : attribute.value(),
                          .part = part});
     }
     for (const auto& name : object->getAttributeNames())
@@ -89,6 +91,11 @@ bool AttributeModel::isNumber(int row) const
 {
     const auto type = typeOf(rows.at(static_cast<std::size_t>(row)).text);
     return type != ValueType::Text && type != ValueType::Bool;
+}
+
+void AttributeModel::setEditable(bool editable)
+{
+    isEditable = editable;
 }
 
 int AttributeModel::rowCount(const QModelIndex& parent) const
@@ -156,8 +163,8 @@ bool AttributeModel::setData(const QModelIndex& index, const QVariant& value, in
 Qt::ItemFlags AttributeModel::flags(const QModelIndex& index) const
 {
     const auto flags = QAbstractTableModel::flags(index);
-    const bool isFixed =
-        !index.isValid() || isNamespaceDeclaration(rows.at(static_cast<std::size_t>(index.row())).name);
+    const bool isFixed = !isEditable || !index.isValid() ||
+                         isNamespaceDeclaration(rows.at(static_cast<std::size_t>(index.row())).name);
     return index.column() == Value && !isFixed ? flags | Qt::ItemIsEditable : flags;
 }
 

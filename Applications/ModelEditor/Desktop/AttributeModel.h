@@ -45,6 +45,9 @@ public:
     /// Whether the value of @p row is a number.
     bool isNumber(int row) const;
 
+    /// Whether values can be edited; at first they can.
+    void setEditable(bool editable);
+
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
@@ -70,6 +73,7 @@ private:
 
     std::shared_ptr<XmlObject> object;
     std::vector<Row> rows;
+    bool isEditable = true;
 };
 
 } // namespace ModelEditor

@@ -75,7 +75,7 @@ DocumentTab::DocumentTab(LoadedModel loaded, Valdane::ActiveHistory& active, Kno
 
     connect(tree->selectionModel(), &QItemSelectionModel::currentChanged, this, &DocumentTab::showSelected);
     connect(document.get(), &OpenDocument::changed, this, &DocumentTab::onChanged);
-    connect(document.get(), &OpenDocument::busyChanged, this, &DocumentTab::showPicture);
+    connect(document.get(), &OpenDocument::busyChanged, this, &DocumentTab::showRun);
     connect(document.get(), &OpenDocument::refused, this,
             [this](const QString& what, const QString& why) { failures.add(what, why); });
     connect(&document->getElements(), &ElementModel::moveWanted, this, &DocumentTab::moveTo);
@@ -308,7 +308,9 @@ void DocumentTab::select(pugi::xml_node element)
     const auto index = document->getElements().findIndex(element);
     if (index.isValid())
     {
-        tree->setCurrentIndex(index);
+        // Alone, even while a person holds Ctrl for the key of undo.
+        tree->selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect |
+                                                           QItemSelectionModel::Rows);
         tree->scrollTo(index);
     }
 }
@@ -325,7 +327,7 @@ void DocumentTab::onChanged()
 
 void DocumentTab::showSelected()
 {
-    if (document->isBusy())
+    if (!document->isReadable())
     {
         return;
     }
@@ -337,9 +339,10 @@ void DocumentTab::showSelected()
     where->setToolTip(where->text());
 }
 
-void DocumentTab::showPicture(bool isBusy)
+void DocumentTab::showRun(bool isBusy)
 {
-    if (!isBusy)
+    attributes.setEditable(!isBusy);
+    if (document->isReadable())
     {
         delete picture;
         panes->setEnabled(true);

@@ -22,7 +22,8 @@ class FindReplaceBar;
 
 /// One open file as a person sees it: the tree, the attributes of the selected element, the line to find and replace.
 ///
-/// While a run has the model, a picture of both panes is in their place.
+/// During a run one reads on and edits nothing. While the run has the model for itself, a picture of both panes is in their
+/// place.
 ///
 /// Ownership: owns the document. Thread: the GUI thread.
 class DocumentTab : public QWidget
@@ -60,7 +61,7 @@ public:
 
 private:
     void showSelected();
-    void showPicture(bool isBusy);
+    void showRun(bool isBusy);
     void moveTo(const std::vector<pugi::xml_node>& dragged, pugi::xml_node target, pugi::xml_node before);
     std::string addressOf(pugi::xml_node element) const;
     std::string addressOf(const std::vector<pugi::xml_node>& elements) const;

@@ -8,6 +8,7 @@
 #include <QMimeData>
 #include <QPalette>
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace ModelEditor
@@ -18,6 +19,8 @@ namespace
 
 constexpr auto mimeOfElements = "application/x-valdane-elements";
 constexpr int longestContent = 120;
+// Many times what a window shows, and made in no time.
+constexpr std::size_t gradualPortion = 4096;
 
 // What stands in the start tag beside the name, or else the text.
 QString contentOf(pugi::xml_node element)
@@ -42,8 +45,13 @@ QString contentOf(pugi::xml_node element)
 
 } // namespace
 
-ElementModel::ElementModel(XmlModel& shown, QObject* parent) : QAbstractItemModel(parent), model(shown)
+ElementModel::ElementModel(XmlModel& shown, Filling filling, QObject* parent)
+    : QAbstractItemModel(parent),
+      model(shown),
+      portion(filling == Filling::Gradual ? gradualPortion : std::numeric_limits<std::size_t>::max())
 {
+    filler.setInterval(0);
+    connect(&filler, &QTimer::timeout, this, &ElementModel::fillNext);
     rebuild();
     model.setChildrenListener([this](const XmlChildren& children) { onChildren(children); });
 }
@@ -153,6 +161,10 @@ Qt::ItemFlags ElementModel::flags(const QModelIndex& index) const
     {
         return Qt::NoItemFlags;
     }
+    if (!isEditable)
+    {
+        return QAbstractItemModel::flags(index);
+    }
     const bool hasName = !getNode(index).attribute("name").empty();
     const bool isRoot = !parent(index).isValid();
     return QAbstractItemModel::flags(index) | Qt::ItemIsDropEnabled |
@@ -190,7 +202,7 @@ bool ElementModel::canDropMimeData(const QMimeData* data, Qt::DropAction action,
                                    const QModelIndex& parent) const
 {
     const auto words = data->data(QString::fromLatin1(mimeOfElements)).split(' ');
-    if (isFrozen || action != Qt::MoveAction || words.size() < 2 ||
+    if (isFrozen || !isEditable || action != Qt::MoveAction || words.size() < 2 ||
         words.front().toULongLong() != reinterpret_cast<qulonglong>(this) || !parent.isValid())
     {
         return false;
@@ -219,8 +231,9 @@ bool ElementModel::dropMimeData(const QMimeData* data, Qt::DropAction action, in
         dragged.emplace_back(reinterpret_cast<pugi::xml_node_struct*>(word.toULongLong()));
     }
     const auto target = parent.siblingAtColumn(0);
-    const auto before =
-        row < 0 || row >= rowCount(target) ? pugi::xml_node() : getNode(index(row, 0, target));
+    const auto before = row < 0                  ? pugi::xml_node()
+                        : row < rowCount(target) ? getNode(index(row, 0, target))
+                                                 : nextOf(*levelOf(target));
     Q_EMIT moveWanted(dragged, getNode(target), before);
     return false;
 }

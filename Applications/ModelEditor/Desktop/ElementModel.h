@@ -4,6 +4,7 @@
 
 #include <QAbstractItemModel>
 #include <QString>
+#include <QTimer>
 #include <memory>
 #include <set>
 #include <span>
@@ -23,8 +24,9 @@ struct XmlChildren;
 
 /// The elements of a model as a tree: tag, name, and what else is in the start tag.
 ///
-/// Rows of an element are made when a view asks for them, eight bytes for each, so that a million elements open at once. What
-/// comes and goes is told as the rows that it is; with more than 256 separate places among the same siblings, as a reset.
+/// Rows of an element are made when a view asks for them, eight bytes for each: all of them, or the first few thousand, and
+/// the others by and by while the event loop has nothing else to do, so that a million elements open at once. What comes and
+/// goes is told as the rows that it is; with more than 256 separate places among the same siblings, as a reset.
 ///
 /// While it is frozen it does not look at the model, because a run has that for itself, and the rows have no texts.
 ///
@@ -48,7 +50,14 @@ public:
         IsModifiedRole = Qt::UserRole, ///< bool: a module that differs from what was saved
     };
 
-    explicit ElementModel(XmlModel& shown, QObject* parent = nullptr);
+    /// How the rows of an element with very many others in it are made.
+    enum class Filling
+    {
+        AtOnce,
+        Gradual,
+    };
+
+    explicit ElementModel(XmlModel& shown, Filling filling = Filling::AtOnce, QObject* parent = nullptr);
     ~ElementModel() override;
 
     /// The element of a row; empty if the index is not valid.
@@ -67,6 +76,8 @@ public:
     void setModified(std::set<const Valdane::Object*> modules);
 
     void setFrozen(bool frozen);
+    /// Whether names can be edited, and rows dragged; at first they can.
+    void setEditable(bool editable);
 
     QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
     QModelIndex parent(const QModelIndex& index) const override;
@@ -99,15 +110,21 @@ private:
     /// The rows of an element that has been looked into.
     struct Level
     {
-        pugi::xml_node element{}; ///< empty for the level of the root
-        Level* above = nullptr;   ///< null for that level
-        int row = 0;              ///< of the element, or near it
-        std::vector<pugi::xml_node> children{};
+        pugi::xml_node element{};               ///< empty for the level of the root
+        Level* above = nullptr;                 ///< null for that level
+        int row = 0;                            ///< of the element, or near it
+        std::vector<pugi::xml_node> children{}; ///< the first ones, or all
+        bool isWhole = false;
     };
 
     static pugi::xml_node elementFrom(pugi::xml_node node);
+    static pugi::xml_node nextOf(const Level& level);
     Level* levelOf(const QModelIndex& index) const;
     Level* requireLevel(pugi::xml_node element, Level* above, int rowAbove) const;
+    static std::vector<pugi::xml_node> takeRows(Level& level, std::size_t most);
+    void fill(Level& level, std::size_t most);
+    void fillUpTo(Level& level, pugi::xml_node child);
+    void fillNext();
     QModelIndex indexOf(const Level& level) const;
     int rowOf(const Level& level, pugi::xml_node child, int guess) const;
     void onChildren(const XmlChildren& children);
@@ -121,9 +138,15 @@ private:
     XmlModel& model;
     // By the node. The empty node has the level of the root element.
     mutable std::unordered_map<const void*, std::unique_ptr<Level>> levels;
+    // How many rows are made at first, and at least each time after.
+    std::size_t portion;
+    // Elements whose levels were not whole when they came in here.
+    mutable std::vector<const void*> unfilled;
+    mutable QTimer filler;
     std::set<const Valdane::Object*> modified;
     std::vector<pugi::xml_node> changed;
     bool isFrozen = false;
+    bool isEditable = true;
 };
 
 } // namespace ModelEditor

@@ -133,7 +133,7 @@ void FindReplaceBar::previous()
 
 void FindReplaceBar::find(bool isForward)
 {
-    if (what->text().isEmpty() || document.isBusy())
+    if (what->text().isEmpty() || !document.isReadable())
     {
         return;
     }

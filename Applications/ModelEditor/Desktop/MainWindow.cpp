@@ -225,7 +225,11 @@ void MainWindow::showCurrent()
         setWindowTitle(document.getName() + "[*] – " + tr("Model Editor"));
         titleFollows = Valdane::showModified(*this, document.getSaveState(), OpenDocument::Saved);
         document.activate();
-        tab->setFocus();
+        // Who types a value and saves goes on typing.
+        if (!tab->isAncestorOf(focusWidget()))
+        {
+            tab->setFocus();
+        }
     }
     for (const auto& [owner, status] : runs)
     {
@@ -249,6 +253,7 @@ void MainWindow::showState()
         {
             state.isOpen = true;
             state.isBusy = document.isBusy();
+            state.isReadable = document.isReadable();
             state.isRecording = document.isRecording();
             state.isModified = isModified;
         }
@@ -268,7 +273,7 @@ void MainWindow::showResult(const QString& title, const QString& text)
 void MainWindow::showFinding(const QString& line)
 {
     auto* const tab = getCurrent();
-    if (tab == nullptr || tab->getDocument().isBusy() || !line.startsWith(QLatin1Char('/')))
+    if (tab == nullptr || !tab->getDocument().isReadable() || !line.startsWith(QLatin1Char('/')))
     {
         return;
     }

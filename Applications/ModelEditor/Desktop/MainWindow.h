@@ -8,7 +8,9 @@
 #include "Service/Editing/ActiveHistory.h"
 
 #include <QMainWindow>
+#include <filesystem>
 #include <map>
+#include <memory>
 #include <string>
 
 class QDockWidget;
@@ -26,6 +28,7 @@ namespace ModelEditor
 {
 
 class DocumentTab;
+class FileJournal;
 class StartPage;
 
 /// The window of the editor: files in tabs, their history, and all actions.
@@ -38,6 +41,10 @@ class MainWindow : public QMainWindow
 public:
     MainWindow();
     ~MainWindow() override;
+
+    /// Keeps what is not saved of the files that are opened from now on in journals in @p folder, and offers what was not
+    /// saved of them when a program died. Without, nothing is kept.
+    void keepJournals(std::filesystem::path folder);
 
     /// Opens a file in a tab, or shows its tab. Tells a person what is wrong. @return whether it is open.
     bool openFile(const QString& path);
@@ -70,6 +77,11 @@ private:
     void connectEdits();
     void connectModel();
     void addTab(LoadedModel loaded, int index);
+    std::unique_ptr<DocumentTab> makeTab(LoadedModel loaded);
+    std::unique_ptr<FileJournal> openJournal(const std::string& path);
+    bool wantsBack(const FileJournal& journal, const std::string& path);
+    std::unique_ptr<DocumentTab> bringBack(std::unique_ptr<FileJournal> journal, const std::string& path);
+    void warn(const QString& text);
     void dropTab(DocumentTab& tab);
     bool mayLose(DocumentTab& tab);
     bool mayOverwrite(const std::string& path);
@@ -92,6 +104,7 @@ private:
     // The documents leave it in their destructors, so it must live longer.
     Valdane::ActiveHistory history;
     KnownFiles known;
+    std::filesystem::path journals;
     Actions actions;
     RecentFiles recent;
     Theme theme;

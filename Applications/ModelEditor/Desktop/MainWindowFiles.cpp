@@ -85,19 +85,16 @@ bool MainWindow::openFile(const QString& path)
     try
     {
         std::ostringstream warnings;
-        addTab(openModel(path.toStdString(), warnings), tabs->count());
+        auto loaded = openModel(path.toStdString(), warnings);
         QApplication::restoreOverrideCursor();
+        warn(QString::fromStdString(warnings.str()));
+        addTab(std::move(loaded), tabs->count());
         recent.add(path);
-        const auto told = QString::fromStdString(warnings.str()).trimmed();
-        if (!told.isEmpty())
-        {
-            showResult(tr("Warnings"), told);
-        }
         return true;
     }
     catch (const std::exception& exception)
     {
-        QApplication::restoreOverrideCursor();
+        QApplication::restoreOverrideCursor(); // which does nothing twice
         recent.remove(path);
         return refuse(tr("The file cannot be opened."), exception);
     }
@@ -105,7 +102,7 @@ bool MainWindow::openFile(const QString& path)
 
 void MainWindow::addTab(LoadedModel loaded, int index)
 {
-    auto* const tab = new DocumentTab(std::move(loaded), history, known);
+    auto* const tab = makeTab(std::move(loaded)).release();
     auto& document = tab->getDocument();
     tab->getTree().addActions({actions.cut, actions.copy, actions.paste, actions.remove, actions.insert,
                                actions.addAttribute, actions.rename, actions.moveUp, actions.moveDown});
@@ -116,7 +113,11 @@ void MainWindow::addTab(LoadedModel loaded, int index)
     connect(&document, &OpenDocument::changed, this, &MainWindow::showState);
     connect(&document, &OpenDocument::busyChanged, this, &MainWindow::showState);
     connect(&document, &OpenDocument::noted, this,
-            [this](const QString& text) { statusBar()->showMessage(text, 8000); });
+            [this](const QString& text, const QString& tip)
+            {
+                statusBar()->showMessage(text, 8000);
+                statusBar()->setToolTip(tip);
+            });
     connect(&document, &OpenDocument::resultReady, this, &MainWindow::showResult);
     tabs->insertTab(index, tab, document.getName());
     tabs->setCurrentIndex(index);
@@ -248,6 +249,7 @@ bool MainWindow::reload(DocumentTab& tab)
     {
         auto loaded = loadModel(tab.getDocument().getPath());
         const int index = tabs->indexOf(&tab);
+        tab.getDocument().closeJournal();
         dropTab(tab);
         addTab(std::move(loaded), index);
         return true;
@@ -265,6 +267,7 @@ bool MainWindow::closeTab(DocumentTab& tab)
     {
         return false;
     }
+    tab.getDocument().closeJournal();
     dropTab(tab);
     showCurrent();
     return true;

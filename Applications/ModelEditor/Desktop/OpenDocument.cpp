@@ -3,6 +3,7 @@
 #include "Applications/ModelEditor/Document/ModelFile.h"
 #include "Applications/ModelEditor/Document/XmlChange.h"
 #include "Applications/ModelEditor/Edits/ModelModules.h"
+#include "Applications/ModelEditor/Recovery/FileJournal.h"
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
@@ -23,7 +24,7 @@ OpenDocument::OpenDocument(LoadedModel loaded, Valdane::ActiveHistory& active, K
       model(std::move(loaded.model)),
       modules(std::make_shared<ModelModules>(model->getRoot())),
       known(knownFiles),
-      elements(*model),
+      elements(*model, ElementModel::Filling::Gradual),
       history(manager),
       saveState(manager),
       policy(manager),
@@ -61,7 +62,8 @@ OpenDocument::OpenDocument(LoadedModel loaded, Valdane::ActiveHistory& active, K
         [this]
         {
             Q_EMIT busyChanged(true);
-            elements.setFrozen(true);
+            elements.setEditable(false);
+            elements.setFrozen(!isReadable());
         });
     finished = run.connectToSigFinished([this](ThreadedRun::Result result, const std::string& why)
                                         { onFinished(result, why); });
@@ -110,6 +112,34 @@ QString OpenDocument::getName() const
     return QFileInfo(QString::fromStdString(path)).fileName();
 }
 
+void OpenDocument::keepJournal(std::unique_ptr<FileJournal> used)
+{
+    follow(std::move(used));
+    journal->start(*model, manager);
+}
+
+std::string OpenDocument::bringBack(std::unique_ptr<FileJournal> used)
+{
+    follow(std::move(used));
+    return journal->recover(*model, manager);
+}
+
+void OpenDocument::follow(std::unique_ptr<FileJournal> used)
+{
+    journal = std::move(used);
+    journalEnded = journal->connectToSigEnded(
+        [this](const std::string& why)
+        { Q_EMIT resultReady(tr("What is not saved is not kept any more"), QString::fromStdString(why)); });
+}
+
+void OpenDocument::closeJournal()
+{
+    if (journal != nullptr)
+    {
+        journal->close();
+    }
+}
+
 void OpenDocument::activate()
 {
     document.activate();
@@ -118,6 +148,11 @@ void OpenDocument::activate()
 bool OpenDocument::isBusy() const
 {
     return run.isRunning();
+}
+
+bool OpenDocument::isReadable() const
+{
+    return !isBusy() || beside == Beside::Readers;
 }
 
 bool OpenDocument::isModified() const
@@ -204,19 +239,21 @@ bool OpenDocument::tryTo(const QString& what, const std::function<void()>& begin
     }
 }
 
-bool OpenDocument::start(const std::shared_ptr<Valdane::ThreadedCommand>& command, TellResult tell)
+bool OpenDocument::start(const std::shared_ptr<Valdane::ThreadedCommand>& command, Beside allowed,
+                         TellResult tell)
 {
     return tryTo(QString::fromStdString(command->getDescription()),
                  [&]
                  {
                      running = command;
+                     beside = allowed;
                      tellResult = std::move(tell);
                      run.start(command);
                  });
 }
 
 bool OpenDocument::start(
-    const QString& what,
+    const QString& what, Beside allowed,
     const std::function<std::shared_ptr<Valdane::ThreadedMacroCommand>(XmlModel& model)>& make,
     std::function<QString(const Valdane::ThreadedMacroCommand&)> tell)
 {
@@ -225,6 +262,7 @@ bool OpenDocument::start(
                  {
                      const auto command = make(*model);
                      running = command;
+                     beside = allowed;
                      tellResult = {};
                      if (tell)
                      {
@@ -241,6 +279,7 @@ void OpenDocument::onFinished(ThreadedRun::Result result, const std::string& why
 {
     using Result = ThreadedRun::Result;
     elements.setFrozen(false);
+    elements.setEditable(true);
     const auto command = std::exchange(running, nullptr);
     const auto tell = std::exchange(tellResult, {});
     const auto what = QString::fromStdString(command->getDescription());
@@ -304,17 +343,27 @@ void OpenDocument::write(const std::string& file, Tracker tracker)
     requireIdle();
     requireNoRecording();
     const auto bytes = model->toBytes();
+    const bool isSave = tracker == Saved && journal != nullptr;
+    if (isSave)
+    {
+        journal->willSave(bytes);
+    }
     const auto [whyInPlace, state] = writeFile(file, bytes);
+    if (isSave)
+    {
+        journal->didSave(file);
+    }
     if (state && (tracker == Saved || known.isKnown(file)))
     {
         known.note(file, *state);
     }
     saveState.saved(tracker);
     changeLater();
-    const auto shown = QString::fromStdString(file);
+    const QFileInfo shown(QString::fromStdString(file));
     Q_EMIT noted(whyInPlace.empty()
-                     ? tr("%1 saved").arg(shown)
-                     : tr("%1 saved in place: %2").arg(shown, QString::fromStdString(whyInPlace)));
+                     ? tr("%1 saved").arg(shown.fileName())
+                     : tr("%1 saved in place: %2").arg(shown.fileName(), QString::fromStdString(whyInPlace)),
+                 shown.absoluteFilePath());
 }
 
 // Once for many changes.

@@ -26,6 +26,7 @@ class ThreadedMacroCommand;
 namespace ModelEditor
 {
 
+class FileJournal;
 class ModelModules;
 
 /// A file that is open: its model, its history, and what was saved. Has no widgets.
@@ -44,6 +45,13 @@ public:
     {
         Saved = 0,
         Exported = 1,
+    };
+
+    /// Who may look at the model during a run.
+    enum class Beside
+    {
+        Nobody,  ///< it changes the model on the other thread
+        Readers, ///< it does nothing there but read nodes and texts
     };
 
     using MakeEdit = std::function<Edit(XmlModel& model)>;
@@ -65,11 +73,26 @@ public:
     /// Its name without folders.
     QString getName() const;
 
+    /// Keeps what is done from now on in a journal. @pre nothing was done yet (not checked).
+    void keepJournal(std::unique_ptr<FileJournal> used);
+
+    /// Brings back what a program that died has left in a journal, and goes on there.
+    ///
+    /// @return why not all came back; empty if it did.
+    /// @throws VdException, nothing has changed then.
+    /// @pre the model is that of FileJournal::loadBase(), and nothing was done yet (not checked).
+    std::string bringBack(std::unique_ptr<FileJournal> used);
+
+    /// The document is closed well, so that nothing of it is to come back.
+    void closeJournal();
+
     /// From now on undo and redo concern this one.
     void activate();
 
-    /// Whether a run has the model, which must not be looked at then.
+    /// Whether a run is there, so that nothing is edited. It has the model for itself unless isReadable().
     bool isBusy() const;
+    /// Whether the model may be looked at: its elements, objects, values and addresses.
+    bool isReadable() const;
     bool isModified() const;
     bool isRecording() const;
 
@@ -83,10 +106,10 @@ public:
     void endStep();
 
     /// Starts work on another thread. @return whether it was started.
-    bool start(const std::shared_ptr<Valdane::ThreadedCommand>& command, TellResult tell);
+    bool start(const std::shared_ptr<Valdane::ThreadedCommand>& command, Beside allowed, TellResult tell);
 
     /// The same for a macro that is made now. @param tell  may be empty.
-    bool start(const QString& what,
+    bool start(const QString& what, Beside allowed,
                const std::function<std::shared_ptr<Valdane::ThreadedMacroCommand>(XmlModel& model)>& make,
                std::function<QString(const Valdane::ThreadedMacroCommand&)> tell);
 
@@ -103,8 +126,8 @@ public:
 Q_SIGNALS:
     /// Nothing has changed, and why.
     void refused(const QString& what, const QString& why);
-    /// What a person should know about an edit, a run or a file.
-    void noted(const QString& text);
+    /// What a person should know about an edit, a run or a file. @param tip  what is too long to be read at once.
+    void noted(const QString& text, const QString& tip = {});
     /// When the event loop runs after changes of the model, its history, or what is saved.
     void changed();
     /// A run has begun or is over.
@@ -113,6 +136,7 @@ Q_SIGNALS:
     void resultReady(const QString& title, const QString& text);
 
 private:
+    void follow(std::unique_ptr<FileJournal> used);
     bool carryOut(const QString& what, const MakeEdit& make,
                   const std::function<bool(const std::shared_ptr<Valdane::CommandBase>&)>& execute);
     bool tryTo(const QString& what, const std::function<void()>& begin);
@@ -133,10 +157,13 @@ private:
     Valdane::SaveState saveState;
     Valdane::MergePolicy policy;
     Valdane::ActiveHistory::Document document;
+    std::unique_ptr<FileJournal> journal;
     Valdane::ThreadedRun run;
     std::shared_ptr<Valdane::CommandBase> running;
+    Beside beside = Beside::Nobody;
     TellResult tellResult;
     bool isChangePending = false;
+    Valdane::Signals::Connection journalEnded;
     Valdane::Signals::Connection failed;
     Valdane::Signals::Connection historyChanged;
     Valdane::Signals::Connection executed;

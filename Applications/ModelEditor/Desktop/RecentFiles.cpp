@@ -40,7 +40,7 @@ void RecentFiles::add(const QString& path)
 void RecentFiles::remove(const QString& path)
 {
     auto all = getAll();
-    all.removeAll(path);
+    all.removeAll(QFileInfo(path).absoluteFilePath());
     store(all);
 }
 

@@ -84,14 +84,15 @@ bool RunActions::scale(OpenDocument& document, const std::string& xpath, const s
         arguments.emplace_back("--continue-on-error");
     }
     return document.start(
-        tr("Scale"), [arguments](XmlModel& model) { return makeScale(model, arguments); },
+        tr("Scale"), OpenDocument::Beside::Nobody,
+        [arguments](XmlModel& model) { return makeScale(model, arguments); },
         [](const Valdane::ThreadedMacroCommand& done) { return linesOf(listLeftAlone(done)); });
 }
 
 bool RunActions::check(OpenDocument& document)
 {
     const auto command = std::make_shared<CheckCmd>(document.getModel());
-    return document.start(command,
+    return document.start(command, OpenDocument::Beside::Readers,
                           [command]
                           {
                               const auto& findings = command->getFindings();
@@ -102,7 +103,7 @@ bool RunActions::check(OpenDocument& document)
 
 bool RunActions::import(OpenDocument& document, const std::string& path)
 {
-    return document.start(tr("Import"),
+    return document.start(tr("Import"), OpenDocument::Beside::Readers,
                           [path](XmlModel& model) { return makeImport(model, path, &readFile); }, {});
 }
 

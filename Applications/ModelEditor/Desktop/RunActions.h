@@ -10,7 +10,8 @@ namespace ModelEditor
 
 class OpenDocument;
 
-/// The work that runs on another thread while a person reads on in other files: scale, check and import.
+/// The work that is done as a run: scale, check and import. Meanwhile other files are edited, and this one is read on, but
+/// while it is scaled.
 ///
 /// Thread: the GUI thread.
 class RunActions

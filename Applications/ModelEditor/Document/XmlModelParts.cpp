@@ -133,6 +133,7 @@ XmlCutting XmlModel::parse(XmlObject& parent, const std::vector<NewChildren>& ch
                     .cutting = document.parse(children)};
     part.objects = std::make_unique<ObjectsByNode>();
     NewKeys keys(parent, *part.cutting.nodes);
+    std::size_t textKey = parent.findFreeTextKey();
     for (const auto node : part.cutting.nodes->children())
     {
         if (node.type() == pugi::node_element)
@@ -142,7 +143,7 @@ XmlCutting XmlModel::parse(XmlObject& parent, const std::vector<NewChildren>& ch
         }
         else if (isTextChild(node))
         {
-            part.texts.push_back({.node = node, .taken = {.key = parent.makeTextKey()}});
+            part.texts.push_back({.node = node, .taken = {.key = textKey++}});
         }
     }
     return part;

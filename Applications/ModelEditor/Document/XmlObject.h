@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Applications/ModelEditor/Document/XmlContext.h"
 #include "Applications/ModelEditor/Document/XmlValue.h"
 #include "Platform/Parameterization/Object.h"
 #include "Platform/Parameterization/Path.h"
@@ -8,7 +9,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -22,19 +22,6 @@ namespace ModelEditor
 class Annotations;
 class NodeMap;
 class ObjectsByNode;
-class XmlDocument;
-struct XmlChange;
-struct XmlChildren;
-
-/// What the objects of one model share.
-struct XmlContext
-{
-    XmlDocument& document;
-    /// Called after every change of a value; may be empty.
-    std::function<void(const XmlChange&)> changed;
-    /// Called for each change of which children an element has; may be empty, and throws nothing.
-    std::function<void(const XmlChildren&)> childrenChanged{};
-};
 
 /// An element of a model as an object of the parameter tree.
 ///
@@ -114,8 +101,9 @@ public:
         std::map<std::string, XmlValue>::node_type value{}; ///< if somebody has asked for it
     };
 
-    /// A key that no text of the element has had.
-    std::size_t makeTextKey();
+    /// A key that no text of the element has; those above it are free, too. The same for the same texts, whatever there
+    /// was before, so that a history that is done again finds the same names.
+    std::size_t findFreeTextKey();
 
     /// Adds the child @p node, which was not in the element, to the texts.
     ///

@@ -104,7 +104,7 @@ XmlObject::Texts& XmlObject::getTexts()
                 found.all.push_back({.node = node, .key = found.all.empty() ? 0 : number});
             }
         }
-        found.nextKey = number + 1;
+        found.lowestFreeKey = number + 1;
         texts = std::move(found);
     }
     return *texts;
@@ -137,9 +137,15 @@ const XmlObject::Texts& XmlObject::getNumberedTexts()
     return texts;
 }
 
-std::size_t XmlObject::makeTextKey()
+std::size_t XmlObject::findFreeTextKey()
 {
-    return getTexts().nextKey++;
+    const auto& texts = getTexts();
+    std::size_t free = texts.lowestFreeKey;
+    for (const auto& text : texts.all)
+    {
+        free = std::max(free, text.key + 1);
+    }
+    return free;
 }
 
 void XmlObject::addText(pugi::xml_node node, TakenText& taken)

@@ -18,7 +18,7 @@ namespace ModelEditor
 
 /// The texts of an element that are no layout.
 ///
-/// Each has a key, which names it as long as it is there; no other one ever gets it. The number that XPath gives a text
+/// Each has a key, which names it as long as it is there, and no other one meanwhile. The number that XPath gives a text
 /// counts layout, too, and changes when children come and go.
 struct XmlObject::Texts
 {
@@ -35,8 +35,8 @@ struct XmlObject::Texts
         std::size_t number;
     };
 
-    std::vector<Text> all; ///< in the order of the nodes
-    std::size_t nextKey = 0;
+    std::vector<Text> all;         ///< in the order of the nodes
+    std::size_t lowestFreeKey = 0; ///< no text that was there when they were looked for has it
 
     // Found out when somebody asks, and forgotten when children come or go.
     bool isNumbered = false;

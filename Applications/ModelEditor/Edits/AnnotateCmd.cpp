@@ -14,14 +14,31 @@ using Valdane::Object;
 
 AnnotateCmd::AnnotateCmd(const std::shared_ptr<Object>& object, std::vector<Change> attributeChanges,
                          std::string commandDescription)
+    : AnnotateCmd(object->getRootObjectAlt(), object->getPath(Valdane::RequestedPathType::FromRoot),
+                  std::move(attributeChanges), std::move(commandDescription))
+{
+}
+
+AnnotateCmd::AnnotateCmd(std::weak_ptr<Object> tree, Valdane::Path object,
+                         std::vector<Change> attributeChanges, std::string commandDescription)
     : CommandBase(std::move(commandDescription)),
-      root(object->getRootObjectAlt()),
-      path(object->getPath(Valdane::RequestedPathType::FromRoot)),
+      root(std::move(tree)),
+      path(std::move(object)),
       changes(std::move(attributeChanges))
 {
 }
 
 AnnotateCmd::~AnnotateCmd() = default;
+
+const Valdane::Path& AnnotateCmd::getObject() const noexcept
+{
+    return path;
+}
+
+const std::vector<AnnotateCmd::Change>& AnnotateCmd::getChanges() const noexcept
+{
+    return changes;
+}
 
 void AnnotateCmd::add(Change change)
 {

@@ -35,7 +35,15 @@ public:
     /// @param object  must not be empty (not checked).
     AnnotateCmd(const std::shared_ptr<Valdane::Object>& object, std::vector<Change> changes,
                 std::string description);
+
+    /// @param tree  the root, from which @p object is the way to the object.
+    AnnotateCmd(std::weak_ptr<Valdane::Object> tree, Valdane::Path object, std::vector<Change> changes,
+                std::string description);
     ~AnnotateCmd() override;
+
+    /// What it was made of.
+    const Valdane::Path& getObject() const noexcept;
+    const std::vector<Change>& getChanges() const noexcept;
 
     /// Adds a change. @pre the command has not been executed (not checked).
     void add(Change change);

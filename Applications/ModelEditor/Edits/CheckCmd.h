@@ -27,7 +27,8 @@ class XmlModel;
 /// Changes nothing, and is not kept for undo.
 ///
 /// Ownership: refers to the model, which must live longer.
-/// Thread: the run has the model for itself; otherwise as Valdane::ThreadedCommand.
+/// Thread: run() only reads nodes and the text of the file, and no objects: the main thread may do all meanwhile that changes
+/// neither. Otherwise as Valdane::ThreadedCommand.
 class CheckCmd : public Valdane::ThreadedCommand
 {
 public:

@@ -13,9 +13,16 @@ namespace ModelEditor
 
 DeleteAttributeCmd::DeleteAttributeCmd(XmlObject& element, std::string attributeName,
                                        std::string commandDescription)
+    : DeleteAttributeCmd(element.getRootObjectAlt(), element.getPath(Valdane::RequestedPathType::FromRoot),
+                         std::move(attributeName), std::move(commandDescription))
+{
+}
+
+DeleteAttributeCmd::DeleteAttributeCmd(std::weak_ptr<Valdane::Object> tree, Valdane::Path element,
+                                       std::string attributeName, std::string commandDescription)
     : CommandBase(std::move(commandDescription)),
-      root(element.getRootObjectAlt()),
-      path(element.getPath(Valdane::RequestedPathType::FromRoot)),
+      root(std::move(tree)),
+      path(std::move(element)),
       name(std::move(attributeName))
 {
 }
@@ -30,6 +37,16 @@ void DeleteAttributeCmd::execute()
 void DeleteAttributeCmd::undo()
 {
     findElement()->putAttribute(taken);
+}
+
+const Valdane::Path& DeleteAttributeCmd::getElement() const noexcept
+{
+    return path;
+}
+
+const std::string& DeleteAttributeCmd::getName() const noexcept
+{
+    return name;
 }
 
 std::shared_ptr<XmlObject> DeleteAttributeCmd::findElement() const

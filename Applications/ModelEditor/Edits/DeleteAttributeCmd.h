@@ -23,7 +23,15 @@ class DeleteAttributeCmd : public Valdane::CommandBase
 {
 public:
     DeleteAttributeCmd(XmlObject& element, std::string name, std::string description);
+
+    /// @param tree  the root, from which @p element is the way to the element.
+    DeleteAttributeCmd(std::weak_ptr<Valdane::Object> tree, Valdane::Path element, std::string name,
+                       std::string description);
     ~DeleteAttributeCmd() override;
+
+    /// What it was made of.
+    const Valdane::Path& getElement() const noexcept;
+    const std::string& getName() const noexcept;
 
     /// @throws VdException if the element is gone; what XmlObject::takeAttribute() throws.
     void execute() override;

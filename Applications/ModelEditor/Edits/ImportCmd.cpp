@@ -6,11 +6,19 @@ namespace ModelEditor
 {
 
 ImportCmd::ImportCmd(XmlModel& target, std::string markup, std::string commandDescription)
-    : CommandBase(std::move(commandDescription)), model(target), part{.markup = std::move(markup)}
+    : CommandBase(std::move(commandDescription)),
+      model(target),
+      imported(std::move(markup)),
+      part{.markup = imported}
 {
 }
 
 ImportCmd::~ImportCmd() = default;
+
+const std::string& ImportCmd::getMarkup() const noexcept
+{
+    return imported;
+}
 
 void ImportCmd::execute()
 {

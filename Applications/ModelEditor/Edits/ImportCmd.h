@@ -19,6 +19,9 @@ public:
     ImportCmd(XmlModel& target, std::string markup, std::string description);
     ~ImportCmd() override;
 
+    /// What it was made of.
+    const std::string& getMarkup() const noexcept;
+
     /// @throws what XmlModel::append() throws, nothing being changed.
     void execute() override;
 
@@ -27,6 +30,7 @@ public:
 
 private:
     XmlModel& model;
+    std::string imported;
     XmlPart part;
 };
 

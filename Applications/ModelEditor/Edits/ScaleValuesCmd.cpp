@@ -110,7 +110,22 @@ ScaleValuesCmd::ScaleValuesCmd(std::span<const Selected> values, double factor,
     }
 }
 
+ScaleValuesCmd::ScaleValuesCmd(std::weak_ptr<Valdane::Object> tree, State state,
+                               std::string commandDescription)
+    : ThreadedCommand(std::move(commandDescription)),
+      root(std::move(tree)),
+      paths(std::move(state.values)),
+      by(state.factor),
+      failed(std::make_shared<ScaleFailures>(ScaleFailures{.areLeftAlone = state.areFailuresLeftAlone}))
+{
+}
+
 ScaleValuesCmd::~ScaleValuesCmd() = default;
+
+ScaleValuesCmd::State ScaleValuesCmd::getState() const
+{
+    return {.values = paths, .factor = by, .areFailuresLeftAlone = failed->areLeftAlone};
+}
 
 void ScaleValuesCmd::run()
 {

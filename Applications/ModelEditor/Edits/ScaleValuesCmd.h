@@ -42,7 +42,20 @@ public:
     /// @param values    attributes and texts that have a type, see requireValue(); not empty (not checked).
     /// @param failures  must not be empty (not checked).
     ScaleValuesCmd(std::span<const Selected> values, double factor, std::shared_ptr<ScaleFailures> failures);
+
+    /// What such a command is made of.
+    struct State
+    {
+        std::vector<Valdane::Path> values; ///< the ways to them, from the root
+        double factor = 1;
+        bool areFailuresLeftAlone = false;
+    };
+
+    /// A command that has failures of its own, of any number.
+    ScaleValuesCmd(std::weak_ptr<Valdane::Object> tree, State state, std::string description);
     ~ScaleValuesCmd() override;
+
+    State getState() const;
 
     /// Reads the values and prepares the changes.
     ///

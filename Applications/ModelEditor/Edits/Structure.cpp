@@ -25,6 +25,11 @@ namespace ModelEditor
 namespace
 {
 
+Valdane::Path wayTo(const XmlObject& element)
+{
+    return element.getPath(Valdane::RequestedPathType::FromRoot);
+}
+
 using Valdane::VdException;
 
 enum class Where
@@ -138,8 +143,8 @@ void addDeletions(EditCommands& commands, XmlModel& model, const std::vector<Chi
 {
     for (const auto& siblings : byParent(children))
     {
-        commands.add(
-            std::make_shared<DeleteCmd>(model, *siblings.front().parent, rangesOf(siblings), description));
+        commands.add(std::make_shared<DeleteCmd>(model, wayTo(*siblings.front().parent), rangesOf(siblings),
+                                                 description));
     }
 }
 
@@ -219,7 +224,7 @@ Edit makeInsert(XmlModel& model, const std::vector<std::string>& arguments)
         std::vector<NewChildren> children;
         std::ranges::transform(siblings, std::back_inserter(children),
                                [&](const Target& target) { return childrenFor(target, markup); });
-        commands.add(std::make_shared<InsertCmd>(model, *siblings.front().parent, std::move(children),
+        commands.add(std::make_shared<InsertCmd>(model, wayTo(*siblings.front().parent), std::move(children),
                                                  siblings.size() == 1 ? start + brief(siblings.front().title)
                                                                       : description));
     }
@@ -260,10 +265,10 @@ Edit makeCopy(XmlModel& model, const std::vector<std::string>& arguments)
     const auto place = requireOne(model, arguments[1]);
     const auto target = findTarget(model, finder, place, where);
     const auto markup = markupOf(model, children, target);
-    return {.command =
-                std::make_shared<InsertCmd>(model, *target.parent, std::vector{childrenFor(target, markup)},
-                                            "Copy " + titleOfAll(arguments[0], nodes, children) +
-                                                preposition(where) + brief(place.object->getTitle())),
+    return {.command = std::make_shared<InsertCmd>(model, wayTo(*target.parent),
+                                                   std::vector{childrenFor(target, markup)},
+                                                   "Copy " + titleOfAll(arguments[0], nodes, children) +
+                                                       preposition(where) + brief(place.object->getTitle())),
             .note = noteOf(markup, {target})};
 }
 
@@ -287,8 +292,8 @@ Edit makeMove(XmlModel& model, const std::vector<std::string>& arguments)
     addDeletions(commands, model, children, description);
     auto added = childrenFor(target, markup);
     added.index -= static_cast<std::size_t>(goneBefore);
-    commands.add(
-        std::make_shared<InsertCmd>(model, *target.parent, std::vector{std::move(added)}, description));
+    commands.add(std::make_shared<InsertCmd>(model, wayTo(*target.parent), std::vector{std::move(added)},
+                                             description));
     return {.command = commands.asOne(), .note = noteOf(markup, {target})};
 }
 
@@ -320,8 +325,8 @@ Edit makeWrap(XmlModel& model, const std::vector<std::string>& arguments)
             wrapped.back().index -= wrapped.size() - 1;
             targets.push_back({.parent = parent, .index = child.index, .layout = {}, .title = {}});
         }
-        commands.add(std::make_shared<DeleteCmd>(model, *parent, rangesOf(siblings), description));
-        commands.add(std::make_shared<InsertCmd>(model, *parent, std::move(wrapped), description));
+        commands.add(std::make_shared<DeleteCmd>(model, wayTo(*parent), rangesOf(siblings), description));
+        commands.add(std::make_shared<InsertCmd>(model, wayTo(*parent), std::move(wrapped), description));
     }
     return {.command = commands.asOne(), .note = noteOf(empty, targets)};
 }

@@ -7,12 +7,12 @@
 namespace ModelEditor
 {
 
-InsertCmd::InsertCmd(XmlModel& target, const XmlObject& parent, std::vector<NewChildren> children,
+InsertCmd::InsertCmd(XmlModel& target, Valdane::Path parent, std::vector<NewChildren> children,
                      std::string commandDescription)
     : CommandBase(std::move(commandDescription)),
       model(target),
       added(std::move(children)),
-      part{.parent = parent.getPath(Valdane::RequestedPathType::FromRoot)}
+      part{.parent = std::move(parent)}
 {
 }
 
@@ -30,7 +30,6 @@ void InsertCmd::execute()
         }
         part = model.parse(static_cast<XmlObject&>(*parent), added);
         isParsed = true;
-        added = {};
     }
     model.put(part);
 }
@@ -40,12 +39,21 @@ void InsertCmd::undo()
     model.take(part);
 }
 
-DeleteCmd::DeleteCmd(XmlModel& target, const XmlObject& parent, ChunkRanges ranges,
+const Valdane::Path& InsertCmd::getParent() const noexcept
+{
+    return part.parent;
+}
+
+const std::vector<NewChildren>& InsertCmd::getChildren() const noexcept
+{
+    return added;
+}
+
+DeleteCmd::DeleteCmd(XmlModel& target, Valdane::Path parent, ChunkRanges ranges,
                      std::string commandDescription)
     : CommandBase(std::move(commandDescription)),
       model(target),
-      part{.parent = parent.getPath(Valdane::RequestedPathType::FromRoot),
-           .cutting = {.ranges = std::move(ranges)}}
+      part{.parent = std::move(parent), .cutting = {.ranges = std::move(ranges)}}
 {
 }
 
@@ -59,6 +67,16 @@ void DeleteCmd::execute()
 void DeleteCmd::undo()
 {
     model.put(part);
+}
+
+const Valdane::Path& DeleteCmd::getParent() const noexcept
+{
+    return part.parent;
+}
+
+const ChunkRanges& DeleteCmd::getRanges() const noexcept
+{
+    return part.cutting.ranges;
 }
 
 } // namespace ModelEditor

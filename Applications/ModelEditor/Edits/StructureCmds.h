@@ -18,10 +18,15 @@ namespace ModelEditor
 class InsertCmd : public Valdane::CommandBase
 {
 public:
+    /// @param parent    the way to the element, from the root.
     /// @param children  some, see XmlModel::parse().
-    InsertCmd(XmlModel& target, const XmlObject& parent, std::vector<NewChildren> children,
+    InsertCmd(XmlModel& target, Valdane::Path parent, std::vector<NewChildren> children,
               std::string description);
     ~InsertCmd() override;
+
+    /// What it was made of.
+    const Valdane::Path& getParent() const noexcept;
+    const std::vector<NewChildren>& getChildren() const noexcept;
 
     /// @throws VdException if the element is gone; what XmlModel::parse() and put() throw. Nothing has changed then.
     void execute() override;
@@ -44,9 +49,14 @@ private:
 class DeleteCmd : public Valdane::CommandBase
 {
 public:
-    /// @param ranges  some of the chunks of @p parent.
-    DeleteCmd(XmlModel& target, const XmlObject& parent, ChunkRanges ranges, std::string description);
+    /// @param parent  the way to the element, from the root.
+    /// @param ranges  some of its chunks.
+    DeleteCmd(XmlModel& target, Valdane::Path parent, ChunkRanges ranges, std::string description);
     ~DeleteCmd() override;
+
+    /// What it was made of.
+    const Valdane::Path& getParent() const noexcept;
+    const ChunkRanges& getRanges() const noexcept;
 
     /// @throws what XmlModel::take() throws.
     void execute() override;

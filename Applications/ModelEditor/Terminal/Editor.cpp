@@ -62,6 +62,11 @@ Editor::~Editor()
     model.setChangeListener({});
 }
 
+Valdane::CommandManager& Editor::getManager()
+{
+    return levels.front().manager;
+}
+
 void Editor::activate()
 {
     levels.back().activate();

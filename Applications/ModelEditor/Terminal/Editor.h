@@ -94,6 +94,9 @@ public:
     /// Makes it the one that undo and redo concern.
     void activate();
 
+    /// That of the model: what a recording or a group does comes there when that ends.
+    Valdane::CommandManager& getManager();
+
     /// Carries out @p line; an empty one or a comment is fine.
     ///
     /// @pre it is active (not checked).

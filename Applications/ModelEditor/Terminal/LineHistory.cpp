@@ -2,11 +2,11 @@
 
 #include "Applications/ModelEditor/Document/Descriptor.h"
 #include "Applications/ModelEditor/Document/ModelFile.h"
+#include "Applications/ModelEditor/Document/StateFolder.h"
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/file.h>
@@ -103,18 +103,8 @@ void LineHistory::add(std::string_view line) const
 
 std::string LineHistory::findPath()
 {
-    const auto get = [](const char* name)
-    {
-        const char* const value = std::getenv(name);
-        return std::string(value == nullptr ? "" : value);
-    };
-    const auto state = get("XDG_STATE_HOME");
-    const auto home = get("HOME");
-    if (state.starts_with('/'))
-    {
-        return state + "/model-editor/lines";
-    }
-    return home.empty() ? "" : home + "/.local/state/model-editor/lines";
+    const auto folder = findStateFolder();
+    return folder.empty() ? "" : folder + "/lines";
 }
 
 } // namespace ModelEditor

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Applications/ModelEditor/Recovery/FileJournal.h"
 #include "Applications/ModelEditor/Terminal/Editor.h"
 
 #include <cstdint>
@@ -18,7 +19,9 @@ struct OpenFile
     std::string
         savePath; ///< where `save` without a file writes; differs from path until something was saved there
     std::unique_ptr<XmlModel> model;
-    std::unique_ptr<Editor> editor; ///< of the model; goes before it
+    std::unique_ptr<Editor> editor;       ///< of the model; goes before it
+    std::unique_ptr<FileJournal> journal; ///< of both, and goes before them; empty if none is kept
+    Valdane::Signals::Connection journalEnded;
 };
 
 } // namespace ModelEditor

@@ -71,6 +71,10 @@ private:
                 throw VdException("--log-level is trace or error, not '" + **value + "'");
             }
         }
+        else if (argument == "--no-journal")
+        {
+            options.keepsJournal = false;
+        }
         else if (bool* const flag = flagOf(argument))
         {
             *flag = true;
@@ -99,6 +103,10 @@ private:
         if (name == "--keep-going")
         {
             return &options.keepsGoing;
+        }
+        if (name == "--keep-history")
+        {
+            return &options.keepsHistory;
         }
         if (name == "--help" || name == "-h")
         {
@@ -162,7 +170,7 @@ const std::string_view Options::help = R"(Edits XML models, with undo.
 
   model-editor MODEL... [-e COMMAND]... [--script FILE] [--output FILE]
                [--namespace PREFIX=URI]... [--log-level trace|error]
-               [--keep-going]
+               [--keep-going] [--no-journal] [--keep-history]
   model-editor --help | --version
 
 Commands come from the command line (-e), from FILE, or from standard input:
@@ -179,6 +187,9 @@ typed at a terminal with line editing, or as a script.
   --log-level L     log lines on standard error: failures (error), or also every
                     step (trace)
   --keep-going      do not stop a script at a line that fails
+  --no-journal      do not keep what is typed and not saved, see below
+  --keep-history    at a terminal: bring the steps of the last session back, so
+                    that they can be undone, and keep those of this one
 
 Nothing is written but by the commands save, export, diff and stop. A script,
 and so -e, stops at the first line that fails and then writes nothing: what it
@@ -190,6 +201,10 @@ extended attributes, and a symbolic link stays one. The new content takes the
 place of the old one whole. A file that cannot keep all that is written in
 place, and this is told: one that has other names, for instance. A read-only
 file is written after a question at a terminal, in a script by save!.
+
+What is done at a terminal and not saved is kept in a journal. If the program
+dies, it offers to bring that back when MODEL is opened again. A group or a
+recording is kept when it ends.
 
 At a terminal there are colours, unless the variable NO_COLOR is set, and what
 is longer than the screen is shown by the program that PAGER names (less).

@@ -20,6 +20,8 @@ struct Options
     std::optional<std::string> logLevel; ///< `trace` or `error`
     NamespacePrefixes namespaces;        ///< for addresses
     bool keepsGoing = false;
+    bool keepsJournal = true;  ///< of what is typed and not saved
+    bool keepsHistory = false; ///< for the next session
     bool wantsHelp = false;
     bool wantsVersion = false;
 

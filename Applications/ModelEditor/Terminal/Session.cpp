@@ -80,10 +80,16 @@ bool Session::run(LineSource& source)
 {
     source.serve(*this);
     lines = &source;
+    for (OpenFile* const file : files.getAll())
+    {
+        keepJournal(*file);
+    }
+    files.makeCurrent(*files.getAll().front());
     bool allWell = true;
     bool ends = false;
     while (!ends)
     {
+        writeJournals();
         const auto line = source.next(getLinePrompt());
         ++lineNumber;
         bool isWell = line ? runLine(*line) : finish();
@@ -100,6 +106,10 @@ bool Session::run(LineSource& source)
         // Who ends the input in a group has meant to end the group, and is told so.
         const bool wantsEnd = line ? getEditor().takeQuit() : isWell || !settings.isInteractive;
         ends = wantsEnd && mayEnd();
+    }
+    for (OpenFile* const file : files.getAll())
+    {
+        closeJournal(*file);
     }
     return writePending() && (allWell || settings.isInteractive);
 }
@@ -199,6 +209,7 @@ void Session::conclude()
         report(runLineNumber, getNameForMessages() + exception.what());
         isRunWell = false;
     }
+    writeJournals();
     out.flush();
 }
 

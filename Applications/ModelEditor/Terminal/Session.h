@@ -36,6 +36,10 @@ public:
         bool echoes = false;        ///< print every line before its output
         bool keepsGoing = false;    ///< go on after a failure, and write what is saved at once
         Pager* pager = nullptr;     ///< shows what is long to a person who types, if it is there
+        std::filesystem::path
+            journals{}; ///< the folder for what is not saved of the files; empty: it is not kept
+        bool keepsHistory =
+            false; ///< bring the history of the session before back, and keep that of this one
     };
 
     /// @param edited  at least one (not checked). The first is current; what is there twice is opened once.
@@ -83,6 +87,12 @@ private:
     void close();
     void reload();
     void saveAll();
+    void keepJournal(OpenFile& file);
+    bool recoverOrStart(OpenFile& file, FileJournal& journal);
+    void recover(OpenFile& file, FileJournal& journal, const std::string& steps);
+    void writeJournals() const;
+    void closeJournal(OpenFile& file);
+    void warn(const std::string& what);
     void tellCurrent();
     std::string getNameForMessages() const;
     bool waitForRun();

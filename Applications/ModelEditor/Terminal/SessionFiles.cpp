@@ -108,6 +108,7 @@ void Session::open(const std::string& path)
         auto opened = openModel(path, err);
         opened.model->setPrefixes(files.getCurrent().model->getPrefixes());
         add(std::move(opened), "");
+        keepJournal(files.getCurrent());
     }
     tellCurrent();
 }
@@ -132,6 +133,10 @@ void Session::list()
 void Session::close()
 {
     const std::string path = files.getCurrent().path;
+    if (files.areSeveral())
+    {
+        closeJournal(files.getCurrent());
+    }
     files.closeCurrent();
     out << "Closed " << shown(path) << '\n';
     tellCurrent();
@@ -150,6 +155,10 @@ void Session::reload()
     known.note(file.path, loaded.state);
     file.editor = std::move(editor);
     file.model = std::move(loaded.model);
+    if (file.journal != nullptr)
+    {
+        file.journal->start(*file.model, file.editor->getManager());
+    }
     out << "Loaded " << file.path << "; the history is empty\n";
 }
 
@@ -247,10 +256,18 @@ void Session::accept(OpenFile& file, Output output)
     const bool isSave = output.verb.starts_with("save");
     if (settings.isInteractive || settings.keepsGoing)
     {
+        if (file.journal != nullptr && isSave)
+        {
+            file.journal->willSave(output.bytes);
+        }
         if (write(output) && isSave)
         {
             file.path = output.path;
             file.savePath = output.path;
+            if (file.journal != nullptr)
+            {
+                file.journal->didSave(file.path);
+            }
         }
         return;
     }

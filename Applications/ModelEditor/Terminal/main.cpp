@@ -88,14 +88,18 @@ bool play(std::vector<ModelEditor::LoadedModel> models, const Options& options, 
     ModelEditor::Pager pager(std::cout);
     const bool hasCommands = !options.commands.empty();
     const bool readsInput = !hasCommands && (!options.script || options.script == "-");
-    const ModelEditor::Session::Settings settings{.savePath = options.output.value_or(""),
-                                                  .sourceName = hasCommands  ? "-e"
-                                                                : readsInput ? "<stdin>"
-                                                                             : *options.script,
-                                                  .isInteractive = isTypedByAPerson(options),
-                                                  .echoes = options.script.has_value(),
-                                                  .keepsGoing = options.keepsGoing,
-                                                  .pager = &pager};
+    const ModelEditor::Session::Settings settings{
+        .savePath = options.output.value_or(""),
+        .sourceName = hasCommands  ? "-e"
+                      : readsInput ? "<stdin>"
+                                   : *options.script,
+        .isInteractive = isTypedByAPerson(options),
+        .echoes = options.script.has_value(),
+        .keepsGoing = options.keepsGoing,
+        .pager = &pager,
+        .journals = options.keepsJournal && isTypedByAPerson(options) ? ModelEditor::FileJournal::findFolder()
+                                                                      : std::filesystem::path(),
+        .keepsHistory = options.keepsHistory};
     std::istringstream script(options.script && !readsInput ? ModelEditor::readStream(*options.script)
                                                             : std::string());
     std::unique_ptr<ModelEditor::LineSource> lines;

@@ -4,10 +4,13 @@
 
 cmake_policy(VERSION 3.25)
 
-foreach(layer Document Edits Terminal Desktop)
+foreach(layer Document Edits Recovery Terminal Desktop)
   set(allowed Document)
   if(NOT layer STREQUAL "Document")
     list(APPEND allowed Edits ${layer})
+  endif()
+  if(layer MATCHES "Terminal|Desktop")
+    list(APPEND allowed Recovery)
   endif()
   string(JOIN "|" layers ${allowed})
   file(GLOB sources "${FOLDER}/${layer}/*")

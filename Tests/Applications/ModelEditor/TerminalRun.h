@@ -21,6 +21,7 @@ struct TerminalKind
 {
     unsigned short rows = 0; ///< 0 if the terminal does not tell
     std::vector<std::pair<std::string, std::string>> environment{};
+    std::string option{};
 };
 
 /// The program at a terminal of its own.
@@ -52,7 +53,8 @@ public:
             const bool isThere = chdir(directory.getPath().c_str()) == 0;
             if (isThere)
             {
-                script.empty() ? execl(program.c_str(), program.c_str(), model.c_str(), nullptr)
+                script.empty() ? execl(program.c_str(), program.c_str(), model.c_str(),
+                                       kind.option.empty() ? nullptr : kind.option.c_str(), nullptr)
                                : execl(program.c_str(), program.c_str(), model.c_str(), "--script",
                                        script.c_str(), nullptr);
             }
@@ -79,6 +81,13 @@ public:
     void type(const std::string& keys) const
     {
         ASSERT_EQ(write(terminal, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+    }
+
+    /// Kills it, as a crash would.
+    void die() const
+    {
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
     }
 
     void interrupt() const

@@ -331,14 +331,14 @@ TEST_F(LongRun, TheInterruptKeyAbortsItAndASecondOneDoesNoHarm)
 TEST_F(TerminalTest, LinesComeBackInTheNextSession)
 {
     {
-        Terminal terminal(directory, "m.xml");
+        Terminal terminal(directory, "m.xml", "", {.option = "--no-journal"});
         terminal.waitFor(prompt);
         terminal.type("set /a/@x 2\nfind /a/@x\n");
         terminal.waitFor("1 node");
         terminal.hangUp();
         terminal.waitForEnd(status);
     }
-    Terminal terminal(directory, "m.xml");
+    Terminal terminal(directory, "m.xml", "", {.option = "--no-journal"});
     terminal.waitFor(prompt);
     terminal.type("\x10\x10\n");
     EXPECT_THAT(terminal.waitFor("1 -> 2"), HasSubstr("/a/@x: 1 -> 2"));
@@ -348,7 +348,7 @@ TEST_F(TerminalTest, LinesComeBackInTheNextSession)
 TEST_F(TerminalTest, AHistoryThatCannotBeKeptIsToldOnce)
 {
     directory.write("state", "no folder");
-    Terminal terminal(directory, "m.xml");
+    Terminal terminal(directory, "m.xml", "", {.option = "--no-journal"});
     terminal.waitFor(prompt);
     terminal.type("pwd\npwd\n");
     const auto seen = terminal.waitFor("/\r\n") + terminal.waitFor("/\r\n");

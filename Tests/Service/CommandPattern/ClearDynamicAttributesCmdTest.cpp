@@ -194,5 +194,19 @@ TEST_F(ClearDynamicAttributesCmdTest, AMovedCommandGivesBackWhatTheFirstOneTook)
     EXPECT_EQ(messageOf([&] { source.execute(); }), "The object tree of '/' no longer exists.");
 }
 
+TEST_F(ClearDynamicAttributesCmdTest, ACommandWithTheStateOfAnotherGivesBackWhatThatHasTaken)
+{
+    ClearDynamicAttributesCmd original(pump, "Clear");
+    EXPECT_EQ(original.getState().taken, nullptr);
+    original.execute();
+    EXPECT_EQ(original.getState().path, pump->getPath(RequestedPathType::FromRoot));
+
+    ClearDynamicAttributesCmd copy(root, original.getState(), "again");
+    EXPECT_EQ(copy.getDescription(), "again");
+    copy.undo();
+    EXPECT_EQ(pump->getDynamicAttributeCollection(), collection);
+    EXPECT_EQ(copy.getState().taken, nullptr);
+}
+
 } // namespace
 } // namespace Valdane

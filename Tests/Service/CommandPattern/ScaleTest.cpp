@@ -1,3 +1,5 @@
+#include "Tests/Service/CommandPattern/Scale.h"
+
 #include "Platform/Multitasking/ThreadManager.h"
 #include "Platform/Parameterization/AttributeDescription.h"
 #include "Platform/Parameterization/Object.h"
@@ -8,7 +10,6 @@
 #include "Service/CommandPattern/SetAttributeCmd.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
-#include "Service/CommandTesting/Allocations.h"
 #include "Tests/Support/Sanitizers.h"
 #include "Tests/Support/SmallStack.h"
 
@@ -18,8 +19,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <ctime>
-#include <functional>
 #include <iomanip>
 #include <iostream>
 #include <memory>
@@ -40,77 +39,6 @@ namespace
 
 /// What n is at first. Ten times as many overflow the stack if they need any, and the sanitizers are slow.
 constexpr std::size_t smallest = ValdaneTests::sanitizesAddresses ? 1'000 : 10'000;
-
-/// What one phase of a case cost.
-struct Phase
-{
-    std::string name;
-    std::uint64_t allocations = 0;
-    std::int64_t bytesKept = 0; ///< since the case began
-    double nanoseconds = 0;
-};
-
-/// Runs the phases of a case and notes what they cost.
-class Meter
-{
-public:
-    void run(const std::string& name, const std::function<void()>& work)
-    {
-        const HeapUse before = HeapUse::now();
-        const double start = processorTime();
-        work();
-        const double time = processorTime() - start;
-        const HeapUse after = HeapUse::now();
-        phases.push_back({.name = name,
-                          .allocations = after.allocations - before.allocations,
-                          .bytesKept = static_cast<std::int64_t>(after.bytes - first.bytes),
-                          .nanoseconds = time});
-    }
-
-    /// Moved out, and with it the room that noting takes.
-    std::vector<Phase> take()
-    {
-        return std::move(phases);
-    }
-
-private:
-    std::vector<Phase> phases = reserved();
-    HeapUse first = HeapUse::now();
-
-    // Of this thread alone, so that it is the same whatever else the machine does.
-    static double processorTime()
-    {
-        timespec time = {};
-        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-        return 1e9 * static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec);
-    }
-
-    static std::vector<Phase> reserved()
-    {
-        std::vector<Phase> room;
-        room.reserve(20);
-        return room;
-    }
-};
-
-class AddCommand : public CommandBase
-{
-public:
-    explicit AddCommand(std::int64_t& target) : CommandBase("Add one to the number"), number(target) {}
-
-    void execute() override
-    {
-        ++number;
-    }
-
-    void undo() override
-    {
-        --number;
-    }
-
-private:
-    std::int64_t& number;
-};
 
 class AddThread : public ThreadedCommand
 {
@@ -442,6 +370,11 @@ const std::vector<Case> cases = {
     {.name = "HistoryOfModules", .run = historyOfModules},
     {.name = "HistoryOfModulesOfTheirOwn", .run = historyOfModulesOfTheirOwn},
     {.name = "LimitedHistory", .run = limitedHistory},
+    {.name = "Group", .run = scaleGroup},
+    {.name = "Groups", .run = scaleGroups},
+    {.name = "Merges", .run = scaleMerges},
+    {.name = "WaitingCommands", .run = scaleWaitingCommands},
+    {.name = "HistoryList", .run = scaleHistoryList},
     {.name = "Macro", .run = macro},
     {.name = "ThreadedMacro", .run = threadedMacro},
     {.name = "Tree", .run = tree},

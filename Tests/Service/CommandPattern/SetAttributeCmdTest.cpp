@@ -406,5 +406,23 @@ TYPED_TEST(SetAttributeCmdTest, ASetterThatThrowsIsAFailureThatLeavesTheValue)
     EXPECT_TRUE(this->announced.empty());
 }
 
+TYPED_TEST(SetAttributeCmdTest, ACommandWithTheStateOfAnotherDoesAndUndoesTheSame)
+{
+    const auto original = this->makeCommand("Set");
+    original->execute();
+    const typename SetAttributeCmd<TypeParam>::State state = original->getState();
+    EXPECT_EQ(state.path, this->pathOf("speed"));
+    EXPECT_EQ(state.newValue, this->after);
+    EXPECT_EQ(state.oldValue, this->before);
+    EXPECT_FALSE(state.applyStandardRunning);
+
+    SetAttributeCmd<TypeParam> copy(this->root, state, "");
+    EXPECT_EQ(copy.getDescription(), "Set speed");
+    copy.undo();
+    EXPECT_EQ(this->value, this->before);
+    copy.execute();
+    EXPECT_EQ(this->value, this->after);
+}
+
 } // namespace
 } // namespace Valdane

@@ -310,5 +310,23 @@ TEST_F(SetNameCmdTest, AMovedFromCommandHasNoTree)
     EXPECT_EQ(pump->shownName, "old");
 }
 
+TEST_F(SetNameCmdTest, ACommandWithTheStateOfAnotherDoesAndUndoesTheSame)
+{
+    SetNameCmd original(pump, "new", "Rename pump");
+    EXPECT_EQ(original.getState().oldName, "");
+    original.execute();
+    const SetNameCmd::State state = original.getState();
+    EXPECT_EQ(state.path, pump->getPath(RequestedPathType::FromRoot));
+    EXPECT_EQ(state.newName, "new");
+    EXPECT_EQ(state.oldName, "old");
+
+    SetNameCmd copy(root, state, "again");
+    EXPECT_EQ(copy.getDescription(), "again");
+    copy.undo();
+    EXPECT_EQ(pump->shownName, "old");
+    copy.execute();
+    EXPECT_EQ(pump->shownName, "new");
+}
+
 } // namespace
 } // namespace Valdane

@@ -66,6 +66,21 @@ struct OpenView
     HistoryView view;
 };
 
+/// Records which rows are selected.
+class RecordingView : public HistoryView
+{
+public:
+    mutable std::vector<int> selected;
+
+protected:
+    QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index,
+                                                         const QEvent* event) const override
+    {
+        selected.push_back(index.row());
+        return HistoryView::selectionCommand(index, event);
+    }
+};
+
 } // namespace
 
 TEST(HistoryViewTest, TheSelectionFollowsTheHistory)
@@ -83,6 +98,24 @@ TEST(HistoryViewTest, TheSelectionFollowsTheHistory)
     OpenView::settle();
     EXPECT_EQ(open.getSelectedRow(), 1);
     EXPECT_TRUE(open.view.viewport()->rect().contains(open.view.visualRect(open.view.currentIndex())));
+}
+
+TEST(HistoryViewTest, AThousandStepsMoveTheSelectionOnce)
+{
+    Counter counter;
+    HistoryModel model(counter.manager);
+    RecordingView view;
+    view.setHistory(&model);
+    for (int i = 0; i < 1000; ++i)
+    {
+        counter.add("a");
+    }
+    OpenView::settle();
+    EXPECT_THAT(view.selected, ElementsAre(0, 1000));
+    counter.manager.undo(1000);
+    counter.manager.redo(1);
+    OpenView::settle();
+    EXPECT_THAT(view.selected, ElementsAre(0, 1000, 1));
 }
 
 TEST(HistoryViewTest, AClickGoesThere)

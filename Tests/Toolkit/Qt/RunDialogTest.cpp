@@ -13,6 +13,7 @@
 #include <QPushButton>
 #include <QStatusBar>
 #include <QTest>
+#include <QTimer>
 #include <chrono>
 #include <memory>
 
@@ -102,6 +103,21 @@ TEST_F(RunDialogTest, AShortRunShowsNothing)
     load->release();
     drive();
     QCoreApplication::processEvents();
+    EXPECT_EQ(shown(*display), "hidden");
+}
+
+TEST_F(RunDialogTest, DoesNotAppearWhenTheRunIsOverBeforeItsMoment)
+{
+    display->setMinimumDuration(1ms);
+    run->start(work("load"));
+    drive();
+    // Timers come in the order of their moments: this one is later than that of the dialog.
+    bool isLater = false;
+    QTimer::singleShot(1ms, Qt::PreciseTimer, display.get(), [&] { isLater = true; });
+    while (!isLater)
+    {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
     EXPECT_EQ(shown(*display), "hidden");
 }
 

@@ -1,97 +1,29 @@
+#include "Tests/Applications/ModelEditor/Desktop/DesktopTour.h"
+
 #include "Applications/ModelEditor/Desktop/AttributeView.h"
 #include "Applications/ModelEditor/Desktop/DocumentTab.h"
 #include "Applications/ModelEditor/Desktop/ElementView.h"
 #include "Applications/ModelEditor/Desktop/FindReplaceBar.h"
-#include "Applications/ModelEditor/Desktop/RunActions.h"
 #include "Applications/ModelEditor/Document/XmlModel.h"
-#include "Tests/Applications/ModelEditor/Desktop/DesktopFixture.h"
-#include "Toolkit/Qt/HistoryView.h"
 
 #include <gmock/gmock.h>
 
-#include <QAbstractButton>
 #include <QAction>
-#include <QApplication>
-#include <QDialogButtonBox>
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QInputDialog>
 #include <QLineEdit>
-#include <QListWidget>
-#include <QMessageBox>
-#include <QMimeData>
-#include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
 
-// What a person does with mouse and keys, on files.
+// What a person does with mouse and keys.
 
 namespace
 {
 
 using ModelEditor::DocumentTab;
 using ModelEditor::OpenDocument;
-using testing::HasSubstr;
-
-class DesktopTour : public DesktopFixture
-{
-protected:
-    static pugi::xml_node nodeOf(DocumentTab& tab, const std::string& xpath)
-    {
-        return tab.getDocument().getModel().select(xpath).nodes.at(0).node;
-    }
-
-    static std::string valueOf(DocumentTab& tab, const std::string& xpath)
-    {
-        return tab.getDocument().getModel().select("string(" + xpath + ")").value.value();
-    }
-
-    void select(DocumentTab& tab, const std::string& xpath)
-    {
-        tab.select(nodeOf(tab, xpath));
-        settle();
-    }
-
-    static QModelIndex valueIndex(DocumentTab& tab, const QString& name)
-    {
-        auto& table = tab.getAttributes();
-        for (int row = 0; row < table.model()->rowCount(); ++row)
-        {
-            if (table.model()->index(row, 0).data().toString() == name)
-            {
-                return table.model()->index(row, 1);
-            }
-        }
-        return {};
-    }
-
-    // Double click, new text, Return.
-    void type(DocumentTab& tab, const QString& name, const QString& text)
-    {
-        auto& table = tab.getAttributes();
-        const auto place = table.visualRect(valueIndex(tab, name)).center();
-        QTest::mouseClick(table.viewport(), Qt::LeftButton, {}, place);
-        QTest::mouseDClick(table.viewport(), Qt::LeftButton, {}, place);
-        auto* const editor = table.viewport()->findChild<QLineEdit*>();
-        ASSERT_NE(editor, nullptr);
-        editor->selectAll();
-        QTest::keyClicks(editor, text);
-        QTest::keyClick(editor, Qt::Key_Return);
-        settle();
-    }
-
-    void trigger(QAction* action)
-    {
-        EXPECT_TRUE(action->isEnabled()) << action->text().toStdString();
-        action->trigger();
-        settle();
-    }
-
-    static void press(QWidget& dialog, QMessageBox::StandardButton button)
-    {
-        QTest::mouseClick(dynamic_cast<QMessageBox&>(dialog).button(button), Qt::LeftButton);
-    }
-
-    ModelEditor::Actions& actions = window.getActions();
-};
+using testing::ElementsAre;
 
 TEST_F(DesktopTour, AValueThatIsTypedIsOneStepAndSavesOnlyThat)
 {
@@ -146,7 +78,7 @@ TEST_F(DesktopTour, StructureIsEditedByKeys)
     tree.setFocus();
     QTest::keyClick(&tree, Qt::Key_Down, Qt::AltModifier);
     settle();
-    EXPECT_EQ(tab.getDocument().getModel().toBytes(), "<a>\n  <c/>\n  <b name=\"one\"/>\n</a>\n");
+    EXPECT_EQ(bytesOf(tab), "<a>\n  <c/>\n  <b name=\"one\"/>\n</a>\n");
     EXPECT_EQ(tree.currentIndex().data().toString(), "b");
     trigger(actions.copy);
     select(tab, "/a/c");
@@ -162,7 +94,7 @@ TEST_F(DesktopTour, StructureIsEditedByKeys)
     {
         trigger(actions.undo);
     }
-    EXPECT_EQ(tab.getDocument().getModel().toBytes(), "<a>\n  <b name=\"one\"/>\n  <c/>\n</a>\n");
+    EXPECT_EQ(bytesOf(tab), "<a>\n  <b name=\"one\"/>\n  <c/>\n</a>\n");
     EXPECT_FALSE(window.isWindowModified());
 }
 
@@ -177,21 +109,8 @@ TEST_F(DesktopTour, AnElementIsRenamedInItsRow)
     QTest::keyClicks(editor, "two");
     QTest::keyClick(editor, Qt::Key_Return);
     settle();
-    EXPECT_EQ(tab.getDocument().getModel().toBytes(), "<a><b name=\"two\"/></a>");
+    EXPECT_EQ(bytesOf(tab), "<a><b name=\"two\"/></a>");
     EXPECT_TRUE(tab.getTree().currentIndex().data(ModelEditor::ElementModel::IsModifiedRole).toBool());
-}
-
-TEST_F(DesktopTour, RowsThatAreDroppedAreMoved)
-{
-    auto& tab = openBytes("a.xml", "<a><b/><c/><d/></a>");
-    auto& elements = tab.getDocument().getElements();
-    const auto root = elements.index(0, 0);
-    const std::unique_ptr<QMimeData> dragged(elements.mimeData({elements.index(2, 0, root)}));
-    elements.dropMimeData(dragged.get(), Qt::MoveAction, 0, 0, root);
-    settle();
-    EXPECT_EQ(tab.getDocument().getModel().toBytes(), "<a><d/><b/><c/></a>");
-    trigger(actions.undo);
-    EXPECT_EQ(tab.getDocument().getModel().toBytes(), "<a><b/><c/><d/></a>");
 }
 
 TEST_F(DesktopTour, AnAttributeIsAddedAndDeleted)
@@ -206,11 +125,11 @@ TEST_F(DesktopTour, AnAttributeIsAddedAndDeleted)
             input.accept();
         });
     trigger(actions.addAttribute);
-    EXPECT_EQ(tab.getDocument().getModel().toBytes(), "<a><b mass=\"1.5\"/></a>");
+    EXPECT_EQ(bytesOf(tab), "<a><b mass=\"1.5\"/></a>");
     tab.getAttributes().setCurrentIndex(valueIndex(tab, "mass"));
     QTest::keyClick(&tab.getAttributes(), Qt::Key_Delete);
     settle();
-    EXPECT_EQ(tab.getDocument().getModel().toBytes(), "<a><b/></a>");
+    EXPECT_EQ(bytesOf(tab), "<a><b/></a>");
 }
 
 TEST_F(DesktopTour, WhatIsFoundIsSelectedAndWhatIsReplacedIsOneStep)
@@ -229,7 +148,7 @@ TEST_F(DesktopTour, WhatIsFoundIsSelectedAndWhatIsReplacedIsOneStep)
     QTest::keyClicks(by, "$1");
     QTest::keyClick(by, Qt::Key_Return);
     settle();
-    EXPECT_EQ(tab.getDocument().getModel().toBytes(), "<a><b c=\"$1 1\"/><d>$1 2</d></a>");
+    EXPECT_EQ(bytesOf(tab), "<a><b c=\"$1 1\"/><d>$1 2</d></a>");
     EXPECT_EQ(tab.getDocument().getManager().getPosition(), 1U);
     what->clear();
     QTest::keyClicks(what, "/a/d");
@@ -241,200 +160,6 @@ TEST_F(DesktopTour, WhatIsFoundIsSelectedAndWhatIsReplacedIsOneStep)
     EXPECT_EQ(tab.getTree().currentIndex().data().toString(), "d");
 }
 
-TEST_F(DesktopTour, ARecordingIsOneStepOrNone)
-{
-    auto& tab = openBytes("a.xml", "<a b=\"1\" c=\"2\"/>");
-    onNextDialog([](QWidget& dialog) { dynamic_cast<QInputDialog&>(dialog).accept(); });
-    trigger(actions.record);
-    EXPECT_FALSE(actions.record->isVisible());
-    type(tab, "b", "3");
-    type(tab, "c", "4");
-    EXPECT_FALSE(actions.undo->isEnabled());
-    EXPECT_FALSE(actions.save->isEnabled());
-    trigger(actions.finish);
-    EXPECT_EQ(tab.getDocument().getManager().getPosition(), 1U);
-    trigger(actions.undo);
-    EXPECT_EQ(tab.getDocument().getModel().toBytes(), "<a b=\"1\" c=\"2\"/>");
-    EXPECT_FALSE(window.isWindowModified());
-    tab.getDocument().beginRecording("again");
-    settle();
-    type(tab, "b", "5");
-    EXPECT_TRUE(window.isWindowModified());
-    trigger(actions.discard);
-    EXPECT_EQ(tab.getDocument().getModel().toBytes(), "<a b=\"1\" c=\"2\"/>");
-    EXPECT_FALSE(window.isWindowModified());
-}
-
-TEST_F(DesktopTour, NumbersAreScaledOnAnotherThreadAndUndoneAsOneStep)
-{
-    auto& tab = openCopyOf("ur5_robot.urdf");
-    const auto original = read("ur5_robot.urdf");
-    onNextDialog(
-        [](QWidget& dialog)
-        {
-            dialog.findChildren<QLineEdit*>().at(0)->setText("//mass/@value");
-            auto* const factor = dialog.findChildren<QLineEdit*>().at(1);
-            factor->selectAll();
-            QTest::keyClicks(factor, "10");
-            QTest::mouseClick(dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok),
-                              Qt::LeftButton);
-        });
-    trigger(actions.scale);
-    settle();
-    EXPECT_EQ(valueOf(tab, "//link[2]//mass/@value"), "37.0");
-    EXPECT_EQ(tab.getDocument().getManager().getPosition(), 1U);
-    trigger(actions.undo);
-    EXPECT_EQ(tab.getDocument().getModel().toBytes(), original);
-    EXPECT_FALSE(window.isWindowModified());
-}
-
-TEST_F(DesktopTour, ARunThatIsCancelledChangesNothingAndNothingIsEditedMeanwhile)
-{
-    auto& tab = openCopyOf("ur5_robot.urdf");
-    const auto original = read("ur5_robot.urdf");
-    auto& document = tab.getDocument();
-    ASSERT_TRUE(ModelEditor::RunActions::scale(document, "//mass/@value", "10", true));
-    ASSERT_TRUE(document.isBusy());
-    EXPECT_FALSE(actions.paste->isEnabled());
-    QSignalSpy refused(&document, &OpenDocument::refused);
-    EXPECT_FALSE(
-        document.edit("Set", [](auto& /*model*/) -> ModelEditor::Edit { throw std::logic_error("called"); }));
-    EXPECT_EQ(refused.count(), 1);
-    EXPECT_THAT(refused.at(0).at(1).toString().toStdString(), HasSubstr("is running"));
-    document.getRun().abort();
-    settle();
-    EXPECT_EQ(document.getModel().toBytes(), original);
-    EXPECT_EQ(document.getManager().getQueueSize(), 0U);
-    EXPECT_FALSE(window.isWindowModified());
-    EXPECT_TRUE(actions.paste->isEnabled());
-    EXPECT_EQ(tab.getTree().currentIndex().data().toString(), "robot");
-}
-
-TEST_F(DesktopTour, ATabIsNotClosedDuringARunAndAWindowThatGoesEndsIt)
-{
-    ModelEditor::MainWindow other;
-    other.show();
-    const auto path = directory.write("a.xml", "<a><b c=\"1.5\"/><b c=\"2.5\"/></a>");
-    ASSERT_TRUE(other.openFile(QString::fromStdString(path)));
-    auto& tab = other.getTab(0);
-    ASSERT_TRUE(ModelEditor::RunActions::scale(tab.getDocument(), "//@c", "2", false));
-    EXPECT_FALSE(other.closeTab(tab));
-    EXPECT_EQ(other.getTabCount(), 1);
-}
-
-TEST_F(DesktopTour, TheModelIsCheckedAndModulesAreImported)
-{
-    auto& tab = openBytes("a.xml", "<a><b name=\"x\"/><b name=\"x\"/></a>");
-    trigger(actions.check);
-    settle();
-    auto* const results = window.findChild<QListWidget*>("results");
-    ASSERT_EQ(results->count(), 1);
-    EXPECT_THAT(results->item(0)->text().toStdString(), HasSubstr("x"));
-    results->setCurrentRow(0);
-    QTest::keyClick(results, Qt::Key_Return);
-    EXPECT_EQ(tab.getTree().currentIndex().row(), 1);
-    const auto other = directory.write("other.xml", "<o><p/><q/></o>");
-    ASSERT_TRUE(ModelEditor::RunActions::import(tab.getDocument(), other));
-    settle();
-    EXPECT_EQ(valueOf(tab, "count(/a/*)"), "4");
-    EXPECT_EQ(tab.getDocument().getElements().rowCount(tab.getDocument().getElements().index(0, 0)), 4);
-    trigger(actions.undo);
-    EXPECT_EQ(tab.getDocument().getModel().toBytes(), "<a><b name=\"x\"/><b name=\"x\"/></a>");
-    EXPECT_EQ(tab.getDocument().getElements().rowCount(tab.getDocument().getElements().index(0, 0)), 2);
-}
-
-TEST_F(DesktopTour, AClickInTheHistoryGoesThere)
-{
-    auto& tab = openBytes("a.xml", "<a b=\"1\" c=\"2\"/>");
-    type(tab, "b", "3");
-    type(tab, "c", "4");
-    auto* const view = window.findChild<Valdane::HistoryView*>();
-    ASSERT_TRUE(view->isVisible());
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, {},
-                      view->visualRect(view->model()->index(0, 0)).center());
-    settle();
-    EXPECT_EQ(tab.getDocument().getModel().toBytes(), "<a b=\"1\" c=\"2\"/>");
-    EXPECT_EQ(valueIndex(tab, "b").data().toString(), "1");
-}
-
-TEST_F(DesktopTour, UndoConcernsTheTabInFront)
-{
-    auto& first = openBytes("a.xml", "<a b=\"1\"/>");
-    type(first, "b", "2");
-    auto& second = openBytes("z.xml", "<z/>");
-    EXPECT_FALSE(actions.undo->isEnabled());
-    EXPECT_FALSE(window.isWindowModified());
-    EXPECT_TRUE(actions.saveAll->isEnabled());
-    trigger(actions.saveAll);
-    EXPECT_EQ(read("a.xml"), "<a b=\"2\"/>");
-    EXPECT_TRUE(window.closeTab(second));
-    EXPECT_EQ(window.getCurrent(), &first);
-    trigger(actions.undo);
-    EXPECT_EQ(first.getDocument().getModel().toBytes(), "<a b=\"1\"/>");
-}
-
-TEST_F(DesktopTour, UnsavedChangesAreAskedAbout)
-{
-    auto& tab = openBytes("a.xml", "<a b=\"1\"/>");
-    type(tab, "b", "2");
-    onNextDialog([](QWidget& dialog) { press(dialog, QMessageBox::Cancel); });
-    EXPECT_FALSE(window.close());
-    ASSERT_EQ(window.getTabCount(), 1);
-    EXPECT_EQ(read("a.xml"), "<a b=\"1\"/>");
-    onNextDialog([](QWidget& dialog) { press(dialog, QMessageBox::Save); });
-    EXPECT_TRUE(window.close());
-    EXPECT_EQ(window.getTabCount(), 0);
-    EXPECT_EQ(read("a.xml"), "<a b=\"2\"/>");
-}
-
-TEST_F(DesktopTour, AFileThatAnotherProgramHasChangedIsOverwrittenOnlyIfThatIsWanted)
-{
-    auto& tab = openBytes("a.xml", "<a b=\"1\"/>");
-    type(tab, "b", "2");
-    directory.write("a.xml", "<other/>");
-    onNextDialog([](QWidget& dialog) { press(dialog, QMessageBox::No); });
-    EXPECT_FALSE(window.save(tab));
-    EXPECT_EQ(read("a.xml"), "<other/>");
-    EXPECT_TRUE(window.isWindowModified());
-    onNextDialog([](QWidget& dialog) { press(dialog, QMessageBox::Yes); });
-    EXPECT_TRUE(window.save(tab));
-    EXPECT_EQ(read("a.xml"), "<a b=\"2\"/>");
-}
-
-TEST_F(DesktopTour, AnExportIsNoSave)
-{
-    auto& tab = openBytes("a.xml", "<a b=\"1\"/>");
-    type(tab, "b", "2");
-    EXPECT_TRUE(window.exportCopy(tab, QString::fromStdString((directory.getPath() / "copy.xml").string())));
-    settle();
-    EXPECT_EQ(read("copy.xml"), "<a b=\"2\"/>");
-    EXPECT_EQ(read("a.xml"), "<a b=\"1\"/>");
-    EXPECT_TRUE(tab.getDocument().getSaveState().isModified(OpenDocument::Saved));
-    EXPECT_FALSE(tab.getDocument().getSaveState().isModified(OpenDocument::Exported));
-}
-
-TEST_F(DesktopTour, AFileIsReadAgainOnlyIfChangesMayGetLost)
-{
-    auto& tab = openBytes("a.xml", "<a b=\"1\"/>");
-    type(tab, "b", "2");
-    directory.write("a.xml", "<a b=\"9\"/>");
-    onNextDialog([](QWidget& dialog) { press(dialog, QMessageBox::Discard); });
-    EXPECT_TRUE(window.reload(tab));
-    EXPECT_EQ(valueOf(*window.getCurrent(), "/a/@b"), "9");
-    EXPECT_FALSE(actions.undo->isEnabled());
-}
-
-TEST_F(DesktopTour, AFileThatIsNoModelIsRefusedAndNothingIsOpened)
-{
-    const auto path = directory.write("bad.xml", "<a>");
-    EXPECT_FALSE(window.openFile(QString::fromStdString(path)));
-    auto* const box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-    ASSERT_NE(box, nullptr);
-    EXPECT_THAT(box->informativeText().toStdString(), HasSubstr("bad.xml:1:"));
-    box->close();
-    EXPECT_EQ(window.getTabCount(), 0);
-}
-
 TEST_F(DesktopTour, WhatXmlCannotHoldIsRefusedAndNothingChanges)
 {
     auto& tab = openBytes("a.xml", "<a b=\"1\"/>");
@@ -443,8 +168,94 @@ TEST_F(DesktopTour, WhatXmlCannotHoldIsRefusedAndNothingChanges)
     EXPECT_EQ(refused.count(), 1);
     tab.insertElement("&#0;");
     EXPECT_EQ(refused.count(), 2);
-    EXPECT_EQ(tab.getDocument().getModel().toBytes(), "<a b=\"1\"/>");
+    EXPECT_EQ(bytesOf(tab), "<a b=\"1\"/>");
     EXPECT_FALSE(actions.undo->isEnabled());
+}
+
+TEST_F(DesktopTour, ANumberGoesUpAndDownInItsLastDigitByKeys)
+{
+    auto& tab = openBytes("a.xml", "<a whole=\"9\" part=\"0.95\" power=\"2e3\" word=\"x\"/>");
+    auto& table = tab.getAttributes();
+    const auto pressed = [&](const char* name, Qt::Key key, Qt::KeyboardModifiers modifiers)
+    {
+        table.setCurrentIndex(valueIndex(tab, name));
+        QTest::keyClick(&table, key, modifiers);
+        settle();
+        return valueIndex(tab, name).data().toString().toStdString();
+    };
+    std::vector<std::string> values;
+    for (const auto* const name : {"whole", "part", "power", "word"})
+    {
+        values.push_back(pressed(name, Qt::Key_Up, Qt::ControlModifier));
+        values.push_back(pressed(name, Qt::Key_Up, Qt::ControlModifier | Qt::ShiftModifier));
+        values.push_back(pressed(name, Qt::Key_Down, Qt::ControlModifier));
+    }
+    EXPECT_THAT(values,
+                ElementsAre("10", "20", "19", "0.96", "1.06", "1.05", "2020", "2030", "2029", "x", "x", "x"));
+}
+
+TEST_F(DesktopTour, WhatIsInsideOfAnotherSelectedElementIsTakenOnce)
+{
+    auto& tab = openBytes("a.xml", "<a><b><c/></b><d/></a>");
+    select(tab, "/a/b");
+    auto& tree = tab.getTree();
+    tree.expandAll();
+    for (const auto* const also : {"/a/b/c", "/a/d"})
+    {
+        tree.selectionModel()->select(tab.getDocument().getElements().findIndex(nodeOf(tab, also)),
+                                      QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    }
+    trigger(actions.cut);
+    EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), "<b><c/></b>\n<d/>\n");
+    EXPECT_EQ(bytesOf(tab), "<a></a>");
+    select(tab, "/a");
+    trigger(actions.paste);
+    EXPECT_EQ(valueOf(tab, "count(//c)"), "1");
+    EXPECT_EQ(tab.getDocument().getManager().getPosition(), 2U);
+}
+
+TEST_F(DesktopTour, AnXPathIsFoundInBothDirections)
+{
+    auto& tab = openBytes("a.xml", "<a><b/><b/><b/></a>");
+    trigger(actions.find);
+    QTest::keyClicks(tab.getFindBar().findChild<QLineEdit*>("find"), "/a/b");
+    std::vector<int> rows;
+    for (auto* const action : {actions.findNext, actions.findNext, actions.findPrevious, actions.findPrevious,
+                               actions.findPrevious, actions.findNext})
+    {
+        trigger(action);
+        rows.push_back(tab.getTree().currentIndex().row());
+    }
+    EXPECT_THAT(rows, ElementsAre(0, 1, 0, 2, 1, 2));
+}
+
+TEST_F(DesktopTour, AnElementIsShownWithWhatItsStartTagHas)
+{
+    auto& tab = openBytes("a.xml", "<a><b name=\"n\" c=\"1\" d=\"2\"/><b>  some  text </b><b/></a>");
+    auto& elements = tab.getDocument().getElements();
+    std::vector<std::string> texts;
+    for (int row = 0; row < 3; ++row)
+    {
+        for (int column = 0; column < 3; ++column)
+        {
+            texts.push_back(
+                elements.index(row, column, elements.index(0, 0)).data().toString().toStdString());
+        }
+    }
+    EXPECT_THAT(texts, ElementsAre("b", "n", "c=1   d=2", "b", "", "some text", "b", "", ""));
+}
+
+TEST_F(DesktopTour, ANamespaceIsShownAndNotEdited)
+{
+    auto& tab = openBytes("a.xml", "<a xmlns:n=\"http://names\" xmlns=\"urn:all\" b=\"1\"/>");
+    std::vector<std::string> values;
+    for (const auto* const name : {"xmlns:n", "xmlns", "b"})
+    {
+        const auto value = valueIndex(tab, name);
+        const bool isEditable = (value.flags() & Qt::ItemIsEditable) != 0;
+        values.push_back(value.data().toString().toStdString() + (isEditable ? " (editable)" : ""));
+    }
+    EXPECT_THAT(values, ElementsAre("http://names", "urn:all", "1 (editable)"));
 }
 
 } // namespace

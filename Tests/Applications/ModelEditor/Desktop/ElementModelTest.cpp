@@ -218,6 +218,30 @@ TEST(ElementModelOfManyElements, ManySeparateSiblingsAreAReset)
     EXPECT_EQ(reset.count(), 2);
 }
 
+// So many that new elements get the memory of those that have gone.
+TEST(ElementModelOfManyElements, ForgetsTheLevelsBelowAnElementThatGoes)
+{
+    XmlModel xml("<a></a>", "a.xml");
+    ElementModel model(xml);
+    for (const std::string tag : {"x", "y", "x", "y"})
+    {
+        std::string inner;
+        for (int i = 0; i < 2000; ++i)
+        {
+            inner += "<c><" + tag + "/></c>";
+        }
+        makeInsert(xml, {"/a", "<b>" + inner + "</b>"}).command->execute();
+        std::string expected;
+        for (int i = 0; i < 2000; ++i)
+        {
+            expected += (i == 0 ? "c(" : " c(") + tag + ")";
+        }
+        ASSERT_EQ(textOf(model), "a(b(" + expected + "))");
+        makeDelete(xml, {"/a/b"}).command->execute();
+        ASSERT_EQ(textOf(model), "a");
+    }
+}
+
 TEST_F(ElementModelTest, FrozenItDoesNotLookAtTheModel)
 {
     const auto b = model.findIndex(xml.select("/a/b").nodes.at(0).node);

@@ -57,8 +57,8 @@ protected:
         }
         const std::string modules = lettersOf(change.modulesOfRemoved);
         return "history [" + rows + "] " + std::to_string(change.positionBefore) + ">" +
-               std::to_string(change.positionAfter) + (change.savedPositionsChanged ? " saved" : "") +
-               (modules.empty() ? "" : " " + modules);
+               std::to_string(change.positionAfter) + (change.undoneCommandLeft ? " left" : "") +
+               (change.savedPositionsChanged ? " saved" : "") + (modules.empty() ? "" : " " + modules);
     }
 
     /// Adds commands of one letter, each of which modifies the module of that letter.
@@ -188,9 +188,12 @@ TEST_F(HistoryOrder, ACommandThatCannotBeRedoneLeavesWithAllThatCouldBe)
 
     EXPECT_THAT(takeJournal(),
                 ElementsAre("* progress.setSubProgress(S.progress, 100, 1)", "* S.undo", "  S.isRedoCapable",
-                            "  modules.mark", "  history [3-2+0] 4>3 saved sz [X b a|]", "  undone [X b a|]",
-                            "  queueChanged 0 [X b a|]"));
+                            "  modules.mark", "  history [3-2+0] 4>3 left saved sz [X b a|]",
+                            "  undone [X b a|]", "  queueChanged 0 [X b a|]"));
     EXPECT_EQ(savedPositions(), "--");
+
+    manager.takeLastExecutedCommand();
+    EXPECT_THAT(takeJournal(), ElementsAre("  history [2-1+0] 3>2 [b a|]")) << "this one stays done";
 }
 
 TEST_F(HistoryOrder, WhatIsClearedIsToldWithTheModulesOfAllThatLeaves)

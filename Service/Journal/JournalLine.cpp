@@ -1,0 +1,425 @@
+#include "Service/Journal/JournalLine.h"
+
+#include "Platform/ExceptionHandling/VdException.h"
+#include "Service/CommandPattern/CommandBase.h"
+#include "Service/CommandPattern/CommandManager.h"
+#include "Service/CommandPattern/HistoryChange.h"
+#include "Service/CommandPattern/MacroCommand.h"
+#include "Service/Journal/CommandCodecs.h"
+#include "Service/Journal/JournalFile.h"
+
+#include <algorithm>
+#include <unordered_set>
+#include <utility>
+
+namespace Valdane
+{
+
+namespace
+{
+
+[[noreturn]] void refuseUnknownChange()
+{
+    throw VdException("A command, or a listener, has changed the history while it was being changed.");
+}
+
+// All sub-commands of a macro, at every depth.
+std::unordered_set<const CommandBase*> collectParts(const CommandBase& command)
+{
+    std::unordered_set<const CommandBase*> parts{&command};
+    std::vector<const CommandBase*> open{&command};
+    while (!open.empty())
+    {
+        const auto* const macro = dynamic_cast<const MacroCommand*>(open.back());
+        open.pop_back();
+        if (macro != nullptr)
+        {
+            for (const std::shared_ptr<CommandBase>& part : *macro)
+            {
+                parts.insert(part.get());
+                open.push_back(part.get());
+            }
+        }
+    }
+    return parts;
+}
+
+} // namespace
+
+JournalLine::JournalLine(const CommandCodecs& usedCodecs, bool replaysFromBase)
+    : codecs(usedCodecs), isFromBase(replaysFromBase)
+{
+}
+
+void JournalLine::restore(const JournalContents& contents, const CommandManager& manager, bool isAtSaving)
+{
+    state = contents.state;
+    nextPlace = std::max(state.saved, state.saving);
+    for (const JournalEntry& entry : contents.retired)
+    {
+        retired.insert(entry.place);
+        nextPlace = std::max(nextPlace, entry.place + 1);
+    }
+    if (isAtSaving)
+    {
+        state.isReachable = true;
+        state.saved = std::exchange(state.saving, -1);
+        forgetRetired();
+    }
+    for (const JournalEntry& entry : contents.entries)
+    {
+        nextPlace = std::max(nextPlace, entry.place + 1);
+        if (entry.kind == JournalKind::Row)
+        {
+            rows.push_back({.place = entry.place,
+                            .command = manager.getCommand(rows.size()),
+                            .isKnown = true,
+                            .isNew = false,
+                            .waited = entry.depth});
+            continue;
+        }
+        others.emplace(entry.place, Other{.kind = JournalKind::Loose, .depth = 0, .command = {}});
+        ++looseCount;
+        if (entry.kind == JournalKind::Pending && !isFromBase && entry.place < state.saved)
+        {
+            // The document has it, and nothing will take it in any more.
+            mark(entry.place, JournalKind::Loose);
+        }
+        else if (entry.kind == JournalKind::Pending)
+        {
+            leave(entry.place, false);
+            others.erase(entry.place);
+            --looseCount;
+        }
+    }
+}
+
+void JournalLine::follow(const HistoryChange& change)
+{
+    if (change.undoneCommandLeft && change.rows.size() > 1)
+    {
+        // Which one that was cannot be told.
+        refuseUnknownChange();
+    }
+    std::uint64_t done = change.positionBefore;
+    for (const RowChange& replaced : change.rows)
+    {
+        const auto first = static_cast<std::size_t>(replaced.first);
+        if (replaced.removed == 1 && replaced.inserted == 1 && first + 1 == done)
+        {
+            // It has taken in another command.
+            unknownRows += rows[first].isKnown ? 1 : 0;
+            rows[first].isKnown = false;
+            continue;
+        }
+        const std::uint64_t end = replaced.first + replaced.removed;
+        const std::uint64_t doneRemoved = replaced.first < done ? std::min(end, done) - replaced.first : 0;
+        if (doneRemoved != 0 && replaced.inserted != 0)
+        {
+            refuseUnknownChange();
+        }
+        // The newest first, so that what is retired stays in order.
+        for (std::size_t index = static_cast<std::size_t>(end); index != first; --index)
+        {
+            const bool wasUndone = index > done || (index == done && change.undoneCommandLeft);
+            removeRow(index - 1, !wasUndone);
+        }
+        done -= doneRemoved;
+        insertRows(first, replaced.inserted);
+        done += replaced.first <= done ? replaced.inserted : 0;
+    }
+    forgetWaited(static_cast<std::size_t>(change.positionAfter), static_cast<std::size_t>(done));
+    state.position = change.positionAfter;
+}
+
+// What was undone is redone in the order of the sub-commands.
+void JournalLine::forgetWaited(std::size_t first, std::size_t end)
+{
+    for (std::size_t index = first; index < end; ++index)
+    {
+        if (std::exchange(rows[index].waited, 0) != 0)
+        {
+            mark(rows[index].place, JournalKind::Row);
+        }
+    }
+}
+
+void JournalLine::removeRow(std::size_t index, bool isStillDone)
+{
+    const Row row = rows[index];
+    rows.erase(rows.begin() + static_cast<std::ptrdiff_t>(index));
+    unknownRows -= row.isKnown ? 0 : 1;
+    if (row.isNew && isStillDone)
+    {
+        throw VdException("A command left the history while others were told that it had come.");
+    }
+    if (!isStillDone)
+    {
+        if (!row.isNew)
+        {
+            leave(row.place, true);
+        }
+        return;
+    }
+    others.emplace(row.place, Other{.kind = JournalKind::Loose, .depth = 0, .command = row.command});
+    ++looseCount;
+    mark(row.place, JournalKind::Loose);
+}
+
+void JournalLine::insertRows(std::size_t first, std::uint64_t count)
+{
+    if (count != 0 && first != rows.size())
+    {
+        refuseUnknownChange();
+    }
+    for (; count != 0; --count)
+    {
+        rows.push_back({.place = nextPlace++, .command = {}, .isKnown = false, .isNew = true});
+        ++unknownRows;
+    }
+}
+
+bool JournalLine::readFrom(const CommandManager& manager, bool pendingChanged)
+{
+    // A slot that was called before may have changed the history again: that is told next.
+    if (rows.size() != manager.getQueueSize() || state.position != manager.getPosition())
+    {
+        return false;
+    }
+    readPending(manager, pendingChanged);
+    readRows(manager);
+    for (std::size_t tracker = 0; tracker < state.marks.size(); ++tracker)
+    {
+        state.marks[tracker] = manager.getSavedPosition(tracker);
+    }
+    eraseSavedLoose();
+    return true;
+}
+
+void JournalLine::readRows(const CommandManager& manager)
+{
+    for (std::size_t index = rows.size(); unknownRows != 0; --index)
+    {
+        Row& row = rows[index - 1];
+        if (row.isKnown)
+        {
+            continue;
+        }
+        const std::shared_ptr<const CommandBase> command = manager.getCommand(index - 1);
+        if (!row.isNew && row.command.lock() != command)
+        {
+            refuseUnknownChange();
+        }
+        row.command = command;
+        row.waited += adoptLoose(*command);
+        write({.place = row.place, .kind = JournalKind::Row, .depth = row.waited, .data = {}}, *command,
+              row.isNew);
+        row.isNew = false;
+        row.isKnown = true;
+        --unknownRows;
+    }
+}
+
+void JournalLine::readPending(const CommandManager& manager, bool newestChanged)
+{
+    const std::uint64_t count = manager.getPendingCount();
+    if (count > pending.size() + 1)
+    {
+        throw VdException("Commands became pending while others were told of it.");
+    }
+    const auto dropNewest = [this]
+    {
+        dropPending(pending.back());
+        pending.pop_back();
+    };
+    while (pending.size() > count)
+    {
+        dropNewest();
+    }
+    const std::shared_ptr<const CommandBase> newest = manager.getNewestPendingCommand();
+    if (count != 0 && pending.size() == count && others.at(pending.back()).command.lock() != newest)
+    {
+        // It has become a part of another one.
+        dropNewest();
+    }
+    if (pending.size() < count)
+    {
+        const std::int64_t place = nextPlace++;
+        pending.push_back(place);
+        others[place] = {.kind = JournalKind::Pending,
+                         .depth = static_cast<std::uint32_t>(manager.getOpenGroups().size()),
+                         .command = newest};
+        writePending(place, *newest, true);
+    }
+    else if (count != 0 && newestChanged)
+    {
+        writePending(pending.back(), *newest, false);
+    }
+}
+
+// One that waited is loose now, unless the command that is read next has it. What was in a group is undone, or in what the
+// group has become.
+void JournalLine::dropPending(std::int64_t place)
+{
+    Other& other = others.at(place);
+    if (other.depth == 0)
+    {
+        other.kind = JournalKind::Loose;
+        other.hasWaited = true;
+        ++looseCount;
+        mark(place, JournalKind::Loose);
+        return;
+    }
+    leave(place, false);
+    others.erase(place);
+}
+
+void JournalLine::mark(std::int64_t place, JournalKind kind)
+{
+    ops.push_back({.kind = JournalOp::Kind::Mark,
+                   .entry = {.place = place, .kind = kind, .depth = 0, .data = {}},
+                   .key = {},
+                   .text = {}});
+}
+
+void JournalLine::writePending(std::int64_t place, const CommandBase& command, bool isNew)
+{
+    adoptLoose(command);
+    write({.place = place, .kind = JournalKind::Pending, .depth = others.at(place).depth}, command, isNew);
+}
+
+// @return how many of them have waited for the command.
+std::uint32_t JournalLine::adoptLoose(const CommandBase& command)
+{
+    if (looseCount == 0)
+    {
+        return 0;
+    }
+    std::uint32_t waited = 0;
+    const std::unordered_set<const CommandBase*> parts = collectParts(command);
+    for (auto other = others.begin(); other != others.end();)
+    {
+        if (other->second.kind == JournalKind::Loose && parts.contains(other->second.command.lock().get()))
+        {
+            waited += other->second.hasWaited ? 1 : 0;
+            if (other->second.isInFile)
+            {
+                leave(other->first, false);
+            }
+            else
+            {
+                state.isReachable = false;
+                --savedLoose;
+            }
+            other = others.erase(other);
+            --looseCount;
+        }
+        else
+        {
+            ++other;
+        }
+    }
+    return waited;
+}
+
+void JournalLine::write(JournalEntry entry, const CommandBase& command, bool isNew)
+{
+    if (!isFromBase && !codecs.keepsUndo(command))
+    {
+        throw VdException("The codec for '" + command.getDescription() +
+                          "' keeps no undo, which only a journal with the document as it was can replay.");
+    }
+    // What has changed since the save cannot be replayed on the saved document, unless it came after it.
+    state.isReachable = state.isReachable && (isNew || entry.place >= state.saved);
+    state.saving = !isNew && entry.place < state.saving ? -1 : state.saving;
+    entry.data = codecs.encode(command);
+    ops.push_back({.kind = isNew ? JournalOp::Kind::Put : JournalOp::Kind::Replace,
+                   .entry = std::move(entry),
+                   .key = {},
+                   .text = {}});
+}
+
+// A command leaves the file: undone, or as a part of another one.
+void JournalLine::leave(std::int64_t place, bool isUndone)
+{
+    JournalOp::Kind kind = JournalOp::Kind::Erase;
+    if (!isFromBase && place < state.saved)
+    {
+        // The saved document has it, so replay begins with undoing it, which it can only if it is the last one.
+        const auto above = others.upper_bound(place);
+        const bool isLast = above == others.end() || above->first >= state.saved;
+        state.isReachable = state.isReachable && isUndone && isLast;
+        state.saved = place;
+        retired.insert(place);
+        kind = JournalOp::Kind::Retire;
+    }
+    state.saving = place < state.saving ? -1 : state.saving;
+    ops.push_back({.kind = kind, .entry = {.place = place}, .key = {}, .text = {}});
+}
+
+// What left the history and is in the saved document is of no use any more.
+void JournalLine::eraseSavedLoose()
+{
+    const std::int64_t firstRow = rows.empty() ? state.saved : std::min(rows.front().place, state.saved);
+    auto other = others.lower_bound(firstUnsaved);
+    while (!isFromBase && other != others.end() && other->first < firstRow &&
+           other->second.kind == JournalKind::Loose)
+    {
+        eraseFromFile(other->first);
+        firstUnsaved = other->first + 1;
+        if (other->second.command.expired())
+        {
+            other = others.erase(other);
+            --looseCount;
+            continue;
+        }
+        other->second.isInFile = false;
+        ++savedLoose;
+        ++other;
+    }
+}
+
+void JournalLine::eraseFromFile(std::int64_t place)
+{
+    ops.push_back({.kind = JournalOp::Kind::Erase, .entry = {.place = place}, .key = {}, .text = {}});
+}
+
+std::int64_t JournalLine::doneEnd() const
+{
+    return state.position < rows.size() ? rows[static_cast<std::size_t>(state.position)].place : nextPlace;
+}
+
+void JournalLine::noteSaving()
+{
+    // Done commands beyond one that is undone cannot be told apart by a place.
+    const std::int64_t end = doneEnd();
+    state.saving = others.lower_bound(end) == others.end() ? end : -1;
+}
+
+void JournalLine::noteSaved()
+{
+    const std::int64_t end = doneEnd();
+    state.isReachable = others.lower_bound(end) == others.end();
+    state.saved = end;
+    state.saving = -1;
+    forgetRetired();
+    eraseSavedLoose();
+}
+
+void JournalLine::forgetRetired()
+{
+    if (!retired.empty())
+    {
+        retired.clear();
+        ops.push_back({.kind = JournalOp::Kind::ForgetOld, .entry = {}, .key = {}, .text = {}});
+    }
+}
+
+JournalChange JournalLine::takeChange()
+{
+    state.entries = rows.size() + others.size() - savedLoose;
+    state.retired = retired.size();
+    return {.ops = std::exchange(ops, {}), .state = state};
+}
+
+} // namespace Valdane
