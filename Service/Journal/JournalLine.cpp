@@ -411,7 +411,7 @@ void JournalLine::forgetRetired()
     if (!retired.empty())
     {
         retired.clear();
-        ops.push_back({.kind = JournalOp::Kind::ForgetOld, .entry = {}, .key = {}, .text = {}});
+        ops.emplace_back().kind = JournalOp::Kind::ForgetOld;
     }
 }
 

@@ -51,9 +51,11 @@ void ThreadManager::addThread(std::shared_ptr<Thread> thread)
     if (worker != nullptr)
     {
         worker->post(
-            [task, ended = runEnded]
+            [task, ended = runEnded]() mutable
             {
                 (*task)();
+                // What it has thrown is the other thread's from now on.
+                task.reset();
                 ended();
             });
     }
