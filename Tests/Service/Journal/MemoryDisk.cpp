@@ -124,7 +124,7 @@ int openFile(sqlite3_vfs* /*vfs*/, const char* name, sqlite3_file* file, int fla
     file->pMethods = &FileMethods;
     if (openedWith != nullptr)
     {
-        *openedWith = flags;
+        *openedWith = disk->isReadOnly() ? (flags & ~SQLITE_OPEN_READWRITE) | SQLITE_OPEN_READONLY : flags;
     }
     return SQLITE_OK;
 }
@@ -200,6 +200,18 @@ void MemoryDisk::failAt(std::uint64_t number, int error, bool isForGood)
     failing = number;
     failure = error;
     isFailureForGood = isForGood;
+}
+
+void MemoryDisk::setReadOnly(bool isReadOnly)
+{
+    const std::lock_guard lock(mutex);
+    areFilesReadOnly = isReadOnly;
+}
+
+bool MemoryDisk::isReadOnly() const
+{
+    const std::lock_guard lock(mutex);
+    return areFilesReadOnly;
 }
 
 std::uint64_t MemoryDisk::getCallCount() const

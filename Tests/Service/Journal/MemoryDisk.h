@@ -58,6 +58,9 @@ public:
     /// Has the call @p number, counted from 0, fail with @p error of SQLite; and with @p isForGood all that follow.
     void failAt(std::uint64_t number, int error, bool isForGood);
 
+    /// From now on files are opened for reading only.
+    void setReadOnly(bool isReadOnly);
+
     /// How many calls there were.
     std::uint64_t getCallCount() const;
 
@@ -72,6 +75,7 @@ public:
     static Files afterPowerFailure(const Files& files, std::mt19937& random);
 
     // What SQLite calls.
+    bool isReadOnly() const;
     int open(const std::string& name, bool mayCreate);
     int read(const std::string& name, void* buffer, std::size_t count, std::size_t offset);
     int write(const std::string& name, std::string_view bytes, std::size_t offset);
@@ -87,6 +91,7 @@ private:
 
     mutable std::mutex mutex;
     Files files;
+    bool areFilesReadOnly = false;
     std::uint64_t calls = 0;
     std::uint64_t failing = ~std::uint64_t{0};
     int failure = 0;
