@@ -46,7 +46,7 @@ void ThreadManager::addThread(std::shared_ptr<Thread> thread)
         thread->finishRun();
     };
     // It keeps what the steps throw.
-    const auto task = std::make_shared<std::packaged_task<void()>>(steps);
+    auto task = std::make_shared<std::packaged_task<void()>>(steps);
     std::future<void> result = task->get_future();
     if (worker != nullptr)
     {
