@@ -3,6 +3,7 @@
 #include "Platform/ExceptionHandling/VdException.h"
 #include "Platform/Signals/Signal.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Service/Journal/JournalDatabase.h"
 #include "Service/Journal/JournalFile.h"
 #include "Service/Journal/JournalFollower.h"
 #include "Service/Journal/JournalReplay.h"

@@ -1,42 +1,17 @@
 #pragma once
 
-#include "Platform/ExceptionHandling/VdException.h"
 #include "Service/Journal/JournalChange.h"
+#include "Service/Journal/JournalContents.h"
 
 #include <cstdint>
 #include <filesystem>
-#include <map>
 #include <memory>
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
-
-struct sqlite3;
 
 namespace Valdane
 {
-
-class SqliteStatement;
-
-/// All that is in a file but the base.
-struct JournalContents
-{
-    bool isEmpty = true;
-    JournalState state;
-    std::vector<JournalEntry> entries; ///< by place
-    std::vector<JournalEntry> retired; ///< by place
-    std::map<std::string, std::string> texts;
-
-    std::string text(const char* key) const;
-};
-
-/// Another journal has the file open.
-class JournalInUse : public VdException
-{
-public:
-    using VdException::VdException;
-};
 
 /// The SQLite file of a journal. Locked for this process as long as it exists.
 ///
@@ -47,7 +22,8 @@ class JournalFile
 {
 public:
     /// Opens a file, or makes one.
-    /// @throws VdException if it is used by another process, is no journal, of a newer version, damaged or cannot be written.
+    /// @throws JournalInUse if it is used by another process; VdException if it is no journal, of a newer version, damaged or
+    ///         cannot be written.
     explicit JournalFile(std::filesystem::path path);
     JournalFile(const JournalFile&) = delete;
     JournalFile& operator=(const JournalFile&) = delete;
@@ -71,29 +47,17 @@ public:
     void remove();
 
 private:
-    struct Statements;
+    struct Connection;
 
-    void check(int result, const std::string& what);
-    void run(const char* sql);
-    void configure();
-    void prepareTables();
-    void requireIntact();
     void apply(const JournalOp& op);
     void putBase(std::string_view base);
     void adoptSaving();
     void put(const JournalOp& op);
-    void storeBlobs(nlohmann::json& value, std::int64_t place);
-    std::int64_t storeBlob(std::string_view bytes);
-    void restoreBlobs(nlohmann::json& value);
     void erase(std::int64_t place);
     void putState(const JournalState& state);
-    std::vector<JournalEntry> readEntries(const char* table);
-    JournalState readState();
-    std::uint64_t sizeInBytes();
 
     std::filesystem::path path;
-    sqlite3* database = nullptr;
-    std::unique_ptr<Statements> statements;
+    std::unique_ptr<Connection> connection;
 };
 
 } // namespace Valdane
