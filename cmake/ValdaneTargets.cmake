@@ -1,28 +1,41 @@
 # The one way in which this project makes its targets.
 
 include(GenerateExportHeader)
+include(ValdaneCompiler)
+
+# valdane_require(<package> <version> <Debian package> [<more for find_package>...])
+# Finds a package, or says in one line what is missing. <version> is the oldest one, or ANY.
+macro(valdane_require package version debian)
+  if("${version}" STREQUAL ANY)
+    find_package(${package} QUIET ${ARGN})
+  else()
+    find_package(${package} ${version} QUIET ${ARGN})
+  endif()
+  if(NOT ${package}_FOUND)
+    string(REPLACE "ANY" "in any version" valdane_wanted "${version}")
+    message(FATAL_ERROR "Valdane needs ${package} ${valdane_wanted}, which was not found (Debian: ${debian}).")
+  endif()
+endmacro()
 
 # Compile flags of our own code; PRIVATE, so that nothing leaks to consumers.
 function(valdane_private_flags target)
   target_compile_options(
     ${target}
-    PRIVATE -Wall
-            -Wextra
-            -Wpedantic
-            -Wconversion
-            -Wshadow
-            $<$<BOOL:${VALDANE_WERROR}>:-Werror>
+    PRIVATE ${VALDANE_WARNINGS}
+            $<$<BOOL:${VALDANE_WERROR}>:${VALDANE_WARNINGS_ARE_ERRORS}>
             # Of united sources, g++ takes one for a header of the others.
-            $<$<AND:$<BOOL:${CMAKE_UNITY_BUILD}>,$<CXX_COMPILER_ID:GNU>>:-Wno-subobject-linkage>
-            # Only paths relative to the project get into binaries and log lines.
-            "-ffile-prefix-map=${PROJECT_BINARY_DIR}/=build/"
-            "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
+            $<$<AND:$<BOOL:${CMAKE_UNITY_BUILD}>,$<CXX_COMPILER_ID:GNU>>:-Wno-subobject-linkage>)
+  if(VALDANE_HAS_PREFIX_MAP)
+    # Only paths relative to the project get into binaries and log lines.
+    target_compile_options(${target} PRIVATE "-ffile-prefix-map=${PROJECT_BINARY_DIR}/=build/"
+                                             "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
+  endif()
 endfunction()
 
 # valdane_add_library(<Name> DESCRIPTION ... HEADERS ... [FAMILY ...] [NEEDS ...] [SOURCES ...] [DEPENDS ...]
 #                     [PRIVATE_DEPENDS ...])
 #
-# Makes libVLD<Family>_<Name>.so (header-only without SOURCES) with the alias Valdane::<Name>. FAMILY is "Service", unless it is
+# Makes libVLD<Family>_<Name>.so, or .a with BUILD_SHARED_LIBS=OFF (header-only without SOURCES), with the alias Valdane::<Name>. FAMILY is "Service", unless it is
 # given. HEADERS are the public
 # headers, installed under include/valdane/ with their path below the project. DESCRIPTION is for pkg-config. A library with
 # sources gets "<Folder>/<Name>Export.h" with the macros VALDANE_<NAME>_EXPORT and VALDANE_<NAME>_TEMPLATE_EXPORT.
@@ -43,7 +56,11 @@ function(valdane_add_library name)
     set(scope PUBLIC)
     string(TOUPPER ${name} upper_name)
     set(export_header "${generated}/${folder}/${name}Export.h")
-    add_library(${target} SHARED ${arg_SOURCES})
+    set(kind SHARED)
+    if(DEFINED BUILD_SHARED_LIBS AND NOT BUILD_SHARED_LIBS)
+      set(kind STATIC)
+    endif()
+    add_library(${target} ${kind} ${arg_SOURCES})
     # A class template whose instances others make, too, must be visible where that counts, but cannot be imported.
     set(template_macro "\n#ifdef _WIN32
 #  define VALDANE_${upper_name}_TEMPLATE_EXPORT
@@ -59,18 +76,24 @@ function(valdane_add_library name)
                  CXX_VISIBILITY_PRESET hidden
                  VISIBILITY_INLINES_HIDDEN ON
                  CXX_EXTENSIONS OFF
+                 POSITION_INDEPENDENT_CODE ON
                  # Installed, each finds the others beside it.
-                 INSTALL_RPATH "$ORIGIN")
+                 INSTALL_RPATH "${VALDANE_ORIGIN}")
+    if(kind STREQUAL STATIC)
+      target_compile_definitions(${target} PUBLIC VALDANE_${upper_name}_STATIC_DEFINE)
+    endif()
     if(NOT CMAKE_BUILD_TYPE STREQUAL Debug)
       # Of united sources, g++ makes slower code: an undo takes 13 % more instructions.
       set_target_properties(${target} PROPERTIES UNITY_BUILD OFF)
     endif()
     # A library calls its own functions, exported or not, without the detour that would let others replace them; and those
     # of other libraries without the one that looks for them at the first call.
-    target_compile_options(${target} PRIVATE -fno-semantic-interposition -fno-plt)
-    target_link_options(${target} PRIVATE LINKER:-Bsymbolic-functions)
-    if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize") # whose run-time library is in the executable with clang++
-      target_link_options(${target} PRIVATE LINKER:--no-undefined)
+    target_compile_options(${target} PRIVATE ${VALDANE_DIRECT_CALLS})
+    if(kind STREQUAL SHARED)
+      target_link_options(${target} PRIVATE ${VALDANE_DIRECT_LINKS})
+      if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize") # whose run-time library is in the executable with clang++
+        target_link_options(${target} PRIVATE ${VALDANE_COMPLETE_LINKS})
+      endif()
     endif()
     valdane_private_flags(${target})
     target_link_libraries(${target} PRIVATE ${arg_PRIVATE_DEPENDS})

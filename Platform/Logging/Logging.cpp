@@ -25,13 +25,20 @@ struct VALDANE_LOGGING_NO_EXPORT Logging::Record
 namespace
 {
 
+// As spdlog makes it, writing to standard output, which is the application's own.
+bool isUntouched(const spdlog::logger& common)
+{
+    const auto& sinks = common.sinks();
+    return common.name().empty() && sinks.size() == 1 &&
+           dynamic_cast<const spdlog::sinks::stdout_color_sink_mt*>(sinks.front().get()) != nullptr;
+}
+
 std::vector<spdlog::sink_ptr> sinksOfNewLoggers()
 {
-    if (const auto common = spdlog::default_logger())
-    {
-        return common->sinks();
-    }
-    return {std::make_shared<spdlog::sinks::stderr_color_sink_mt>()};
+    static const auto& standardError =
+        *new spdlog::sink_ptr(std::make_shared<spdlog::sinks::stderr_color_sink_mt>());
+    const auto common = spdlog::default_logger();
+    return common == nullptr || isUntouched(*common) ? std::vector{standardError} : common->sinks();
 }
 
 // spdlog sets up a new logger, and also sets the format of its sinks. These sinks are shared, and have the

@@ -30,8 +30,8 @@ class VALDANE_LOGGING_EXPORT Logging
 public:
     /// Takes the spdlog logger named @p sourceFile. If there is none, makes and registers it.
     ///
-    /// A new logger shares the sinks of spdlog's default logger, whose format stays as it is. If the default
-    /// logger was dropped, the new one writes to stderr. Level, flush level, backtrace and error handler are
+    /// A new logger shares the sinks of spdlog's default logger, whose format stays as it is. If that is the one which
+    /// spdlog makes, for standard output, or was dropped, the new one writes to standard error. Level, flush level, backtrace and error handler are
     /// those that spdlog gives to new loggers.
     ///
     /// Safe during static initialisation, in any order. Not during static destruction.

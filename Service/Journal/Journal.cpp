@@ -268,12 +268,15 @@ void Journal::start(CommandManager& manager, Start start)
         throw VdException("A journal starts with an empty history.");
     }
     using Kind = JournalOp::Kind;
-    std::vector<JournalOp> ops(1);
-    ops.front().kind = Kind::StartOver;
+    std::vector<JournalOp> ops;
     const auto add = [&ops](Kind kind, const char* key, std::string text)
     {
-        ops.push_back({.kind = kind, .entry = {}, .key = key, .text = std::move(text)});
+        JournalOp& op = ops.emplace_back();
+        op.kind = kind;
+        op.key = key;
+        op.text = std::move(text);
     };
+    add(Kind::StartOver, "", {});
     add(Kind::SetText, JournalKey::Document, std::move(start.document));
     add(Kind::SetText, JournalKey::Since, textOfNow());
     add(Kind::SetText, JournalKey::Base, start.digest);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -29,12 +30,15 @@ struct JournalEntry
     nlohmann::json data = {}; ///< see CommandCodecs
 };
 
+/// Texts and bytes of that size are stored once, however many commands have them.
+inline constexpr std::size_t JournalBlobBytes = 4096;
+
 /// One change of the file.
 struct JournalOp
 {
     enum class Kind : std::uint8_t
     {
-        Put,         ///< entry, at a place where nothing was
+        Put,         ///< entry, at a place where nothing was; text is its data as CBOR, if entry has none
         Replace,     ///< entry, in place of what was at its place
         Mark,        ///< gives the entry at place another kind
         Erase,       ///< the entry at place

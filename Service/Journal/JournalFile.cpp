@@ -20,8 +20,6 @@ using Json = nlohmann::json;
 constexpr std::int64_t ApplicationId = 0x564C4A31;
 constexpr std::int64_t FileVersion = 1;
 
-// Texts and bytes of that size are stored once, however many commands have them.
-constexpr std::size_t BlobBytes = 4096;
 // In a command's data, the number of such a blob.
 constexpr std::uint64_t TextReference = 0x564C4A01;
 constexpr std::uint64_t BytesReference = 0x564C4A02;
@@ -86,13 +84,6 @@ std::int64_t sumOf(std::int64_t place, std::int64_t kind, std::int64_t depth, st
 std::string_view viewOf(const std::vector<std::uint8_t>& bytes)
 {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
-
-std::string cborOf(const Json& json)
-{
-    std::string bytes;
-    Json::to_cbor(json, bytes);
-    return bytes;
 }
 
 std::optional<std::int64_t> asInteger(const std::optional<std::uint64_t>& mark)
@@ -463,10 +454,10 @@ void JournalFile::apply(const JournalOp& op)
     {
     case JournalOp::Kind::Replace:
         erase(place);
-        put(op.entry);
+        put(op);
         return;
     case JournalOp::Kind::Put:
-        put(op.entry);
+        put(op);
         return;
     case JournalOp::Kind::Mark:
         if (statements->data.bind(place).step())
@@ -527,11 +518,17 @@ void JournalFile::adoptSaving()
     }
 }
 
-void JournalFile::put(const JournalEntry& entry)
+void JournalFile::put(const JournalOp& op)
 {
-    Json data = entry.data;
-    storeBlobs(data, entry.place);
-    const std::string bytes = cborOf(data);
+    const JournalEntry& entry = op.entry;
+    std::string withBlobs;
+    if (!entry.data.is_null())
+    {
+        Json data = entry.data;
+        storeBlobs(data, entry.place);
+        Json::to_cbor(data, withBlobs);
+    }
+    const std::string& bytes = entry.data.is_null() ? op.text : withBlobs;
     const auto kind = static_cast<std::int64_t>(entry.kind);
     statements->put
         .bind(entry.place, kind, std::int64_t{entry.depth}, std::string_view(bytes),
@@ -570,7 +567,7 @@ void JournalFile::storeBlobs(Json& value, std::int64_t place)
     {
         bytes = viewOf(value.get_binary());
     }
-    if (bytes.size() < BlobBytes)
+    if (bytes.size() < JournalBlobBytes)
     {
         return;
     }

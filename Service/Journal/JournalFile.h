@@ -81,7 +81,7 @@ private:
     void apply(const JournalOp& op);
     void putBase(std::string_view base);
     void adoptSaving();
-    void put(const JournalEntry& entry);
+    void put(const JournalOp& op);
     void storeBlobs(nlohmann::json& value, std::int64_t place);
     std::int64_t storeBlob(std::string_view bytes);
     void restoreBlobs(nlohmann::json& value);

@@ -125,7 +125,10 @@ void JournalFollower::noteGroups()
 
 void JournalFollower::setText(const char* key, std::string text)
 {
-    held.push_back({.kind = JournalOp::Kind::SetText, .entry = {}, .key = key, .text = std::move(text)});
+    JournalOp& op = held.emplace_back();
+    op.kind = JournalOp::Kind::SetText;
+    op.key = key;
+    op.text = std::move(text);
 }
 
 void JournalFollower::post()
@@ -149,8 +152,10 @@ void JournalFollower::end(const std::string& why)
 {
     failure = why;
     JournalChange last{.ops = {}, .state = posted};
-    last.ops.push_back(
-        {.kind = JournalOp::Kind::SetText, .entry = {}, .key = JournalKey::Ended, .text = why});
+    JournalOp& op = last.ops.emplace_back();
+    op.kind = JournalOp::Kind::SetText;
+    op.key = JournalKey::Ended;
+    op.text = why;
     writer.post(std::move(last));
 }
 
@@ -171,7 +176,7 @@ void JournalFollower::noteSaved()
         [this]
         {
             line.noteSaved();
-            held.push_back({.kind = JournalOp::Kind::AdoptSaving, .entry = {}, .key = {}, .text = {}});
+            held.emplace_back().kind = JournalOp::Kind::AdoptSaving;
             post();
         });
 }

@@ -23,6 +23,17 @@ namespace
     throw VdException("A command, or a listener, has changed the history while it was being changed.");
 }
 
+// Whether something in it is stored by itself.
+bool hasBlob(const nlohmann::json& data)
+{
+    if (data.is_structured())
+    {
+        return std::any_of(data.begin(), data.end(), hasBlob);
+    }
+    return (data.is_string() && data.get_ref<const std::string&>().size() >= JournalBlobBytes) ||
+           (data.is_binary() && data.get_binary().size() >= JournalBlobBytes);
+}
+
 // All sub-commands of a macro, at every depth.
 std::unordered_set<const CommandBase*> collectParts(const CommandBase& command)
 {
@@ -332,11 +343,19 @@ void JournalLine::write(JournalEntry entry, const CommandBase& command, bool isN
     // What has changed since the save cannot be replayed on the saved document, unless it came after it.
     state.isReachable = state.isReachable && (isNew || entry.place >= state.saved);
     state.saving = !isNew && entry.place < state.saving ? -1 : state.saving;
-    entry.data = codecs.encode(command);
-    ops.push_back({.kind = isNew ? JournalOp::Kind::Put : JournalOp::Kind::Replace,
-                   .entry = std::move(entry),
-                   .key = {},
-                   .text = {}});
+    nlohmann::json data = codecs.encode(command);
+    JournalOp& op = ops.emplace_back();
+    op.kind = isNew ? JournalOp::Kind::Put : JournalOp::Kind::Replace;
+    op.entry = std::move(entry);
+    // One block for the thread that writes, instead of many that it would have to free.
+    if (hasBlob(data))
+    {
+        op.entry.data = std::move(data);
+    }
+    else
+    {
+        nlohmann::json::to_cbor(data, op.text);
+    }
 }
 
 // A command leaves the file: undone, or as a part of another one.
@@ -411,7 +430,7 @@ void JournalLine::forgetRetired()
     if (!retired.empty())
     {
         retired.clear();
-        ops.push_back({.kind = JournalOp::Kind::ForgetOld, .entry = {}, .key = {}, .text = {}});
+        ops.emplace_back().kind = JournalOp::Kind::ForgetOld;
     }
 }
 

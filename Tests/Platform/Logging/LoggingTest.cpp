@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <spdlog/async.h>
 #include <spdlog/sinks/ostream_sink.h>
+#include <spdlog/sinks/stdout_color_sinks.h>
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/spdlog.h>
 
@@ -212,6 +213,32 @@ TEST_F(LoggingTest, ANewLoggerWritesToStderrWhereThereIsNoDefaultLogger)
     logError(Logging("Service/Pump"), "leak");
     spdlog::get("Service/Pump")->flush();
     EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("leak"));
+}
+
+TEST_F(LoggingTest, StandardOutputIsTheApplicationsUnlessItAsks)
+{
+    const auto standardOutput = std::make_shared<spdlog::sinks::stdout_color_sink_mt>();
+    const auto written = [](const char* logger)
+    {
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        logError(Logging(logger), "leak");
+        spdlog::get(logger)->flush();
+        const bool isInOutput = testing::internal::GetCapturedStdout().find("leak") != std::string::npos;
+        const bool isInError = testing::internal::GetCapturedStderr().find("leak") != std::string::npos;
+        return std::vector{isInOutput, isInError};
+    };
+    // As spdlog makes it.
+    spdlog::set_default_logger(std::make_shared<spdlog::logger>("", standardOutput));
+    EXPECT_THAT(written("Service/Pump"), ElementsAre(false, true));
+    spdlog::set_default_logger(std::make_shared<spdlog::logger>("file", standardOutput));
+    EXPECT_THAT(written("Service/Valve"), ElementsAre(true, false));
+    spdlog::set_default_logger(
+        std::make_shared<spdlog::logger>("", spdlog::sinks_init_list{standardOutput, sink}));
+    EXPECT_THAT(written("Service/Motor"), ElementsAre(true, false));
+    spdlog::set_default_logger(
+        std::make_shared<spdlog::logger>("", std::make_shared<spdlog::sinks::stdout_sink_mt>()));
+    EXPECT_THAT(written("Service/Tank"), ElementsAre(true, false));
 }
 
 TEST_F(LoggingTest, ANewLoggerTakesTheLevelsThatSpdlogGivesToNewLoggers)

@@ -251,7 +251,8 @@ TEST_F(CodecsOfAnApplication, AClassWithoutOneIsToldByName)
     EXPECT_EQ(codecs.findMissing(*macro), "");
     const auto copy = std::dynamic_pointer_cast<MacroCommand>(codecs.decode(codecs.encode(*macro)));
     ASSERT_EQ(copy->size(), 2U);
-    EXPECT_EQ(typeid(**std::next(copy->begin())), typeid(MacroCommand));
+    const CommandBase& second = **std::next(copy->begin());
+    EXPECT_EQ(typeid(second), typeid(MacroCommand));
 }
 
 TEST_F(CodecsOfAnApplication, ACommandKeepsUndoIfAllInItDo)

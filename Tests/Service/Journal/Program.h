@@ -37,6 +37,19 @@ inline std::vector<std::string> rowsOf(const CommandManager& manager)
     return rows;
 }
 
+/// All that comes back: the sheet, the rows, how many of them are done, and where it was saved.
+inline std::string stateOf(const Sheet& sheet, const CommandManager& manager)
+{
+    std::string text = sheet.text() + "|";
+    for (const std::string& row : rowsOf(manager))
+    {
+        text += " " + row;
+    }
+    const auto saved = manager.getSavedPosition(0);
+    return text + " | " + std::to_string(manager.getPosition()) + " | " +
+           (saved.has_value() ? std::to_string(*saved) : "not saved");
+}
+
 /// The files of a journal as a program leaves them that dies now.
 inline void copyJournal(const std::filesystem::path& used, const std::filesystem::path& left)
 {

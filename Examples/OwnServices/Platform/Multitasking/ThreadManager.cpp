@@ -46,14 +46,16 @@ void ThreadManager::addThread(std::shared_ptr<Thread> thread)
         thread->finishRun();
     };
     // It keeps what the steps throw.
-    const auto task = std::make_shared<std::packaged_task<void()>>(steps);
+    auto task = std::make_shared<std::packaged_task<void()>>(steps);
     std::future<void> result = task->get_future();
     if (worker != nullptr)
     {
         worker->post(
-            [task, ended = runEnded]
+            [task, ended = runEnded]() mutable
             {
                 (*task)();
+                // What it has thrown is the other thread's from now on.
+                task.reset();
                 ended();
             });
     }

@@ -1,0 +1,105 @@
+#include "Service/CommandPattern/CommandManager.h"
+#include "Service/Journal/Journal.h"
+#include "Tests/Service/Journal/MemoryDisk.h"
+#include "Tests/Service/Journal/Program.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <memory>
+#include <sqlite3.h>
+#include <string>
+#include <vector>
+
+// What the thread of the manager does while another one writes.
+
+namespace Valdane
+{
+namespace
+{
+
+using Durability = Journal::Durability;
+using Keeps = CommandCodecs::Keeps;
+using testing::HasSubstr;
+
+/// A disk whose next write takes until it is told to go on.
+class SlowJournalDisk : public testing::TestWithParam<Durability>
+{
+protected:
+    SlowJournalDisk()
+    {
+        journal.start(program.manager, {.document = "sheet", .digest = program.sheet.text()});
+    }
+
+    void add(int digit)
+    {
+        program.manager.addCommand(std::make_shared<TypeDigit>(program.sheet, 0, digit));
+    }
+
+    /// Returns when the first write has begun.
+    void beginToWrite()
+    {
+        disk.onCall(
+            [this](MemoryDisk::Call)
+            {
+                if (!hasCalled.exchange(true))
+                {
+                    hasBegun.set_value();
+                    mayGoOn.get_future().wait();
+                }
+            });
+        add(1);
+        journal.writeSoon();
+        hasBegun.get_future().wait();
+    }
+
+    MemoryDisk disk;
+    Program program{Keeps::Undo};
+    Journal journal{
+        program.codecs, "/a.journal", {.durability = GetParam(), .interval = std::chrono::milliseconds(0)}};
+    std::atomic<bool> hasCalled = false;
+    std::promise<void> hasBegun;
+    std::promise<void> mayGoOn;
+};
+
+TEST_P(SlowJournalDisk, NobodyWaitsForIt)
+{
+    beginToWrite();
+    add(2);
+    add(3);
+    program.manager.undo(2);
+    program.manager.redo(1);
+    program.manager.adjustOnSave(0);
+    journal.writeSoon();
+    journal.setDocument("another sheet");
+    EXPECT_EQ(stateOf(program.sheet, program.manager), "12 0 0 0 0 0 | type 1 type 2 type 3 | 2 | 2");
+    mayGoOn.set_value();
+    journal.flush();
+    EXPECT_EQ(journal.getFailure(), "");
+}
+
+TEST_P(SlowJournalDisk, WhatWaitsWhenItFailsIsNotWritten)
+{
+    std::vector<std::string> told;
+    const auto ended = journal.connectToSigEnded([&](const std::string& why) { told.push_back(why); });
+    disk.failAt(disk.getCallCount(), SQLITE_IOERR, false);
+    beginToWrite();
+    const auto before = disk.getCallCount();
+    add(2);
+    mayGoOn.set_value();
+    journal.flush();
+    add(3);
+    EXPECT_THAT(told, testing::ElementsAre(HasSubstr("disk I/O error")));
+    EXPECT_EQ(disk.getCallCount(), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(LooseModes, SlowJournalDisk,
+                         testing::Values(Durability::Interval, Durability::WhenIdle),
+                         [](const auto& tested)
+                         { return tested.param == Durability::Interval ? "Interval" : "WhenIdle"; });
+
+} // namespace
+} // namespace Valdane

@@ -1,0 +1,41 @@
+# What compiler and linker know. What only some of them do is asked for, so that others do without. MSVC and macOS are written by
+# the book, and untried.
+
+include(CheckCXXCompilerFlag)
+include(CheckLinkerFlag)
+
+if(MSVC)
+  set(VALDANE_WARNINGS /W4 /permissive- /utf-8 /Zc:__cplusplus)
+  set(VALDANE_WARNINGS_ARE_ERRORS /WX)
+else()
+  set(VALDANE_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+  set(VALDANE_WARNINGS_ARE_ERRORS -Werror)
+endif()
+
+check_cxx_compiler_flag(-ffile-prefix-map=from=to VALDANE_HAS_PREFIX_MAP)
+check_cxx_compiler_flag(-fno-semantic-interposition VALDANE_HAS_NO_INTERPOSITION)
+check_cxx_compiler_flag(-fno-plt VALDANE_HAS_NO_PLT)
+check_linker_flag(CXX LINKER:-Bsymbolic-functions VALDANE_HAS_SYMBOLIC_FUNCTIONS)
+check_linker_flag(CXX LINKER:--no-undefined VALDANE_HAS_NO_UNDEFINED)
+set(VALDANE_DIRECT_CALLS)
+set(VALDANE_DIRECT_LINKS)
+set(VALDANE_COMPLETE_LINKS)
+if(VALDANE_HAS_NO_INTERPOSITION)
+  list(APPEND VALDANE_DIRECT_CALLS -fno-semantic-interposition)
+endif()
+if(VALDANE_HAS_NO_PLT)
+  list(APPEND VALDANE_DIRECT_CALLS -fno-plt)
+endif()
+if(VALDANE_HAS_SYMBOLIC_FUNCTIONS)
+  list(APPEND VALDANE_DIRECT_LINKS LINKER:-Bsymbolic-functions)
+endif()
+if(VALDANE_HAS_NO_UNDEFINED)
+  list(APPEND VALDANE_COMPLETE_LINKS LINKER:--no-undefined)
+endif()
+
+# The folder of a binary in its run path.
+if(APPLE)
+  set(VALDANE_ORIGIN "@loader_path")
+else()
+  set(VALDANE_ORIGIN "$ORIGIN")
+endif()
