@@ -28,6 +28,7 @@ AbortProbe::~AbortProbe()
 {
     threads->setRunEndedCallback(nullptr);
     install(before);
+    waitForAbort();
 }
 
 void AbortProbe::runBegins(const Thread& thread)
@@ -95,7 +96,7 @@ void AbortProbe::stop(const Place& reached)
     }
     if (threads->getThreadingMode() == 0)
     {
-        aborter = std::jthread([this] { abort(); });
+        aborter = std::thread([this] { abort(); });
     }
     isHeld = true;
     changed.notify_all();

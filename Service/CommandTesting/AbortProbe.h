@@ -86,7 +86,8 @@ private:
     bool hasEnded = false;
     bool isPlaceTheEnd = false;
 
-    std::jthread aborter;
+    // Not std::jthread, which libc++ 19 has only as an experiment.
+    std::thread aborter;
 };
 
 } // namespace Valdane

@@ -14,19 +14,21 @@
 #include "Service/CommandPattern/CommandCollector.h"
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/CommandPattern/DelayedInitializedCommand.h"
+#include "Service/CommandPattern/HistoryChange.h"
 #include "Service/CommandPattern/MacroCommand.h"
+#include "Service/CommandPattern/MergeableCommand.h"
 #include "Service/CommandPattern/ModuleAccessInterface.h"
 #include "Service/CommandPattern/SetAttributeCmd.h"
 #include "Service/CommandPattern/SetAttributecommandFactory.h"
 #include "Service/CommandPattern/SetNameCmd.h"
 #include "Service/CommandPattern/ThreadedCommand.h"
 #include "Service/CommandPattern/ThreadedMacroCommand.h"
+#include "Tests/Layout/Slots.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -35,33 +37,8 @@ namespace
 {
 
 using namespace Valdane;
+using namespace Valdane::Layout;
 using testing::ElementsAre;
-
-// The ABI of Itanium: the pointer to a virtual operation holds the offset of its entry in the table, plus one.
-template <typename Operation>
-std::size_t slotOf(Operation operation)
-{
-    std::size_t offset = 0;
-    static_assert(sizeof(operation) == 2 * sizeof(offset));
-    std::memcpy(&offset, &operation, sizeof(offset));
-    EXPECT_EQ(offset % sizeof(void*), 1U) << "not a virtual operation";
-    return offset / sizeof(void*);
-}
-
-template <typename... Operations>
-std::vector<std::size_t> slotsOf(Operations... operations)
-{
-    return {slotOf(operations)...};
-}
-
-// Where the part of a base lies in an object, without an object.
-template <typename Base, typename Derived>
-std::size_t offsetOf()
-{
-    alignas(Derived) static std::byte place[sizeof(Derived)];
-    auto* const derived = reinterpret_cast<Derived*>(place);
-    return static_cast<std::size_t>(reinterpret_cast<std::byte*>(static_cast<Base*>(derived)) - place);
-}
 
 // What is protected is named through a class of its own.
 struct OpenMacro : MacroCommand
@@ -97,14 +74,6 @@ struct OpenSetNameCmd : SetNameCmd
         return slotsOf(&OpenSetNameCmd::getName, &OpenSetNameCmd::setName);
     }
 };
-
-// The seven that every command has.
-template <typename Command>
-std::vector<std::size_t> commandSlots()
-{
-    return slotsOf(&Command::execute, &Command::undo, &Command::redo, &Command::getDescription,
-                   &Command::getSpeedRate, &Command::isRedoCapable);
-}
 
 // The fields of a derived class begin where those of its base end.
 struct CommandWithFourBytes : CommandBase
@@ -169,6 +138,7 @@ TEST(Layout, HasTheOperationsOfWhatApplicationsImplementInOrder)
                         &ModuleAccessInterface::markAllModulesInBusinessAsUnmodified,
                         &ModuleAccessInterface::getAllModulesAsModified),
                 ElementsAre(2, 3, 4, 5));
+    EXPECT_THAT(slotsOf(&MergeableCommand::mergeWith), ElementsAre(2));
     EXPECT_THAT(slotsOf(&NameInterface::getName, &NameInterface::setName), ElementsAre(2, 3));
     EXPECT_THAT(slotsOf(&Progress::addProgress), ElementsAre(2));
     EXPECT_THAT(slotsOf(&LegacyProgress::addProgress, &LegacyProgress::reset, &LegacyProgress::setComplete),
@@ -224,6 +194,9 @@ TEST(Layout, HasTheOtherClassesOfTheSizesThatOtherModulesAllocate)
     EXPECT_EQ(sizeof(CommandManager), 8U);
     EXPECT_EQ(sizeof(CommandCollector), 40U);
     EXPECT_EQ(sizeof(SetAttributecommandFactory), 48U);
+    EXPECT_EQ(sizeof(HistoryChange), 88U);
+    EXPECT_EQ(sizeof(RowChange), 24U);
+    EXPECT_EQ(sizeof(MergeableCommand), 8U);
     EXPECT_EQ(sizeof(ModuleAccessInterface), 8U);
     EXPECT_EQ(sizeof(Runnable), 8U);
     EXPECT_EQ(sizeof(Thread), 48U);

@@ -112,6 +112,12 @@ private:
         {
             return key == KeyOf{}(**place);
         }
+
+        // libstdc++ asks in the one order, libc++ in the other.
+        bool operator()(Place place, std::string_view key) const
+        {
+            return (*this)(key, place);
+        }
     };
 
     List ordered;

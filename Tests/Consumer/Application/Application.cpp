@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <iostream>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -114,6 +115,26 @@ void work()
     std::cout << "total " << total << "\n";
 }
 
+class Fill : public Valdane::CommandBase
+{
+public:
+    Fill() : CommandBase("Fill") {}
+
+    void execute() override
+    {
+        throw std::runtime_error("no room");
+    }
+
+    void undo() override {}
+};
+
+// Says so on standard error; standard output is the application's own.
+void fail()
+{
+    Valdane::CommandManager manager;
+    std::cout << "filled: " << manager.addCommand(std::make_shared<Fill>()) << "\n";
+}
+
 void catchAcrossTheBorder()
 {
     try
@@ -132,5 +153,6 @@ int main()
 {
     editTree();
     work();
+    fail();
     catchAcrossTheBorder();
 }
