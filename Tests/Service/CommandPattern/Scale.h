@@ -85,12 +85,13 @@ protected:
     std::int64_t& number;
 };
 
-// Cases in which commands become part of another one, and one with a list of all of them; see ScaleTest.cpp.
+// Cases in which commands become part of another one, and those with a list or a journal of all of them; see ScaleTest.cpp.
 
 void scaleGroup(std::size_t size, Meter& meter);
 void scaleGroups(std::size_t size, Meter& meter);
 void scaleMerges(std::size_t size, Meter& meter);
 void scaleWaitingCommands(std::size_t size, Meter& meter);
 void scaleHistoryList(std::size_t size, Meter& meter);
+void scaleJournal(std::size_t size, Meter& meter);
 
 } // namespace Valdane

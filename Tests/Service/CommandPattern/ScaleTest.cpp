@@ -375,6 +375,7 @@ const std::vector<Case> cases = {
     {.name = "Merges", .run = scaleMerges},
     {.name = "WaitingCommands", .run = scaleWaitingCommands},
     {.name = "HistoryList", .run = scaleHistoryList},
+    {.name = "Journal", .run = scaleJournal},
     {.name = "Macro", .run = macro},
     {.name = "ThreadedMacro", .run = threadedMacro},
     {.name = "Tree", .run = tree},
