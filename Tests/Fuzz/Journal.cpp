@@ -30,7 +30,7 @@ using namespace Valdane;
 using Json = nlohmann::json;
 using Cells = std::array<unsigned int, 4>;
 
-const std::string file = "/a.journal";
+const std::string journalFile = "/a.journal";
 
 /// Adds a number to a cell; fails for one number.
 class Add : public CommandBase
@@ -157,7 +157,7 @@ private:
 void makeSample()
 {
     Program program(CommandCodecs::Keeps::Undo);
-    Journal journal(program.codecs, file, {.durability = Journal::Durability::EachCommand});
+    Journal journal(program.codecs, journalFile, {.durability = Journal::Durability::EachCommand});
     journal.start(program.manager, {.document = "cells", .digest = "0", .base = "0 0 0 0"});
     for (unsigned int number = 1; number <= 3; ++number)
     {
@@ -174,7 +174,7 @@ void makeSample()
 void damage(MemoryDisk& disk, Reader& reader)
 {
     auto files = disk.getFiles();
-    std::string& bytes = files.at(file).bytes;
+    std::string& bytes = files.at(journalFile).bytes;
     if (const auto cut = reader.number(); cut % 4 == 0)
     {
         bytes.resize(bytes.size() * cut / 256);
@@ -191,7 +191,7 @@ class Database
 public:
     Database()
     {
-        sqlite3_open(file.c_str(), &database);
+        sqlite3_open(journalFile.c_str(), &database);
         run("PRAGMA locking_mode = EXCLUSIVE");
     }
 
@@ -308,7 +308,7 @@ std::optional<std::string> comesBack(CommandCodecs::Keeps keeps, bool goesOn)
     Program program(keeps);
     try
     {
-        Journal journal(program.codecs, file, {.durability = Journal::Durability::EachCommand});
+        Journal journal(program.codecs, journalFile, {.durability = Journal::Durability::EachCommand});
         if (!journal.getRemains().has_value())
         {
             return {};
