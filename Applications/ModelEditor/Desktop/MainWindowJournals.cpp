@@ -6,9 +6,9 @@
 #include "Applications/ModelEditor/Recovery/FileJournal.h"
 
 #include <QDateTime>
-#include <QListWidget>
 #include <QLocale>
 #include <QMessageBox>
+#include <QStatusBar>
 #include <chrono>
 #include <exception>
 #include <memory>
@@ -113,7 +113,7 @@ std::unique_ptr<DocumentTab> MainWindow::bringBack(std::unique_ptr<FileJournal> 
         const auto failure = tab->getDocument().bringBack(std::move(journal));
         if (failure.empty())
         {
-            showResult(tr("Brought back"), tr("%1 of %2").arg(steps, name));
+            statusBar()->showMessage(tr("Brought back %1 of %2").arg(steps, name), 8000);
         }
         else
         {

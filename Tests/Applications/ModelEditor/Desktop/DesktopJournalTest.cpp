@@ -6,6 +6,7 @@
 #include <QAction>
 #include <QListWidget>
 #include <QMessageBox>
+#include <QStatusBar>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -93,7 +94,8 @@ TEST_F(DesktopJournal, WhatWasDoneComesBackWithItsUndoAndRedo)
     dieWithTwoSteps();
     auto& tab = openAndAnswer(QMessageBox::Yes);
     EXPECT_THAT(asked, AllOf(HasSubstr(" ended with 2 unsaved steps in "), HasSubstr("m.xml.")));
-    EXPECT_THAT(getResults(), HasSubstr("2 unsaved steps of "));
+    EXPECT_THAT(window.statusBar()->currentMessage().toStdString(),
+                HasSubstr("Brought back 2 unsaved steps of "));
     EXPECT_EQ(bytesOf(tab), "<a x=\"1\" y=\"1\" z=\"3\"><b/></a>");
     EXPECT_TRUE(window.isWindowModified());
     trigger(actions.redo);
