@@ -226,9 +226,10 @@ Journal::Recovery Journal::recover(CommandManager& manager, const std::string& d
     Recovery recovery{.steps = 0, .all = d->remains->steps, .failure = {}};
     const bool usesLimit = manager.usesMaxQueueSize();
     manager.setUsesMaxQueueSize(false);
+    bool isDone = false;
     try
     {
-        bool isDone = replay.replayRows(isAtSaving);
+        isDone = replay.replayRows(isAtSaving);
         if (isDone)
         {
             d->makeFollower(manager, fromBase);
@@ -240,7 +241,12 @@ Journal::Recovery Journal::recover(CommandManager& manager, const std::string& d
     }
     catch (const std::exception& exception)
     {
+        isDone = false;
         recovery.failure = exception.what();
+    }
+    if (!isDone && recovery.failure.empty())
+    {
+        recovery.failure = "Nobody has said why.";
     }
     manager.setUsesMaxQueueSize(usesLimit);
     recovery.steps = std::min(manager.getQueueSize(), recovery.all);
@@ -258,6 +264,7 @@ Journal::Recovery Journal::recover(CommandManager& manager, const std::string& d
     d->follower->setText(JournalKey::Groups, "[]");
     d->follower->setText(JournalKey::Ended, "");
     d->follower->resume();
+    d->failure.clear();
     d->forgetRemains();
     return recovery;
 }
@@ -338,7 +345,7 @@ void Journal::setDocument(const std::string& document)
 
 void Journal::close()
 {
-    const bool isReplaced = d->follower == nullptr || d->follower->hasPosted();
+    const bool isReplaced = d->follower == nullptr ? d->failure.empty() : d->follower->hasWritten();
     d->follower.reset();
     d->forgetRemains();
     if (isReplaced || d->wasEmpty)

@@ -117,7 +117,8 @@ public:
     Recovery recover(CommandManager& manager, const std::string& digest);
 
     /// Keeps the history of @p manager from now on, in place of what is in the file. That stays there until the first
-    /// change of the history; who changes nothing writes nothing.
+    /// change of the history, or call of another function here that writes: readBase(), willSave(), setDocument(),
+    /// closeAndKeep(). Who does nothing writes nothing.
     /// @throws VdException if the manager has a history.
     void start(CommandManager& manager, Start start);
 
@@ -137,7 +138,7 @@ public:
     void flush();
 
     /// The document is closed and nothing of it is to be recovered: deletes the file, unless that still has what start()
-    /// was to replace. What follows is not kept.
+    /// was to replace, or what recover() could not bring back. What follows is not kept.
     void close();
 
     /// The document is closed, and its history is to be there tomorrow. Waits until all is in the file.

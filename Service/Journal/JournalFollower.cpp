@@ -133,6 +133,10 @@ void JournalFollower::setText(const char* key, std::string text)
 
 void JournalFollower::post()
 {
+    if (!failure.empty())
+    {
+        return;
+    }
     JournalChange change = line.takeChange();
     held.insert(held.end(), std::make_move_iterator(change.ops.begin()),
                 std::make_move_iterator(change.ops.end()));
@@ -147,15 +151,31 @@ void JournalFollower::post()
     failure = writer.getFailure();
 }
 
+bool JournalFollower::hasWritten()
+{
+    writer.flush();
+    return writer.hasWritten();
+}
+
 // Recovery ends with what was written before.
 void JournalFollower::end(const std::string& why)
 {
-    failure = why;
+    failure = why.empty() ? "Nobody has said why." : why;
+    if (isHeld)
+    {
+        return;
+    }
     JournalChange last{.ops = {}, .state = posted};
+    if (!isPosted)
+    {
+        // What it says is not about what start() was to replace.
+        last.ops = std::exchange(held, {});
+        isPosted = true;
+    }
     JournalOp& op = last.ops.emplace_back();
     op.kind = JournalOp::Kind::SetText;
     op.key = JournalKey::Ended;
-    op.text = why;
+    op.text = failure;
     writer.post(std::move(last));
 }
 

@@ -58,11 +58,8 @@ public:
     /// Has what was noted so far written.
     void post();
 
-    /// Whether anything was.
-    bool hasPosted() const noexcept
-    {
-        return isPosted;
-    }
+    /// Writes what waits, tells nobody, and answers whether anything was written.
+    bool hasWritten();
 
     /// The document is about to be saved with this digest, or was saved, as it is now.
     void noteSaving(const std::string& digest);

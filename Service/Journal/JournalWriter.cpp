@@ -84,6 +84,12 @@ std::string JournalWriter::getFailure() const
     return failure;
 }
 
+bool JournalWriter::hasWritten() const
+{
+    const std::lock_guard lock(mutex);
+    return isWritten;
+}
+
 void JournalWriter::work()
 {
     std::unique_lock lock(mutex);
@@ -127,6 +133,8 @@ void JournalWriter::write(const std::vector<JournalChange>& changes)
     try
     {
         file.write(changes, maxBytes);
+        const std::lock_guard lock(mutex);
+        isWritten = true;
     }
     catch (const std::exception& exception)
     {

@@ -45,6 +45,9 @@ public:
     /// Why nothing more is written; empty as long as nothing has failed.
     std::string getFailure() const;
 
+    /// Whether anything was written.
+    bool hasWritten() const;
+
 private:
     void work();
     void write(const std::vector<JournalChange>& changes);
@@ -60,6 +63,7 @@ private:
     bool isWriting = false;
     bool isAsked = false;
     bool isEnding = false;
+    bool isWritten = false;
     std::string failure;
     std::thread thread;
 };
