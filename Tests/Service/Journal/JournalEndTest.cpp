@@ -161,6 +161,33 @@ TEST_P(JournalEnd, CloseLeavesWhatRecoveryCouldNotBringBack)
     EXPECT_EQ(left(), "first: type 1 type 2");
 }
 
+TEST_P(JournalEnd, WhileItIsRecoveredTheFileIsLeftAsItIs)
+{
+    {
+        Program program(Keeps::Undo);
+        const auto journal = open(program);
+        journal->start(program.manager, {.document = "first", .digest = emptySheet});
+        typeInto(program, 1);
+        program.manager.beginGroup("group");
+        typeInto(program, 2);
+        typeInto(program, 3);
+    }
+    {
+        Sheet sheet;
+        CommandCodecs codecs;
+        addCoreCodecs(codecs, [] { return nullptr; });
+        codecs.add<TypeDigit>(
+            "type-digit", 2, Keeps::Undo,
+            [](const TypeDigit&) -> CommandCodecs::Json { throw std::runtime_error("not today"); },
+            [&sheet](const CommandCodecs::Json& data, std::uint32_t)
+            { return std::make_shared<TypeDigit>(sheet, 0, data.at("digits").get<int>()); });
+        CommandManager manager;
+        Journal journal(codecs, folder.path() / "a.journal", {.durability = GetParam()});
+        EXPECT_EQ(journal.recover(manager, emptySheet).failure, "not today");
+    }
+    EXPECT_EQ(left(), "first: type 1 group");
+}
+
 TEST_P(JournalEnd, AFailureWithoutATextIsOne)
 {
     die();
