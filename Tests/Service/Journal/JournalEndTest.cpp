@@ -154,7 +154,9 @@ TEST_P(JournalEnd, CloseLeavesWhatRecoveryCouldNotBringBack)
         const auto journal = open(program);
         const auto failing = program.manager.connectToSigHistoryChanged(
             [](const HistoryChange&) { throw std::runtime_error("no room"); });
+        program.manager.setUsesMaxQueueSize(true);
         EXPECT_EQ(journal->recover(program.manager, emptySheet).failure, "no room");
+        EXPECT_TRUE(program.manager.usesMaxQueueSize());
         journal->close();
         EXPECT_FALSE(journal->getRemains().has_value());
     }
@@ -244,6 +246,28 @@ TEST_P(JournalEnd, CloseDeletesWhatWasReplaced)
     typeInto(program, 7);
     journal->close();
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+TEST_P(JournalEnd, CloseLeavesNoFileWhereNoneWas)
+{
+    Program program(Keeps::Undo);
+    const auto journal = open(program);
+    journal->start(program.manager, {.document = "second", .digest = emptySheet});
+    journal->close();
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+TEST_P(JournalEnd, AfterRecoveryItGoesOn)
+{
+    {
+        Program program(Keeps::Undo);
+        const auto journal = open(program);
+        journal->start(program.manager, {.document = "first", .digest = emptySheet});
+        typeInto(program, 1);
+        typeUnwritable(program);
+    }
+    EXPECT_EQ(left(), "first: type 1, ended");
+    EXPECT_EQ(left(), "first: type 1");
 }
 
 INSTANTIATE_TEST_SUITE_P(EachMode, JournalEnd, testing::Values(Durability::EachCommand, Durability::WhenIdle),

@@ -110,19 +110,19 @@ TEST_F(JournalSave, AfterRecoveryWhatHadBegunIsTheSavedOne)
     EXPECT_EQ(third.manager.getSavedPosition(0), 1U);
 }
 
-TEST_F(JournalSave, RecoveryLeavesTheManagersLimitAndGoesBeyondIt)
+TEST_F(JournalSave, RecoveryGoesBeyondTheManagersLimitAndLeavesIt)
 {
     for (int digit = 1; digit <= 4; ++digit)
     {
         type(digit);
     }
+    program.manager.undo(3);
     Program next(Keeps::Undo);
     next.manager.setMaxQueueSize(2);
     next.manager.setUsesMaxQueueSize(true);
     const auto left = open(next);
-    const Journal::Recovery recovery = left->recover(next.manager, Sheet().text());
-    EXPECT_EQ(recovery.failure, "");
-    EXPECT_EQ(next.sheet.cells[0], 1234);
+    EXPECT_EQ(left->recover(next.manager, Sheet().text()).failure, "");
+    EXPECT_EQ(next.sheet.cells[0], 1);
     EXPECT_TRUE(next.manager.usesMaxQueueSize());
 }
 
