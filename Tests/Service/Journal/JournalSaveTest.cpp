@@ -149,5 +149,17 @@ TEST_F(JournalSave, ADocumentThatIsRenamedIsToldAtOnce)
     EXPECT_EQ(remains().document, "other sheet");
 }
 
+TEST_F(JournalSave, WhatWaitsIsGoneWhenTheHistoryIsCleared)
+{
+    auto waits = std::make_shared<TypeDigit>(program.sheet, 0, 1);
+    program.manager.addCommandToMergeWithNextCommand(waits, false);
+    program.manager.clear();
+    Program next(Keeps::Undo);
+    const auto left = open(next);
+    EXPECT_EQ(left->recover(next.manager, Sheet().text()).failure, "");
+    EXPECT_EQ(next.manager.getPendingCount(), 0U);
+    EXPECT_EQ(next.sheet, program.sheet);
+}
+
 } // namespace
 } // namespace Valdane
