@@ -1,4 +1,5 @@
 #include "Platform/ExceptionHandling/VdException.h"
+#include "Service/CommandPattern/ThreadedMacroCommand.h"
 #include "Service/Journal/Journal.h"
 #include "Tests/Service/Journal/Program.h"
 #include "Tests/Service/Journal/TemporaryFolder.h"
@@ -246,6 +247,43 @@ TEST_P(JournalEnd, CloseDeletesWhatWasReplaced)
     typeInto(program, 7);
     journal->close();
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+TEST_P(JournalEnd, AThreadedMacroThatFailsAgainIsRolledBack)
+{
+    {
+        Program program(Keeps::Undo);
+        const auto journal = open(program);
+        journal->start(program.manager, {.document = "first", .digest = emptySheet});
+        typeInto(program, 1);
+        auto macro = std::make_shared<ThreadedMacroCommand>("both");
+        macro->addCommand(std::make_shared<TypeDigit>(program.sheet, 0, 2));
+        macro->addCommand(std::make_shared<TypeDigit>(program.sheet, 0, 3));
+        program.manager.addThreadedCommand(macro);
+        while (program.manager.getCurrentThreadedCommand() != nullptr)
+        {
+            program.manager.finalizeThread();
+        }
+        ASSERT_EQ(program.sheet.cells[0], 123);
+    }
+    EXPECT_EQ(left(), "first: type 1 both");
+    Sheet sheet;
+    CommandCodecs codecs;
+    addCoreCodecs(codecs, [] { return nullptr; });
+    codecs.add<TypeDigit>(
+        "type-digit", 2, Keeps::Undo, [](const TypeDigit&) { return CommandCodecs::Json(); },
+        [&sheet](const CommandCodecs::Json& data, std::uint32_t)
+        {
+            auto command = std::make_shared<TypeDigit>(sheet, 0, data.at("digits").get<int>());
+            command->fails = command->digits == 3;
+            return command;
+        });
+    CommandManager manager;
+    Journal journal(codecs, folder.path() / "a.journal", {.durability = GetParam()});
+    const auto recovery = journal.recover(manager, emptySheet);
+    EXPECT_EQ(recovery.steps, 1U);
+    EXPECT_EQ(recovery.failure, "'both' failed: a digit that nobody may type");
+    EXPECT_EQ(sheet.cells[0], 1);
 }
 
 TEST_P(JournalEnd, CloseLeavesNoFileWhereNoneWas)

@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 
 // What a save leaves, and what is told of it.
@@ -140,6 +141,19 @@ TEST_F(JournalSave, AfterRecoveryItIsNotClosedNorEnded)
     const Journal again(third.codecs, folder.path() / "left.journal");
     EXPECT_FALSE(again.getRemains()->isClosed);
     EXPECT_EQ(again.getRemains()->ended, "");
+}
+
+TEST_F(JournalSave, ADocumentThatWasNotSavedWhenItDiedIsNotSavedAfterwards)
+{
+    type(1);
+    program.manager.markAllModulesBeforeFirstCommandAsModified();
+    type(2);
+    ASSERT_FALSE(program.manager.getSavedPosition(0).has_value());
+    Program next(Keeps::Undo);
+    next.manager.adjustOnSave(0);
+    const auto left = open(next);
+    EXPECT_EQ(left->recover(next.manager, Sheet().text()).failure, "");
+    EXPECT_EQ(next.manager.getSavedPosition(0), std::nullopt);
 }
 
 TEST_F(JournalSave, ADocumentThatIsRenamedIsToldAtOnce)
