@@ -82,7 +82,8 @@ public:
     {
         std::uint64_t steps = 0; ///< how many steps of the history were brought back
         std::uint64_t all = 0;   ///< how many there were
-        std::string failure;     ///< why there are fewer; empty if all were brought back
+        /// Why there are fewer. Empty if all were brought back, of which the limit of the manager may have dropped some.
+        std::string failure;
     };
 
     /// What is in the journals of a folder: files with the extension ".journal" that no process uses.

@@ -65,6 +65,8 @@ JournalLine::JournalLine(const CommandCodecs& usedCodecs, bool replaysFromBase)
 void JournalLine::restore(const JournalContents& contents, const CommandManager& manager, bool isAtSaving)
 {
     state = contents.state;
+    // The document may have been saved when the program died.
+    readMarks(manager);
     nextPlace = std::max(state.saved, state.saving);
     for (const JournalEntry& entry : contents.retired)
     {
@@ -199,12 +201,17 @@ bool JournalLine::readFrom(const CommandManager& manager, bool pendingChanged)
     }
     readPending(manager, pendingChanged);
     readRows(manager);
+    readMarks(manager);
+    eraseSavedLoose();
+    return true;
+}
+
+void JournalLine::readMarks(const CommandManager& manager)
+{
     for (std::size_t tracker = 0; tracker < state.marks.size(); ++tracker)
     {
         state.marks[tracker] = manager.getSavedPosition(tracker);
     }
-    eraseSavedLoose();
-    return true;
 }
 
 void JournalLine::readRows(const CommandManager& manager)

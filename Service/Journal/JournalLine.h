@@ -75,6 +75,7 @@ private:
     void removeRow(std::size_t index, bool isStillDone);
     void insertRows(std::size_t first, std::uint64_t count);
     void readRows(const CommandManager& manager);
+    void readMarks(const CommandManager& manager);
     void readPending(const CommandManager& manager, bool newestChanged);
     void dropPending(std::int64_t place);
     void mark(std::int64_t place, JournalKind kind);

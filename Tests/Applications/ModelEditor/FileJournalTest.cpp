@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 
 namespace
@@ -94,6 +95,32 @@ TEST_P(FileJournals, RandomEditsComeBackWithTheirHistory)
         }
         journal.close();
         EXPECT_EQ(onlyFileIn(folder("used")), std::filesystem::path());
+    }
+}
+
+TEST_P(FileJournals, WhatDidNotComeBackIsOfferedAgain)
+{
+    {
+        ScriptWriter writer(original, 1);
+        FileJournal journal(folder("used"), pathOfModel(), Valdane::Journal::Durability::WhenIdle);
+        journal.start(writer.getModel(), writer.getEditor().getManager());
+        for (int edit = 1; edit <= 20; ++edit)
+        {
+            writer.writeEdit();
+        }
+        journal.willSave(writer.getResult().toBytes());
+        die();
+    }
+    for (int time = 0; time < 2; ++time)
+    {
+        FileJournal left(folder("left"), pathOfModel(), Valdane::Journal::Durability::WhenIdle);
+        ASSERT_TRUE(left.hasUnsaved());
+        const auto model = left.loadBase();
+        Valdane::CommandManager manager;
+        const auto failing = manager.connectToSigHistoryChanged([](const Valdane::HistoryChange&)
+                                                                { throw std::runtime_error("no room"); });
+        EXPECT_EQ(left.recover(*model, manager), "no room");
+        left.close();
     }
 }
 

@@ -1,4 +1,5 @@
 #include "Platform/ExceptionHandling/VdException.h"
+#include "Service/CommandPattern/ThreadedMacroCommand.h"
 #include "Service/Journal/Journal.h"
 #include "Tests/Service/Journal/Program.h"
 #include "Tests/Service/Journal/TemporaryFolder.h"
@@ -154,11 +155,40 @@ TEST_P(JournalEnd, CloseLeavesWhatRecoveryCouldNotBringBack)
         const auto journal = open(program);
         const auto failing = program.manager.connectToSigHistoryChanged(
             [](const HistoryChange&) { throw std::runtime_error("no room"); });
+        program.manager.setUsesMaxQueueSize(true);
         EXPECT_EQ(journal->recover(program.manager, emptySheet).failure, "no room");
+        EXPECT_TRUE(program.manager.usesMaxQueueSize());
         journal->close();
         EXPECT_FALSE(journal->getRemains().has_value());
     }
     EXPECT_EQ(left(), "first: type 1 type 2");
+}
+
+TEST_P(JournalEnd, WhileItIsRecoveredTheFileIsLeftAsItIs)
+{
+    {
+        Program program(Keeps::Undo);
+        const auto journal = open(program);
+        journal->start(program.manager, {.document = "first", .digest = emptySheet});
+        typeInto(program, 1);
+        program.manager.beginGroup("group");
+        typeInto(program, 2);
+        typeInto(program, 3);
+    }
+    {
+        Sheet sheet;
+        CommandCodecs codecs;
+        addCoreCodecs(codecs, [] { return nullptr; });
+        codecs.add<TypeDigit>(
+            "type-digit", 2, Keeps::Undo,
+            [](const TypeDigit&) -> CommandCodecs::Json { throw std::runtime_error("not today"); },
+            [&sheet](const CommandCodecs::Json& data, std::uint32_t)
+            { return std::make_shared<TypeDigit>(sheet, 0, data.at("digits").get<int>()); });
+        CommandManager manager;
+        Journal journal(codecs, folder.path() / "a.journal", {.durability = GetParam()});
+        EXPECT_EQ(journal.recover(manager, emptySheet).failure, "not today");
+    }
+    EXPECT_EQ(left(), "first: type 1 group");
 }
 
 TEST_P(JournalEnd, AFailureWithoutATextIsOne)
@@ -217,6 +247,65 @@ TEST_P(JournalEnd, CloseDeletesWhatWasReplaced)
     typeInto(program, 7);
     journal->close();
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+TEST_P(JournalEnd, AThreadedMacroThatFailsAgainIsRolledBack)
+{
+    {
+        Program program(Keeps::Undo);
+        const auto journal = open(program);
+        journal->start(program.manager, {.document = "first", .digest = emptySheet});
+        typeInto(program, 1);
+        auto macro = std::make_shared<ThreadedMacroCommand>("both");
+        macro->addCommand(std::make_shared<TypeDigit>(program.sheet, 0, 2));
+        macro->addCommand(std::make_shared<TypeDigit>(program.sheet, 0, 3));
+        program.manager.addThreadedCommand(macro);
+        while (program.manager.getCurrentThreadedCommand() != nullptr)
+        {
+            program.manager.finalizeThread();
+        }
+        ASSERT_EQ(program.sheet.cells[0], 123);
+    }
+    EXPECT_EQ(left(), "first: type 1 both");
+    Sheet sheet;
+    CommandCodecs codecs;
+    addCoreCodecs(codecs, [] { return nullptr; });
+    codecs.add<TypeDigit>(
+        "type-digit", 2, Keeps::Undo, [](const TypeDigit&) { return CommandCodecs::Json(); },
+        [&sheet](const CommandCodecs::Json& data, std::uint32_t)
+        {
+            auto command = std::make_shared<TypeDigit>(sheet, 0, data.at("digits").get<int>());
+            command->fails = command->digits == 3;
+            return command;
+        });
+    CommandManager manager;
+    Journal journal(codecs, folder.path() / "a.journal", {.durability = GetParam()});
+    const auto recovery = journal.recover(manager, emptySheet);
+    EXPECT_EQ(recovery.steps, 1U);
+    EXPECT_EQ(recovery.failure, "'both' failed: a digit that nobody may type");
+    EXPECT_EQ(sheet.cells[0], 1);
+}
+
+TEST_P(JournalEnd, CloseLeavesNoFileWhereNoneWas)
+{
+    Program program(Keeps::Undo);
+    const auto journal = open(program);
+    journal->start(program.manager, {.document = "second", .digest = emptySheet});
+    journal->close();
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+TEST_P(JournalEnd, AfterRecoveryItGoesOn)
+{
+    {
+        Program program(Keeps::Undo);
+        const auto journal = open(program);
+        journal->start(program.manager, {.document = "first", .digest = emptySheet});
+        typeInto(program, 1);
+        typeUnwritable(program);
+    }
+    EXPECT_EQ(left(), "first: type 1, ended");
+    EXPECT_EQ(left(), "first: type 1");
 }
 
 INSTANTIATE_TEST_SUITE_P(EachMode, JournalEnd, testing::Values(Durability::EachCommand, Durability::WhenIdle),
