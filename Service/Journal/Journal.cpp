@@ -139,7 +139,7 @@ std::vector<JournalRemains> Journal::find(const std::filesystem::path& folder)
             }
         }
     }
-    std::sort(files.begin(), files.end());
+    std::ranges::sort(files);
     std::vector<JournalRemains> found;
     for (const std::filesystem::path& path : files)
     {
@@ -199,7 +199,8 @@ std::string Journal::readBase()
 
 Journal::Recovery Journal::recover(CommandManager& manager, const std::string& digest)
 {
-    if (!d->remains.has_value())
+    const std::optional<JournalRemains>& remains = d->remains;
+    if (!remains.has_value())
     {
         throw VdException("There is nothing to recover.");
     }
@@ -209,21 +210,21 @@ Journal::Recovery Journal::recover(CommandManager& manager, const std::string& d
     }
     const bool fromBase = hasBase(d->contents);
     const bool isAtSaving =
-        !fromBase && digest != d->remains->digest && digest == d->contents.text(JournalKey::Saving);
-    if (digest != d->remains->digest && !isAtSaving)
+        !fromBase && digest != remains->digest && digest == d->contents.text(JournalKey::Saving);
+    if (digest != remains->digest && !isAtSaving)
     {
-        throw VdException("The document is not the one to which the history of '" + d->remains->document +
+        throw VdException("The document is not the one to which the history of '" + remains->document +
                           "' belongs: it has changed since.");
     }
     const bool isReachable = isAtSaving ? d->contents.state.saving >= 0 : d->contents.state.isReachable;
     if (!fromBase && !isReachable)
     {
-        throw VdException("The history of '" + d->remains->document +
+        throw VdException("The history of '" + remains->document +
                           "' cannot be replayed on the saved document: what was in it has become a part of "
                           "other commands.");
     }
     JournalReplay replay(d->codecs, d->contents, manager);
-    Recovery recovery{.steps = 0, .all = d->remains->steps, .failure = {}};
+    Recovery recovery{.steps = 0, .all = remains->steps, .failure = {}};
     const bool usesLimit = manager.usesMaxQueueSize();
     manager.setUsesMaxQueueSize(false);
     bool isDone = false;

@@ -25,7 +25,7 @@ std::size_t countGroups(const JournalContents& contents)
     const std::string text = contents.text(JournalKey::Groups);
     const Json groups = text.empty() ? Json::array() : Json::parse(text, nullptr, false);
     if (!groups.is_array() ||
-        !std::all_of(groups.begin(), groups.end(), [](const Json& group) { return group.is_string(); }))
+        !std::ranges::all_of(groups, [](const Json& group) { return group.is_string(); }))
     {
         refuseDamaged("the groups that were open");
     }
@@ -66,15 +66,15 @@ void requireSound(const JournalContents& contents)
         }
         rows += entry.kind == JournalKind::Row ? 1 : 0;
     };
-    std::for_each(contents.retired.begin(), contents.retired.end(), look);
+    std::ranges::for_each(contents.retired, look);
     rows = 0;
-    std::for_each(contents.entries.begin(), contents.entries.end(), look);
+    std::ranges::for_each(contents.entries, look);
     const auto isIn = [rows](const std::optional<std::uint64_t>& mark)
     {
         return mark.value_or(0) <= rows;
     };
     if (state.position > rows || state.saved < 0 || state.saved > LastPlace || state.saving < -1 ||
-        state.saving > LastPlace || !std::all_of(state.marks.begin(), state.marks.end(), isIn))
+        state.saving > LastPlace || !std::ranges::all_of(state.marks, isIn))
     {
         refuseDamaged("its state");
     }

@@ -141,25 +141,24 @@ void JournalFile::write(std::span<const JournalChange> changes, std::uint64_t ma
     naming(path, "cannot be written",
            [&]
            {
-               inTransaction(*connection,
-                             [&]
-                             {
-                                 for (const JournalChange& change : changes)
-                                 {
-                                     std::for_each(change.ops.begin(), change.ops.end(),
-                                                   [this](const JournalOp& op) { apply(op); });
-                                 }
-                                 connection->blobs.dropUnused();
-                                 if (!changes.empty())
-                                 {
-                                     putState(changes.back().state);
-                                 }
-                                 if (connection->sizeInBytes() > maxBytes)
-                                 {
-                                     throw VdException("it would exceed " + std::to_string(maxBytes) +
-                                                       " bytes");
-                                 }
-                             });
+               inTransaction(
+                   *connection,
+                   [&]
+                   {
+                       for (const JournalChange& change : changes)
+                       {
+                           std::ranges::for_each(change.ops, [this](const JournalOp& op) { apply(op); });
+                       }
+                       connection->blobs.dropUnused();
+                       if (!changes.empty())
+                       {
+                           putState(changes.back().state);
+                       }
+                       if (connection->sizeInBytes() > maxBytes)
+                       {
+                           throw VdException("it would exceed " + std::to_string(maxBytes) + " bytes");
+                       }
+                   });
            });
 }
 

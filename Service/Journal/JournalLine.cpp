@@ -28,7 +28,7 @@ bool hasBlob(const nlohmann::json& data)
 {
     if (data.is_structured())
     {
-        return std::any_of(data.begin(), data.end(), hasBlob);
+        return std::ranges::any_of(data, hasBlob);
     }
     return (data.is_string() && data.get_ref<const std::string&>().size() >= JournalBlobBytes) ||
            (data.is_binary() && data.get_binary().size() >= JournalBlobBytes);
@@ -132,7 +132,7 @@ void JournalLine::follow(const HistoryChange& change)
             refuseUnknownChange();
         }
         // The newest first, so that what is retired stays in order.
-        for (std::size_t index = static_cast<std::size_t>(end); index != first; --index)
+        for (auto index = static_cast<std::size_t>(end); index != first; --index)
         {
             const bool wasUndone = index > done || (index == done && change.undoneCommandLeft);
             removeRow(index - 1, !wasUndone);

@@ -88,8 +88,8 @@ void JournalReplay::startAtSaved(bool isAtSaving)
     }
     else if (!retired.empty())
     {
-        std::for_each(retired.begin(), retired.end(),
-                      [this](const Command& command) { manager.addExecutedCommand(command); });
+        std::ranges::for_each(retired,
+                              [this](const Command& command) { manager.addExecutedCommand(command); });
         manager.adjustOnSave(0);
         if (!manager.undo(retired.size()))
         {

@@ -92,6 +92,7 @@ bool JournalWriter::hasWritten() const
 
 void JournalWriter::work()
 {
+    const auto longest = delay.value_or(std::chrono::milliseconds::max());
     std::unique_lock lock(mutex);
     while (true)
     {
@@ -99,11 +100,11 @@ void JournalWriter::work()
         {
             return isEnding || (isAsked && !waiting.empty());
         };
-        if (waiting.empty() || *delay == std::chrono::milliseconds::max())
+        if (waiting.empty() || longest == std::chrono::milliseconds::max())
         {
             hasWork.wait(
                 lock,
-                [&] { return isDue() || (!waiting.empty() && *delay != std::chrono::milliseconds::max()); });
+                [&] { return isDue() || (!waiting.empty() && longest != std::chrono::milliseconds::max()); });
         }
         if (!isDue())
         {
