@@ -139,7 +139,8 @@ public:
     void flush();
 
     /// The document is closed and nothing of it is to be recovered: deletes the file, unless that still has what start()
-    /// was to replace, or what recover() could not bring back. What follows is not kept.
+    /// was to replace, or what recover() could not bring back. One that was neither started nor recovered forgets what
+    /// remains. What follows is not kept.
     void close();
 
     /// The document is closed, and its history is to be there tomorrow. Waits until all is in the file.

@@ -1,6 +1,7 @@
 #include "Service/Journal/Journal.h"
 #include "Tests/Service/Journal/Program.h"
 #include "Tests/Service/Journal/TemporaryFolder.h"
+#include "Tests/Support/MessageOf.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -89,6 +90,21 @@ TEST_F(JournalSave, OneThatHadBegunWithAllUndoneMayHaveReplacedTheDocument)
     EXPECT_EQ(stateOf(next.sheet, next.manager), "0 0 0 0 0 0 | type 1 type 2 | 0 | 0");
     next.manager.redoAll();
     EXPECT_EQ(next.sheet.cells[0], 12);
+}
+
+TEST_F(JournalSave, OneThatHadBegunWithACommandWaitingBeyondAnUndoneOneIsNotReplayed)
+{
+    type(1);
+    type(2);
+    program.manager.undo(1);
+    program.manager.addCommandToMergeWithNextCommand(std::make_shared<TypeDigit>(program.sheet, 0, 3), false);
+    save(false);
+    Program next(Keeps::Undo);
+    next.sheet = program.sheet;
+    const auto left = open(next);
+    EXPECT_THAT(messageOf([&] { left->recover(next.manager, next.sheet.text()); }),
+                testing::HasSubstr("cannot be replayed on the saved document"));
+    EXPECT_EQ(next.sheet, program.sheet);
 }
 
 TEST_F(JournalSave, AfterRecoveryWhatHadBegunIsTheSavedOne)
