@@ -22,7 +22,7 @@ using SharedModules = boost::intrusive_ptr<const EntryModules>;
 
 bool areEmpty(const TrackedModules& sets)
 {
-    return std::ranges::all_of(sets, &ModuleSet::isEmpty);
+    return std::ranges::all_of(sets, [](const ModuleSet& set) { return set.isEmpty(); });
 }
 
 bool areShared(const TrackedModules& sets, const TrackedModules& others)
@@ -115,15 +115,13 @@ void ChangeTracking::keepPosition(const CommandQueue& undoQueue, const CommandQu
     }
 }
 
-QueuedCommand ChangeTracking::makeEntry(std::shared_ptr<CommandBase>&& command, const ModuleSet& modules,
-                                        const CommandQueue& undoQueue) const
+SharedModules ChangeTracking::makeModules(const ModuleSet& modules, const CommandQueue& undoQueue) const
 {
-    const SharedModules neighbour = undoQueue.empty() ? nullptr : undoQueue.back().sharedModules;
-    const EntryModules& ofNeighbour = neighbour == nullptr ? EntryModules::none : *neighbour;
+    const EntryModules& ofNeighbour = undoQueue.empty() ? EntryModules::none : undoQueue.back().modules();
     const TrackedModules& before = undoQueue.empty() ? modulesBeforeFirstCommand : ofNeighbour.modulesAfter;
     if (modules.isEmpty() && areEmpty(before))
     {
-        return {std::move(command), nullptr};
+        return nullptr;
     }
     EntryModules made;
     made.modulesBefore = before;
@@ -136,9 +134,7 @@ QueuedCommand ChangeTracking::makeEntry(std::shared_ptr<CommandBase>&& command, 
         }
     }
     made.modulesOfCommand = modules == ofNeighbour.modulesOfCommand ? ofNeighbour.modulesOfCommand : modules;
-    SharedModules shared = share(made, neighbour, nullptr);
-    // Last, so that the command stays with the caller if anything fails.
-    return {std::move(command), std::move(shared)};
+    return share(made, undoQueue.empty() ? nullptr : undoQueue.back().sharedModules, nullptr);
 }
 
 SharedModules ChangeTracking::mergeModules(const QueuedCommand& entry, const ModuleSet& modules)

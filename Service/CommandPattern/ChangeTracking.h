@@ -24,12 +24,12 @@ struct ChangeTracking
     /// queue has them. To be called before the redo queue is cleared.
     void keepPosition(const CommandQueue& undoQueue, const CommandQueue& redoQueue);
 
-    /// Makes an entry for a command that modified @p modules. The entry is to be put on top of @p undoQueue.
+    /// The sets of the entry that is put on top of @p undoQueue for a command that modified @p modules.
     ///
     /// Reuses the neighbour's sets if no module is added. Trackers that shared a set keep sharing it.
-    /// @throws std::bad_alloc. @p command then stays with the caller.
-    QueuedCommand makeEntry(std::shared_ptr<CommandBase>&& command, const ModuleSet& modules,
-                            const CommandQueue& undoQueue) const;
+    /// @throws std::bad_alloc
+    boost::intrusive_ptr<const EntryModules> makeModules(const ModuleSet& modules,
+                                                         const CommandQueue& undoQueue) const;
 
     /// The sets of the entry at the back of the undo queue, whose command has taken in another one that modified
     /// @p modules. @throws std::bad_alloc

@@ -150,11 +150,11 @@ void CommandManager::Private::record(std::shared_ptr<CommandBase>&& command)
 void CommandManager::Private::enqueue(std::shared_ptr<CommandBase>&& command)
 {
     const ModuleSet modules(moduleAccess()->getModifiedModulesFromBusiness());
-    QueuedCommand entry = tracking.makeEntry(std::move(command), modules, undoQueue);
+    boost::intrusive_ptr<const EntryModules> sharedModules = tracking.makeModules(modules, undoQueue);
     // Also if nothing could be redone before: the application may have undone a command when it was asked, or one is on
     // its way to the redo queue.
     savePoints.dropAfter(undoQueue.size());
-    undoQueue.pushBack(std::move(entry));
+    undoQueue.pushBack({std::move(command), std::move(sharedModules)});
     historyChanges.replaceRows(undoQueue.size() - 1, 0, 1);
 }
 
