@@ -43,15 +43,15 @@ public:
     {
         for (const std::string& row : rows)
         {
-            const double peer = quantile(row, QtHistory::name, 0.5);
             out << row << '\n';
             for (const auto& [history, of] : samples.at(row))
             {
+                const Samples ratios = ratiosOf(of, samples.at(row).at(QtHistory::name));
                 out << "  " << std::left << std::setw(20) << history << std::right << std::fixed
                     << std::setprecision(1) << std::setw(8) << quantile(row, history, 0.5) << " ns ("
                     << quantile(row, history, 0.25) << " to " << quantile(row, history, 0.75) << "), "
-                    << std::setprecision(2) << quantile(row, history, 0.5) / peer << " of " << QtHistory::name
-                    << '\n';
+                    << std::setprecision(2) << quantileOf(ratios, 0.5) << " (" << quantileOf(ratios, 0.25)
+                    << " to " << quantileOf(ratios, 0.75) << ") of " << QtHistory::name << '\n';
             }
         }
     }
