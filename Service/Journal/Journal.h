@@ -107,7 +107,7 @@ public:
     std::string readBase();
 
     /// Brings the history back that is in the file: executes the commands again, then undoes those that were undone, and
-    /// sets the save points. Then goes on as after start().
+    /// sets the save points. Then follows the manager as after start().
     ///
     /// @param manager  of the document; its history is empty.
     /// @param digest   of the present state of the document: JournalRemains::digest, or nothing is changed.

@@ -1,5 +1,5 @@
 // Journals: a file is damaged, or its rows are replaced by others with right checksums. It is refused, or what is in it comes
-// back, can be undone and redone, goes on, and comes back once more.
+// back, can be undone and redone, is followed again, and comes back once more.
 
 #include "Service/Journal/Journal.h"
 

@@ -76,7 +76,7 @@ public:
     /// Keeps what is done from now on in a journal. @pre nothing was done yet (not checked).
     void keepJournal(std::unique_ptr<FileJournal> used);
 
-    /// Brings back what a program that died has left in a journal, and goes on there.
+    /// Brings back what a program that died has left in a journal, and keeps new steps there.
     ///
     /// @return why not all came back; empty if it did.
     /// @throws VdException, nothing has changed then.
