@@ -242,6 +242,7 @@ TEST_F(CodecsOfAnApplication, AClassWithoutOneIsToldByName)
     EXPECT_EQ(codecs.findMissing(*macro), "");
     auto inner = std::make_shared<Unknown>();
     macro->addCommand(inner);
+    macro->addCommand(makeDigit());
     EXPECT_THAT(codecs.findMissing(*macro), HasSubstr("Unknown"));
     EXPECT_THAT(messageOf([&] { codecs.encode(*macro); }), HasSubstr("Unknown"));
     EXPECT_THAT(messageOf([&] { codecs.keepsUndo(*macro); }), HasSubstr("There is no codec for the class"));
@@ -250,7 +251,7 @@ TEST_F(CodecsOfAnApplication, AClassWithoutOneIsToldByName)
     inner->addCommand(makeDigit());
     EXPECT_EQ(codecs.findMissing(*macro), "");
     const auto copy = std::dynamic_pointer_cast<MacroCommand>(codecs.decode(codecs.encode(*macro)));
-    ASSERT_EQ(copy->size(), 2U);
+    ASSERT_EQ(copy->size(), 3U);
     const CommandBase& second = **std::next(copy->begin());
     EXPECT_EQ(typeid(second), typeid(MacroCommand));
 }
