@@ -1,7 +1,11 @@
 #include "Applications/ModelEditor/Recovery/FileJournal.h"
 
 #include "Applications/ModelEditor/Document/XmlModel.h"
+#include "Applications/ModelEditor/Edits/ScaleValuesCmd.h"
+#include "Applications/ModelEditor/Recovery/EditCodecs.h"
+#include "Platform/Parameterization/Path.h"
 #include "Service/CommandPattern/CommandManager.h"
+#include "Service/Journal/CommandCodecs.h"
 #include "Tests/Applications/ModelEditor/ProgramRun.h"
 #include "Tests/Applications/ModelEditor/ScriptWriter.h"
 #include "Tests/Applications/ModelEditor/TestFiles.h"
@@ -9,6 +13,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <memory>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
 
@@ -16,6 +22,8 @@ namespace
 {
 
 using ModelEditor::FileJournal;
+using ModelEditor::ScaleValuesCmd;
+using ModelEditor::XmlModel;
 
 std::filesystem::path onlyFileIn(const std::filesystem::path& folder)
 {
@@ -121,6 +129,36 @@ TEST_P(FileJournals, WhatDidNotComeBackIsOfferedAgain)
                                                                 { throw std::runtime_error("no room"); });
         EXPECT_EQ(left.recover(*model, manager), "no room");
         left.close();
+    }
+}
+
+TEST_P(FileJournals, WhatIsKeptOfAClosedFileIsNotUnsavedWork)
+{
+    {
+        ScriptWriter writer(original, 1);
+        FileJournal journal(folder("used"), pathOfModel(), Valdane::Journal::Durability::WhenIdle);
+        journal.start(writer.getModel(), writer.getEditor().getManager());
+        writer.writeEdit();
+        journal.closeAndKeep();
+    }
+    const FileJournal journal(folder("used"), pathOfModel(), Valdane::Journal::Durability::WhenIdle);
+    ASSERT_TRUE(journal.getRemains().has_value());
+    EXPECT_EQ(journal.getRemains()->unsavedSteps, 1U);
+    EXPECT_FALSE(journal.hasUnsaved());
+}
+
+TEST(EditCodecs, KeepWhetherAScaleLeavesValuesAlone)
+{
+    XmlModel model("<a x='1'/>", "model");
+    Valdane::CommandCodecs codecs;
+    ModelEditor::addEditCodecs(codecs, [&]() -> XmlModel& { return model; });
+    for (const bool areLeftAlone : {false, true})
+    {
+        const ScaleValuesCmd command(
+            model.getRoot(),
+            {.values = {Valdane::Path({}, "x")}, .factor = 2, .areFailuresLeftAlone = areLeftAlone}, "");
+        const auto copy = std::dynamic_pointer_cast<ScaleValuesCmd>(codecs.decode(codecs.encode(command)));
+        EXPECT_EQ(copy->getState().areFailuresLeftAlone, areLeftAlone);
     }
 }
 

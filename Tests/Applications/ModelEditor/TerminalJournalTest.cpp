@@ -201,6 +201,41 @@ TEST_F(TerminalJournal, UndoGoesOnInTheNextSessionOnRequest)
     quit(terminal);
 }
 
+TEST_F(TerminalJournal, WhatSomebodyDidNotWantToSaveIsNotKeptOnRequest)
+{
+    const TerminalKind keeping{.option = "--keep-history"};
+    {
+        const Terminal terminal(directory, "m.xml", "", keeping);
+        terminal.waitFor(journalPrompt);
+        typeLine(terminal, "set /a/@x 2");
+        terminal.type("quit\n");
+        terminal.waitFor("Quit without saving? (y/n) ");
+        terminal.type("y\n");
+        terminal.waitForEnd(status);
+    }
+    const Terminal terminal(directory, "m.xml", "", keeping);
+    EXPECT_THAT(terminal.waitFor(journalPrompt), Not(HasSubstr("Brought back")));
+    quit(terminal);
+}
+
+TEST_F(TerminalJournal, PrefixesOfTheCommandLineMeanTheSameInWhatComesBack)
+{
+    directory.write("m.xml", "<a xmlns='urn:n' x='1'/>");
+    {
+        const Terminal terminal(directory, "m.xml");
+        terminal.waitFor(journalPrompt);
+        typeLine(terminal, "set /*/@x 2");
+        waitForUnsaved(1);
+        terminal.die();
+    }
+    const Terminal terminal(directory, "m.xml", "", {.option = "--namespace=n=urn:n"});
+    terminal.waitFor(journalQuestion);
+    typeLine(terminal, "y");
+    EXPECT_THAT(typeLine(terminal, "show /n:a"), HasSubstr("@x = 2"));
+    typeLine(terminal, "save");
+    quit(terminal);
+}
+
 TEST_F(TerminalJournal, WithoutOneNothingIsWritten)
 {
     const Terminal terminal(directory, "m.xml", "", {.option = "--no-journal"});

@@ -181,6 +181,29 @@ TEST(CoreCodecs, KeepHowAMacroWorks)
     EXPECT_EQ(copy->CommandBase::getSpeedRate(), 5);
 }
 
+TEST(CoreCodecs, KeepInWhichOrderAMacroIsUndone)
+{
+    Works works;
+    MacroCommand macro;
+    for (const bool isForward : {false, true})
+    {
+        macro.setUseForwardUndoOrder(isForward);
+        const auto copy = std::dynamic_pointer_cast<MacroCommand>(copyOf(macro, works));
+        EXPECT_EQ(copy->getUseForwardUndoOrder(), isForward);
+    }
+}
+
+TEST(CoreCodecs, KeepWhetherAnAttributeWasSetWhileTheStandardWasApplied)
+{
+    Works works;
+    for (const bool isRunning : {false, true})
+    {
+        const SetAttributeCmd<int> command(works.root, {works.pathOf("int"), 2, 1, isRunning}, "");
+        const auto copy = std::dynamic_pointer_cast<SetAttributeCmd<int>>(copyOf(command, works));
+        EXPECT_EQ(copy->getState().applyStandardRunning, isRunning);
+    }
+}
+
 TEST(CoreCodecs, ADoubleComesBackExactly)
 {
     Works works;
