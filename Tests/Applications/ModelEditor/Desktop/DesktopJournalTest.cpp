@@ -7,6 +7,7 @@
 #include <QListWidget>
 #include <QMessageBox>
 #include <QStatusBar>
+#include <QTest>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -131,6 +132,17 @@ TEST_F(DesktopJournal, AfterANoTheFileIsAsItWasSavedAndItIsOfferedAgain)
     open();
     EXPECT_THAT(asked, IsEmpty());
     EXPECT_THAT(getResults(), IsEmpty());
+}
+
+TEST_F(DesktopJournal, EscapeIsANoAndReturnAYes)
+{
+    dieWithTwoSteps();
+    onNextDialog([](QWidget& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
+    auto& tab = open();
+    EXPECT_EQ(bytesOf(tab), "<a x=\"1\" y=\"1\"/>");
+    EXPECT_TRUE(window.closeTab(tab));
+    onNextDialog([](QWidget& dialog) { QTest::keyClick(&dialog, Qt::Key_Return); });
+    EXPECT_EQ(bytesOf(open()), "<a x=\"1\" y=\"1\" z=\"3\"><b/></a>");
 }
 
 TEST_F(DesktopJournal, ASaveIsWhereTheFileIs)
