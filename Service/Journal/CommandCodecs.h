@@ -48,8 +48,11 @@ public:
     /// What a command knows that was read back.
     enum class Keeps
     {
-        Arguments, ///< what to do: it must be executed before it can be undone
-        Undo,      ///< also what its undo() needs, as if it had been executed
+        /// What to do: it must be executed before it can be undone.
+        Arguments,
+        /// Also what its undo() needs: it may be executed or undone first. A command that swaps its value with the document
+        /// knows one of the two values, and has to keep both.
+        Undo,
     };
 
     CommandCodecs();

@@ -18,7 +18,8 @@ class Path;
 /// MacroCommand, ThreadedMacroCommand, DelayedInitializedCommand. All keep what undo needs. One that is delayed comes back
 /// with the command that it had made.
 ///
-/// @param root  the root of the tree in which commands that were read back find their objects; asked for each of them.
+/// @param root  the root of the tree in which commands that were read back find their objects; asked for each of them. It may
+///              answer null if there is no such tree.
 /// @throws VdException if one has a codec already.
 VALDANE_JOURNAL_EXPORT void addCoreCodecs(CommandCodecs& codecs,
                                           std::function<std::shared_ptr<Object>()> root);
