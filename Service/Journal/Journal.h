@@ -47,7 +47,8 @@ class CommandManager;
 /// file.
 ///
 /// Ownership: the manager and the codecs must outlive it. The file is locked for this process.
-/// Thread: that of the manager. With Durability::EachCommand it writes on this thread, otherwise on one of its own.
+/// Thread: that of the manager. With Durability::EachCommand it writes on this thread, otherwise on one of its own, which
+/// hears no signals.
 class VALDANE_JOURNAL_EXPORT Journal
 {
 public:

@@ -1,5 +1,6 @@
 #include "Service/Journal/JournalWriter.h"
 
+#include "Service/Journal/BlockedSignals.h"
 #include "Service/Journal/JournalFile.h"
 
 #include <exception>
@@ -14,6 +15,7 @@ JournalWriter::JournalWriter(JournalFile& usedFile, std::optional<std::chrono::m
 {
     if (delay.has_value())
     {
+        const BlockedSignals inThread;
         thread = std::thread([this] { work(); });
     }
 }

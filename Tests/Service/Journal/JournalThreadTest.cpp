@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <future>
 #include <memory>
 #include <sqlite3.h>
@@ -23,7 +24,9 @@ namespace
 
 using Durability = Journal::Durability;
 using Keeps = CommandCodecs::Keeps;
+using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 
 /// A disk whose next write takes until it is told to go on.
 class SlowJournalDisk : public testing::TestWithParam<Durability>
@@ -80,6 +83,44 @@ TEST_P(SlowJournalDisk, NobodyWaitsForIt)
     journal.flush();
     EXPECT_EQ(journal.getFailure(), "");
 }
+
+#ifndef _WIN32
+// A handler of the application would run there, in the middle of what its thread does.
+TEST_P(SlowJournalDisk, TheThreadThatWritesHearsNoSignalsButThoseOfItsOwnFaults)
+{
+    const auto blockedHere = []
+    {
+        sigset_t signals{};
+        pthread_sigmask(SIG_BLOCK, nullptr, &signals);
+        std::vector<int> blocked;
+        for (const int signal :
+             {SIGABRT, SIGALRM, SIGBUS, SIGCHLD, SIGCONT, SIGFPE,  SIGHUP,  SIGILL,  SIGINT,   SIGPIPE,
+              SIGQUIT, SIGSEGV, SIGSYS, SIGTERM, SIGTRAP, SIGTSTP, SIGUSR1, SIGUSR2, SIGWINCH, SIGXFSZ})
+        {
+            if (sigismember(&signals, signal) == 1)
+            {
+                blocked.push_back(signal);
+            }
+        }
+        return blocked;
+    };
+    std::promise<std::vector<int>> atWriter;
+    disk.onCall(
+        [&](MemoryDisk::Call)
+        {
+            if (!hasCalled.exchange(true))
+            {
+                atWriter.set_value(blockedHere());
+            }
+        });
+    add(1);
+    journal.writeSoon();
+    EXPECT_THAT(atWriter.get_future().get(),
+                ElementsAre(SIGALRM, SIGCHLD, SIGCONT, SIGHUP, SIGINT, SIGPIPE, SIGQUIT, SIGTERM, SIGTSTP,
+                            SIGUSR1, SIGUSR2, SIGWINCH, SIGXFSZ));
+    EXPECT_THAT(blockedHere(), IsEmpty());
+}
+#endif
 
 TEST_P(SlowJournalDisk, WhatWaitsWhenItFailsIsNotWritten)
 {
