@@ -248,11 +248,6 @@ std::string dataFrom(Reader& reader)
     return bytes;
 }
 
-std::string numberOrNull(const std::optional<std::int64_t>& number)
-{
-    return number.has_value() ? std::to_string(*number) : "NULL";
-}
-
 void replaceRows(Reader& reader)
 {
     Database database;
@@ -265,9 +260,10 @@ void replaceRows(Reader& reader)
     }
     std::array<std::int64_t, 8> state{};
     std::generate(state.begin(), state.end(), [&] { return reader.integer(); });
-    const std::array<std::optional<std::int64_t>, 2> marks{
-        state[6] % 3 == 0 ? std::nullopt : std::optional(state[6]),
-        state[7] % 3 == 0 ? std::nullopt : std::optional(state[7])};
+    const auto isSaved = [&state](std::size_t tracker)
+    {
+        return state.at(6 + tracker) % 3 != 0;
+    };
     const bool countsRight = state[4] % 4 != 0;
     std::array<std::int64_t, 2> counts{};
     while (!reader.isAtEnd())
@@ -293,13 +289,14 @@ void replaceRows(Reader& reader)
                          .add(isReachable)
                          .add(entries)
                          .add(retired)
-                         .add(marks[0].value_or(-1))
-                         .add(marks[1].value_or(-1))
+                         .add(isSaved(0) ? state[6] : -1)
+                         .add(isSaved(1) ? state[7] : -1)
                          .get();
     database.run("INSERT INTO state VALUES(0, " + std::to_string(state[0]) + ", " + std::to_string(state[1]) +
                  ", " + std::to_string(state[2]) + ", " + std::to_string(isReachable) + ", " +
-                 std::to_string(entries) + ", " + std::to_string(retired) + ", " + numberOrNull(marks[0]) +
-                 ", " + numberOrNull(marks[1]) + ", " + std::to_string(sum) + "); COMMIT");
+                 std::to_string(entries) + ", " + std::to_string(retired) + ", " +
+                 (isSaved(0) ? std::to_string(state[6]) : "NULL") + ", " +
+                 (isSaved(1) ? std::to_string(state[7]) : "NULL") + ", " + std::to_string(sum) + "); COMMIT");
 }
 
 /// What comes back: the cells, the rows and how many of them are done; nothing if the journal is refused.

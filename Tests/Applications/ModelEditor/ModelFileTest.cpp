@@ -87,7 +87,8 @@ std::string messageOf(const auto& action)
 TEST(ModelFile, ReadsEveryByte)
 {
     const TestDirectory directory;
-    const std::string bytes = std::string("a\0\r\n\xFF", 5) + std::string(100'000, 'x');
+    std::string bytes(100'000, 'x');
+    bytes.insert(0, "a\0\r\n\xFF", 5);
     EXPECT_EQ(readFile(directory.write("f", bytes)), bytes);
     EXPECT_EQ(readFile(directory.write("empty", "")), "");
 }

@@ -39,6 +39,16 @@ CommandKit<Numbers> numbersKit()
 }
 
 // Puts two numbers in, and takes them out.
+// An optimizing compiler may leave out memory that nobody sees.
+const void* volatile seen = nullptr;
+
+std::unique_ptr<int> allocate(int value)
+{
+    auto number = std::make_unique<int>(value);
+    seen = number.get();
+    return number;
+}
+
 class PutCommand : public CommandBase
 {
 public:
@@ -332,12 +342,12 @@ TEST(AllocationFailuresTest, OfManyAllocationsTheLastOneIsTried)
         {
             for (int i = 0; i < 400; ++i)
             {
-                std::make_unique<int>(i);
+                allocate(i);
             }
-            auto number = std::make_unique<int>(1);
+            auto number = allocate(1);
             numbers.reserve(1);
             numbers.push_back(std::move(number));
-            std::make_unique<int>(2);
+            allocate(2);
         }
     };
 
@@ -380,13 +390,13 @@ TEST(AllocationFailuresTest, TheObjectsInstallTheirFaults)
     AllocationFaults* const faults = AllocationFaults::getInstalled();
     ASSERT_NE(faults, nullptr);
     faults->begin(1);
-    const auto first = std::make_unique<int>(1);
-    EXPECT_THROW(std::make_unique<int>(2), std::bad_alloc);
+    const auto first = allocate(1);
+    EXPECT_THROW(allocate(2), std::bad_alloc);
     EXPECT_TRUE(faults->end());
     faults->begin(0);
     EXPECT_FALSE(faults->end());
     const std::uint64_t before = faults->getBlocksInUse();
-    auto block = std::make_unique<int>(3);
+    auto block = allocate(3);
     EXPECT_EQ(faults->getBlocksInUse(), before + 1);
     block.reset();
     EXPECT_EQ(faults->getBlocksInUse(), before);
