@@ -90,14 +90,14 @@ TEST_P(SlowJournalDisk, TheThreadThatWritesHearsNoSignalsButThoseOfItsOwnFaults)
 {
     const auto blockedHere = []
     {
-        sigset_t signals{};
-        pthread_sigmask(SIG_BLOCK, nullptr, &signals);
+        sigset_t mask{};
+        pthread_sigmask(SIG_BLOCK, nullptr, &mask);
         std::vector<int> blocked;
         for (const int signal :
              {SIGABRT, SIGALRM, SIGBUS, SIGCHLD, SIGCONT, SIGFPE,  SIGHUP,  SIGILL,  SIGINT,   SIGPIPE,
               SIGQUIT, SIGSEGV, SIGSYS, SIGTERM, SIGTRAP, SIGTSTP, SIGUSR1, SIGUSR2, SIGWINCH, SIGXFSZ})
         {
-            if (sigismember(&signals, signal) == 1)
+            if (sigismember(&mask, signal) == 1)
             {
                 blocked.push_back(signal);
             }

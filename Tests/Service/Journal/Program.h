@@ -30,6 +30,7 @@ struct Program
 inline std::vector<std::string> rowsOf(const CommandManager& manager)
 {
     std::vector<std::string> rows;
+    rows.reserve(manager.getQueueSize());
     for (std::uint64_t row = 0; row < manager.getQueueSize(); ++row)
     {
         rows.push_back(manager.getCommand(row)->getDescription());
