@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <system_error>
 #include <utility>
 
 namespace Valdane
@@ -113,11 +114,19 @@ public:
 
 void Journal::Private::makeFollower(CommandManager& manager, bool replaysFromBase)
 {
-    follower = std::make_unique<JournalFollower>(codecs, *file, manager,
-                                                 JournalFollower::Options{.replaysFromBase = replaysFromBase,
-                                                                          .delay = delayOf(options),
-                                                                          .maxBytes = options.maxBytes},
-                                                 [this](const std::string& why) { sigEnded(why); });
+    try
+    {
+        follower = std::make_unique<JournalFollower>(
+            codecs, *file, manager,
+            JournalFollower::Options{
+                .replaysFromBase = replaysFromBase, .delay = delayOf(options), .maxBytes = options.maxBytes},
+            [this](const std::string& why) { sigEnded(why); });
+    }
+    catch (const std::system_error& exception)
+    {
+        throw VdException("The journal '" + file->getPath().string() +
+                          "' cannot be written: no thread can be started: " + exception.what() + ".");
+    }
 }
 
 void Journal::Private::forgetRemains()
@@ -296,9 +305,9 @@ void Journal::start(CommandManager& manager, Start start)
     {
         add(Kind::SetBase, "", std::move(*start.base));
     }
+    d->makeFollower(manager, replaysFromBase);
     d->failure.clear();
     d->forgetRemains();
-    d->makeFollower(manager, replaysFromBase);
     d->follower->follow(std::move(ops));
 }
 

@@ -121,7 +121,7 @@ public:
     /// Keeps the history of @p manager from now on, in place of what is in the file. That stays there until the first
     /// change of the history, or call of another function here that writes: readBase(), willSave(), setDocument(),
     /// closeAndKeep(). Who does nothing writes nothing.
-    /// @throws VdException if the manager has a history.
+    /// @throws VdException if the manager has a history, or the system starts no thread; nothing has changed then.
     void start(CommandManager& manager, Start start);
 
     /// The document is about to be saved as it is now, and has @p digest then. Waits until that is in the file.

@@ -1,5 +1,7 @@
+#include "Platform/ExceptionHandling/VdException.h"
 #include "Service/CommandPattern/CommandManager.h"
 #include "Service/Journal/Journal.h"
+#include "Tests/Platform/Multitasking/RefusedThreadStart.h"
 #include "Tests/Service/Journal/MemoryDisk.h"
 #include "Tests/Service/Journal/Program.h"
 
@@ -141,6 +143,38 @@ INSTANTIATE_TEST_SUITE_P(LooseModes, SlowJournalDisk,
                          testing::Values(Durability::Interval, Durability::WhenIdle),
                          [](const auto& tested)
                          { return tested.param == Durability::Interval ? "Interval" : "WhenIdle"; });
+
+TEST(JournalThread, WithoutAThreadNothingIsLost)
+{
+    const std::string noThread = "The journal '/a.journal' cannot be written: no thread can be started: "
+                                 "Resource temporarily unavailable.";
+    const MemoryDisk disk;
+    const std::string digest = Program(Keeps::Undo).sheet.text();
+    {
+        Program program(Keeps::Undo);
+        Journal journal(program.codecs, "/a.journal");
+        {
+            const ValdaneTests::RefusedThreadStart refused;
+            EXPECT_THAT([&] { journal.start(program.manager, {.document = "sheet", .digest = digest}); },
+                        testing::ThrowsMessage<VdException>(noThread));
+        }
+        journal.start(program.manager, {.document = "sheet", .digest = digest});
+        program.manager.addCommand(std::make_shared<TypeDigit>(program.sheet, 0, 1));
+    }
+    {
+        Program program(Keeps::Undo);
+        Journal journal(program.codecs, "/a.journal");
+        const ValdaneTests::RefusedThreadStart refused;
+        EXPECT_THROW(journal.start(program.manager, {.document = "sheet", .digest = digest}), VdException);
+        EXPECT_TRUE(journal.getRemains().has_value());
+        EXPECT_EQ(journal.recover(program.manager, digest).failure, noThread);
+        journal.close();
+    }
+    Program program(Keeps::Undo);
+    Journal journal(program.codecs, "/a.journal");
+    EXPECT_EQ(journal.recover(program.manager, digest).failure, "");
+    EXPECT_EQ(stateOf(program.sheet, program.manager), "1 0 0 0 0 0 | type 1 | 1 | not saved");
+}
 
 } // namespace
 } // namespace Valdane
