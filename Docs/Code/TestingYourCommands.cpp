@@ -178,6 +178,7 @@ private:
     static std::vector<int> speedsOf(const Plant& plant)
     {
         std::vector<int> speeds;
+        speeds.reserve(plant.pumps.size());
         for (const Pump& pump : plant.pumps)
         {
             speeds.push_back(pump.speed);
@@ -242,7 +243,7 @@ void prove()
 
 void playRandomHistories()
 {
-    CommandKit<Plant> kit([] { return std::make_unique<Plant>(); }, textOf);
+    const CommandKit<Plant> kit([] { return std::make_unique<Plant>(); }, textOf);
 
     using Generator = CommandKit<Plant>::Generator;
     const Generator anySpeed = [](Plant& plant, Choices& choices) -> std::shared_ptr<CommandBase>

@@ -134,7 +134,7 @@ private:
 
     void check(LegacyProgress& phase) const
     {
-        if (std::any_of(values.begin(), values.end(), [](double value) { return value < 0; }))
+        if (std::ranges::any_of(values, [](double value) { return value < 0; }))
         {
             throw VdException("a table has no values below 0");
         }

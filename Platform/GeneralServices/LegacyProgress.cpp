@@ -194,7 +194,7 @@ void LegacyProgress::restartParents(Changes& changes)
 }
 
 // For users who take its address: on Windows only what is defined here is exported.
-constexpr int LegacyProgress::FullRange;
+constexpr int LegacyProgress::FullRange; // NOLINT(readability-redundant-declaration)
 
 LegacyProgress::LegacyProgress() noexcept = default;
 

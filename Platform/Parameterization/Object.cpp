@@ -256,6 +256,7 @@ std::vector<std::string_view> Object::keysFrom(const Object* top) const
     object = this;
     for (auto key = keys.rbegin(); key != keys.rend(); ++key, object = object->valdaneOwner)
     {
+        // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): there are as many keys as owners
         *key = object->valdaneKeyInOwner;
     }
     return keys;

@@ -170,6 +170,7 @@ public:
     Report inMacro(const std::vector<Maker>& makers) const
     {
         std::vector<CommandSubject::Maker> erased;
+        erased.reserve(makers.size());
         for (const Maker& make : makers)
         {
             erased.push_back(make.erased);
@@ -272,6 +273,7 @@ public:
     Report replay(const std::vector<Generator>& generators, const std::vector<HistoryStep>& steps) const
     {
         std::vector<CommandSubject::Generator> erased;
+        erased.reserve(generators.size());
         for (const Generator& generator : generators)
         {
             erased.push_back(generator.erased);

@@ -259,8 +259,10 @@ std::string ChunkTable::getCurrent(const SourceText& source, Span span) const
             top.source->getCurrent({.offset = top.position, .length = chunks.replaced.offset - top.position});
         top.position = chunks.replaced.offset + chunks.replaced.length;
         top.searchFrom = top.position;
-        const bool isEmptyTag = !chunks.emptyTag.empty();
-        result += isEmptyTag ? (chunks.all.empty() ? "/>" : ">") : "";
+        if (!chunks.emptyTag.empty())
+        {
+            result += chunks.all.empty() ? "/>" : ">";
+        }
         open.push_back(
             {.source = nullptr, .position = 0, .end = 0, .searchFrom = 0, .chunks = &chunks, .next = 0});
     }

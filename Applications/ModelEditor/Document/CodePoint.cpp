@@ -94,7 +94,7 @@ std::string toUtf8(std::uint32_t character)
         return {static_cast<char>(character)};
     }
     constexpr std::array<std::uint32_t, 4> starts{0, 0xC0, 0xE0, 0xF0};
-    std::size_t following = character < 0x800 ? 1U : character < 0x10000 ? 2U : 3U;
+    std::size_t following = 1U + (character < 0x800 ? 0U : 1U) + (character < 0x10000 ? 0U : 1U);
     std::string bytes{static_cast<char>(starts.at(following) | character >> 6 * following)};
     while (following-- > 0)
     {

@@ -89,7 +89,7 @@ void removeTree(pugi::xml_node node) noexcept
     const auto end = node.parent();
     while (node != end)
     {
-        while (node.first_child())
+        while (!node.first_child().empty())
         {
             node = node.first_child();
         }

@@ -1,5 +1,6 @@
 #include "Applications/ModelEditor/Document/FileAttributes.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <functional>
@@ -63,16 +64,15 @@ bool giveAttributes(const Descriptor& file, const Attributes& present, const Att
             return false;
         }
     }
-    for (const auto& [name, value] : wanted)
-    {
-        const auto found = present.find(name);
-        const bool isSame = found != present.end() && found->second == value;
-        if (!isSame && ::fsetxattr(file.get(), name.c_str(), value.data(), value.size(), 0) != 0)
-        {
-            return false;
-        }
-    }
-    return true;
+    return std::ranges::all_of(wanted,
+                               [&](const auto& attribute)
+                               {
+                                   const auto& [name, value] = attribute;
+                                   const auto found = present.find(name);
+                                   const bool isSame = found != present.end() && found->second == value;
+                                   return isSame || ::fsetxattr(file.get(), name.c_str(), value.data(),
+                                                                value.size(), 0) == 0;
+                               });
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <new>
 #include <ranges>
+#include <utility>
 
 namespace ModelEditor
 {
@@ -32,7 +33,8 @@ LoadedModel loadModel(const std::string& path)
     const auto file = readModel(path);
     try
     {
-        return {path, std::make_unique<XmlModel>(file.bytes, path), file.state, file.bytes.size()};
+        auto model = std::make_unique<XmlModel>(file.bytes, path);
+        return {path, std::move(model), file.state, file.bytes.size()};
     }
     catch (const std::bad_alloc&)
     {

@@ -77,7 +77,14 @@ std::string markReferences(std::string_view markup, const Encoding& encoding)
         }
         const auto reference = referenceAt(markup);
         const auto plain = plainTextOf(reference, encoding);
-        text += plain ? *plain : reference.empty() ? "&" : std::string(mark) + markupOf(reference);
+        if (plain)
+        {
+            text += *plain;
+        }
+        else
+        {
+            text += reference.empty() ? "&" : std::string(mark) + markupOf(reference);
+        }
         markup.remove_prefix(reference.empty() ? 1 : reference.size() + 2);
     }
 }

@@ -237,7 +237,8 @@ private:
             const char c = piece[place];
             if (quote != '\0' || c == '\'' || c == '"')
             {
-                quote = quote == '\0' ? c : quote == c ? '\0' : quote;
+                const char open = quote == '\0' ? c : quote;
+                quote = quote == c ? '\0' : open;
                 continue;
             }
             const auto next = firstCodePoint(piece.substr(place, 4));
@@ -294,6 +295,11 @@ private:
     Findings found;
 };
 
+std::string textAt(const std::string& name, std::size_t line, std::size_t column, const std::string& what)
+{
+    return name + ":" + std::to_string(line) + ":" + std::to_string(column) + ": " + what;
+}
+
 } // namespace
 
 std::vector<std::string> findEntities(std::string_view text)
@@ -335,8 +341,7 @@ MarkupWarnings findWarnings(std::string_view text, const std::string& name, cons
             line += text[counted] == '\n' ? 1 : 0;
             lineStart = text[counted] == '\n' ? counted + 1 : lineStart;
         }
-        warnings.texts.push_back(name + ":" + std::to_string(line) + ":" +
-                                 std::to_string(offset - lineStart + 1) + ": " + what);
+        warnings.texts.push_back(textAt(name, line, offset - lineStart + 1, what));
     }
     return warnings;
 }

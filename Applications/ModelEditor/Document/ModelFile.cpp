@@ -334,9 +334,9 @@ void removeTemporaries(const std::string& path)
     {
         TemporaryFile::removeLeftBehind(followLinks(path));
     }
-    catch (const std::exception&)
+    // Somebody may see them there; nothing else depends on it.
+    catch (const std::exception&) // NOLINT(bugprone-empty-catch)
     {
-        // Somebody may see them there; nothing else depends on it.
     }
 }
 

@@ -91,7 +91,7 @@ private:
         const auto colon = findAddressNameEnd(text, position);
         const bool isPart = characterAt(text, colon) == ':';
         const char local = characterAt(text, colon + 1);
-        if (!isPart || !(isAddressNameStart(local) || local == '*'))
+        if (!isPart || (!isAddressNameStart(local) && local != '*'))
         {
             copyUpTo(isPart && local == ':' ? colon + 2 : colon);
             return;

@@ -316,7 +316,7 @@ Copies XmlDocument::insert(pugi::xml_node parent, const Cutting& cutting)
     auto& chunks = chunksOf(parent);
     Copies copies;
     std::vector<pugi::xml_node> made;
-    made.reserve(2 * cutting.chunks.size() + 1);
+    made.reserve((2 * cutting.chunks.size()) + 1);
     try
     {
         auto behind = parent.first_child();

@@ -323,8 +323,8 @@ std::vector<XmlChange> XmlModel::changesIn(XmlObject& parent, const Cutting& cut
         else
         {
             const bool isComment = node.type() == pugi::node_comment;
-            change.value = isTextChild(node) ? parent.getStep(parent.getTextName(node))
-                                             : (isComment ? "comment()" : "processing-instruction()");
+            const auto* const other = isComment ? "comment()" : "processing-instruction()";
+            change.value = isTextChild(node) ? parent.getStep(parent.getTextName(node)) : other;
             text =
                 node.type() == pugi::node_pi ? std::string(node.name()) + " " + node.value() : node.value();
         }

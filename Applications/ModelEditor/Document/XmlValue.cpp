@@ -36,7 +36,8 @@ std::string normalized(std::string_view markup, MarkupPlace place)
         const bool isLineEnd = markup[i] == '\r' || markup[i] == '\n';
         i += markup.substr(i, 2) == "\r\n" ? 1 : 0;
         const bool isBlank = place != MarkupPlace::Text && (isLineEnd || markup[i] == '\t');
-        text += isBlank ? ' ' : isLineEnd ? '\n' : markup[i];
+        const char character = isLineEnd ? '\n' : markup[i];
+        text += isBlank ? ' ' : character;
     }
     return text;
 }

@@ -40,7 +40,7 @@ pugi::xml_node nextElement(pugi::xml_node element, pugi::xml_node top)
 bool isDeclared(pugi::xml_node element, const std::string& prefix)
 {
     const std::string declaration = "xmlns:" + prefix;
-    while (element && element.attribute(declaration.c_str()).empty())
+    while (!element.empty() && element.attribute(declaration.c_str()).empty())
     {
         element = element.parent();
     }
@@ -118,7 +118,7 @@ void CheckCmd::forEachElement(double from, const std::function<void(pugi::xml_no
     {
         look(element);
         looked += 1;
-        getProgressPtr()->moveTo(from + half * looked / size);
+        getProgressPtr()->moveTo(from + (half * looked / size));
     }
 }
 
@@ -172,7 +172,7 @@ void CheckCmd::checkNames(pugi::xml_node element)
     for (const auto child : element.children())
     {
         const auto name = child.attribute("name");
-        if (name && !seen.emplace(child.name(), name.value()).second)
+        if (!name.empty() && !seen.emplace(child.name(), name.value()).second)
         {
             findings.push_back(addressOf(child) + ": a second " + child.name() + " " + shown(name.value()));
         }

@@ -111,6 +111,7 @@ private:
     std::vector<Number> numbersOf(const std::vector<std::string_view>& lines)
     {
         std::vector<Number> all;
+        all.reserve(lines.size());
         for (const auto line : lines)
         {
             all.push_back(numbers.try_emplace(line, static_cast<Number>(numbers.size())).first->second);
@@ -192,14 +193,14 @@ private:
             for (std::size_t j = width - 1; j-- > 0;)
             {
                 const bool isSame = before[stretch.before + i] == after[stretch.after + j];
-                const auto here = i * width + j;
+                const auto here = (i * width) + j;
                 lengths[here] = isSame ? lengths[here + width + 1] + 1
                                        : std::max(lengths[here + width], lengths[here + 1]);
             }
         }
         for (std::size_t i = 0, j = 0; i + 1 < height && j + 1 < width;)
         {
-            const auto here = i * width + j;
+            const auto here = (i * width) + j;
             if (before[stretch.before + i] == after[stretch.after + j])
             {
                 partners[stretch.before + i++] = stretch.after + static_cast<Number>(j++);

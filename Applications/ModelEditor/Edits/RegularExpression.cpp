@@ -4,6 +4,7 @@
 #include "Platform/ExceptionHandling/VdException.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -43,7 +44,7 @@ std::string toBytes(std::wstring_view characters)
     std::string text;
     for (const auto character : characters)
     {
-        const auto value = static_cast<std::uint32_t>(character);
+        const auto value = std::bit_cast<std::uint32_t>(character);
         text +=
             value < firstOfBytes ? toUtf8(value) : std::string(1, static_cast<char>(value - firstOfBytes));
     }
@@ -59,7 +60,7 @@ struct MatchBudget
 
 void spend(MatchBudget& budget)
 {
-    constexpr std::ptrdiff_t mostStack = 4 * 1024 * 1024;
+    constexpr std::ptrdiff_t mostStack = std::ptrdiff_t{4} * 1024 * 1024;
     if (budget.steps == 0)
     {
         throw VdException("REGEX takes too long; write it with fewer repetitions within repetitions");
@@ -90,7 +91,7 @@ public:
         count();
     }
 
-    CountingIterator& operator=(const CountingIterator& other)
+    CountingIterator& operator=(const CountingIterator& other) // NOLINT(bugprone-unhandled-self-assignment)
     {
         place = other.place;
         budget = other.budget;
@@ -181,7 +182,7 @@ std::optional<std::regex_constants::error_type> compileError(const std::wstring&
 {
     try
     {
-        const std::wregex compiled(pattern);
+        static_cast<void>(std::wregex(pattern));
         return std::nullopt;
     }
     catch (const std::regex_error& error)
@@ -261,7 +262,7 @@ std::string RegularExpression::replaceAll(const std::string& text, const std::st
     constexpr std::uint64_t fewestSteps = 5'000'000;
     constexpr std::uint64_t stepsForACharacter = 100;
     const auto characters = toCharacters(text);
-    MatchBudget budget{.steps = fewestSteps + stepsForACharacter * characters.size(),
+    MatchBudget budget{.steps = fewestSteps + (stepsForACharacter * characters.size()),
                        .stack = static_cast<const char*>(__builtin_frame_address(0))};
     std::wstring result;
     std::regex_replace(std::back_inserter(result), CountingIterator(characters.data(), budget),

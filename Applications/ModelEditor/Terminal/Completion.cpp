@@ -92,6 +92,11 @@ void addAttributes(pugi::xml_node element, Steps& steps)
     }
 }
 
+std::string stepOf(const std::string& tag, const std::string& name)
+{
+    return tag + "[@name='" + name + "']";
+}
+
 // Of several with the same tag, the number or the name says which is meant.
 void addChildren(pugi::xml_node parent, const std::string& step, Steps& steps)
 {
@@ -117,7 +122,7 @@ void addChildren(pugi::xml_node parent, const std::string& step, Steps& steps)
         }
         else if (!name.empty() && name.find('\'') == std::string::npos && visible(name) == name)
         {
-            steps.insert(tag + "[@name='" + name + "']");
+            steps.insert(stepOf(tag, name));
         }
     }
     for (const auto& [tag, count] : counts)
@@ -240,11 +245,22 @@ Completion Completer::complete(std::string_view line) const
     try
     {
         const bool isOption = word.starts_with('-') && !wanted.options.empty();
-        completion.words = isOption                ? startingWith(word, wanted.options, {})
-                           : isAddress             ? addresses(word)
-                           : wanted.kind == "FILE" ? files(word)
-                           : wanted.kind == "VERB" ? startingWith(word, namesOf(verbs), {})
-                                                   : std::vector<std::string>();
+        if (isOption)
+        {
+            completion.words = startingWith(word, wanted.options, {});
+        }
+        else if (isAddress)
+        {
+            completion.words = addresses(word);
+        }
+        else if (wanted.kind == "FILE")
+        {
+            completion.words = files(word);
+        }
+        else if (wanted.kind == "VERB")
+        {
+            completion.words = startingWith(word, namesOf(verbs), {});
+        }
     }
     catch (const Valdane::VdException&)
     {

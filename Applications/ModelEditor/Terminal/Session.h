@@ -91,7 +91,7 @@ private:
     bool recoverOrStart(OpenFile& file, FileJournal& journal);
     void recover(OpenFile& file, FileJournal& journal, const std::string& steps);
     void writeJournals() const;
-    void closeJournal(OpenFile& file);
+    void closeJournal(OpenFile& file) const;
     void warn(const std::string& what);
     void tellCurrent();
     std::string getNameForMessages() const;

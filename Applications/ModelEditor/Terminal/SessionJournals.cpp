@@ -116,7 +116,7 @@ void Session::writeJournals() const
     }
 }
 
-void Session::closeJournal(OpenFile& file)
+void Session::closeJournal(OpenFile& file) const
 {
     if (file.journal == nullptr)
     {

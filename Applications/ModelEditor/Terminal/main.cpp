@@ -88,11 +88,10 @@ bool play(std::vector<ModelEditor::LoadedModel> models, const Options& options, 
     ModelEditor::Pager pager(std::cout);
     const bool hasCommands = !options.commands.empty();
     const bool readsInput = !hasCommands && (!options.script || options.script == "-");
+    const std::string scriptName = readsInput ? "<stdin>" : options.script.value_or("");
     const ModelEditor::Session::Settings settings{
         .savePath = options.output.value_or(""),
-        .sourceName = hasCommands  ? "-e"
-                      : readsInput ? "<stdin>"
-                                   : *options.script,
+        .sourceName = hasCommands ? "-e" : scriptName,
         .isInteractive = isTypedByAPerson(options),
         .echoes = options.script.has_value(),
         .keepsGoing = options.keepsGoing,

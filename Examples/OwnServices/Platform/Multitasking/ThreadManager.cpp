@@ -16,9 +16,8 @@ ThreadManager::~ThreadManager()
     {
         abortThreadExecution();
     }
-    catch (...)
+    catch (...) // NOLINT(bugprone-empty-catch): nobody is left who could be told
     {
-        // Nobody is left who could be told.
     }
     if (current != nullptr && worker != nullptr)
     {
