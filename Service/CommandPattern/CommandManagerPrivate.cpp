@@ -62,7 +62,7 @@ bool CommandManager::Private::executeToQueue(CommandBase& command, const std::so
 void CommandManager::Private::reportFailure(const std::exception& exception, const char* context,
                                             const CommandBase& command)
 {
-    // A copy, since a slot may give the command another description.
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): a slot may give the command another description
     const std::string description = command.getDescription();
     logException(exception, context, description);
     sigCommandFailed(textOf(exception), description);
